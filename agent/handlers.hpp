@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "state.hpp"
+#include "stub.hpp"
+
+#include <type_traits>
+
+namespace kv::virtual_agent {
+
+namespace detail {
+
+template <class D, class... Listed>
+consteval bool is_listed(describe::List<Listed...>)
+{
+    return (std::is_same_v<D, Listed> || ...);
+}
+
+/// The method that gives callbacks, and the one that takes them back.
+template <class Set, class Unset>
+struct Pair {
+    using set = Set;
+    using unset = Unset;
+};
+
+} // namespace detail
+
+// A list each
+// clang-format off
+using Registrations =
+    describe::List<detail::Pair<master::set_status_changed_cb, master::unset_status_changed_cb>,
+                   detail::Pair<master::set_user_confirm_cb, master::unset_user_confirm_cb>,
+                   detail::Pair<master::set_reset_confirm_cb, master::unset_reset_confirm_cb>,
+                   detail::Pair<master::set_reset_result_cb, master::unset_reset_result_cb>,
+                   detail::Pair<master::set_pin_cb, master::unset_pin_cb>,
+                   detail::Pair<master::set_wifi_ap_provisioning_cb, master::unset_wifi_ap_provisioning_cb>,
+                   detail::Pair<master::set_device_provisioning_cb, master::unset_device_provisioning_cb>,
+                   detail::Pair<master::set_scan_ap_cb, master::unset_scan_ap_cb>,
+                   detail::Pair<master::set_softap_stop_cb, master::unset_softap_stop_cb>,
+                   detail::Pair<master::set_ultrasound_pin_cb, master::unset_ultrasound_pin_cb>,
+                   detail::Pair<master::set_cloud_device_list_cb, master::unset_cloud_device_list_cb>,
+                   detail::Pair<master::set_otm_support_feature_cb, master::unset_otm_support_feature_cb>,
+                   detail::Pair<master::set_provisioning_vendor_info_cb, master::unset_provisioning_vendor_info_cb>,
+                   detail::Pair<master::set_provisioning_language_cb, master::unset_provisioning_language_cb>,
+                   detail::Pair<master::set_tnc_result_cb, master::unset_tnc_result_cb>,
+                   detail::Pair<master::set_wifi_ap_provisioning_cb_v2, master::unset_wifi_ap_provisioning_cb_v2>,
+                   detail::Pair<master::set_nick_changed_cb, master::unset_nick_changed_cb>,
+                   detail::Pair<master::set_last_status_changed_cb, master::unset_last_status_changed_cb>,
+                   detail::Pair<master::set_keepalive_result_cb, master::unset_keepalive_result_cb>,
+                   detail::Pair<master::set_signup_status_changed_cb, master::unset_signup_status_changed_cb>,
+                   detail::Pair<master::set_signin_status_changed_cb, master::unset_signin_status_changed_cb>,
+                   detail::Pair<master::set_tcp_session_disconnected_cb, master::unset_tcp_session_disconnected_cb>,
+                   detail::Pair<master::set_provisioning_get_requested_cb, master::unset_provisioning_get_requested_cb>,
+                   detail::Pair<master::set_diagnostics_cb, master::unset_diagnostics_cb>>;
+
+/// Taken and answered with 0; what they bring is kept as the last that was told.
+using MerelyTaken = describe::List<
+    master::send_user_confirm, master::send_reset_confirm, master::reset, master::send_ap_list, master::signup_cloud,
+    master::set_preconfigured_pin, master::set_mot_status, master::set_platform_info, master::set_regist_set_device,
+    master::set_last_status_info, master::set_platform_info_with_device_no, master::set_nick_name,
+    master::set_wifi_connection_error_code, master::set_provisioning_vendor_info, master::set_easysetup_version_info,
+    master::set_sso_list, master::send_provisioning_language_setting_result, master::set_language_list,
+    master::set_tnc_status, master::set_tnc_data, master::send_presence, master::send_keepalive,
+    master::set_keepalive_intervals, master::select_keepalive_intervals, master::set_device_profile,
+    master::set_device_name, master::set_device_property, master::set_random_pin, master::unset_random_pin,
+    master::set_device_name_with_device_no, master::set_gatt_ble, master::set_tnc_type, master::set_tnc_url,
+    master::disconnect_cloud_session>;
+// clang-format on
+
+namespace detail {
+
+template <class M, class... P>
+consteval bool is_set(describe::List<P...>)
+{
+    return (std::is_same_v<M, typename P::set> || ...);
+}
+
+template <class M, class... P>
+consteval bool is_unset(describe::List<P...>)
+{
+    return (std::is_same_v<M, typename P::unset> || ...);
+}
+
+/// Forgets what the method's arguments had registered.
+template <class... D>
+void forget(Peer &peer, describe::In<describe::Callback<D>...>)
+{
+    (peer.delegates.erase(D::id), ...);
+}
+
+} // namespace detail
+
+/// What the agent answers: one function per method, chosen by the method's description. A method for which there is
+/// none does not compile.
+class Handlers {
+public:
+    explicit Handlers(State &state) : state_(state) {}
+
+    template <class M, class... Arguments>
+    requires(detail::is_listed<M>(MerelyTaken{})) Answer<M> answer(M, Call &, const Arguments &...) { return {}; }
+
+    template <class M, class... Delegates>
+    requires(detail::is_set<M>(Registrations{})) Answer<M> answer(M, Call &call, const Delegates &...delegates)
+    {
+        (call.peer.keep(delegates), ...);
+        return {};
+    }
+
+    template <class M>
+    requires(detail::is_unset<M>(Registrations{})) Answer<M> answer(M, Call &call)
+    {
+        describe::for_each(Registrations{}, [&]<class P>() {
+            if constexpr (std::is_same_v<M, typename P::unset>)
+                detail::forget(call.peer, typename P::set::in{});
+        });
+        return {};
+    }
+
+    // The service.
+    Answer<master::is_update_ready> answer(master::is_update_ready, Call &);
+    Answer<master::start> answer(master::start, Call &, const char *name, int mode, int flags);
+    Answer<master::start_async> answer(master::start_async, Call &, const char *name, int mode, int flags,
+                                       const DelegateOf<master::start_async_cb> &);
+    Answer<master::stop> answer(master::stop, Call &);
+    Answer<master::set_api_version> answer(master::set_api_version, Call &, int major, int minor, int patch);
+
+    // What the agent knows of the device.
+    Answer<master::get_device_id> answer(master::get_device_id, Call &);
+    Answer<master::get_easysetup_status> answer(master::get_easysetup_status, Call &);
+    Answer<master::get_device_owned_status> answer(master::get_device_owned_status, Call &);
+    Answer<master::get_thing_status> answer(master::get_thing_status, Call &);
+    Answer<master::get_signup_status> answer(master::get_signup_status, Call &);
+    Answer<master::get_signin_status> answer(master::get_signin_status, Call &);
+    Answer<master::get_tcp_header_info> answer(master::get_tcp_header_info, Call &);
+    Answer<master::common_interface> answer(master::common_interface, Call &, const char *request);
+
+    // Sub-devices.
+    Answer<master::register_sub_device> answer(master::register_sub_device, Call &, int device_no,
+                                               const char *device_id);
+    Answer<master::unregister_sub_device> answer(master::unregister_sub_device, Call &, int device_no);
+    Answer<master::set_sub_device_presence> answer(master::set_sub_device_presence, Call &,
+                                                   const proxy::ArrayValue<master::int_array> *device_nos,
+                                                   bool presence);
+    Answer<master::get_sub_device_presence> answer(master::get_sub_device_presence, Call &);
+
+    // Requests that are answered by an event.
+    Answer<master::get_group_id> answer(master::get_group_id, Call &, const DelegateOf<master::get_group_id_cb> &);
+    Answer<master::create_hdr_token_info> answer(master::create_hdr_token_info, Call &,
+                                                 const DelegateOf<master::create_hdr_token_info_cb> &);
+    Answer<master::create_hdr_token_info_custom> answer(master::create_hdr_token_info_custom, Call &,
+                                                        const char *request_data,
+                                                        const DelegateOf<master::create_hdr_token_info_custom_cb> &);
+    Answer<master::create_hdr_certificate> answer(master::create_hdr_certificate, Call &, const char *device_type,
+                                                  const char *csr,
+                                                  const DelegateOf<master::create_hdr_certificate_cb> &);
+    Answer<master::get_hdr_certificate> answer(master::get_hdr_certificate, Call &, const char *device_type,
+                                               const char *certificate_arn,
+                                               const DelegateOf<master::get_hdr_certificate_cb> &);
+
+private:
+    State &state_;
+};
+
+} // namespace kv::virtual_agent

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cjson/cJSON.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace kv::virtual_agent {
+
+/// One JSON value. Text from outside is made valid UTF-8 on the way in, so that what is printed can always be parsed.
+class Json {
+public:
+    Json() : Json(cJSON_CreateNull()) {}
+    Json(bool value) : Json(cJSON_CreateBool(value)) {}
+    Json(int value) : Json(cJSON_CreateNumber(value)) {}
+    Json(std::int64_t value) : Json(cJSON_CreateNumber(static_cast<double>(value))) {}
+    Json(std::string_view text);
+    Json(const std::string &text) : Json(std::string_view{text}) {}
+    Json(const char *text) : Json(std::string_view{text ? text : ""}) {}
+
+    static Json object() { return Json{cJSON_CreateObject()}; }
+    static Json array() { return Json{cJSON_CreateArray()}; }
+    /// Throws std::invalid_argument when the text is not JSON.
+    static Json parse(const std::string &text);
+    Json copy() const { return Json{cJSON_Duplicate(value_.get(), true)}; }
+
+    Json &set(const char *key, Json value);
+    Json &append(Json value);
+
+    const cJSON *get() const { return value_.get(); }
+    std::string text() const;
+
+private:
+    explicit Json(cJSON *value);
+
+    struct Delete {
+        void operator()(cJSON *value) const { cJSON_Delete(value); }
+    };
+    std::unique_ptr<cJSON, Delete> value_;
+};
+
+std::string text_of(const cJSON *value);
+
+} // namespace kv::virtual_agent

@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "control.hpp"
+#include "options.hpp"
+
+#include <glib-unix.h>
+
+#include <csignal>
+#include <cstdlib>
+
+#include <sys/prctl.h>
+#include <unistd.h>
+
+using namespace kv::virtual_agent;
+
+namespace {
+
+enum ExitStatus { stopped = 0, failed = 1, wrong_usage = 2, port_in_use = 3 };
+
+using Loop = std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)>;
+
+gboolean quit_loop(gpointer loop)
+{
+    g_main_loop_quit(static_cast<GMainLoop *>(loop));
+    return G_SOURCE_CONTINUE;
+}
+
+void use_directories(const Options &options)
+{
+    if (!options.package_dir.empty())
+        setenv("KORVANE_PACKAGE_DIR", options.package_dir.c_str(), true);
+    if (!options.runtime_dir.empty())
+        setenv("KORVANE_RUNTIME_DIR", options.runtime_dir.c_str(), true);
+}
+
+/// False when the parent is gone already, which no signal will tell any more.
+bool end_with_parent(pid_t parent)
+{
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    return getppid() == parent;
+}
+
+Json ready_facts(const State &state)
+{
+    Json facts = Json::object();
+    facts.set("agent", "ready").set("version", state.version.text()).set("pid", static_cast<int>(getpid()));
+    return facts;
+}
+
+int serve(const Options &options)
+{
+    Loop loop{g_main_loop_new(nullptr, false), g_main_loop_unref};
+    g_unix_signal_add(SIGTERM, quit_loop, loop.get());
+    g_unix_signal_add(SIGINT, quit_loop, loop.get());
+    signal(SIGPIPE, SIG_IGN); // whoever reads our output may go before us
+
+    State state;
+    state.version = options.version;
+    state.device_id = options.device_id.empty() ? device_id_of_this_machine() : options.device_id;
+    state.update_ready = options.update_ready;
+    Journal journal{options.log, options.verbose};
+    Faults faults;
+    Package package{options.for_start_on_demand()};
+    Server server{state, journal, faults, options.refuse};
+    Updates updates{state, server, package, journal};
+    Steered steered{state, server, faults, updates, [&loop] { g_main_loop_quit(loop.get()); }};
+    Control control{steered};
+
+    // The port comes first: an agent that is one too many must leave the other's package entry alone. Nobody is served
+    // before the loop runs.
+    server.listen();
+    package.install(state.version);
+    if (options.commands)
+        control.read_standard_input();
+    if (!options.command_fifo.empty())
+        control.read_fifo(options.command_fifo);
+
+    journal.write(Journal::now(), ready_facts(state), "agent " + state.version.text() + " ready");
+    std::printf("korvane-agent %s ready, process %d\n", state.version.text().c_str(), static_cast<int>(getpid()));
+    std::fflush(stdout);
+    g_main_loop_run(loop.get());
+
+    server.stop();
+    journal.write(Journal::now(), std::move(Json::object().set("agent", "stopped")), "agent stopped");
+    return stopped;
+}
+
+int run(int argc, char **argv)
+{
+    const pid_t parent = getppid();
+    const Options options = Options::parse(argc, argv);
+    use_directories(options);
+    switch (options.action) {
+    case Options::Action::show_help: std::fputs(usage().c_str(), stdout); return stopped;
+    case Options::Action::show_version:
+        std::printf("korvane-agent of Korvane %s, agents 1.0 to %s\n", KORVANE_VERSION,
+                    Version::newest().text().c_str());
+        return stopped;
+    case Options::Action::install: Package{options.for_start_on_demand()}.install(options.version); return stopped;
+    case Options::Action::uninstall: Package::uninstall(); return stopped;
+    case Options::Action::serve: break;
+    }
+    if (options.exit_with_parent && !end_with_parent(parent))
+        return stopped;
+    return serve(options);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const UsageError &problem) {
+        std::fprintf(stderr, "korvane-agent: %s\nTry korvane-agent --help\n", problem.what());
+        return wrong_usage;
+    } catch (const PortInUse &problem) {
+        std::fprintf(stderr, "korvane-agent: %s\n", problem.what());
+        return port_in_use;
+    } catch (const std::exception &problem) {
+        std::fprintf(stderr, "korvane-agent: %s\n", problem.what());
+        return failed;
+    }
+}

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "version.hpp"
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace kv::virtual_agent {
+
+/// The command line cannot be understood; what() says why.
+struct UsageError : std::runtime_error {
+    using runtime_error::runtime_error;
+};
+
+struct Options {
+    enum class Action { serve, install, uninstall, show_help, show_version };
+
+    Action action = Action::serve;
+    Version version = Version::newest();
+    std::string package_dir; // empty: as the environment says
+    std::string runtime_dir;
+    std::string device_id; // empty: the machine's own
+    std::string log;
+    std::string command_fifo;
+    bool commands = false;
+    bool update_ready = false;
+    bool refuse = false;
+    bool verbose = false;
+    bool exit_with_parent = false;
+
+    /// Throws UsageError.
+    static Options parse(int argc, char **argv);
+
+    /// The arguments with which the platform is to start this agent when an application wants it, but for the version,
+    /// which an update changes.
+    std::vector<std::string> for_start_on_demand() const;
+};
+
+std::string usage();
+
+} // namespace kv::virtual_agent

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "faults.hpp"
+#include "handlers.hpp"
+#include "journal.hpp"
+
+#include <rpc_port_stub.h>
+
+#include <list>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace kv::virtual_agent {
+
+/// Another agent serves the port already.
+struct PortInUse : std::runtime_error {
+    using runtime_error::runtime_error;
+};
+
+/// The agent's port and whoever is connected to it. Runs on the GLib main loop.
+class Server {
+public:
+    Server(State &state, Journal &journal, Faults &faults, bool refuses)
+        : state_(state), journal_(journal), faults_(faults), handlers_(state), refuses_(refuses)
+    {
+    }
+    Server(const Server &) = delete;
+    Server &operator=(const Server &) = delete;
+    ~Server() { stop(); }
+
+    /// Throws PortInUse, or std::runtime_error when the port cannot be made.
+    void listen();
+    /// Disconnects everyone.
+    void stop();
+
+    /// Sends the event to every peer that has registered for it, and says to how many.
+    int emit(const DelegateEntry &delegate, const cJSON *values);
+
+    Json view() const;
+
+private:
+    /// A reply that is on its way, slowly.
+    struct Delayed {
+        Server *server;
+        std::string instance;
+        Parcel reply;
+        std::vector<Event> events;
+        unsigned source;
+    };
+
+    /// What became of a request.
+    struct Handled {
+        int id = -1;
+        std::string method{};
+        Served served{};
+        std::vector<Event> events{};
+        std::optional<Fault> fault{};
+        std::string problem{};
+    };
+
+    int connecting(const rpc_port_stub_peer_t &peer);
+    void connected(const rpc_port_stub_peer_t &peer);
+    void disconnected(const rpc_port_stub_peer_t &peer);
+    void received(const rpc_port_stub_peer_t &peer, rpc_port_h port);
+
+    void answer(Peer &peer, rpc_port_parcel_h request);
+    Handled handle(Peer &peer, rpc_port_parcel_h request);
+    void note_request(const Peer &peer, std::int64_t begun, const Handled &handled);
+    void deliver(const std::string &instance, Served &served, std::vector<Event> events,
+                 const std::optional<Fault> &fault);
+    void deliver_late(const std::string &instance, Served &served, std::vector<Event> events, int milliseconds);
+    void reply(const std::string &instance, rpc_port_parcel_h parcel, std::vector<Event> &events);
+    void send(const std::string &instance, Event &event);
+    void drop(const std::string &instance);
+    rpc_port_h port_of(const std::string &instance, rpc_port_port_type_e type);
+    void note_connection(const std::string &peer, const char *what);
+
+    State &state_;
+    Journal &journal_;
+    Faults &faults_;
+    Handlers handlers_;
+    bool refuses_;
+    rpc_port_stub_h stub_ = nullptr;
+    std::map<std::string, Peer> peers_;
+    std::list<Delayed> delayed_;
+};
+
+} // namespace kv::virtual_agent

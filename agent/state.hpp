@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "json.hpp"
+#include "version.hpp"
+
+#include <map>
+#include <string>
+
+namespace kv::virtual_agent {
+
+struct SubDevice {
+    std::string device_id;
+    int presence = 0;
+};
+
+/// What the agent knows. It stands for the whole device, so it is one, whoever is connected.
+struct State {
+    Version version = Version::newest();
+    std::string device_id;
+    bool running = false;
+    bool update_ready = false;
+    bool set_up = false;
+    bool owned = false;
+    bool signed_up = false;
+    bool signed_in = false;
+    int thing_status = 0;
+    std::map<int, SubDevice> sub_devices; // by device number
+    std::map<std::string, Json> told;     // by method: the arguments of the last request that brought any
+
+    Json view() const;
+};
+
+/// The id of a device that nobody has named: the same each time on the same machine.
+std::string device_id_of_this_machine();
+
+} // namespace kv::virtual_agent

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "events.hpp"
+#include "peer.hpp"
+
+#include <optional>
+#include <tuple>
+#include <vector>
+
+namespace kv::virtual_agent {
+
+class Handlers;
+
+/// What a handler gives back: the agent's result and the out values, which are empty or 0 if nothing is said of them.
+template <class M, class Outs = typename M::out>
+struct Answer;
+
+template <class M, class... O>
+struct Answer<M, describe::Out<O...>> {
+    int result = 0;
+    std::tuple<typename OutValue<O>::Type...> outs{};
+};
+
+/// One request while it is answered.
+struct Call {
+    Peer &peer;
+    std::vector<Event> events{}; // sent after the reply
+};
+
+/// How a reply is to differ from what the handler would have said.
+struct Deviation {
+    std::optional<int> result{}; // given instead of asking the handler
+    int kind = master::result;
+};
+
+struct Served {
+    bool decoded = false;
+    Json arguments = Json::object(); // as far as they could be read
+    Json answer = Json::object();
+    Parcel reply{};
+};
+
+/// One method as this side serves it.
+struct MethodEntry {
+    const char *name;
+    int id;
+    int since;
+    int arguments;
+    Served (*serve)(Handlers &handlers, Call &call, rpc_port_parcel_h request, const Deviation &deviation);
+};
+
+/// None for an id that the interface does not have.
+const MethodEntry *find_method(int id);
+const MethodEntry *find_method(const std::string &name);
+const std::vector<MethodEntry> &all_methods();
+
+} // namespace kv::virtual_agent

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+namespace kv::virtual_agent {
+
+/// The agent version that is emulated: one of those that ever were, with any patch number.
+class Version {
+public:
+    /// From "2.3" or "2.3.1". Throws std::invalid_argument, naming the versions there are.
+    static Version parse(const std::string &text);
+    static Version newest() { return parse("2.3"); }
+
+    /// 1000 x major + minor, as the interface description counts.
+    int number() const { return number_; }
+    const std::string &text() const { return text_; }
+
+private:
+    int number_ = 0;
+    std::string text_;
+};
+
+} // namespace kv::virtual_agent

@@ -1,0 +1,45 @@
+# SPDX-License-Identifier: Apache-2.0
+# What an installed Korvane consists of, and how others find it: pkg-config and a CMake package, both relocatable.
+
+include(CMakePackageConfigHelpers)
+
+set(platform_include_dir ${CMAKE_INSTALL_INCLUDEDIR}/korvane-platform)
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/korvane)
+
+target_include_directories(korvane INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+target_include_directories(kv_platform_api INTERFACE $<INSTALL_INTERFACE:${platform_include_dir}>)
+set_target_properties(kv_platform_api PROPERTIES EXPORT_NAME platform_api)
+
+# The parts find each other wherever the prefix is moved to. A distribution, whose directories the loader knows, turns
+# this off with CMAKE_SKIP_INSTALL_RPATH.
+set_target_properties(korvane PROPERTIES INSTALL_RPATH "$ORIGIN")
+install(TARGETS korvane kv_platform_api EXPORT korvane-targets)
+install(FILES ${PROJECT_SOURCE_DIR}/include/korvane.h TYPE INCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/include/ DESTINATION ${platform_include_dir} FILES_MATCHING PATTERN *.h)
+set(pkg_config_packages korvane)
+
+if(KORVANE_PLATFORM STREQUAL "host")
+    file(RELATIVE_PATH from_bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+    set_target_properties(korvane-agent PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
+    install(TARGETS kvplatform EXPORT korvane-targets)
+    install(TARGETS korvane-agent)
+    list(APPEND pkg_config_packages kvplatform)
+endif()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/first-device DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+
+# For CMake
+install(EXPORT korvane-targets NAMESPACE korvane:: DESTINATION ${package_dir})
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/korvaneConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/korvaneConfig.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/korvaneConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/korvaneConfig.cmake ${PROJECT_BINARY_DIR}/korvaneConfigVersion.cmake
+    DESTINATION ${package_dir})
+
+# For pkg-config: the prefix is given from where the file itself lies.
+set(pkg_config_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH from_pkg_config_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" from_pkg_config_to_prefix "${from_pkg_config_to_prefix}")
+foreach(package IN LISTS pkg_config_packages)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkg_config_dir})
+endforeach()

@@ -1,0 +1,23 @@
+# SPDX-License-Identifier: Apache-2.0
+# kv_add_test(<name> SOURCES <file>... [LIBS <target>...] [DEFINITIONS <def>...] [DBUS] [TIMEOUT <seconds>])
+#
+# One gtest executable and one entry of ctest. DBUS runs it below a message bus of its own.
+
+find_package(GTest REQUIRED)
+
+function(kv_add_test name)
+    cmake_parse_arguments(arg "DBUS" "TIMEOUT" "SOURCES;LIBS;DEFINITIONS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
+    target_link_libraries(${name} PRIVATE kv_warnings ${arg_LIBS} GTest::gtest GTest::gtest_main)
+    set(command $<TARGET_FILE:${name}>)
+    if(arg_DBUS)
+        set(command dbus-run-session -- ${command})
+    endif()
+    add_test(NAME ${name} COMMAND ${command})
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 120)
+    endif()
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
+endfunction()

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "common/fixed_text.hpp"
+
+#include <dlog.h>
+
+#include <type_traits>
+
+namespace kv {
+
+/// Who writes a log line. As a default argument it is the function that the call stands in.
+struct Caller {
+    const char *function;
+    int line;
+
+    static constexpr Caller here(const char *function = __builtin_FUNCTION(), int line = __builtin_LINE())
+    {
+        return {function, line};
+    }
+};
+
+/// A message with its printf conversions, as a type: written as "status [%d]"_fmt.
+template <FixedText Message>
+struct Format {
+};
+
+// Not consteval: clang 14 does not evaluate such a call inside a template, and then misses the function.
+template <FixedText Message>
+constexpr Format<Message> operator""_fmt()
+{
+    return {};
+}
+
+namespace detail {
+
+template <class Arg>
+consteval bool converts_as(char conversion)
+{
+    switch (conversion) {
+    case 'd': return std::is_same_v<Arg, int>;
+    case 'u': return std::is_same_v<Arg, unsigned>;
+    case 'x': return std::is_same_v<Arg, unsigned> || std::is_same_v<Arg, int>;
+    case 's': return std::is_same_v<Arg, const char *> || std::is_same_v<Arg, char *>;
+    case 'p': return std::is_pointer_v<Arg>;
+    default: return false;
+    }
+}
+
+/// Whether the message has one conversion per argument, each fit for its type.
+template <FixedText Message, class... Args>
+consteval bool takes()
+{
+    [[maybe_unused]] char conversions[Message.length() + 1]{};
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < Message.length(); ++i) {
+        if (Message.text[i] != '%')
+            continue;
+        if (Message.text[++i] != '%')
+            conversions[count++] = Message.text[i];
+    }
+    std::size_t next = 0;
+    return count == sizeof...(Args) && (converts_as<Args>(conversions[next++]) && ...);
+}
+
+} // namespace detail
+
+enum class Priority { info = 4, warning = 5, error = 6 };
+
+/// One line about to be written. The format that reaches the platform is put together by the compiler, so that a line
+/// below the log level costs one call and no formatting. A source says tag, prefix, suffix and the prefix's arguments.
+template <class Source>
+class LogLine {
+public:
+    constexpr LogLine(Priority priority, Caller caller) : priority_(priority), caller_(caller) {}
+
+    template <FixedText Message, class... Args>
+    void operator()(Format<Message>, Args... args) const
+    {
+        static_assert(detail::takes<Message, Args...>(), "the arguments do not fit the conversions of the message");
+        Source::template print<Message>(static_cast<int>(priority_), caller_, args...);
+    }
+
+private:
+    Priority priority_;
+    Caller caller_;
+};
+
+template <class Source>
+struct Logger {
+    static constexpr LogLine<Source> info(Caller caller = Caller::here()) { return {Priority::info, caller}; }
+    static constexpr LogLine<Source> warning(Caller caller = Caller::here()) { return {Priority::warning, caller}; }
+    static constexpr LogLine<Source> error(Caller caller = Caller::here()) { return {Priority::error, caller}; }
+};
+
+} // namespace kv

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <app_event.h>
+#include <package_info.h>
+
+#include <glib.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+namespace kv {
+
+/// Text from malloc, or none.
+class CText {
+public:
+    CText() = default;
+    explicit CText(char *text) : text_(text) {}
+    CText(CText &&other) noexcept : text_(other.release()) {}
+    CText &operator=(CText &&other) noexcept
+    {
+        reset(other.release());
+        return *this;
+    }
+    ~CText() { free(text_); }
+
+    /// Empty when there was no memory; copying no text gives no text.
+    static CText copy(const char *text) { return CText{text ? strdup(text) : nullptr}; }
+
+    char *get() const { return text_; }
+    explicit operator bool() const { return text_ != nullptr; }
+    char *release() { return std::exchange(text_, nullptr); }
+    void reset(char *text = nullptr) { free(std::exchange(text_, text)); }
+    /// For functions that hand out text through an argument. What was held is freed.
+    char **out()
+    {
+        reset();
+        return &text_;
+    }
+
+private:
+    char *text_ = nullptr;
+};
+
+class PackageInfo {
+public:
+    PackageInfo() = default;
+    PackageInfo(const PackageInfo &) = delete;
+    PackageInfo &operator=(const PackageInfo &) = delete;
+    ~PackageInfo()
+    {
+        if (info_)
+            package_info_destroy(info_);
+    }
+
+    package_info_h get() const { return info_; }
+    package_info_h *out() { return &info_; }
+
+private:
+    package_info_h info_ = nullptr;
+};
+
+class EventHandler {
+public:
+    EventHandler() = default;
+    EventHandler(const EventHandler &) = delete;
+    EventHandler &operator=(const EventHandler &) = delete;
+    ~EventHandler() { remove(); }
+
+    int add(const char *event, event_cb callback, void *data)
+    {
+        remove();
+        event_handler_h handler = nullptr;
+        int err = event_add_event_handler(event, callback, data, &handler);
+        if (err == 0)
+            handler_ = handler;
+        return err;
+    }
+    void remove()
+    {
+        if (event_handler_h handler = std::exchange(handler_, nullptr))
+            event_remove_event_handler(handler);
+    }
+
+private:
+    event_handler_h handler_ = nullptr;
+};
+
+/// One idle source of the main context that was the thread's default when this object was made. It must not outlive what
+/// it calls.
+class IdleSource {
+public:
+    IdleSource() : context_(g_main_context_get_thread_default())
+    {
+        if (context_)
+            g_main_context_ref(context_);
+    }
+    IdleSource(const IdleSource &) = delete;
+    IdleSource &operator=(const IdleSource &) = delete;
+    ~IdleSource()
+    {
+        remove();
+        if (context_)
+            g_main_context_unref(context_);
+    }
+
+    bool pending() const { return id_ != 0; }
+
+    void add(GSourceFunc run, void *data)
+    {
+        if (!context_) {
+            id_ = g_idle_add_full(G_PRIORITY_DEFAULT, run, data, nullptr);
+            return;
+        }
+        GSource *source = g_idle_source_new();
+        g_source_set_priority(source, G_PRIORITY_DEFAULT);
+        g_source_set_callback(source, run, data, nullptr);
+        id_ = g_source_attach(source, context_);
+        g_source_unref(source);
+    }
+
+    /// The source is running and removes itself.
+    void ran() { id_ = 0; }
+
+    void remove()
+    {
+        unsigned id = std::exchange(id_, 0U);
+        if (id == 0)
+            return;
+        if (!context_) {
+            g_source_remove(id);
+            return;
+        }
+        if (GSource *source = g_main_context_find_source_by_id(context_, id))
+            g_source_destroy(source);
+    }
+
+private:
+    GMainContext *context_; // NULL is the global default one
+    unsigned id_ = 0;
+};
+
+} // namespace kv

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "common/preamble.hpp"
+
+#include "common/agent_state.hpp"
+
+namespace kv {
+
+Preamble &Preamble::agent_present(int minimum_version)
+{
+    if (!passed())
+        return *this;
+
+    if (agent.support == AgentState::unknown)
+        agent.determine_support();
+    if (!require(agent.support != AgentState::absent, KORVANE_ERROR_NOT_SUPPORTED, "Not Supported"_fmt).passed())
+        return *this;
+
+    // An agent whose version cannot be read counts as 0: it passes where every agent would, and nowhere else.
+    return require(agent.current_version() >= minimum_version, KORVANE_ERROR_AGENT_VERSION_LOWER,
+                   "agent version is lower!!"_fmt);
+}
+
+Preamble &Preamble::agent_not_installing()
+{
+    return require(agent.update != AgentState::installing, KORVANE_ERROR_SERVICE_UNAVAILABLE,
+                   "Agent is being installing"_fmt);
+}
+
+} // namespace kv

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+namespace kv::host {
+
+/// The bus library, loaded when the first event is asked for: programs that handle none do not carry it.
+struct BusLibrary {
+    decltype(&sd_bus_new) bus_new;
+    decltype(&sd_bus_open_user) open_user;
+    decltype(&sd_bus_open_system) open_system;
+    decltype(&sd_bus_set_address) set_address;
+    decltype(&sd_bus_set_bus_client) set_bus_client;
+    decltype(&sd_bus_set_method_call_timeout) set_method_call_timeout;
+    decltype(&sd_bus_start) start;
+    decltype(&sd_bus_is_open) is_open;
+    decltype(&sd_bus_close) close;
+    decltype(&sd_bus_unref) unref;
+    decltype(&sd_bus_get_fd) get_fd;
+    decltype(&sd_bus_get_events) get_events;
+    decltype(&sd_bus_get_timeout) get_timeout;
+    decltype(&sd_bus_process) process;
+    decltype(&sd_bus_send) send;
+    decltype(&sd_bus_call_method) call_method;
+    decltype(&sd_bus_match_signal_async) match_signal_async;
+    decltype(&sd_bus_slot_unref) slot_unref;
+    decltype(&sd_bus_error_free) error_free;
+    decltype(&sd_bus_interface_name_is_valid) interface_name_is_valid;
+    decltype(&sd_bus_member_name_is_valid) member_name_is_valid;
+    decltype(&sd_bus_message_new_signal) message_new_signal;
+    decltype(&sd_bus_message_unref) message_unref;
+    decltype(&sd_bus_message_get_error) message_get_error;
+    decltype(&sd_bus_message_has_signature) message_has_signature;
+    decltype(&sd_bus_message_open_container) message_open_container;
+    decltype(&sd_bus_message_close_container) message_close_container;
+    decltype(&sd_bus_message_append_basic) message_append_basic;
+    decltype(&sd_bus_message_append_array) message_append_array;
+    decltype(&sd_bus_message_enter_container) message_enter_container;
+    decltype(&sd_bus_message_exit_container) message_exit_container;
+    decltype(&sd_bus_message_peek_type) message_peek_type;
+    decltype(&sd_bus_message_read_basic) message_read_basic;
+    decltype(&sd_bus_message_read_array) message_read_array;
+    decltype(&sd_bus_message_skip) message_skip;
+};
+
+/// NULL, with an error line, when the library is not there or too old.
+const BusLibrary *bus_library();
+
+/// A connection to the bus that KORVANE_BUS names, on its way up: "session" (the default), "system" or an address.
+/// 0 or a negative errno with an error line.
+int open_bus(const BusLibrary &library, sd_bus **bus);
+
+/// An event's name taken apart at its last dot: "a.b.C.Member" is a member of the interface "a.b.C".
+struct EventName {
+    char interface[256];
+    const char *member; ///< in the name that it was read from
+};
+
+/// 0, or -EINVAL with an error line.
+int read_event_name(const BusLibrary &library, const char *name, EventName *parts);
+
+} // namespace kv::host

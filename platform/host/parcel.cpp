@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How values lie in a parcel: numbers little-endian, a bool one byte, a string its length and its bytes without an
+// end mark, an array its count and then its elements, a structured value its fields and nothing of its own.
+#include "parcel.hpp"
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
+#include "rpc_port.h"
+#include "rpc_port_stub.h"
+
+using namespace kv::host;
+
+namespace {
+
+// Where the next n bytes go; nullptr when there is no room to be had.
+uint8_t *append(Parcel *parcel, size_t size)
+{
+    if (parcel->capacity - parcel->end < size) [[unlikely]]
+        if (!grow_parcel(parcel, size))
+            return nullptr;
+    uint8_t *place = parcel->bytes + parcel->end;
+    parcel->end += size;
+    return place;
+}
+
+size_t remaining(const Parcel *parcel)
+{
+    return parcel->end - parcel->position;
+}
+
+// After a write that failed nothing more goes in: a parcel with a hole must never look whole.
+bool writable(const Parcel *parcel)
+{
+    return parcel && parcel->failure == 0;
+}
+
+int refusal(const Parcel *parcel)
+{
+    return parcel ? parcel->failure : -EINVAL;
+}
+
+} // namespace
+
+extern "C" {
+
+int rpc_port_parcel_create(rpc_port_parcel_h *out)
+{
+    if (!out)
+        return -EINVAL;
+    Parcel *parcel = take_parcel();
+    if (!parcel)
+        return -ENOMEM;
+    *out = parcel;
+    return 0;
+}
+
+int rpc_port_parcel_destroy(rpc_port_parcel_h handle)
+{
+    if (!handle)
+        return -EINVAL;
+    release_parcel(static_cast<Parcel *>(handle));
+    return 0;
+}
+
+int rpc_port_parcel_write_int32(rpc_port_parcel_h handle, int value)
+{
+    auto *parcel = static_cast<Parcel *>(handle);
+    if (!writable(parcel))
+        return refusal(parcel);
+    uint8_t *place = append(parcel, 4);
+    if (!place)
+        return parcel->failure;
+    store_u32(place, static_cast<uint32_t>(value));
+    return 0;
+}
+
+int rpc_port_parcel_write_bool(rpc_port_parcel_h handle, bool value)
+{
+    auto *parcel = static_cast<Parcel *>(handle);
+    if (!writable(parcel))
+        return refusal(parcel);
+    uint8_t *place = append(parcel, 1);
+    if (!place)
+        return parcel->failure;
+    *place = value ? 1 : 0;
+    return 0;
+}
+
+int rpc_port_parcel_write_string(rpc_port_parcel_h handle, const char *value)
+{
+    auto *parcel = static_cast<Parcel *>(handle);
+    if (!writable(parcel))
+        return refusal(parcel);
+    const size_t length = value ? strlen(value) : 0;
+    if (length > payload_limit) {
+        parcel->failure = -EMSGSIZE;
+        return parcel->failure;
+    }
+    uint8_t *place = append(parcel, 4 + length);
+    if (!place)
+        return parcel->failure;
+    store_u32(place, static_cast<uint32_t>(length));
+    if (length > 0)
+        memcpy(place + 4, value, length);
+    return 0;
+}
+
+int rpc_port_parcel_write_array_count(rpc_port_parcel_h handle, int count)
+{
+    return rpc_port_parcel_write_int32(handle, count);
+}
+
+int rpc_port_parcel_write(rpc_port_parcel_h handle, rpc_port_parcelable_t *parcelable, void *data)
+{
+    if (!handle || !parcelable || !parcelable->to)
+        return -EINVAL;
+    parcelable->to(handle, data);
+    return static_cast<Parcel *>(handle)->failure;
+}
+
+int rpc_port_parcel_read_int32(rpc_port_parcel_h handle, int *value)
+{
+    auto *parcel = static_cast<Parcel *>(handle);
+    if (!parcel || !value)
+        return -EINVAL;
+    if (remaining(parcel) < 4)
+        return -ENODATA;
+    *value = static_cast<int>(load_u32(parcel->bytes + parcel->position));
+    parcel->position += 4;
+    return 0;
+}
+
+int rpc_port_parcel_read_bool(rpc_port_parcel_h handle, bool *value)
+{
+    auto *parcel = static_cast<Parcel *>(handle);
+    if (!parcel || !value)
+        return -EINVAL;
+    if (remaining(parcel) < 1)
+        return -ENODATA;
+    const uint8_t byte = parcel->bytes[parcel->position];
+    if (byte > 1)
+        return -EBADMSG;
+    *value = byte == 1;
+    parcel->position += 1;
+    return 0;
+}
+
+int rpc_port_parcel_read_string(rpc_port_parcel_h handle, char **value)
+{
+    auto *parcel = static_cast<Parcel *>(handle);
+    if (!parcel || !value)
+        return -EINVAL;
+    if (remaining(parcel) < 4)
+        return -ENODATA;
+    const size_t length = load_u32(parcel->bytes + parcel->position);
+    if (length > remaining(parcel) - 4)
+        return -ENODATA;
+    const uint8_t *bytes = parcel->bytes + parcel->position + 4;
+    if (length > 0 && memchr(bytes, 0, length))
+        return -EBADMSG; // as a C string it would silently be a shorter one
+    auto *text = static_cast<char *>(malloc(length + 1));
+    if (!text)
+        return -ENOMEM;
+    memcpy(text, bytes, length);
+    text[length] = '\0';
+    *value = text;
+    parcel->position += 4 + length;
+    return 0;
+}
+
+int rpc_port_parcel_read_array_count(rpc_port_parcel_h handle, int *count)
+{
+    auto *parcel = static_cast<Parcel *>(handle);
+    if (!parcel || !count)
+        return -EINVAL;
+    if (remaining(parcel) < 4)
+        return -ENODATA;
+    const uint32_t value = load_u32(parcel->bytes + parcel->position);
+    // No element is shorter than a byte. A negative count is a huge one here.
+    if (value > remaining(parcel) - 4)
+        return -EBADMSG;
+    *count = static_cast<int>(value);
+    parcel->position += 4;
+    return 0;
+}
+
+int rpc_port_parcel_read(rpc_port_parcel_h handle, rpc_port_parcelable_t *parcelable, void *data)
+{
+    if (!handle || !parcelable || !parcelable->from)
+        return -EINVAL;
+    parcelable->from(handle, data);
+    return 0;
+}
+
+int rpc_port_parcel_get_raw(rpc_port_parcel_h handle, const void **bytes, size_t *size)
+{
+    const auto *parcel = static_cast<Parcel *>(handle);
+    if (!parcel || !bytes || !size)
+        return -EINVAL;
+    *bytes = parcel->bytes + frame_header;
+    *size = parcel->end - frame_header;
+    return 0;
+}
+
+int rpc_port_parcel_create_from_raw(rpc_port_parcel_h *out, const void *bytes, size_t size)
+{
+    if (!out || (!bytes && size > 0))
+        return -EINVAL;
+    if (size > payload_limit)
+        return -EMSGSIZE;
+    Parcel *parcel = take_parcel();
+    if (!parcel)
+        return -ENOMEM;
+    uint8_t *place = append(parcel, size);
+    if (!place) {
+        release_parcel(parcel);
+        return -ENOMEM;
+    }
+    if (size > 0)
+        memcpy(place, bytes, size);
+    *out = parcel;
+    return 0;
+}
+
+int rpc_port_parcel_rewind(rpc_port_parcel_h handle)
+{
+    if (!handle)
+        return -EINVAL;
+    static_cast<Parcel *>(handle)->position = frame_header;
+    return 0;
+}
+
+} // extern "C"

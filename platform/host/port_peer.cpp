@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "port_peer.hpp"
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "runtime_dir.hpp"
+
+namespace kv::host {
+
+int read_credentials(int descriptor, PeerCredentials *peer)
+{
+    ucred credentials;
+    socklen_t size = sizeof credentials;
+    if (getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0)
+        return -errno;
+    *peer = {credentials.pid, credentials.uid, credentials.gid};
+    return 0;
+}
+
+bool is_own_or_root(const PeerCredentials &peer)
+{
+    return peer.uid == geteuid() || peer.uid == 0;
+}
+
+bool is_member(int descriptor, const PeerCredentials &peer, gid_t group)
+{
+    if (group == no_group)
+        return false;
+    if (peer.gid == group)
+        return true;
+    // The kernel says how much room the list needs when there is too little.
+    socklen_t size = 0;
+    if (getsockopt(descriptor, SOL_SOCKET, SO_PEERGROUPS, nullptr, &size) == 0 || errno != ERANGE || size == 0)
+        return false;
+    auto *groups = static_cast<gid_t *>(malloc(size));
+    if (!groups)
+        return false;
+    bool found = false;
+    if (getsockopt(descriptor, SOL_SOCKET, SO_PEERGROUPS, groups, &size) == 0)
+        for (size_t i = 0; i < size / sizeof(gid_t) && !found; i++)
+            found = groups[i] == group;
+    free(groups);
+    return found;
+}
+
+} // namespace kv::host

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "common/agent_state.hpp"
+#include "common/preamble.hpp"
+
+#include "handle.hpp"
+
+#include <last_result.h>
+
+#include <utility>
+
+/// How exported functions begin. Which type a function uses says what it may do: one that does not ask the agent has no
+/// update gate and nothing to invoke with.
+namespace kv::api {
+
+/// A function over an object of the application's: a list, a record, data of an event.
+class LocalCall : public Preamble {
+public:
+    LocalCall(const void *handle, int minimum_version, Caller caller = Caller::here()) : Preamble(caller)
+    {
+        agent_present(minimum_version).require_handle(handle);
+    }
+};
+
+/// A function over the library's handle that does not ask the agent.
+class HandleCall : public Preamble {
+public:
+    HandleCall(korvane_h handle, int minimum_version, Caller caller = Caller::here());
+};
+
+/// A function that asks the agent.
+class AgentCall : public HandleCall {
+public:
+    AgentCall(korvane_h handle, int minimum_version, Caller caller = Caller::here())
+        : HandleCall(handle, minimum_version, caller), handle_(handle)
+    {
+    }
+
+    template <class... Check>
+    AgentCall &require(bool holds, Check... code_and_reason)
+    {
+        Preamble::require(holds, code_and_reason...);
+        return *this;
+    }
+
+    /// After the function's own checks: whether the agent may be asked.
+    bool ready() { return agent_not_installing().passed(); }
+
+    /// Calls a method of the agent and maps what became of it to a result code.
+    template <class... Params, class... Args>
+    int invoke(int (*method)(rpc_port_proxy_kv_master_h, Params...), Args &&...args)
+    {
+        set_last_result(0);
+        const int err = method(handle_->proxy, std::forward<Args>(args)...);
+        return err == 0 ? KORVANE_ERROR_NONE : fail(err, get_last_result());
+    }
+
+    korvane_h handle() const { return handle_; }
+
+private:
+    int fail(int err, int last_result);
+    void schedule_io_error_notice();
+
+    korvane_h handle_;
+};
+
+} // namespace kv::api

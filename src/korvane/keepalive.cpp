@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "methods.hpp"
+#include "record_list.hpp"
+#include "registration.hpp"
+
+using namespace kv;
+using namespace kv::api;
+
+namespace {
+
+// What the two tables of numbers differ in: the argument, the record of one number, the array of them, the method.
+
+struct Intervals {
+    using Array = master::keepalive_info_array;
+    static constexpr FixedText argument{"interval_array"};
+    static constexpr FixedText record{"korvane_keepalive_info"};
+    static constexpr auto create_record = rpc_port_korvane_keepalive_info_create;
+    static constexpr auto set_number = rpc_port_korvane_keepalive_info_set_interval;
+    static constexpr auto create_array = rpc_port_array_korvane_keepalive_info_create;
+    static constexpr auto set_items = rpc_port_array_korvane_keepalive_info_set_array_korvane_keepalive_infos;
+    static constexpr auto method = rpc_port_proxy_kv_master_invoke_set_keepalive_intervals;
+};
+
+struct Indexes {
+    using Array = master::keepalive_index_info_array;
+    static constexpr FixedText argument{"index_array"};
+    static constexpr FixedText record{"korvane_keepalive_index_info"};
+    static constexpr auto create_record = rpc_port_korvane_keepalive_index_info_create;
+    static constexpr auto set_number = rpc_port_korvane_keepalive_index_info_set_index;
+    static constexpr auto create_array = rpc_port_array_korvane_keepalive_index_info_create;
+    static constexpr auto set_items =
+        rpc_port_array_korvane_keepalive_index_info_set_array_korvane_keepalive_index_infos;
+    static constexpr auto method = rpc_port_proxy_kv_master_invoke_select_keepalive_intervals;
+};
+
+template <class Table>
+bool fill(AgentCall &call, RecordList<typename Table::Array> &records, const int *numbers, int count)
+{
+    if (!append_records(records, count, Table::create_record)) {
+        proxy::log::error(call.caller())(Format<concat<"Failed to create ", Table::record, " handle">>{});
+        return call.require(false, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed();
+    }
+    for (int i = 0; i < count; ++i)
+        Table::set_number(records.items[i], numbers[i]);
+    return true;
+}
+
+template <class Table>
+int send_numbers(Caller caller, korvane_h handle, const int *numbers, int count)
+{
+    AgentCall call{handle, since(1, 3), caller};
+    call.require(numbers && count > 0, Format<concat<"Invalid param : ", Table::argument, "=[%p], count=[%d]">>{},
+                 numbers, count);
+    if (!call.ready())
+        return call.result();
+
+    log::info(caller)("count [%d]"_fmt, count);
+    RecordList<typename Table::Array> records;
+    if (!fill<Table>(call, records, numbers, count))
+        return call.result();
+    RecordList<typename Table::Array> *created = nullptr;
+    Table::create_array(&created);
+    proxy::Owned<RecordList<typename Table::Array>> array{created};
+    if (!call.require(bool(array), KORVANE_ERROR_OUT_OF_MEMORY,
+                      Format<concat<"rpc_port_array_", Table::record, "_create() failed">>{})
+             .passed())
+        return call.result();
+    if (!call.require(Table::set_items(array.get(), records.items, count) == 0, KORVANE_ERROR_OUT_OF_MEMORY,
+                      Format<concat<"rpc_port_array_", Table::record, "_set_array_", Table::record, "s() failed">>{})
+             .passed())
+        return call.result();
+    records.clear();
+    return call.invoke(Table::method, array.get());
+}
+
+void _keepalive_result_cb(void *user_data, int result)
+{
+    log::info()("result [%d]"_fmt, result);
+    deliver(&korvane_s::keepalive_result, user_data, Caller::here(), result);
+}
+
+using KeepaliveResult =
+    Registration<&korvane_s::keepalive_result, since(1, 4), rpc_port_proxy_kv_master_invoke_set_keepalive_result_cb,
+                 rpc_port_proxy_kv_master_invoke_unset_keepalive_result_cb,
+                 Event<rpc_port_kv_master_keepalive_result_cb_create,
+                       rpc_port_proxy_kv_master_keepalive_result_cb_dispose, _keepalive_result_cb>>;
+
+} // namespace
+
+int korvane_set_keepalive_intervals(korvane_h handle, const int *interval_array, int count)
+{
+    return send_numbers<Intervals>(Caller::here(), handle, interval_array, count);
+}
+
+int korvane_select_keepalive_intervals(korvane_h handle, const int *index_array, int count)
+{
+    return send_numbers<Indexes>(Caller::here(), handle, index_array, count);
+}
+
+int korvane_send_keepalive(korvane_h handle)
+{
+    AgentCall call{handle, since(1, 3)};
+    if (!call.ready())
+        return call.result();
+
+    return call.invoke(rpc_port_proxy_kv_master_invoke_send_keepalive);
+}
+
+int korvane_send_presence(korvane_h handle, int state)
+{
+    AgentCall call{handle, since(1, 3)};
+    if (!call.ready())
+        return call.result();
+
+    log::info()("state [%d] (on: 0 / inactive: 1)"_fmt, state);
+    return call.invoke(rpc_port_proxy_kv_master_invoke_send_presence, state);
+}
+
+int korvane_set_keepalive_result_cb(korvane_h handle, korvane_keepalive_result_cb callback, void *user_data)
+{
+    return KeepaliveResult::set(Caller::here(), handle, user_data, callback);
+}
+
+int korvane_unset_keepalive_result_cb(korvane_h handle)
+{
+    return KeepaliveResult::unset(Caller::here(), handle);
+}

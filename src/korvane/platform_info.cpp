@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "json_members.hpp"
+#include "methods.hpp"
+#include "two_form_setter.hpp"
+
+using namespace kv;
+using namespace kv::api;
+
+struct korvane_platform_info_s : TwoForm<rpc_port_korvane_platform_info_s, since(1, 2)> {
+    using TwoForm::TwoForm;
+};
+
+namespace {
+
+using Text = TextField<korvane_platform_info_s>;
+
+constexpr Text model_number{"model_number", rpc_port_korvane_platform_info_set_model_number};
+constexpr Text platform_version{"p_ver", rpc_port_korvane_platform_info_set_platform_version};
+constexpr Text vendor_id{"vid"};
+constexpr Text manufacture_date{"mf_date"};
+constexpr Text firmware_version{"f_ver"};
+
+constexpr int device_itself = 0;
+
+} // namespace
+
+int korvane_platforminfo_create(korvane_platform_info_h *platform_info)
+{
+    LocalCall call{platform_info, since(1, 1)};
+    if (!call.passed())
+        return call.result();
+
+    return create_two_form(call, platform_info, rpc_port_korvane_platform_info_create,
+                           "rpc_port_korvane_platform_info_create");
+}
+
+int korvane_platforminfo_destroy(korvane_platform_info_h platform_info)
+{
+    LocalCall call{platform_info, since(1, 1)};
+    if (call.passed())
+        proxy::destroy(platform_info);
+    return call.result();
+}
+
+int korvane_platforminfo_set_model_number(korvane_platform_info_h platform_info, const char *value)
+{
+    return set_two_form_text<"model_number">(Caller::here(), platform_info, since(1, 1), model_number, value);
+}
+
+int korvane_platforminfo_set_platform_version(korvane_platform_info_h platform_info, const char *value)
+{
+    return set_two_form_text<"platform_version">(Caller::here(), platform_info, since(1, 1), platform_version, value);
+}
+
+int korvane_platforminfo_set_vendor_id(korvane_platform_info_h platform_info, const char *value)
+{
+    return set_two_form_text<"vid">(Caller::here(), platform_info, since(1, 2), vendor_id, value);
+}
+
+int korvane_platforminfo_set_manufacture_date(korvane_platform_info_h platform_info, const char *value)
+{
+    return set_two_form_text<"mf_date">(Caller::here(), platform_info, since(1, 4), manufacture_date, value);
+}
+
+int korvane_platforminfo_set_firmware_version(korvane_platform_info_h platform_info, const char *value)
+{
+    return set_two_form_text<"firmware_version">(Caller::here(), platform_info, since(1, 4), firmware_version, value);
+}
+
+int korvane_set_platform_info(korvane_h handle, korvane_platform_info_h platform_info)
+{
+    AgentCall call{handle, since(1, 1)};
+    call.require(platform_info != nullptr, "platform_info_h is NULL"_fmt);
+    if (!in_agents_form(call, platform_info) || !call.ready())
+        return call.result();
+
+    if (platform_info->form == Form::record)
+        return call.invoke(rpc_port_proxy_kv_master_invoke_set_platform_info, platform_info->record.get());
+    return invoke_with_json(call, rpc_port_proxy_kv_master_invoke_set_platform_info_with_device_no,
+                            platform_info->json.get(), device_itself);
+}
+
+int korvane_set_platform_info_with_device_no(korvane_h handle, korvane_platform_info_h platform_info, int device_no)
+{
+    // From this version on every handle of the right form is JSON.
+    AgentCall call{handle, since(1, 2)};
+    call.require(platform_info != nullptr, "platform_info_h is NULL"_fmt)
+        .require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no);
+    if (!in_agents_form(call, platform_info) || !call.ready())
+        return call.result();
+
+    return invoke_with_json(call, rpc_port_proxy_kv_master_invoke_set_platform_info_with_device_no,
+                            platform_info->json.get(), device_no);
+}

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "common/fixed_text.hpp"
+
+#include <string_view>
+
+/// The words in which an RPC interface is described. A description is types only: nothing here stores or does anything.
+/// Each element has a name, which decoders and documentation show.
+namespace kv::describe {
+
+template <FixedText Name>
+struct Named {
+    static constexpr const char *name = Name.text;
+    static constexpr auto text = Name;
+};
+
+// Elements: one value on the wire.
+
+template <FixedText Name>
+struct Int32 : Named<Name> {
+};
+
+template <FixedText Name>
+struct Bool : Named<Name> {
+};
+
+template <FixedText Name>
+struct String : Named<Name> {
+};
+
+/// A string that no log, journal or trace shows: a password, a PIN, a token, a key, or a document that holds one.
+template <FixedText Name>
+struct Secret : String<Name> {
+};
+
+template <class RecordDescription, FixedText Name>
+struct Rec : Named<Name> {
+    using record = RecordDescription;
+};
+
+template <class ArrayDescription, FixedText Name>
+struct Arr : Named<Name> {
+    using array = ArrayDescription;
+};
+
+/// A callback that goes with a request: type, sequence number, and whether it serves once.
+template <class DelegateDescription>
+struct Callback : Named<DelegateDescription::text> {
+    using delegate = DelegateDescription;
+};
+
+// Lists of elements, and of descriptions.
+
+template <class... Descriptions>
+struct List {
+    static constexpr int count = sizeof...(Descriptions);
+};
+
+template <class... Elements>
+struct In {
+    static constexpr int count = sizeof...(Elements);
+};
+
+template <class... Elements>
+struct Out {
+    static constexpr int count = sizeof...(Elements);
+};
+
+/// The lowest agent version that knows the thing: 1000 x major + minor, as gates compare it.
+template <int Major, int Minor>
+struct Since {
+    static constexpr int version = 1000 * Major + Minor;
+};
+
+/// A request and its reply. Every reply ends with the agent's int32 result, which is not among the outs.
+template <int Id, FixedText Name, class Lowest, class Ins = In<>, class Outs = Out<>>
+struct Method : Named<Name> {
+    static constexpr int id = Id;
+    static constexpr int since = Lowest::version;
+    using in = Ins;
+    using out = Outs;
+};
+
+/// An event: what the agent sends for a delegate of this type.
+template <int Id, FixedText Name, class... Elements>
+struct Delegate : Named<Name> {
+    static constexpr int id = Id;
+    using values = In<Elements...>;
+};
+
+/// One field of a record: the element and the member of the C++ struct that holds it.
+template <class Element, auto Member>
+struct Field {
+    using element = Element;
+    static constexpr auto member = Member;
+};
+
+/// A structured value: its C++ struct and its fields in wire order.
+template <FixedText Name, class Struct, class... Fields>
+struct Record : Named<Name> {
+    using type = Struct;
+    using fields = List<Fields...>;
+};
+
+template <FixedText Name, class RecordDescription>
+struct RecordArray : Named<Name> {
+    using record = RecordDescription;
+};
+
+template <FixedText Name>
+struct IntArray : Named<Name> {
+};
+
+// Checks of a whole list.
+
+template <class... D>
+consteval bool ids_ascend(List<D...>)
+{
+    int last = -1;
+    bool ascend = true;
+    ((ascend = ascend && D::id > last, last = D::id), ...);
+    return ascend;
+}
+
+template <class... D>
+consteval bool names_are_unique(List<D...>)
+{
+    const std::string_view names[] = {D::name...};
+    for (unsigned i = 0; i < sizeof...(D); ++i)
+        for (unsigned j = i + 1; j < sizeof...(D); ++j)
+            if (names[i] == names[j])
+                return false;
+    return true;
+}
+
+/// Calls visit.template operator()<D>() for every description of the list, in its order.
+template <class... D, class Visitor>
+constexpr void for_each(List<D...>, Visitor &&visit)
+{
+    (visit.template operator()<D>(), ...);
+}
+
+} // namespace kv::describe

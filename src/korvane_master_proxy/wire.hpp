@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "describe.hpp"
+#include "log.hpp"
+#include "record_types.hpp"
+
+#include <rpc_port.h>
+
+#include <cstdlib>
+#include <new>
+
+/// How described values go into parcels and come out of them.
+namespace kv::proxy {
+
+/// A zero-filled object from malloc's memory, or none. Everything of this layer that has a handle is made so.
+template <class T>
+T *make_zeroed()
+{
+    void *memory = calloc(1, sizeof(T));
+    return memory ? new (memory) T{} : nullptr;
+}
+
+template <class T>
+void destroy(T *object)
+{
+    object->~T();
+    free(object);
+}
+
+/// What an element is in C++: Arg when it is sent, Held while it is read, View when it is shown to a callback.
+template <class Element>
+struct Wire;
+
+template <FixedText Name>
+struct Wire<describe::Int32<Name>> {
+    using Arg = int;
+    using Held = int;
+    using View = int;
+
+    static bool valid(int) { return true; }
+    static bool write(rpc_port_parcel_h parcel, int value) { return rpc_port_parcel_write_int32(parcel, value) == 0; }
+    static bool read(rpc_port_parcel_h parcel, int &value) { return rpc_port_parcel_read_int32(parcel, &value) == 0; }
+    static int view(int held) { return held; }
+    static int release(int held) { return held; }
+};
+
+template <FixedText Name>
+struct Wire<describe::Bool<Name>> {
+    using Arg = bool;
+    using Held = bool;
+    using View = bool;
+
+    static bool valid(bool) { return true; }
+    static bool write(rpc_port_parcel_h parcel, bool value) { return rpc_port_parcel_write_bool(parcel, value) == 0; }
+    static bool read(rpc_port_parcel_h parcel, bool &value) { return rpc_port_parcel_read_bool(parcel, &value) == 0; }
+    static bool view(bool held) { return held; }
+    static bool release(bool held) { return held; }
+};
+
+template <FixedText Name>
+struct Wire<describe::String<Name>> {
+    using Arg = const char *;
+    using Held = CText;
+    using View = const char *;
+    using Released = char *;
+
+    // No text crosses as the empty text.
+    static bool valid(const char *) { return true; }
+    static bool write(rpc_port_parcel_h parcel, const char *value)
+    {
+        return rpc_port_parcel_write_string(parcel, value ? value : "") == 0;
+    }
+    static bool write(rpc_port_parcel_h parcel, const CText &value) { return write(parcel, value.get()); }
+    static bool read(rpc_port_parcel_h parcel, CText &value)
+    {
+        return rpc_port_parcel_read_string(parcel, value.out()) == 0;
+    }
+    static const char *view(const CText &held) { return held.get(); }
+    static char *release(CText &held) { return held.release(); }
+};
+
+template <FixedText Name>
+struct Wire<describe::Secret<Name>> : Wire<describe::String<Name>> {
+};
+
+inline bool write_parcelable(rpc_port_parcel_h parcel, Parcelable *value)
+{
+    return rpc_port_parcel_write(parcel, &value->functions, value) == 0 && value->complete;
+}
+
+inline bool read_parcelable(rpc_port_parcel_h parcel, Parcelable *value)
+{
+    return rpc_port_parcel_read(parcel, &value->functions, value) == 0 && value->complete;
+}
+
+/// Writer and reader of one record type.
+template <class R>
+struct RecordCodec {
+    using Type = typename R::type;
+
+    static void to(rpc_port_parcel_h parcel, void *data)
+    {
+        if (!parcel || !data) {
+            log::error({concat<"__", R::text, "_to">.text, __LINE__})("Invalid parameter"_fmt);
+            return;
+        }
+        auto &record = *static_cast<Type *>(data);
+        record.complete = true;
+        describe::for_each(typename R::fields{}, [&]<class F>() {
+            record.complete = record.complete && Wire<typename F::element>::write(parcel, record.*F::member);
+        });
+    }
+
+    static void from(rpc_port_parcel_h parcel, void *data)
+    {
+        if (!parcel || !data) {
+            log::error({concat<"__", R::text, "_from">.text, __LINE__})("Invalid parameter"_fmt);
+            return;
+        }
+        auto &record = *static_cast<Type *>(data);
+        record.complete = true;
+        describe::for_each(typename R::fields{}, [&]<class F>() {
+            record.complete = record.complete && Wire<typename F::element>::read(parcel, record.*F::member);
+        });
+    }
+
+    static Type *create()
+    {
+        auto *record = make_zeroed<Type>();
+        if (record)
+            record->functions = {to, from};
+        else
+            log::error({concat<"rpc_port_", R::text, "_create">.text, __LINE__})("Out of memory"_fmt);
+        return record;
+    }
+};
+
+/// Owns a value that is destroyed with destroy().
+template <class T>
+class Owned {
+public:
+    Owned() = default;
+    explicit Owned(T *object) : object_(object) {}
+    Owned(Owned &&other) noexcept : object_(other.release()) {}
+    Owned &operator=(Owned &&other) noexcept
+    {
+        reset(other.release());
+        return *this;
+    }
+    ~Owned() { reset(); }
+
+    T *get() const { return object_; }
+    T *operator->() const { return object_; }
+    explicit operator bool() const { return object_ != nullptr; }
+    T *release() { return std::exchange(object_, nullptr); }
+    void reset(T *object = nullptr)
+    {
+        if (T *old = std::exchange(object_, object))
+            destroy(old);
+    }
+
+private:
+    T *object_ = nullptr;
+};
+
+template <class R, FixedText Name>
+struct Wire<describe::Rec<R, Name>> {
+    using Arg = typename R::type *;
+    using Held = Owned<typename R::type>;
+    using View = typename R::type *;
+
+    static bool valid(Arg record) { return record != nullptr; }
+    static bool write(rpc_port_parcel_h parcel, Arg record) { return write_parcelable(parcel, record); }
+    static bool read(rpc_port_parcel_h parcel, Held &record)
+    {
+        record.reset(RecordCodec<R>::create());
+        return record && read_parcelable(parcel, record.get());
+    }
+    static View view(const Held &held) { return held.get(); }
+};
+
+} // namespace kv::proxy

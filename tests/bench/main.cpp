@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+// korvane-bench [--stub] [calls|counts|start ...]
+// Without arguments: everything, ours served by the virtual agent. --stub: by the platform's serving side alone.
+
+#include "counts.hpp"
+#include "round_trip.hpp"
+#include "start.hpp"
+
+#include <cstdio>
+#include <exception>
+#include <set>
+#include <string>
+
+int main(int argc, char **argv)
+{
+    using namespace bench;
+    AgentKind agent = has_virtual_agent() ? AgentKind::virtual_agent : AgentKind::stub;
+    std::set<std::string> wanted;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if (word == "--stub") {
+            agent = AgentKind::stub;
+        } else if (word == "calls" || word == "counts" || word == "start") {
+            wanted.insert(word);
+        } else {
+            fprintf(stderr, "usage: korvane-bench [--stub] [calls|counts|start ...]\n");
+            return 2;
+        }
+    }
+    const auto is_wanted = [&](const char *part) { return wanted.empty() || wanted.count(part) > 0; };
+
+    try {
+        const Setting setting;
+        Report report;
+        if (is_wanted("calls")) {
+            measure_round_trips(setting, agent, report);
+            measure_unwanted_log_line(report);
+        }
+        if (is_wanted("counts"))
+            measure_counts(setting, report);
+        if (is_wanted("start")) {
+            measure_start(setting, agent, report);
+            measure_size(setting, report);
+        }
+        report.close();
+        return 0;
+    } catch (const std::exception &e) {
+        fprintf(stderr, "korvane-bench: %s\n", e.what());
+        return 1;
+    }
+}

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "round_trip.hpp"
+
+#include "clients.hpp"
+
+#include "common/log.hpp"
+
+#include <chrono>
+
+namespace bench {
+
+namespace {
+
+using namespace kv;
+using Clock = std::chrono::steady_clock;
+
+constexpr int rounds = 41;
+constexpr int calls_per_round = 1000;
+
+constexpr double most_over_bare = 1.70;
+constexpr double most_over_bus = 0.75;
+
+/// Microseconds per call.
+double time_round(Client &client)
+{
+    const auto start = Clock::now();
+    for (int i = 0; i < calls_per_round; ++i)
+        client.call();
+    return std::chrono::duration<double, std::micro>(Clock::now() - start).count() / calls_per_round;
+}
+
+struct Peer {
+    const char *name;
+    const char *title;
+    std::unique_ptr<Client> client = nullptr;
+    std::vector<double> rounds = {};
+};
+
+std::string figures(const Peer &peer, const Peer &bare)
+{
+    return format("%7.2f us  %5.2f x bare", median(peer.rounds), median_ratio(peer.rounds, bare.rounds));
+}
+
+void measure_where_they_are(const Setting &setting, AgentKind agent, bool with_aims, Report &report)
+{
+    const std::unique_ptr<Child> servers[] = {setting.serve(peer::bare), setting.serve(peer::glib),
+                                              setting.serve(peer::sdbus), setting.serve(agent)};
+    Peer peers[] = {{peer::bare, "bare, blocking server"},
+                    {peer::glib, "bare, server in a GLib loop"},
+                    {peer::sdbus, "sd-bus, peer to peer"},
+                    {peer::proxy, "get_device_id through the proxy"},
+                    {peer::api, "korvane_start"}};
+    auto &[bare, glib, sdbus, proxy, api] = peers;
+    for (auto &peer : peers) {
+        peer.client = connect_to(peer.name, setting.folder());
+        time_round(*peer.client); // warms up
+    }
+    for (int round = 0; round < rounds; ++round)
+        for (auto &peer : peers)
+            peer.rounds.push_back(time_round(*peer.client));
+
+    for (auto *peer : {&bare, &glib, &sdbus})
+        report.row(peer->title, figures(*peer, bare));
+    for (auto *peer : {&proxy, &api}) {
+        if (!with_aims) {
+            report.row(peer->title, figures(*peer, bare));
+            continue;
+        }
+        const double over_bare = median_ratio(peer->rounds, bare.rounds);
+        const double over_bus = median_ratio(peer->rounds, sdbus.rounds);
+        report.row(peer->title, figures(*peer, bare), format("<= %.2f x bare", most_over_bare),
+                   over_bare <= most_over_bare);
+        report.row(format("%s, to sd-bus", peer->title), format("%22.2f x sd-bus", over_bus),
+                   format("<= %.2f x sd-bus", most_over_bus), over_bus <= most_over_bus);
+    }
+}
+
+} // namespace
+
+void measure_round_trips(const Setting &setting, AgentKind agent, Report &report)
+{
+    const bool with_agent = agent == AgentKind::virtual_agent;
+    {
+        const OnOneCpu pinned;
+        report.section(format("One call, client and servers on one CPU; ours served by %s",
+                              with_agent ? "the virtual agent" : "the stub side alone"));
+        measure_where_they_are(setting, agent, true, report);
+        if (with_agent) {
+            report.section("The same, ours served by the stub side alone: the difference is the agent's own");
+            measure_where_they_are(setting, AgentKind::stub, false, report);
+        }
+    }
+    report.section("The first, placed by the scheduler");
+    measure_where_they_are(setting, agent, false, report);
+}
+
+void measure_unwanted_log_line(Report &report)
+{
+    constexpr int lines = 5'000'000;
+    constexpr double most_ns = 20;
+    const OnOneCpu pinned;
+    const auto start = Clock::now();
+    for (int i = 0; i < lines; ++i)
+        kv::api::log::info()("status [%d]"_fmt, i);
+    const double ns = std::chrono::duration<double, std::nano>(Clock::now() - start).count() / lines;
+    report.section("Logging");
+    report.row("a line below the level", format("%7.2f ns", ns), format("<= %.0f ns", most_ns), ns <= most_ns);
+}
+
+} // namespace bench

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "setting.hpp"
+
+#include "common/agent_state.hpp"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+namespace bench {
+
+namespace {
+
+// The newest agent there is: the library uses all it has.
+constexpr const char *agent_version = "2.3";
+
+std::unique_ptr<Child> started(std::unique_ptr<Child> server)
+{
+    server->read_line();
+    return server;
+}
+
+} // namespace
+
+Setting::Setting()
+{
+    const std::string runtime = folder() + "/run";
+    const std::string packages = folder() + "/packages";
+    std::filesystem::create_directory(packages);
+    std::filesystem::create_directory(runtime);
+    std::filesystem::permissions(runtime, std::filesystem::perms::owner_all);
+    std::ofstream(packages + "/" KORVANE_AGENT_APPID ".package") << "[Package]\nVersion=" << agent_version << ".0\n";
+    setenv("KORVANE_RUNTIME_DIR", runtime.c_str(), 1);
+    setenv("KORVANE_PACKAGE_DIR", packages.c_str(), 1);
+    unsetenv("KORVANE_LOG");
+}
+
+std::unique_ptr<Child> Setting::serve(const std::string &peer) const
+{
+    return started(std::make_unique<Child>(std::vector{program("korvane-bench-server"), peer, folder()}));
+}
+
+std::unique_ptr<Child> Setting::serve(AgentKind kind) const
+{
+    if (kind == AgentKind::stub)
+        return started(std::make_unique<Child>(std::vector{program("korvane-bench-server"), std::string("stub")}));
+    return started(std::make_unique<Child>(std::vector<std::string>{BENCH_AGENT, "--agent-version", agent_version}));
+}
+
+bool has_virtual_agent()
+{
+    return *BENCH_AGENT != '\0';
+}
+
+std::string program(const std::string &name)
+{
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
+}
+
+} // namespace bench

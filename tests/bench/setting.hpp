@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "process.hpp"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// Who serves the calls that go through the library.
+enum class AgentKind {
+    virtual_agent, ///< the agent of this tree
+    stub,          ///< the platform's serving side alone
+};
+
+/// A folder with an installed agent package and a runtime directory. Making it points this process's environment, and
+/// so that of every child, at it.
+class Setting {
+public:
+    Setting();
+
+    const std::string &folder() const { return folder_.path(); }
+    /// Starts the server of a bare or sd-bus peer and waits until it listens.
+    std::unique_ptr<Child> serve(const std::string &peer) const;
+    std::unique_ptr<Child> serve(AgentKind kind) const;
+
+private:
+    TemporaryFolder folder_;
+};
+
+/// Whether this build has a virtual agent to measure with.
+bool has_virtual_agent();
+
+/// A program of this folder of the build tree.
+std::string program(const std::string &name);
+
+} // namespace bench

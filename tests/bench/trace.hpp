@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace bench {
+
+struct SyscallCounts {
+    unsigned long sends = 0;
+    unsigned long receives = 0;
+    unsigned long others = 0;
+};
+
+struct TracedCalls {
+    SyscallCounts client;
+    SyscallCounts server;
+};
+
+/// Counts the system calls of korvane-bench-calls between its two stops, and those of its server meanwhile, a child too.
+/// The server stays traced and serves nobody afterwards. None when the system does not let processes be traced.
+std::optional<TracedCalls> trace(const std::vector<std::string> &client, pid_t server);
+
+} // namespace bench

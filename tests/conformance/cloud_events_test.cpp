@@ -1,0 +1,365 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "cloud_fixture.hpp"
+
+#include <functional>
+#include <utility>
+
+namespace kvtest {
+namespace {
+
+/// What the callbacks of a test were told; the user data of all of them.
+struct Seen {
+    std::vector<std::string> events;
+    std::vector<korvane_h> handles;
+    std::function<void()> inside; // what the application does in its callback
+};
+
+std::string shown(bool value)
+{
+    return value ? "true" : "false";
+}
+std::string shown(int value)
+{
+    return std::to_string(value);
+}
+std::string shown(const char *text)
+{
+    return text;
+}
+
+void note(korvane_h handle, void *user_data, const std::string &event)
+{
+    auto &seen = *static_cast<Seen *>(user_data);
+    seen.handles.push_back(handle);
+    seen.events.push_back(event);
+    if (auto inside = std::exchange(seen.inside, nullptr))
+        inside();
+}
+
+template <class Value>
+void on_value(korvane_h handle, Value value, void *user_data)
+{
+    note(handle, user_data, shown(value));
+}
+
+void on_number_and_text(korvane_h handle, int value, const char *text, void *user_data)
+{
+    note(handle, user_data, shown(value) + " " + text);
+}
+
+void on_list(korvane_h handle, const char *const *texts, int count, void *user_data)
+{
+    std::string whole = shown(count) + ":";
+    for (int i = 0; i < count; ++i)
+        whole += std::string(" ") + texts[i];
+    note(handle, user_data, whole);
+}
+
+template <class Callback, int (*Set)(korvane_h, Callback, void *), Callback callback>
+int set(korvane_h handle, bool with_callback, void *user_data)
+{
+    return Set(handle, with_callback ? callback : nullptr, user_data);
+}
+
+struct Pair {
+    std::string name;
+    int set_method;
+    int unset_method;
+    int delegate;
+    int (*set)(korvane_h handle, bool with_callback, void *user_data);
+    int (*unset)(korvane_h handle);
+    Bytes values;
+    std::string seen;
+    std::string line; // what the trampoline writes
+    std::string null_text = "callback is NULL";
+};
+
+std::ostream &operator<<(std::ostream &out, const Pair &pair)
+{
+    return out << pair.name;
+}
+
+const std::vector<Pair> pairs = {
+    {"signin_status_changed_cb", 89, 90, 23,
+     set<korvane_signin_status_changed_cb, korvane_set_signin_status_changed_cb, on_value<bool>>,
+     korvane_unset_signin_status_changed_cb, boolean(true), "true", "status [true]"},
+    {"signup_status_changed_cb", 86, 87, 22,
+     set<korvane_signup_status_changed_cb, korvane_set_signup_status_changed_cb, on_value<bool>>,
+     korvane_unset_signup_status_changed_cb, boolean(false), "false", "status [false]"},
+    {"tcp_session_disconnected_cb", 93, 94, 24,
+     set<korvane_tcp_session_disconnected_cb, korvane_set_tcp_session_disconnected_cb, on_value<int>>,
+     korvane_unset_tcp_session_disconnected_cb, i32(-110), "-110", "last_error_code [-110]"},
+    {"cloud_device_list_cb", 43, 44, 13, set<korvane_cloud_device_list_cb, korvane_set_cloud_device_list_cb, on_list>,
+     korvane_unset_cloud_device_list_cb, bytes(count(2), str("one"), str("two")), "2: one two", "count [2]",
+     "cloud_device_list_cb is NULL"},
+    {"nick_changed_cb", 71, 72, 19, set<korvane_nick_changed_cb, korvane_set_nick_changed_cb, on_number_and_text>,
+     korvane_unset_nick_changed_cb, bytes(i32(3), str("attic")), "3 attic", "device_no [3], nick [attic]"},
+    {"last_status_changed_cb", 73, 74, 20,
+     set<korvane_last_status_changed_cb, korvane_set_last_status_changed_cb, on_value<const char *>>,
+     korvane_unset_last_status_changed_cb, str("E4"), "E4", "last_status [E4]"},
+    {"keepalive_result_cb", 75, 76, 21,
+     set<korvane_keepalive_result_cb, korvane_set_keepalive_result_cb, on_value<int>>,
+     korvane_unset_keepalive_result_cb, i32(1), "1", "result [1]"},
+    {"diagnostics_cb", 106, 107, 31, set<korvane_diagnostics_cb, korvane_set_diagnostics_cb, on_number_and_text>,
+     korvane_unset_diagnostics_cb, bytes(i32(2), str("dump")), "2 dump", "value [2], text [dump]"},
+    {"tnc_result_cb", 60, 61, 17, set<korvane_tnc_result_cb, korvane_set_tnc_result_cb, on_value<const char *>>,
+     korvane_unset_tnc_result_cb, str("agreed"), "agreed", "result [agreed]"},
+};
+
+class CloudEvent : public CloudTest, public ::testing::WithParamInterface<Pair> {
+protected:
+    void SetUp() override
+    {
+        CloudTest::SetUp();
+        connect_to("2.3.1");
+    }
+
+    std::string set_name() { return "korvane_set_" + row.name; }
+    std::string unset_name() { return "korvane_unset_" + row.name; }
+
+    int set_callback(int answer = 0, Seen *told = nullptr)
+    {
+        arrives(reply(answer));
+        const int result = row.set(handle, true, told ? told : &seen);
+        platform.main_port().sent.clear();
+        seq_id = last_seq_id(platform.log);
+        platform.log.clear();
+        return result;
+    }
+
+    int unset_callback(int answer = 0)
+    {
+        arrives(reply(answer));
+        return row.unset(handle);
+    }
+
+    void event_arrives(int seq) { platform.proxy().push_event(event(row.delegate, seq, false, row.values)); }
+
+    const Pair &row = GetParam();
+    Seen seen;
+    int seq_id = 0;
+};
+
+std::string name_of(const ::testing::TestParamInfo<Pair> &pair)
+{
+    return pair.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, CloudEvent, ::testing::ValuesIn(pairs), name_of);
+
+TEST_P(CloudEvent, ReachesTheCallbackEachTime)
+{
+    EXPECT_EQ(set_callback(), ok);
+    event_arrives(seq_id);
+    EXPECT_EQ(platform.log.api(), (LogLines{api_info("_" + row.name, row.line)}));
+    event_arrives(seq_id);
+    EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen, row.seen}));
+    EXPECT_EQ(seen.handles, (std::vector<korvane_h>{handle, handle}));
+}
+
+TEST_P(CloudEvent, ANullCallbackIsRefusedAndChangesNothing)
+{
+    EXPECT_EQ(set_callback(), ok);
+    install_starts(); // the check comes before that of the update
+    platform.log.clear();
+    EXPECT_EQ(row.set(handle, false, nullptr), bad_argument);
+    EXPECT_EQ(platform.log.lines(),
+              (LogLines{api_info(set_name(), ">>> called"), api_error(set_name(), row.null_text)}));
+    EXPECT_TRUE(sent().empty());
+    event_arrives(seq_id);
+    EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen}));
+}
+
+TEST_P(CloudEvent, SettingTwiceReplacesTheFirst)
+{
+    EXPECT_EQ(set_callback(), ok);
+    const int first_seq_id = seq_id;
+    Seen second;
+    arrives(reply(0));
+    EXPECT_EQ(row.set(handle, true, &second), ok);
+    EXPECT_EQ(platform.log.count("rpc cb_h already exists"), 1U);
+    EXPECT_TRUE(platform.log.has(api_warning(set_name(), "rpc cb_h already exists")));
+    const int second_seq_id = last_seq_id(platform.log);
+    EXPECT_EQ(only_request(), bytes(i32(row.set_method), delegate(row.delegate, second_seq_id, false)));
+    event_arrives(first_seq_id);
+    EXPECT_EQ(second.events, std::vector<std::string>{});
+    event_arrives(second_seq_id);
+    EXPECT_EQ(second.events, (std::vector<std::string>{row.seen}));
+    EXPECT_EQ(seen.events, std::vector<std::string>{});
+}
+
+TEST_P(CloudEvent, UnsettingWhatWasNeverSetStillTellsTheAgent)
+{
+    EXPECT_EQ(unset_callback(), ok);
+    EXPECT_EQ(platform.log.lines(),
+              (LogLines{api_info(unset_name(), ">>> called"), api_warning(unset_name(), "rpc cb_h doesn't exist")}));
+    EXPECT_EQ(only_request(), i32(row.unset_method));
+}
+
+TEST_P(CloudEvent, AfterUnsetIsDroppedSilently)
+{
+    EXPECT_EQ(set_callback(), ok);
+    EXPECT_EQ(unset_callback(), ok);
+    platform.log.clear();
+    event_arrives(seq_id);
+    EXPECT_EQ(platform.log.api(), LogLines{});
+    EXPECT_EQ(platform.log.errors(), LogLines{});
+    EXPECT_EQ(seen.events, std::vector<std::string>{});
+}
+
+TEST_P(CloudEvent, AfterAnUnsetThatTheAgentRefusedIsDroppedToo)
+{
+    EXPECT_EQ(set_callback(), ok);
+    EXPECT_EQ(unset_callback(-13), KORVANE_ERROR_PERMISSION_DENIED);
+    event_arrives(seq_id);
+    EXPECT_EQ(seen.events, std::vector<std::string>{});
+}
+
+TEST_P(CloudEvent, OfARegistrationThatFailedIsDropped)
+{
+    EXPECT_EQ(set_callback(7), failed);
+    event_arrives(seq_id);
+    EXPECT_EQ(seen.events, std::vector<std::string>{});
+    EXPECT_EQ(set_callback(0), ok);
+    event_arrives(seq_id);
+    EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen}));
+}
+
+TEST_P(CloudEvent, CutShortAtEveryByteIsDroppedAndTheNextOneDelivered)
+{
+    EXPECT_EQ(set_callback(), ok);
+    const Bytes whole = event(row.delegate, seq_id, false, row.values);
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        platform.log.clear();
+        platform.proxy().push_event(first(whole, size));
+        EXPECT_EQ(platform.log.errors().size(), 1U) << size;
+    }
+    EXPECT_EQ(seen.events, std::vector<std::string>{});
+    platform.proxy().push_event(whole);
+    EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen}));
+}
+
+TEST_P(CloudEvent, MayUnsetItselfInsideItsCallback)
+{
+    EXPECT_EQ(set_callback(), ok);
+    seen.inside = [&] { EXPECT_EQ(unset_callback(), ok); };
+    event_arrives(seq_id);
+    event_arrives(seq_id);
+    EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen}));
+}
+
+TEST_P(CloudEvent, MayBeSetAgainInsideItsCallback)
+{
+    EXPECT_EQ(set_callback(), ok);
+    Seen second;
+    seen.inside = [&] { EXPECT_EQ(set_callback(0, &second), ok); };
+    event_arrives(seq_id);
+    event_arrives(seq_id);
+    EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen}));
+    EXPECT_EQ(second.events, (std::vector<std::string>{row.seen}));
+}
+
+TEST_P(CloudEvent, MayEndTheLibraryInsideItsCallback)
+{
+    EXPECT_EQ(set_callback(), ok);
+    seen.inside = [&] { EXPECT_EQ(korvane_deinitialize(handle), ok); };
+    event_arrives(seq_id);
+    EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen}));
+    EXPECT_EQ(kv::api::live_handle, nullptr);
+}
+
+TEST_P(CloudEvent, MayEndAndBeginTheLibraryInsideItsCallback)
+{
+    EXPECT_EQ(set_callback(), ok);
+    auto old_proxy = platform.proxies().back();
+    seen.inside = [&] {
+        EXPECT_EQ(korvane_deinitialize(handle), ok);
+        EXPECT_EQ(korvane_initialize(&handle, nullptr, nullptr), ok);
+    };
+    old_proxy->push_event(event(row.delegate, seq_id, false, row.values));
+    EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen}));
+    EXPECT_EQ(kv::api::live_handle, handle);
+}
+
+TEST_P(CloudEvent, IsRegisteredAnewAfterAFailureInTheMiddleOfMemory)
+{
+    fail_each_allocation(
+        [&] {
+            connect_to("2.3.1");
+            EXPECT_EQ(set_callback(), ok);
+            arrives(reply(0));
+        },
+        [&] { return row.set(handle, true, &seen); },
+        [&](int before, int result) {
+            EXPECT_EQ(result, before < 0 ? ok : failed);
+            platform.main_port().incoming.clear();
+            EXPECT_EQ(set_callback(), ok);
+            seen.events.clear();
+            event_arrives(seq_id);
+            EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen}));
+        });
+}
+
+class CloudDeviceList : public CloudTest {};
+
+TEST_F(CloudDeviceList, OfNoDeviceIsToldAsSuch)
+{
+    connect_to("2.3.1");
+    Seen seen;
+    arrives(reply(0));
+    EXPECT_EQ(korvane_set_cloud_device_list_cb(handle, on_list, &seen), ok);
+    fire(13, last_seq_id(platform.log), false, count(0));
+    EXPECT_EQ(seen.events, (std::vector<std::string>{"0:"}));
+}
+
+TEST_F(CloudDeviceList, OfTenThousandDevicesIsDeliveredWhole)
+{
+    connect_to("1.1.0");
+    Seen seen;
+    arrives(reply(0));
+    EXPECT_EQ(korvane_set_cloud_device_list_cb(handle, on_list, &seen), ok);
+    const int seq_id = last_seq_id(platform.log);
+    Bytes values = count(10000);
+    const Bytes item = str("d");
+    std::string expected = "10000:";
+    for (int i = 0; i < 10000; ++i) {
+        values.insert(values.end(), item.begin(), item.end());
+        expected += " d";
+    }
+    fire(13, seq_id, false, values);
+    EXPECT_EQ(seen.events, (std::vector<std::string>{expected}));
+}
+
+TEST_F(CloudDeviceList, WithoutMemoryIsDroppedWithALineAndTheNextOneDelivered)
+{
+    Seen seen;
+    int seq_id = 0;
+    unsigned dropped = 0;
+    const Bytes values = bytes(count(1), str("one"));
+    fail_each_allocation(
+        [&] {
+            connect_to("2.3.1");
+            arrives(reply(0));
+            EXPECT_EQ(korvane_set_cloud_device_list_cb(handle, on_list, &seen), ok);
+            seq_id = last_seq_id(platform.log);
+            platform.log.clear();
+            seen = {};
+        },
+        [&] {
+            fire(13, seq_id, false, values);
+            return static_cast<int>(seen.events.size());
+        },
+        [&](int before, int delivered) {
+            EXPECT_EQ(delivered, before < 0 ? 1 : 0);
+            dropped += before >= 0;
+            if (before >= 0) {
+                EXPECT_FALSE(platform.log.errors().empty());
+            }
+            fire(13, seq_id, false, values);
+            EXPECT_EQ(seen.events.back(), "1: one");
+        });
+    EXPECT_GE(dropped, 4U); // the array, its items, a record, its text, the list that is shown
+}
+
+} // namespace
+} // namespace kvtest

@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "cloud_fixture.hpp"
+
+#include <functional>
+
+namespace kvtest {
+namespace {
+
+/// What the token callbacks make of the agent's text.
+class CloudToken : public CloudTest {
+protected:
+    void SetUp() override
+    {
+        CloudTest::SetUp();
+        connect_to("2.1.0");
+    }
+
+    /// The token of this text, as the callback sees it.
+    void with_token(const std::string &text, const std::function<void(korvane_hdr_token_info_h)> &use)
+    {
+        arrives(reply(0));
+        auto *data = const_cast<void *>(static_cast<const void *>(&use));
+        EXPECT_EQ(korvane_create_hdr_token_info(handle, show, data), ok);
+        const int seq_id = last_seq_id(platform.log);
+        platform.log.clear();
+        called = 0;
+        fire(28, seq_id, true, i32(0), str(text));
+        EXPECT_EQ(called, 1);
+    }
+
+    static void show(korvane_h, int, korvane_hdr_token_info_h token_info, void *use)
+    {
+        ++called;
+        (*static_cast<std::function<void(korvane_hdr_token_info_h)> *>(use))(token_info);
+    }
+
+    static inline int called = 0;
+};
+
+struct TextGetter {
+    const char *name;
+    int (*get)(korvane_hdr_token_info_h, char **);
+    const char *argument;
+    const char *value;
+};
+
+const std::vector<TextGetter> token_texts = {
+    {"korvane_hdr_token_info_get_uuid", korvane_hdr_token_info_get_uuid, "uuid", "u"},
+    {"korvane_hdr_token_info_get_server_name", korvane_hdr_token_info_get_server_name, "server_name", "n"},
+    {"korvane_hdr_token_info_get_server_url", korvane_hdr_token_info_get_server_url, "server_url", "l"},
+    {"korvane_hdr_token_info_get_token", korvane_hdr_token_info_get_token, "token", "s3cret"},
+};
+
+const char *const whole_token =
+    R"({"uuid":"u","server_name":"n","server_url":"l","expiration_time":99,"access_token":"s3cret","token":"other"})";
+
+TEST_F(CloudToken, HandsOutCopiesOfItsMembers)
+{
+    with_token(whole_token, [&](korvane_hdr_token_info_h token) {
+        for (const TextGetter &getter : token_texts) {
+            char *text = nullptr;
+            EXPECT_EQ(getter.get(token, &text), ok) << getter.name;
+            EXPECT_STREQ(text, getter.value) << getter.name;
+            EXPECT_EQ(lines_of(getter.name), (LogLines{api_info(getter.name, ">>> called")}));
+            free(text);
+        }
+        int time = 0;
+        EXPECT_EQ(korvane_hdr_token_info_get_expiration_time(token, &time), ok);
+        EXPECT_EQ(time, 99);
+    });
+}
+
+TEST_F(CloudToken, GetterRefusesNullArguments)
+{
+    with_token(whole_token, [&](korvane_hdr_token_info_h token) {
+        for (const TextGetter &getter : token_texts) {
+            char *text = nullptr;
+            EXPECT_EQ(getter.get(token, nullptr), bad_argument);
+            EXPECT_EQ(getter.get(nullptr, &text), bad_argument);
+            EXPECT_EQ(lines_of(getter.name),
+                      (LogLines{api_info(getter.name, ">>> called"),
+                                api_error(getter.name, std::string(getter.argument) + " is NULL"),
+                                api_info(getter.name, ">>> called"), api_error(getter.name, "handle is NULL")}));
+        }
+        int time = 5;
+        EXPECT_EQ(korvane_hdr_token_info_get_expiration_time(token, nullptr), bad_argument);
+        EXPECT_EQ(platform.log.count("expiration_time is NULL"), 1U);
+        EXPECT_EQ(korvane_hdr_token_info_get_expiration_time(nullptr, &time), bad_argument);
+        EXPECT_EQ(time, 5);
+    });
+}
+
+TEST_F(CloudToken, GetTokenOnAnObjectHoldingOnlyTokenFails)
+{
+    with_token(R"({"token":"t"})", [&](korvane_hdr_token_info_h token) {
+        char *text = nullptr;
+        EXPECT_EQ(korvane_hdr_token_info_get_token(token, &text), -1073741825);
+        EXPECT_EQ(text, nullptr);
+        EXPECT_TRUE(platform.log.has(api_error("korvane_hdr_token_info_get_token", "cJSON_GetObjectItem() failed")));
+    });
+}
+
+TEST_F(CloudToken, MembersOfOtherTypesFail)
+{
+    with_token(R"({"uuid":5,"server_name":null,"server_url":{},"expiration_time":"9","access_token":["x"]})",
+               [&](korvane_hdr_token_info_h token) {
+                   for (const TextGetter &getter : token_texts) {
+                       char *text = nullptr;
+                       EXPECT_EQ(getter.get(token, &text), failed) << getter.name;
+                       EXPECT_EQ(text, nullptr);
+                   }
+                   int time = 5;
+                   EXPECT_EQ(korvane_hdr_token_info_get_expiration_time(token, &time), failed);
+                   EXPECT_EQ(time, 5);
+               });
+}
+
+TEST_F(CloudToken, ExpirationBeyond32BitsEndsAtTheLimit)
+{
+    with_token(R"({"expiration_time":99999999999})", [&](korvane_hdr_token_info_h token) {
+        int time = 0;
+        EXPECT_EQ(korvane_hdr_token_info_get_expiration_time(token, &time), ok);
+        EXPECT_EQ(time, 2147483647);
+    });
+}
+
+TEST_F(CloudToken, TextThatIsNotJsonIsANullToken)
+{
+    const std::string too_deep(100000, '[');
+    const std::string too_long = "\"" + std::string(1 << 20, 'x');
+    for (const std::string &text : {std::string(), std::string("no"), std::string("{"), too_deep, too_long})
+        with_token(text, [&](korvane_hdr_token_info_h token) { EXPECT_EQ(token, nullptr); });
+}
+
+TEST_F(CloudToken, JsonThatIsNoObjectHasNoMembers)
+{
+    for (const char *text : {"5", "[1,2]", "\"text\"", "null"})
+        with_token(text, [&](korvane_hdr_token_info_h token) {
+            char *uuid = nullptr;
+            EXPECT_EQ(korvane_hdr_token_info_get_uuid(token, &uuid), failed) << text;
+        });
+}
+
+TEST_F(CloudToken, OfAMegabyteIsHandedOutWhole)
+{
+    const std::string value(1 << 20, 'x');
+    with_token(R"({"access_token":")" + value + "\"}", [&](korvane_hdr_token_info_h token) {
+        char *text = nullptr;
+        EXPECT_EQ(korvane_hdr_token_info_get_token(token, &text), ok);
+        EXPECT_EQ(value, text);
+        free(text);
+    });
+}
+
+TEST_F(CloudToken, GettersWithoutMemoryHandNothingOut)
+{
+    with_token(whole_token, [&](korvane_hdr_token_info_h token) {
+        for (const TextGetter &getter : token_texts) {
+            char *text = nullptr;
+            allocs::fail_nth(1);
+            EXPECT_EQ(getter.get(token, &text), no_memory);
+            allocs::stop_failing();
+            EXPECT_TRUE(allocs::failed());
+            EXPECT_EQ(text, nullptr);
+        }
+    });
+}
+
+TEST_F(CloudToken, GettersNeedAnAgent21)
+{
+    with_token(whole_token, [&](korvane_hdr_token_info_h token) {
+        agent_becomes("2.0.9");
+        char *text = nullptr;
+        for (const TextGetter &getter : token_texts)
+            EXPECT_EQ(getter.get(token, &text), too_old);
+        int time = 0;
+        EXPECT_EQ(korvane_hdr_token_info_get_expiration_time(token, &time), too_old);
+        agent_vanishes();
+        EXPECT_EQ(korvane_hdr_token_info_get_expiration_time(token, &time), absent);
+        agent_returns("2.1.0");
+    });
+}
+
+} // namespace
+} // namespace kvtest

@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ap_info_fixture.hpp"
+
+namespace kvtest {
+namespace {
+
+TEST_F(WifiAp, StaysReadableUntilTheNextEvent)
+{
+    for (const char *version : {"1.2", "2.3"}) {
+        begin_set(version);
+        const bool record = std::string(version) == "1.2";
+        auto push = [&](const std::string &ssid) {
+            record ? push_record(ssid) : push_document("{\"ap_ssid\":\"" + ssid + "\"}");
+        };
+        push("first");
+        EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "first"}));
+        EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "first"}));
+        push("second");
+        EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "second"}));
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+TEST_F(WifiAp, ThatIsHeldIsReleasedBySetWithALineInBothGenerations)
+{
+    for (const char *version : {"1.2", "2.3"}) {
+        begin_set(version);
+        std::string(version) == "1.2" ? push_record() : push_document(whole_document);
+        platform.log.clear();
+        const std::size_t blocks = allocs::live_blocks();
+        EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, on_ap, this), ok);
+        EXPECT_EQ(platform.log.api(),
+                  (LogLines{api_info("korvane_set_wifi_ap_provisioning_cb", ">>> called"),
+                            api_info("korvane_set_wifi_ap_provisioning_cb", released_line),
+                            api_warning("korvane_set_wifi_ap_provisioning_cb", "rpc cb_h already exists")}));
+        EXPECT_LT(allocs::live_blocks(), blocks);
+        platform.log.clear();
+        EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, on_ap, this), ok);
+        EXPECT_EQ(platform.log.count(released_line), 0U) << "released twice";
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+TEST_F(WifiAp, ThatIsHeldIsReleasedByUnsetSilentlyAsARecordAndWithALineAsADocument)
+{
+    for (const char *version : {"1.2", "2.3"}) {
+        begin_set(version);
+        const bool record = std::string(version) == "1.2";
+        record ? push_record() : push_document(whole_document);
+        platform.log.clear();
+        const std::size_t blocks = allocs::live_blocks();
+        EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), ok);
+        LogLines lines = {api_info("korvane_unset_wifi_ap_provisioning_cb", ">>> called")};
+        if (!record)
+            lines.push_back(api_info("korvane_unset_wifi_ap_provisioning_cb", released_line));
+        EXPECT_EQ(platform.log.api(), lines);
+        EXPECT_LT(allocs::live_blocks(), blocks);
+        platform.log.clear();
+        EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), ok);
+        EXPECT_EQ(platform.log.count(released_line), 0U) << "released twice";
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+TEST_F(WifiAp, ThatIsHeldSurvivesASetThatIsRefused)
+{
+    begin_set("2.3");
+    push_document(whole_document);
+    EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, nullptr, nullptr), -22);
+    install_starts();
+    EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, on_ap, this), -1073741826);
+    EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), -1073741826);
+    EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "home"}));
+}
+
+/// The event's delegate is left from before an update, while the callback was unset with the new generation's methods.
+TEST_F(WifiAp, AnEventWithoutACallbackReleasesWhatIsHeldAndDeliversNothing)
+{
+    begin_set("1.2");
+    push_record("first");
+    agent_becomes("1.3");
+    const std::size_t blocks = allocs::live_blocks();
+    EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), ok);
+    EXPECT_LT(allocs::live_blocks(), blocks);
+    const std::size_t told = recorder.told.size();
+    const std::size_t without_held = allocs::live_blocks();
+    push_record("second");
+    EXPECT_EQ(recorder.told.size(), told);
+    EXPECT_EQ(allocs::live_blocks(), without_held);
+}
+
+TEST_F(WifiAp, AnEventOfTheOtherGenerationLeftFromBeforeAnUpdateIsDeliveredInItsOwnForm)
+{
+    begin_set("1.2");
+    agent_becomes("1.3");
+    push_record();
+    EXPECT_EQ(recorder.told, Strings{"ap_info"});
+    platform.log.clear();
+    EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{-22}));
+    EXPECT_EQ(number_of(korvane_apinfo_get_channel, held), (Number{-22}));
+    EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_apinfo_get_ssid", other_form_of_record),
+                                               api_error("korvane_apinfo_get_channel", other_form_of_record)}));
+}
+
+TEST_F(WifiAp, ADocumentKeptAcrossADowngradeIsRefused)
+{
+    begin_set("1.3");
+    push_document(whole_document);
+    agent_becomes("1.2");
+    EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{-22}));
+    EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_apinfo_get_ssid", other_form_of_json)}));
+    platform.log.clear();
+    EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), ok); // releases by the document's own form
+    EXPECT_EQ(platform.log.count(released_line), 1U);
+    agent_becomes("1.3");
+    push_document(whole_document);
+    EXPECT_EQ(recorder.told.size(), 1U) << "the callback was unset";
+}
+
+TEST_F(WifiAp, SetAfterAnUpdateRegistersWithTheOtherGenerationAndLeavesTheOldDelegateAlone)
+{
+    begin_set("1.2");
+    const int old_seq_id = seq_id;
+    agent_becomes("1.3");
+    forget_the_past();
+    EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, on_ap, this), ok);
+    seq_id = last_seq_id(platform.log);
+    EXPECT_EQ(sent(), (std::vector<Bytes>{bytes(i32(64), delegate(18, seq_id, false))}));
+    EXPECT_EQ(platform.log.count("rpc cb_h already exists"), 0U);
+    push_document(whole_document);
+    EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "home"}));
+    seq_id = old_seq_id;
+    push_record();
+    EXPECT_EQ(recorder.told, (Strings{"ap_info", "ap_info"}));
+}
+
+TEST_F(WifiAp, UnsetAfterAnUpdateFindsNoDelegateOfItsGeneration)
+{
+    begin_set("1.2");
+    agent_becomes("1.3");
+    forget_the_past();
+    EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), ok);
+    EXPECT_EQ(sent(), std::vector<Bytes>{i32(65)});
+    EXPECT_EQ(platform.log.count("rpc cb_h doesn't exist"), 1U);
+}
+
+TEST_F(WifiAp, WithAnUnreadableVersionSpeaksTheOldGeneration)
+{
+    connect_to("2.3");
+    forget_the_agent();
+    platform.agent_version = std::nullopt;
+    EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, on_ap, this), ok);
+    seq_id = last_seq_id(platform.log);
+    EXPECT_EQ(sent(), (std::vector<Bytes>{bytes(i32(19), delegate(7, seq_id, false))}));
+    push_record();
+    EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "home"}));
+}
+
+TEST_F(WifiAp, AnEventSurvivesTheFailureOfEachAllocation)
+{
+    for (const char *version : {"1.2", "2.3"}) {
+        const bool record = std::string(version) == "1.2";
+        fail_each_allocation(
+            [&] {
+                begin_set(version);
+                record ? push_record("first") : push_document(R"({"ap_ssid":"first"})");
+                recorder.told.clear();
+            },
+            [&] {
+                record ? push_record("second") : push_document(R"({"ap_ssid":"second"})");
+                return 0;
+            },
+            [&](int before, int) {
+                // Either the event could not be read, or it came with its access point, or without it.
+                if (recorder.told.empty()) {
+                    EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "first"}));
+                } else if (recorder.told == Strings{"ap_info"}) {
+                    EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "second"}));
+                } else {
+                    EXPECT_EQ(recorder.told, Strings{"no ap_info"});
+                    EXPECT_EQ(held, nullptr);
+                }
+                if (before < 0) {
+                    EXPECT_EQ(recorder.told, Strings{"ap_info"});
+                }
+            });
+    }
+}
+
+TEST_F(WifiAp, TheAccessPointIsNeverLogged)
+{
+    for (const char *version : {"1.2", "2.3"}) {
+        begin_set(version);
+        std::string(version) == "1.2" ? push_record() : push_document(whole_document);
+        EXPECT_EQ(text_of(korvane_apinfo_get_password, held), (Text{ok, "secret"}));
+        for (const LogLine &line : platform.log.lines())
+            EXPECT_EQ(line.message.find("secret"), std::string::npos) << line;
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+TEST_F(WifiAp, ACallbackMayReleaseTheAccessPointThatItReads)
+{
+    begin_set("2.3");
+    recorder.then = [&](korvane_h told) {
+        EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "home"}));
+        EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(told), ok);
+    };
+    push_document(whole_document);
+    EXPECT_EQ(recorder.told.size(), 1U);
+}
+
+} // namespace
+} // namespace kvtest

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: Apache-2.0
+// The agent as its port shows it, asked by a client that sends and reads bytes: without the library, which never asks
+// an agent what it does not know.
+#include "application.hpp"
+
+#include <rpc_port_stub.h>
+
+#include <gtest/gtest.h>
+
+#include <list>
+
+using namespace kv::test;
+
+namespace {
+
+using Bytes = std::string;
+
+Bytes int32(int value)
+{
+    Bytes bytes(4, '\0');
+    for (unsigned i = 0; i < 4; ++i)
+        bytes[i] = static_cast<char>((static_cast<unsigned>(value) >> (8 * i)) & 0xff);
+    return bytes;
+}
+
+class Client {
+public:
+    Client()
+    {
+        rpc_port_proxy_create(&proxy_);
+        rpc_port_proxy_add_connected_event_cb(
+            proxy_,
+            [](const char *, const char *, rpc_port_h port, void *data) { static_cast<Client *>(data)->port_ = port; },
+            this);
+        rpc_port_proxy_add_disconnected_event_cb(
+            proxy_, [](const char *, const char *, void *data) { static_cast<Client *>(data)->port_ = nullptr; }, this);
+    }
+    Client(const Client &) = delete;
+    Client &operator=(const Client &) = delete;
+    ~Client() { rpc_port_proxy_destroy(proxy_); }
+
+    void begin() { EXPECT_EQ(rpc_port_proxy_connect(proxy_, "org.korvane.agent", "kv_master"), 0); }
+    bool is_connected() const { return port_ != nullptr; }
+    bool connect()
+    {
+        begin();
+        return run_until([this] { return is_connected(); });
+    }
+
+    bool send(const Bytes &payload)
+    {
+        rpc_port_parcel_h parcel = nullptr;
+        EXPECT_EQ(rpc_port_parcel_create_from_raw(&parcel, payload.data(), payload.size()), 0);
+        const int error = rpc_port_parcel_send(parcel, port_);
+        rpc_port_parcel_destroy(parcel);
+        return error == 0;
+    }
+    /// The next parcel of the main port; "closed" when none comes.
+    Bytes receive()
+    {
+        rpc_port_parcel_h parcel = nullptr;
+        if (rpc_port_parcel_create_from_port(&parcel, port_) != 0)
+            return "closed";
+        const void *bytes = nullptr;
+        std::size_t size = 0;
+        rpc_port_parcel_get_raw(parcel, &bytes, &size);
+        Bytes payload{static_cast<const char *>(bytes), size};
+        rpc_port_parcel_destroy(parcel);
+        return payload;
+    }
+    Bytes ask(const Bytes &payload)
+    {
+        EXPECT_TRUE(send(payload));
+        return receive();
+    }
+
+private:
+    rpc_port_proxy_h proxy_ = nullptr;
+    rpc_port_h port_ = nullptr;
+};
+
+TEST(AgentWire, RefusesMethodsThatAreNewerThanItIs)
+{
+    AgentHome home;
+    AgentProcess agent{home, {"--agent-version", "1.3"}};
+    Client client;
+    ASSERT_TRUE(client.connect());
+    EXPECT_EQ(client.ask(int32(88)), int32(0) + Bytes(1, '\0') + int32(-1)) << "get_signin_status, since 1.4";
+    EXPECT_EQ(client.ask(int32(101) + int32(0) + int32(0) + int32(0) + int32(27) + int32(1) + "\1"),
+              int32(0) + int32(-1))
+        << "start_async, since 2.0";
+    EXPECT_EQ(client.ask(int32(66) + int32(1)), int32(0) + int32(0)) << "send_presence, since 1.3";
+    EXPECT_EQ(home.journalled({"agent 1.3 does not know this method"}), 2);
+    EXPECT_NE(agent.command("state").find(R"("running":false)"), std::string::npos);
+}
+
+TEST(AgentWire, RefusesIdsThatAreNoMethods)
+{
+    AgentHome home;
+    AgentProcess agent{home};
+    Client client;
+    ASSERT_TRUE(client.connect());
+    for (int id : {0, 1, 5, 30, 31, 109, -1, 2147483647, -2147483647 - 1})
+        EXPECT_EQ(client.ask(int32(id)), int32(0) + int32(-1)) << id;
+    EXPECT_EQ(home.journalled({"unknown method id"}), 9);
+    EXPECT_EQ(client.ask(int32(4)), int32(0) + int32(0)) << "the link stays in step";
+}
+
+TEST(AgentWire, ClosesTheLinkOnARequestThatItCannotDecode)
+{
+    AgentHome home;
+    AgentProcess agent{home};
+    const Bytes start = int32(3) + int32(1) + "x" + int32(0) + int32(0);
+    for (std::size_t size = 0; size < start.size(); ++size) {
+        Client client;
+        ASSERT_TRUE(client.connect()) << size;
+        EXPECT_EQ(client.ask(start.substr(0, size)), "closed") << size;
+        EXPECT_TRUE(run_until([&] { return !client.is_connected(); })) << size;
+    }
+    EXPECT_EQ(home.journalled({R"("problem")"}), static_cast<int>(start.size()));
+    Client client;
+    ASSERT_TRUE(client.connect());
+    EXPECT_EQ(client.ask(start), int32(0) + int32(0));
+}
+
+TEST(AgentWire, SurvivesCountsAndLengthsThatNothingFollows)
+{
+    AgentHome home;
+    AgentProcess agent{home};
+    for (const Bytes &request : {int32(77) + int32(2147483647) + "abc", int32(59) + int32(2147483647) + int32(0),
+                                 int32(98) + int32(-1) + "\1", int32(25) + int32(1) + int32(2147483647)}) {
+        Client client;
+        ASSERT_TRUE(client.connect());
+        EXPECT_EQ(client.ask(request), "closed");
+    }
+    agent.tell("state");
+}
+
+TEST(AgentWire, TellsEachPeersCallbacksFromTheOthers)
+{
+    AgentHome home;
+    AgentProcess agent{home};
+    Client first;
+    Client second;
+    ASSERT_TRUE(first.connect());
+    ASSERT_TRUE(second.connect());
+    const Bytes set = int32(6) + int32(1) + int32(1) + Bytes(1, '\0');
+    EXPECT_EQ(first.ask(set), int32(0) + int32(0));
+    EXPECT_NE(agent.command("emit status_changed_cb [1]").find(R"("peers":1)"), std::string::npos);
+    EXPECT_EQ(second.ask(set), int32(0) + int32(0));
+    EXPECT_NE(agent.command("emit status_changed_cb [1]").find(R"("peers":2)"), std::string::npos);
+    EXPECT_EQ(first.ask(int32(7)), int32(0) + int32(0));
+    EXPECT_NE(agent.command("emit status_changed_cb [1]").find(R"("peers":1)"), std::string::npos);
+}
+
+TEST(AgentWire, ServesTwoHundredPeersAtOnce)
+{
+    AgentHome home;
+    AgentProcess agent{home};
+    std::list<Client> clients(200);
+    for (Client &client : clients)
+        client.begin();
+    ASSERT_TRUE(run_until([&] {
+        for (const Client &client : clients)
+            if (!client.is_connected())
+                return false;
+        return true;
+    }));
+    for (int round = 0; round < 3; ++round) {
+        for (Client &client : clients)
+            EXPECT_TRUE(client.send(int32(4)));
+        for (Client &client : clients)
+            EXPECT_EQ(client.receive(), int32(0) + int32(0));
+    }
+    EXPECT_EQ(home.journalled({R"("method":"stop")"}), 600);
+}
+
+} // namespace

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "support/agent_process.hpp"
+
+#include <korvane.h>
+
+#include <glib.h>
+
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace kv::test {
+
+/// Runs the default main loop until the condition holds; false when it does not within the deadline. Conditions outside
+/// this process are looked at every few milliseconds.
+bool run_until(const std::function<bool()> &holds, int milliseconds = deadline_ms);
+
+/// How many descriptors this process has open, that of the main context included.
+int open_descriptors();
+
+/// An application: what it did is what the library told it.
+class Application {
+public:
+    struct Change {
+        int result;
+        int status;
+
+        bool operator==(const Change &) const = default;
+    };
+
+    Application() = default;
+    Application(const Application &) = delete;
+    Application &operator=(const Application &) = delete;
+    ~Application() { deinitialize(); }
+
+    int initialize();
+    int deinitialize();
+    /// Initialises, and waits until the connection is there.
+    bool connect();
+    bool wait_for_changes(std::size_t count);
+
+    korvane_h handle = nullptr;
+    std::vector<Change> changes;
+    int io_errors = 0;
+    std::vector<int> start_results;
+    /// Called besides, from inside the callback.
+    std::function<void(const Change &)> on_change;
+    std::function<void()> on_io_error;
+    std::function<void(int)> on_start_result;
+
+    int start_async();
+    int watch_io_errors();
+};
+
+inline constexpr Application::Change connected{KORVANE_ERROR_NONE, KORVANE_CONNECTION_CONNECTED};
+inline constexpr Application::Change disconnected{KORVANE_ERROR_NONE, KORVANE_CONNECTION_DISCONNECTED};
+inline constexpr Application::Change disconnected_by_update{KORVANE_ERROR_SERVICE_UNAVAILABLE,
+                                                            KORVANE_CONNECTION_DISCONNECTED};
+inline constexpr Application::Change refused{KORVANE_ERROR_PERMISSION_DENIED, KORVANE_CONNECTION_REJECTED};
+inline constexpr Application::Change waiting_for_update{KORVANE_ERROR_SERVICE_UNAVAILABLE, KORVANE_CONNECTION_REJECTED};
+
+} // namespace kv::test

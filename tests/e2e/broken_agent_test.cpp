@@ -1,0 +1,286 @@
+// SPDX-License-Identifier: Apache-2.0
+// What an application sees of an agent that fails it.
+#include "application.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+
+using namespace kv::test;
+
+namespace {
+
+constexpr int reply_timeout_ms = 400;
+// A result's kind and code, and the length in front of a frame, in bytes.
+constexpr int number = 4;
+constexpr int frame_head = 4;
+
+class BrokenAgent : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ::setenv("KORVANE_REPLY_TIMEOUT_MS", std::to_string(reply_timeout_ms).c_str(), 1);
+        descriptors_ = open_descriptors();
+    }
+    void TearDown() override
+    {
+        application.deinitialize();
+        ::unsetenv("KORVANE_REPLY_TIMEOUT_MS");
+        agent.reset();
+        EXPECT_EQ(open_descriptors(), descriptors_) << "descriptors are left open";
+        EXPECT_FALSE(g_main_context_pending(nullptr)) << "something is left on the main loop";
+    }
+
+    /// An agent and a connected application that watches for I/O errors.
+    void begin()
+    {
+        application.deinitialize();
+        agent.reset();
+        application.changes.clear();
+        application.io_errors = 0;
+        agent = std::make_unique<AgentProcess>(home);
+        ASSERT_TRUE(application.connect());
+        ASSERT_EQ(application.watch_io_errors(), KORVANE_ERROR_NONE);
+    }
+
+    template <class Call>
+    int timed(Call call)
+    {
+        const auto before = std::chrono::steady_clock::now();
+        const int result = call();
+        took_ms = static_cast<int>(
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - before).count());
+        return result;
+    }
+    int start()
+    {
+        return timed([this] { return korvane_start(application.handle); });
+    }
+    int get_device_id()
+    {
+        char *id = nullptr;
+        const int result = timed([&] { return korvane_get_device_id(application.handle, &id); });
+        EXPECT_EQ(id != nullptr, result == KORVANE_ERROR_NONE) << "out values are there on success only";
+        std::free(id);
+        return result;
+    }
+    void expect_broken_link()
+    {
+        EXPECT_TRUE(run_until([this] { return application.io_errors == 1 && application.changes.size() == 2; }))
+            << application.io_errors << " notices, " << application.changes.size() << " changes";
+        EXPECT_EQ(application.changes.back(), disconnected);
+        EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_OPERATION_FAILED) << "nothing is connected now";
+        EXPECT_EQ(application.io_errors, 1);
+    }
+
+    AgentHome home;
+    Application application;
+    std::unique_ptr<AgentProcess> agent;
+    int took_ms = 0;
+
+private:
+    int descriptors_ = 0;
+};
+
+TEST_F(BrokenAgent, ThatDiesInsteadOfAnsweringIsAnIoErrorAtOnce)
+{
+    begin();
+    agent->tell("fault start die");
+    EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
+    EXPECT_LT(took_ms, reply_timeout_ms);
+    EXPECT_EQ(application.io_errors, 0) << "never inside the call";
+    expect_broken_link();
+    EXPECT_EQ(agent->wait(), -SIGKILL);
+}
+
+TEST_F(BrokenAgent, ThatDiesInTheMiddleOfAReplyIsAnIoErrorAtOnceWhereverThatIs)
+{
+    for (int sent = 0; sent < frame_head + 2 * number; ++sent) {
+        SCOPED_TRACE(sent);
+        begin();
+        agent->tell("fault start half " + std::to_string(sent));
+        EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
+        EXPECT_LT(took_ms, reply_timeout_ms);
+        expect_broken_link();
+    }
+}
+
+TEST_F(BrokenAgent, ThatDiesRightAfterAReplyHasAnswered)
+{
+    begin();
+    agent->tell("fault start half " + std::to_string(frame_head + 2 * number));
+    EXPECT_EQ(start(), KORVANE_ERROR_NONE);
+    EXPECT_TRUE(application.wait_for_changes(2));
+    EXPECT_EQ(application.changes.back(), disconnected);
+    EXPECT_EQ(application.io_errors, 0);
+}
+
+TEST_F(BrokenAgent, ThatClosesTheLinkIsAnIoErrorAtOnce)
+{
+    begin();
+    agent->tell("fault start close");
+    EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
+    EXPECT_LT(took_ms, reply_timeout_ms);
+    expect_broken_link();
+    agent->tell("state");
+}
+
+TEST_F(BrokenAgent, ThatNeverAnswersIsAnIoErrorAfterTheReplyTimeout)
+{
+    begin();
+    agent->tell("fault start silent");
+    EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
+    EXPECT_GE(took_ms, reply_timeout_ms - 10);
+    EXPECT_LT(took_ms, 4 * reply_timeout_ms);
+    expect_broken_link();
+}
+
+TEST_F(BrokenAgent, ThatAnswersInTimeHasAnsweredHoweverLate)
+{
+    begin();
+    agent->tell("fault start delay 100");
+    EXPECT_EQ(start(), KORVANE_ERROR_NONE);
+    EXPECT_GE(took_ms, 90);
+}
+
+TEST_F(BrokenAgent, ThatAnswersTooLateIsAnIoErrorAndItsAnswerIsTakenForNoOther)
+{
+    begin();
+    agent->tell("fault start delay " + std::to_string(2 * reply_timeout_ms));
+    EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
+    expect_broken_link();
+}
+
+TEST_F(BrokenAgent, WhoseReplyEndsEarlyHasFailedWhereverItEnds)
+{
+    // The kind, the text's length, its 36 bytes, the result.
+    constexpr int whole = number + number + 36 + number;
+    begin();
+    for (int size = number; size < whole; ++size) {
+        SCOPED_TRACE(size);
+        agent->tell("fault get_device_id cut " + std::to_string(size));
+        EXPECT_EQ(get_device_id(), KORVANE_ERROR_OPERATION_FAILED);
+        EXPECT_LT(took_ms, reply_timeout_ms);
+    }
+    agent->tell("fault get_device_id cut " + std::to_string(whole));
+    EXPECT_EQ(get_device_id(), KORVANE_ERROR_NONE) << "the link has stayed in step";
+    EXPECT_EQ(application.io_errors, 0);
+}
+
+TEST_F(BrokenAgent, WhoseReplyHasNoWholeKindIsWaitedForInVain)
+{
+    for (int size = 0; size < number; ++size) {
+        SCOPED_TRACE(size);
+        begin();
+        agent->tell("fault start cut " + std::to_string(size));
+        EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
+        EXPECT_LT(took_ms, 4 * reply_timeout_ms);
+        expect_broken_link();
+    }
+}
+
+TEST_F(BrokenAgent, WhoseReplyIsOfAnotherKindIsWaitedForInVain)
+{
+    for (int kind : {1, 2, -1, 2147483647}) {
+        SCOPED_TRACE(kind);
+        begin();
+        agent->tell("fault start kind " + std::to_string(kind));
+        EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
+        EXPECT_LT(took_ms, 4 * reply_timeout_ms);
+        expect_broken_link();
+    }
+}
+
+TEST_F(BrokenAgent, ThatAnswersWithAFailureHasItMapped)
+{
+    begin();
+    const std::pair<int, int> outcomes[] = {{-13, KORVANE_ERROR_PERMISSION_DENIED},
+                                            {-1, KORVANE_ERROR_OPERATION_FAILED},
+                                            {1, KORVANE_ERROR_OPERATION_FAILED},
+                                            {-2147483647, KORVANE_ERROR_OPERATION_FAILED}};
+    for (const auto &[code, result] : outcomes) {
+        agent->tell("fault start result " + std::to_string(code));
+        EXPECT_EQ(start(), result) << code;
+    }
+    EXPECT_EQ(start(), KORVANE_ERROR_NONE) << "a fault is for one request";
+}
+
+TEST_F(BrokenAgent, ThatFailsAStartNeverCallsBack)
+{
+    begin();
+    agent->tell("fault start_async result -1");
+    EXPECT_EQ(application.start_async(), KORVANE_ERROR_OPERATION_FAILED);
+    EXPECT_NE(agent->command("emit start_async_cb [0]").find(R"("peers":0)"), std::string::npos);
+    EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_NONE);
+    EXPECT_TRUE(application.start_results.empty());
+}
+
+TEST_F(BrokenAgent, ThatDiesBetweenCallsIsADisconnection)
+{
+    begin();
+    agent->signal(SIGKILL);
+    EXPECT_TRUE(application.wait_for_changes(2));
+    EXPECT_EQ(application.changes.back(), disconnected);
+    EXPECT_EQ(application.io_errors, 0);
+}
+
+TEST_F(BrokenAgent, CanBeReplacedByOneThatWorks)
+{
+    begin();
+    agent->tell("fault start die");
+    EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
+    expect_broken_link();
+    begin();
+    EXPECT_EQ(start(), KORVANE_ERROR_NONE);
+}
+
+TEST_F(BrokenAgent, LeavesTheDisconnectionCallbackFreeToBeginAnew)
+{
+    begin();
+    AgentProcess *dead = agent.get();
+    application.on_change = [&](const Application::Change &change) {
+        if (change != disconnected)
+            return;
+        EXPECT_EQ(application.deinitialize(), KORVANE_ERROR_NONE);
+        dead->wait();
+        agent = std::make_unique<AgentProcess>(home);
+        EXPECT_EQ(application.initialize(), KORVANE_ERROR_NONE);
+    };
+    agent->tell("quit");
+    EXPECT_TRUE(application.wait_for_changes(3));
+    EXPECT_EQ(application.changes.back(), connected);
+    EXPECT_EQ(start(), KORVANE_ERROR_NONE);
+    application.on_change = nullptr;
+}
+
+TEST_F(BrokenAgent, LeavesTheIoErrorCallbackFreeToBeginAnew)
+{
+    begin();
+    application.on_io_error = [&] {
+        EXPECT_EQ(application.deinitialize(), KORVANE_ERROR_NONE);
+        agent->wait();
+        agent = std::make_unique<AgentProcess>(home);
+        EXPECT_EQ(application.initialize(), KORVANE_ERROR_NONE);
+    };
+    agent->tell("fault start die");
+    EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
+    EXPECT_TRUE(run_until([&] { return application.io_errors == 1 && application.changes.back() == connected; }));
+    EXPECT_EQ(start(), KORVANE_ERROR_NONE);
+}
+
+TEST_F(BrokenAgent, IsNotHeardOfAfterTheApplicationHasEndedTheSession)
+{
+    begin();
+    agent->tell("fault start die");
+    EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
+    application.deinitialize();
+    EXPECT_EQ(agent->wait(), -SIGKILL);
+    while (g_main_context_iteration(nullptr, false)) {
+    }
+    EXPECT_EQ(application.io_errors, 0);
+    EXPECT_EQ(application.changes, std::vector{connected});
+}
+
+} // namespace

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+// Events from the agent. Delegates of every type are registered, one lasting and one for a single use, with sequence
+// numbers that an input can name: the delegate of type n has 2n - 1 and 2n, counted from the first of the input.
+
+#include "delegate.hpp"
+#include "fuzz_link.hpp"
+
+#include <cstring>
+#include <vector>
+
+namespace {
+
+using namespace kv;
+
+int first_seq_id = 0;
+
+/// Uses every byte of what a callback is shown, so that a value that is not there is noticed.
+void use(int) {}
+void use(bool) {}
+void use(const char *text)
+{
+    if (!text || std::strlen(text) > 16U * 1024 * 1024)
+        std::abort();
+}
+template <class Struct, class... Fields>
+void use_fields(Struct *record, describe::List<Fields...>)
+{
+    (use([&] {
+         if constexpr (std::is_same_v<decltype(record->*Fields::member), int &>)
+             return record->*Fields::member;
+         else
+             return static_cast<const char *>((record->*Fields::member).get());
+     }()),
+     ...);
+}
+void use(rpc_port_korvane_ap_info_h record)
+{
+    use_fields(record, master::ap_info::fields{});
+}
+void use(rpc_port_korvane_device_prov_info_h record)
+{
+    use_fields(record, master::device_prov_info::fields{});
+}
+void use(proxy::ArrayValue<master::cloud_device_info_array> *array)
+{
+    for (int i = 0; i < array->present; ++i)
+        use_fields(array->items[i], master::cloud_device_info::fields{});
+}
+
+template <class D, class Values>
+struct Callback;
+
+template <class D, class... E>
+struct Callback<D, describe::In<E...>> {
+    static void call(void *user_data, typename proxy::Wire<E>::View... values)
+    {
+        if (user_data != &first_seq_id)
+            std::abort();
+        (use(values), ...);
+    }
+};
+
+void give_to_agent(rpc_port_proxy_kv_master_h handle, proxy::Delegate *delegate, int number)
+{
+    delegate->listed = true;
+    delegate->seq_id = number;
+    handle->delegates = g_list_append(handle->delegates, delegate);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    FuzzLink link;
+    int next = 1;
+    describe::for_each(master::Delegates{}, [&]<class D>() {
+        auto callback = Callback<D, typename D::values>::call;
+        give_to_agent(link.handle, proxy::create_delegate<D>(callback, false, &first_seq_id), next++);
+        give_to_agent(link.handle, proxy::create_delegate<D>(callback, true, &first_seq_id), next++);
+    });
+    // The same event twice: a delegate for a single use must not fire again.
+    kvtest::Bytes parcel(data, data + size);
+    link.proxy().push_event(parcel);
+    link.proxy().push_event(parcel);
+    return 0;
+}

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "connection.hpp"
+#include "support/fake_platform.hpp"
+
+#include <cstdio>
+#include <cstdlib>
+
+/// A connected proxy over the fake platform, for the time of one fuzz input.
+class FuzzLink {
+public:
+    FuzzLink()
+    {
+        kvtest::FakePlatform::instance().reset();
+        static const rpc_port_proxy_kv_master_callback_s no_callbacks{};
+        if (rpc_port_proxy_kv_master_create("agent", &no_callbacks, nullptr, &handle) != 0)
+            std::abort();
+        proxy().fire_connected();
+    }
+    FuzzLink(const FuzzLink &) = delete;
+    FuzzLink &operator=(const FuzzLink &) = delete;
+
+    /// Whatever came in, nothing of the platform's may be left over or used wrongly.
+    ~FuzzLink()
+    {
+        rpc_port_proxy_kv_master_destroy(handle);
+        auto &platform = kvtest::FakePlatform::instance();
+        for (const auto &what : platform.take_misuses()) {
+            std::fprintf(stderr, "misuse of the platform: %s\n", what.c_str());
+            std::abort();
+        }
+        for (const auto &what : platform.alive()) {
+            std::fprintf(stderr, "left alive: %s\n", what.c_str());
+            std::abort();
+        }
+    }
+
+    kvtest::Proxy &proxy() { return kvtest::FakePlatform::instance().proxy(); }
+
+    rpc_port_proxy_kv_master_h handle = nullptr;
+};

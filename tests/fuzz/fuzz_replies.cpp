@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+// Replies from the agent. The first byte chooses the method; the rest is what arrives on the main port: parcels, each
+// with its length as one byte in front, so that an input can hold parcels of other kinds before the reply.
+
+#include "fuzz_link.hpp"
+#include "invoke.hpp"
+
+#include <tuple>
+
+namespace {
+
+using namespace kv;
+
+template <class E>
+struct Sample;
+template <FixedText N>
+struct Sample<describe::Int32<N>> {
+    int value = 7;
+};
+template <FixedText N>
+struct Sample<describe::Bool<N>> {
+    bool value = true;
+};
+template <FixedText N>
+struct Sample<describe::String<N>> {
+    const char *value = "text";
+};
+template <FixedText N>
+struct Sample<describe::Secret<N>> : Sample<describe::String<N>> {
+};
+template <class R, FixedText N>
+struct Sample<describe::Rec<R, N>> {
+    proxy::Owned<typename R::type> owned{proxy::RecordCodec<R>::create()};
+    typename R::type *value = owned.get();
+};
+template <class A, FixedText N>
+struct Sample<describe::Arr<A, N>> {
+    proxy::Owned<proxy::ArrayValue<A>> owned{proxy::ArrayCodec<A>::create()};
+    proxy::ArrayValue<A> *value = owned.get();
+};
+template <class D>
+struct Sample<describe::Callback<D>> {
+    proxy::TypedDelegate<D> *value = proxy::create_delegate<D>(nullptr, false, nullptr); // the proxy's once it is sent
+};
+
+template <class Outs>
+struct Out;
+template <>
+struct Out<int> {
+    int value = 0;
+};
+template <>
+struct Out<bool> {
+    bool value = false;
+};
+template <>
+struct Out<CText> {
+    ~Out() { free(value); }
+    char *value = nullptr;
+};
+
+template <class M, class... I, class... O>
+void call(rpc_port_proxy_kv_master_h handle, describe::In<I...>, describe::Out<O...>)
+{
+    std::tuple<Sample<I>...> arguments;
+    std::tuple<Out<typename proxy::Wire<O>::Held>...> outs;
+    std::apply(
+        [&](auto &...argument) {
+            std::apply(
+                [&](auto &...out) {
+                    proxy::Call<M, typename M::in, typename M::out>::run(proxy::Exchange{handle, Caller::here()},
+                                                                         argument.value..., &out.value...);
+                },
+                outs);
+        },
+        arguments);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    if (size == 0)
+        return 0;
+    FuzzLink link;
+    const int chosen = data[0];
+    for (std::size_t at = 1; at < size;) {
+        const std::size_t length = std::min<std::size_t>(data[at], size - at - 1);
+        link.proxy().main_port.push(kvtest::Bytes(data + at + 1, data + at + 1 + length));
+        at += 1 + length;
+    }
+    describe::for_each(master::Methods{}, [&]<class M>() {
+        if (M::id == chosen)
+            call<M>(link.handle, typename M::in{}, typename M::out{});
+    });
+    return 0;
+}

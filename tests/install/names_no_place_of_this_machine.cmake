@@ -1,0 +1,17 @@
+# SPDX-License-Identifier: Apache-2.0
+# Nothing that others read may point into the build, the source, or the prefix that was installed to at first.
+include(${CMAKE_CURRENT_LIST_DIR}/run.cmake)
+file(GLOB_RECURSE files ${PREFIX}/*.pc ${PREFIX}/*.cmake ${PREFIX}/*.h ${PREFIX}/*.txt)
+list(LENGTH files count)
+if(count LESS 10)
+    message(FATAL_ERROR "only ${count} files to look at: is the tree installed?")
+endif()
+foreach(file IN LISTS files)
+    file(READ ${file} text)
+    foreach(place IN ITEMS ${BUILD} ${ROOT} first-prefix)
+        string(FIND "${text}" "${place}" at)
+        if(NOT at EQUAL -1)
+            message(SEND_ERROR "${file} names ${place}")
+        endif()
+    endforeach()
+endforeach()

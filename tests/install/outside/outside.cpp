@@ -1,0 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "outside.h"
+
+int main()
+{
+    return refuses_without_an_agent() ? 0 : 1;
+}

@@ -1,0 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "connection.hpp"
+#include "nowhere.hpp"
+
+#include <rpc_port.h>

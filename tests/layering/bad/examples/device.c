@@ -1,0 +1,3 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+#include <korvane.h>
+#include <rpc_port.h>

@@ -1,0 +1,84 @@
+# SPDX-License-Identifier: Apache-2.0
+# cmake -D ROOT=<tree> -P check.cmake
+# Fails, naming every place, when a layer includes what it may not.
+
+cmake_minimum_required(VERSION 3.25)
+
+# What each layer may include of the tree besides its own folder: paths from the root, as regular expressions.
+set(description "src/korvane_master_proxy/(array_codec|describe|interface|log|parcel|record_types|wire)\\.hpp")
+set(layers include platform/include platform/host common src/korvane_master_proxy src/korvane agent tools examples)
+set(may_use_include "")
+set(may_use_platform/include "")
+set(may_use_platform/host platform/include/)
+set(may_use_common platform/include/ include/)
+set(may_use_src/korvane_master_proxy common/ platform/include/)
+set(may_use_src/korvane src/korvane_master_proxy/ common/ platform/include/ include/)
+# The other side of the wire shares its description and the code that reads and writes parcels, nothing else.
+set(may_use_agent ${description} common/ platform/include/)
+set(may_use_tools ${description} common/ platform/include/ include/)
+# What an application sees, and nothing more.
+set(may_use_examples include/)
+
+# Where the compiler looks for a name that is not in the including file's own folder.
+set(search . platform/include include src/korvane_master_proxy src/korvane platform/host agent)
+
+set(breaches 0)
+set(files_read 0)
+
+# Sets found to the included file's path from the root; empty for what does not belong to the tree.
+function(find_included name own_folder)
+    foreach(folder IN ITEMS ${own_folder} LISTS search)
+        if(EXISTS "${ROOT}/${folder}/${name}")
+            cmake_path(SET path NORMALIZE "${folder}/${name}")
+            set(found "${path}" PARENT_SCOPE)
+            return()
+        endif()
+    endforeach()
+    set(found "" PARENT_SCOPE)
+endfunction()
+
+function(may_include layer path)
+    foreach(pattern IN ITEMS "${layer}/" LISTS may_use_${layer})
+        if(path MATCHES "^${pattern}")
+            set(allowed TRUE PARENT_SCOPE)
+            return()
+        endif()
+    endforeach()
+    set(allowed FALSE PARENT_SCOPE)
+endfunction()
+
+foreach(layer IN LISTS layers)
+    file(GLOB_RECURSE files RELATIVE "${ROOT}" "${ROOT}/${layer}/*.[ch]" "${ROOT}/${layer}/*.[ch]pp")
+    foreach(file IN LISTS files)
+        math(EXPR files_read "${files_read} + 1")
+        cmake_path(GET file PARENT_PATH own_folder)
+        file(STRINGS "${ROOT}/${file}" lines REGEX "^[ \t]*#[ \t]*include")
+        foreach(line IN LISTS lines)
+            if(NOT line MATCHES "include[ \t]*([\"<])([^\">]+)[\">]")
+                message(SEND_ERROR "${file}: cannot read: ${line}")
+                continue()
+            endif()
+            set(quote "${CMAKE_MATCH_1}")
+            set(name "${CMAKE_MATCH_2}")
+            find_included("${name}" "${own_folder}")
+            if(found)
+                may_include("${layer}" "${found}")
+            else()
+                # A quoted name that leads nowhere cannot be judged; one in angle brackets is the system's.
+                string(COMPARE EQUAL "${quote}" "<" allowed)
+            endif()
+            if(NOT allowed)
+                math(EXPR breaches "${breaches} + 1")
+                message(STATUS "${file}: ${layer}/ may not include '${name}'")
+            endif()
+        endforeach()
+    endforeach()
+endforeach()
+
+if(files_read EQUAL 0)
+    message(FATAL_ERROR "no source file below '${ROOT}'")
+endif()
+if(breaches GREATER 0)
+    message(FATAL_ERROR "${breaches} includes reach into a layer that is not theirs")
+endif()
+message(STATUS "${files_read} files, every include within its layer's bounds")

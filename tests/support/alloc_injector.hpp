@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+
+/*
+ * Memory that runs out when a test says so. It sees malloc, calloc, realloc, strdup and free of everything that is
+ * linked statically into the test (the link option --wrap), and cJSON's through its hooks. What shared libraries
+ * allocate, GLib and the C++ runtime among them, is not seen: operator new in a test never fails.
+ */
+namespace kvtest::allocs {
+
+/// The n-th allocation from now on fails, once; 1 is the next one.
+void fail_nth(unsigned nth);
+void stop_failing();
+/// Whether an allocation was made to fail since fail_nth().
+bool failed();
+
+/// Blocks that were allocated and not freed.
+std::size_t live_blocks();
+/// The largest size that was asked for since reset_largest().
+std::size_t largest();
+void reset_largest();
+
+} // namespace kvtest::allocs

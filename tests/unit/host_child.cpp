@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "unit/host_child.hpp"
+
+#include <gtest/gtest.h>
+
+#include <poll.h>
+#include <sched.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace host_test {
+
+namespace {
+
+using std::chrono::steady_clock;
+constexpr auto deadline = std::chrono::seconds(30);
+
+[[noreturn]] void run_body(const Environment &environment, const std::function<void()> &body)
+{
+    for (const auto &[name, value] : environment)
+        value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+    body();
+    _exit(testing::Test::HasFailure() ? 1 : 0);
+}
+
+} // namespace
+
+std::string ChildResult::text() const
+{
+    std::string all;
+    for (const std::string &write : writes)
+        all += write;
+    return all;
+}
+
+std::vector<std::string> ChildResult::lines() const
+{
+    std::istringstream stream(text());
+    std::vector<std::string> found;
+    for (std::string line; std::getline(stream, line);)
+        found.push_back(line);
+    return found;
+}
+
+ChildResult in_child(const Environment &environment, const std::function<void()> &body)
+{
+    // A socket of packets keeps the child's writes apart.
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
+        throw std::runtime_error("socketpair");
+    const int large = 4 << 20;
+    setsockopt(ends[1], SOL_SOCKET, SO_SNDBUFFORCE, &large, sizeof large);
+
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(ends[1], STDERR_FILENO);
+        close(ends[0]);
+        close(ends[1]);
+        run_body(environment, body);
+    }
+    close(ends[1]);
+
+    ChildResult result;
+    std::vector<char> packet(2 << 20);
+    const auto end = steady_clock::now() + deadline;
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now()).count();
+        pollfd readable{ends[0], POLLIN, 0};
+        if (left <= 0 || poll(&readable, 1, static_cast<int>(left)) == 0) {
+            kill(child, SIGKILL);
+            ADD_FAILURE() << "the child did not end in time";
+            break;
+        }
+        const ssize_t size = recv(ends[0], packet.data(), packet.size(), 0);
+        if (size <= 0)
+            break;
+        result.writes.emplace_back(packet.data(), static_cast<std::size_t>(size));
+    }
+    close(ends[0]);
+    waitpid(child, &result.status, 0);
+    return result;
+}
+
+TemporaryDirectory::TemporaryDirectory() : path_(testing::TempDir() + "/kv-host-XXXXXX")
+{
+    if (!mkdtemp(path_.data()))
+        throw std::runtime_error("mkdtemp");
+}
+
+TemporaryDirectory::~TemporaryDirectory()
+{
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+std::string contents_of(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+bool comes_true(const std::function<bool()> &condition)
+{
+    const auto end = steady_clock::now() + deadline;
+    while (!condition()) {
+        if (steady_clock::now() > end)
+            return false;
+        sched_yield();
+    }
+    return true;
+}
+
+} // namespace host_test

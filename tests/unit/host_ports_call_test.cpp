@@ -1,0 +1,382 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Requests and replies on the main link, and every way in which a reply does not come.
+#include <malloc.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "unit/host_ports_fixture.hpp"
+
+namespace host_ports {
+namespace {
+
+using ACall = PortsTest;
+using AReply = PortsTest;
+using ARequest = PortsTest;
+using std::chrono::milliseconds;
+
+bool has(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+milliseconds time_of(const std::function<void()> &action)
+{
+    const auto start = std::chrono::steady_clock::now();
+    action();
+    return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);
+}
+
+constexpr milliseconds at_once{1000}; // far less than the default reply timeout of 10 s
+
+TEST_F(ACall, ReturnsWhatTheAgentAnswers)
+{
+    Agent agent([](Stub &, rpc_port_h main, int request) { send_number(main, request * 2); });
+    Proxy proxy;
+    ASSERT_TRUE(proxy.connected_now());
+    for (int i = 0; i < 1000; i++) {
+        ASSERT_EQ(0, proxy.send(i));
+        ASSERT_EQ(i * 2, proxy.read());
+    }
+}
+
+// A string there and back, which the agent returns as it is.
+void expect_echo(Proxy &proxy, const std::string &text)
+{
+    rpc_port_parcel_h parcel = nullptr;
+    ASSERT_EQ(0, rpc_port_parcel_create(&parcel));
+    ASSERT_EQ(0, rpc_port_parcel_write_string(parcel, text.c_str()));
+    ASSERT_EQ(0, rpc_port_parcel_send(parcel, proxy.main));
+    rpc_port_parcel_destroy(parcel);
+    ASSERT_EQ(0, rpc_port_parcel_create_from_port(&parcel, proxy.main));
+    char *answered = nullptr;
+    ASSERT_EQ(0, rpc_port_parcel_read_string(parcel, &answered));
+    EXPECT_TRUE(text == answered) << "of " << text.size() << " bytes";
+    free(answered);
+    rpc_port_parcel_destroy(parcel);
+}
+
+TEST_F(ACall, CarriesParcelsOfEverySizeUpToTheLimit)
+{
+    Child agent([](const auto &ready, const auto &serve) {
+        rpc_port_stub_events_t events = {};
+        events.received = [](const rpc_port_stub_peer_t *, rpc_port_h port, void *) {
+            rpc_port_parcel_h parcel = nullptr;
+            if (rpc_port_parcel_create_from_port(&parcel, port) != 0)
+                _exit(3);
+            rpc_port_parcel_send(parcel, port);
+            rpc_port_parcel_destroy(parcel);
+        };
+        rpc_port_stub_h stub = nullptr;
+        if (rpc_port_stub_create(&stub, appid, port_name, &events, nullptr) != 0 || rpc_port_stub_listen(stub) != 0)
+            _exit(2);
+        ready();
+        serve();
+    });
+    Proxy proxy;
+    ASSERT_TRUE(proxy.connected_now());
+    for (size_t size = 1; size < (size_t{16} << 20) - 4; size = size * 3 + 1)
+        expect_echo(proxy, std::string(size, static_cast<char>('a' + size % 26)));
+    expect_echo(proxy, std::string((size_t{16} << 20) - 4, 'z'));
+    expect_echo(proxy, "");
+}
+
+TEST_F(ACall, ThatIsTooLongIsRefusedAndTheNextReadDoesNotWait)
+{
+    Agent agent([](Stub &, rpc_port_h main, int request) { send_number(main, request); });
+    Proxy proxy;
+    ASSERT_TRUE(proxy.connected_now());
+    rpc_port_parcel_h parcel = nullptr;
+    ASSERT_EQ(0, rpc_port_parcel_create(&parcel));
+    rpc_port_parcel_write_string(parcel, std::string((size_t{16} << 20) + 1, 'x').c_str());
+    EXPECT_EQ(-EMSGSIZE, rpc_port_parcel_send(parcel, proxy.main));
+    rpc_port_parcel_destroy(parcel);
+    EXPECT_GT(at_once, time_of([&] { EXPECT_GT(0, proxy.read_code()); }));
+    EXPECT_EQ(0, proxy.send(3)) << "the link itself is sound";
+    EXPECT_EQ(3, proxy.read());
+}
+
+TEST_F(ACall, AfterAFailedSendReadsWhatHasAlreadyArrived)
+{
+    Proxy proxy;
+    RawAgent agent(socket_path(), proxy);
+    agent.main->send(frame(u32(5)) + frame(u32(6)));
+    agent.main->close_now();
+    EXPECT_EQ(-EPIPE, proxy.send(1));
+    EXPECT_EQ(5, proxy.read());
+    EXPECT_EQ(6, proxy.read());
+    EXPECT_GT(at_once, time_of([&] { EXPECT_GT(0, proxy.read_code()); }));
+}
+
+TEST_F(ACall, ToADeadAgentRaisesNoSignal)
+{
+    ASSERT_EQ(SIG_DFL, signal(SIGPIPE, SIG_DFL));
+    Agent agent([](Stub &, rpc_port_h, int) {});
+    Proxy proxy;
+    ASSERT_TRUE(proxy.connected_now());
+    agent.kill_now();
+    EXPECT_EQ(-EPIPE, proxy.send(1));
+    EXPECT_EQ(-ENOTCONN, proxy.send(1));
+    EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
+    EXPECT_EQ(0, rpc_port_proxy_destroy(std::exchange(proxy.handle, nullptr)));
+}
+
+TEST_F(ACall, OnTheCallbackPortIsRefused)
+{
+    Stub stub;
+    ASSERT_EQ(0, stub.listen());
+    Proxy proxy;
+    ASSERT_TRUE(proxy.connected_now());
+    EXPECT_EQ(-EINVAL, proxy.send(1, proxy.callback_port()));
+}
+
+TEST_F(ACall, IsNotDisturbedBySignals)
+{
+    Agent agent([](Stub &, rpc_port_h main, int request) {
+        const auto end = std::chrono::steady_clock::now() + milliseconds(30);
+        while (std::chrono::steady_clock::now() < end) { // an agent that takes its time
+        }
+        send_number(main, request);
+    });
+    Proxy proxy;
+    ASSERT_TRUE(proxy.connected_now());
+    static volatile sig_atomic_t alarms = 0;
+    struct sigaction action = {};
+    action.sa_handler = [](int) { alarms = alarms + 1; };
+    sigaction(SIGALRM, &action, nullptr); // without SA_RESTART: every system call sees it
+    const itimerval often = {{0, 1000}, {0, 1000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    for (int i = 0; i < 5; i++) {
+        EXPECT_EQ(0, proxy.send(i));
+        EXPECT_EQ(i, proxy.read());
+    }
+    const itimerval never = {};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    signal(SIGALRM, SIG_DFL);
+    EXPECT_LT(10, alarms);
+}
+
+TEST_F(AReply, ThatNeverComesEndsTheCallWhenTheAgentDies)
+{
+    Agent agent([](Stub &, rpc_port_h, int) { raise(SIGKILL); });
+    Proxy proxy;
+    ASSERT_TRUE(proxy.connected_now());
+    ASSERT_EQ(0, proxy.send(1));
+    EXPECT_GT(at_once, time_of([&] { EXPECT_EQ(-ECONNRESET, proxy.read_code()); }));
+    EXPECT_EQ(0, proxy.disconnected) << "told on the loop, never inside a call";
+    EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
+    run_what_is_ready();
+    EXPECT_EQ(1, proxy.disconnected);
+    agent.wait();
+}
+
+TEST_F(AReply, CutShortAtEveryByteEndsTheCallAtOnce)
+{
+    const std::string whole = frame(u32(0) + u32(3) + "abc" + u32(7));
+    for (size_t size = 0; size < whole.size(); size++) {
+        Proxy proxy;
+        {
+            RawAgent agent(socket_path(), proxy);
+            ASSERT_EQ(0, proxy.send(1));
+            agent.main->send(whole.substr(0, size));
+        }
+        EXPECT_GT(at_once, time_of([&] { EXPECT_EQ(-ECONNRESET, proxy.read_code()) << "cut at " << size; }));
+        EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
+        unlink(socket_path().c_str());
+    }
+}
+
+TEST_F(AReply, InPiecesIsPutTogether)
+{
+    Proxy proxy;
+    RawAgent agent(socket_path(), proxy);
+    for (size_t cut = 0; cut <= 8; cut++) {
+        ASSERT_EQ(0, proxy.send(1));
+        const std::string whole = frame(u32(42));
+        Child rest([&](const auto &ready, const auto &) {
+            agent.main->send(whole.substr(0, cut));
+            ready();
+            agent.main->send(whole.substr(cut));
+        });
+        EXPECT_EQ(42, proxy.read()) << "cut at " << cut;
+    }
+}
+
+TEST_F(AReply, TogetherWithOthersIsReadOneByOne)
+{
+    Proxy proxy;
+    RawAgent agent(socket_path(), proxy);
+    ASSERT_EQ(0, proxy.send(1));
+    agent.main->send(frame(u32(1)) + frame("") + frame(u32(3)));
+    EXPECT_EQ(1, proxy.read());
+    EXPECT_EQ(std::nullopt, proxy.read());
+    EXPECT_EQ(3, proxy.read());
+    EXPECT_EQ(0, proxy.received);
+}
+
+TEST_F(AReply, AboveTheLimitClosesTheLink)
+{
+    for (uint32_t size : {(uint32_t{16} << 20) + 1, uint32_t{0x7fffffff}, uint32_t{0xffffffff}}) {
+        Proxy proxy;
+        RawAgent agent(socket_path(), proxy);
+        ASSERT_EQ(0, proxy.send(1));
+        agent.main->send(u32(size) + "some");
+        EXPECT_EQ(-EPROTO, proxy.read_code());
+        EXPECT_TRUE(agent.main->is_closed_by_other_side());
+        EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
+        EXPECT_TRUE(has(log(), "a parcel of " + std::to_string(size) + " bytes was announced")) << log();
+        unlink(socket_path().c_str());
+    }
+}
+
+TEST_F(AReply, ThatAnnouncesMuchAndSendsLittleTakesLittleMemory)
+{
+    Proxy proxy;
+    RawAgent agent(socket_path(), proxy);
+    ASSERT_EQ(0, proxy.send(1));
+    agent.main->send(u32(uint32_t{16} << 20) + "some");
+    agent.main->close_now();
+    const struct mallinfo2 before = mallinfo2();
+    EXPECT_EQ(-ECONNRESET, proxy.read_code());
+    const struct mallinfo2 after = mallinfo2();
+    EXPECT_LE(after.uordblks + after.hblkhd, before.uordblks + before.hblkhd + (size_t{80} << 10));
+}
+
+TEST_F(AReply, ThatNeverComesClosesTheLinkAfterTheTimeout)
+{
+    Setting quick("KORVANE_REPLY_TIMEOUT_MS", "60");
+    Proxy proxy;
+    RawAgent agent(socket_path(), proxy);
+    ASSERT_EQ(0, proxy.send(1));
+    const milliseconds waited = time_of([&] { EXPECT_EQ(-ETIMEDOUT, proxy.read_code()); });
+    EXPECT_LE(milliseconds(50), waited);
+    EXPECT_GT(at_once, waited);
+    EXPECT_TRUE(has(log(), "port kv_master: no reply within 60 ms")) << log();
+    EXPECT_EQ(-ENOTCONN, proxy.send(2)) << "a late reply must not be taken for the next one's";
+    EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
+}
+
+TEST_F(AReply, IsNotAwaitedLongerBecauseOtherParcelsArrive)
+{
+    Setting quick("KORVANE_REPLY_TIMEOUT_MS", "100");
+    Proxy proxy;
+    RawAgent agent(socket_path(), proxy);
+    ASSERT_EQ(0, proxy.send(1));
+    Child chatter([&](const auto &ready, const auto &) {
+        ready();
+        const std::string unrelated = frame(u32(9));
+        while (send(agent.main->descriptor(), unrelated.data(), unrelated.size(), MSG_NOSIGNAL) > 0) {
+        }
+    });
+    const milliseconds waited = time_of([&] {
+        int code = 0;
+        while (code == 0)
+            code = proxy.read_code();
+        EXPECT_EQ(-ETIMEDOUT, code);
+    });
+    EXPECT_LE(milliseconds(50), waited);
+    EXPECT_GT(at_once, waited);
+}
+
+TEST_F(AReply, IsNotAwaitedLongerBecauseItComesDropByDrop)
+{
+    Setting quick("KORVANE_REPLY_TIMEOUT_MS", "100");
+    Proxy proxy;
+    RawAgent agent(socket_path(), proxy);
+    ASSERT_EQ(0, proxy.send(1));
+    Child dripping([&](const auto &ready, const auto &) {
+        const std::string header = u32(uint32_t{16} << 20);
+        agent.main->send(header);
+        ready();
+        while (send(agent.main->descriptor(), "x", 1, MSG_NOSIGNAL) > 0) {
+        }
+    });
+    const milliseconds waited = time_of([&] { EXPECT_EQ(-ETIMEDOUT, proxy.read_code()); });
+    EXPECT_GT(at_once, waited);
+}
+
+TEST_F(AReply, IsAwaitedForEverWhenTheTimeoutIsZero)
+{
+    Setting never("KORVANE_REPLY_TIMEOUT_MS", "0");
+    Agent agent([](Stub &, rpc_port_h main, int request) {
+        const auto end = std::chrono::steady_clock::now() + milliseconds(50);
+        while (std::chrono::steady_clock::now() < end) {
+        }
+        send_number(main, request);
+    });
+    Proxy proxy;
+    ASSERT_TRUE(proxy.connected_now());
+    EXPECT_EQ(0, proxy.send(1));
+    EXPECT_EQ(1, proxy.read());
+}
+
+TEST_F(ARequest, ThatTheAgentDoesNotTakeTimesOutToo)
+{
+    Setting quick("KORVANE_REPLY_TIMEOUT_MS", "60");
+    Proxy proxy;
+    RawAgent agent(socket_path(), proxy);
+    rpc_port_parcel_h parcel = nullptr;
+    ASSERT_EQ(0, rpc_port_parcel_create(&parcel));
+    rpc_port_parcel_write_string(parcel, std::string(size_t{8} << 20, 'x').c_str());
+    const milliseconds waited = time_of([&] { EXPECT_EQ(-ETIMEDOUT, rpc_port_parcel_send(parcel, proxy.main)); });
+    EXPECT_LE(milliseconds(50), waited);
+    EXPECT_GT(at_once, waited);
+    rpc_port_parcel_destroy(parcel);
+    EXPECT_GT(0, proxy.read_code());
+    EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
+}
+
+TEST_F(ARequest, CutShortAtEveryByteIsNeverServed)
+{
+    Stub stub;
+    ASSERT_EQ(0, stub.listen());
+    const std::string whole = frame(u32(10) + u32(2) + "ab");
+    for (size_t size = 0; size < whole.size(); size++) {
+        {
+            RawProxy proxy(socket_path());
+            proxy.main.send(whole.substr(0, size));
+        }
+        EXPECT_TRUE(run_until([&] { return stub.gone.size() == size + 1; })) << "cut at " << size;
+    }
+    EXPECT_TRUE(stub.requests.empty());
+}
+
+TEST_F(ARequest, AboveTheLimitClosesTheLinkOfThatPeerOnly)
+{
+    Stub stub;
+    ASSERT_EQ(0, stub.listen());
+    Proxy other;
+    ASSERT_TRUE(other.connected_now());
+    RawProxy proxy(socket_path());
+    proxy.main.send(frame(u32(1)) + u32((uint32_t{16} << 20) + 1));
+    EXPECT_EQ(frame(u32(1)), proxy.main.receive(8)) << "what came before it is whole";
+    EXPECT_TRUE(proxy.main.is_closed_by_other_side());
+    EXPECT_TRUE(proxy.callback.is_closed_by_other_side());
+    EXPECT_EQ(1u, stub.gone.size());
+    EXPECT_EQ(0, other.send(2));
+    EXPECT_TRUE(run_until([&] { return stub.requests.size() == 2; }));
+    EXPECT_EQ(2, other.read());
+}
+
+TEST_F(ARequest, InPiecesIsPutTogether)
+{
+    Stub stub;
+    ASSERT_EQ(0, stub.listen());
+    RawProxy proxy(socket_path());
+    for (char byte : frame(u32(77)) + frame(u32(78))) {
+        proxy.main.send({byte});
+        run_what_is_ready();
+    }
+    EXPECT_EQ((std::vector<int>{77, 78}), stub.requests);
+}
+
+} // namespace
+} // namespace host_ports

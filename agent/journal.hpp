@@ -17,6 +17,9 @@ public:
     /// Opens the file for appending when there is a path. Throws std::system_error when it cannot be opened.
     Journal(const std::string &path, bool verbose);
 
+    /// Whether anybody reads what is written; if not, it need not be put together.
+    bool wanted() const { return file_ || verbose_; }
+
     /// The line's facts follow "time_us", the time at which it began.
     void write(std::int64_t time_us, Json facts, const std::string &words);
 

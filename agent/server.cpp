@@ -148,15 +148,17 @@ void Server::received(const rpc_port_stub_peer_t &peer, rpc_port_h port)
     if (rpc_port_parcel_create_from_port(&parcel, port) != 0)
         return;
     Parcel request{parcel};
-    if (auto known = peers_.find(peer.instance); known != peers_.end())
+    if (auto known = peers_.find(std::string_view{peer.instance}); known != peers_.end())
         answer(known->second, request.get());
 }
 
 void Server::answer(Peer &peer, rpc_port_parcel_h request)
 {
-    const std::int64_t begun = Journal::now();
+    const bool noted = journal_.wanted();
+    const std::int64_t begun = noted ? Journal::now() : 0;
     Handled handled = handle(peer, request);
-    note_request(peer, begun, handled);
+    if (noted)
+        note_request(peer, begun, handled, request);
     // The peer may be gone as soon as something is sent, so from here on it goes by its name.
     const std::string instance = peer.instance;
     if (handled.served.decoded)
@@ -177,10 +179,9 @@ Server::Handled Server::handle(Peer &peer, rpc_port_parcel_h request)
         handled.problem = "unknown method id " + std::to_string(handled.id);
         handled.served.decoded = true;
         handled.served.reply = bare_reply(refused);
-        handled.served.answer.set("result", refused);
         return handled;
     }
-    handled.method = method->name;
+    handled.method = method;
 
     Deviation deviation;
     if (method->since > state_.version.number()) {
@@ -198,19 +199,39 @@ Server::Handled Server::handle(Peer &peer, rpc_port_parcel_h request)
     if (!handled.served.decoded)
         handled.problem = "its arguments cannot be decoded";
     else if (method->arguments > 0 && !deviation.result)
-        state_.told.insert_or_assign(method->name, handled.served.arguments.copy());
+        remember(method->id, request);
     return handled;
 }
 
-void Server::note_request(const Peer &peer, std::int64_t begun, const Handled &handled)
+void Server::remember(int method_id, rpc_port_parcel_h request)
 {
-    const Served &served = handled.served;
+    const void *bytes = nullptr;
+    std::size_t size = 0;
+    if (rpc_port_parcel_get_raw(request, &bytes, &size) == 0)
+        state_.told[method_id].assign(static_cast<const char *>(bytes), size);
+}
+
+void Server::note_request(const Peer &peer, std::int64_t begun, const Handled &handled, rpc_port_parcel_h request)
+{
+    const std::int64_t duration = Journal::now() - begun;
+    Json arguments = Json::object();
+    Json answer = Json::object();
+    if (handled.method) {
+        int id = 0;
+        rpc_port_parcel_rewind(request);
+        rpc_port_parcel_read_int32(request, &id);
+        arguments = handled.method->show_arguments(request);
+    }
+    if (handled.served.reply)
+        answer = handled.method ? handled.method->show_answer(handled.served.reply.get())
+                                : std::move(Json::object().set("result", refused));
+
+    const std::string method = handled.method ? handled.method->name : "";
+    std::string words = peer.name() + "  " + method + "(" + in_words(arguments) + ")  ->  " + in_words(answer);
     Json facts = Json::object();
-    facts.set("peer", peer.name()).set("method", handled.method).set("id", handled.id);
-    facts.set("arguments", served.arguments.copy()).set("answer", served.answer.copy());
-    facts.set("duration_us", Journal::now() - begun);
-    std::string words =
-        peer.name() + "  " + handled.method + "(" + in_words(served.arguments) + ")  ->  " + in_words(served.answer);
+    facts.set("peer", peer.name()).set("method", method).set("id", handled.id);
+    facts.set("arguments", std::move(arguments)).set("answer", std::move(answer));
+    facts.set("duration_us", duration);
     if (handled.fault) {
         facts.set("fault", name_of(handled.fault->form));
         words += std::string{"  [fault: "} + name_of(handled.fault->form) + "]";

@@ -54,7 +54,7 @@ private:
     /// What became of a request.
     struct Handled {
         int id = -1;
-        std::string method{};
+        const MethodEntry *method = nullptr; // none for an id that is unknown
         Served served{};
         std::vector<Event> events{};
         std::optional<Fault> fault{};
@@ -68,7 +68,8 @@ private:
 
     void answer(Peer &peer, rpc_port_parcel_h request);
     Handled handle(Peer &peer, rpc_port_parcel_h request);
-    void note_request(const Peer &peer, std::int64_t begun, const Handled &handled);
+    void remember(int method_id, rpc_port_parcel_h request);
+    void note_request(const Peer &peer, std::int64_t begun, const Handled &handled, rpc_port_parcel_h request);
     void deliver(const std::string &instance, Served &served, std::vector<Event> events,
                  const std::optional<Fault> &fault);
     void deliver_late(const std::string &instance, Served &served, std::vector<Event> events, int milliseconds);
@@ -84,7 +85,7 @@ private:
     Handlers handlers_;
     bool refuses_;
     rpc_port_stub_h stub_ = nullptr;
-    std::map<std::string, Peer> peers_;
+    std::map<std::string, Peer, std::less<>> peers_;
     std::list<Delayed> delayed_;
 };
 

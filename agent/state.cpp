@@ -1,11 +1,31 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "state.hpp"
 
+#include "stub.hpp"
+
+#include <rpc_port_stub.h>
+
 #include <glib.h>
 
 #include <fstream>
 
 namespace kv::virtual_agent {
+
+namespace {
+
+/// A request was read once already, so its id and arguments are there.
+Json shown_arguments(const std::string &request)
+{
+    rpc_port_parcel_h parcel = nullptr;
+    int id = 0;
+    if (rpc_port_parcel_create_from_raw(&parcel, request.data(), request.size()) != 0)
+        throw std::bad_alloc{};
+    Parcel owned{parcel};
+    rpc_port_parcel_read_int32(parcel, &id);
+    return find_method(id)->show_arguments(parcel);
+}
+
+} // namespace
 
 Json State::view() const
 {
@@ -14,8 +34,8 @@ Json State::view() const
         devices.set(std::to_string(number).c_str(),
                     std::move(Json::object().set("device_id", device.device_id).set("presence", device.presence)));
     Json last = Json::object();
-    for (const auto &[method, arguments] : told)
-        last.set(method.c_str(), arguments.copy());
+    for (const auto &[id, request] : told)
+        last.set(find_method(id)->name, shown_arguments(request));
 
     Json all = Json::object();
     all.set("version", version.text())

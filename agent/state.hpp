@@ -26,7 +26,7 @@ struct State {
     bool signed_in = false;
     int thing_status = 0;
     std::map<int, SubDevice> sub_devices; // by device number
-    std::map<std::string, Json> told;     // by method: the arguments of the last request that brought any
+    std::map<int, std::string> told;      // by method id: the last request that brought arguments, as it came
 
     Json view() const;
 };

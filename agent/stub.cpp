@@ -4,17 +4,20 @@
 #include "handlers.hpp"
 #include "show.hpp"
 
+#include <rpc_port_stub.h>
+
 #include <algorithm>
 
 namespace kv::virtual_agent {
 
 namespace {
 
-/// Reads one argument and notes it, so that the journal shows an undecodable request as far as it went.
+/// Reads one value and notes it. False when it is not there, so that a row of values is shown as far as it goes.
 template <class Element>
-bool read_and_show(rpc_port_parcel_h request, typename Argument<Element>::Held &held, Json &shown)
+bool read_and_show(rpc_port_parcel_h parcel, Json &shown)
 {
-    if (!Argument<Element>::read(request, held))
+    typename Argument<Element>::Held held{};
+    if (!Argument<Element>::read(parcel, held))
         return false;
     shown.set(Element::name, show(Element{}, Argument<Element>::view(held)));
     return true;
@@ -29,8 +32,7 @@ struct Stub<M, describe::In<I...>, describe::Out<O...>> {
     {
         Served served;
         std::tuple<typename Argument<I>::Held...> held{};
-        served.decoded = std::apply(
-            [&](auto &...values) { return (read_and_show<I>(request, values, served.arguments) && ...); }, held);
+        served.decoded = std::apply([&](auto &...values) { return (Argument<I>::read(request, values) && ...); }, held);
         if (!served.decoded)
             return served;
 
@@ -45,6 +47,24 @@ struct Stub<M, describe::In<I...>, describe::Out<O...>> {
         return served;
     }
 
+    static Json show_arguments([[maybe_unused]] rpc_port_parcel_h request)
+    {
+        Json shown = Json::object();
+        static_cast<void>((read_and_show<I>(request, shown) && ...));
+        return shown;
+    }
+
+    static Json show_answer(rpc_port_parcel_h reply)
+    {
+        Json shown = Json::object();
+        int kind = 0;
+        int result = 0;
+        if (rpc_port_parcel_rewind(reply) == 0 && rpc_port_parcel_read_int32(reply, &kind) == 0 &&
+            (read_and_show<O>(reply, shown) && ...) && rpc_port_parcel_read_int32(reply, &result) == 0)
+            shown.set("result", result);
+        return shown;
+    }
+
 private:
     static void write(const Answer<M> &answer, int kind, Served &served)
     {
@@ -52,31 +72,33 @@ private:
         rpc_port_parcel_h reply = served.reply.get();
         bool whole = rpc_port_parcel_write_int32(reply, kind) == 0;
         std::apply(
-            [&](const auto &...values) {
-                ((whole = whole && Wire<O>::write(reply, OutValue<O>::arg(values)),
-                  served.answer.set(O::name, show(O{}, OutValue<O>::arg(values)))),
-                 ...);
-            },
+            [&](const auto &...values) { ((whole = whole && Wire<O>::write(reply, OutValue<O>::arg(values))), ...); },
             answer.outs);
         whole = whole && rpc_port_parcel_write_int32(reply, answer.result) == 0;
-        served.answer.set("result", answer.result);
         if (!whole)
             throw std::bad_alloc{};
     }
 };
 
+template <class M, class S>
+MethodEntry entry_of()
+{
+    return {M::name, M::id, M::since, M::in::count, S::serve, S::show_arguments, S::show_answer};
+}
+
 template <class... M>
 std::vector<MethodEntry> entries_of(describe::List<M...>)
 {
-    return {MethodEntry{M::name, M::id, M::since, M::in::count, Stub<M, typename M::in, typename M::out>::serve}...};
+    return {entry_of<M, Stub<M, typename M::in, typename M::out>>()...};
 }
 
-template <class Matches>
-const MethodEntry *find(Matches matches)
+/// By id, which every request is looked up by.
+std::vector<const MethodEntry *> index_of(const std::vector<MethodEntry> &methods)
 {
-    const auto &methods = all_methods();
-    auto found = std::find_if(methods.begin(), methods.end(), matches);
-    return found == methods.end() ? nullptr : &*found;
+    std::vector<const MethodEntry *> index(static_cast<std::size_t>(methods.back().id) + 1);
+    for (const MethodEntry &method : methods)
+        index[static_cast<std::size_t>(method.id)] = &method;
+    return index;
 }
 
 } // namespace
@@ -89,12 +111,16 @@ const std::vector<MethodEntry> &all_methods()
 
 const MethodEntry *find_method(int id)
 {
-    return find([id](const MethodEntry &method) { return method.id == id; });
+    static const std::vector<const MethodEntry *> index = index_of(all_methods());
+    return id >= 0 && static_cast<std::size_t>(id) < index.size() ? index[static_cast<std::size_t>(id)] : nullptr;
 }
 
 const MethodEntry *find_method(const std::string &name)
 {
-    return find([&](const MethodEntry &method) { return name == method.name; });
+    const auto &methods = all_methods();
+    auto found =
+        std::find_if(methods.begin(), methods.end(), [&](const MethodEntry &method) { return name == method.name; });
+    return found == methods.end() ? nullptr : &*found;
 }
 
 } // namespace kv::virtual_agent

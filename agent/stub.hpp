@@ -36,8 +36,6 @@ struct Deviation {
 
 struct Served {
     bool decoded = false;
-    Json arguments = Json::object(); // as far as they could be read
-    Json answer = Json::object();
     Parcel reply{};
 };
 
@@ -47,7 +45,12 @@ struct MethodEntry {
     int id;
     int since;
     int arguments;
+    /// Reads the arguments behind the id.
     Served (*serve)(Handlers &handlers, Call &call, rpc_port_parcel_h request, const Deviation &deviation);
+    /// The same by name and value, as far as they can be read. Only made when somebody looks: it costs more than serving.
+    Json (*show_arguments)(rpc_port_parcel_h request);
+    /// A reply of its own, from its first byte: out values and result.
+    Json (*show_answer)(rpc_port_parcel_h reply);
 };
 
 /// None for an id that the interface does not have.

@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Writes the first inputs of corpus/: one well-formed event per delegate type, one well-formed reply per kind of out."""
+"""Writes the first inputs of corpus/: one well-formed event per delegate type, one well-formed reply per kind of out, one
+request per kind of argument."""
 import pathlib, struct
 
 HERE = pathlib.Path(__file__).parent / "corpus"
@@ -32,3 +33,14 @@ for method, outs in REPLIES.items():
     (HERE / "replies" / f"method_{method}").write_bytes(bytes([method]) + frame(good))
     (HERE / "replies" / f"method_{method}_after_other_kinds").write_bytes(
         bytes([method]) + frame(i32(1)) + frame(b"") + frame(i32(7) + outs) + frame(good))
+
+REQUESTS = {3: text("") + i32(0) + i32(0), 10: flag(1), 17: i32(5) + i32(1) + flag(0) + i32(6) + i32(2) + flag(0),
+            25: i32(9) + i32(2) + ap_info + ap_info, 32: text("eu") + text("p") + text("a") + text("r") + text("u") + text("c"),
+            37: text("model") + text("1.0"), 40: i32(17) + text("E1"), 59: i32(2) + text("en") + text("de"),
+            68: i32(3) + i32(60) + i32(120) + i32(240), 69: i32(1) + i32(2), 79: text("name") + i32(1) + i32(2),
+            98: i32(2) + i32(1) + i32(2) + flag(1), 101: text("") + i32(0) + i32(0) + i32(27) + i32(1) + flag(1),
+            102: text('{"common_interface":6}')}
+for method, arguments in REQUESTS.items():
+    (HERE / "requests" / f"method_{method}").write_bytes(i32(method) + arguments)
+(HERE / "requests" / "array_count_2147483647").write_bytes(i32(59) + i32(2147483647) + text("en"))
+(HERE / "requests" / "delegate_of_another_type").write_bytes(i32(6) + i32(9) + i32(1) + flag(0))

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+// Requests to the virtual agent: the input is a request parcel, method id first. It is served, and shown as the journal
+// would show it; an answer must be shown as well.
+
+#include "handlers.hpp"
+#include "stub.hpp"
+
+#include <rpc_port_stub.h>
+
+#include <cstdint>
+#include <cstdlib>
+
+using namespace kv::virtual_agent;
+
+namespace {
+
+Parcel parcel_of(const std::uint8_t *data, std::size_t size)
+{
+    rpc_port_parcel_h parcel = nullptr;
+    if (rpc_port_parcel_create_from_raw(&parcel, data, size) != 0)
+        std::abort();
+    return Parcel{parcel};
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    const Parcel request = parcel_of(data, size);
+    int id = 0;
+    if (rpc_port_parcel_read_int32(request.get(), &id) != 0)
+        return 0;
+    const MethodEntry *method = find_method(id);
+    if (!method)
+        return 0;
+
+    State state;
+    Handlers handlers{state};
+    Peer peer;
+    Call call{peer};
+    const Served served = method->serve(handlers, call, request.get(), {});
+    rpc_port_parcel_rewind(request.get());
+    rpc_port_parcel_read_int32(request.get(), &id);
+    const std::string shown = method->show_arguments(request.get()).text();
+    if (shown.empty() || served.decoded != static_cast<bool>(served.reply))
+        std::abort();
+    if (served.reply && method->show_answer(served.reply.get()).text().find("result") == std::string::npos)
+        std::abort();
+    return 0;
+}

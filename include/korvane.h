@@ -1937,11 +1937,11 @@ KORVANE_API int korvane_release_tcp_header_info(korvane_tcp_header_info_h tcp_he
  *
  * @param tcp_header_info  not NULL
  * @param[out] ip_version  the value; not NULL. A number beyond the range of an int ends at its limits: a sequence
- *                         number above 2147483647 reads as 2147483647
+ *                         number above 2147483647 reads as 2147483647. 0 when the agent sent no number
  *
  * @retval KORVANE_ERROR_NONE               the value is set
  * @retval KORVANE_ERROR_INVALID_PARAMETER  an argument is NULL
- * @retval KORVANE_ERROR_OPERATION_FAILED   the agent has not told this field, or not as a number
+ * @retval KORVANE_ERROR_OPERATION_FAILED   the agent has not told this field
  *
  * Lowest agent version: 1.4.
  */
@@ -1951,11 +1951,12 @@ KORVANE_API int korvane_tcp_header_info_get_ip_version(korvane_tcp_header_info_h
  * Reads the source address.
  *
  * @param tcp_header_info  not NULL
- * @param[out] src_addr    the address as text, to be freed with free(); not NULL
+ * @param[out] src_addr    the address as text, to be freed with free(); not NULL. NULL is stored when the agent sent
+ *                         something that is no text
  *
  * @retval KORVANE_ERROR_NONE               *src_addr is set
  * @retval KORVANE_ERROR_INVALID_PARAMETER  an argument is NULL
- * @retval KORVANE_ERROR_OPERATION_FAILED   the agent has not told the address, or not as text
+ * @retval KORVANE_ERROR_OPERATION_FAILED   the agent has not told the address
  * @retval KORVANE_ERROR_OUT_OF_MEMORY      no memory for the copy
  *
  * Lowest agent version: 1.4.
@@ -2248,11 +2249,12 @@ KORVANE_API int korvane_create_hdr_token_info_custom(korvane_h handle, const cha
  * Reads the id of a token. The getters of its other texts are as this one.
  *
  * @param token_info  not NULL
- * @param[out] uuid   the text, to be freed with free(); not NULL
+ * @param[out] uuid   the text, to be freed with free(); not NULL. NULL is stored when the agent sent something that is
+ *                    no text
  *
  * @retval KORVANE_ERROR_NONE               the text is set
  * @retval KORVANE_ERROR_INVALID_PARAMETER  an argument is NULL
- * @retval KORVANE_ERROR_OPERATION_FAILED   the agent has not told it, or not as text
+ * @retval KORVANE_ERROR_OPERATION_FAILED   the agent has not told it
  * @retval KORVANE_ERROR_OUT_OF_MEMORY      no memory for the copy
  *
  * Lowest agent version: 2.1.
@@ -2273,7 +2275,7 @@ KORVANE_API int korvane_hdr_token_info_get_token(korvane_hdr_token_info_h token_
  *
  * @retval KORVANE_ERROR_NONE               *expiration_time is set
  * @retval KORVANE_ERROR_INVALID_PARAMETER  an argument is NULL
- * @retval KORVANE_ERROR_OPERATION_FAILED   the agent has not told it, or not as a number
+ * @retval KORVANE_ERROR_OPERATION_FAILED   the agent has not told it
  *
  * Lowest agent version: 2.1.
  */

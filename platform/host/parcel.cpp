@@ -104,7 +104,7 @@ int rpc_port_parcel_write_string(rpc_port_parcel_h handle, const char *value)
         return parcel->failure;
     store_u32(place, static_cast<uint32_t>(length));
     if (length > 0)
-        memcpy(place + 4, value, length);
+        memcpy(place + 4, value, length); // NOLINT(bugprone-not-null-terminated-result): the wire has lengths instead
     return 0;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "agent_call.hpp"
+#include "json_members.hpp"
 #include "record_members.hpp"
 #include "records.hpp"
 
@@ -27,22 +27,6 @@ constexpr Member<int> channel_member{"ap_channel",
 constexpr Member<char *> candidates_member{"ap_candidates", {}};
 constexpr Member<char *> bssid_member{"ap_bssid", {}};
 
-/// A member that is no text reads as none, one that is no number as cJSON's integer view of it.
-int hand_out_as_it_is(LocalCall &call, const cJSON *member, char **value)
-{
-    const char *text = cJSON_GetStringValue(member);
-    CText copy = CText::copy(text);
-    if (call.require(copy || !text, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
-        *value = copy.release();
-    return call.result();
-}
-
-int hand_out_as_it_is(LocalCall &, const cJSON *member, int *value)
-{
-    *value = member->valueint;
-    return KORVANE_ERROR_NONE;
-}
-
 template <class Value>
 int read(LocalCall &call, korvane_ap_info_h ap_info, const Member<Value> &member, Value *value)
 {
@@ -50,10 +34,7 @@ int read(LocalCall &call, korvane_ap_info_h ap_info, const Member<Value> &member
         return call.result();
     if (ap_info->form == Form::record)
         return read_member(call, ap_info->record.get(), member.in_record, value);
-    const cJSON *found = cJSON_GetObjectItem(ap_info->json.get(), member.key);
-    if (!call.require(found != nullptr, KORVANE_ERROR_OPERATION_FAILED, "cJSON_GetObjectItem() failed"_fmt).passed())
-        return call.result();
-    return hand_out_as_it_is(call, found, value);
+    return hand_out(call, cJSON_GetObjectItem(ap_info->json.get(), member.key), value);
 }
 
 } // namespace

@@ -3,13 +3,22 @@
 
 namespace kv::api {
 
+namespace {
+
+bool is_there(Preamble &call, const cJSON *member)
+{
+    return call.require(member != nullptr, KORVANE_ERROR_OPERATION_FAILED, "cJSON_GetObjectItem() failed"_fmt).passed();
+}
+
+} // namespace
+
 int hand_out(Preamble &call, const cJSON *member, char **out)
 {
-    if (!call.require(cJSON_IsString(member), KORVANE_ERROR_OPERATION_FAILED, "cJSON_GetObjectItem() failed"_fmt)
-             .passed())
+    if (!is_there(call, member))
         return call.result();
-    CText copy = CText::copy(member->valuestring);
-    if (call.require(bool(copy), KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    const char *text = cJSON_GetStringValue(member);
+    CText copy = CText::copy(text);
+    if (call.require(copy || !text, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
         *out = copy.release();
     return call.result();
 }
@@ -17,8 +26,7 @@ int hand_out(Preamble &call, const cJSON *member, char **out)
 int hand_out(Preamble &call, const cJSON *member, int *out)
 {
     // valueint is the number within the range of an int: what is beyond ends at its limits.
-    if (call.require(cJSON_IsNumber(member), KORVANE_ERROR_OPERATION_FAILED, "cJSON_GetObjectItem() failed"_fmt)
-            .passed())
+    if (is_there(call, member))
         *out = member->valueint;
     return call.result();
 }

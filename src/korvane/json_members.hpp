@@ -7,7 +7,8 @@
 /// Members of JSON objects: how getters hand them out, how an object is sent as text.
 namespace kv::api {
 
-/// Hands a member's value out: none, or one of another type, fails the call. The text is a copy.
+/// Hands a member's value out; a missing member fails the call. The text is a copy, NULL for a member that is no text; of
+/// a member that is no number cJSON's integer view is handed out. The type is the agent's affair.
 int hand_out(Preamble &call, const cJSON *member, char **out);
 int hand_out(Preamble &call, const cJSON *member, int *out);
 

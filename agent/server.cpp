@@ -216,12 +216,8 @@ void Server::note_request(const Peer &peer, std::int64_t begun, const Handled &h
     const std::int64_t duration = Journal::now() - begun;
     Json arguments = Json::object();
     Json answer = Json::object();
-    if (handled.method) {
-        int id = 0;
-        rpc_port_parcel_rewind(request);
-        rpc_port_parcel_read_int32(request, &id);
+    if (handled.method)
         arguments = handled.method->show_arguments(request);
-    }
     if (handled.served.reply)
         answer = handled.method ? handled.method->show_answer(handled.served.reply.get())
                                 : std::move(Json::object().set("result", refused));

@@ -13,16 +13,12 @@ namespace kv::virtual_agent {
 
 namespace {
 
-/// A request was read once already, so its id and arguments are there.
-Json shown_arguments(const std::string &request)
+Json shown_arguments(const MethodEntry &method, const std::string &request)
 {
     rpc_port_parcel_h parcel = nullptr;
-    int id = 0;
     if (rpc_port_parcel_create_from_raw(&parcel, request.data(), request.size()) != 0)
         throw std::bad_alloc{};
-    Parcel owned{parcel};
-    rpc_port_parcel_read_int32(parcel, &id);
-    return find_method(id)->show_arguments(parcel);
+    return method.show_arguments(Parcel{parcel}.get());
 }
 
 } // namespace
@@ -35,7 +31,7 @@ Json State::view() const
                     std::move(Json::object().set("device_id", device.device_id).set("presence", device.presence)));
     Json last = Json::object();
     for (const auto &[id, request] : told)
-        last.set(find_method(id)->name, shown_arguments(request));
+        last.set(find_method(id)->name, shown_arguments(*find_method(id), request));
 
     Json all = Json::object();
     all.set("version", version.text())

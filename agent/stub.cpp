@@ -12,6 +12,13 @@ namespace kv::virtual_agent {
 
 namespace {
 
+/// Goes to what stands behind the id of a request, or the kind of a reply.
+bool begin_again(rpc_port_parcel_h parcel)
+{
+    int id_or_kind = 0;
+    return rpc_port_parcel_rewind(parcel) == 0 && rpc_port_parcel_read_int32(parcel, &id_or_kind) == 0;
+}
+
 /// Reads one value and notes it. False when it is not there, so that a row of values is shown as far as it goes.
 template <class Element>
 bool read_and_show(rpc_port_parcel_h parcel, Json &shown)
@@ -47,20 +54,20 @@ struct Stub<M, describe::In<I...>, describe::Out<O...>> {
         return served;
     }
 
-    static Json show_arguments([[maybe_unused]] rpc_port_parcel_h request)
+    static Json show_arguments(rpc_port_parcel_h request)
     {
         Json shown = Json::object();
-        static_cast<void>((read_and_show<I>(request, shown) && ...));
+        if (begin_again(request))
+            static_cast<void>((read_and_show<I>(request, shown) && ...));
         return shown;
     }
 
     static Json show_answer(rpc_port_parcel_h reply)
     {
         Json shown = Json::object();
-        int kind = 0;
         int result = 0;
-        if (rpc_port_parcel_rewind(reply) == 0 && rpc_port_parcel_read_int32(reply, &kind) == 0 &&
-            (read_and_show<O>(reply, shown) && ...) && rpc_port_parcel_read_int32(reply, &result) == 0)
+        if (begin_again(reply) && (read_and_show<O>(reply, shown) && ...) &&
+            rpc_port_parcel_read_int32(reply, &result) == 0)
             shown.set("result", result);
         return shown;
     }

@@ -45,11 +45,11 @@ struct MethodEntry {
     int id;
     int since;
     int arguments;
-    /// Reads the arguments behind the id.
+    /// Serves a request whose id was read already.
     Served (*serve)(Handlers &handlers, Call &call, rpc_port_parcel_h request, const Deviation &deviation);
-    /// The same by name and value, as far as they can be read. Only made when somebody looks: it costs more than serving.
+    // Requests and replies of this method by name and value, from their first byte and as far as they can be read. Only
+    // made when somebody looks: it costs more than serving.
     Json (*show_arguments)(rpc_port_parcel_h request);
-    /// A reply of its own, from its first byte: out values and result.
     Json (*show_answer)(rpc_port_parcel_h reply);
 };
 

@@ -139,7 +139,7 @@ protected:
     /// What the journal says of the arguments.
     static std::string shown(const MethodEntry &method, const Bytes &arguments)
     {
-        return method.show_arguments(parcel_of(arguments).get()).text();
+        return method.show_arguments(parcel_of(int32(method.id) + arguments).get()).text();
     }
     static std::string shown(const char *method, const Bytes &arguments)
     {

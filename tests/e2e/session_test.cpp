@@ -64,6 +64,23 @@ TEST_P(ASessionWithAgent, TellsTheApiVersionToAgentsThatKnowTheMethod)
     EXPECT_EQ(home.journalled({R"("problem")"}), 0) << "nothing is asked that the agent does not know";
 }
 
+TEST_P(ASessionWithAgent, RemembersTheLastThatItWasToldAndShowsNoSecretOfIt)
+{
+    AgentProcess agent{home, {"--agent-version", GetParam()}};
+    ASSERT_TRUE(application.connect());
+    ASSERT_EQ(korvane_set_device_property(application.handle, "lamp", 1, 2), KORVANE_ERROR_NONE);
+    ASSERT_EQ(korvane_set_device_property(application.handle, "attic lamp", 3, 4), KORVANE_ERROR_NONE);
+    ASSERT_EQ(korvane_set_preconfigured_pin(application.handle, "4711-0815"), KORVANE_ERROR_NONE);
+
+    const std::string state = agent.command("state");
+    EXPECT_NE(state.find(R"("set_device_property":{"device_name":"attic lamp","wifi_mode":3,"wifi_freq":4})"),
+              std::string::npos)
+        << state;
+    EXPECT_NE(state.find(R"("set_preconfigured_pin":{"pin":"<secret, 9 bytes>"})"), std::string::npos) << state;
+    EXPECT_EQ(state.find("4711-0815"), std::string::npos) << state;
+    EXPECT_EQ(home.journalled({"4711-0815"}), 0);
+}
+
 TEST_P(ASessionWithAgent, StartsTheServiceAsynchronouslySinceAgent2)
 {
     AgentProcess agent{home, {"--agent-version", GetParam()}};

@@ -124,6 +124,31 @@ Json update(Steered &agent, Words &words)
     return std::move(done().set("announced", announced));
 }
 
+Json phone(Steered &agent, Words &words)
+{
+    const std::string step = words.required("the step");
+    const std::string text = words.rest();
+    const Json arguments = text.empty() ? Json{} : Json::parse(text);
+    return std::move(done().set("phone", agent.phone.run(step, arguments.get())));
+}
+
+Json clock(Steered &agent, Words &words)
+{
+    const std::string what = words.required("stand, run or advance");
+    if (what == "stand")
+        agent.clock.stand();
+    else if (what == "run")
+        agent.clock.run();
+    else if (what != "advance")
+        throw std::invalid_argument{"the clock can stand, run or advance, not " + what};
+    else if (!agent.clock.stands())
+        throw std::invalid_argument{"only a clock that stands can be moved on; 'clock stand' comes first"};
+    else
+        agent.clock.advance(words.number("the milliseconds").value_or(0));
+    words.end();
+    return std::move(done().set("now_ms", agent.clock.now_ms()));
+}
+
 Json quit(Steered &agent, Words &words)
 {
     words.end();
@@ -150,6 +175,8 @@ constexpr Command commands[] = {
     {"fault", "METHOD FAULT [NUMBER]", fault, "makes the next request of a method go wrong"},
     {"update", "start|install|complete [VERSION]|fail [CODE]|ready on|off", update,
      "plays a step of the agent's being updated"},
+    {"phone", "STEP [ARGUMENTS]", phone, "does what the user does with the phone; ARGUMENTS is a JSON object"},
+    {"clock", "stand|run|advance MS", clock, "stops the agent's time, and moves it on"},
     {"help", "", help, "this list"},
     {"quit", "", quit, "stops the agent"},
 };
@@ -186,6 +213,9 @@ std::string command_help()
     text << "Faults:\n";
     for (const FaultForm &form : fault_forms())
         row(std::string{form.name} + " " + (form.value ? form.value : ""), form.help);
+    text << "Steps of the phone:\n";
+    for (const Phone::Step &step : Phone::steps())
+        row(std::string{step.name} + " " + step.arguments, step.help);
     text << "Events:\n";
     for (const DelegateEntry &delegate : all_delegates())
         row(delegate.name, delegate.form.c_str());

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "clock.hpp"
 #include "updates.hpp"
 
 #include <functional>
@@ -15,6 +16,8 @@ struct Steered {
     Server &server;
     Faults &faults;
     Updates &updates;
+    Phone &phone;
+    Clock &clock;
     std::function<void()> quit;
 };
 

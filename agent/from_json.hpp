@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 
 /// Values of events from the text of a command. Each reader throws std::invalid_argument and says what it wanted.
@@ -17,14 +18,22 @@ namespace kv::virtual_agent {
                                 (value ? text_of(value) : "missing")};
 }
 
-template <FixedText Name>
-int from_json(describe::Int32<Name>, const cJSON *value)
+/// None for what is not a whole number of 32 bits.
+inline std::optional<int> whole_number(const cJSON *value)
 {
     const double number = cJSON_IsNumber(value) ? value->valuedouble : 0.5;
     if (number != std::floor(number) || number < std::numeric_limits<int>::min() ||
         number > std::numeric_limits<int>::max())
-        wrong_value(Name.text, "a whole number of 32 bits", value);
+        return std::nullopt;
     return static_cast<int>(number);
+}
+
+template <FixedText Name>
+int from_json(describe::Int32<Name>, const cJSON *value)
+{
+    if (const std::optional<int> number = whole_number(value))
+        return *number;
+    wrong_value(Name.text, "a whole number of 32 bits", value);
 }
 
 template <FixedText Name>

@@ -5,8 +5,6 @@ namespace kv::virtual_agent {
 
 namespace {
 
-/// What a peer may make the agent remember has an end.
-constexpr std::size_t most_sub_devices = 1024;
 constexpr int refused = -1;
 
 const char *token_info = R"({"token":"virtual-agent-token","token_type":"bearer"})";
@@ -97,16 +95,11 @@ Answer<master::get_tcp_header_info> Handlers::answer(master::get_tcp_header_info
     return {0, {header.text()}};
 }
 
-Answer<master::common_interface> Handlers::answer(master::common_interface, Call &, const char *)
-{
-    return {0, {std::string{"{}"}}};
-}
-
 Answer<master::register_sub_device> Handlers::answer(master::register_sub_device, Call &, int device_no,
                                                      const char *device_id)
 {
     auto known = state_.sub_devices.find(device_no);
-    if (known == state_.sub_devices.end() && state_.sub_devices.size() >= most_sub_devices)
+    if (known == state_.sub_devices.end() && state_.sub_devices.size() >= most_devices)
         return {refused};
     state_.sub_devices[device_no].device_id = std::string{device_id}.substr(0, longest_shown_text);
     return {};

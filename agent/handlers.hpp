@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "state.hpp"
+#include "device.hpp"
 #include "stub.hpp"
 
 #include <type_traits>
@@ -55,15 +55,11 @@ using Registrations =
 
 /// Taken and answered with 0; what they bring is kept as the last that was told.
 using MerelyTaken = describe::List<
-    master::send_user_confirm, master::send_reset_confirm, master::reset, master::send_ap_list, master::signup_cloud,
-    master::set_preconfigured_pin, master::set_mot_status, master::set_platform_info, master::set_regist_set_device,
-    master::set_last_status_info, master::set_platform_info_with_device_no, master::set_nick_name,
-    master::set_wifi_connection_error_code, master::set_provisioning_vendor_info, master::set_easysetup_version_info,
-    master::set_sso_list, master::send_provisioning_language_setting_result, master::set_language_list,
-    master::set_tnc_status, master::set_tnc_data, master::send_presence, master::send_keepalive,
+    master::signup_cloud, master::set_platform_info, master::set_regist_set_device,
+    master::set_last_status_info, master::set_platform_info_with_device_no,
+    master::set_sso_list, master::set_tnc_status, master::set_tnc_data, master::send_presence, master::send_keepalive,
     master::set_keepalive_intervals, master::select_keepalive_intervals, master::set_device_profile,
-    master::set_device_name, master::set_device_property, master::set_random_pin, master::unset_random_pin,
-    master::set_device_name_with_device_no, master::set_gatt_ble, master::set_tnc_type, master::set_tnc_url,
+    master::set_device_name, master::set_device_name_with_device_no, master::set_tnc_type, master::set_tnc_url,
     master::disconnect_cloud_session>;
 // clang-format on
 
@@ -94,7 +90,7 @@ void forget(Peer &peer, describe::In<describe::Callback<D>...>)
 /// none does not compile.
 class Handlers {
 public:
-    explicit Handlers(State &state) : state_(state) {}
+    explicit Handlers(const Device &device) : device_(device), state_(device.state), phone_(device.phone) {}
 
     template <class M, class... Arguments>
     requires(detail::is_listed<M>(MerelyTaken{})) Answer<M> answer(M, Call &, const Arguments &...) { return {}; }
@@ -134,6 +130,28 @@ public:
     Answer<master::get_tcp_header_info> answer(master::get_tcp_header_info, Call &);
     Answer<master::common_interface> answer(master::common_interface, Call &, const char *request);
 
+    // The setup: what the device answers the phone, and tells of itself.
+    Answer<master::send_user_confirm> answer(master::send_user_confirm, Call &, bool confirm);
+    Answer<master::send_reset_confirm> answer(master::send_reset_confirm, Call &, bool confirm);
+    Answer<master::reset> answer(master::reset, Call &);
+    Answer<master::send_ap_list> answer(master::send_ap_list, Call &, int request,
+                                        const proxy::ArrayValue<master::ap_info_array> *networks);
+    Answer<master::set_wifi_connection_error_code> answer(master::set_wifi_connection_error_code, Call &, int code);
+    Answer<master::send_provisioning_language_setting_result> answer(master::send_provisioning_language_setting_result,
+                                                                     Call &, int request, bool taken_up);
+    Answer<master::set_language_list> answer(master::set_language_list, Call &,
+                                             const proxy::ArrayValue<master::language_info_array> *languages);
+    Answer<master::set_device_property> answer(master::set_device_property, Call &, const char *name, int wifi_mode,
+                                               int wifi_freq);
+    Answer<master::set_preconfigured_pin> answer(master::set_preconfigured_pin, Call &, const char *pin);
+    Answer<master::set_random_pin> answer(master::set_random_pin, Call &, const char *pin);
+    Answer<master::unset_random_pin> answer(master::unset_random_pin, Call &);
+    Answer<master::set_provisioning_vendor_info> answer(master::set_provisioning_vendor_info, Call &, const char *info);
+    Answer<master::set_easysetup_version_info> answer(master::set_easysetup_version_info, Call &, const char *info);
+    Answer<master::set_mot_status> answer(master::set_mot_status, Call &, bool enable);
+    Answer<master::set_gatt_ble> answer(master::set_gatt_ble, Call &, bool enable);
+    Answer<master::set_nick_name> answer(master::set_nick_name, Call &, int device_no, const char *nick);
+
     // Sub-devices.
     Answer<master::register_sub_device> answer(master::register_sub_device, Call &, int device_no,
                                                const char *device_id);
@@ -158,7 +176,9 @@ public:
                                                const DelegateOf<master::get_hdr_certificate_cb> &);
 
 private:
-    State &state_;
+    Device device_;
+    State &state_; // the device's, which most of it is about
+    Phone &phone_;
 };
 
 } // namespace kv::virtual_agent

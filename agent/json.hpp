@@ -23,9 +23,12 @@ public:
 
     static Json object() { return Json{cJSON_CreateObject()}; }
     static Json array() { return Json{cJSON_CreateArray()}; }
+    /// A text that goes out as it came in, valid or not: the name of a network is any bytes.
+    static Json bytes(const std::string &text) { return Json{cJSON_CreateString(text.c_str())}; }
     /// Throws std::invalid_argument when the text is not JSON.
     static Json parse(const std::string &text);
-    Json copy() const { return Json{cJSON_Duplicate(value_.get(), true)}; }
+    static Json copy_of(const cJSON *value) { return Json{cJSON_Duplicate(value, true)}; }
+    Json copy() const { return copy_of(value_.get()); }
 
     Json &set(const char *key, Json value);
     Json &append(Json value);

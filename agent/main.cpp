@@ -60,9 +60,13 @@ int serve(const Options &options)
     Journal journal{options.log, options.verbose};
     Faults faults;
     Package package{options.for_start_on_demand()};
+    Clock clock;
     Server server{state, journal, faults, options.refuse};
+    Phone phone{state, server};
+    Handlers handlers{{state, phone}};
+    server.serve_with(handlers);
     Updates updates{state, server, package, journal};
-    Steered steered{state, server, faults, updates, [&loop] { g_main_loop_quit(loop.get()); }};
+    Steered steered{state, server, faults, updates, phone, clock, [&loop] { g_main_loop_quit(loop.get()); }};
     Control control{steered};
 
     // The port comes first: an agent that is one too many must leave the other's package entry alone. Nobody is served

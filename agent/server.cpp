@@ -156,7 +156,15 @@ void Server::answer(Peer &peer, rpc_port_parcel_h request)
 {
     const bool noted = journal_.wanted();
     const std::int64_t begun = noted ? Journal::now() : 0;
-    Handled handled = handle(peer, request);
+    answering_ = true;
+    Handled handled;
+    try {
+        handled = handle(peer, request);
+    } catch (...) {
+        answering_ = false;
+        throw;
+    }
+    answering_ = false;
     if (noted)
         note_request(peer, begun, handled, request);
     // The peer may be gone as soon as something is sent, so from here on it goes by its name.
@@ -165,6 +173,7 @@ void Server::answer(Peer &peer, rpc_port_parcel_h request)
         deliver(instance, handled.served, std::move(handled.events), handled.fault);
     else
         drop(instance); // what it will send next cannot be trusted to begin where it should
+    send_announced();
 }
 
 Server::Handled Server::handle(Peer &peer, rpc_port_parcel_h request)
@@ -194,7 +203,7 @@ Server::Handled Server::handle(Peer &peer, rpc_port_parcel_h request)
             deviation.kind = handled.fault->value;
     }
     Call call{peer};
-    handled.served = method->serve(handlers_, call, request, deviation);
+    handled.served = method->serve(*handlers_, call, request, deviation);
     handled.events = std::move(call.events);
     if (!handled.served.decoded)
         handled.problem = "its arguments cannot be decoded";
@@ -300,13 +309,27 @@ void Server::send(const std::string &instance, Event &event)
 int Server::emit(const DelegateEntry &delegate, const cJSON *values)
 {
     delegate.make({}, values); // wrong values are told also when nobody has registered
-    std::vector<std::pair<std::string, Event>> due;
+    return to_all(delegate.id, [&](const AnyDelegate &kept) { return delegate.make(kept, values); });
+}
+
+int Server::to_all(int delegate_id, const Make &make)
+{
+    int addressed = 0;
     for (const auto &[instance, peer] : peers_)
-        if (auto kept = peer.delegates.find(delegate.id); kept != peer.delegates.end())
-            due.emplace_back(instance, delegate.make(kept->second, values));
-    for (auto &[instance, event] : due)
-        send(instance, event);
-    return static_cast<int>(due.size());
+        if (auto kept = peer.delegates.find(delegate_id); kept != peer.delegates.end()) {
+            announced_.push_back({instance, make(kept->second)});
+            ++addressed;
+        }
+    if (!answering_)
+        send_announced();
+    return addressed;
+}
+
+void Server::send_announced()
+{
+    // Sending may disconnect a peer, which announces nothing.
+    for (Addressed &due : std::exchange(announced_, {}))
+        send(due.instance, due.event);
 }
 
 void Server::drop(const std::string &instance)

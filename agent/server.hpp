@@ -21,22 +21,25 @@ struct PortInUse : std::runtime_error {
 };
 
 /// The agent's port and whoever is connected to it. Runs on the GLib main loop.
-class Server {
+class Server final : public Announcer {
 public:
     Server(State &state, Journal &journal, Faults &faults, bool refuses)
-        : state_(state), journal_(journal), faults_(faults), handlers_(state), refuses_(refuses)
+        : state_(state), journal_(journal), faults_(faults), refuses_(refuses)
     {
     }
     Server(const Server &) = delete;
     Server &operator=(const Server &) = delete;
     ~Server() { stop(); }
 
+    /// What answers requests. To be called once, before listening.
+    void serve_with(Handlers &handlers) { handlers_ = &handlers; }
+
     /// Throws PortInUse, or std::runtime_error when the port cannot be made.
     void listen();
     /// Disconnects everyone.
     void stop();
 
-    /// Sends the event to every peer that has registered for it, and says to how many.
+    /// Sends the event with values from outside to every peer that has registered for it, and says to how many.
     int emit(const DelegateEntry &delegate, const cJSON *values);
 
     Json view() const;
@@ -61,6 +64,14 @@ private:
         std::string problem{};
     };
 
+    /// An event with the one that it goes to.
+    struct Addressed {
+        std::string instance;
+        Event event;
+    };
+
+    int to_all(int delegate_id, const Make &make) override;
+    void send_announced();
     int connecting(const rpc_port_stub_peer_t &peer);
     void connected(const rpc_port_stub_peer_t &peer);
     void disconnected(const rpc_port_stub_peer_t &peer);
@@ -82,8 +93,10 @@ private:
     State &state_;
     Journal &journal_;
     Faults &faults_;
-    Handlers handlers_;
+    Handlers *handlers_ = nullptr;
     bool refuses_;
+    bool answering_ = false;
+    std::vector<Addressed> announced_{}; // while a request was answered; to be sent behind its reply
     rpc_port_stub_h stub_ = nullptr;
     std::map<std::string, Peer, std::less<>> peers_;
     std::list<Delayed> delayed_;

@@ -2,9 +2,7 @@
 #pragma once
 
 #include "decode.hpp"
-#include "json.hpp"
-
-#include <cstring>
+#include "document.hpp"
 
 /// Decoded values for people: by name, secrets masked, and never longer than is of use.
 namespace kv::virtual_agent {
@@ -36,7 +34,7 @@ Json show(describe::String<Name>, const char *text)
 template <FixedText Name>
 Json show(describe::Secret<Name>, const char *text)
 {
-    return "<secret, " + std::to_string(text ? std::strlen(text) : 0) + " bytes>";
+    return show_masked(text);
 }
 
 inline const char *shown_form(const CText &text)

@@ -21,6 +21,14 @@ Json shown_arguments(const MethodEntry &method, const std::string &request)
     return method.show_arguments(Parcel{parcel}.get());
 }
 
+Json by_number(const std::map<int, std::string> &texts)
+{
+    Json shown = Json::object();
+    for (const auto &[number, text] : texts)
+        shown.set(std::to_string(number).c_str(), text);
+    return shown;
+}
+
 } // namespace
 
 Json State::view() const
@@ -43,9 +51,30 @@ Json State::view() const
         .set("signed_up", signed_up)
         .set("signed_in", signed_in)
         .set("thing_status", thing_status)
+        .set("setup", setup.view())
+        .set("nicks", by_number(nicks))
+        .set("device_types", by_number(device_types))
         .set("sub_devices", std::move(devices))
         .set("told", std::move(last));
     return all;
+}
+
+bool State::name_device(std::map<int, std::string> &texts, int device_no, std::string text)
+{
+    if (texts.size() >= most_devices && texts.count(device_no) == 0)
+        return false;
+    texts[device_no] = std::move(text);
+    return true;
+}
+
+void State::forget_owner()
+{
+    set_up = false;
+    owned = false;
+    signed_up = false;
+    signed_in = false;
+    thing_status = 0;
+    nicks.clear();
 }
 
 std::string device_id_of_this_machine()

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "json.hpp"
+#include "phone/setup.hpp"
 #include "version.hpp"
 
 #include <map>
 #include <string>
 
 namespace kv::virtual_agent {
+
+/// What an application may make the agent remember has an end.
+inline constexpr std::size_t most_devices = 1024;
 
 struct SubDevice {
     std::string device_id;
@@ -25,10 +28,20 @@ struct State {
     bool signed_up = false;
     bool signed_in = false;
     int thing_status = 0;
-    std::map<int, SubDevice> sub_devices; // by device number
-    std::map<int, std::string> told;      // by method id: the last request that brought arguments, as it came
+    Setup setup{};
+    std::map<int, std::string> nicks{};        // by device number
+    std::map<int, std::string> device_types{}; // by device number
+    std::map<int, SubDevice> sub_devices;      // by device number
+    std::map<int, std::string> told;           // by method id: the last request that brought arguments, as it came
 
     Json view() const;
+
+    /// Notes a text for a device number. False when there are too many: what an application may make the agent keep has an
+    /// end.
+    static bool name_device(std::map<int, std::string> &texts, int device_no, std::string text);
+
+    /// As after a reset: nobody's device, and nothing is known of what came with an owner.
+    void forget_owner();
 };
 
 /// The id of a device that nobody has named: the same each time on the same machine.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The agent's side of the wire without a port: requests as bytes in, replies and events as bytes out.
 #include "commands.hpp"
+#include "support/lone_device.hpp"
 
 #include <rpc_port_stub.h>
 
@@ -146,8 +147,9 @@ protected:
         return shown(*find_method(method), arguments);
     }
 
-    State state;
-    Handlers handlers{state};
+    test::LoneDevice device;
+    State &state = device.state;
+    Handlers &handlers = device.handlers;
     Peer peer;
     std::vector<Event> events;
 };

@@ -2,8 +2,8 @@
 // Requests to the virtual agent: the input is a request parcel, method id first. It is served, and shown as the journal
 // would show it; an answer must be shown as well.
 
-#include "handlers.hpp"
 #include "stub.hpp"
+#include "support/lone_device.hpp"
 
 #include <rpc_port_stub.h>
 
@@ -34,11 +34,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (!method)
         return 0;
 
-    State state;
-    Handlers handlers{state};
+    kv::test::LoneDevice device;
     Peer peer;
     Call call{peer};
-    const Served served = method->serve(handlers, call, request.get(), {});
+    const Served served = method->serve(device.handlers, call, request.get(), {});
     const std::string shown = method->show_arguments(request.get()).text();
     if (shown.empty() || served.decoded != static_cast<bool>(served.reply))
         std::abort();

@@ -24,6 +24,7 @@ struct Options {
     std::string device_id; // empty: the machine's own
     std::string log;
     std::string command_fifo;
+    std::string scenario;
     bool commands = false;
     bool update_ready = false;
     bool refuse = false;

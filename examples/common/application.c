@@ -15,6 +15,7 @@ static struct {
     bool connected;
     bool was_connected;
     bool waiting_for_update;
+    bool call_failed;
     guint retry;
     guint delay_ms;
     enum exit_status outcome;
@@ -85,9 +86,11 @@ bool make_calls(korvane_h device, const struct call *calls, void *user_data)
 {
     for (; calls->name; ++calls) {
         int result = calls->make(device, user_data);
-        step(calls->name, result);
-        if (result == KORVANE_ERROR_IO_ERROR)
-            return false; /* the notice of the broken link follows */
+        if (step(calls->name, result) || result == KORVANE_ERROR_AGENT_VERSION_LOWER)
+            continue;
+        if (result == KORVANE_ERROR_IO_ERROR || result == KORVANE_ERROR_SERVICE_UNAVAILABLE)
+            return false; /* the notice of the broken link or of the update follows */
+        life.call_failed = true;
     }
     return true;
 }
@@ -241,7 +244,7 @@ int run_application(const struct application *application)
     for (size_t i = 0; i < G_N_ELEMENTS(signals); ++i)
         g_source_remove(signals[i]);
     g_main_loop_unref(life.loop);
-    return (int)life.outcome;
+    return (int)(life.outcome == DONE && life.call_failed ? STEP_FAILED : life.outcome);
 }
 
 /* ---- the command line -------------------------------------------------------------------------------------------- */

@@ -43,8 +43,9 @@ struct call {
     int (*make)(korvane_h device, void *user_data);
 };
 
-/* Makes the calls one after another and prints each result. A refusal costs that one call only, like a function that the
- * installed agent is too old for; false when there is no use in going on, because the link broke. */
+/* Makes the calls one after another and prints each result. What the installed agent is too old for is left out. A call
+ * that fails costs no other, but makes DONE a STEP_FAILED in the end. false when there is no use in going on, because the
+ * link broke or the agent is being replaced. */
 bool make_calls(korvane_h device, const struct call *calls, void *user_data);
 
 /* Starts the service. Nothing works without it, so a refusal ends the application. */

@@ -168,6 +168,20 @@ TEST_P(WaitingEvent, OfALibraryThatEndedAndBeganAnewReachesNobody)
     EXPECT_EQ(second.told, Strings{});
 }
 
+/// That of the access point is delivered, too: in its own form, which its getters then refuse.
+TEST_P(WaitingEvent, OfARegistrationFromBeforeAnUpdateOfTheAgentIsStillDelivered)
+{
+    for (const char *version : {"2.3", "1.0"}) {
+        begin_set();
+        agent_becomes(version);
+        events_wait(seq_id);
+        main_loop_comes_to_them();
+        EXPECT_EQ(recorder.told, told_by_events());
+        recorder.told.clear();
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
 /// What an application sees of many events: in order, each once, and nothing kept of them.
 class EventStorm : public SetupTest {
 protected:

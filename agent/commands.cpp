@@ -132,6 +132,14 @@ Json phone(Steered &agent, Words &words)
     return std::move(done().set("phone", agent.phone.run(step, arguments.get())));
 }
 
+Json cloud(Steered &agent, Words &words)
+{
+    const std::string step = words.required("the step");
+    const std::string text = words.rest();
+    const Json arguments = text.empty() ? Json{} : Json::parse(text);
+    return std::move(done().set("cloud", agent.cloud.run(step, arguments.get())));
+}
+
 Json clock(Steered &agent, Words &words)
 {
     const std::string what = words.required("stand, run or advance");
@@ -176,6 +184,7 @@ constexpr Command commands[] = {
     {"update", "start|install|complete [VERSION]|fail [CODE]|ready on|off", update,
      "plays a step of the agent's being updated"},
     {"phone", "STEP [ARGUMENTS]", phone, "does what the user does with the phone; ARGUMENTS is a JSON object"},
+    {"cloud", "STEP [ARGUMENTS]", cloud, "lets something happen in the cloud; ARGUMENTS is a JSON object"},
     {"clock", "stand|run|advance MS", clock, "stops the agent's time, and moves it on"},
     {"help", "", help, "this list"},
     {"quit", "", quit, "stops the agent"},
@@ -215,6 +224,9 @@ std::string command_help()
         row(std::string{form.name} + " " + (form.value ? form.value : ""), form.help);
     text << "Steps of the phone:\n";
     for (const Phone::Step &step : Phone::steps())
+        row(std::string{step.name} + " " + step.arguments, step.help);
+    text << "Steps of the cloud:\n";
+    for (const Cloud::Step &step : Cloud::steps())
         row(std::string{step.name} + " " + step.arguments, step.help);
     text << "Events:\n";
     for (const DelegateEntry &delegate : all_delegates())

@@ -3,6 +3,8 @@
 
 #include "from_json.hpp"
 
+#include <charconv>
+
 namespace kv::virtual_agent {
 
 namespace {
@@ -13,6 +15,15 @@ namespace {
 }
 
 } // namespace
+
+int parse_number(const std::string &word, const char *what)
+{
+    int value = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    if (error != std::errc{} || end != word.data() + word.size())
+        throw std::invalid_argument{std::string{"\""} + what + "\" must be a whole number of 32 bits, not " + word};
+    return value;
+}
 
 Arguments::Arguments(const cJSON *object) : object_(cJSON_IsNull(object) ? nullptr : object)
 {

@@ -34,4 +34,7 @@ private:
     std::set<std::string> asked_{};
 };
 
+/// A whole number of 32 bits from a word. Throws std::invalid_argument.
+int parse_number(const std::string &word, const char *what);
+
 } // namespace kv::virtual_agent

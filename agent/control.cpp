@@ -91,7 +91,7 @@ void Control::run_lines()
         text_.erase(0, end + 1);
         if (line.find_first_not_of(" \t\r") == std::string::npos)
             continue;
-        std::printf("%s\n", run_command(agent_, line).text().c_str());
+        std::printf("%s\n", run_line(agent_, line).text().c_str());
         std::fflush(stdout);
     }
 }

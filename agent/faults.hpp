@@ -10,9 +10,9 @@
 
 namespace kv::virtual_agent {
 
-/// Something that goes wrong, once, when a request is answered.
+/// Something that goes wrong when a request is answered.
 struct Fault {
-    enum class Form { die, silent, delay, result, kind, cut, half, close };
+    enum class Form { die, silent, delay, result, kind, cut, half, garbage, close };
 
     Form form;
     int value = 0; // milliseconds, a result code, a kind or a number of bytes
@@ -29,15 +29,25 @@ const std::vector<FaultForm> &fault_forms();
 /// Throws std::invalid_argument when there is no such fault or its number is missing.
 Fault parse_fault(const std::string &name, const std::optional<int> &value);
 
-/// What is to go wrong with the next request of a method.
+/// What is to go wrong with the next requests of a method.
 class Faults {
 public:
-    void set(int method, Fault fault) { next_.insert_or_assign(method, fault); }
+    static constexpr int every_method = -1;
+
+    /// Takes the place of what was to go wrong with the method. Not even once takes it back.
+    void set(int method, Fault fault, int times);
+    /// What goes wrong with this request; what is set for the method itself comes before what is set for every one.
     std::optional<Fault> take(int method);
     Json view() const;
 
 private:
-    std::map<int, Fault> next_;
+    struct Coming {
+        Fault fault;
+        int times;
+    };
+    std::optional<Fault> take_one(int method);
+
+    std::map<int, Coming> next_{};
 };
 
 const char *name_of(Fault::Form form);

@@ -26,8 +26,19 @@ std::int64_t Journal::now()
     return g_get_real_time();
 }
 
+Journal::Listener Journal::listen(Hear hear)
+{
+    auto listener = std::make_shared<const Hear>(std::move(hear));
+    listeners_.push_back(listener);
+    return listener;
+}
+
 void Journal::write(std::int64_t time_us, Json facts, const std::string &words)
 {
+    std::erase_if(listeners_, [](const auto &listener) { return listener.expired(); });
+    for (const auto &listener : std::vector{listeners_}) // one may go, or come, when it hears something
+        if (const Listener hear = listener.lock())
+            (*hear)(facts);
     if (file_) {
         Json line = Json::object();
         line.set("time_us", time_us);

@@ -5,8 +5,10 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace kv::virtual_agent {
 
@@ -18,7 +20,12 @@ public:
     Journal(const std::string &path, bool verbose);
 
     /// Whether anybody reads what is written; if not, it need not be put together.
-    bool wanted() const { return file_ || verbose_; }
+    bool wanted() const { return file_ || verbose_ || !listeners_.empty(); }
+
+    using Hear = std::function<void(const Json &facts)>;
+    /// As long as it lives, each line's facts are told. It must not outlive the journal.
+    using Listener = std::shared_ptr<const Hear>;
+    Listener listen(Hear hear);
 
     /// The line's facts follow "time_us", the time at which it began.
     void write(std::int64_t time_us, Json facts, const std::string &words);
@@ -32,6 +39,7 @@ private:
     };
     std::unique_ptr<std::FILE, Close> file_;
     bool verbose_ = false;
+    std::vector<std::weak_ptr<const Hear>> listeners_{};
 };
 
 /// The members of an object in words: name "x", mode 0.

@@ -47,6 +47,16 @@ Json &Json::append(Json value)
     return *this;
 }
 
+Json &Json::add(Json object)
+{
+    while (cJSON *member = object.value_->child) {
+        cJSON_DetachItemViaPointer(object.value_.get(), member);
+        const std::string key = member->string;
+        cJSON_AddItemToObject(value_.get(), key.c_str(), member);
+    }
+    return *this;
+}
+
 std::string Json::text() const
 {
     return text_of(value_.get());

@@ -32,6 +32,8 @@ public:
 
     Json &set(const char *key, Json value);
     Json &append(Json value);
+    /// Takes over the members of another object.
+    Json &add(Json object);
 
     const cJSON *get() const { return value_.get(); }
     std::string text() const;

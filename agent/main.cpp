@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "control.hpp"
 #include "options.hpp"
+#include "scenario/play.hpp"
 
 #include <glib-unix.h>
 
@@ -53,6 +54,10 @@ int serve(const Options &options)
     g_unix_signal_add(SIGINT, quit_loop, loop.get());
     signal(SIGPIPE, SIG_IGN); // whoever reads our output may go before us
 
+    Scenario scenario; // read first: one with a mistake is not begun
+    if (!options.scenario.empty())
+        scenario = Scenario::load(options.scenario);
+
     State state;
     state.version = options.version;
     state.device_id = options.device_id.empty() ? device_id_of_this_machine() : options.device_id;
@@ -80,6 +85,16 @@ int serve(const Options &options)
     if (!options.command_fifo.empty())
         control.read_fifo(options.command_fifo);
 
+    bool played_well = true;
+    std::optional<Play> play;
+    if (!options.scenario.empty())
+        play.emplace(steered, journal, std::move(scenario), [&](const std::string &problem) {
+            played_well = problem.empty();
+            if (!played_well)
+                std::fprintf(stderr, "korvane-agent: %s, %s\n", options.scenario.c_str(), problem.c_str());
+            g_main_loop_quit(loop.get());
+        });
+
     journal.write(Journal::now(), ready_facts(state), "agent " + state.version.text() + " ready");
     std::printf("korvane-agent %s ready, process %d\n", state.version.text().c_str(), static_cast<int>(getpid()));
     std::fflush(stdout);
@@ -87,7 +102,7 @@ int serve(const Options &options)
 
     server.stop();
     journal.write(Journal::now(), std::move(Json::object().set("agent", "stopped")), "agent stopped");
-    return stopped;
+    return played_well ? stopped : failed;
 }
 
 int run(int argc, char **argv)

@@ -48,6 +48,8 @@ constexpr Option option_table[] = {
      "takes commands from standard input; its end stops the agent"},
     {"command-fifo", "PATH", [](Options &o, const char *v) { o.command_fifo = absolute(v); },
      "takes commands from a FIFO, which is made"},
+    {"scenario", "FILE", [](Options &o, const char *v) { o.scenario = absolute(v); },
+     "plays a scenario and stops; the exit status says whether it went as it must"},
     {"exit-with-parent", nullptr, [](Options &o, const char *) { o.exit_with_parent = true; },
      "stops when the program that started it ends"},
     {"install", nullptr, [](Options &o, const char *) { o.action = Options::Action::install; },

@@ -25,6 +25,7 @@ struct Options {
     std::string log;
     std::string ca_dir;
     std::string command_fifo;
+    std::string scenario;
     bool commands = false;
     bool update_ready = false;
     bool refuse = false;

@@ -57,6 +57,17 @@ Parcel first_bytes_of(rpc_port_parcel_h parcel, int count)
     return Parcel{cut};
 }
 
+Parcel random_bytes(int count)
+{
+    std::string bytes;
+    while (bytes.size() < static_cast<std::size_t>(count))
+        bytes += static_cast<char>(g_random_int() & 0xff);
+    rpc_port_parcel_h parcel = nullptr;
+    if (rpc_port_parcel_create_from_raw(&parcel, bytes.data(), bytes.size()) != 0)
+        throw std::bad_alloc{};
+    return Parcel{parcel};
+}
+
 /// Sends the beginning of a frame, which is the payload's length in four bytes, lowest first, and the payload.
 void send_beginning(rpc_port_h port, rpc_port_parcel_h parcel, int count)
 {
@@ -261,6 +272,7 @@ void Server::deliver(const std::string &instance, Served &served, std::vector<Ev
     case Fault::Form::silent: return;
     case Fault::Form::close: return drop(instance);
     case Fault::Form::cut: return reply(instance, first_bytes_of(served.reply.get(), fault->value).get(), events);
+    case Fault::Form::garbage: return reply(instance, random_bytes(fault->value).get(), events);
     case Fault::Form::delay: return deliver_late(instance, served, std::move(events), fault->value);
     case Fault::Form::result:
     case Fault::Form::kind: return reply(instance, served.reply.get(), events);

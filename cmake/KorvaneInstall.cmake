@@ -25,7 +25,9 @@ if(KORVANE_PLATFORM STREQUAL "host")
     install(TARGETS korvane-agent)
     list(APPEND pkg_config_packages kvplatform)
 endif()
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/first-device DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+foreach(example first-device washer hub sensor common)
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/${example} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+endforeach()
 
 # For CMake
 install(EXPORT korvane-targets NAMESPACE korvane:: DESTINATION ${package_dir})

@@ -29,6 +29,8 @@ foreach(version ${major}.${next_minor} ${next_major}.0)
     endif()
 endforeach()
 
-# The example, as a reader of the documentation would try it.
-file(GLOB example ${PREFIX}/share/doc/*/examples/first-device)
-build(first-device ${example})
+# The examples, as a reader of the documentation would try them.
+foreach(name first-device washer hub sensor)
+    file(GLOB example ${PREFIX}/share/doc/*/examples/${name})
+    build(${name} ${example})
+endforeach()

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scenario/matching.hpp"
+
+#include <charconv>
+#include <cstring>
+#include <sstream>
+
+namespace kv::virtual_agent {
+
+namespace {
+
+std::string shown(const cJSON *value)
+{
+    return value ? text_of(value) : "nothing";
+}
+
+struct Condition {
+    const char *name;
+    bool (*holds)(const cJSON *wanted, const cJSON *value);
+    const char *words;
+};
+
+// A table
+// clang-format off
+constexpr Condition conditions[] = {
+    {"at_least", [](const cJSON *wanted, const cJSON *value) { return cJSON_IsNumber(value) && value->valuedouble >= wanted->valuedouble; }, "at least "},
+    {"at_most", [](const cJSON *wanted, const cJSON *value) { return cJSON_IsNumber(value) && value->valuedouble <= wanted->valuedouble; }, "at most "},
+    {"contains", [](const cJSON *wanted, const cJSON *value) { return cJSON_IsString(value) && cJSON_IsString(wanted) && std::strstr(value->valuestring, wanted->valuestring); }, "a text with "},
+    {"not", [](const cJSON *wanted, const cJSON *value) { return !value || difference(wanted, value, "").has_value(); }, "anything but "},
+    {"any", [](const cJSON *wanted, const cJSON *value) { return (value != nullptr) == static_cast<bool>(cJSON_IsTrue(wanted)); }, "present: "},
+};
+// clang-format on
+
+const Condition *condition_in(const cJSON *wanted)
+{
+    if (!cJSON_IsObject(wanted) || cJSON_GetArraySize(wanted) != 1)
+        return nullptr;
+    for (const Condition &condition : conditions)
+        if (std::strcmp(condition.name, wanted->child->string) == 0)
+            return &condition;
+    return nullptr;
+}
+
+} // namespace
+
+std::optional<std::string> difference(const cJSON *wanted, const cJSON *value, const std::string &name)
+{
+    if (const Condition *condition = condition_in(wanted)) {
+        if (condition->holds(wanted->child, value))
+            return std::nullopt;
+        return name + " is " + shown(value) + ", not " + condition->words + text_of(wanted->child);
+    }
+    if (cJSON_IsObject(wanted) && cJSON_IsObject(value)) {
+        for (const cJSON *member = wanted->child; member; member = member->next) {
+            const std::string path = name.empty() ? member->string : name + "." + member->string;
+            if (auto found = difference(member, cJSON_GetObjectItemCaseSensitive(value, member->string), path))
+                return found;
+        }
+        return std::nullopt;
+    }
+    if (value && cJSON_Compare(wanted, value, true))
+        return std::nullopt;
+    return name + " is " + shown(value) + ", not " + text_of(wanted);
+}
+
+const cJSON *find_path(const cJSON *value, const std::string &path, Json &count)
+{
+    std::istringstream parts{path};
+    std::string part;
+    while (value && std::getline(parts, part, '.')) {
+        int index = 0;
+        const auto [end, error] = std::from_chars(part.data(), part.data() + part.size(), index);
+        if (part == "#") {
+            count = cJSON_GetArraySize(value);
+            value = count.get();
+        } else if (cJSON_IsArray(value) && error == std::errc{} && end == part.data() + part.size()) {
+            value = cJSON_GetArrayItem(value, index);
+        } else {
+            value = cJSON_GetObjectItemCaseSensitive(value, part.c_str());
+        }
+    }
+    return value;
+}
+
+} // namespace kv::virtual_agent

@@ -64,6 +64,12 @@ Json phone(Steered &agent, Arguments &arguments)
     return std::move(Json::object().set("phone", agent.phone.run(step, arguments.any("with"))));
 }
 
+Json cloud(Steered &agent, Arguments &arguments)
+{
+    const std::string step = arguments.required_text("step");
+    return std::move(Json::object().set("cloud", agent.cloud.run(step, arguments.any("with"))));
+}
+
 Json clock(Steered &agent, Arguments &arguments)
 {
     const std::string what = arguments.required_text("what");
@@ -149,6 +155,10 @@ const std::vector<Command> &all_commands()
          {{"step", word, true}, {"with", json, false}},
          phone,
          "does what the user does with the phone; WITH is a JSON object"},
+        {"cloud",
+         {{"step", word, true}, {"with", json, false}},
+         cloud,
+         "lets something happen in the cloud; WITH is a JSON object"},
         {"clock",
          {{"what", word, true}, {"ms", number, false}},
          clock,
@@ -226,6 +236,9 @@ std::string command_help()
         row(std::string{form.name} + " " + (form.value ? form.value : ""), form.help);
     text << "Steps of the phone:\n";
     for (const Phone::Step &step : Phone::steps())
+        row(std::string{step.name} + " " + step.arguments, step.help);
+    text << "Steps of the cloud:\n";
+    for (const Cloud::Step &step : Cloud::steps())
         row(std::string{step.name} + " " + step.arguments, step.help);
     text << "Events:\n";
     for (const DelegateEntry &delegate : all_delegates())

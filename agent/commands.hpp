@@ -18,6 +18,7 @@ struct Steered {
     Faults &faults;
     Updates &updates;
     Phone &phone;
+    Cloud &cloud;
     Clock &clock;
     std::function<void()> quit;
 };

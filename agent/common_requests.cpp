@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common_requests.hpp"
 
+#include "document.hpp"
+
 #include <algorithm>
 #include <memory>
 #include <optional>
@@ -33,12 +35,16 @@ int set_device_type(const Device &device, const cJSON *request)
 
 int send_push(const Device &, const cJSON *request)
 {
-    return cJSON_HasObjectItem(request, "custom_push_msg") ? 0 : refused;
+    return cJSON_GetObjectItemCaseSensitive(request, "custom_push_msg") ? 0 : refused;
 }
 
-int sign_up(const Device &, const cJSON *)
+int sign_up(const Device &device, const cJSON *request)
 {
-    return 0;
+    const bool begun = device.cloud.sign_up(
+        {text_in(request, "region"), text_in(request, "auth_provider"), text_in(request, "access_token"),
+         text_in(request, "refresh_token"), text_in(request, "user_id"), text_in(request, "client_id"),
+         text_in(request, "ci_server"), text_in(request, "deploy_env"), number_in(request, "iatt")});
+    return begun ? 0 : refused;
 }
 
 int set_device_property(const Device &device, const cJSON *request)
@@ -52,8 +58,12 @@ int set_device_property(const Device &device, const cJSON *request)
     return 0;
 }
 
-int disable_signin(const Device &, const cJSON *)
+int disable_signin(const Device &device, const cJSON *request)
 {
+    const cJSON *disable = cJSON_GetObjectItemCaseSensitive(request, "disable_signin");
+    if (!cJSON_IsBool(disable))
+        return refused;
+    device.cloud.disable_sign_in(cJSON_IsTrue(disable));
     return 0;
 }
 
@@ -94,6 +104,7 @@ int serve_common_request(const Device &device, const char *text)
     const auto known = std::find_if(all.begin(), all.end(), [number](const auto &one) { return one.number == number; });
     if (known == all.end() || known->since > device.state.version.number())
         return refused;
+    device.state.cloud.remember(known->name, show_document(text));
     return known->serve(device, request.get());
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "cloud/cloud.hpp"
 #include "phone/phone.hpp"
 
 namespace kv::virtual_agent {
@@ -9,6 +10,7 @@ namespace kv::virtual_agent {
 struct Device {
     State &state;
     Phone &phone;
+    Cloud &cloud;
 };
 
 } // namespace kv::virtual_agent

@@ -53,14 +53,8 @@ using Registrations =
                    detail::Pair<master::set_provisioning_get_requested_cb, master::unset_provisioning_get_requested_cb>,
                    detail::Pair<master::set_diagnostics_cb, master::unset_diagnostics_cb>>;
 
-/// Taken and answered with 0; what they bring is kept as the last that was told.
-using MerelyTaken = describe::List<
-    master::signup_cloud, master::set_platform_info, master::set_regist_set_device,
-    master::set_last_status_info, master::set_platform_info_with_device_no,
-    master::set_sso_list, master::set_tnc_status, master::set_tnc_data, master::send_presence, master::send_keepalive,
-    master::set_keepalive_intervals, master::select_keepalive_intervals, master::set_device_profile,
-    master::set_device_name, master::set_device_name_with_device_no, master::set_tnc_type, master::set_tnc_url,
-    master::disconnect_cloud_session>;
+/// Of these nothing is needed but what they tell.
+using MerelyTold = describe::List<master::set_regist_set_device, master::set_sso_list>;
 // clang-format on
 
 namespace detail {
@@ -86,14 +80,29 @@ void forget(Peer &peer, describe::In<describe::Callback<D>...>)
 
 } // namespace detail
 
+/// The event comes after the reply. The callback is kept until then, so that the agent's state shows it.
+template <class D, class... Values>
+void answer_by_event(Call &call, const DelegateOf<D> &delegate, Values... values)
+{
+    call.peer.keep(delegate);
+    call.events.push_back(make_event(delegate, values...));
+}
+
 /// What the agent answers: one function per method, chosen by the method's description. A method for which there is
 /// none does not compile.
 class Handlers {
 public:
-    explicit Handlers(const Device &device) : device_(device), state_(device.state), phone_(device.phone) {}
+    explicit Handlers(const Device &device)
+        : device_(device), state_(device.state), phone_(device.phone), cloud_(device.cloud)
+    {
+    }
 
     template <class M, class... Arguments>
-    requires(detail::is_listed<M>(MerelyTaken{})) Answer<M> answer(M, Call &, const Arguments &...) { return {}; }
+    requires(detail::is_listed<M>(MerelyTold{})) Answer<M> answer(M method, Call &, const Arguments &...arguments)
+    {
+        note(method, arguments...);
+        return {};
+    }
 
     template <class M, class... Delegates>
     requires(detail::is_set<M>(Registrations{})) Answer<M> answer(M, Call &call, const Delegates &...delegates)
@@ -120,14 +129,8 @@ public:
     Answer<master::stop> answer(master::stop, Call &);
     Answer<master::set_api_version> answer(master::set_api_version, Call &, int major, int minor, int patch);
 
-    // What the agent knows of the device.
     Answer<master::get_device_id> answer(master::get_device_id, Call &);
     Answer<master::get_easysetup_status> answer(master::get_easysetup_status, Call &);
-    Answer<master::get_device_owned_status> answer(master::get_device_owned_status, Call &);
-    Answer<master::get_thing_status> answer(master::get_thing_status, Call &);
-    Answer<master::get_signup_status> answer(master::get_signup_status, Call &);
-    Answer<master::get_signin_status> answer(master::get_signin_status, Call &);
-    Answer<master::get_tcp_header_info> answer(master::get_tcp_header_info, Call &);
     Answer<master::common_interface> answer(master::common_interface, Call &, const char *request);
 
     // The setup: what the device answers the phone, and tells of itself.
@@ -150,7 +153,43 @@ public:
     Answer<master::set_easysetup_version_info> answer(master::set_easysetup_version_info, Call &, const char *info);
     Answer<master::set_mot_status> answer(master::set_mot_status, Call &, bool enable);
     Answer<master::set_gatt_ble> answer(master::set_gatt_ble, Call &, bool enable);
+
+    // The cloud: sign-up and session.
+    Answer<master::signup_cloud> answer(master::signup_cloud, Call &, const rpc_port_korvane_cloud_info_s *info);
+    Answer<master::disconnect_cloud_session> answer(master::disconnect_cloud_session, Call &);
+    Answer<master::get_thing_status> answer(master::get_thing_status, Call &);
+    Answer<master::get_signup_status> answer(master::get_signup_status, Call &);
+    Answer<master::get_signin_status> answer(master::get_signin_status, Call &);
+    Answer<master::get_device_owned_status> answer(master::get_device_owned_status, Call &);
+    Answer<master::get_tcp_header_info> answer(master::get_tcp_header_info, Call &);
+
+    // Keep-alive and presence.
+    Answer<master::send_keepalive> answer(master::send_keepalive, Call &);
+    Answer<master::set_keepalive_intervals> answer(master::set_keepalive_intervals, Call &,
+                                                   const proxy::ArrayValue<master::keepalive_info_array> *intervals);
+    Answer<master::select_keepalive_intervals> answer(
+        master::select_keepalive_intervals, Call &,
+        const proxy::ArrayValue<master::keepalive_index_info_array> *indexes);
+    Answer<master::send_presence> answer(master::send_presence, Call &, int presence);
+
+    // Who the device is.
+    Answer<master::set_platform_info> answer(master::set_platform_info, Call &,
+                                             const rpc_port_korvane_platform_info_s *info);
+    Answer<master::set_platform_info_with_device_no> answer(master::set_platform_info_with_device_no, Call &,
+                                                            int device_no, const char *info);
+    Answer<master::set_device_profile> answer(master::set_device_profile, Call &, int device_no, const char *profile);
+    Answer<master::set_last_status_info> answer(master::set_last_status_info, Call &,
+                                                const rpc_port_korvane_last_status_info_s *info);
     Answer<master::set_nick_name> answer(master::set_nick_name, Call &, int device_no, const char *nick);
+    Answer<master::set_device_name> answer(master::set_device_name, Call &, const char *name);
+    Answer<master::set_device_name_with_device_no> answer(master::set_device_name_with_device_no, Call &, int device_no,
+                                                          const char *name);
+
+    // The terms.
+    Answer<master::set_tnc_data> answer(master::set_tnc_data, Call &, const char *data);
+    Answer<master::set_tnc_url> answer(master::set_tnc_url, Call &, const char *url);
+    Answer<master::set_tnc_type> answer(master::set_tnc_type, Call &, int type);
+    Answer<master::set_tnc_status> answer(master::set_tnc_status, Call &, int status);
 
     // Sub-devices.
     Answer<master::register_sub_device> answer(master::register_sub_device, Call &, int device_no,
@@ -176,9 +215,17 @@ public:
                                                const DelegateOf<master::get_hdr_certificate_cb> &);
 
 private:
+    /// Keeps what a request tells, so that all of a kind can be read back.
+    template <class M, class... Arguments>
+    void note(M, const Arguments &...arguments)
+    {
+        state_.cloud.remember(M::name, show_all(typename M::in{}, arguments...));
+    }
+
     Device device_;
     State &state_; // the device's, which most of it is about
     Phone &phone_;
+    Cloud &cloud_;
 };
 
 } // namespace kv::virtual_agent

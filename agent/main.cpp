@@ -68,10 +68,12 @@ int serve(const Options &options)
     Clock clock;
     Server server{state, journal, faults, options.refuse};
     Phone phone{state, server};
-    Handlers handlers{{state, phone}};
+    Authority authority{options.ca_dir};
+    Cloud cloud{state, server, clock, authority};
+    Handlers handlers{{state, phone, cloud}};
     server.serve_with(handlers);
     Updates updates{state, server, package, journal};
-    Steered steered{state, server, faults, updates, phone, clock, [&loop] { g_main_loop_quit(loop.get()); }};
+    Steered steered{state, server, faults, updates, phone, cloud, clock, [&loop] { g_main_loop_quit(loop.get()); }};
     Control control{steered};
 
     // The port comes first: an agent that is one too many must leave the other's package entry alone. Nobody is served

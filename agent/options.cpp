@@ -42,6 +42,8 @@ constexpr Option option_table[] = {
     {"log", "FILE", [](Options &o, const char *v) { o.log = absolute(v); },
      "appends each request, event and connection to FILE, as lines of JSON"},
     {"verbose", nullptr, [](Options &o, const char *) { o.verbose = true; }, "says the same in words on stderr"},
+    {"ca-dir", "DIR", [](Options &o, const char *v) { o.ca_dir = absolute(v); },
+     "where the cloud's certificate authority is kept, and made if there is none (default: in memory)"},
     {"commands", nullptr, [](Options &o, const char *) { o.commands = true; },
      "takes commands from standard input; its end stops the agent"},
     {"command-fifo", "PATH", [](Options &o, const char *v) { o.command_fifo = absolute(v); },
@@ -98,6 +100,7 @@ std::vector<std::string> Options::for_start_on_demand() const
     with("--package-dir", package_dir);
     with("--runtime-dir", runtime_dir);
     with("--log", log);
+    with("--ca-dir", ca_dir);
     if (update_ready)
         arguments.emplace_back("--update-ready");
     if (refuse)

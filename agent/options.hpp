@@ -23,6 +23,7 @@ struct Options {
     std::string runtime_dir;
     std::string device_id; // empty: the machine's own
     std::string log;
+    std::string ca_dir;
     std::string command_fifo;
     std::string scenario;
     bool commands = false;

@@ -93,4 +93,12 @@ Json show(describe::Callback<D>, const AnyDelegate &delegate)
     return std::move(Json::object().set("seq_id", delegate.seq_id).set("once", delegate.once));
 }
 
+template <class... E, class... Values>
+Json show_all(describe::In<E...>, const Values &...values)
+{
+    Json shown = Json::object();
+    (shown.set(E::name, show(E{}, values)), ...);
+    return shown;
+}
+
 } // namespace kv::virtual_agent

@@ -21,14 +21,6 @@ Json shown_arguments(const MethodEntry &method, const std::string &request)
     return method.show_arguments(Parcel{parcel}.get());
 }
 
-Json by_number(const std::map<int, std::string> &texts)
-{
-    Json shown = Json::object();
-    for (const auto &[number, text] : texts)
-        shown.set(std::to_string(number).c_str(), text);
-    return shown;
-}
-
 } // namespace
 
 Json State::view() const
@@ -52,6 +44,7 @@ Json State::view() const
         .set("signed_in", signed_in)
         .set("thing_status", thing_status)
         .set("setup", setup.view())
+        .set("cloud", cloud.view())
         .set("nicks", by_number(nicks))
         .set("device_types", by_number(device_types))
         .set("sub_devices", std::move(devices))
@@ -61,7 +54,7 @@ Json State::view() const
 
 bool State::name_device(std::map<int, std::string> &texts, int device_no, std::string text)
 {
-    if (texts.size() >= most_devices && texts.count(device_no) == 0)
+    if (text.size() > longest_kept_text || (texts.size() >= most_devices && texts.count(device_no) == 0))
         return false;
     texts[device_no] = std::move(text);
     return true;
@@ -83,7 +76,12 @@ std::string device_id_of_this_machine()
     std::string id;
     if (std::ifstream{"/etc/machine-id"} >> id)
         machine += id;
-    std::unique_ptr<char, decltype(&g_free)> digest{g_compute_checksum_for_string(G_CHECKSUM_SHA1, machine.c_str(), -1),
+    return uuid_of(machine);
+}
+
+std::string uuid_of(const std::string &name)
+{
+    std::unique_ptr<char, decltype(&g_free)> digest{g_compute_checksum_for_string(G_CHECKSUM_SHA1, name.c_str(), -1),
                                                     g_free};
     // A name-based UUID: version 5, variant 10xx.
     std::string uuid = digest.get();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "cloud/cloud_state.hpp"
 #include "phone/setup.hpp"
 #include "version.hpp"
 
@@ -11,6 +12,7 @@ namespace kv::virtual_agent {
 
 /// What an application may make the agent remember has an end.
 inline constexpr std::size_t most_devices = 1024;
+inline constexpr std::size_t longest_kept_text = 65536;
 
 struct SubDevice {
     std::string device_id;
@@ -29,6 +31,7 @@ struct State {
     bool signed_in = false;
     int thing_status = 0;
     Setup setup{};
+    CloudState cloud{};
     std::map<int, std::string> nicks{};        // by device number
     std::map<int, std::string> device_types{}; // by device number
     std::map<int, SubDevice> sub_devices;      // by device number
@@ -36,13 +39,16 @@ struct State {
 
     Json view() const;
 
-    /// Notes a text for a device number. False when there are too many: what an application may make the agent keep has an
-    /// end.
+    /// Notes a text for a device number. False when there are too many, or it is too long: what an application may make
+    /// the agent keep has an end.
     static bool name_device(std::map<int, std::string> &texts, int device_no, std::string text);
 
     /// As after a reset: nobody's device, and nothing is known of what came with an owner.
     void forget_owner();
 };
+
+/// The same each time for the same name.
+std::string uuid_of(const std::string &name);
 
 /// The id of a device that nobody has named: the same each time on the same machine.
 std::string device_id_of_this_machine();

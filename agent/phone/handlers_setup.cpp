@@ -8,7 +8,6 @@ namespace {
 
 /// What answers nothing that was asked is refused, so that a wrong request id does not go unnoticed.
 constexpr int no_such_request = -1;
-constexpr int no_room = -1;
 
 } // namespace
 
@@ -20,12 +19,15 @@ Answer<master::send_user_confirm> Handlers::answer(master::send_user_confirm, Ca
 
 Answer<master::send_reset_confirm> Handlers::answer(master::send_reset_confirm, Call &, bool confirm)
 {
+    if (confirm)
+        cloud_.forget_owner();
     phone_.reset_confirmed(confirm);
     return {};
 }
 
 Answer<master::reset> Handlers::answer(master::reset, Call &)
 {
+    cloud_.forget_owner();
     phone_.reset();
     return {};
 }
@@ -119,11 +121,6 @@ Answer<master::set_gatt_ble> Handlers::answer(master::set_gatt_ble, Call &, bool
 {
     state_.setup.gatt_ble = enable;
     return {};
-}
-
-Answer<master::set_nick_name> Handlers::answer(master::set_nick_name, Call &, int device_no, const char *nick)
-{
-    return {state_.name_device(state_.nicks, device_no, nick) ? 0 : no_room};
 }
 
 Answer<master::common_interface> Handlers::answer(master::common_interface, Call &, const char *request)

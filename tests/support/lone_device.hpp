@@ -10,7 +10,10 @@ class LoneDevice final : private virtual_agent::Announcer {
 public:
     virtual_agent::State state{};
     virtual_agent::Phone phone{state, *this};
-    virtual_agent::Handlers handlers{{state, phone}};
+    virtual_agent::Clock clock{};
+    virtual_agent::Authority authority{};
+    virtual_agent::Cloud cloud{state, *this, clock, authority};
+    virtual_agent::Handlers handlers{{state, phone, cloud}};
 
     std::vector<virtual_agent::Event> announced{};
     int listeners = 0; // how many applications each event is to find

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "announcer.hpp"
+#include "arguments.hpp"
+#include "cloud/alarm.hpp"
+#include "cloud/authority.hpp"
+#include "cloud/tcp_session.hpp"
+#include "state.hpp"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kv::virtual_agent {
+
+/// The cloud that the device lives in, and the agent's part in it: sign-up, sign-in, the session with its keep-alives,
+/// certificates and tokens. Steps that make no sense at their moment, that this agent version does not have, or that no
+/// application listens to throw std::invalid_argument and say so; nothing has happened then.
+class Cloud {
+public:
+    Cloud(State &state, Announcer &announcer, Clock &clock, Authority &authority);
+
+    /// One thing that can happen in the cloud.
+    struct Step {
+        const char *name;
+        const char *arguments; // for people; empty for none
+        int since;             // the lowest agent version
+        Json (Cloud::*run)(Arguments &arguments);
+        const char *help;
+    };
+    static const std::vector<Step> &steps();
+
+    /// Does a step, and gives back what is to be known of it.
+    Json run(const std::string &step, const cJSON *arguments);
+
+    // What the device asks for; false when it cannot be.
+    bool sign_up(Credentials credentials);
+    void disable_sign_in(bool disable);
+    bool disconnect();
+    bool set_intervals(std::vector<int> intervals);
+    bool select_intervals(std::vector<int> indexes);
+    bool send_keep_alive();
+    /// None while there is no session.
+    std::optional<TcpHeader> tcp_header() const;
+    /// None for a device that nobody owns. The same each time for one owner.
+    std::optional<std::string> group_id() const;
+
+    /// The device is nobody's any more, by a reset or because its owner gave it up.
+    void forget_owner();
+
+    Authority &authority() { return authority_; }
+
+private:
+    Json next_sign_up(Arguments &);
+    Json sign_in(Arguments &);
+    Json sign_out(Arguments &);
+    Json drop_session(Arguments &);
+    Json own(Arguments &);
+    Json disown(Arguments &);
+    Json device_list(Arguments &);
+    Json last_status(Arguments &);
+    Json keep_alive(Arguments &);
+    Json diagnostics(Arguments &);
+    Json show_authority(Arguments &);
+
+    CloudState &cloud() { return state_.cloud; }
+    void signed_up(bool succeeded, Credentials credentials);
+    void must_be_able_to_sign_in() const;
+    bool signs_in() const;
+    void begin_session();
+    void try_to_begin_session();
+    void end_session();
+    void lose_session(int error);
+    void set_signed_up(bool signed_up);
+    void set_signed_in(bool signed_in);
+    void note_thing_status();
+    void note_session();
+    void plan_round();
+    void round();
+
+    /// Announces an event that makes no sense when nobody hears it.
+    template <class D, class... Values>
+    void tell(D, const Values &...values);
+
+    State &state_;
+    Announcer &announcer_;
+    Authority &authority_;
+    std::optional<TcpSession> session_{};
+    Alarm sign_up_;
+    Alarm comeback_;
+    Alarm next_round_;
+};
+
+} // namespace kv::virtual_agent

@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "cloud/tcp_session.hpp"
+
+#include <glib-unix.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include <arpa/inet.h>
+#include <linux/tcp.h> // glibc's own has fewer members
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace kv::virtual_agent {
+
+namespace {
+
+constexpr int patience_ms = 1000; // with a kernel that has nothing to wait for
+constexpr char keep_alive_bytes[] = {'k', 'e', 'e', 'p', '-', 'a', 'l', 'i', 'v', 'e', '\r', '\n'};
+
+[[noreturn]] void fail(const char *what)
+{
+    throw std::system_error{errno, std::generic_category(), std::string{"no connection to the cloud: "} + what};
+}
+
+Descriptor new_socket()
+{
+    Descriptor made{::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)};
+    if (made.get() < 0)
+        fail("socket");
+    return made;
+}
+
+template <class Ask>
+sockaddr_in address(const Descriptor &of, Ask ask)
+{
+    sockaddr_in found{};
+    socklen_t size = sizeof found;
+    if (ask(of.get(), reinterpret_cast<sockaddr *>(&found), &size) != 0)
+        fail("address");
+    return found;
+}
+
+sockaddr_in local_of(const Descriptor &socket)
+{
+    return address(socket, ::getsockname);
+}
+sockaddr_in remote_of(const Descriptor &socket)
+{
+    return address(socket, ::getpeername);
+}
+
+bool wait_for(const Descriptor &socket, short what)
+{
+    pollfd one{socket.get(), what, 0};
+    int ready = 0;
+    do
+        ready = ::poll(&one, 1, patience_ms);
+    while (ready < 0 && errno == EINTR);
+    if (ready == 0)
+        errno = ETIMEDOUT;
+    return ready > 0;
+}
+
+/// Whoever else connects to the port in between is turned away.
+Descriptor accept_from(const Descriptor &listener, const sockaddr_in &device)
+{
+    while (wait_for(listener, POLLIN)) {
+        sockaddr_in from{};
+        socklen_t size = sizeof from;
+        Descriptor came{
+            ::accept4(listener.get(), reinterpret_cast<sockaddr *>(&from), &size, SOCK_CLOEXEC | SOCK_NONBLOCK)};
+        if (came.get() < 0 && errno != EAGAIN && errno != EINTR && errno != ECONNABORTED)
+            break;
+        if (came.get() >= 0 && from.sin_addr.s_addr == device.sin_addr.s_addr && from.sin_port == device.sin_port)
+            return came;
+    }
+    fail("accept");
+}
+
+void send_at_once(const Descriptor &socket)
+{
+    const int on = 1;
+    ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+}
+
+int error_of(const Descriptor &socket)
+{
+    int error = 0;
+    socklen_t size = sizeof error;
+    ::getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &size);
+    return error;
+}
+
+/// Takes all of one keep-alive from one end to the other. 0, or the error.
+int carry(const Descriptor &from, const Descriptor &to)
+{
+    char arrived[sizeof keep_alive_bytes];
+    const ssize_t left = ::send(from.get(), keep_alive_bytes, sizeof keep_alive_bytes, MSG_NOSIGNAL);
+    if (left != static_cast<ssize_t>(sizeof keep_alive_bytes))
+        return left < 0 ? errno : EAGAIN;
+    for (std::size_t read = 0; read < sizeof arrived;) {
+        if (!wait_for(to, POLLIN))
+            return errno;
+        const ssize_t more = ::recv(to.get(), arrived + read, sizeof arrived - read, 0);
+        if (more == 0)
+            return ECONNRESET;
+        if (more < 0 && errno != EINTR && errno != EAGAIN)
+            return errno;
+        read += more > 0 ? static_cast<std::size_t>(more) : 0;
+    }
+    return 0;
+}
+
+/// A connection's numbers can only be read in repair mode, which takes CAP_NET_ADMIN. Nothing is under way here, and
+/// leaving it without a window probe leaves nothing behind.
+class Repair {
+public:
+    explicit Repair(const Descriptor &socket) : socket_(socket), on_(set(TCP_REPAIR, TCP_REPAIR_ON)) {}
+    Repair(const Repair &) = delete;
+    Repair &operator=(const Repair &) = delete;
+    ~Repair()
+    {
+        if (on_ && !set(TCP_REPAIR, TCP_REPAIR_OFF_NO_WP))
+            set(TCP_REPAIR, TCP_REPAIR_OFF); // before Linux 4.20
+    }
+
+    bool next_number(int queue, std::uint32_t &number) const
+    {
+        socklen_t size = sizeof number;
+        return on_ && set(TCP_REPAIR_QUEUE, queue) &&
+               ::getsockopt(socket_.get(), IPPROTO_TCP, TCP_QUEUE_SEQ, &number, &size) == 0;
+    }
+
+private:
+    bool set(int option, int value) const
+    {
+        return ::setsockopt(socket_.get(), IPPROTO_TCP, option, &value, sizeof value) == 0;
+    }
+
+    const Descriptor &socket_;
+    bool on_;
+};
+
+tcp_info info_of(const Descriptor &socket)
+{
+    tcp_info info{};
+    socklen_t size = sizeof info;
+    if (::getsockopt(socket.get(), IPPROTO_TCP, TCP_INFO, &info, &size) != 0)
+        fail("TCP_INFO");
+    return info;
+}
+
+std::string text_of(const in_addr &address)
+{
+    char text[INET_ADDRSTRLEN] = "";
+    ::inet_ntop(AF_INET, &address, text, sizeof text);
+    return text;
+}
+
+} // namespace
+
+Descriptor::~Descriptor()
+{
+    if (fd_ >= 0)
+        ::close(fd_);
+}
+
+TcpSession::TcpSession(std::function<void(int error)> lost) : lost_(std::move(lost))
+{
+    const Descriptor listener = new_socket();
+    sockaddr_in here{};
+    here.sin_family = AF_INET;
+    here.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (::bind(listener.get(), reinterpret_cast<const sockaddr *>(&here), sizeof here) != 0)
+        fail("bind");
+    constexpr int some = 16;
+    if (::listen(listener.get(), some) != 0)
+        fail("listen");
+    here = local_of(listener);
+
+    device_ = new_socket();
+    if (::connect(device_.get(), reinterpret_cast<const sockaddr *>(&here), sizeof here) != 0) {
+        if (errno != EINPROGRESS || !wait_for(device_, POLLOUT))
+            fail("connect");
+        if ((errno = error_of(device_)) != 0)
+            fail("connect");
+    }
+    cloud_ = accept_from(listener, local_of(device_));
+    send_at_once(device_);
+    send_at_once(cloud_);
+
+    // Echoes are read where keep-alives are sent, so whatever wakes this is the end.
+    watch_ = g_unix_fd_add(
+        device_.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
+        [](int, GIOCondition, gpointer data) -> gboolean {
+            auto *self = static_cast<TcpSession *>(data);
+            if (!self->has_broken())
+                return G_SOURCE_CONTINUE;
+            self->watch_ = 0;
+            const int error = error_of(self->device_);
+            const auto tell = self->lost_; // which may end the session
+            tell(error != 0 ? error : ECONNRESET);
+            return G_SOURCE_REMOVE;
+        },
+        this);
+}
+
+TcpSession::~TcpSession()
+{
+    if (watch_ != 0)
+        g_source_remove(watch_);
+}
+
+bool TcpSession::has_broken()
+{
+    char byte = 0;
+    return ::recv(device_.get(), &byte, 1, 0) >= 0 || (errno != EAGAIN && errno != EINTR);
+}
+
+int TcpSession::keep_alive()
+{
+    if (const int error = carry(device_, cloud_))
+        return error;
+    sent_ += sizeof keep_alive_bytes;
+    if (const int error = carry(cloud_, device_))
+        return error;
+    received_ += sizeof keep_alive_bytes;
+    return 0;
+}
+
+TcpHeader TcpSession::header() const
+{
+    const sockaddr_in device = local_of(device_);
+    const sockaddr_in cloud = remote_of(device_);
+    TcpHeader header;
+    header.src_addr = text_of(device.sin_addr);
+    header.src_port = ntohs(device.sin_port);
+    header.dst_addr = text_of(cloud.sin_addr);
+    header.dst_port = ntohs(cloud.sin_port);
+
+    // The window that the device has told is the one that the other end knows.
+    const tcp_info known = info_of(cloud_);
+    header.window_scale = known.tcpi_snd_wscale;
+    header.window = static_cast<int>(known.tcpi_snd_wnd >> known.tcpi_snd_wscale);
+
+    const Repair repair{device_};
+    header.numbers_are_kernels =
+        repair.next_number(TCP_SEND_QUEUE, header.seq_num) && repair.next_number(TCP_RECV_QUEUE, header.ack_num);
+    if (!header.numbers_are_kernels) {
+        // As if both ends had begun with 0, which the first segment takes.
+        header.seq_num = static_cast<std::uint32_t>(sent_) + 1;
+        header.ack_num = static_cast<std::uint32_t>(received_) + 1;
+    }
+    return header;
+}
+
+} // namespace kv::virtual_agent

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "cloud/authority.hpp"
+#include "json.hpp"
+
+namespace kv::virtual_agent {
+
+/// A token with which a device shows who it is: a JSON Web Token that the authority has signed (ES256), and what else is
+/// told of it. Request data become a claim of that name; null when there are none.
+Json new_token(Authority &authority, const std::string &device_id, const Json &request_data);
+
+} // namespace kv::virtual_agent

@@ -114,8 +114,8 @@ static void on_certificate_made(korvane_h device, int result, const char *text, 
         say("certificate", "refused, the agent's code is %d", result);
         return;
     }
-    say("certificate", "made, its name has %zu bytes", strlen(text));
     state_set(&washer->state, "certificate", text);
+    say("certificate", "made, its name has %zu bytes", strlen(text));
 }
 
 static char *signing_request(korvane_h device, const struct washer *washer)

@@ -384,6 +384,46 @@ TEST_F(Washer, SendsTheSigningRequestThatItIsGiven)
     stops(program);
 }
 
+TEST_F(Washer, NeverReplacesAKeyThatItCannotRead)
+{
+    AgentProcess agent{home};
+    const std::string key = file("state.key", "no key");
+    Program program{washer, with({"--state", path("state")})};
+    ASSERT_TRUE(program.says("washer: ready"));
+    agent.tell("emit signin_status_changed_cb [true]");
+    program.says("key: " + key + " holds no private key");
+    program.says("signing request: could not be made");
+    stops(program);
+    EXPECT_EQ(content("state.key"), "no key");
+    EXPECT_EQ(requests("create_hdr_certificate"), 0);
+}
+
+TEST_F(Washer, AnswersTheMakersQuestionAndSaysWhatElseItIsTold)
+{
+    AgentProcess agent{home};
+    Program program{washer, with({})};
+    ASSERT_TRUE(program.says("washer: ready"));
+    const std::pair<const char *, const char *> events[] = {
+        {"status_changed_cb [3]", "setup status: 3"},
+        {R"(ultrasound_pin_generate_cb ["4711",0])", "loudspeaker: plays a PIN of 4 digits"},
+        {"ultrasound_pin_stop_cb", "loudspeaker: silent"},
+        {"otm_support_feature_cb [2]", "on-boarding feature: 2"},
+        {R"(tnc_result_cb ["agreed"])", "terms: the user's answer: agreed"},
+        {R"(last_status_changed_cb ["E3"])", "last status: E3"},
+        {R"(nick_changed_cb [2,"Dryer"])", "nick name: Dryer (device 2)"},
+        {R"(provisioning_get_requested_cb ["all",1])", "vendor data wanted: all (1)"},
+    };
+    for (const auto &[event, line] : events) {
+        agent.tell(std::string{"emit "} + event);
+        program.says(line);
+    }
+    journal_has({R"("method":"set_provisioning_vendor_info")",
+                 R"({\"model\":\"WM-7\",\"firmware\":\"4.1.2\",\"joined\":false})"},
+                2); // at the start, and when asked
+    EXPECT_EQ(program.said("4711"), 0);
+    stops(program);
+}
+
 // ---- good and bad times -----------------------------------------------------------------------------------------------
 
 TEST_F(Washer, OutlivesItsAgent)
@@ -410,6 +450,18 @@ TEST_F(Washer, OutlivesAnAgentThatDiesDuringACall)
     EXPECT_EQ(program.wait(), 0) << program.out();
     EXPECT_EQ(program.said("io error: the link to the agent broke during a call"), 1);
     EXPECT_EQ(::kill(home.latest_agent(), SIGTERM), 0);
+}
+
+TEST_F(Washer, OutlivesAnAgentThatIsSilent)
+{
+    AgentProcess agent{home};
+    agent.tell("fault set_tnc_url silent");
+    ::setenv("KORVANE_REPLY_TIMEOUT_MS", "200", 1);
+    Program program{washer, with({})};
+    ::unsetenv("KORVANE_REPLY_TIMEOUT_MS");
+    program.says("set_tnc_url: IO_ERROR");
+    program.says("washer: ready");
+    stops(program);
 }
 
 TEST_F(Washer, ConnectsToTheAgentThatReplacesItsOwn)
@@ -498,10 +550,10 @@ INSTANTIATE_TEST_SUITE_P(
         WrongLine{"NoObject", {"--radio", "RADIO"}, "access point 2: it is no object", R"([{"ssid":"a"},7])"},
         WrongLine{"NoName", {"--radio", "RADIO"}, "access point 1: it has either \"ssid\" or \"ssid_hex\"", "[{}]"},
         WrongLine{"TwoNames", {"--radio", "RADIO"}, "it has either", R"([{"ssid":"a","ssid_hex":"61"}])"},
-        WrongLine{"EmptyName", {"--radio", "RADIO"}, "a network name has 1 to 32 bytes", R"([{"ssid":""}])"},
+        WrongLine{"EmptyName", {"--radio", "RADIO"}, "it has a name of 1 to 32 bytes", R"([{"ssid":""}])"},
         WrongLine{"LongName",
                   {"--radio", "RADIO"},
-                  "a network name has 1 to 32 bytes",
+                  "it has a name of 1 to 32 bytes",
                   R"([{"ssid":"123456789012345678901234567890123"}])"},
         WrongLine{"OddDigits", {"--radio", "RADIO"}, "pairs of hexadecimal digits", R"([{"ssid_hex":"616"}])"},
         WrongLine{"NoDigits", {"--radio", "RADIO"}, "pairs of hexadecimal digits", R"([{"ssid_hex":"6g"}])"},
@@ -517,7 +569,9 @@ INSTANTIATE_TEST_SUITE_P(
                   {"--radio", "RADIO"},
                   "\"frequency\" is a whole number of 32 bits",
                   R"([{"ssid":"a","frequency":2412.5}])"},
-        WrongLine{"NoText", {"--radio", "RADIO"}, "are texts", R"([{"ssid":"a","password":1}])"},
+        WrongLine{"NoText", {"--radio", "RADIO"}, "\"password\" is a text", R"([{"ssid":"a","password":1}])"},
+        WrongLine{"MisspeltMember", {"--radio", "RADIO"}, "\"chanel\" is not known", R"([{"ssid":"a","chanel":1}])"},
+        WrongLine{"MoreThanJson", {"--radio", "RADIO"}, "it is no JSON array of access points", "[] []"},
         WrongLine{"NoTruth", {"--radio", "RADIO"}, "\"gone\" is true or false", R"([{"ssid":"a","gone":1}])"}),
     [](const auto &line) { return std::string{line.param.name}; });
 

@@ -153,7 +153,7 @@ TEST_F(Washer, AnswersTheMakersQuestionAndSaysWhatElseItIsTold)
     ASSERT_TRUE(program.says("washer: ready"));
     const std::pair<const char *, const char *> events[] = {
         {"status_changed_cb [3]", "setup status: 3"},
-        {R"(ultrasound_pin_generate_cb ["4711",0])", "loudspeaker: plays a PIN of 4 digits"},
+        {R"(ultrasound_pin_generate_cb ["sung-pin",0])", "loudspeaker: plays a PIN of 8 digits"},
         {"ultrasound_pin_stop_cb", "loudspeaker: silent"},
         {"otm_support_feature_cb [2]", "on-boarding feature: 2"},
         {R"(tnc_result_cb ["agreed"])", "terms: the user's answer: agreed"},
@@ -168,7 +168,7 @@ TEST_F(Washer, AnswersTheMakersQuestionAndSaysWhatElseItIsTold)
     journal_has({R"("method":"set_provisioning_vendor_info")",
                  R"({\"model\":\"WM-7\",\"firmware\":\"4.1.2\",\"joined\":false})"},
                 2); // at the start, and when asked
-    EXPECT_EQ(program.said("4711"), 0);
+    EXPECT_EQ(program.said("sung-pin"), 0);
     stops(program);
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 [[noreturn]] void wrong(const char *name, const char *wanted, const cJSON *value)
 {
-    throw std::invalid_argument{std::string{"\""} + name + "\" must be " + wanted + ", not " + text_of(value)};
+    throw std::invalid_argument{std::string{"'"} + name + "' must be " + wanted + ", not " + text_of(value)};
 }
 
 } // namespace
@@ -21,7 +21,7 @@ int parse_number(const std::string &word, const char *what)
     int value = 0;
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
     if (error != std::errc{} || end != word.data() + word.size())
-        throw std::invalid_argument{std::string{"\""} + what + "\" must be a whole number of 32 bits, not " + word};
+        throw std::invalid_argument{std::string{"'"} + what + "' must be a whole number of 32 bits, not " + word};
     return value;
 }
 
@@ -83,7 +83,7 @@ std::string Arguments::required_text(const char *name)
 {
     if (std::optional<std::string> value = text(name))
         return *value;
-    throw std::invalid_argument{std::string{"\""} + name + "\" is missing"};
+    throw std::invalid_argument{std::string{"'"} + name + "' is missing"};
 }
 
 void Arguments::end() const
@@ -93,7 +93,7 @@ void Arguments::end() const
             std::string known;
             for (const std::string &name : asked_)
                 known += (known.empty() ? "" : ", ") + name;
-            throw std::invalid_argument{std::string{"there is no \""} + member->string + "\" here" +
+            throw std::invalid_argument{std::string{"there is no '"} + member->string + "' here" +
                                         (known.empty() ? "" : "; there is " + known)};
         }
 }

@@ -194,7 +194,7 @@ Json run_command(Steered &agent, const Command &command, const cJSON *arguments)
     Arguments taken{arguments};
     for (const Parameter &parameter : command.parameters)
         if (!taken.any(parameter.name) && parameter.required)
-            throw std::invalid_argument{std::string{"\""} + parameter.name + "\" is missing; it is " + command.name +
+            throw std::invalid_argument{std::string{"'"} + parameter.name + "' is missing; it is " + command.name +
                                         " " + command.form()};
     taken.end();
     return command.run(agent, taken);

@@ -36,6 +36,7 @@ public:
     Json &add(Json object);
 
     const cJSON *get() const { return value_.get(); }
+    cJSON *get() { return value_.get(); }
     std::string text() const;
 
 private:

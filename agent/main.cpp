@@ -85,14 +85,22 @@ int serve(const Options &options)
     if (!options.command_fifo.empty())
         control.read_fifo(options.command_fifo);
 
+    // When a play is over the agent stays for as long as applications do, so that they can end as they please.
     bool played_well = true;
+    bool over = false;
     std::optional<Play> play;
-    if (!options.scenario.empty())
+    const auto leave_when_alone = [&](const Json &) {
+        if (over && server.peers() == 0)
+            g_main_loop_quit(loop.get());
+    };
+    const Journal::Listener listener = options.scenario.empty() ? nullptr : journal.listen(leave_when_alone);
+    if (listener)
         play.emplace(steered, journal, std::move(scenario), [&](const std::string &problem) {
             played_well = problem.empty();
-            if (!played_well)
-                std::fprintf(stderr, "korvane-agent: %s, %s\n", options.scenario.c_str(), problem.c_str());
-            g_main_loop_quit(loop.get());
+            over = true;
+            std::printf("%s\n", played_well ? "played well" : ("failed: " + options.scenario + ", " + problem).c_str());
+            std::fflush(stdout);
+            leave_when_alone({});
         });
 
     journal.write(Journal::now(), ready_facts(state), "agent " + state.version.text() + " ready");

@@ -49,7 +49,7 @@ constexpr Option option_table[] = {
     {"command-fifo", "PATH", [](Options &o, const char *v) { o.command_fifo = absolute(v); },
      "takes commands from a FIFO, which is made"},
     {"scenario", "FILE", [](Options &o, const char *v) { o.scenario = absolute(v); },
-     "plays a scenario and stops; the exit status says whether it went as it must"},
+     "plays a scenario, and stops when the applications have gone; the exit status says how it went"},
     {"exit-with-parent", nullptr, [](Options &o, const char *) { o.exit_with_parent = true; },
      "stops when the program that started it ends"},
     {"install", nullptr, [](Options &o, const char *) { o.action = Options::Action::install; },

@@ -149,8 +149,8 @@ void Server::connected(const rpc_port_stub_peer_t &peer)
 
 void Server::disconnected(const rpc_port_stub_peer_t &peer)
 {
-    note_connection(described(peer).name(), "disconnected");
     peers_.erase(peer.instance);
+    note_connection(described(peer).name(), "disconnected");
 }
 
 void Server::received(const rpc_port_stub_peer_t &peer, rpc_port_h port)

@@ -42,6 +42,7 @@ public:
     /// Sends the event with values from outside to every peer that has registered for it, and says to how many.
     int emit(const DelegateEntry &delegate, const cJSON *values);
 
+    std::size_t peers() const { return peers_.size(); }
     Json view() const;
 
 private:

@@ -2294,7 +2294,7 @@ KORVANE_API int korvane_hdr_token_info_get_expiration_time(korvane_hdr_token_inf
  * @param push_msg_json_str  the message as JSON, an object in general; not NULL
  *
  * @retval KORVANE_ERROR_NONE               the agent has taken it
- * @retval KORVANE_ERROR_INVALID_PARAMETER  the text is NULL or not JSON
+ * @retval KORVANE_ERROR_INVALID_PARAMETER  the text is NULL or not JSON, or there is no memory to parse it
  * @retval KORVANE_ERROR_OUT_OF_MEMORY      no memory for the request
  * @retval KORVANE_ERROR_OPERATION_FAILED   also: no memory for the request's text
  *

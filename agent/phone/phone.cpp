@@ -36,6 +36,15 @@ Json request_of(int id)
     return std::move(Json::object().set("request", id));
 }
 
+template <class R>
+proxy::Owned<typename R::type> new_record(R)
+{
+    proxy::Owned<typename R::type> record{proxy::RecordCodec<R>::create()};
+    if (!record)
+        throw std::bad_alloc{};
+    return record;
+}
+
 CText copy_of(const std::string &text)
 {
     CText copy = CText::copy(text.c_str());
@@ -248,7 +257,7 @@ const AccessPoint &Phone::network(Arguments &arguments)
     const std::optional<int> index = arguments.number("index");
     const std::optional<std::string> ssid = arguments.text("ssid");
     if (index.has_value() == ssid.has_value())
-        refuse("a network is chosen by \"ssid\" or by \"index\"");
+        refuse("a network is chosen by 'ssid' or by 'index'");
     const std::vector<AccessPoint> &found = setup().networks;
     if (index) {
         if (*index < 0 || static_cast<std::size_t>(*index) >= found.size())
@@ -287,14 +296,14 @@ Json Phone::choose(Arguments &arguments)
         refuse("the user at the device has refused; 'confirm' again");
 
     if (state_.version.number() < with_candidates_since) {
-        rpc_port_korvane_ap_info_s record{};
-        record.ssid = copy_of(chosen.ssid);
-        record.pwd = copy_of(password);
-        record.bssid = copy_of(chosen.bssid);
-        record.authtype = chosen.auth_type;
-        record.enctype = chosen.enc_type;
-        record.channel = chosen.channel;
-        tell(master::wifi_ap_provisioning_cb{}, &record);
+        const auto record = new_record(master::ap_info{});
+        record->ssid = copy_of(chosen.ssid);
+        record->pwd = copy_of(password);
+        record->bssid = copy_of(chosen.bssid);
+        record->authtype = chosen.auth_type;
+        record->enctype = chosen.enc_type;
+        record->channel = chosen.channel;
+        tell(master::wifi_ap_provisioning_cb{}, record.get());
     } else {
         Json document = Json::object();
         document.set("ap_ssid", Json::bytes(chosen.ssid))
@@ -345,15 +354,15 @@ Json Phone::stop_soft_ap(Arguments &arguments)
 
 Json Phone::provision(Arguments &arguments)
 {
-    rpc_port_korvane_device_prov_info_s record{};
-    record.language = copy_of(arguments.text("language").value_or("en-GB"));
-    record.country = copy_of(arguments.text("country").value_or("GB"));
-    record.datetime = copy_of(arguments.text("datetime").value_or("2026-01-01T12:00:00Z"));
-    record.rmd = copy_of(arguments.text("rmd").value_or("phone"));
-    record.account = copy_of(arguments.text("account").value_or("user@example.org"));
+    const auto record = new_record(master::device_prov_info{});
+    record->language = copy_of(arguments.text("language").value_or("en-GB"));
+    record->country = copy_of(arguments.text("country").value_or("GB"));
+    record->datetime = copy_of(arguments.text("datetime").value_or("2026-01-01T12:00:00Z"));
+    record->rmd = copy_of(arguments.text("rmd").value_or("phone"));
+    record->account = copy_of(arguments.text("account").value_or("user@example.org"));
     arguments.end();
     must_be_connected();
-    tell(master::device_provisioning_cb{}, &record);
+    tell(master::device_provisioning_cb{}, record.get());
     return Json::object();
 }
 

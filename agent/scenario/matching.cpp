@@ -58,9 +58,27 @@ std::optional<std::string> difference(const cJSON *wanted, const cJSON *value, c
         }
         return std::nullopt;
     }
+    if (cJSON_IsArray(wanted) && cJSON_IsArray(value) && cJSON_GetArraySize(wanted) == cJSON_GetArraySize(value)) {
+        const cJSON *item = value->child;
+        int index = 0;
+        for (const cJSON *one = wanted->child; one; one = one->next, item = item->next)
+            if (auto found = difference(one, item, name + "." + std::to_string(index++)))
+                return found;
+        return std::nullopt;
+    }
     if (value && cJSON_Compare(wanted, value, true))
         return std::nullopt;
     return name + " is " + shown(value) + ", not " + text_of(wanted);
+}
+
+int agreement(const cJSON *wanted, const cJSON *value)
+{
+    if (!cJSON_IsObject(wanted) || !cJSON_IsObject(value) || condition_in(wanted))
+        return difference(wanted, value, "") ? 0 : 1;
+    int all = 0;
+    for (const cJSON *member = wanted->child; member; member = member->next)
+        all += agreement(member, cJSON_GetObjectItemCaseSensitive(value, member->string));
+    return all;
 }
 
 const cJSON *find_path(const cJSON *value, const std::string &path, Json &count)

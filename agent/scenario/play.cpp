@@ -30,11 +30,23 @@ std::optional<std::string> difference_of(const Scenario::Step &step, const Json 
     return difference(step.answer.get(), cJSON_GetObjectItemCaseSensitive(facts.get(), "answer"), "answer");
 }
 
+/// What a step does may be told everywhere, but for these.
+Json without_secrets(const cJSON *arguments)
+{
+    Json shown = Json::copy_of(arguments);
+    cJSON *with = cJSON_GetObjectItemCaseSensitive(shown.get(), "with");
+    for (const char *secret : {"password", "pin", "text", "account"})
+        cJSON_DeleteItemFromObjectCaseSensitive(with, secret);
+    cJSON_DeleteItemFromObjectCaseSensitive(shown.get(), "values");
+    return shown;
+}
+
 } // namespace
 
 std::string in_words(const Scenario::Step &step)
 {
-    const std::string details = cJSON_GetArraySize(step.arguments.get()) > 0 ? " " + step.arguments.text() : "";
+    const Json arguments = without_secrets(step.arguments.get());
+    const std::string details = cJSON_GetArraySize(arguments.get()) > 0 ? " " + arguments.text() : "";
     switch (step.kind) {
     case Scenario::Step::Kind::command: return step.command->name + details;
     case Scenario::Step::Kind::expect: return "expect " + step.text + details;
@@ -99,7 +111,8 @@ void Play::play()
                 end(problem.what());
                 return;
             }
-            note(step, "");
+            if (step.kind != Step::Kind::command)
+                note(step, "");
         }
         if (const unsigned limit = std::exchange(limit_, 0); limit != 0)
             g_source_remove(limit);
@@ -117,6 +130,7 @@ bool Play::done(const Step &step)
     case Step::Kind::expect: return was_called(step);
     case Step::Kind::until: return state_is_so(step);
     case Step::Kind::command:
+        note(step, "");
         calls_.clear(); // what is expected next is what this brings about
         run_command(agent_, *step.command, step.arguments.get());
         return true;
@@ -150,10 +164,16 @@ bool Play::state_is_so(const Step &step)
 
 std::string Play::nearest_call(const Step &step) const
 {
-    const auto same =
-        std::find_if(calls_.rbegin(), calls_.rend(), [&](const SeenCall &call) { return call.method == step.text; });
-    if (same != calls_.rend())
-        return "it was called otherwise: " + difference_of(step, same->facts).value_or("");
+    const Json *nearest = nullptr;
+    int most = -1;
+    for (const SeenCall &call : calls_)
+        if (const int equal = agreement(step.arguments.get(), arguments_of(call.facts));
+            call.method == step.text && equal > most) {
+            most = equal;
+            nearest = &call.facts;
+        }
+    if (nearest)
+        return "it was called otherwise: " + difference_of(step, *nearest).value_or("");
     if (calls_.empty())
         return "nothing was called";
     std::string names;

@@ -61,7 +61,7 @@ int milliseconds(Arguments &members, const char *name, int otherwise)
 {
     const int value = members.number(name).value_or(otherwise);
     if (value < 0)
-        throw std::invalid_argument{std::string{"\""} + name + "\" cannot be negative"};
+        throw std::invalid_argument{std::string{"'"} + name + "' cannot be negative"};
     return value;
 }
 
@@ -69,7 +69,7 @@ Json object_in(Arguments &members, const char *name)
 {
     const cJSON *value = members.any(name);
     if (value && !cJSON_IsObject(value))
-        throw std::invalid_argument{std::string{"\""} + name + "\" must be an object, not " + text_of(value)};
+        throw std::invalid_argument{std::string{"'"} + name + "' must be an object, not " + text_of(value)};
     return value ? Json::copy_of(value) : Json::object();
 }
 
@@ -118,8 +118,7 @@ void take_kind(Scenario::Step &step, const cJSON *object)
             step.arguments = command_arguments(command, members);
         }
     if (kinds != 1)
-        throw std::invalid_argument{
-            "a step has one of \"expect\", \"until\", \"wait_ms\", \"say\" or a command's name"};
+        throw std::invalid_argument{"a step has one of 'expect', 'until', 'wait_ms', 'say' or a command's name"};
 
     if (step.kind == Kind::expect || step.kind == Kind::until)
         step.within_ms = milliseconds(members, "within_ms", patience_ms);
@@ -148,7 +147,7 @@ Scenario Scenario::parse(const std::string &text)
     const Document document = parsed(text);
     const cJSON *steps = cJSON_GetObjectItemCaseSensitive(document.get(), "steps");
     if (!cJSON_IsArray(steps))
-        throw std::invalid_argument{"line 1: a scenario is an object with an array \"steps\""};
+        throw std::invalid_argument{"line 1: a scenario is an object with an array 'steps'"};
     Scenario scenario;
     Arguments members{document.get()};
     scenario.title = members.text("title").value_or("");

@@ -15,9 +15,11 @@ void _provisioning_language_cb(void *user_data, int req_id, const char *type, co
     deliver(&korvane_s::provisioning_language, user_data, Caller::here(), request, type, value);
 }
 
+// A text in the agent's or the vendor's own format may hold a secret: such an event logs its number only.
+
 void _provisioning_vendor_info_cb(void *user_data, int value, const char *text)
 {
-    log::info()("value [%d], text [%s]"_fmt, value, text);
+    log::info()("value [%d]"_fmt, value);
     deliver(&korvane_s::provisioning_vendor_info, user_data, Caller::here(), value, text);
 }
 
@@ -29,7 +31,7 @@ void _otm_support_feature_cb(void *user_data, int feature)
 
 void _provisioning_get_requested_cb(void *user_data, const char *text, int value)
 {
-    log::info()("text [%s], value [%d]"_fmt, text, value);
+    log::info()("value [%d]"_fmt, value);
     deliver(&korvane_s::provisioning_get_requested, user_data, Caller::here(), text, value);
 }
 

@@ -13,9 +13,9 @@ struct korvane_tnc_info_s : JsonHandle {
 
 namespace {
 
+/// Nothing is logged: what the user agreed to stays between the agent and the application.
 void _tnc_result_cb(void *user_data, const char *result)
 {
-    log::info()("result [%s]"_fmt, result);
     deliver(&korvane_s::tnc_result, user_data, Caller::here(), result);
 }
 

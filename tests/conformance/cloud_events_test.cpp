@@ -70,7 +70,7 @@ struct Pair {
     int (*unset)(korvane_h handle);
     Bytes values;
     std::string seen;
-    std::string line; // what the trampoline writes
+    std::string line; // what the trampoline writes, if anything
     std::string null_text = "callback is NULL";
 };
 
@@ -101,9 +101,9 @@ const std::vector<Pair> pairs = {
      set<korvane_keepalive_result_cb, korvane_set_keepalive_result_cb, on_value<int>>,
      korvane_unset_keepalive_result_cb, i32(1), "1", "result [1]"},
     {"diagnostics_cb", 106, 107, 31, set<korvane_diagnostics_cb, korvane_set_diagnostics_cb, on_number_and_text>,
-     korvane_unset_diagnostics_cb, bytes(i32(2), str("dump")), "2 dump", "value [2], text [dump]"},
+     korvane_unset_diagnostics_cb, bytes(i32(2), str("dump")), "2 dump", "value [2]"},
     {"tnc_result_cb", 60, 61, 17, set<korvane_tnc_result_cb, korvane_set_tnc_result_cb, on_value<const char *>>,
-     korvane_unset_tnc_result_cb, str("agreed"), "agreed", "result [agreed]"},
+     korvane_unset_tnc_result_cb, str("agreed"), "agreed", ""},
 };
 
 class CloudEvent : public CloudTest, public ::testing::WithParamInterface<Pair> {
@@ -151,7 +151,7 @@ TEST_P(CloudEvent, ReachesTheCallbackEachTime)
 {
     EXPECT_EQ(set_callback(), ok);
     event_arrives(seq_id);
-    EXPECT_EQ(platform.log.api(), (LogLines{api_info("_" + row.name, row.line)}));
+    EXPECT_EQ(platform.log.api(), row.line.empty() ? LogLines{} : LogLines{api_info("_" + row.name, row.line)});
     event_arrives(seq_id);
     EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen, row.seen}));
     EXPECT_EQ(seen.handles, (std::vector<korvane_h>{handle, handle}));

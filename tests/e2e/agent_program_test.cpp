@@ -193,7 +193,7 @@ TEST(AgentProgram, AnswersEachWrongCommandWithTheReason)
     AgentProcess agent{home};
     const std::pair<const char *, const char *> wrong[] = {
         {"no-such-command", "there is no command 'no-such-command'"},
-        {"emit", "\"event\" is missing; it is emit EVENT [VALUES]"},
+        {"emit", "'event' is missing; it is emit EVENT [VALUES]"},
         {"emit no_such_cb []", "there is no event 'no_such_cb'"},
         {"emit status_changed_cb []", "status_changed_cb carries [status]"},
         {"emit status_changed_cb [", "not JSON"},
@@ -205,11 +205,11 @@ TEST(AgentProgram, AnswersEachWrongCommandWithTheReason)
         {"fault start garbage 1000001", "N must be 0 to 1000000"},
         {"fault start delay 99999999999", "must be a whole number"},
         {"fault start delay 1 2 3", "nothing can follow here: 3"},
-        {"update", "\"step\" is missing"},
+        {"update", "'step' is missing"},
         {"update start 1.2", "nothing can follow here: 1.2"},
         {"update fail now", "must be a whole number"},
         {"update ready", "ready is on or off, not missing"},
-        {"phone", "\"step\" is missing"},
+        {"phone", "'step' is missing"},
         {"phone dance", "the phone has no step 'dance'"},
         {"phone connect []", "the arguments must be a JSON object"},
         {"clock advance 5", "only a clock that stands can be moved on"},

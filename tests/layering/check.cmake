@@ -19,15 +19,15 @@ set(may_use_tools ${description} common/ platform/include/ include/)
 # What an application sees, and nothing more.
 set(may_use_examples include/)
 
-# Where the compiler looks for a name that is not in the including file's own folder.
+# Where the compiler looks for a name that is neither in the including file's own folder nor in its layer's.
 set(search . platform/include include src/korvane_master_proxy src/korvane platform/host agent)
 
 set(breaches 0)
 set(files_read 0)
 
 # Sets found to the included file's path from the root; empty for what does not belong to the tree.
-function(find_included name own_folder)
-    foreach(folder IN ITEMS ${own_folder} LISTS search)
+function(find_included name own_folder layer)
+    foreach(folder IN ITEMS ${own_folder} ${layer} LISTS search)
         if(EXISTS "${ROOT}/${folder}/${name}")
             cmake_path(SET path NORMALIZE "${folder}/${name}")
             set(found "${path}" PARENT_SCOPE)
@@ -60,7 +60,7 @@ foreach(layer IN LISTS layers)
             endif()
             set(quote "${CMAKE_MATCH_1}")
             set(name "${CMAKE_MATCH_2}")
-            find_included("${name}" "${own_folder}")
+            find_included("${name}" "${own_folder}" "${layer}")
             if(found)
                 may_include("${layer}" "${found}")
             else()

@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: Apache-2.0
+// Texts that no sensible application passes: each must reach the agent as it is, or be refused before anything is sent.
+#include "ap_info_fixture.hpp"
+#include "text_arguments.hpp"
+
+#include <fstream>
+#include <iterator>
+#include <map>
+
+namespace kvtest {
+namespace {
+
+class HostileText : public SetupTest, public ::testing::WithParamInterface<TextArgument> {
+protected:
+    const TextArgument &row = GetParam();
+
+    /// Passed to an agent of this version, and found in the only request.
+    void expect_sent_as_it_is(const std::string &version, const std::string &text)
+    {
+        const bool json = row.json_since > 0 && version_number(version) >= row.json_since;
+        SCOPED_TRACE(version + (json ? ", in a document" : ", as a text") + ", " + std::to_string(text.size()) +
+                     " bytes");
+        connect_to(version);
+        EXPECT_EQ(row.pass(handle, text.c_str()), ok);
+        ASSERT_EQ(sent().size(), 1U);
+        EXPECT_TRUE(contains(sent()[0], json ? raw(member(row.key, text)) : str(text)));
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+
+    /// In every form in which the argument travels.
+    void expect_sent_in_each_form(const std::string &text)
+    {
+        expect_sent_as_it_is("2.3", text);
+        if (row.json_since > row.minimum_version)
+            expect_sent_as_it_is(row.minimum_version == 0 ? "1.0" : "1.1", text);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Of, HostileText, ::testing::ValuesIn(text_arguments()),
+                         [](const auto &row) { return row.param.label(); });
+
+TEST(TextArguments, CoverEveryFunctionOfTheHeaderThatTakesAText)
+{
+    std::ifstream file(KORVANE_HEADER);
+    const std::string header{std::istreambuf_iterator<char>(file), {}};
+    ASSERT_FALSE(header.empty());
+    std::map<std::string, int> declared; // how many texts each function takes
+    const std::string begin = "\nKORVANE_API int ";
+    const std::string text = "const char *";
+    for (std::size_t at = header.find(begin); at != std::string::npos; at = header.find(begin, at + 1)) {
+        const std::size_t name = at + begin.size();
+        const std::string one = header.substr(name, header.find(';', name) - name);
+        for (std::size_t found = one.find(text); found != std::string::npos; found = one.find(text, found + 1))
+            ++declared[one.substr(0, one.find('('))];
+    }
+    std::map<std::string, int> covered;
+    for (const TextArgument &row : text_arguments())
+        ++covered[row.function];
+    EXPECT_EQ(covered, declared);
+}
+
+TEST_P(HostileText, ThatIsEmptyIsSentAsItIsOrRefused)
+{
+    if (!row.is_refused_when_empty)
+        return expect_sent_in_each_form("");
+    connect_to("2.3");
+    EXPECT_EQ(row.pass(handle, ""), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_TRUE(sent().empty());
+}
+
+TEST_P(HostileText, OfAMegabyteIsSentWhole)
+{
+    expect_sent_in_each_form(std::string(1 << 20, 'x'));
+}
+
+/// Lone continuation bytes, an overlong form, a surrogate, a cut sequence, bytes that never occur.
+TEST_P(HostileText, ThatIsNotUtf8IsSentByteForByte)
+{
+    expect_sent_in_each_form("\x80\xbf \xc0\xaf \xed\xa0\x80 \xf0\x9f\x98 \xfe\xff");
+}
+
+/// What a log line makes of a text must not be read as a format, nor end the line in the middle.
+TEST_P(HostileText, WithAFormatInItIsNoFormat)
+{
+    const std::string text = "%s%n%p %d %%";
+    expect_sent_in_each_form(text);
+    connect_to("2.3");
+    platform.log.clear();
+    EXPECT_EQ(row.pass(handle, text.c_str()), ok);
+    if (!row.line.empty()) {
+        EXPECT_EQ(platform.log.count(row.line_with(text)), 1U);
+    }
+}
+
+/// Network names: any 32 bytes but NUL.
+
+/// All of 1 to 255, in names of 32 bytes.
+std::vector<std::string> network_names()
+{
+    std::vector<std::string> names;
+    for (int first = 1; first < 256; first += 32) {
+        std::string name;
+        for (int byte = first; byte < first + 32; ++byte)
+            name += static_cast<char>(byte < 256 ? byte : '"');
+        names.push_back(name);
+    }
+    return names;
+}
+
+/// As a document has to write it: RFC 8259 has short forms for some control characters, and a number for the others.
+std::string escaped(const std::string &text)
+{
+    const std::map<char, std::string> named = {{'"', "\\\""}, {'\\', "\\\\"}, {'\b', "\\b"}, {'\f', "\\f"},
+                                               {'\n', "\\n"}, {'\r', "\\r"},  {'\t', "\\t"}};
+    std::string result;
+    for (char byte : text) {
+        if (auto found = named.find(byte); found != named.end()) {
+            result += found->second;
+        } else if (byte >= 0 && byte < 32) {
+            char number[8];
+            std::snprintf(number, sizeof number, "\\u%04x", static_cast<unsigned>(byte));
+            result += number;
+        } else {
+            result += byte;
+        }
+    }
+    return result;
+}
+
+using NetworkName = WifiAp;
+
+TEST_F(NetworkName, OfAny32BytesTravelsInAnApListOfEitherForm)
+{
+    for (const char *version : {"1.0", "2.3"}) {
+        const std::vector<std::string> names = network_names();
+        connect_to(version);
+        korvane_aplist_h list = nullptr;
+        ASSERT_EQ(korvane_aplist_create(&list, static_cast<int>(names.size())), ok);
+        Bytes records;
+        std::string entries;
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            EXPECT_EQ(names[i].size(), 32U);
+            EXPECT_EQ(korvane_aplist_set_ssid(list, static_cast<int>(i), names[i].c_str()), ok);
+            records = bytes(records, str(names[i]), str(""), i32(0), i32(0), i32(0), str(""), i32(0), i32(0));
+            entries += (i ? ",{" : "{") + std::string(R"("ssid":")") + escaped(names[i]) + "\"}";
+        }
+        EXPECT_EQ(korvane_send_ap_list(handle, list, 5), ok);
+        const Bytes as_records = bytes(i32(25), i32(5), count(static_cast<int>(names.size())), records);
+        const Bytes as_document =
+            bytes(i32(102), str(R"({"ap_list_array":[)" + entries + R"(],"common_interface":6,"req_id":5})"));
+        EXPECT_EQ(sent(), std::vector<Bytes>{std::string(version) == "1.0" ? as_records : as_document});
+        EXPECT_EQ(korvane_aplist_destroy(list), ok);
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+TEST_F(NetworkName, OfAny32BytesIsReadFromAnEventOfEitherForm)
+{
+    for (const char *version : {"1.0", "2.3"}) {
+        begin_set(version);
+        for (const std::string &name : network_names()) {
+            std::string(version) == "1.0" ? push_record(name)
+                                          : push_document(R"({"ap_ssid":")" + escaped(name) + "\"}");
+            EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, name}));
+        }
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+/// The longest list that a scan brings, every member set.
+TEST_F(NetworkName, OfTwoHundredAccessPointsWithEveryMemberTravelsInEitherForm)
+{
+    constexpr int many = 200;
+    for (const char *version : {"1.0", "2.3"}) {
+        const bool document = std::string(version) == "2.3";
+        connect_to(version);
+        korvane_aplist_h list = nullptr;
+        ASSERT_EQ(korvane_aplist_create(&list, many), ok);
+        Bytes records;
+        std::string entries;
+        for (int i = 0; i < many; ++i) {
+            const std::string name = "network " + std::to_string(i);
+            const std::string bssid = "02:00:00:00:00:" + std::to_string(i);
+            EXPECT_EQ(korvane_aplist_set_ssid(list, i, name.c_str()), ok);
+            EXPECT_EQ(korvane_aplist_set_bssid(list, i, bssid.c_str()), ok);
+            EXPECT_EQ(korvane_aplist_set_authtype(list, i, 1), ok);
+            EXPECT_EQ(korvane_aplist_set_enctype(list, i, 2), ok);
+            EXPECT_EQ(korvane_aplist_set_channel(list, i, i), ok);
+            EXPECT_EQ(korvane_aplist_set_signal_level(list, i, -i), ok);
+            EXPECT_EQ(korvane_aplist_set_max_rate(list, i, 54), ok);
+            EXPECT_EQ(korvane_aplist_set_frequency(list, i, 5000 + i), document ? ok : version_lower);
+            const std::string n = std::to_string(i);
+            records = bytes(records, str(name), str(""), i32(1), i32(2), i32(i), str(bssid), i32(-i), i32(54));
+            entries += (i ? "," : "") + std::string(R"({"ssid":")") + name + R"(","bssid":")" + bssid +
+                       R"(","authtype":1,"enctype":2,"channel":)" + n + R"(,"signal_level":)" + std::to_string(-i) +
+                       R"(,"max_rate":54,"frequency":)" + std::to_string(5000 + i) + "}";
+        }
+        EXPECT_EQ(korvane_send_ap_list(handle, list, 5), ok);
+        EXPECT_EQ(sent(), std::vector<Bytes>{document ? bytes(i32(102), str(R"({"ap_list_array":[)" + entries +
+                                                                            R"(],"common_interface":6,"req_id":5})"))
+                                                      : bytes(i32(25), i32(5), count(many), records)});
+        EXPECT_EQ(korvane_aplist_destroy(list), ok);
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+} // namespace
+} // namespace kvtest

@@ -1,0 +1,315 @@
+// SPDX-License-Identifier: Apache-2.0
+// An agent that sends more events than the application takes: 100,000 at once, over real sockets, from a process of its
+// own. Either all of them arrive, in order, or the link is closed and the application is told; nothing is lost in
+// silence, nothing grows without bound, and no timer starves.
+#include "application.hpp"
+
+#include <package_info_write.h>
+#include <rpc_port_stub.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace kv::test;
+
+namespace {
+
+constexpr int storm = 100'000;
+// What the main loop may deliver before it looks at anything else.
+constexpr int most_between_two_ticks = 256;
+constexpr int patience_ms = 60'000;
+
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool memory_is_measured = false; // freed memory is kept back on purpose
+#else
+constexpr bool memory_is_measured = true;
+#endif
+
+// Methods and delegates of the interface that the test uses.
+enum Method { is_update_ready = 2, stop = 4, set_status_changed_cb = 6, reset = 16, set_nick_changed_cb = 71 };
+
+/// What the agent says when it has sent all that it could.
+struct Sent {
+    int events;
+    bool cut_off; // it found the application disconnected
+    long peak_kb; // of its memory
+};
+
+long memory_of_this_process(const std::string &line_start)
+{
+    std::ifstream status{"/proc/self/status"};
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with(line_start))
+            return std::strtol(line.c_str() + line_start.size(), nullptr, 10);
+    return -1;
+}
+
+/// An agent that knows a few methods: reset brings the storm after its reply, stop before it.
+class StormingAgent {
+public:
+    StormingAgent(const std::string &text, int report) : text_(text), report_(report)
+    {
+        static const rpc_port_stub_events_t events = {
+            nullptr, nullptr, nullptr, [](const rpc_port_stub_peer_t *peer, rpc_port_h port, void *data) {
+                static_cast<StormingAgent *>(data)->answer(*peer, port);
+            }};
+        rpc_port_stub_create(&stub_, "org.korvane.agent", "kv_master", &events, this);
+    }
+
+    bool listen() { return rpc_port_stub_listen(stub_) == 0; }
+
+private:
+    void answer(const rpc_port_stub_peer_t &peer, rpc_port_h port)
+    {
+        rpc_port_parcel_h request = nullptr;
+        if (rpc_port_parcel_create_from_port(&request, port) != 0)
+            return;
+        int method = 0;
+        rpc_port_parcel_read_int32(request, &method);
+        if (method == set_status_changed_cb || method == set_nick_changed_cb) {
+            rpc_port_parcel_read_int32(request, &id_);
+            rpc_port_parcel_read_int32(request, &seq_id_);
+        }
+        rpc_port_parcel_destroy(request);
+
+        if (method == stop)
+            send_the_storm(peer);
+        rpc_port_parcel_h reply = nullptr;
+        rpc_port_parcel_create(&reply);
+        rpc_port_parcel_write_int32(reply, 0);
+        if (method == is_update_ready)
+            rpc_port_parcel_write_bool(reply, false);
+        rpc_port_parcel_write_int32(reply, 0);
+        rpc_port_parcel_send(reply, port);
+        rpc_port_parcel_destroy(reply);
+        if (method == reset)
+            send_the_storm(peer);
+    }
+
+    void send_the_storm(const rpc_port_stub_peer_t &peer)
+    {
+        rpc_port_h callbacks = nullptr;
+        rpc_port_stub_get_port(stub_, peer.instance, RPC_PORT_PORT_CALLBACK, &callbacks);
+        Sent sent{};
+        while (sent.events < storm && !sent.cut_off) {
+            rpc_port_parcel_h event = nullptr;
+            rpc_port_parcel_create(&event);
+            rpc_port_parcel_write_int32(event, 1);
+            rpc_port_parcel_write_int32(event, id_);
+            rpc_port_parcel_write_int32(event, seq_id_);
+            rpc_port_parcel_write_bool(event, false);
+            rpc_port_parcel_write_int32(event, sent.events);
+            if (!text_.empty())
+                rpc_port_parcel_write_string(event, text_.c_str());
+            sent.cut_off = rpc_port_parcel_send(event, callbacks) != 0;
+            sent.events += !sent.cut_off;
+            rpc_port_parcel_destroy(event);
+        }
+        sent.peak_kb = memory_of_this_process("VmHWM:");
+        [[maybe_unused]] const ssize_t told = ::write(report_, &sent, sizeof sent);
+    }
+
+    std::string text_; // of every event, besides its number; none: the event is a number only
+    int report_;
+    rpc_port_stub_h stub_ = nullptr;
+    int id_ = 0;
+    int seq_id_ = 0;
+};
+
+class EventStorm : public testing::Test {
+protected:
+    ~EventStorm() override
+    {
+        application.deinitialize();
+        if (agent_ > 0) {
+            ::kill(agent_, SIGKILL);
+            ::waitpid(agent_, nullptr, 0);
+        }
+        ::close(report_);
+    }
+
+    /// The agent in a process of its own, and the application connected to it.
+    void begin(const std::string &text = {})
+    {
+        std::filesystem::create_directories(home.packages());
+        ASSERT_EQ(package_info_install("org.korvane.agent", "2.3", nullptr, nullptr, nullptr), 0);
+        int ends[2];
+        ASSERT_EQ(::pipe(ends), 0);
+        const pid_t test = ::getpid();
+        agent_ = ::fork();
+        if (agent_ == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            if (::getppid() != test)
+                ::_exit(126);
+            ::dup2(::open(log().c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDERR_FILENO);
+            GMainContext *own = g_main_context_new();
+            g_main_context_push_thread_default(own);
+            StormingAgent agent{text, ends[1]};
+            const char ready = agent.listen() ? 'y' : 'n';
+            if (::write(ends[1], &ready, 1) == 1)
+                for (;;)
+                    g_main_context_iteration(own, true);
+            ::_exit(1);
+        }
+        ::close(ends[1]);
+        report_ = ends[0];
+        char ready = 'n';
+        ASSERT_TRUE(readable() && ::read(report_, &ready, 1) == 1 && ready == 'y');
+        ASSERT_TRUE(application.connect());
+    }
+
+    std::string log() const { return home.root() / "storm.log"; }
+    bool agent_logged(const std::string &text) const
+    {
+        std::ifstream file{log()};
+        return std::string{std::istreambuf_iterator<char>{file}, {}}.find(text) != std::string::npos;
+    }
+
+    bool readable() const
+    {
+        pollfd wait{report_, POLLIN, 0};
+        return ::poll(&wait, 1, patience_ms) == 1;
+    }
+    /// Blocks until the agent has sent all that it could.
+    void wait_for_the_agent()
+    {
+        ASSERT_TRUE(readable());
+        ASSERT_EQ(::read(report_, &sent, sizeof sent), static_cast<ssize_t>(sizeof sent));
+    }
+
+    /// The application does not come back from its first event before the agent has sent all of them.
+    void take(int number)
+    {
+        if (received == 0 && blocks_in_its_first_callback)
+            wait_for_the_agent();
+        out_of_order += number != received++;
+    }
+    static void on_status(korvane_h, int status, void *data) { static_cast<EventStorm *>(data)->take(status); }
+    static void on_nick(korvane_h, int number, const char *text, void *data)
+    {
+        auto &self = *static_cast<EventStorm *>(data);
+        self.wrong_texts += std::strlen(text) != self.text_size;
+        self.take(number);
+    }
+
+    /// A timer beside the events.
+    void start_ticking()
+    {
+        timer_ = g_timeout_add(
+            0,
+            [](gpointer data) -> gboolean {
+                auto &self = *static_cast<EventStorm *>(data);
+                self.largest_gap = std::max(self.largest_gap, self.received - self.at_last_tick);
+                self.at_last_tick = self.received;
+                return G_SOURCE_CONTINUE;
+            },
+            this);
+    }
+    void stop_ticking() const { g_source_remove(timer_); }
+
+    AgentHome home;
+    Application application;
+    Sent sent{};
+    bool blocks_in_its_first_callback = true;
+    std::size_t text_size = 0;
+    int received = 0;
+    int out_of_order = 0;
+    int wrong_texts = 0;
+    int largest_gap = 0;
+    int at_last_tick = 0;
+
+private:
+    pid_t agent_ = -1;
+    int report_ = -1;
+    guint timer_ = 0;
+};
+
+TEST_F(EventStorm, WhileTheFirstCallbackBlocksArrivesWholeInOrderWithTimersInBetween)
+{
+    begin();
+    ASSERT_EQ(korvane_set_status_changed_cb(application.handle, on_status, this), KORVANE_ERROR_NONE);
+    const long before_kb = memory_of_this_process("VmRSS:");
+    start_ticking();
+    ASSERT_EQ(korvane_reset(application.handle), KORVANE_ERROR_NONE);
+    EXPECT_TRUE(run_until([this] { return received == storm; }, patience_ms)) << received << " arrived";
+    stop_ticking();
+    EXPECT_EQ(sent.events, storm);
+    EXPECT_FALSE(sent.cut_off);
+    EXPECT_EQ(out_of_order, 0);
+    EXPECT_GT(largest_gap, 0);
+    EXPECT_LE(largest_gap, most_between_two_ticks);
+    EXPECT_EQ(application.changes, std::vector{connected});
+    if (memory_is_measured) {
+        constexpr long few_kb = 4 << 10;
+        EXPECT_LT(memory_of_this_process("VmHWM:") - before_kb, few_kb) << "of the application";
+    }
+    EXPECT_EQ(korvane_set_mot_status(application.handle, true), KORVANE_ERROR_NONE) << "requests are still in step";
+}
+
+TEST_F(EventStorm, ThatComesBeforeAReplyArrivesWholeInOrderAfterTheCall)
+{
+    begin();
+    blocks_in_its_first_callback = false;
+    ASSERT_EQ(korvane_set_status_changed_cb(application.handle, on_status, this), KORVANE_ERROR_NONE);
+    ASSERT_EQ(korvane_stop(application.handle), KORVANE_ERROR_NONE);
+    EXPECT_EQ(received, 0) << "never inside a call";
+    wait_for_the_agent();
+    EXPECT_FALSE(sent.cut_off);
+    EXPECT_TRUE(run_until([this] { return received == storm; }, patience_ms)) << received << " arrived";
+    EXPECT_EQ(out_of_order, 0);
+    EXPECT_EQ(application.changes, std::vector{connected});
+}
+
+/// 400 MB, of which the agent keeps 4 MiB for an application that does not read: then the link ends, and both know.
+TEST_F(EventStorm, ThatOutgrowsTheAgentsQueueEndsTheLinkAndIsToldAfterWhatHadArrived)
+{
+    text_size = 4 << 10;
+    begin(std::string(text_size, 'x'));
+    ASSERT_EQ(korvane_set_nick_changed_cb(application.handle, on_nick, this), KORVANE_ERROR_NONE);
+    start_ticking();
+    ASSERT_EQ(korvane_reset(application.handle), KORVANE_ERROR_NONE);
+    int received_when_told = -1;
+    application.on_change = [&](const Application::Change &) { received_when_told = received; };
+    EXPECT_TRUE(run_until([this] { return application.changes.size() == 2; }, patience_ms));
+    stop_ticking();
+    EXPECT_EQ(application.changes, (std::vector{connected, disconnected}));
+    EXPECT_TRUE(sent.cut_off);
+    EXPECT_LT(sent.events, storm);
+    EXPECT_GT(received, 0);
+    EXPECT_LE(received, sent.events);
+    EXPECT_EQ(received_when_told, received) << "nothing comes after the end";
+    EXPECT_EQ(out_of_order, 0) << "the events before the end have no gap";
+    EXPECT_EQ(wrong_texts, 0) << "the last one is whole";
+    EXPECT_LE(largest_gap, most_between_two_ticks);
+    EXPECT_TRUE(agent_logged("does not read")) << "the agent says why";
+    if (memory_is_measured) {
+        constexpr long peak_kb = 48 << 10; // a forked test of some MB, and twice the queue while it grows
+        EXPECT_LT(sent.peak_kb, peak_kb) << "of the agent";
+    }
+    EXPECT_EQ(korvane_stop(application.handle), KORVANE_ERROR_OPERATION_FAILED) << "nothing is connected now";
+}
+
+TEST_F(EventStorm, ThatEndedTheLinkDoesNotKeepTheApplicationFromBeginningAnew)
+{
+    text_size = 4 << 10;
+    begin(std::string(text_size, 'x'));
+    ASSERT_EQ(korvane_set_nick_changed_cb(application.handle, on_nick, this), KORVANE_ERROR_NONE);
+    ASSERT_EQ(korvane_reset(application.handle), KORVANE_ERROR_NONE);
+    ASSERT_TRUE(run_until([this] { return application.changes.size() == 2; }, patience_ms));
+    const int of_the_first_link = received;
+    ASSERT_EQ(application.deinitialize(), KORVANE_ERROR_NONE);
+    EXPECT_TRUE(application.connect());
+    EXPECT_EQ(korvane_set_mot_status(application.handle, true), KORVANE_ERROR_NONE);
+    EXPECT_EQ(received, of_the_first_link);
+}
+
+} // namespace

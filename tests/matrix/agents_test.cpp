@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "matrix_test.hpp"
+
+namespace kvtest::matrix {
+namespace {
+
+/// Every function with every agent that may be installed.
+class WithEveryAgent : public MatrixTest {
+protected:
+    static void TearDownTestSuite() { tally.print(std::to_string(std::size(agents)) + " agents"); }
+
+    LogLines refusal(int agent)
+    {
+        if (agent == absent)
+            return {api_error(function().name, "Not Supported")};
+        if (agent < function().since)
+            return {api_error(function().name, "agent version is lower!!")};
+        return {};
+    }
+
+    static inline Tally tally;
+};
+
+INSTANTIATE_TEST_SUITE_P(Call, WithEveryAgent, ::testing::ValuesIn(functions()), name_of);
+
+TEST_P(WithEveryAgent, IsRefusedOrAskedInThatAgentsWords)
+{
+    ++tally.functions;
+    for (const int agent : agents) {
+        cell(tally, "agent " + shown_agent(agent), [&] {
+            const Outcome outcome = world.outcome_of(function(), agent);
+            EXPECT_EQ(outcome.result, result_with(function(), agent));
+            EXPECT_TRUE(outcome.said_called);
+            EXPECT_EQ(outcome.errors, refusal(agent));
+            const auto request = outcome.result == ok ? request_with(function(), agent) : std::nullopt;
+            ASSERT_EQ(outcome.requests.size(), request ? 1U : 0U);
+            if (request) {
+                EXPECT_EQ(outcome.requests[0].method, request->method);
+                EXPECT_EQ(outcome.requests[0].command, request->command);
+            }
+        });
+    }
+}
+
+} // namespace
+} // namespace kvtest::matrix

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "support/wire_bytes.hpp"
+
+#include <korvane.h>
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+/// What is promised of the exported functions, typed by hand: every test of this folder walks these tables.
+namespace kvtest::matrix {
+
+class World;
+
+inline constexpr int ok = KORVANE_ERROR_NONE;
+inline constexpr int no_memory = KORVANE_ERROR_OUT_OF_MEMORY;
+inline constexpr int failed = KORVANE_ERROR_OPERATION_FAILED;
+
+/// What a call is about, besides the library's handle. It must be there before the call.
+enum class Subject {
+    nothing, // the library is not initialised
+    library, // initialised and connected, as with all that follow
+    ap_info,
+    prov_info,
+    ap_list,
+    cloud_info,
+    platform_info,
+    last_status,
+    profile,
+    terms,
+    tcp_header,
+    presences,
+    token_info,
+};
+
+/// What a function asks the agent, from this version of the agent on.
+struct Request {
+    int method;
+    int since = 0;
+    int command = 0; // of the method common_interface
+
+    bool operator==(const Request &) const = default;
+};
+
+/// Results that are allowed, each of which must be seen.
+using Codes = std::set<int>;
+
+struct Function {
+    std::string name;
+    int since; // lowest agent version, as 1000 x major + minor; 0 also passes one that cannot be read
+    Subject subject;
+    std::vector<Request> requests;
+    int (*call)(World &world); // with valid arguments
+    /// What comes of it when one of its own allocations fails; none: it allocates nothing.
+    Codes without_memory = {};
+    /// The same with the lowest version, where that takes wire records instead of JSON.
+    std::optional<Codes> without_memory_for_records = std::nullopt;
+};
+
+/// Functions of one subject, as the header groups them.
+struct Family {
+    std::string name;
+    std::vector<Function> functions;
+};
+
+std::vector<Family> setup_families();
+std::vector<Family> cloud_families();
+
+/// All of them, in the order of the header.
+const std::vector<Family> &families();
+const std::vector<Function> &functions();
+/// It must be there.
+const Function &function_named(const std::string &name);
+
+/// One event of the agent.
+struct Event {
+    int id;
+    std::string name;
+    std::string asked_by; // the exported function that gives the agent its delegate
+    Bytes values;
+};
+
+const std::vector<Event> &events();
+const Event &event_numbered(int id);
+/// Whether it serves once: an answer, no registration.
+bool once(const Event &event);
+
+/// Agents as the package manager may show them.
+inline constexpr int absent = -1;
+inline constexpr int unreadable = 0;
+inline constexpr int newest = 2003;
+inline constexpr int agents[] = {absent, unreadable, 1000, 1001, 1002, 1003,  1004,
+                                 1005,   1006,       2000, 2001, 2002, newest};
+
+/// "1.4", "absent", "unreadable".
+std::string shown_agent(int version);
+
+/// What is promised of a call with valid arguments.
+int result_with(const Function &function, int agent);
+/// The request that goes out if the call succeeds; none: it is answered without the agent.
+std::optional<Request> request_with(const Function &function, int agent);
+
+} // namespace kvtest::matrix

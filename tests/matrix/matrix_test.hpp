@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "conformance/platform_fixture.hpp"
+#include "function_table.hpp"
+#include "world.hpp"
+
+#include <functional>
+#include <ostream>
+#include <string>
+
+namespace kvtest::matrix {
+
+inline std::ostream &operator<<(std::ostream &out, const Function &function)
+{
+    return out << function.name;
+}
+
+/// How many cells of a matrix were run, and how many of them were as promised.
+struct Tally {
+    int functions = 0;
+    int cells = 0;
+    int as_told = 0;
+
+    /// "179 functions x 13 agents = 2327 cells: 2327 as told".
+    void print(const std::string &other_axis) const;
+};
+
+/// One function's row of a matrix. Every cell is a process of its own, as far as the library can tell: nothing that one
+/// leaves behind reaches the next, and whatever it leaves behind fails it.
+class MatrixTest : public PlatformTest, public ::testing::WithParamInterface<Function> {
+protected:
+    /// Runs one cell; its name is shown with everything that fails in it.
+    void cell(Tally &tally, const std::string &name, const std::function<void()> &body);
+    const Function &function() const { return GetParam(); }
+
+    void begin_run() override;
+    void end_run() override;
+
+    World world;
+};
+
+std::string name_of(const ::testing::TestParamInfo<Function> &info);
+
+} // namespace kvtest::matrix

@@ -46,7 +46,7 @@ public:
     /// Which key that is.
     std::string key_id();
 
-    static constexpr std::size_t most_issued = 1024; // of which the oldest are forgotten
+    static constexpr std::size_t most_issued = 256; // of which the oldest are forgotten
 
 private:
     struct Identity {

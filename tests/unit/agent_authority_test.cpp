@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: Apache-2.0
+// Certificates and tokens, verified by OpenSSL with nothing but the authority's certificate.
+#include "cloud/token.hpp"
+#include "support/signing_request.hpp"
+
+#include <openssl/ecdsa.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include <sys/stat.h>
+
+using namespace kv;
+using namespace kv::test;
+using namespace kv::virtual_agent;
+
+namespace {
+
+constexpr const char *device_id = "11111111-2222-4333-8444-555555555555";
+
+/// Why a request is refused; empty when it is not.
+std::string refusal(const std::string &csr, const std::string &type = "lamp", const std::string &id = device_id)
+{
+    Authority authority;
+    try {
+        authority.issue(id, type, csr);
+        return "";
+    } catch (const CertificateRefused &why) {
+        EXPECT_TRUE(authority.issued().empty());
+        return why.what();
+    }
+}
+
+bool has(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+std::string subject_of(X509 *certificate)
+{
+    char text[256] = "";
+    X509_NAME_oneline(X509_get_subject_name(certificate), text, sizeof text);
+    return text;
+}
+
+TEST(AnAuthority, IssuesCertificatesThatOpenSslVerifies)
+{
+    Authority authority;
+    const auto key = new_key();
+    const IssuedCertificate issued = authority.issue(device_id, "x.d.lamp", request_for(key.get()));
+    EXPECT_EQ(issued.chain, authority.certificate());
+    const auto certificate = certificate_from(issued.pem);
+    ASSERT_TRUE(certificate);
+    EXPECT_TRUE(verifies(issued.pem, authority.certificate()));
+    EXPECT_EQ(X509_check_purpose(certificate.get(), X509_PURPOSE_SSL_CLIENT, 0), 1);
+    EXPECT_EQ(X509_check_ca(certificate.get()), 0) << "the device issues none itself";
+    EXPECT_EQ(EVP_PKEY_eq(X509_get0_pubkey(certificate.get()), key.get()), 1);
+    EXPECT_EQ(subject_of(certificate.get()), std::string{"/CN="} + device_id + "/OU=x.d.lamp")
+        << "who the device is does not say the request";
+
+    Authority other;
+    EXPECT_FALSE(verifies(issued.pem, other.certificate()));
+}
+
+TEST(AnAuthority, GivesEachCertificateANameAndANumberOfItsOwn)
+{
+    Authority authority;
+    const std::string request = request_for(new_key().get());
+    const IssuedCertificate first = authority.issue(device_id, "", request);
+    const IssuedCertificate second = authority.issue(device_id, "", request);
+    EXPECT_EQ(first.id.size(), std::string{"arn:korvane:certificate:"}.size() + 64);
+    EXPECT_NE(first.id, second.id);
+    EXPECT_EQ(authority.find(first.id)->pem, first.pem);
+    EXPECT_EQ(authority.find(second.id)->pem, second.pem);
+    EXPECT_FALSE(authority.find("arn:korvane:certificate:"));
+    EXPECT_NE(ASN1_INTEGER_cmp(X509_get_serialNumber(certificate_from(first.pem).get()),
+                               X509_get_serialNumber(certificate_from(second.pem).get())),
+              0);
+}
+
+TEST(AnAuthority, RefusesWhatIsNoSigningRequest)
+{
+    const std::string good = request_for(new_key().get());
+    EXPECT_EQ(refusal(good), "");
+    EXPECT_TRUE(has(refusal(""), "no signing request"));
+    EXPECT_TRUE(has(refusal("-----BEGIN CERTIFICATE REQUEST-----\nAAAA\n-----END CERTIFICATE REQUEST-----\n"),
+                    "no signing request"));
+    EXPECT_TRUE(has(refusal(good.substr(0, good.size() / 2)), "no signing request"));
+    EXPECT_TRUE(has(refusal(std::string(65537, 'x')), "longer than 65536 bytes"));
+    // Nobody is asked for a passphrase: that would wait at the terminal.
+    EXPECT_TRUE(has(refusal("-----BEGIN CERTIFICATE REQUEST-----\nProc-Type: 4,ENCRYPTED\n"
+                            "DEK-Info: AES-128-CBC,00112233445566778899AABBCCDDEEFF\n\nAAAA\n"
+                            "-----END CERTIFICATE REQUEST-----\n"),
+                    "no signing request"));
+}
+
+TEST(AnAuthority, RefusesARequestThatIsNotSignedWithItsKey)
+{
+    EXPECT_TRUE(
+        has(refusal(request_for(new_key().get(), new_key().get())), "signature of the signing request is wrong"));
+}
+
+TEST(AnAuthority, RefusesKeysThatAreTooWeak)
+{
+    const virtual_agent::ssl::Key weak{EVP_RSA_gen(1024)};
+    const virtual_agent::ssl::Key strong{EVP_RSA_gen(2048)};
+    EXPECT_TRUE(has(refusal(request_for(weak.get())), "too weak"));
+    EXPECT_EQ(refusal(request_for(strong.get())), "");
+}
+
+TEST(AnAuthority, RefusesNamesThatACertificateCannotHold)
+{
+    const std::string request = request_for(new_key().get());
+    EXPECT_TRUE(has(refusal(request, std::string(65, 't')), "device type cannot stand"));
+    EXPECT_TRUE(has(refusal(request, "lamp", std::string(65, 'd')), "device id cannot be"));
+}
+
+TEST(AnAuthority, ForgetsTheOldestOfVeryMany)
+{
+    Authority authority;
+    const std::string request = request_for(new_key().get());
+    const std::string first = authority.issue(device_id, "", request).id;
+    for (std::size_t more = 1; more < Authority::most_issued; ++more)
+        authority.issue(device_id, "", request);
+    EXPECT_TRUE(authority.find(first));
+    authority.issue(device_id, "", request);
+    EXPECT_FALSE(authority.find(first));
+}
+
+// ---- its files -------------------------------------------------------------------------------------------------------
+
+class AnAuthoritysFiles : public testing::Test {
+protected:
+    AnAuthoritysFiles()
+    {
+        std::string path = std::filesystem::temp_directory_path() / "korvane-authority-XXXXXX";
+        root_ = ::mkdtemp(path.data());
+    }
+    ~AnAuthoritysFiles() override { std::filesystem::remove_all(root_); }
+
+    std::string directory() const { return root_ / "ca"; }
+    std::string key_file() const { return root_ / "ca" / "ca.key"; }
+    std::string certificate_file() const { return root_ / "ca" / "ca.pem"; }
+
+    static unsigned mode_of(const std::string &path)
+    {
+        struct stat facts = {};
+        EXPECT_EQ(::stat(path.c_str(), &facts), 0) << path;
+        return facts.st_mode & 0777;
+    }
+    std::string complaint() const
+    {
+        try {
+            Authority authority{directory()};
+            return "";
+        } catch (const std::runtime_error &why) {
+            return why.what();
+        }
+    }
+
+private:
+    std::filesystem::path root_;
+};
+
+TEST_F(AnAuthoritysFiles, AreMadeOnceAndForItsOwnerOnly)
+{
+    std::string certificate;
+    {
+        Authority first{directory()};
+        certificate = first.certificate();
+    }
+    EXPECT_EQ(mode_of(directory()), 0700U);
+    EXPECT_EQ(mode_of(key_file()), 0600U);
+    Authority second{directory()};
+    EXPECT_EQ(second.certificate(), certificate);
+    EXPECT_TRUE(verifies(second.issue(device_id, "", request_for(new_key().get())).pem, certificate))
+        << "the key is the same as well";
+}
+
+TEST_F(AnAuthoritysFiles, AreRefusedWithAReason)
+{
+    Authority{directory()};
+    ::chmod(key_file().c_str(), 0640);
+    EXPECT_TRUE(has(complaint(), "chmod 600")) << complaint();
+    ::chmod(key_file().c_str(), 0600);
+
+    std::filesystem::rename(certificate_file(), certificate_file() + ".away");
+    EXPECT_TRUE(has(complaint(), "only one is there")) << complaint();
+    std::ofstream{certificate_file()} << "nothing of the kind";
+    EXPECT_TRUE(has(complaint(), "no certificate in")) << complaint();
+
+    Authority other;
+    std::ofstream{certificate_file()} << other.certificate();
+    EXPECT_TRUE(has(complaint(), "is not for the key")) << complaint();
+    std::ofstream{key_file()} << "nothing of the kind";
+    EXPECT_TRUE(has(complaint(), "no key in")) << complaint();
+}
+
+TEST_F(AnAuthoritysFiles, CannotBeMadeWhereNothingCanBe)
+{
+    const std::string under_nothing = directory() + "/missing/ca";
+    EXPECT_THROW(Authority{under_nothing}, std::system_error);
+}
+
+// ---- tokens ----------------------------------------------------------------------------------------------------------
+
+std::string text_in(const Json &object, const char *name)
+{
+    const char *text = cJSON_GetStringValue(cJSON_GetObjectItemCaseSensitive(object.get(), name));
+    return text ? text : "";
+}
+double number_in(const Json &object, const char *name)
+{
+    return cJSON_GetNumberValue(cJSON_GetObjectItemCaseSensitive(object.get(), name));
+}
+
+struct Token {
+    Json header;
+    Json claims;
+    bool verified;
+};
+
+Token taken_apart(const std::string &token, const std::string &authority_certificate)
+{
+    const std::size_t first = token.find('.');
+    const std::size_t second = token.find('.', first + 1);
+    return {Json::parse(from_base64url(token.substr(0, first))),
+            Json::parse(from_base64url(token.substr(first + 1, second - first - 1))),
+            es256_verifies(token.substr(0, second), from_base64url(token.substr(second + 1)), authority_certificate)};
+}
+
+TEST(AToken, IsSignedAndSaysForWhomFromWhomAndUntilWhen)
+{
+    Authority authority;
+    const std::time_t before = std::time(nullptr);
+    const Json info = new_token(authority, device_id, {});
+    const Token token = taken_apart(text_in(info, "access_token"), authority.certificate());
+    EXPECT_TRUE(token.verified);
+    EXPECT_EQ(text_in(token.header, "alg"), "ES256");
+    EXPECT_EQ(text_in(token.header, "typ"), "JWT");
+    EXPECT_EQ(text_in(token.header, "kid"), authority.key_id());
+    EXPECT_EQ(text_in(token.claims, "iss"), "korvane-agent");
+    EXPECT_EQ(text_in(token.claims, "sub"), device_id);
+    EXPECT_EQ(text_in(token.claims, "aud"), text_in(info, "server_url"));
+    EXPECT_GE(number_in(token.claims, "iat"), static_cast<double>(before));
+    EXPECT_EQ(number_in(token.claims, "exp"), number_in(token.claims, "iat") + 3600);
+    EXPECT_EQ(number_in(info, "expiration_time"), number_in(token.claims, "exp"));
+    EXPECT_EQ(cJSON_GetObjectItem(token.claims.get(), "request_data"), nullptr);
+}
+
+TEST(AToken, CarriesTheRequestDataAndNothingOfThemInPlaceOfItsOwnClaims)
+{
+    Authority authority;
+    const Json data = Json::parse(R"({"scope":"diagnose","sub":"somebody else"})");
+    const Json info = new_token(authority, device_id, data);
+    const Token token = taken_apart(text_in(info, "access_token"), authority.certificate());
+    EXPECT_TRUE(token.verified);
+    EXPECT_EQ(text_in(token.claims, "sub"), device_id);
+    EXPECT_EQ(text_of(cJSON_GetObjectItem(token.claims.get(), "request_data")), data.text());
+}
+
+TEST(AToken, DoesNotVerifyWhenItWasChangedOrIsAnothers)
+{
+    Authority authority;
+    const Json info = new_token(authority, device_id, {});
+    std::string token = text_in(info, "access_token");
+    Authority other;
+    EXPECT_FALSE(taken_apart(token, other.certificate()).verified);
+    const std::string changed = to_base64url(R"({"iss":"korvane-agent","sub":"somebody else"})");
+    const std::size_t first = token.find('.');
+    token.replace(first + 1, token.find('.', first + 1) - first - 1, changed);
+    EXPECT_FALSE(taken_apart(token, authority.certificate()).verified);
+}
+
+} // namespace

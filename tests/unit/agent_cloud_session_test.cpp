@@ -1,0 +1,327 @@
+// SPDX-License-Identifier: Apache-2.0
+// The connection to the cloud, and the keep-alives that go over it.
+#include "agent_cloud_fixture.hpp"
+
+#include <fstream>
+#include <sstream>
+
+#include <arpa/inet.h>
+#include <linux/capability.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+using namespace kv;
+using namespace kv::test;
+using namespace kv::virtual_agent;
+
+namespace {
+
+constexpr int keep_alive_size = 12; // "keep-alive" and the end of a line
+
+template <class A, class Record, int Record::*Member>
+proxy::Owned<proxy::ArrayValue<A>> records_of(const std::vector<int> &numbers)
+{
+    proxy::Owned<proxy::ArrayValue<A>> array{proxy::ArrayCodec<A>::create()};
+    array->count = static_cast<int>(numbers.size());
+    for (int number : numbers) {
+        EXPECT_TRUE(array->reserve_next());
+        auto *record = new (std::nothrow) Record;
+        record->*Member = number;
+        array->items[array->present] = record;
+        ++array->present;
+    }
+    return array;
+}
+
+class AgentSession : public AgentCloud {
+protected:
+    int tell_intervals(const std::vector<int> &seconds)
+    {
+        const auto records = records_of<master::keepalive_info_array, rpc_port_korvane_keepalive_info_s,
+                                        &rpc_port_korvane_keepalive_info_s::interval>(seconds);
+        return ask(master::set_keepalive_intervals{}, records.get());
+    }
+    int select(const std::vector<int> &indexes)
+    {
+        const auto records = records_of<master::keepalive_index_info_array, rpc_port_korvane_keepalive_index_info_s,
+                                        &rpc_port_korvane_keepalive_index_info_s::index>(indexes);
+        return ask(master::select_keepalive_intervals{}, records.get());
+    }
+    void sign_in()
+    {
+        sign_up();
+        heard();
+    }
+};
+
+TEST_F(AgentSession, KeepsAliveEveryMinuteWhileNothingElseIsTold)
+{
+    clock.advance(3'600'000);
+    EXPECT_EQ(heard(), Heard{}) << "not while the device is signed out";
+    sign_in();
+    clock.advance(59'999);
+    EXPECT_EQ(heard(), Heard{});
+    clock.advance(1);
+    EXPECT_EQ(heard(), Heard{keep_alive(0)});
+    step("sign-out");
+    heard();
+    clock.advance(3'600'000);
+    EXPECT_EQ(heard(), Heard{});
+}
+
+TEST_F(AgentSession, PlaysTheRoundsOfADayWhenTheClockIsMovedOnByADay)
+{
+    sign_in();
+    clock.advance(86'400'000);
+    EXPECT_EQ(heard(), Heard(1440, keep_alive(0)));
+    EXPECT_EQ(state.cloud.session->sent, 1440 * keep_alive_size);
+    EXPECT_EQ(state.cloud.session->received, 1440 * keep_alive_size) << "each has gone to the other end and back";
+    EXPECT_TRUE(has(shown(), R"("rounds":1440)"));
+}
+
+TEST_F(AgentSession, GoesByTheFirstIntervalUntilOthersAreSelected)
+{
+    EXPECT_EQ(tell_intervals({10, 20, 30}), 0);
+    sign_in();
+    clock.advance(20'000);
+    EXPECT_EQ(heard(), (Heard{keep_alive(0), keep_alive(0)}));
+
+    EXPECT_EQ(select({2, 0}), 0);
+    clock.advance(29'999);
+    EXPECT_EQ(heard(), Heard{});
+    clock.advance(1);
+    EXPECT_EQ(heard(), Heard{keep_alive(0)});
+    clock.advance(9'999);
+    EXPECT_EQ(heard(), Heard{});
+    clock.advance(1);
+    EXPECT_EQ(heard(), Heard{keep_alive(0)}) << "the selected ones take turns";
+    clock.advance(30'000);
+    EXPECT_EQ(heard(), Heard{keep_alive(0)});
+}
+
+TEST_F(AgentSession, NeverKeepsAliveMoreOftenThanOnceASecond)
+{
+    for (int seconds : {0, -5, -2147483647 - 1}) {
+        tell_intervals({seconds});
+        sign_in();
+        clock.advance(3000);
+        EXPECT_EQ(heard(), Heard(3, keep_alive(0))) << seconds;
+        step("sign-out");
+    }
+}
+
+TEST_F(AgentSession, TakesTheLongestInterval)
+{
+    sign_in();
+    EXPECT_EQ(tell_intervals({2147483647}), 0);
+    clock.advance(86'400'000);
+    EXPECT_EQ(heard(), Heard{});
+}
+
+TEST_F(AgentSession, RefusesToSelectWhatIsNotInTheTable)
+{
+    EXPECT_EQ(select({0}), -1) << "there is no table";
+    EXPECT_EQ(tell_intervals({10, 20}), 0);
+    EXPECT_EQ(select({1}), 0);
+    EXPECT_EQ(select({0, 2}), -1);
+    EXPECT_EQ(select({-1}), -1);
+    EXPECT_TRUE(has(shown(), R"("selected":[1],"interval_s":20)")) << "the former selection holds";
+    EXPECT_EQ(tell_intervals({40}), 0);
+    EXPECT_TRUE(has(shown(), R"("selected":[],"interval_s":40)")) << "a new table has no selection";
+    EXPECT_EQ(tell_intervals(std::vector<int>(1025, 5)), -1) << "a table has an end";
+}
+
+TEST_F(AgentSession, KeepsAliveAtOnceWhenTheDeviceAsksForIt)
+{
+    EXPECT_EQ(ask(master::send_keepalive{}), -1) << "signed out";
+    sign_in();
+    clock.advance(50'000);
+    EXPECT_EQ(ask(master::send_keepalive{}), 0);
+    EXPECT_EQ(heard(), Heard{keep_alive(0)});
+    clock.advance(59'999);
+    EXPECT_EQ(heard(), Heard{}) << "the next round counts from there";
+    clock.advance(1);
+    EXPECT_EQ(heard(), Heard{keep_alive(0)});
+}
+
+TEST_F(AgentSession, LetsKeepAlivesEndAsItIsTold)
+{
+    sign_in();
+    step("keepalive", R"({"result":-110})");
+    clock.advance(120'000);
+    step("keepalive", R"({"result":0})");
+    clock.advance(60'000);
+    EXPECT_EQ(heard(), (Heard{keep_alive(-110), keep_alive(-110), keep_alive(0)}));
+    EXPECT_TRUE(state.signed_in);
+}
+
+// ---- the connection --------------------------------------------------------------------------------------------------
+
+/// The connection as the kernel lists it: addresses and ports in hexadecimal, and a state.
+bool kernel_lists(const virtual_agent::TcpHeader &header)
+{
+    const auto end = [](const std::string &address, int port) {
+        std::ostringstream text;
+        in_addr binary{};
+        inet_pton(AF_INET, address.c_str(), &binary);
+        text << std::hex << std::uppercase;
+        text.fill('0');
+        text.width(8);
+        text << binary.s_addr << ':';
+        text.width(4);
+        text << port;
+        return text.str();
+    };
+    const std::string wanted =
+        end(header.src_addr, header.src_port) + " " + end(header.dst_addr, header.dst_port) + " 01"; // established
+    std::ifstream list{"/proc/net/tcp"};
+    for (std::string line; std::getline(list, line);)
+        if (line.find(wanted) != std::string::npos)
+            return true;
+    return false;
+}
+
+/// This process's end of a connection with these ports.
+int descriptor_between(int local, int remote)
+{
+    for (int fd = 3; fd < 1024; ++fd) {
+        sockaddr_in here{};
+        sockaddr_in there{};
+        socklen_t here_size = sizeof here;
+        socklen_t there_size = sizeof there;
+        if (::getsockname(fd, reinterpret_cast<sockaddr *>(&here), &here_size) == 0 &&
+            ::getpeername(fd, reinterpret_cast<sockaddr *>(&there), &there_size) == 0 && here.sin_family == AF_INET &&
+            ntohs(here.sin_port) == local && ntohs(there.sin_port) == remote)
+            return fd;
+    }
+    return -1;
+}
+
+/// Takes CAP_NET_ADMIN from this thread while it lives.
+class WithoutNetAdmin {
+public:
+    WithoutNetAdmin()
+    {
+        ::syscall(SYS_capget, &header_, former_);
+        __user_cap_data_struct fewer[2] = {former_[0], former_[1]};
+        fewer[0].effective &= ~(1U << CAP_NET_ADMIN);
+        EXPECT_EQ(::syscall(SYS_capset, &header_, fewer), 0);
+    }
+    WithoutNetAdmin(const WithoutNetAdmin &) = delete;
+    WithoutNetAdmin &operator=(const WithoutNetAdmin &) = delete;
+    ~WithoutNetAdmin() { ::syscall(SYS_capset, &header_, former_); }
+
+    static bool had()
+    {
+        __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+        __user_cap_data_struct data[2]{};
+        ::syscall(SYS_capget, &header, data);
+        return (data[0].effective & (1U << CAP_NET_ADMIN)) != 0;
+    }
+
+private:
+    __user_cap_header_struct header_{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct former_[2]{};
+};
+
+TEST_F(AgentSession, IsAConnectionThatTheKernelKnows)
+{
+    EXPECT_EQ(cloud.tcp_header(), std::nullopt);
+    EXPECT_EQ(ask(master::get_tcp_header_info{}), -1);
+    sign_in();
+    const std::optional<TcpHeader> header = cloud.tcp_header();
+    ASSERT_TRUE(header);
+    EXPECT_EQ(header->src_addr, "127.0.0.1");
+    EXPECT_TRUE(kernel_lists(*header));
+    EXPECT_GT(header->window, 0);
+    EXPECT_LE(header->window, 65535) << "as it stands in sixteen bits";
+    step("sign-out");
+    EXPECT_FALSE(kernel_lists(*header));
+}
+
+TEST_F(AgentSession, TellsItsHeaderUnderTheNamesThatApplicationsAskFor)
+{
+    sign_in();
+    const auto answer = handlers.answer(master::get_tcp_header_info{}, call);
+    EXPECT_EQ(answer.result, 0);
+    const Json told = Json::parse(std::get<0>(answer.outs));
+    const TcpHeader header = *cloud.tcp_header();
+    const auto number = [&](const char *name) {
+        return cJSON_GetNumberValue(cJSON_GetObjectItem(told.get(), (std::string{"tcp_header_info_"} + name).c_str()));
+    };
+    const auto text = [&](const char *name) {
+        return cJSON_GetStringValue(cJSON_GetObjectItem(told.get(), (std::string{"tcp_header_info_"} + name).c_str()));
+    };
+    EXPECT_EQ(number("ip_version"), 4);
+    EXPECT_STREQ(text("src_addr"), "127.0.0.1");
+    EXPECT_STREQ(text("dst_addr"), "127.0.0.1");
+    EXPECT_EQ(number("src_port"), header.src_port);
+    EXPECT_EQ(number("dst_port"), header.dst_port);
+    EXPECT_EQ(number("seq_num"), header.seq_num);
+    EXPECT_EQ(number("ack_num"), header.ack_num);
+    EXPECT_EQ(number("window"), header.window);
+    EXPECT_EQ(number("window_scale"), header.window_scale);
+}
+
+TEST_F(AgentSession, CountsItsNumbersWhereTheyCannotBeRead)
+{
+    sign_in();
+    const WithoutNetAdmin without;
+    EXPECT_FALSE(cloud.tcp_header()->numbers_are_kernels);
+    EXPECT_EQ(cloud.tcp_header()->seq_num, 1U);
+    EXPECT_EQ(cloud.tcp_header()->ack_num, 1U);
+    clock.advance(60'000);
+    EXPECT_EQ(cloud.tcp_header()->seq_num, 1U + keep_alive_size);
+    EXPECT_EQ(cloud.tcp_header()->ack_num, 1U + keep_alive_size);
+}
+
+TEST_F(AgentSession, ReadsTheKernelsNumbersWhereItMayAndLeavesTheConnectionIntact)
+{
+    if (!WithoutNetAdmin::had())
+        GTEST_SKIP() << "takes CAP_NET_ADMIN";
+    sign_in();
+    const TcpHeader before = *cloud.tcp_header();
+    EXPECT_TRUE(before.numbers_are_kernels);
+    clock.advance(120'000);
+    const TcpHeader after = *cloud.tcp_header();
+    EXPECT_EQ(after.seq_num, before.seq_num + 2 * keep_alive_size);
+    EXPECT_EQ(after.ack_num, before.ack_num + 2 * keep_alive_size);
+    EXPECT_EQ(heard(), (Heard{keep_alive(0), keep_alive(0)}));
+    EXPECT_TRUE(kernel_lists(after));
+
+    // What one end sends next the other expects next.
+    step("sign-out");
+    step("sign-in");
+    EXPECT_NE(cloud.tcp_header()->seq_num, after.seq_num) << "another connection begins elsewhere";
+}
+
+TEST_F(AgentSession, IsLostWhenTheConnectionBreaksAndComesBackSoon)
+{
+    sign_in();
+    const TcpHeader header = *cloud.tcp_header();
+    const int other_end = descriptor_between(header.dst_port, header.src_port);
+    ASSERT_GE(other_end, 0);
+    ASSERT_EQ(::shutdown(other_end, SHUT_RDWR), 0);
+    while (state.signed_in)
+        g_main_context_iteration(nullptr, true);
+    EXPECT_EQ(heard(), (Heard{session_lost(-ECONNRESET), signed_out}));
+    clock.advance(1000);
+    EXPECT_EQ(heard(), Heard{signed_in});
+    EXPECT_TRUE(kernel_lists(*cloud.tcp_header()));
+}
+
+TEST_F(AgentSession, IsLostWhenAKeepAliveDoesNotComeBack)
+{
+    sign_in();
+    const TcpHeader header = *cloud.tcp_header();
+    ASSERT_EQ(::shutdown(descriptor_between(header.dst_port, header.src_port), SHUT_RDWR), 0);
+    clock.advance(60'000);
+    const Heard all = heard();
+    ASSERT_EQ(all.size(), 3U);
+    EXPECT_NE(all[0], keep_alive(0));
+    EXPECT_EQ(all[2], signed_out);
+}
+
+} // namespace

@@ -16,7 +16,8 @@ public:
     Json() : Json(cJSON_CreateNull()) {}
     Json(bool value) : Json(cJSON_CreateBool(value)) {}
     Json(int value) : Json(cJSON_CreateNumber(value)) {}
-    Json(std::int64_t value) : Json(cJSON_CreateNumber(static_cast<double>(value))) {}
+    /// To the last digit, which a number that is kept as a double would not always be printed with.
+    Json(std::int64_t value) : Json(cJSON_CreateRaw(std::to_string(value).c_str())) {}
     Json(std::string_view text);
     Json(const std::string &text) : Json(std::string_view{text}) {}
     Json(const char *text) : Json(std::string_view{text ? text : ""}) {}

@@ -65,23 +65,17 @@ void port_flush(Port *port);
 int64_t coarse_now_ms();
 
 /// Raises events for waiting parcels until there are none, the turn is over, or `raise` says that the owner is gone.
-/// While more are waiting the source stays ready: for the loop that a callback may run, and for the next turn, so that
-/// a flood starves none of the loop's other sources.
+/// A turn ends when it gets long or has raised so many: a flood must starve none of the loop's other sources. What is
+/// left keeps the source ready, by its prepare function: for the next turn, and for the loop that a callback may run.
 template <class Raise>
-void port_deliver(Port *port, Raise raise)
+void port_deliver(Port *port, int most_per_turn, Raise raise)
 {
-    constexpr int most_per_turn = 256;
-    constexpr int64_t longest_turn_us = 4000;
-    const int64_t turn_ends = g_get_monotonic_time() + longest_turn_us;
-    for (int i = 0; i < most_per_turn; i++) {
-        if (port_announce(port) != Announce::one)
+    constexpr int64_t longest_turn_ms = 4;
+    // The exact clock would take longer than an event. This one may tick early: then there is one turn more.
+    const int64_t turn_ends = coarse_now_ms() + longest_turn_ms;
+    for (int i = 0; i < most_per_turn; i++)
+        if (port_announce(port) != Announce::one || !raise() || coarse_now_ms() >= turn_ends)
             return;
-        const bool more = port_has_news(port);
-        if (more)
-            g_source_set_ready_time(port->source, 0);
-        if (!raise() || !more || g_get_monotonic_time() > turn_ends)
-            return;
-    }
 }
 
 } // namespace kv::host

@@ -22,15 +22,17 @@ struct Port {
     int fd;
     uint32_t opened_in; ///< the process generation it is open in, 0 when it is closed or broken
     PortRole role;
-    bool reply_due;     ///< a request was sent and nothing was read since
-    bool no_waiting;    ///< the last send failed: no reply can be expected
-    bool held;          ///< sends are collected
-    bool end_of_stream; ///< the peer has closed and everything that it sent was taken from the system
-    int timeout_ms;     ///< from a request to its reply; 0 waits for ever
-    int64_t sent_at_ms; ///< when the last request went out
-    size_t announced;   ///< bytes at the front of the inbox whose parcels the owner was told of
+    bool reply_due;      ///< a request was sent and nothing was read since
+    bool no_waiting;     ///< the last send failed: no reply can be expected
+    bool held;           ///< sends are collected
+    bool waits_for_room; ///< the owner's source looks for room to write
+    bool end_of_stream;  ///< the peer has closed and everything that it sent was taken from the system
+    int timeout_ms;      ///< from a request to its reply; 0 waits for ever
+    int64_t sent_at_ms;  ///< when the last request went out
+    size_t announced;    ///< bytes at the front of the inbox whose parcels the owner was told of
     ByteQueue inbox;
     ByteQueue outbox;  ///< of a serving port: what the peer does not take yet
+    size_t held_until; ///< while sends are collected: the size at which the outbox leaves
     GSource *source;   ///< the owner's, made ready when the link breaks
     void *watch;       ///< of the descriptor in that source, if there is one
     Port *sibling;     ///< the other link of the same connection

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What a call costs in system calls: the platform's sends, receives and polls are counted on their way.
+#include <glib.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+
+#include <algorithm>
 
 #include "unit/host_ports_fixture.hpp"
 
@@ -148,6 +151,79 @@ TEST_F(Events, ThatWereHeldLeaveInOneSend)
     EXPECT_EQ(0, counts.sends);
     EXPECT_EQ(0, rpc_port_stub_flush(port));
     EXPECT_EQ(1, counts.sends);
+}
+
+/// A peer made by hand, which reads nothing until it is asked to, and more for it than its link holds.
+struct Unread {
+    explicit Unread(const std::string &socket_path)
+    {
+        EXPECT_EQ(0, stub.listen());
+        proxy.emplace(socket_path);
+        EXPECT_TRUE(run_until([this] { return stub.peers.size() == 1; }));
+        port = stub.port(RPC_PORT_PORT_CALLBACK);
+    }
+    void push_all() const
+    {
+        for (int i = 0; i < events; i++)
+            ASSERT_EQ(0, stub.push(i));
+    }
+    /// Whether all of it comes in order once the peer reads.
+    bool arrives() const
+    {
+        std::string all;
+        std::string expected;
+        for (uint32_t i = 0; i < events; i++)
+            expected += frame(u32(i));
+        while (all.size() < expected.size()) {
+            run_what_is_ready();
+            const std::string more = proxy->callback.receive(std::min(expected.size() - all.size(), size_t{4096}));
+            if (more.empty())
+                return false;
+            all += more;
+        }
+        return all == expected;
+    }
+
+    static constexpr int events = 100'000;
+    Stub stub;
+    std::optional<RawProxy> proxy;
+    rpc_port_h port = nullptr;
+};
+
+TEST_F(Events, ThatAPeerDoesNotTakeWakeTheLoopOnce)
+{
+    const Unread peer(socket_path());
+    counts = {};
+    peer.push_all();
+    EXPECT_EQ(1, counts.writes);
+    EXPECT_TRUE(peer.arrives());
+}
+
+TEST_F(Events, ThatAreHeldAndNotTakenAreNotTriedOneByOne)
+{
+    const Unread peer(socket_path());
+    counts = {};
+    EXPECT_EQ(0, rpc_port_stub_hold(peer.port));
+    peer.push_all();
+    EXPECT_EQ(0, rpc_port_stub_flush(peer.port));
+    // 800 kB, as often as 64 KiB more are waiting, and the flush.
+    EXPECT_GE(13, counts.sends);
+    EXPECT_TRUE(peer.arrives());
+}
+
+TEST_F(Events, ThatAreHeldDoNotKeepTheLoopBusyWhenThereIsRoom)
+{
+    const Unread peer(socket_path());
+    peer.push_all();
+    EXPECT_EQ(0, rpc_port_stub_hold(peer.port));
+    char taken[4096];
+    while (recv(peer.proxy->callback.descriptor(), taken, sizeof taken, MSG_DONTWAIT) > 0) {
+    }
+    constexpr int turns = 100;
+    int busy = 0;
+    for (int i = 0; i < turns; i++)
+        busy += g_main_context_iteration(nullptr, FALSE) ? 1 : 0;
+    EXPECT_GT(turns, busy);
 }
 
 } // namespace

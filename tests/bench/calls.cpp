@@ -27,7 +27,7 @@ unsigned long allocations()
     return bench_allocations ? bench_allocations() : 0;
 }
 
-Clock::duration make_calls(bench::Client &client, int count)
+Clock::duration make_prepared_calls(bench::Client &client, int count)
 {
     Clock::duration taken{};
     for (int i = 0; i < count; ++i) {
@@ -37,6 +37,16 @@ Clock::duration make_calls(bench::Client &client, int count)
         taken += Clock::now() - start;
     }
     return taken;
+}
+
+Clock::duration make_calls(bench::Client &client, int count)
+{
+    if (client.prepares())
+        return make_prepared_calls(client, count);
+    const auto start = Clock::now();
+    for (int i = 0; i < count; ++i)
+        client.call();
+    return Clock::now() - start;
 }
 
 } // namespace

@@ -52,7 +52,8 @@ inline constexpr const char *bus_signal = "StatusChanged";
 class Client {
 public:
     virtual ~Client() = default;
-    /// Before each call, untimed.
+    /// Whether each call needs something beforehand that is not timed, and that.
+    virtual bool prepares() const { return false; }
     virtual void prepare() {}
     virtual void call() = 0;
 };

@@ -194,10 +194,9 @@ public:
     {
     }
 
+    bool prepares() const override { return way_ == Way::bursts; }
     void prepare() override
     {
-        if (way_ == Way::one_by_one)
-            return;
         char ready = 0;
         orders_.send_all(&order::prepare, 1);
         orders_.receive_whole(&ready, 1);

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <cstdarg>
 
 namespace kv::host {
 
@@ -27,6 +28,24 @@ void configure()
     threshold.store(config.threshold, std::memory_order_release);
 }
 
+// Apart from dlog_print: a line below the level must not pay for the frame that this needs.
+[[gnu::noinline]] int print_list(int priority, const char *tag, const char *format, va_list arguments)
+{
+    // The caller's errno is often what the line is about, and is the caller's to use afterwards.
+    const int callers_errno = errno;
+    pthread_once(&once, configure);
+    int result = 0;
+    if (priority >= threshold.load(std::memory_order_relaxed)) {
+        LogText message;
+        errno = callers_errno;
+        message.append_format_list(format, arguments);
+        message.drop_trailing_newlines();
+        result = sink.write({priority, tag ? tag : "", message.data(), message.size()});
+    }
+    errno = callers_errno;
+    return result;
+}
+
 } // namespace
 
 } // namespace kv::host
@@ -34,23 +53,12 @@ void configure()
 extern "C" int dlog_print(int priority, const char *tag, const char *format, ...)
 {
     using namespace kv::host;
-    if (priority < threshold.load(std::memory_order_acquire))
+    if (priority < threshold.load(std::memory_order_acquire)) [[likely]]
         return 0;
 
-    // The caller's errno is often what the line is about, and is the caller's to use afterwards.
-    const int callers_errno = errno;
-    pthread_once(&once, configure);
-    int result = 0;
-    if (priority >= threshold.load(std::memory_order_relaxed)) {
-        LogText message;
-        va_list arguments;
-        va_start(arguments, format);
-        errno = callers_errno;
-        message.append_format_list(format, arguments);
-        va_end(arguments);
-        message.drop_trailing_newlines();
-        result = sink.write({priority, tag ? tag : "", message.data(), message.size()});
-    }
-    errno = callers_errno;
+    va_list arguments;
+    va_start(arguments, format);
+    const int result = print_list(priority, tag, format, arguments);
+    va_end(arguments);
     return result;
 }

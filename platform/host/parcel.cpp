@@ -42,6 +42,29 @@ int refusal(const Parcel *parcel)
     return parcel ? parcel->failure : -EINVAL;
 }
 
+[[gnu::noinline]] int write_number_slowly(Parcel *parcel, uint32_t value, size_t size)
+{
+    if (!writable(parcel))
+        return refusal(parcel);
+    uint8_t *place = append(parcel, size);
+    if (!place)
+        return parcel->failure;
+    memcpy(place, &value, size);
+    return 0;
+}
+
+// The low bytes of a number. What is not usual is kept apart, so that the usual needs no stack: a list is hundreds.
+template <size_t Size>
+int write_number(Parcel *parcel, uint32_t value)
+{
+    value = htole32(value);
+    if (!writable(parcel) || parcel->capacity - parcel->end < Size) [[unlikely]]
+        return write_number_slowly(parcel, value, Size);
+    memcpy(parcel->bytes + parcel->end, &value, Size);
+    parcel->end += Size;
+    return 0;
+}
+
 } // namespace
 
 extern "C" {
@@ -67,26 +90,12 @@ int rpc_port_parcel_destroy(rpc_port_parcel_h handle)
 
 int rpc_port_parcel_write_int32(rpc_port_parcel_h handle, int value)
 {
-    auto *parcel = static_cast<Parcel *>(handle);
-    if (!writable(parcel))
-        return refusal(parcel);
-    uint8_t *place = append(parcel, 4);
-    if (!place)
-        return parcel->failure;
-    store_u32(place, static_cast<uint32_t>(value));
-    return 0;
+    return write_number<4>(static_cast<Parcel *>(handle), static_cast<uint32_t>(value));
 }
 
 int rpc_port_parcel_write_bool(rpc_port_parcel_h handle, bool value)
 {
-    auto *parcel = static_cast<Parcel *>(handle);
-    if (!writable(parcel))
-        return refusal(parcel);
-    uint8_t *place = append(parcel, 1);
-    if (!place)
-        return parcel->failure;
-    *place = value ? 1 : 0;
-    return 0;
+    return write_number<1>(static_cast<Parcel *>(handle), value ? 1 : 0);
 }
 
 int rpc_port_parcel_write_string(rpc_port_parcel_h handle, const char *value)

@@ -22,15 +22,17 @@ struct Port {
     int fd;
     uint32_t opened_in; ///< the process generation it is open in, 0 when it is closed or broken
     PortRole role;
-    bool reply_due;     ///< a request was sent and nothing was read since
-    bool no_waiting;    ///< the last send failed: no reply can be expected
-    bool held;          ///< sends are collected
-    bool end_of_stream; ///< the peer has closed and everything that it sent was taken from the system
-    int timeout_ms;     ///< from a request to its reply; 0 waits for ever
-    int64_t sent_at_ms; ///< when the last request went out
-    size_t announced;   ///< bytes at the front of the inbox whose parcels the owner was told of
+    bool reply_due;      ///< a request was sent and nothing was read since
+    bool no_waiting;     ///< the last send failed: no reply can be expected
+    bool held;           ///< sends are collected
+    bool waits_for_room; ///< the owner's source looks for room to write
+    bool end_of_stream;  ///< the peer has closed and everything that it sent was taken from the system
+    int timeout_ms;      ///< from a request to its reply; 0 waits for ever
+    int64_t sent_at_ms;  ///< when the last request went out
+    size_t announced;    ///< bytes at the front of the inbox whose parcels the owner was told of
     ByteQueue inbox;
     ByteQueue outbox;  ///< of a serving port: what the peer does not take yet
+    size_t held_until; ///< while sends are collected: the size at which the outbox leaves
     GSource *source;   ///< the owner's, made ready when the link breaks
     void *watch;       ///< of the descriptor in that source, if there is one
     Port *sibling;     ///< the other link of the same connection
@@ -65,23 +67,17 @@ void port_flush(Port *port);
 int64_t coarse_now_ms();
 
 /// Raises events for waiting parcels until there are none, the turn is over, or `raise` says that the owner is gone.
-/// While more are waiting the source stays ready: for the loop that a callback may run, and for the next turn, so that
-/// a flood starves none of the loop's other sources.
+/// A turn ends when it gets long or has raised so many: a flood must starve none of the loop's other sources. What is
+/// left keeps the source ready, by its prepare function: for the next turn, and for the loop that a callback may run.
 template <class Raise>
-void port_deliver(Port *port, Raise raise)
+void port_deliver(Port *port, int most_per_turn, Raise raise)
 {
-    constexpr int most_per_turn = 256;
-    constexpr int64_t longest_turn_us = 4000;
-    const int64_t turn_ends = g_get_monotonic_time() + longest_turn_us;
-    for (int i = 0; i < most_per_turn; i++) {
-        if (port_announce(port) != Announce::one)
+    constexpr int64_t longest_turn_ms = 4;
+    // The exact clock would take longer than an event. This one may tick early: then there is one turn more.
+    const int64_t turn_ends = coarse_now_ms() + longest_turn_ms;
+    for (int i = 0; i < most_per_turn; i++)
+        if (port_announce(port) != Announce::one || !raise() || coarse_now_ms() >= turn_ends)
             return;
-        const bool more = port_has_news(port);
-        if (more)
-            g_source_set_ready_time(port->source, 0);
-        if (!raise() || !more || g_get_monotonic_time() > turn_ends)
-            return;
-    }
 }
 
 } // namespace kv::host

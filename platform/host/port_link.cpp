@@ -170,6 +170,9 @@ int port_receive(Port *port, Parcel *parcel)
         }
         return receive_rest(port, parcel, received);
     }
+    // What the owner was told of is whole.
+    if (port->announced > 0 && !is_parents(port)) [[likely]]
+        return take_front(port, parcel, frame_header + load_u32(port->inbox.front()));
     return receive_slowly(port, parcel);
 }
 
@@ -220,7 +223,8 @@ Received port_fill(Port *port)
         port->end_of_stream = true;
         return Received::end;
     }
-    if (port->inbox.room() < least_receive && !port->inbox.reserve(least_receive)) {
+    port->inbox.compact(); // so that a receive brings as much as it can
+    if (!port->inbox.reserve(least_receive)) {
         dlog_print(log_error, log_tag, "port %s: out of memory; the link is closed", port->owner);
         port->end_of_stream = true;
         return Received::end;

@@ -34,13 +34,14 @@ ssize_t send_now(Port *port, const uint8_t *bytes, size_t size)
     return -1;
 }
 
-// The owner's source looks for room to write only while something waits.
+// The owner's source looks for room to write only while something waits. Told only of changes: each wakes its loop.
 void watch_for_room(Port *port)
 {
-    if (!port->source)
-        return;
-    const bool reads = port->role == PortRole::server_main;
     const bool waits = port->outbox.size() > 0 && !port->held && port->open();
+    if (!port->source || waits == port->waits_for_room)
+        return;
+    port->waits_for_room = waits;
+    const bool reads = port->role == PortRole::server_main;
     const auto wanted = static_cast<GIOCondition>((reads ? G_IO_IN : 0) | (waits ? G_IO_OUT : 0));
     if (port->watch && wanted == 0) {
         g_source_remove_unix_fd(port->source, port->watch);
@@ -76,10 +77,13 @@ int port_queue_frame(Port *port, const uint8_t *bytes, size_t size)
         port_break(port);
         return -ENOMEM;
     }
-    if (port->held && port->outbox.size() >= held_limit)
-        port_flush(port);
-    else
+    if (!port->held) {
         watch_for_room(port);
+    } else if (port->outbox.size() >= port->held_until) {
+        port_flush(port);
+        // What the peer did not take now it will hardly take with the next parcel.
+        port->held_until = port->outbox.size() + held_limit;
+    }
     return 0;
 }
 
@@ -115,6 +119,8 @@ extern "C" int rpc_port_stub_hold(rpc_port_h handle)
     if (!serves(port))
         return -EINVAL;
     port->held = true;
+    port->held_until = port->outbox.size() + held_limit;
+    watch_for_room(port);
     return 0;
 }
 

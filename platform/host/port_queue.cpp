@@ -11,18 +11,22 @@ constexpr size_t ordinary_capacity = size_t{64} << 10;
 
 } // namespace
 
+void ByteQueue::compact()
+{
+    if (start == 0 || start < size())
+        return;
+    memmove(bytes, bytes + start, size());
+    end -= start;
+    start = 0;
+}
+
 bool ByteQueue::reserve(size_t more)
 {
     if (room() >= more)
         return true;
-    // Moved only when that frees at least as much as is moved: many small steps must not cost a long move each.
-    if (start > 0 && start >= size()) {
-        memmove(bytes, bytes + start, size());
-        end -= start;
-        start = 0;
-        if (room() >= more)
-            return true;
-    }
+    compact();
+    if (room() >= more)
+        return true;
     size_t wanted = capacity ? capacity * 2 : ordinary_capacity;
     if (wanted < end + more)
         wanted = end + more;

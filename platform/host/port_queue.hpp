@@ -18,6 +18,9 @@ struct ByteQueue {
     const uint8_t *front() const { return bytes + start; }
     size_t room() const { return capacity - end; }
 
+    /// Moves what is there to the front if that frees at least as much as is moved: many small steps must not cost a long
+    /// move each.
+    void compact();
     /// Room for at least so many bytes behind the end; false when out of memory.
     bool reserve(size_t more);
     bool append(const uint8_t *data, size_t count);

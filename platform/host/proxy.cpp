@@ -23,6 +23,13 @@ void proxy_release(Proxy *proxy)
     free(proxy);
 }
 
+namespace {
+
+// All that one receive usually brings.
+constexpr int most_events_per_turn = 4096;
+
+} // namespace
+
 void proxy_serve(Proxy *proxy)
 {
     Port *port = &proxy->callback;
@@ -35,7 +42,7 @@ void proxy_serve(Proxy *proxy)
     Received received = Received::nothing;
     if (over || g_source_query_unix_fd(proxy->source, proxy->callback_watch) != 0)
         received = port_fill(port);
-    port_deliver(port, [proxy, source] {
+    port_deliver(port, most_events_per_turn, [proxy, source] {
         if (proxy->received.function)
             proxy->received.function(proxy->appid, proxy->port_name, proxy->received.data);
         return proxy->source == source;

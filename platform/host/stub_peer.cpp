@@ -14,6 +14,9 @@
 namespace kv::host {
 namespace {
 
+// Each is a handler's work, and other peers are waiting.
+constexpr int most_requests_per_turn = 256;
+
 void release_peer(Peer *peer)
 {
     if (--peer->holders > 0)
@@ -35,7 +38,7 @@ void serve(Peer *peer)
     // A peer that was disconnected from here, or cannot be answered, is not served any further; one that has closed
     // its end still gets its last requests carried out.
     if (peer->main.open())
-        port_deliver(&peer->main, [peer] {
+        port_deliver(&peer->main, most_requests_per_turn, [peer] {
             if (peer->stub->events.received)
                 peer->stub->events.received(&peer->identity, &peer->main, peer->stub->data);
             return !peer->gone && peer->main.open();
@@ -51,6 +54,11 @@ struct PeerSource {
     Peer *peer;
 };
 
+gboolean has_requests(GSource *source, gint *)
+{
+    return port_has_news(&reinterpret_cast<PeerSource *>(source)->peer->main);
+}
+
 gboolean run_peer_turn(GSource *source, GSourceFunc, gpointer)
 {
     // A peer that is gone has destroyed its source, so the peer behind it is alive.
@@ -65,7 +73,7 @@ gboolean run_peer_turn(GSource *source, GSourceFunc, gpointer)
     return G_SOURCE_CONTINUE;
 }
 
-GSourceFuncs peer_source_functions = {nullptr, nullptr, run_peer_turn, nullptr, nullptr, nullptr};
+GSourceFuncs peer_source_functions = {has_requests, nullptr, run_peer_turn, nullptr, nullptr, nullptr};
 
 Peer *make_peer(Stub *stub, const PeerCredentials &credentials, const char *sender)
 {

@@ -2,12 +2,10 @@
 #include "counts.hpp"
 
 #include "clients.hpp"
+#include "runs.hpp"
 #include "trace.hpp"
 
 #include <cmath>
-#include <cstdio>
-#include <fstream>
-#include <stdexcept>
 
 namespace bench {
 
@@ -35,28 +33,6 @@ std::unique_ptr<Child> server_of(const Setting &setting, const Counted &peer)
     return peer.is_ours() ? setting.serve(AgentKind::stub) : setting.serve(peer.name);
 }
 
-std::vector<std::string> calls_to(const Setting &setting, const Counted &peer, int calls)
-{
-    return {program("korvane-bench-calls"), peer.name, setting.folder(), std::to_string(calls)};
-}
-
-double instructions_of(const Setting &setting, const Counted &peer, int calls)
-{
-    const std::string result = setting.folder() + "/callgrind";
-    std::vector<std::string> command{"valgrind", "--quiet", "--tool=callgrind", "--callgrind-out-file=" + result};
-    for (auto &word : calls_to(setting, peer, calls))
-        command.push_back(std::move(word));
-    run(command);
-
-    std::ifstream file(result);
-    for (std::string line; std::getline(file, line);) {
-        double total = 0;
-        if (sscanf(line.c_str(), "totals: %lf", &total) == 1)
-            return total;
-    }
-    throw std::runtime_error("callgrind counted nothing");
-}
-
 void measure_instructions(const Setting &setting, Report &report)
 {
     constexpr int few = 500;
@@ -64,8 +40,7 @@ void measure_instructions(const Setting &setting, Report &report)
     report.section("Instructions of the client in user space, per call");
     for (const auto &peer : counted) {
         const auto server = server_of(setting, peer);
-        const double more = instructions_of(setting, peer, many) - instructions_of(setting, peer, few);
-        const double per_call = more / (many - few);
+        const double per_call = instructions_per_call(setting, peer.name, few, many);
         if (peer.is_ours())
             report.row(peer.title, format("%7.0f", per_call), format("<= %.0f", most_instructions),
                        per_call <= most_instructions);
@@ -93,7 +68,7 @@ void measure_system_calls(const Setting &setting, Report &report)
     report.section("System calls per call: sending, receiving, other (waiting)");
     for (const auto &peer : counted) {
         const auto server = server_of(setting, peer);
-        const auto counts = trace(calls_to(setting, peer, traced_calls), server->pid());
+        const auto counts = trace(calls_to(setting, peer.name, traced_calls), server->pid());
         if (!counts) {
             report.not_measured(peer.title, "tracing is not permitted here");
             continue;
@@ -109,8 +84,7 @@ void measure_allocations(const Setting &setting, Report &report)
     report.section("Heap allocations of the client, per call");
     for (const auto &peer : counted) {
         const auto server = server_of(setting, peer);
-        const double count = std::stod(run(calls_to(setting, peer, calls), {"LD_PRELOAD=" BENCH_COUNT_ALLOCATIONS}));
-        const double per_call = count / calls;
+        const double per_call = allocations_per_call(setting, peer.name, calls);
         if (peer.is_ours())
             report.row(peer.title, format("%7.3f", per_call), format("<= %.0f", peer.most_allocations),
                        per_call <= peer.most_allocations);

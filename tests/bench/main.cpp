@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// korvane-bench [--stub] [calls|counts|start ...]
+// korvane-bench [--stub] [calls|counts|lists|events|start ...]
 // Without arguments: everything, ours served by the virtual agent. --stub: by the platform's serving side alone.
 
 #include "counts.hpp"
+#include "events.hpp"
+#include "lists.hpp"
 #include "round_trip.hpp"
 #include "start.hpp"
 
@@ -15,15 +17,16 @@ int main(int argc, char **argv)
 {
     using namespace bench;
     AgentKind agent = has_virtual_agent() ? AgentKind::virtual_agent : AgentKind::stub;
+    const std::set<std::string> parts = {"calls", "counts", "lists", "events", "start"};
     std::set<std::string> wanted;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
         if (word == "--stub") {
             agent = AgentKind::stub;
-        } else if (word == "calls" || word == "counts" || word == "start") {
+        } else if (parts.count(word) > 0) {
             wanted.insert(word);
         } else {
-            fprintf(stderr, "usage: korvane-bench [--stub] [calls|counts|start ...]\n");
+            fprintf(stderr, "usage: korvane-bench [--stub] [calls|counts|lists|events|start ...]\n");
             return 2;
         }
     }
@@ -38,6 +41,10 @@ int main(int argc, char **argv)
         }
         if (is_wanted("counts"))
             measure_counts(setting, report);
+        if (is_wanted("lists"))
+            measure_lists(setting, agent, report);
+        if (is_wanted("events"))
+            measure_events(setting, report);
         if (is_wanted("start")) {
             measure_start(setting, agent, report);
             measure_size(setting, report);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "setting.hpp"
 
+#include "clients.hpp"
+
 #include "common/agent_state.hpp"
 
 #include <cstdlib>
@@ -12,8 +14,15 @@ namespace bench {
 
 namespace {
 
-// The newest agent there is: the library uses all it has.
-constexpr const char *agent_version = "2.3";
+std::string packages_of(const std::string &folder)
+{
+    return folder + "/packages";
+}
+
+void install(const std::string &packages, const std::string &version)
+{
+    std::ofstream(packages + "/" KORVANE_AGENT_APPID ".package") << "[Package]\nVersion=" << version << ".0\n";
+}
 
 std::unique_ptr<Child> started(std::unique_ptr<Child> server)
 {
@@ -26,11 +35,11 @@ std::unique_ptr<Child> started(std::unique_ptr<Child> server)
 Setting::Setting()
 {
     const std::string runtime = folder() + "/run";
-    const std::string packages = folder() + "/packages";
+    const std::string packages = packages_of(folder());
     std::filesystem::create_directory(packages);
     std::filesystem::create_directory(runtime);
     std::filesystem::permissions(runtime, std::filesystem::perms::owner_all);
-    std::ofstream(packages + "/" KORVANE_AGENT_APPID ".package") << "[Package]\nVersion=" << agent_version << ".0\n";
+    install(packages, newest_version);
     setenv("KORVANE_RUNTIME_DIR", runtime.c_str(), 1);
     setenv("KORVANE_PACKAGE_DIR", packages.c_str(), 1);
     unsetenv("KORVANE_LOG");
@@ -41,11 +50,17 @@ std::unique_ptr<Child> Setting::serve(const std::string &peer) const
     return started(std::make_unique<Child>(std::vector{program("korvane-bench-server"), peer, folder()}));
 }
 
-std::unique_ptr<Child> Setting::serve(AgentKind kind) const
+std::unique_ptr<Child> Setting::serve(AgentKind kind, const char *version) const
 {
+    install(packages_of(folder()), version);
     if (kind == AgentKind::stub)
-        return started(std::make_unique<Child>(std::vector{program("korvane-bench-server"), std::string("stub")}));
-    return started(std::make_unique<Child>(std::vector<std::string>{BENCH_AGENT, "--agent-version", agent_version}));
+        return started(std::make_unique<Child>(std::vector{program("korvane-bench-server"), std::string(peer::stub)}));
+    return started(std::make_unique<Child>(std::vector<std::string>{BENCH_AGENT, "--agent-version", version}));
+}
+
+std::unique_ptr<Child> Setting::serve_events(const std::string &peer) const
+{
+    return started(std::make_unique<Child>(std::vector{program("korvane-bench-event-server"), peer, folder()}));
 }
 
 bool has_virtual_agent()

@@ -19,12 +19,17 @@ enum class AgentKind {
 /// so that of every child, at it.
 class Setting {
 public:
+    static constexpr const char *newest_version = "2.3";
+
     Setting();
 
     const std::string &folder() const { return folder_.path(); }
     /// Starts the server of a bare or sd-bus peer and waits until it listens.
     std::unique_ptr<Child> serve(const std::string &peer) const;
-    std::unique_ptr<Child> serve(AgentKind kind) const;
+    /// An agent of that version, which is the newest there is unless something older is to be spoken.
+    std::unique_ptr<Child> serve(AgentKind kind, const char *version = newest_version) const;
+    /// Starts the server of events of a peer.
+    std::unique_ptr<Child> serve_events(const std::string &peer) const;
 
 private:
     TemporaryFolder folder_;

@@ -15,8 +15,8 @@ kv_add_test(host_ports_call_test
     SOURCES ${host_ports_dir}/host_ports_call_test.cpp ${host_ports_fixture}
     LIBS kvplatform PkgConfig::GLIB)
 kv_add_test(host_ports_event_test
-    SOURCES ${host_ports_dir}/host_ports_event_test.cpp ${host_ports_dir}/host_ports_peers_test.cpp
-            ${host_ports_fixture}
+    SOURCES ${host_ports_dir}/host_ports_event_test.cpp ${host_ports_dir}/host_ports_batch_test.cpp
+            ${host_ports_dir}/host_ports_peers_test.cpp ${host_ports_fixture}
     LIBS kvplatform PkgConfig::GLIB)
 kv_add_test(host_ports_cost_test
     SOURCES ${host_ports_dir}/host_ports_cost_test.cpp ${host_ports_fixture}

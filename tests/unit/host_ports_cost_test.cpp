@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What a call costs in system calls: the platform's sends, receives and polls are counted on their way.
+#include <glib.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+
+#include <algorithm>
 
 #include "unit/host_ports_fixture.hpp"
 
@@ -14,6 +17,7 @@ struct Counts {
     int sends;
     int receives;
     int polls;
+    int writes; ///< the loop wakes itself with one
 } counts;
 
 } // namespace
@@ -37,6 +41,12 @@ extern "C" {
 {
     counts.polls++;
     return static_cast<int>(syscall(SYS_poll, fds, count, timeout));
+}
+
+[[gnu::visibility("default")]] ssize_t write(int fd, const void *bytes, size_t size)
+{
+    counts.writes++;
+    return syscall(SYS_write, fd, bytes, size);
 }
 
 } // extern "C"
@@ -84,18 +94,47 @@ TEST_F(ACall, CostsTheAgentOneSendAndOneReceiveAndItsLoopsPoll)
     }
 }
 
-TEST_F(Events, ThatArriveTogetherCostOneReceive)
-{
+/// A proxy that reads what an agent made by hand sends it.
+struct Reading {
+    explicit Reading(const std::string &socket_path) : agent(socket_path, proxy)
+    {
+        proxy.on_received = [this] { proxy.read(proxy.callback_port()); };
+    }
+    /// What so many events cost that arrive together.
+    Counts take(uint32_t count)
+    {
+        std::string many;
+        for (uint32_t i = 0; i < count; i++)
+            many += frame(u32(i));
+        agent.callback->send(many);
+        proxy.received = 0;
+        counts = {};
+        EXPECT_TRUE(run_until([&] { return proxy.received == static_cast<int>(count); }));
+        return counts;
+    }
+
     Proxy proxy;
-    RawAgent agent(socket_path(), proxy);
-    proxy.on_received = [&] { proxy.read(proxy.callback_port()); };
-    std::string many;
-    for (uint32_t i = 0; i < 100; i++)
-        many += frame(u32(i));
-    agent.callback->send(many);
-    counts = {};
-    ASSERT_TRUE(run_until([&] { return proxy.received == 100; }));
-    EXPECT_EQ(1, counts.receives);
+    RawAgent agent;
+};
+
+TEST_F(Events, ThatArriveTogetherCostOneReceiveAndOnePoll)
+{
+    Reading reading(socket_path());
+    Counts cost = reading.take(3000);
+    // One turn takes them all unless it is interrupted for long.
+    for (int attempt = 0; attempt < 100 && cost.polls > 1; attempt++)
+        cost = reading.take(3000);
+    EXPECT_EQ(1, cost.receives);
+    EXPECT_EQ(1, cost.polls);
+    EXPECT_EQ(0, cost.writes);
+}
+
+TEST_F(Events, ThatAreLeftForTheNextTurnCostNoWakeUp)
+{
+    Reading reading(socket_path());
+    const Counts cost = reading.take(7000);
+    EXPECT_LT(1, cost.polls) << "this was one turn, and shows nothing";
+    EXPECT_EQ(0, cost.writes);
 }
 
 TEST_F(Events, ThatWereHeldLeaveInOneSend)
@@ -112,6 +151,79 @@ TEST_F(Events, ThatWereHeldLeaveInOneSend)
     EXPECT_EQ(0, counts.sends);
     EXPECT_EQ(0, rpc_port_stub_flush(port));
     EXPECT_EQ(1, counts.sends);
+}
+
+/// A peer made by hand, which reads nothing until it is asked to, and more for it than its link holds.
+struct Unread {
+    explicit Unread(const std::string &socket_path)
+    {
+        EXPECT_EQ(0, stub.listen());
+        proxy.emplace(socket_path);
+        EXPECT_TRUE(run_until([this] { return stub.peers.size() == 1; }));
+        port = stub.port(RPC_PORT_PORT_CALLBACK);
+    }
+    void push_all() const
+    {
+        for (int i = 0; i < events; i++)
+            ASSERT_EQ(0, stub.push(i));
+    }
+    /// Whether all of it comes in order once the peer reads.
+    bool arrives() const
+    {
+        std::string all;
+        std::string expected;
+        for (uint32_t i = 0; i < events; i++)
+            expected += frame(u32(i));
+        while (all.size() < expected.size()) {
+            run_what_is_ready();
+            const std::string more = proxy->callback.receive(std::min(expected.size() - all.size(), size_t{4096}));
+            if (more.empty())
+                return false;
+            all += more;
+        }
+        return all == expected;
+    }
+
+    static constexpr int events = 100'000;
+    Stub stub;
+    std::optional<RawProxy> proxy;
+    rpc_port_h port = nullptr;
+};
+
+TEST_F(Events, ThatAPeerDoesNotTakeWakeTheLoopOnce)
+{
+    const Unread peer(socket_path());
+    counts = {};
+    peer.push_all();
+    EXPECT_EQ(1, counts.writes);
+    EXPECT_TRUE(peer.arrives());
+}
+
+TEST_F(Events, ThatAreHeldAndNotTakenAreNotTriedOneByOne)
+{
+    const Unread peer(socket_path());
+    counts = {};
+    EXPECT_EQ(0, rpc_port_stub_hold(peer.port));
+    peer.push_all();
+    EXPECT_EQ(0, rpc_port_stub_flush(peer.port));
+    // 800 kB, as often as 64 KiB more are waiting, and the flush.
+    EXPECT_GE(13, counts.sends);
+    EXPECT_TRUE(peer.arrives());
+}
+
+TEST_F(Events, ThatAreHeldDoNotKeepTheLoopBusyWhenThereIsRoom)
+{
+    const Unread peer(socket_path());
+    peer.push_all();
+    EXPECT_EQ(0, rpc_port_stub_hold(peer.port));
+    char taken[4096];
+    while (recv(peer.proxy->callback.descriptor(), taken, sizeof taken, MSG_DONTWAIT) > 0) {
+    }
+    constexpr int turns = 100;
+    int busy = 0;
+    for (int i = 0; i < turns; i++)
+        busy += g_main_context_iteration(nullptr, FALSE) ? 1 : 0;
+    EXPECT_GT(turns, busy);
 }
 
 } // namespace

@@ -5,7 +5,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 
 #include "unit/host_ports_fixture.hpp"
@@ -102,36 +101,6 @@ TEST_F(AnEvent, ThatWasReadTogetherWithThePreviousIsNotRaised)
     EXPECT_TRUE(run_until([&] { return link.proxy.received == 1; }));
     run_what_is_ready();
     EXPECT_EQ(1, link.proxy.received);
-}
-
-TEST_F(AnEvent, StormStarvesNoTimer)
-{
-    Connection link;
-    link.proxy.on_received = [&] { link.proxy.read(link.proxy.callback_port()); };
-    constexpr int storm = 20000;
-    rpc_port_h port = link.stub.port(RPC_PORT_PORT_CALLBACK);
-    rpc_port_stub_hold(port);
-    for (int i = 0; i < storm; i++)
-        ASSERT_EQ(0, link.stub.push(i));
-    rpc_port_stub_flush(port);
-    struct Ticks {
-        const int *received;
-        int last = 0;
-        int largest_gap = 0;
-    } ticks{&link.proxy.received};
-    const guint timer = g_timeout_add(
-        0,
-        [](gpointer data) -> gboolean {
-            auto *seen = static_cast<Ticks *>(data);
-            seen->largest_gap = std::max(seen->largest_gap, *seen->received - seen->last);
-            seen->last = *seen->received;
-            return TRUE;
-        },
-        &ticks);
-    EXPECT_TRUE(run_until([&] { return link.proxy.received == storm; }));
-    g_source_remove(timer);
-    EXPECT_LT(0, ticks.largest_gap);
-    EXPECT_GE(256, ticks.largest_gap);
 }
 
 TEST_F(AnEvent, IsRaisedInALoopThatACallbackRuns)

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "events.hpp"
+
+#include "clients.hpp"
+#include "runs.hpp"
+#include "trace.hpp"
+
+namespace bench {
+
+namespace {
+
+constexpr int rounds = 21;
+constexpr double least_of_bare_rate = 0.95;
+constexpr double least_burst_rate = 10e6;
+
+/// Ours is the last of each, the reader on a GLib loop the second.
+const std::vector<Timed> one_by_one = {{peer::bare_event, "bare, blocking reader and sender"},
+                                       {peer::glib_event, "bare, reader and sender in GLib loops"},
+                                       {peer::sdbus_event, "sd-bus signals"},
+                                       {peer::api_event, "korvane_set_status_changed_cb"}};
+const std::vector<Timed> bursts = {{peer::bare_burst, "bare, blocking reader and sender"},
+                                   {peer::glib_burst, "bare, reader and sender in GLib loops"},
+                                   {peer::sdbus_burst, "sd-bus signals, composed meanwhile"},
+                                   {peer::api_burst, "korvane_set_status_changed_cb"}};
+
+void measure_one_by_one(const Setting &setting, Report &report)
+{
+    report.section("Events per second, each sent as the one before was received, on one CPU");
+    std::vector<Timed> peers = one_by_one;
+    time_in_turn(setting, peers, rounds, 5000);
+    const Timed &glib = peers[1];
+    const Timed &ours = peers.back();
+    for (const Timed &peer : peers) {
+        // A rate is the inverse of a time.
+        const double rate = median_ratio(glib.rounds, peer.rounds);
+        const std::string figures = format("%9.0f /s  %5.2f x GLib", 1e6 / median(peer.rounds), rate);
+        if (&peer == &ours)
+            report.row(peer.title, figures, format(">= %.2f x GLib", least_of_bare_rate), rate >= least_of_bare_rate);
+        else
+            report.row(peer.title, figures);
+    }
+}
+
+void measure_bursts(const Setting &setting, Report &report)
+{
+    report.section(format("Events per second, %d that left in one write, on one CPU", burst_size));
+    std::vector<Timed> peers = bursts;
+    time_in_turn(setting, peers, rounds, 100);
+    const auto rate = [](const Timed &peer) { return burst_size / median(peer.rounds) * 1e6; };
+    for (const Timed &peer : peers) {
+        const std::string figures = format("%7.2f million /s", rate(peer) / 1e6);
+        if (&peer == &peers.back())
+            report.row(peer.title, figures, format(">= %.0f million /s", least_burst_rate / 1e6),
+                       rate(peer) >= least_burst_rate);
+        else
+            report.row(peer.title, figures);
+    }
+}
+
+void count_receives(const Setting &setting, const std::unique_ptr<Child> &server, Report &report)
+{
+    constexpr int calls = 200;
+    report.section("System calls of the reader: sending its orders, receiving, other (waiting)");
+    const auto counts = trace(calls_to(setting, peer::api_event, calls), server->pid());
+    if (!counts)
+        return report.not_measured("per event", "tracing is not permitted here");
+    const auto per_call = [&](unsigned long count) { return static_cast<double>(count) / calls; };
+    report.row("korvane_set_status_changed_cb, one by one",
+               format("%5.2f, %5.2f, %5.2f", per_call(counts->client.sends), per_call(counts->client.receives),
+                      per_call(counts->client.others)),
+               "one receive", per_call(counts->client.receives) < 1.01);
+}
+
+void count_receives_of_bursts(const Setting &setting, const std::unique_ptr<Child> &server, Report &report)
+{
+    constexpr int calls = 200;
+    const auto counts = trace(calls_to(setting, peer::api_burst, calls), server->pid());
+    if (!counts)
+        return report.not_measured("per burst", "tracing is not permitted here");
+    // Making a burst ready is an order and its answer.
+    const auto per_call = [&](unsigned long count) { return static_cast<double>(count) / calls; };
+    const double receives = per_call(counts->client.receives) - 1;
+    report.row(
+        format("the same, a burst of %d", burst_size),
+        format("%5.2f, %5.2f, %5.2f", per_call(counts->client.sends) - 1, receives, per_call(counts->client.others)),
+        "one receive", receives < 1.01);
+}
+
+void count_instructions(const Setting &setting, Report &report)
+{
+    report.section("Instructions of the reader in user space, per event");
+    for (const Timed &peer : one_by_one)
+        report.row(format("%s, one by one", peer.title),
+                   format("%7.0f", instructions_per_call(setting, peer.client, 500, 1500)));
+    for (const Timed &peer : bursts)
+        report.row(format("%s, in bursts", peer.title),
+                   format("%7.0f", instructions_per_call(setting, peer.client, 2, 12) / burst_size));
+}
+
+} // namespace
+
+void measure_events(const Setting &setting, Report &report)
+{
+    const OnOneCpu pinned;
+    const auto bare = setting.serve_events(peer::bare);
+    const auto glib = setting.serve_events(peer::glib);
+    const auto sdbus = setting.serve_events(peer::sdbus);
+    auto stub = setting.serve_events(peer::stub);
+    measure_one_by_one(setting, report);
+    measure_bursts(setting, report);
+    count_instructions(setting, report);
+    // A server that was traced serves nobody afterwards.
+    count_receives(setting, stub, report);
+    stub.reset();
+    stub = setting.serve_events(peer::stub);
+    count_receives_of_bursts(setting, stub, report);
+}
+
+} // namespace bench

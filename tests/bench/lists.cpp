@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "lists.hpp"
+
+#include "clients.hpp"
+#include "runs.hpp"
+
+namespace bench {
+
+namespace {
+
+constexpr int rounds = 21;
+constexpr int calls_per_round = 2000;
+/// The newest that takes the list as records.
+constexpr const char *record_version = "2.2";
+
+struct ListPeer {
+    const char *client;
+    const char *title;
+    double most_over_bare = 0; // no aim when zero
+    double most_instructions = 0;
+};
+
+constexpr ListPeer list_peers[] = {
+    {peer::bare_list, "bare, blocking server"},
+    {peer::sdbus_list, "sd-bus, peer to peer"},
+    {peer::proxy_list, "send_ap_list through the proxy", 1.5, 14'000},
+    {peer::api_list, "korvane_send_ap_list", 2.5, 45'000},
+    {peer::whole_list, "list made, filled, sent and released"},
+};
+
+std::vector<Timed> time_lists(const Setting &setting, const std::vector<Timed> &peers)
+{
+    std::vector<Timed> timed = peers;
+    time_in_turn(setting, timed, rounds, calls_per_round);
+    return timed;
+}
+
+std::string figures(const Timed &peer, const Timed &bare)
+{
+    return format("%7.2f us  %5.2f x bare", median(peer.rounds), median_ratio(peer.rounds, bare.rounds));
+}
+
+void time_records(const Setting &setting, Report &report)
+{
+    report.section("A list of 32 access points, on one CPU; ours served by the stub side alone");
+    const auto agent = setting.serve(AgentKind::stub, record_version);
+    std::vector<Timed> peers;
+    for (const ListPeer &peer : list_peers)
+        peers.push_back({peer.client, peer.title});
+    time_in_turn(setting, peers, rounds, calls_per_round);
+    for (std::size_t i = 0; i < peers.size(); ++i) {
+        const double aim = list_peers[i].most_over_bare;
+        if (aim > 0)
+            report.row(peers[i].title, figures(peers[i], peers[0]), format("<= %.1f x bare", aim),
+                       median_ratio(peers[i].rounds, peers[0].rounds) <= aim);
+        else
+            report.row(peers[i].title, figures(peers[i], peers[0]));
+    }
+}
+
+void time_document(const Setting &setting, Report &report)
+{
+    const auto agent = setting.serve(AgentKind::stub);
+    const auto peers =
+        time_lists(setting, {{peer::bare_list, ""}, {peer::whole_list, "the same as a JSON document (2.3)"}});
+    report.row(peers[1].title, figures(peers[1], peers[0]));
+}
+
+void time_with_agent(const Setting &setting, Report &report)
+{
+    report.section("The same, served by the virtual agent, which takes the list apart: the difference is its own");
+    const auto agent = setting.serve(AgentKind::virtual_agent, record_version);
+    const auto peers = time_lists(setting, {{peer::bare_list, ""},
+                                            {peer::proxy_list, "send_ap_list through the proxy"},
+                                            {peer::api_list, "korvane_send_ap_list"}});
+    for (std::size_t i = 1; i < peers.size(); ++i)
+        report.row(peers[i].title, figures(peers[i], peers[0]));
+}
+
+void count_instructions(const Setting &setting, Report &report)
+{
+    constexpr int few = 200;
+    constexpr int many = 700;
+    report.section("Instructions of the client in user space, per list");
+    const auto agent = setting.serve(AgentKind::stub, record_version);
+    for (const ListPeer &peer : list_peers) {
+        const double count = instructions_per_call(setting, peer.client, few, many);
+        if (peer.most_instructions > 0)
+            report.row(peer.title, format("%7.0f", count), format("<= %.0f", peer.most_instructions),
+                       count <= peer.most_instructions);
+        else
+            report.row(peer.title, format("%7.0f", count));
+    }
+}
+
+void count_allocations(const Setting &setting, Report &report)
+{
+    report.section("Heap allocations of the client, per list");
+    const auto agent = setting.serve(AgentKind::stub, record_version);
+    for (const ListPeer &peer : list_peers)
+        report.row(peer.title, format("%7.2f", allocations_per_call(setting, peer.client, 1000)));
+}
+
+} // namespace
+
+void measure_lists(const Setting &setting, AgentKind agent, Report &report)
+{
+    const OnOneCpu pinned;
+    const auto bare = setting.serve(peer::bare);
+    const auto sdbus = setting.serve(peer::sdbus);
+    time_records(setting, report);
+    time_document(setting, report);
+    if (agent == AgentKind::virtual_agent)
+        time_with_agent(setting, report);
+    count_instructions(setting, report);
+    count_allocations(setting, report);
+}
+
+} // namespace bench

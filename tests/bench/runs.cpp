@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runs.hpp"
+
+#include <cstdio>
+#include <fstream>
+#include <stdexcept>
+
+namespace bench {
+
+namespace {
+
+struct Outcome {
+    unsigned long allocations = 0;
+    double microseconds = 0;
+};
+
+Outcome outcome_of(const std::vector<std::string> &command, const std::vector<std::string> &environment = {})
+{
+    Outcome outcome;
+    const std::string output = run(command, environment);
+    if (sscanf(output.c_str(), "%lu %lf", &outcome.allocations, &outcome.microseconds) != 2)
+        throw std::runtime_error(command[0] + " printed: " + output);
+    return outcome;
+}
+
+double instructions_of(const Setting &setting, const std::string &client, int calls)
+{
+    const std::string result = setting.folder() + "/callgrind";
+    std::vector<std::string> command{"valgrind", "--quiet", "--tool=callgrind", "--callgrind-out-file=" + result};
+    for (auto &word : calls_to(setting, client, calls))
+        command.push_back(std::move(word));
+    run(command);
+
+    std::ifstream file(result);
+    for (std::string line; std::getline(file, line);) {
+        double total = 0;
+        if (sscanf(line.c_str(), "totals: %lf", &total) == 1)
+            return total;
+    }
+    throw std::runtime_error("callgrind counted nothing");
+}
+
+} // namespace
+
+std::vector<std::string> calls_to(const Setting &setting, const std::string &client, int calls)
+{
+    return {program("korvane-bench-calls"), client, setting.folder(), std::to_string(calls)};
+}
+
+double microseconds_per_call(const Setting &setting, const std::string &client, int calls)
+{
+    return outcome_of(calls_to(setting, client, calls)).microseconds;
+}
+
+double instructions_per_call(const Setting &setting, const std::string &client, int few, int many)
+{
+    return (instructions_of(setting, client, many) - instructions_of(setting, client, few)) / (many - few);
+}
+
+double allocations_per_call(const Setting &setting, const std::string &client, int calls)
+{
+    const auto outcome = outcome_of(calls_to(setting, client, calls), {"LD_PRELOAD=" BENCH_COUNT_ALLOCATIONS});
+    return static_cast<double>(outcome.allocations) / calls;
+}
+
+void time_in_turn(const Setting &setting, std::vector<Timed> &peers, int rounds, int calls_per_round)
+{
+    for (int round = 0; round < rounds; ++round)
+        for (Timed &peer : peers)
+            peer.rounds.push_back(microseconds_per_call(setting, peer.client, calls_per_round));
+}
+
+} // namespace bench

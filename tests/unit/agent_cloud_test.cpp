@@ -244,13 +244,13 @@ TEST_F(AgentCloud, ForgetsASignUpThatIsUnderWayWhenTheDeviceIsReset)
 TEST_F(AgentCloud, RefusesStepsThatThereAreNotOrThatSayItWrongly)
 {
     EXPECT_TRUE(has(refusal("rain"), "no step 'rain'"));
-    EXPECT_TRUE(has(refusal("next-sign-up"), "\"outcome\" is missing"));
+    EXPECT_TRUE(has(refusal("next-sign-up"), "'outcome' is missing"));
     EXPECT_TRUE(has(refusal("next-sign-up", R"({"outcome":"perhaps"})"), "succeed or fail, not 'perhaps'"));
     EXPECT_TRUE(has(refusal("next-sign-up", R"({"outcome":"fail","after_ms":-1})"), "from now, not -1"));
-    EXPECT_TRUE(has(refusal("next-sign-up", R"({"outcome":"fail","in":1})"), "there is no \"in\" here"));
+    EXPECT_TRUE(has(refusal("next-sign-up", R"({"outcome":"fail","in":1})"), "there is no 'in' here"));
     EXPECT_TRUE(has(refusal("next-sign-up", "[]"), "must be a JSON object"));
-    EXPECT_TRUE(has(refusal("own", R"({"owner":7})"), "\"owner\" must be a text"));
-    EXPECT_TRUE(has(refusal("keepalive"), "\"result\" is missing"));
+    EXPECT_TRUE(has(refusal("own", R"({"owner":7})"), "'owner' must be a text"));
+    EXPECT_TRUE(has(refusal("keepalive"), "'result' is missing"));
     EXPECT_TRUE(has(shown(), R"("next_sign_up":{"outcome":"succeed","after_ms":0})")) << "nothing has happened";
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the application tells the cloud, and gets back of it.
 #include "agent_cloud_fixture.hpp"
+#include "from_json.hpp"
 
 #include <rpc_port_stub.h>
 
@@ -54,16 +55,12 @@ std::string member(const std::string &document, const char *name)
     return text ? text : "";
 }
 
-proxy::Owned<proxy::ArrayValue<master::int_array>> numbers(const std::vector<int> &values)
+auto numbers(const std::vector<int> &values)
 {
-    proxy::Owned<proxy::ArrayValue<master::int_array>> array{proxy::ArrayCodec<master::int_array>::create()};
-    array->count = static_cast<int>(values.size());
-    for (int value : values) {
-        EXPECT_TRUE(array->reserve_next());
-        array->items[array->present] = value;
-        ++array->present;
-    }
-    return array;
+    Json list = Json::array();
+    for (int value : values)
+        list.append(value);
+    return from_json(describe::Arr<master::int_array, "numbers">{}, list.get());
 }
 
 TEST_F(AgentCloud, KnowsThePlatformByDeviceNumberWhicheverFormItIsToldIn)

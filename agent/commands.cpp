@@ -31,7 +31,7 @@ Json fault(Steered &agent, Arguments &arguments)
     const MethodEntry *method = find_method(name);
     if (!method && name != "all")
         throw std::invalid_argument{"there is no method '" + name + "'; 'all' stands for every one"};
-    const Fault fault = parse_fault(arguments.required_text("fault"), arguments.number("value"));
+    const Fault fault = parse_fault(arguments.required_text("form"), arguments.number("value"));
     agent.faults.set(method ? method->id : Faults::every_method, fault, arguments.number("times").value_or(1));
     return Json::object();
 }
@@ -144,7 +144,7 @@ const std::vector<Command> &all_commands()
          emit,
          "sends an event to all who registered for it; VALUES is a JSON array"},
         {"fault",
-         {{"method", word, true}, {"fault", word, true}, {"value", number, false}, {"times", number, false}},
+         {{"method", word, true}, {"form", word, true}, {"value", number, false}, {"times", number, false}},
          fault,
          "makes the next TIMES requests of a method, or of all, go wrong; 0 takes that back"},
         {"update",

@@ -55,8 +55,8 @@ int serve(const Options &options)
     signal(SIGPIPE, SIG_IGN); // whoever reads our output may go before us
 
     Scenario scenario; // read first: one with a mistake is not begun
-    if (!options.scenario.empty())
-        scenario = Scenario::load(options.scenario);
+    for (const std::string &path : options.scenarios)
+        scenario.append(Scenario::load(path));
 
     State state;
     state.version = options.version;
@@ -93,12 +93,12 @@ int serve(const Options &options)
         if (over && server.peers() == 0)
             g_main_loop_quit(loop.get());
     };
-    const Journal::Listener listener = options.scenario.empty() ? nullptr : journal.listen(leave_when_alone);
+    const Journal::Listener listener = options.scenarios.empty() ? nullptr : journal.listen(leave_when_alone);
     if (listener)
         play.emplace(steered, journal, std::move(scenario), [&](const std::string &problem) {
             played_well = problem.empty();
             over = true;
-            std::printf("%s\n", played_well ? "played well" : ("failed: " + options.scenario + ", " + problem).c_str());
+            std::printf("%s\n", played_well ? "played well" : ("failed: " + problem).c_str());
             std::fflush(stdout);
             leave_when_alone({});
         });

@@ -25,7 +25,7 @@ struct Options {
     std::string log;
     std::string ca_dir;
     std::string command_fifo;
-    std::string scenario;
+    std::vector<std::string> scenarios;
     bool commands = false;
     bool update_ready = false;
     bool refuse = false;

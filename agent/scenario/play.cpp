@@ -230,7 +230,8 @@ void Play::end(const std::string &problem)
     if (!problem.empty()) {
         const Step &step = scenario_.steps[next_];
         note(step, problem);
-        told = "line " + std::to_string(step.line) + ", " + in_words(step) + ": " + problem;
+        told = (step.file.empty() ? "line " : step.file + ", line ") + std::to_string(step.line) + ", " +
+               in_words(step) + ": " + problem;
     }
     next_ = scenario_.steps.size();
     if (const Ended ended = std::exchange(ended_, nullptr))

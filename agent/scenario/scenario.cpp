@@ -162,7 +162,7 @@ Scenario Scenario::parse(const std::string &text)
     const std::vector<int> lines = lines_of_items(text, "steps");
     for (const cJSON *item = steps->child; item; item = item->next) {
         const std::size_t index = scenario.steps.size();
-        Step step{Kind::say, index < lines.size() ? lines[index] : 1, {}};
+        Step step{Kind::say, index < lines.size() ? lines[index] : 1};
         try {
             take_kind(step, item);
         } catch (const std::invalid_argument &problem) {
@@ -173,6 +173,13 @@ Scenario Scenario::parse(const std::string &text)
     return scenario;
 }
 
+void Scenario::append(Scenario more)
+{
+    if (title.empty())
+        title = std::move(more.title);
+    steps.insert(steps.end(), std::make_move_iterator(more.steps.begin()), std::make_move_iterator(more.steps.end()));
+}
+
 Scenario Scenario::load(const std::string &path)
 {
     std::ifstream file{path};
@@ -180,7 +187,10 @@ Scenario Scenario::load(const std::string &path)
     if (!file || !(text << file.rdbuf()))
         throw std::system_error{errno != 0 ? errno : EIO, std::generic_category(), "cannot read the scenario " + path};
     try {
-        return parse(text.str());
+        Scenario scenario = parse(text.str());
+        for (Step &step : scenario.steps)
+            step.file = path;
+        return scenario;
     } catch (const std::invalid_argument &problem) {
         throw std::invalid_argument{path + ", " + problem.what()};
     }

@@ -20,8 +20,9 @@ struct Scenario {
         };
 
         Kind kind;
-        int line;         // where it begins in the file
-        std::string text; // the method, or what is said
+        int line; // where it begins in the file
+        std::string file{};
+        std::string text{}; // the method, or what is said
         const Command *command = nullptr;
         Json arguments{};  // of the command; of the call; or the state by path
         Json answer{};     // how the agent answers the call; null when it does not matter
@@ -34,6 +35,9 @@ struct Scenario {
 
     std::string title{};
     std::vector<Step> steps{};
+
+    /// What is to happen afterwards.
+    void append(Scenario more);
 
     /// Throws std::invalid_argument with the line and what is wrong in it.
     static Scenario parse(const std::string &text);

@@ -44,8 +44,8 @@ struct call {
 };
 
 /* Makes the calls one after another and prints each result. What the installed agent is too old for is left out. A call
- * that fails costs no other, but makes DONE a STEP_FAILED in the end. false when there is no use in going on, because the
- * link broke or the agent is being replaced. */
+ * that fails costs no other, but makes DONE a STEP_FAILED in the end. false when there is no use in going on, because
+ * the link broke or the agent is being replaced. */
 bool make_calls(korvane_h device, const struct call *calls, void *user_data);
 
 /* Starts the service. Nothing works without it, so a refusal ends the application. */

@@ -127,9 +127,9 @@ static void on_renamed(korvane_h device, int device_no, const char *nick, void *
 {
     (void)device;
     struct washer *washer = user_data;
-    say("nick name", "%s (device %d)", nick, device_no);
     if (device_no == 0)
         state_set(&washer->state, "nick name", nick);
+    say("nick name", "%s (device %d)", nick, device_no);
 }
 
 static void on_last_status(korvane_h device, const char *last_status, void *user_data)

@@ -23,10 +23,18 @@ static EVP_PKEY *read_key(const char *path)
 {
     char *pem = NULL;
     gsize length = 0;
-    if (!path || !g_file_get_contents(path, &pem, &length, NULL))
+    GError *error = NULL;
+    if (!g_file_get_contents(path, &pem, &length, &error)) {
+        say("key", "%s", error->message);
+        g_clear_error(&error);
         return NULL;
+    }
+    /* Nobody is there to be asked for a passphrase: it is the empty one. */
+    static char passphrase[] = "";
     BIO *bio = BIO_new_mem_buf(pem, (int)length);
-    EVP_PKEY *key = bio ? PEM_read_bio_PrivateKey(bio, NULL, NULL, NULL) : NULL;
+    EVP_PKEY *key = bio ? PEM_read_bio_PrivateKey(bio, NULL, NULL, passphrase) : NULL;
+    if (!key)
+        say("key", "%s holds no private key; move it away to have a new one made", path);
     BIO_free(bio);
     OPENSSL_cleanse(pem, length);
     g_free(pem);
@@ -48,19 +56,26 @@ static bool save_key(EVP_PKEY *key, const char *path)
     return good;
 }
 
+static EVP_PKEY *make_key(const char *path)
+{
+    EVP_PKEY *key = EVP_EC_gen("P-256");
+    say("key", "%s", key ? "made" : "could not be made");
+    /* A certificate for a key that is lost with the power would be worth nothing. */
+    if (key && path && !save_key(key, path)) {
+        EVP_PKEY_free(key);
+        key = NULL;
+    }
+    return key;
+}
+
 static EVP_PKEY *own_key(const struct washer *washer)
 {
     char *path = key_path(washer);
-    EVP_PKEY *key = read_key(path);
-    if (!key) {
-        key = EVP_EC_gen("P-256");
-        say("key", "%s", key ? "made" : "could not be made");
-        /* A certificate for a key that is lost with the power would be worth nothing. */
-        if (key && path && !save_key(key, path)) {
-            EVP_PKEY_free(key);
-            key = NULL;
-        }
-    }
+    EVP_PKEY *key = NULL;
+    if (path && g_file_test(path, G_FILE_TEST_EXISTS))
+        key = read_key(path); /* one that cannot be read is never replaced: a certificate may depend on it */
+    else
+        key = make_key(path);
     g_free(path);
     return key;
 }
@@ -114,8 +129,8 @@ static void on_certificate_made(korvane_h device, int result, const char *text, 
         say("certificate", "refused, the agent's code is %d", result);
         return;
     }
-    say("certificate", "made, its name has %zu bytes", strlen(text));
     state_set(&washer->state, "certificate", text);
+    say("certificate", "made, its name has %zu bytes", strlen(text));
 }
 
 static char *signing_request(korvane_h device, const struct washer *washer)

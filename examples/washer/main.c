@@ -42,7 +42,7 @@ static cJSON *read_account(const char *path, GError **error)
         return cJSON_Parse(sample_account);
     if (!g_file_get_contents(path, &text, NULL, error))
         return NULL;
-    cJSON *account = cJSON_Parse(text);
+    cJSON *account = cJSON_ParseWithOpts(text, NULL, true);
     g_free(text);
     if (cJSON_IsObject(account))
         return account;

@@ -44,9 +44,11 @@ static void free_access_point(gpointer item)
 
 /* ---- reading ----------------------------------------------------------------------------------------------------- */
 
-static bool wrong(GError **error, int place, const char *problem)
+/* With the name that is concerned, where there is one. */
+static bool wrong(GError **error, int place, const char *name, const char *problem)
 {
-    g_set_error(error, g_quark_from_static_string("radio"), 0, "access point %d: %s", place, problem);
+    g_set_error(error, g_quark_from_static_string("radio"), 0, "access point %d: %s%s%s %s", place, name ? "\"" : "",
+                name ? name : "it", name ? "\"" : "", problem);
     return false;
 }
 
@@ -54,7 +56,7 @@ static bool read_text(const cJSON *object, const char *name, char **text, int pl
 {
     const cJSON *value = cJSON_GetObjectItemCaseSensitive(object, name);
     if (value && !cJSON_IsString(value))
-        return wrong(error, place, "\"bssid\", \"password\", \"ssid\" and \"ssid_hex\" are texts");
+        return wrong(error, place, name, "is a text");
     *text = value ? g_strdup(value->valuestring) : NULL;
     return true;
 }
@@ -62,7 +64,7 @@ static bool read_text(const cJSON *object, const char *name, char **text, int pl
 static bool set_name(struct access_point *access_point, const char *bytes, size_t length, int place, GError **error)
 {
     if (length < 1 || length > LONGEST_SSID)
-        return wrong(error, place, "a network name has 1 to 32 bytes");
+        return wrong(error, place, NULL, "has a name of 1 to 32 bytes");
     memcpy(access_point->ssid, bytes, length);
     access_point->ssid_length = length;
     return true;
@@ -73,7 +75,7 @@ static bool set_name_by_hex(struct access_point *access_point, const char *hex, 
     size_t digits = strlen(hex);
     char bytes[LONGEST_SSID];
     if (digits % 2 != 0 || digits / 2 > LONGEST_SSID || strspn(hex, "0123456789abcdefABCDEF") != digits)
-        return wrong(error, place, "\"ssid_hex\" is 1 to 32 pairs of hexadecimal digits");
+        return wrong(error, place, "ssid_hex", "is 1 to 32 pairs of hexadecimal digits");
     for (size_t i = 0; i < digits / 2; ++i)
         bytes[i] = (char)(g_ascii_xdigit_value(hex[2 * i]) << 4 | g_ascii_xdigit_value(hex[2 * i + 1]));
     return set_name(access_point, bytes, digits / 2, place, error);
@@ -85,7 +87,7 @@ static bool read_name(const cJSON *object, struct access_point *access_point, in
     char *hex = NULL;
     bool good = read_text(object, "ssid", &text, place, error) && read_text(object, "ssid_hex", &hex, place, error);
     if (good && !text == !hex)
-        good = wrong(error, place, "it has either \"ssid\" or \"ssid_hex\"");
+        good = wrong(error, place, NULL, "has either \"ssid\" or \"ssid_hex\"");
     else if (good)
         good = text ? set_name(access_point, text, strlen(text), place, error)
                     : set_name_by_hex(access_point, hex, place, error);
@@ -101,21 +103,31 @@ static bool read_number(const cJSON *object, const struct number *number, struct
     if (!value)
         return true;
     double given = cJSON_GetNumberValue(value); /* not a number, when it is none */
-    if (!(given >= INT_MIN && given <= INT_MAX) || given != (double)(int)given) {
-        char *problem = g_strdup_printf("\"%s\" is a whole number of 32 bits", number->name);
-        wrong(error, place, problem);
-        g_free(problem);
-        return false;
-    }
+    if (!(given >= INT_MIN && given <= INT_MAX) || given != (double)(int)given)
+        return wrong(error, place, number->name, "is a whole number of 32 bits");
     *(int *)member(access_point, number->offset) = (int)given;
+    return true;
+}
+
+/* A name that is misspelt would otherwise change nothing, silently. */
+static bool knows_members(const cJSON *object, int place, GError **error)
+{
+    static const char *const others[] = {"ssid", "ssid_hex", "bssid", "password", "gone", NULL};
+    for (const cJSON *item = object->child; item; item = item->next) {
+        bool known = g_strv_contains(others, item->string);
+        for (size_t i = 0; i < G_N_ELEMENTS(numbers); ++i)
+            known = known || strcmp(numbers[i].name, item->string) == 0;
+        if (!known)
+            return wrong(error, place, item->string, "is not known");
+    }
     return true;
 }
 
 static bool read_access_point(const cJSON *object, struct access_point *access_point, int place, GError **error)
 {
     if (!cJSON_IsObject(object))
-        return wrong(error, place, "it is no object");
-    if (!read_name(object, access_point, place, error) ||
+        return wrong(error, place, NULL, "is no object");
+    if (!knows_members(object, place, error) || !read_name(object, access_point, place, error) ||
         !read_text(object, "bssid", &access_point->bssid, place, error) ||
         !read_text(object, "password", &access_point->password, place, error))
         return false;
@@ -124,7 +136,7 @@ static bool read_access_point(const cJSON *object, struct access_point *access_p
             return false;
     const cJSON *gone = cJSON_GetObjectItemCaseSensitive(object, "gone");
     if (gone && !cJSON_IsBool(gone))
-        return wrong(error, place, "\"gone\" is true or false");
+        return wrong(error, place, "gone", "is true or false");
     access_point->gone = cJSON_IsTrue(gone);
     return true;
 }
@@ -138,7 +150,7 @@ static gint stronger_first(gconstpointer a, gconstpointer b)
 
 static GPtrArray *read_all(const char *text, GError **error)
 {
-    cJSON *list = cJSON_Parse(text);
+    cJSON *list = cJSON_ParseWithOpts(text, NULL, true);
     GPtrArray *all = g_ptr_array_new_with_free_func(free_access_point);
     bool good = cJSON_IsArray(list);
     if (!good)

@@ -37,14 +37,16 @@ static void on_reset_result(korvane_h device, bool result, void *user_data)
 {
     (void)device;
     struct washer *washer = user_data;
-    say("reset", "%s", result ? "done: all that users left here is forgotten" : "did not happen");
-    if (!result)
+    if (!result) {
+        say("reset", "did not happen");
         return;
+    }
     state_forget_all(&washer->state);
     wifi_forget(washer);
     washer->joined = false;
     cloud_take_account(washer, NULL);
     washer->signed_up = false;
+    say("reset", "done: all that users left here is forgotten");
 }
 
 /* ---- PINs -------------------------------------------------------------------------------------------------------- */

@@ -68,7 +68,7 @@ void wifi_forget(struct washer *washer)
     if (join->timer != 0)
         g_source_remove(join->timer);
     if (join->password)
-        memset(join->password, 0, strlen(join->password));
+        explicit_bzero(join->password, strlen(join->password));
     free(join->password);
     free(join->ssid);
     free(join->bssid);

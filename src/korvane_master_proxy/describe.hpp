@@ -29,7 +29,8 @@ template <FixedText Name>
 struct String : Named<Name> {
 };
 
-/// A string that no log, journal or trace shows: a password, a PIN, a token, a key, or a document that holds one.
+/// A string that no log, journal or trace shows: a password, a PIN, a token, a key, a document that holds one, or what
+/// is between the user and the cloud, as terms and diagnostics are.
 template <FixedText Name>
 struct Secret : String<Name> {
 };

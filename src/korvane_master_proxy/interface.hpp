@@ -79,7 +79,7 @@ using cloud_device_list_cb = Delegate<13, "cloud_device_list_cb", Arr<cloud_devi
 using otm_support_feature_cb = Delegate<14, "otm_support_feature_cb", Int32<"feature">>;
 using provisioning_vendor_info_cb = Delegate<15, "provisioning_vendor_info_cb", Int32<"value">, String<"text">>;
 using provisioning_language_cb = Delegate<16, "provisioning_language_cb", Int32<"req_id">, String<"type">, String<"value">>;
-using tnc_result_cb = Delegate<17, "tnc_result_cb", String<"result">>;
+using tnc_result_cb = Delegate<17, "tnc_result_cb", Secret<"result">>;
 using wifi_ap_prov_with_candidates_cb = Delegate<18, "wifi_ap_prov_with_candidates_cb", Secret<"ap_info">>;
 using nick_changed_cb = Delegate<19, "nick_changed_cb", Int32<"device_no">, String<"nick">>;
 using last_status_changed_cb = Delegate<20, "last_status_changed_cb", String<"last_status">>;
@@ -93,7 +93,7 @@ using start_async_cb = Delegate<27, "start_async_cb", Int32<"result">>;
 using create_hdr_token_info_cb = Delegate<28, "create_hdr_token_info_cb", Int32<"result">, Secret<"token_info">>;
 using create_hdr_certificate_cb = Delegate<29, "create_hdr_certificate_cb", Int32<"result">, Secret<"text">>;
 using get_hdr_certificate_cb = Delegate<30, "get_hdr_certificate_cb", Int32<"result">, Secret<"text1">, Secret<"text2">>;
-using diagnostics_cb = Delegate<31, "diagnostics_cb", Int32<"value">, String<"text">>;
+using diagnostics_cb = Delegate<31, "diagnostics_cb", Int32<"value">, Secret<"text">>;
 using create_hdr_token_info_custom_cb = Delegate<32, "create_hdr_token_info_custom_cb", Int32<"result">, Secret<"token_info">>;
 
 // Methods. What start and start_async mean by their text and integers is the agent's; this library sends "", 0, 0.
@@ -156,7 +156,7 @@ using set_language_list = Method<59, "set_language_list", Since<1, 3>, In<Arr<la
 using set_tnc_result_cb = Method<60, "set_tnc_result_cb", Since<1, 3>, In<Callback<tnc_result_cb>>>;
 using unset_tnc_result_cb = Method<61, "unset_tnc_result_cb", Since<1, 3>>;
 using set_tnc_status = Method<62, "set_tnc_status", Since<1, 3>, In<Int32<"status">>>;
-using set_tnc_data = Method<63, "set_tnc_data", Since<1, 3>, In<String<"tnc_data">>>;
+using set_tnc_data = Method<63, "set_tnc_data", Since<1, 3>, In<Secret<"tnc_data">>>;
 using set_wifi_ap_provisioning_cb_v2 = Method<64, "set_wifi_ap_provisioning_cb_v2", Since<1, 3>, In<Callback<wifi_ap_prov_with_candidates_cb>>>;
 using unset_wifi_ap_provisioning_cb_v2 = Method<65, "unset_wifi_ap_provisioning_cb_v2", Since<1, 3>>;
 using send_presence = Method<66, "send_presence", Since<1, 3>, In<Int32<"presence">>>;
@@ -197,11 +197,11 @@ using get_sub_device_presence = Method<100, "get_sub_device_presence", Since<1, 
 using start_async = Method<101, "start_async", Since<2, 0>, In<String<"name">, Int32<"mode">, Int32<"flags">, Callback<start_async_cb>>>;
 using common_interface = Method<102, "common_interface", Since<2, 0>, In<Secret<"request">>, Out<Secret<"reply">>>;
 using create_hdr_token_info = Method<103, "create_hdr_token_info", Since<2, 1>, In<Callback<create_hdr_token_info_cb>>>;
-using create_hdr_certificate = Method<104, "create_hdr_certificate", Since<2, 1>, In<String<"device_type">, String<"csr">, Callback<create_hdr_certificate_cb>>>;
+using create_hdr_certificate = Method<104, "create_hdr_certificate", Since<2, 1>, In<String<"device_type">, Secret<"csr">, Callback<create_hdr_certificate_cb>>>;
 using get_hdr_certificate = Method<105, "get_hdr_certificate", Since<2, 1>, In<String<"device_type">, String<"certificate_arn">, Callback<get_hdr_certificate_cb>>>;
 using set_diagnostics_cb = Method<106, "set_diagnostics_cb", Since<2, 2>, In<Callback<diagnostics_cb>>>;
 using unset_diagnostics_cb = Method<107, "unset_diagnostics_cb", Since<2, 2>>;
-using create_hdr_token_info_custom = Method<108, "create_hdr_token_info_custom", Since<2, 3>, In<String<"request_data">, Callback<create_hdr_token_info_custom_cb>>>;
+using create_hdr_token_info_custom = Method<108, "create_hdr_token_info_custom", Since<2, 3>, In<Secret<"request_data">, Callback<create_hdr_token_info_custom_cb>>>;
 
 using Records = List<
     ap_info, keepalive_info, keepalive_index_info, device_prov_info, language_info, cloud_device_info,

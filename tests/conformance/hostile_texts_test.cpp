@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Texts that no sensible application passes: each must reach the agent as it is, or be refused before anything is sent.
 #include "ap_info_fixture.hpp"
+#include "every_pair.hpp"
 #include "text_arguments.hpp"
 
 #include <fstream>
@@ -9,6 +10,9 @@
 
 namespace kvtest {
 namespace {
+
+/// Lone continuation bytes, an overlong form, a surrogate, a cut sequence, bytes that never occur.
+const char *const not_utf8 = "\x80\xbf \xc0\xaf \xed\xa0\x80 \xf0\x9f\x98 \xfe\xff";
 
 class HostileText : public SetupTest, public ::testing::WithParamInterface<TextArgument> {
 protected:
@@ -73,10 +77,9 @@ TEST_P(HostileText, OfAMegabyteIsSentWhole)
     expect_sent_in_each_form(std::string(1 << 20, 'x'));
 }
 
-/// Lone continuation bytes, an overlong form, a surrogate, a cut sequence, bytes that never occur.
 TEST_P(HostileText, ThatIsNotUtf8IsSentByteForByte)
 {
-    expect_sent_in_each_form("\x80\xbf \xc0\xaf \xed\xa0\x80 \xf0\x9f\x98 \xfe\xff");
+    expect_sent_in_each_form(not_utf8);
 }
 
 /// What a log line makes of a text must not be read as a format, nor end the line in the middle.
@@ -89,6 +92,88 @@ TEST_P(HostileText, WithAFormatInItIsNoFormat)
     EXPECT_EQ(row.pass(handle, text.c_str()), ok);
     if (!row.line.empty()) {
         EXPECT_EQ(platform.log.count(row.line_with(text)), 1U);
+    }
+}
+
+/// Texts that come with an event: what the application is told with this text in all its places.
+struct EventText {
+    int delegate_id;
+    Bytes (*values)(const std::string &text);
+    std::string (*told)(const std::string &text);
+};
+
+std::ostream &operator<<(std::ostream &out, const EventText &row)
+{
+    return out << "delegate " << row.delegate_id;
+}
+
+using T = const std::string &;
+
+// The access point and the provisioning data are read with getters, which have tests of their own.
+// clang-format off
+const std::vector<EventText> event_texts = {
+    {5, [](T t) { return bytes(str(t), i32(1)); }, [](T t) { return "g " + t + " 1"; }},
+    {11, [](T t) { return bytes(str(t), i32(1)); }, [](T t) { return "u " + t + " 1"; }},
+    {13, [](T t) { return bytes(count(2), str(t), str(t)); }, [](T t) { return "C 2: " + t + " " + t; }},
+    {15, [](T t) { return bytes(i32(1), str(t)); }, [](T t) { return "v 1 " + t; }},
+    {16, [](T t) { return bytes(i32(1), str(t), str(t)); }, [](T t) { return "l 1 " + t + " " + t; }},
+    {17, [](T t) { return str(t); }, [](T t) { return "T " + t; }},
+    {19, [](T t) { return bytes(i32(1), str(t)); }, [](T t) { return "N 1 " + t; }},
+    {20, [](T t) { return str(t); }, [](T t) { return "L " + t; }},
+    {25, [](T t) { return bytes(str(t), i32(1)); }, [](T t) { return "r " + t + " 1"; }},
+    {31, [](T t) { return bytes(i32(1), str(t)); }, [](T t) { return "G 1 " + t; }},
+};
+// clang-format on
+
+class HostileEventText : public SetupTest, public ::testing::WithParamInterface<EventText> {};
+
+INSTANTIATE_TEST_SUITE_P(Of, HostileEventText, ::testing::ValuesIn(event_texts),
+                         [](const auto &row) { return "Delegate" + std::to_string(row.param.delegate_id); });
+
+TEST_P(HostileEventText, ReachesTheCallbackByteForByte)
+{
+    const EventText &row = GetParam();
+    connect_to("2.3");
+    for (const Pair &pair : every_pair())
+        for (std::size_t i = 0; i < pair.events.size(); ++i) {
+            if (pair.events[i].delegate_id != row.delegate_id)
+                continue;
+            ASSERT_EQ(pair.set(handle, &recorder), ok);
+            const int seq_id = last_seq_id(platform.log) + 1 - static_cast<int>(pair.events.size() - i);
+            std::vector<std::string> told;
+            for (const std::string &text : {std::string(), std::string(1 << 20, 'x'), std::string(not_utf8),
+                                            std::string("%s%n\x01\x1f\x7f\"\\")}) {
+                platform.proxy().push_event(event(row.delegate_id, seq_id, false, row.values(text)));
+                told.push_back(row.told(text));
+            }
+            EXPECT_EQ(recorder.told, told);
+        }
+    EXPECT_EQ(recorder.told.size(), 4U);
+}
+
+using AgentsText = WifiAp;
+
+TEST_F(AgentsText, OfCertificatesGroupsAndTheDeviceIdReachTheApplicationByteForByte)
+{
+    connect_to("2.3");
+    for (const std::string &text : {std::string(), std::string(1 << 20, 'x'), std::string(not_utf8)}) {
+        recorder.told.clear();
+        ASSERT_EQ(korvane_get_group_id(handle, Note<'g', const char *>::call, &recorder), ok);
+        platform.proxy().push_event(event(26, last_seq_id(platform.log), true, str(text)));
+        ASSERT_EQ(korvane_create_hdr_certificate(handle, "t", "c", Note<'c', int, const char *>::call, &recorder), ok);
+        platform.proxy().push_event(event(29, last_seq_id(platform.log), true, i32(0), str(text)));
+        ASSERT_EQ(
+            korvane_get_hdr_certificate(handle, "t", "a", Note<'h', int, const char *, const char *>::call, &recorder),
+            ok);
+        platform.proxy().push_event(event(30, last_seq_id(platform.log), true, i32(0), str(text), str(text)));
+        EXPECT_EQ(recorder.told, (Strings{"g " + text, "c 0 " + text, "h 0 " + text + " " + text}));
+
+        platform.main_port().on_sent = [&](Port &port, const Bytes &) { port.push(reply(0, str(text))); };
+        char *device_id = nullptr;
+        EXPECT_EQ(korvane_get_device_id(handle, &device_id), ok);
+        EXPECT_EQ(device_id, text);
+        free(device_id);
+        answers(0);
     }
 }
 

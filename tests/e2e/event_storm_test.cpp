@@ -237,7 +237,7 @@ TEST_F(EventStorm, WhileTheFirstCallbackBlocksArrivesWholeInOrderWithTimersInBet
 {
     begin();
     ASSERT_EQ(korvane_set_status_changed_cb(application.handle, on_status, this), KORVANE_ERROR_NONE);
-    const long before_kb = memory_of_this_process("VmRSS:");
+    const long before_kb = memory_of_this_process("VmHWM:");
     start_ticking();
     ASSERT_EQ(korvane_reset(application.handle), KORVANE_ERROR_NONE);
     EXPECT_TRUE(run_until([this] { return received == storm; }, patience_ms)) << received << " arrived";

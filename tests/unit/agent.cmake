@@ -8,3 +8,5 @@ kv_add_test(agent_cloud_test
 kv_add_test(agent_authority_test
     SOURCES ${agent_test_dir}/agent_authority_test.cpp ${agent_test_dir}/../support/signing_request.cpp
     LIBS korvane_agent_parts)
+kv_add_test(agent_phone_test SOURCES ${agent_test_dir}/agent_phone_test.cpp LIBS korvane_agent_parts)
+kv_add_test(agent_scenario_test SOURCES ${agent_test_dir}/agent_scenario_test.cpp LIBS korvane_agent_parts)

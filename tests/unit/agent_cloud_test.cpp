@@ -284,14 +284,6 @@ TEST_F(AgentCloud, RefusesToTellWhatNobodyListensTo)
     EXPECT_TRUE(state.signed_in);
 }
 
-TEST_F(AgentCloud, AsksForDiagnostics)
-{
-    step("diagnostics", R"({"value":7,"text":{"level":"full"}})");
-    step("diagnostics");
-    EXPECT_EQ(heard(), (Heard{R"(diagnostics_cb {"value":7,"text":"{\"level\":\"full\"}"})",
-                              R"(diagnostics_cb {"value":0,"text":"{}"})"}));
-}
-
 TEST_F(AgentCloud, BringsTheListOfDevices)
 {
     ask(master::register_sub_device{}, 1, "lamp");

@@ -93,14 +93,28 @@ TEST_F(AgentCloud, KnowsNamesTypesNicksAndProfilesByDeviceNumber)
 
 TEST_F(AgentCloud, KnowsTheTerms)
 {
-    EXPECT_TRUE(has(shown(), R"("terms":{"data":"","url":"","type":null,"status":null})"));
+    EXPECT_TRUE(has(shown(), R"("terms":{"data":"<secret, 0 bytes>","url":"","type":null,"status":null})"));
     EXPECT_EQ(ask(master::set_tnc_data{}, R"({"tnc_version":"3"})"), 0);
     EXPECT_EQ(ask(master::set_tnc_data{}, "3"), -1);
+    EXPECT_EQ(state.cloud.terms.data, R"({"tnc_version":"3"})");
     ask(master::set_tnc_url{}, "https://terms.example");
     ask(master::set_tnc_type{}, 5);
     ask(master::set_tnc_status{}, -1);
-    EXPECT_TRUE(has(shown(), R"("terms":{"data":"{\"tnc_version\":\"3\"}","url":"https://terms.example",)"
+    EXPECT_TRUE(has(shown(), R"("terms":{"data":"<secret, 19 bytes>","url":"https://terms.example",)"
                              R"("type":5,"status":-1})"));
+}
+
+TEST_F(AgentCloud, AsksForDiagnostics)
+{
+    step("diagnostics", R"({"value":7,"text":{"level":"full"}})");
+    step("diagnostics");
+    ASSERT_EQ(device.announced.size(), 2U);
+    Reader full{device.announced[0]};
+    EXPECT_EQ(full.number(), 7);
+    EXPECT_EQ(full.text(), R"({"level":"full"})");
+    Reader plain{device.announced[1]};
+    EXPECT_EQ(plain.number(), 0);
+    EXPECT_EQ(plain.text(), "{}");
 }
 
 TEST_F(AgentCloud, BringsBackTheLastStatusThatItWasTold)
@@ -137,8 +151,7 @@ TEST_F(AgentCloud, KeepsPushMessagesAndShowsNoSecretOfThem)
     EXPECT_EQ(common(R"({"common_interface":2})"), -1);
     EXPECT_EQ(common("no document"), -1);
     EXPECT_EQ(common(R"({"common_interface":77})"), -1);
-    EXPECT_TRUE(has(shown(), R"("send_custom_push":[{"common_interface":2,"custom_push_msg":{"title":"done",)"
-                             R"("pass":"<secret, 6 bytes>"}})"));
+    EXPECT_TRUE(has(shown(), R"("send_custom_push":[{"common_interface":2,"custom_push_msg":"<secret, 30 bytes>"})"));
 }
 
 // ---- sub-devices -----------------------------------------------------------------------------------------------------

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "application.hpp"
+#include "support/program.hpp"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+#include <sstream>
+
+/// The examples as programs, played against the virtual agent.
+namespace kv::test {
+
+/// Every version at which something changes for an application.
+inline const auto agent_versions =
+    testing::Values("1.0", "1.1", "1.2", "1.3", "1.4", "1.5", "1.6", "2.0", "2.1", "2.2", "2.3");
+
+inline std::string version_in_name(const testing::TestParamInfo<const char *> &version)
+{
+    return std::string{"Version"} + version.param[0] + "_" + version.param[2];
+}
+
+class Example : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ::setenv("KORVANE_LOG", "off", 1);
+        ::setenv("G_SLICE", "always-malloc", 1); // else GLib's own pools hide leaks from the sanitizer
+    }
+    void TearDown() override
+    {
+        ::unsetenv("KORVANE_LOG");
+        ::unsetenv("G_SLICE");
+    }
+
+    /// Writes a file of the test's own, and says where it is.
+    std::string file(const std::string &name, const std::string &content) const
+    {
+        std::ofstream{home.root() / name} << content;
+        return home.root() / name;
+    }
+    std::string path(const std::string &name) const { return home.root() / name; }
+    std::string content(const std::string &name) const
+    {
+        std::ifstream stream{home.root() / name};
+        std::ostringstream text;
+        text << stream.rdbuf();
+        return text.str();
+    }
+
+    /// Waits until the agent's journal has so many lines with all of the texts.
+    void journal_has(const std::vector<std::string> &texts, int times = 1, const char *at = __builtin_FILE(),
+                     int line = __builtin_LINE()) const
+    {
+        if (!run_until([&] { return home.journalled(texts) >= times; }) || home.journalled(texts) != times)
+            ADD_FAILURE_AT(at, line) << texts.back() << " is there " << home.journalled(texts) << "x, not " << times
+                                     << " in\n"
+                                     << content("agent.log");
+    }
+    int requests(const std::string &method) const { return home.journalled({R"("method":")" + method + R"(")"}); }
+
+    static void stops(Program &program)
+    {
+        program.signal(SIGTERM);
+        EXPECT_EQ(program.wait(), 0) << program.out();
+        EXPECT_TRUE(program.said("stop: NONE") == 1) << program.out();
+        EXPECT_EQ(program.err(), "");
+    }
+
+    AgentHome home;
+};
+
+} // namespace kv::test

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: Apache-2.0
+// The hub and the sensor.
+#include "examples_fixture.hpp"
+
+using namespace kv::test;
+
+namespace {
+
+struct OtherExamples : Example {
+    const std::string hub = KORVANE_HUB_PATH;
+    const std::string sensor = KORVANE_SENSOR_PATH;
+};
+
+struct AnExampleWithAgent : OtherExamples, testing::WithParamInterface<const char *> {
+    const std::string version = GetParam();
+};
+INSTANTIATE_TEST_SUITE_P(OfEveryVersion, AnExampleWithAgent, agent_versions, version_in_name);
+
+TEST_P(AnExampleWithAgent, IsAHubThatRepresentsOthers)
+{
+    AgentProcess agent{home, {"--agent-version", version}};
+    Program program{hub, {}};
+    EXPECT_EQ(program.wait(), 0) << program.out();
+    const auto since = [this](const char *first, int count) { return version < first ? 0 : count; };
+    EXPECT_EQ(requests("register_sub_device"), since("1.1", 3));
+    EXPECT_EQ(home.journalled({R"("method":"set_nick_name")", R"({"device_no":2,"nick":"Front door"})"}),
+              since("1.2", 1));
+    EXPECT_EQ(home.journalled({R"("method":"set_platform_info_with_device_no")", R"("device_no":3)", "F-3"}),
+              since("1.2", 1));
+    EXPECT_EQ(home.journalled({R"("method":"set_device_name_with_device_no")", R"("device_no":1)", "Lamp in the hall"}),
+              since("1.4", 1));
+    EXPECT_EQ(home.journalled({R"("device_nos":[1,2],"presence":true)"}), since("1.4", 1));
+    EXPECT_EQ(home.journalled({R"("device_nos":[3],"presence":false)"}), since("1.4", 1));
+    EXPECT_EQ(requests("common_interface"), since("2.0", 3)) << "the types";
+    EXPECT_EQ(program.said("group: virtual-agent-group"), since("1.5", 1));
+    EXPECT_EQ(program.said("presence: lock-0001: 1"), since("1.6", 1));
+    EXPECT_EQ(program.said("presence: fan-0001: 0"), since("1.6", 1));
+    EXPECT_EQ(program.said("presence: nobody is registered"), since("1.6", 1));
+    EXPECT_EQ(requests("unregister_sub_device"), since("1.1", 3));
+    EXPECT_EQ(home.journalled({R"("problem")"}), 0);
+    EXPECT_EQ(requests("stop"), 1);
+    EXPECT_EQ(program.err(), "");
+}
+
+TEST_P(AnExampleWithAgent, IsASensorThatSleeps)
+{
+    AgentProcess agent{home, {"--agent-version", version}};
+    Program program{sensor, {"--once", "--awake-ms", "1"}};
+    EXPECT_EQ(program.wait(), 0) << program.out();
+    const auto since = [this](const char *first, int count) { return version < first ? 0 : count; };
+    EXPECT_EQ(
+        home.journalled({"set_keepalive_intervals",
+                         R"([{"interval":120},{"interval":240},{"interval":480},{"interval":960},{"interval":1920}])"}),
+        since("1.3", 1));
+    EXPECT_EQ(home.journalled({"select_keepalive_intervals", R"([{"index":1},{"index":2},{"index":3}])"}),
+              since("1.3", 1));
+    EXPECT_EQ(requests("send_keepalive"), since("1.3", 1));
+    EXPECT_EQ(home.journalled({R"("method":"send_presence")", R"({"presence":0})"}), since("1.3", 1));
+    EXPECT_EQ(home.journalled({R"("method":"send_presence")", R"({"presence":1})"}), since("1.3", 1));
+    EXPECT_EQ(program.said("tcp header: source 192.0.2.10"), since("1.4", 1));
+    EXPECT_EQ(program.said("tcp header: destination port 443"), since("1.4", 1));
+    EXPECT_EQ(program.said("tcp header: "), since("1.4", 9));
+    EXPECT_EQ(home.journalled({R"("problem")"}), 0);
+    EXPECT_EQ(program.err(), "");
+}
+
+TEST_F(OtherExamples, TheHubStaysIfItIsToldTo)
+{
+    AgentProcess agent{home};
+    Program program{hub, {"--stay"}};
+    ASSERT_TRUE(program.says("hub: ready"));
+    EXPECT_NE(agent.command("state").find(R"("device_id":"fan-0001")"), std::string::npos);
+    agent.signal(SIGKILL);
+    program.says("hub: ready", 2);
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.wait(), 0) << program.out();
+    EXPECT_EQ(requests("unregister_sub_device"), 0);
+    EXPECT_EQ(::kill(home.latest_agent(), SIGTERM), 0);
+}
+
+TEST_F(OtherExamples, TheHubDoesNotWaitForEverForItsGroup)
+{
+    AgentProcess agent{home, {"--agent-version", "1.5"}};
+    agent.tell("fault get_group_id result 0"); // is answered so, and nothing follows
+    Program program{hub, {}};
+    EXPECT_EQ(program.wait(), 0) << program.out();
+    EXPECT_EQ(program.said("group: the agent does not tell"), 1);
+}
+
+TEST_F(OtherExamples, AFailedStepOfTheHubShowsInItsExitStatus)
+{
+    AgentProcess agent{home};
+    agent.tell("fault register_sub_device result -1");
+    Program program{hub, {}};
+    EXPECT_EQ(program.wait(), 1) << program.out();
+    EXPECT_EQ(program.said("  register_sub_device: OPERATION_FAILED"), 1);
+}
+
+TEST_F(OtherExamples, ABrokenLinkOfTheHubShowsInItsExitStatus)
+{
+    AgentProcess agent{home};
+    agent.tell("fault set_nick_name die");
+    Program program{hub, {}};
+    EXPECT_EQ(program.wait(), 3) << program.out();
+    EXPECT_EQ(program.said("set_nick_name: IO_ERROR"), 1);
+    EXPECT_EQ(program.said("stop: "), 0);
+}
+
+TEST_F(OtherExamples, TheSensorSleepsAsSoonAsItsKeepAliveHasEnded)
+{
+    AgentProcess agent{home};
+    Program program{sensor, {"--sleep-ms", "1", "--awake-ms", "600000"}};
+    for (int time = 1; time <= 3; ++time) {
+        program.says("send_keepalive: NONE", time);
+        agent.tell("emit keepalive_result_cb [" + std::to_string(time) + "]");
+        program.says("keep-alive: result " + std::to_string(time));
+        program.says("asleep: for 1 ms", time);
+    }
+    program.says("awake: time 4");
+    stops(program);
+    EXPECT_EQ(program.said("no result"), 0);
+}
+
+TEST_F(OtherExamples, WrongCommandLinesAreRefusedWithTheReason)
+{
+    const struct {
+        const std::string &program;
+        std::vector<std::string> arguments;
+        const char *complaint;
+    } lines[] = {
+        {hub, {"--foo"}, "hub: Unknown option --foo\nTry 'hub --help'.\n"},
+        {hub, {"--stay", "here"}, "hub: 'here' is no option\nTry 'hub --help'.\n"},
+        {sensor, {"--sleep-ms", "0"}, "sensor: times must be above 0\nTry 'sensor --help'.\n"},
+        {sensor, {"--awake-ms", "-1"}, "sensor: times must be above 0\nTry 'sensor --help'.\n"},
+    };
+    for (const auto &line : lines) {
+        Program program{line.program, line.arguments};
+        EXPECT_EQ(program.wait(), 2);
+        EXPECT_EQ(program.err(), line.complaint);
+        EXPECT_EQ(program.out(), "");
+    }
+}
+
+TEST_F(OtherExamples, HelpIsGiven)
+{
+    for (const std::string &path : {hub, sensor, std::string{KORVANE_WASHER_PATH}}) {
+        Program program{path, {"--help"}};
+        EXPECT_EQ(program.wait(), 0);
+        EXPECT_NE(program.out().find("Exit status: 0 done"), std::string::npos) << program.out();
+    }
+}
+
+} // namespace

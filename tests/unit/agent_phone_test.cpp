@@ -1,0 +1,303 @@
+// SPDX-License-Identifier: Apache-2.0
+// The phone's steps without a port: what they announce, what they refuse, what the device's answers change.
+#include "common_requests.hpp"
+#include "support/lone_device.hpp"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+using namespace kv;
+using namespace kv::virtual_agent;
+
+namespace {
+
+class AgentPhone : public testing::Test {
+protected:
+    AgentPhone()
+    {
+        device.listeners = 1;
+        device.state.running = true;
+    }
+
+    void be(const char *version) { device.state.version = Version::parse(version); }
+
+    std::string step(const char *name, const char *arguments = "null")
+    {
+        return device.phone.run(name, Json::parse(arguments).get()).text();
+    }
+    std::string refusal(const char *name, const char *arguments = "null")
+    {
+        try {
+            step(name, arguments);
+            return "";
+        } catch (const std::invalid_argument &why) {
+            return why.what();
+        }
+    }
+    /// The events so far, with their values, and forgets them.
+    std::string heard()
+    {
+        std::string all;
+        for (const Event &event : std::exchange(device.announced, {}))
+            all += std::string{all.empty() ? "" : " "} + event.name + event.values.text();
+        return all;
+    }
+    bool networks_found(int request, std::vector<AccessPoint> networks)
+    {
+        return device.phone.networks_found(request, std::move(networks));
+    }
+    void scan_finds(std::vector<AccessPoint> networks)
+    {
+        step("scan");
+        ASSERT_TRUE(networks_found(setup.last_request, std::move(networks)));
+        heard();
+    }
+    void connect()
+    {
+        step("connect");
+        heard();
+    }
+
+    test::LoneDevice device;
+    virtual_agent::Setup &setup = device.state.setup;
+
+    const AccessPoint home{"home", "02:00:00:00:00:01", 4, 3, 6, -48, 144, 2437};
+    const AccessPoint home_upstairs{"home", "02:00:00:00:00:02", 4, 3, 44, -61, 866, 5220};
+    const AccessPoint cafe{"cafe", "02:00:00:00:00:03", 0, 0, 11, -70, 54, 2462};
+};
+
+TEST_F(AgentPhone, ConnectsOnlyToADeviceWhoseServiceRuns)
+{
+    device.state.running = false;
+    EXPECT_EQ(refusal("connect"), "the device has not started its service, so no phone can find it");
+    device.state.running = true;
+    EXPECT_EQ(step("connect"), "{}");
+    EXPECT_EQ(heard(), R"(status_changed_cb{"status":1})");
+    EXPECT_EQ(refusal("connect"), "the phone is connected already");
+}
+
+TEST_F(AgentPhone, DoesNothingBeforeItIsConnected)
+{
+    for (const char *name : {"confirm", "pin", "scan", "provision", "leave"})
+        EXPECT_EQ(refusal(name), "the phone is not connected to the device; 'connect' comes first") << name;
+    EXPECT_EQ(refusal("language", R"({"type":"language","value":"fr-FR"})"),
+              "the phone is not connected to the device; 'connect' comes first");
+    EXPECT_EQ(heard(), "");
+}
+
+TEST_F(AgentPhone, SaysThatNobodyListens)
+{
+    connect();
+    device.listeners = 0;
+    EXPECT_EQ(refusal("scan"), "no application listens: none has registered scan_ap_cb");
+    EXPECT_FALSE(setup.scan);
+    EXPECT_EQ(setup.last_request, 0);
+    EXPECT_EQ(refusal("pin"), "no application listens: none has registered pin_generate_cb");
+    EXPECT_EQ(setup.pin.tries_left, 0);
+}
+
+TEST_F(AgentPhone, DoesNotKnowStepsOfNewerAgents)
+{
+    be("1.2");
+    connect();
+    EXPECT_EQ(refusal("language", R"({"type":"language","value":"fr-FR"})"),
+              "agent 1.2 does not know 'language', only 1.3 and newer ones do");
+    be("1.3");
+    EXPECT_EQ(refusal("get-provisioning", R"({"text":"model"})"),
+              "agent 1.3 does not know 'get-provisioning', only 1.4 and newer ones do");
+    be("1.0");
+    EXPECT_EQ(refusal("pin", R"({"kind":"ultrasound"})"),
+              "agent 1.0 knows no ultrasound PIN, only 1.1 and newer ones do");
+}
+
+TEST_F(AgentPhone, TakesAPinThatIsEnteredRightly)
+{
+    connect();
+    EXPECT_EQ(step("pin", R"({"pin":"12345678"})"), R"({"tries_left":3})");
+    EXPECT_EQ(heard(), R"(pin_generate_cb{"pin":"<secret, 8 bytes>","value":3})");
+    EXPECT_EQ(step("enter-pin", R"({"pin":"12345678"})"), R"({"verified":true,"tries_left":0})");
+    EXPECT_EQ(heard(), "pin_display_close_cb{}");
+    EXPECT_TRUE(setup.pin.verified);
+    EXPECT_EQ(refusal("enter-pin", R"({"pin":"12345678"})"), "no PIN is asked for; 'pin' comes first");
+}
+
+TEST_F(AgentPhone, GivesUpAfterThreeWrongPinsAndCanBeginAnew)
+{
+    connect();
+    step("pin", R"({"pin":"1111"})");
+    EXPECT_EQ(step("enter-pin", R"({"pin":"2222"})"), R"({"verified":false,"tries_left":2})");
+    EXPECT_EQ(step("enter-pin", R"({"pin":""})"), R"({"verified":false,"tries_left":1})");
+    heard();
+    EXPECT_EQ(step("enter-pin", R"({"pin":"1112"})"), R"({"verified":false,"tries_left":0})");
+    EXPECT_EQ(heard(), R"(pin_display_close_cb{} status_changed_cb{"status":5})");
+    EXPECT_EQ(setup.stage, Stage::failed);
+    EXPECT_EQ(step("pin", R"({"pin":"3333"})"), R"({"tries_left":3})");
+    EXPECT_EQ(step("enter-pin", R"({"pin":"3333"})"), R"({"verified":true,"tries_left":0})");
+}
+
+TEST_F(AgentPhone, TakesTheRandomPinOfTheDeviceBeforeAnyOther)
+{
+    connect();
+    setup.random_pin = "4444";
+    step("pin", R"({"pin":"5555"})");
+    EXPECT_EQ(step("enter-pin", R"({"pin":"4444"})"), R"({"verified":true,"tries_left":0})");
+}
+
+TEST_F(AgentPhone, TellsNobodyThePinOnTheLabel)
+{
+    connect();
+    EXPECT_EQ(refusal("pin", R"({"kind":"label"})"),
+              "the device has told no preconfigured PIN that could be on its label");
+    setup.preconfigured_pin = "6666";
+    step("pin", R"({"kind":"label"})");
+    EXPECT_EQ(step("enter-pin", R"({"pin":"6666"})"), R"({"verified":true,"tries_left":0})");
+    EXPECT_EQ(heard(), "");
+}
+
+TEST_F(AgentPhone, MakesAPinOfEightDigitsWhenNobodyGivesOne)
+{
+    connect();
+    step("pin");
+    EXPECT_EQ(setup.pin.text.size(), 8U);
+    EXPECT_EQ(setup.pin.text.find_first_not_of("0123456789"), std::string::npos);
+}
+
+TEST_F(AgentPhone, TakesNetworksOnlyForTheScanThatWaits)
+{
+    connect();
+    EXPECT_EQ(step("scan"), R"({"request":1})");
+    EXPECT_FALSE(networks_found(2, {home}));
+    EXPECT_TRUE(networks_found(1, {home, cafe}));
+    EXPECT_FALSE(networks_found(1, {})) << "a second answer";
+    EXPECT_EQ(setup.networks.size(), 2U);
+    EXPECT_EQ(step("scan"), R"({"request":2})");
+    EXPECT_TRUE(setup.networks.empty()) << "a new scan forgets the old one";
+}
+
+TEST_F(AgentPhone, BringsTheChosenNetworkAsARecordBefore13)
+{
+    be("1.2");
+    connect();
+    scan_finds({home, home_upstairs, cafe});
+    step("choose", R"({"index":1,"password":"laundry"})");
+    EXPECT_EQ(
+        heard(),
+        R"(wifi_ap_provisioning_cb{"ap_info":{"ssid":"home","pwd":"<secret, 7 bytes>","authtype":4,"enctype":3,)"
+        R"("channel":44,"bssid":"02:00:00:00:00:02","signal_level":0,"max_rate":0}} status_changed_cb{"status":2})");
+}
+
+TEST_F(AgentPhone, BringsTheChosenNetworkWithCandidatesFrom13AndItsAddressFrom14)
+{
+    be("1.3");
+    connect();
+    scan_finds({home, home_upstairs, cafe});
+    step("choose", R"({"ssid":"home","password":"laundry"})");
+    const std::string at_13 = heard();
+    EXPECT_NE(at_13.find(R"("ap_ssid":"home","ap_pwd":"<secret)"), std::string::npos) << at_13;
+    EXPECT_EQ(at_13.find("ap_bssid"), std::string::npos) << at_13;
+    EXPECT_NE(at_13.find(R"(\"bssid\":\"02:00:00:00:00:02\")"), std::string::npos) << "the other one is a candidate";
+    EXPECT_EQ(at_13.find("02:00:00:00:00:03"), std::string::npos) << "one of another name is not";
+    be("1.4");
+    step("choose", R"({"ssid":"home","password":"laundry"})");
+    EXPECT_NE(heard().find(R"("ap_bssid":"02:00:00:00:00:01")"), std::string::npos);
+}
+
+TEST_F(AgentPhone, ChoosesOnlyWhatTheDeviceHasFound)
+{
+    connect();
+    scan_finds({home});
+    EXPECT_EQ(refusal("choose", R"({"ssid":"cafe"})"),
+              "the device has found no network 'cafe'; 'scan' again, or say that it is hidden");
+    EXPECT_EQ(refusal("choose", R"({"index":1})"), "there is no network 1; the device has found 1");
+    EXPECT_EQ(refusal("choose", R"({"index":-1})"), "there is no network -1; the device has found 1");
+    EXPECT_EQ(refusal("choose"), "a network is chosen by 'ssid' or by 'index'");
+    EXPECT_EQ(refusal("choose", R"({"index":0,"pasword":"x"})").substr(0, 28), "there is no 'pasword' here; ");
+    EXPECT_EQ(heard(), "");
+    step("choose", R"({"ssid":"cafe","hidden":true})");
+    EXPECT_EQ(setup.stage, Stage::joining);
+}
+
+TEST_F(AgentPhone, DoesNotChooseWhenTheUserHasRefused)
+{
+    connect();
+    scan_finds({home});
+    step("confirm");
+    device.phone.confirmed(false);
+    EXPECT_EQ(refusal("choose", R"({"index":0})"), "the user at the device has refused; 'confirm' again");
+    step("confirm");
+    device.phone.confirmed(true);
+    EXPECT_EQ(refusal("choose", R"({"index":0})"), "");
+}
+
+TEST_F(AgentPhone, CanChooseAgainWhenTheDeviceCouldNotJoin)
+{
+    connect();
+    EXPECT_EQ(refusal("join"), "no network is chosen; 'choose' comes first");
+    scan_finds({home});
+    step("choose", R"({"index":0,"password":"wrong"})");
+    heard();
+    device.phone.could_not_join(2);
+    EXPECT_EQ(heard(), R"(status_changed_cb{"status":5})");
+    EXPECT_EQ(refusal("join"), "the device could not join the network: error code 2; 'choose' again");
+    step("choose", R"({"index":0,"password":"right"})");
+    step("join");
+    EXPECT_EQ(setup.stage, Stage::joined);
+    EXPECT_EQ(refusal("join"), "the device is not joining a network, the setup is joined");
+}
+
+TEST_F(AgentPhone, KeepsASettingThatTheDeviceHasTakenUp)
+{
+    connect();
+    EXPECT_EQ(step("language", R"({"type":"language","value":"fr-FR"})"), R"({"request":1})");
+    EXPECT_EQ(step("language", R"({"type":"voice","value":"de-DE"})"), R"({"request":2})");
+    EXPECT_TRUE(device.phone.language_taken_up(2, false));
+    EXPECT_TRUE(device.phone.language_taken_up(1, true));
+    EXPECT_FALSE(device.phone.language_taken_up(1, true)) << "a second answer";
+    EXPECT_EQ(setup.settings, (std::map<std::string, std::string>{{"language", "fr-FR"}}));
+}
+
+TEST_F(AgentPhone, EndsASetupOnlyWhenTheDeviceHasJoined)
+{
+    connect();
+    EXPECT_EQ(refusal("finish"), "a setup ends when the device has joined its network, but it is connected");
+    scan_finds({home});
+    step("choose", R"({"index":0})");
+    step("join");
+    step("finish");
+    EXPECT_TRUE(device.state.set_up);
+    EXPECT_TRUE(device.state.owned);
+    EXPECT_EQ(setup.stage, Stage::done);
+}
+
+TEST_F(AgentPhone, ResetsTheDeviceWhenItsUserConfirms)
+{
+    connect();
+    device.state.set_up = device.state.owned = true;
+    device.state.nicks[0] = "Washer";
+    setup.languages = {"en-GB"};
+    step("remove");
+    EXPECT_EQ(heard(), "reset_confirm_cb{}");
+    device.phone.reset_confirmed(false);
+    EXPECT_TRUE(device.state.owned);
+    EXPECT_EQ(heard(), "");
+    device.phone.reset_confirmed(true);
+    EXPECT_EQ(heard(), R"(status_changed_cb{"status":0} reset_result_cb{"result":true})");
+    EXPECT_FALSE(device.state.owned);
+    EXPECT_TRUE(device.state.nicks.empty());
+    EXPECT_EQ(setup.languages, std::vector<std::string>{"en-GB"}) << "what the device told of itself remains";
+}
+
+TEST_F(AgentPhone, TellsWrongArgumentsInASentence)
+{
+    connect();
+    EXPECT_EQ(refusal("connect", R"({"now":true})"), "there is no 'now' here");
+    EXPECT_EQ(refusal("enter-pin", R"({"pin":4711})"), "'pin' must be a text, not 4711");
+    EXPECT_EQ(refusal("enter-pin"), "'pin' is missing");
+    EXPECT_EQ(refusal("choose", R"({"index":1.5})"), "'index' must be a whole number of 32 bits, not 1.5");
+    EXPECT_EQ(refusal("choose", R"({"ssid":"x","hidden":"yes"})"), R"('hidden' must be true or false, not "yes")");
+    EXPECT_EQ(refusal("pin", R"({"kind":"smell"})"), "a PIN is of kind display, ultrasound or label, not 'smell'");
+    EXPECT_EQ(refusal("dance"), "the phone has no step 'dance'");
+}
+
+} // namespace

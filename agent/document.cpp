@@ -19,8 +19,6 @@ constexpr const char *no_secrets[] = {
     // requests by number
     "common_interface", "req_id", "dev_name", "wifi_mode", "wifi_freq", "wifi_authtype", "device_no", "device_type",
     "disable_signin", "region", "auth_provider", "ci_server", "deploy_env", "iatt",
-    // push messages
-    "custom_push_msg", "title", "body", "message", "text", "type", "value", "id",
     // tokens
     "uuid", "server_name", "server_url", "expiration_time", "error",
 };

@@ -30,7 +30,7 @@ std::optional<int> delay_in(Arguments &arguments)
 {
     const std::optional<int> given = arguments.number("after_ms");
     if (given && *given < 0)
-        refuse("\"after_ms\" must be milliseconds from now, not " + std::to_string(*given));
+        refuse("'after_ms' must be milliseconds from now, not " + std::to_string(*given));
     return given;
 }
 
@@ -324,7 +324,7 @@ Json Cloud::keep_alive(Arguments &arguments)
     const std::optional<int> result = arguments.number("result");
     arguments.end();
     if (!result)
-        refuse("\"result\" is missing: what keep-alives end with from now on, 0 for well");
+        refuse("'result' is missing: what keep-alives end with from now on, 0 for well");
     cloud().keep_alive.result = *result;
     return Json::object();
 }
@@ -379,7 +379,7 @@ Json Cloud::device_list(Arguments &arguments)
     const cJSON *given = arguments.any("devices");
     arguments.end();
     if (given && !cJSON_IsArray(given))
-        refuse("\"devices\" must be an array of ids");
+        refuse("'devices' must be an array of ids");
     Json records = Json::array();
     const auto add = [&records](Json id) { records.append(std::move(Json::object().set("device_id", std::move(id)))); };
     if (given)
@@ -399,7 +399,7 @@ Json Cloud::last_status(Arguments &arguments)
     std::optional<std::string> text = arguments.document("text");
     arguments.end();
     if (!text && !cloud().last_status)
-        refuse("the device has told no last status; give one as \"text\"");
+        refuse("the device has told no last status; give one as 'text'");
     if (!text) {
         Json told = Json::object();
         told.set("timestamp", cloud().last_status->timestamp).set("error_code", cloud().last_status->error_code);

@@ -78,7 +78,7 @@ Json view_of(const LastStatus &status)
 Json view_of(const Terms &terms)
 {
     Json shown = Json::object();
-    shown.set("data", shown_text(terms.data)).set("url", shown_text(terms.url));
+    shown.set("data", show_masked(terms.data.c_str())).set("url", shown_text(terms.url));
     shown.set("type", or_null(terms.type)).set("status", or_null(terms.status));
     return shown;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The connection to the cloud, and the keep-alives that go over it.
 #include "agent_cloud_fixture.hpp"
+#include "from_json.hpp"
 
 #include <fstream>
 #include <sstream>
@@ -20,34 +21,27 @@ namespace {
 
 constexpr int keep_alive_size = 12; // "keep-alive" and the end of a line
 
-template <class A, class Record, int Record::*Member>
-proxy::Owned<proxy::ArrayValue<A>> records_of(const std::vector<int> &numbers)
+/// Records of one number each.
+template <class A>
+auto records_of(const char *field, const std::vector<int> &numbers)
 {
-    proxy::Owned<proxy::ArrayValue<A>> array{proxy::ArrayCodec<A>::create()};
-    array->count = static_cast<int>(numbers.size());
-    for (int number : numbers) {
-        EXPECT_TRUE(array->reserve_next());
-        auto *record = new (std::nothrow) Record;
-        record->*Member = number;
-        array->items[array->present] = record;
-        ++array->present;
-    }
-    return array;
+    Json records = Json::array();
+    for (int number : numbers)
+        records.append(std::move(Json::object().set(field, number)));
+    return from_json(describe::Arr<A, "records">{}, records.get());
 }
 
 class AgentSession : public AgentCloud {
 protected:
     int tell_intervals(const std::vector<int> &seconds)
     {
-        const auto records = records_of<master::keepalive_info_array, rpc_port_korvane_keepalive_info_s,
-                                        &rpc_port_korvane_keepalive_info_s::interval>(seconds);
-        return ask(master::set_keepalive_intervals{}, records.get());
+        return ask(master::set_keepalive_intervals{},
+                   records_of<master::keepalive_info_array>("interval", seconds).get());
     }
     int select(const std::vector<int> &indexes)
     {
-        const auto records = records_of<master::keepalive_index_info_array, rpc_port_korvane_keepalive_index_info_s,
-                                        &rpc_port_korvane_keepalive_index_info_s::index>(indexes);
-        return ask(master::select_keepalive_intervals{}, records.get());
+        return ask(master::select_keepalive_intervals{},
+                   records_of<master::keepalive_index_info_array>("index", indexes).get());
     }
     void sign_in()
     {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the application tells the cloud, and gets back of it.
 #include "agent_cloud_fixture.hpp"
+#include "from_json.hpp"
 
 #include <rpc_port_stub.h>
 
@@ -54,16 +55,12 @@ std::string member(const std::string &document, const char *name)
     return text ? text : "";
 }
 
-proxy::Owned<proxy::ArrayValue<master::int_array>> numbers(const std::vector<int> &values)
+auto numbers(const std::vector<int> &values)
 {
-    proxy::Owned<proxy::ArrayValue<master::int_array>> array{proxy::ArrayCodec<master::int_array>::create()};
-    array->count = static_cast<int>(values.size());
-    for (int value : values) {
-        EXPECT_TRUE(array->reserve_next());
-        array->items[array->present] = value;
-        ++array->present;
-    }
-    return array;
+    Json list = Json::array();
+    for (int value : values)
+        list.append(value);
+    return from_json(describe::Arr<master::int_array, "numbers">{}, list.get());
 }
 
 TEST_F(AgentCloud, KnowsThePlatformByDeviceNumberWhicheverFormItIsToldIn)
@@ -96,14 +93,28 @@ TEST_F(AgentCloud, KnowsNamesTypesNicksAndProfilesByDeviceNumber)
 
 TEST_F(AgentCloud, KnowsTheTerms)
 {
-    EXPECT_TRUE(has(shown(), R"("terms":{"data":"","url":"","type":null,"status":null})"));
+    EXPECT_TRUE(has(shown(), R"("terms":{"data":"<secret, 0 bytes>","url":"","type":null,"status":null})"));
     EXPECT_EQ(ask(master::set_tnc_data{}, R"({"tnc_version":"3"})"), 0);
     EXPECT_EQ(ask(master::set_tnc_data{}, "3"), -1);
+    EXPECT_EQ(state.cloud.terms.data, R"({"tnc_version":"3"})");
     ask(master::set_tnc_url{}, "https://terms.example");
     ask(master::set_tnc_type{}, 5);
     ask(master::set_tnc_status{}, -1);
-    EXPECT_TRUE(has(shown(), R"("terms":{"data":"{\"tnc_version\":\"3\"}","url":"https://terms.example",)"
+    EXPECT_TRUE(has(shown(), R"("terms":{"data":"<secret, 19 bytes>","url":"https://terms.example",)"
                              R"("type":5,"status":-1})"));
+}
+
+TEST_F(AgentCloud, AsksForDiagnostics)
+{
+    step("diagnostics", R"({"value":7,"text":{"level":"full"}})");
+    step("diagnostics");
+    ASSERT_EQ(device.announced.size(), 2U);
+    Reader full{device.announced[0]};
+    EXPECT_EQ(full.number(), 7);
+    EXPECT_EQ(full.text(), R"({"level":"full"})");
+    Reader plain{device.announced[1]};
+    EXPECT_EQ(plain.number(), 0);
+    EXPECT_EQ(plain.text(), "{}");
 }
 
 TEST_F(AgentCloud, BringsBackTheLastStatusThatItWasTold)
@@ -140,8 +151,7 @@ TEST_F(AgentCloud, KeepsPushMessagesAndShowsNoSecretOfThem)
     EXPECT_EQ(common(R"({"common_interface":2})"), -1);
     EXPECT_EQ(common("no document"), -1);
     EXPECT_EQ(common(R"({"common_interface":77})"), -1);
-    EXPECT_TRUE(has(shown(), R"("send_custom_push":[{"common_interface":2,"custom_push_msg":{"title":"done",)"
-                             R"("pass":"<secret, 6 bytes>"}})"));
+    EXPECT_TRUE(has(shown(), R"("send_custom_push":[{"common_interface":2,"custom_push_msg":"<secret, 30 bytes>"})"));
 }
 
 // ---- sub-devices -----------------------------------------------------------------------------------------------------

@@ -123,7 +123,7 @@ struct korvane_test_agent_s {
     Variable runtime{"KORVANE_RUNTIME_DIR", directory.at("run")};
     Process process;
     std::string problem{};
-    double next_entry = 0; // of the agent's journal, to be looked at by the next wait
+    int next_entry = 0; // of the agent's journal, to be looked at by the next wait
 };
 
 namespace {
@@ -151,22 +151,16 @@ auto contained(korvane_test_agent_s *agent, Work work) -> decltype(work())
 Json ask(korvane_test_agent_s *agent, const std::string &line, int within_ms = patience_ms)
 {
     std::optional<std::string> answer;
-    if (agent->process.write_line(line))
+    const bool taken = agent->process.write_line(line);
+    if (taken)
         run_until([&] { return (answer = agent->process.read_line()) || agent->process.ended(); }, within_ms);
     if (!answer)
-        throw std::runtime_error{agent->process.ended() ? "the agent has died" : "the agent does not answer"};
+        throw std::runtime_error{taken && !agent->process.ended() ? "the agent does not answer" : "the agent has died"};
     Json whole = parsed(answer->c_str());
     if (cJSON_IsTrue(member(whole, "ok")))
         return whole;
     const char *error = cJSON_GetStringValue(member(whole, "error"));
     throw std::runtime_error{error ? error : *answer};
-}
-
-/// A command with its arguments by name.
-Json ask(korvane_test_agent_s *agent, const char *command, Json arguments, int within_ms = patience_ms)
-{
-    cJSON_AddStringToObject(arguments.get(), "command", command);
-    return ask(agent, text_of(arguments), within_ms);
 }
 
 Json object()
@@ -182,6 +176,34 @@ void add(Json &object, const char *name, Json value)
 Json text_value(const char *text)
 {
     return {cJSON_CreateString(text), cJSON_Delete};
+}
+
+int number_in(const cJSON *object, const char *name)
+{
+    const cJSON *number = cJSON_GetObjectItemCaseSensitive(object, name);
+    return cJSON_IsNumber(number) ? number->valueint : 0;
+}
+
+/// Plays a scenario, given as the command takes it, to its end.
+void play(korvane_test_agent_s *agent, const std::string &scenario, int within_ms)
+{
+    ask(agent, "play " + scenario);
+    std::string problem;
+    const bool over = run_until(
+        [&] {
+            const Json answer = ask(agent, "state play");
+            const cJSON *state = member(answer, "state");
+            const char *text = cJSON_GetStringValue(cJSON_GetObjectItemCaseSensitive(state, "problem"));
+            problem = text ? text : "";
+            return cJSON_IsFalse(cJSON_GetObjectItemCaseSensitive(state, "running")) != 0;
+        },
+        within_ms);
+    if (!over) {
+        ask(agent, "stop-play");
+        problem = "the scenario takes longer than " + std::to_string(within_ms) + " ms";
+    }
+    if (!problem.empty())
+        throw std::runtime_error{problem};
 }
 
 /// A filter of the journal for the calls of a method.
@@ -226,12 +248,10 @@ bool korvane_test_tell(korvane_test_agent *agent, const char *command)
 bool korvane_test_wait_for_call(korvane_test_agent *agent, const char *method, const char *with, int within_ms)
 {
     return contained(agent, [&] {
-        Json arguments = object();
-        add(arguments, "filter", calls_of(method, with));
-        cJSON_AddNumberToObject(arguments.get(), "within_ms", within_ms);
-        cJSON_AddNumberToObject(arguments.get(), "since", agent->next_entry);
-        const Json answer = ask(agent, "wait", std::move(arguments), within_ms + patience_ms);
-        agent->next_entry = cJSON_GetNumberValue(cJSON_GetObjectItemCaseSensitive(member(answer, "entry"), "seq")) + 1;
+        const std::string line = "wait " + text_of(calls_of(method, with)) + " " + std::to_string(within_ms) + " " +
+                                 std::to_string(agent->next_entry);
+        const Json answer = ask(agent, line, within_ms + patience_ms);
+        agent->next_entry = number_in(member(answer, "entry"), "seq") + 1;
         return true;
     });
 }
@@ -244,31 +264,22 @@ bool korvane_test_until(korvane_test_agent *agent, const char *path, const char 
         Json step = object();
         add(step, "until", std::move(wanted));
         cJSON_AddNumberToObject(step.get(), "within_ms", within_ms);
-        Json steps{cJSON_CreateArray(), cJSON_Delete};
-        cJSON_AddItemToArray(steps.get(), step.release());
-        Json scenario = object();
-        add(scenario, "steps", std::move(steps));
-        Json arguments = object();
-        add(arguments, "scenario", std::move(scenario));
-        return static_cast<bool>(ask(agent, "play", std::move(arguments), within_ms + patience_ms));
+        play(agent, R"({"steps":[)" + text_of(step) + "]}", within_ms + patience_ms);
+        return true;
     });
 }
 
 int korvane_test_count_calls(korvane_test_agent *agent, const char *method)
 {
-    return contained(agent, [&] {
-        Json arguments = object();
-        add(arguments, "filter", calls_of(method, nullptr));
-        return static_cast<int>(cJSON_GetNumberValue(member(ask(agent, "count", std::move(arguments)), "count")));
-    });
+    return contained(
+        agent, [&] { return number_in(ask(agent, "count " + text_of(calls_of(method, nullptr))).get(), "count"); });
 }
 
 bool korvane_test_play(korvane_test_agent *agent, const char *path, int within_ms)
 {
     return contained(agent, [&] {
-        Json arguments = object();
-        add(arguments, "scenario", text_value(path));
-        return static_cast<bool>(ask(agent, "play", std::move(arguments), within_ms));
+        play(agent, text_of(text_value(path)), within_ms);
+        return true;
     });
 }
 

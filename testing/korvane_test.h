@@ -31,7 +31,8 @@ typedef struct korvane_test_agent_s korvane_test_agent;
 /** How the agent is to be. Zero means what is said for each; the structure may be NULL for all of it. */
 typedef struct {
     const char *version; /**< the version to be, "1.0" to "2.3"; NULL for the newest */
-    const char *program; /**< the agent's program; NULL for KORVANE_AGENT of the environment, else korvane-agent on the PATH */
+    const char
+        *program; /**< the agent's program; NULL for KORVANE_AGENT of the environment, else korvane-agent on the PATH */
     const char *const *arguments; /**< more of its arguments, a list that ends with NULL; NULL for none */
 } korvane_test_options;
 

@@ -6,7 +6,7 @@ cmake_minimum_required(VERSION 3.25)
 
 # What each layer may include of the tree besides its own folder: paths from the root, as regular expressions.
 set(description "src/korvane_master_proxy/(array_codec|describe|interface|log|parcel|record_types|wire)\\.hpp")
-set(layers include platform/include platform/host common src/korvane_master_proxy src/korvane agent tools examples)
+set(layers include platform/include platform/host common src/korvane_master_proxy src/korvane agent testing tools examples)
 set(may_use_include "")
 set(may_use_platform/include "")
 set(may_use_platform/host platform/include/)
@@ -16,6 +16,7 @@ set(may_use_src/korvane src/korvane_master_proxy/ common/ platform/include/ incl
 # The other side of the wire shares its description and the code that reads and writes parcels, nothing else.
 set(may_use_agent ${description} common/ platform/include/)
 set(may_use_tools ${description} common/ platform/include/ include/)
+set(may_use_testing "")
 # What an application sees, and nothing more.
 set(may_use_examples include/)
 

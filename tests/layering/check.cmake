@@ -16,7 +16,7 @@ set(may_use_src/korvane src/korvane_master_proxy/ common/ platform/include/ incl
 # The other side of the wire shares its description and the code that reads and writes parcels, nothing else.
 set(may_use_agent ${description} common/ platform/include/)
 set(may_use_tools ${description} common/ platform/include/ include/)
-set(may_use_testing "")
+set(may_use_testing include/)
 # What an application sees, and nothing more.
 set(may_use_examples include/)
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "control/http.hpp"
 
-#include "control/console_files.hpp"
+#include "embedded.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -82,6 +82,19 @@ void set_common_headers(SoupServerMessage *message, const std::optional<Guard> &
     soup_message_headers_replace(headers, "Cache-Control", "no-store");
     soup_message_headers_replace(headers, "Referrer-Policy", "no-referrer");
     soup_message_headers_replace(headers, "Cross-Origin-Resource-Policy", "same-origin");
+}
+
+/// Of a file of the console, by its ending.
+const char *type_of(const std::string &name)
+{
+    constexpr std::pair<const char *, const char *> types[] = {{".html", "text/html; charset=utf-8"},
+                                                               {".css", "text/css; charset=utf-8"},
+                                                               {".js", "text/javascript; charset=utf-8"},
+                                                               {".svg", "image/svg+xml"}};
+    for (const auto &[ending, type] : types)
+        if (g_str_has_suffix(name.c_str(), ending))
+            return type;
+    return "application/octet-stream";
 }
 
 const char *kind_name(Parameter::Kind kind)
@@ -275,16 +288,17 @@ void HttpControl::answer(SoupServerMessage *message, const std::string &path, GH
     if (path.rfind(std::string{api} + "/", 0) == 0)
         return answer_command(message, path.substr(std::strlen(api) + 1), query);
 
+    const std::string name = path == "/" ? "index.html" : path.substr(1);
     const auto &files = console_files();
     const auto file =
-        std::find_if(files.begin(), files.end(), [&](const ConsoleFile &one) { return one.path == path; });
+        std::find_if(files.begin(), files.end(), [&](const EmbeddedFile &one) { return one.name == name; });
     if (path != api && file == files.end())
         return refuse(message, SOUP_STATUS_NOT_FOUND, "there is nothing here; GET /v1 says what there is");
     if (!is(message, "GET"))
         return refuse_method(message, "GET");
     if (path == api)
         return respond(message, SOUP_STATUS_OK, overview(agent_));
-    respond(message, SOUP_STATUS_OK, file->type, file->bytes);
+    respond(message, SOUP_STATUS_OK, type_of(name), file->bytes);
 }
 
 void HttpControl::answer_command(SoupServerMessage *message, const std::string &name, GHashTable *query)

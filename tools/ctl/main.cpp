@@ -13,7 +13,7 @@ using namespace kv::ctl;
 
 namespace {
 
-const Verb *const verbs[] = {&call_verb, &functions_verb};
+const Verb *const verbs[] = {&call_verb, &functions_verb, &trace_verb, &doctor_verb};
 
 constexpr const char *epilogue = "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no agent.\n"
                                  "'korvanectl VERB --help' shows a verb with examples.";

@@ -29,5 +29,7 @@ struct Verb {
 
 extern const Verb call_verb;
 extern const Verb functions_verb;
+extern const Verb trace_verb;
+extern const Verb doctor_verb;
 
 } // namespace kv::ctl

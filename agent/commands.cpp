@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands.hpp"
 
+#include "command_actions.hpp"
+#include "scenario/plays.hpp"
+
 #include <algorithm>
 #include <sstream>
 #include <stdexcept>
@@ -9,95 +12,21 @@ namespace kv::virtual_agent {
 
 namespace {
 
-Json state(Steered &agent, Arguments &)
+/// Takes the first value from a row of them.
+std::string next_text(const Parameter &parameter, std::istringstream &words)
 {
-    return std::move(Json::object().set("state", view_of(agent)));
-}
-
-Json emit(Steered &agent, Arguments &arguments)
-{
-    const std::string name = arguments.required_text("event");
-    const DelegateEntry *delegate = find_delegate(name);
-    if (!delegate)
-        throw std::invalid_argument{"there is no event '" + name + "'"};
-    const cJSON *values = arguments.any("values");
-    const Json none = Json::array();
-    return std::move(Json::object().set("peers", agent.server.emit(*delegate, values ? values : none.get())));
-}
-
-Json fault(Steered &agent, Arguments &arguments)
-{
-    const std::string name = arguments.required_text("method");
-    const MethodEntry *method = find_method(name);
-    if (!method && name != "all")
-        throw std::invalid_argument{"there is no method '" + name + "'; 'all' stands for every one"};
-    const Fault fault = parse_fault(arguments.required_text("fault"), arguments.number("value"));
-    agent.faults.set(method ? method->id : Faults::every_method, fault, arguments.number("times").value_or(1));
-    return Json::object();
-}
-
-Json update(Steered &agent, Arguments &arguments)
-{
-    const std::string step = arguments.required_text("step");
-    const std::optional<std::string> value = arguments.text("value");
-    const auto announced = [](bool heard) { return std::move(Json::object().set("announced", heard)); };
-    if (step == "complete")
-        return announced(agent.updates.complete(value ? Version::parse(*value) : agent.state.version));
-    if (step == "fail")
-        return announced(agent.updates.fail(value ? parse_number(*value, "the code") : -1));
-    if (step == "ready") {
-        if (value != "on" && value != "off")
-            throw std::invalid_argument{"ready is on or off, not " + value.value_or("missing")};
-        agent.state.update_ready = value == "on";
-        return Json::object();
+    std::string text;
+    if (parameter.kind != Parameter::Kind::json) {
+        words >> text;
+        return text;
     }
-    if (step != "start" && step != "install")
-        throw std::invalid_argument{"an update has no step '" + step + "'"};
-    if (value)
-        throw std::invalid_argument{"nothing can follow here: " + *value};
-    return announced(step == "start" ? agent.updates.start() : agent.updates.install());
-}
-
-Json phone(Steered &agent, Arguments &arguments)
-{
-    const std::string step = arguments.required_text("step");
-    return std::move(Json::object().set("phone", agent.phone.run(step, arguments.any("with"))));
-}
-
-Json cloud(Steered &agent, Arguments &arguments)
-{
-    const std::string step = arguments.required_text("step");
-    return std::move(Json::object().set("cloud", agent.cloud.run(step, arguments.any("with"))));
-}
-
-Json clock(Steered &agent, Arguments &arguments)
-{
-    const std::string what = arguments.required_text("what");
-    const std::optional<int> milliseconds = arguments.number("ms");
-    if (what == "stand")
-        agent.clock.stand();
-    else if (what == "run")
-        agent.clock.run();
-    else if (what != "advance")
-        throw std::invalid_argument{"the clock can stand, run or advance, not '" + what + "'"};
-    else if (!agent.clock.stands())
-        throw std::invalid_argument{"only a clock that stands can be moved on; 'clock stand' comes first"};
-    else if (!milliseconds || *milliseconds < 0)
-        throw std::invalid_argument{"by how many milliseconds is the clock to be moved on?"};
-    else
-        agent.clock.advance(*milliseconds);
-    return std::move(Json::object().set("now_ms", agent.clock.now_ms()));
-}
-
-Json quit(Steered &agent, Arguments &)
-{
-    agent.quit();
-    return Json::object();
-}
-
-Json help(Steered &, Arguments &)
-{
-    return std::move(Json::object().set("help", command_help()));
+    std::getline(words >> std::ws, text);
+    if (const std::size_t length = Json::length_of_first(text); length > 0 && length < text.size()) {
+        words.clear();
+        words.str(text.substr(length));
+        text.resize(length);
+    }
+    return text;
 }
 
 /// The arguments of a command from the words of a line.
@@ -105,20 +34,11 @@ Json arguments_from(const Command &command, std::istringstream &words)
 {
     Json arguments = Json::object();
     for (const Parameter &parameter : command.parameters) {
-        std::string word;
-        if (parameter.kind == Parameter::Kind::json)
-            std::getline(words >> std::ws, word);
-        else
-            words >> word;
-        if (word.empty())
+        const std::string text = next_text(parameter, words);
+        if (text.empty())
             break;
-        if (word == "-") // nothing, so that what stands behind it can be given
-            continue;
-        switch (parameter.kind) {
-        case Parameter::Kind::word: arguments.set(parameter.name, word); break;
-        case Parameter::Kind::number: arguments.set(parameter.name, parse_number(word, parameter.name)); break;
-        case Parameter::Kind::json: arguments.set(parameter.name, Json::parse(word)); break;
-        }
+        if (text != "-") // nothing, so that what stands behind it can be given
+            arguments.set(parameter.name, argument_from(parameter, text));
     }
     if (std::string more; words >> more)
         throw std::invalid_argument{"nothing can follow here: " + more};
@@ -130,44 +50,46 @@ Json arguments_from(const Command &command, std::istringstream &words)
 Json view_of(const Steered &agent)
 {
     Json all = agent.state.view();
-    all.set("peers", agent.server.view()).set("faults", agent.faults.view());
+    all.set("peers", agent.server.view()).set("faults", agent.faults.view()).set("play", agent.plays.view());
     return all;
 }
 
+// A table
+// clang-format off
 const std::vector<Command> &all_commands()
 {
     using enum Parameter::Kind;
+    using enum Command::Effect;
     static const std::vector<Command> commands = {
-        {"state", {}, state, "what the agent knows, who is connected, and which faults are to come"},
-        {"emit",
-         {{"event", word, true}, {"values", json, false}},
-         emit,
+        {"state", {{"path", word, false}}, command::state, asks,
+         "what the agent knows, who is connected, and which faults are to come; or the part at a path: setup.networks.0.ssid"},
+        {"journal", {{"since", number, false}, {"limit", number, false}, {"filter", json, false}}, command::journal, asks,
+         "what was noted, from an entry's number on; FILTER is an object that entries must match"},
+        {"count", {{"filter", json, false}}, command::count, asks, "how many entries match"},
+        {"wait", {{"filter", json, false}, {"within_ms", number, false}, {"since", number, false}}, command::wait, asks,
+         "answers when an entry is there that matches; by default within 5000 ms from now on"},
+        {"clear", {}, command::clear, changes, "forgets all entries; their numbers go on"},
+        {"emit", {{"event", word, true}, {"values", json, false}}, command::emit, changes,
          "sends an event to all who registered for it; VALUES is a JSON array"},
-        {"fault",
-         {{"method", word, true}, {"fault", word, true}, {"value", number, false}, {"times", number, false}},
-         fault,
+        {"fault", {{"method", word, true}, {"fault", word, true}, {"value", number, false}, {"times", number, false}}, command::fault, changes,
          "makes the next TIMES requests of a method, or of all, go wrong; 0 takes that back"},
-        {"update",
-         {{"step", word, true}, {"value", word, false}},
-         update,
+        {"update", {{"step", word, true}, {"value", word, false}}, command::update, changes,
          "plays a step of the agent's being updated: start, install, complete [VERSION], fail [CODE], ready on|off"},
-        {"phone",
-         {{"step", word, true}, {"with", json, false}},
-         phone,
+        {"phone", {{"step", word, true}, {"with", json, false}}, command::phone, changes,
          "does what the user does with the phone; WITH is a JSON object"},
-        {"cloud",
-         {{"step", word, true}, {"with", json, false}},
-         cloud,
+        {"cloud", {{"step", word, true}, {"with", json, false}}, command::cloud, changes,
          "lets something happen in the cloud; WITH is a JSON object"},
-        {"clock",
-         {{"what", word, true}, {"ms", number, false}},
-         clock,
+        {"clock", {{"what", word, true}, {"ms", number, false}}, command::clock, changes,
          "makes the agent's time stand or run; a standing one advances by MS"},
-        {"help", {}, help, "this list"},
-        {"quit", {}, quit, "stops the agent"},
+        {"play", {{"scenario", json, true}}, command::play, changes,
+         "plays a scenario: an object, or the path of a file as a text; 'state play' shows how it goes"},
+        {"stop-play", {}, command::stop_play, changes, "ends the scenario that is played"},
+        {"help", {}, command::help, asks, "this list"},
+        {"quit", {}, command::quit, changes, "stops the agent"},
     };
     return commands;
 }
+// clang-format on
 
 const Command *find_command(const std::string &name)
 {
@@ -189,7 +111,10 @@ std::string Command::form() const
     return text;
 }
 
-Json run_command(Steered &agent, const Command &command, const cJSON *arguments)
+namespace {
+
+/// Refuses what is missing and what is not known.
+Arguments checked(const Command &command, const cJSON *arguments)
 {
     Arguments taken{arguments};
     for (const Parameter &parameter : command.parameters)
@@ -197,10 +122,54 @@ Json run_command(Steered &agent, const Command &command, const cJSON *arguments)
             throw std::invalid_argument{std::string{"'"} + parameter.name + "' is missing; it is " + command.name +
                                         " " + command.form()};
     taken.end();
-    return command.run(agent, taken);
+    return taken;
 }
 
-Json run_line(Steered &agent, const std::string &line)
+void note(Steered &agent, const Command &command, bool ok)
+{
+    if (command.effect == Command::Effect::asks)
+        return;
+    agent.journal.write(Journal::now(), std::move(Json::object().set("command", command.name).set("ok", ok)),
+                        std::string{"command "} + command.name + (ok ? "" : "  [failed]"));
+}
+
+} // namespace
+
+Json run_command(Steered &agent, const Command &command, const cJSON *arguments)
+{
+    Arguments taken = checked(command, arguments);
+    return std::get<Command::Run>(command.action)(agent, taken);
+}
+
+Json good_answer(Json facts)
+{
+    return std::move(Json::object().set("ok", true).add(std::move(facts)));
+}
+
+Json bad_answer(const std::string &problem)
+{
+    return std::move(Json::object().set("ok", false).set("error", problem));
+}
+
+std::unique_ptr<Waiting> carry_out(Steered &agent, const Command &command, const cJSON *arguments, Reply reply)
+{
+    Json answer;
+    try {
+        if (command.waits()) {
+            Arguments taken = checked(command, arguments);
+            return std::get<Command::Start>(command.action)(agent, taken, reply);
+        }
+        answer = good_answer(run_command(agent, command, arguments));
+        note(agent, command, true);
+    } catch (const std::exception &problem) {
+        answer = bad_answer(problem.what());
+        note(agent, command, false);
+    }
+    reply(std::move(answer));
+    return nullptr;
+}
+
+std::unique_ptr<Waiting> carry_out_line(Steered &agent, const std::string &line, Reply reply)
 {
     try {
         std::istringstream words{line};
@@ -210,12 +179,21 @@ Json run_line(Steered &agent, const std::string &line)
         if (!command)
             throw std::invalid_argument{"there is no command '" + name + "'; try help"};
         const Json arguments = arguments_from(*command, words);
-        Json answer = Json::object();
-        answer.set("ok", true).add(run_command(agent, *command, arguments.get()));
-        return answer;
+        return carry_out(agent, *command, arguments.get(), std::move(reply));
     } catch (const std::exception &problem) {
-        return std::move(Json::object().set("ok", false).set("error", problem.what()));
+        reply(bad_answer(problem.what()));
+        return nullptr;
     }
+}
+
+Json argument_from(const Parameter &parameter, const std::string &text)
+{
+    switch (parameter.kind) {
+    case Parameter::Kind::word: return text;
+    case Parameter::Kind::number: return parse_number(text, parameter.name);
+    case Parameter::Kind::json: return Json::parse(text);
+    }
+    return {};
 }
 
 std::string command_help()

@@ -3,6 +3,7 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -35,19 +36,13 @@ Journal::Listener Journal::listen(Hear hear)
 
 void Journal::write(std::int64_t time_us, Json facts, const std::string &words)
 {
-    std::erase_if(listeners_, [](const auto &listener) { return listener.expired(); });
-    for (const auto &listener : std::vector{listeners_}) // one may go, or come, when it hears something
-        if (const Listener hear = listener.lock())
-            (*hear)(facts);
-    if (file_) {
-        Json line = Json::object();
-        line.set("time_us", time_us);
-        for (const cJSON *fact = facts.get()->child; fact; fact = fact->next)
-            line.set(fact->string, Json::parse(text_of(fact)));
-        if (std::fprintf(file_.get(), "%s\n", line.text().c_str()) < 0 || std::fflush(file_.get()) != 0) {
-            std::fprintf(stderr, "korvane-agent: cannot write the log: %s; it ends here\n", std::strerror(errno));
-            file_.reset();
-        }
+    Json entry = Json::object();
+    entry.set("seq", ++last_seq_).set("time_us", time_us).add(std::move(facts));
+    const std::string text = entry.text();
+    remember(text);
+    if (file_ && (std::fprintf(file_.get(), "%s\n", text.c_str()) < 0 || std::fflush(file_.get()) != 0)) {
+        std::fprintf(stderr, "korvane-agent: cannot write the log: %s; it ends here\n", std::strerror(errno));
+        file_.reset();
     }
     if (verbose_) {
         const std::time_t seconds = time_us / G_USEC_PER_SEC;
@@ -56,6 +51,34 @@ void Journal::write(std::int64_t time_us, Json facts, const std::string &words)
         std::fprintf(stderr, "%02d:%02d:%02d.%06d  %s\n", local.tm_hour, local.tm_min, local.tm_sec,
                      static_cast<int>(time_us % G_USEC_PER_SEC), words.c_str());
     }
+    std::erase_if(listeners_, [](const auto &listener) { return listener.expired(); });
+    for (const auto &listener : std::vector{listeners_}) // one may go, or come, when it hears something
+        if (const Listener hear = listener.lock())
+            (*hear)(entry);
+}
+
+void Journal::remember(const std::string &text)
+{
+    noted_bytes_ += static_cast<std::int64_t>(text.size());
+    kept_bytes_ += text.size();
+    entries_.push_back({last_seq_, noted_bytes_, text});
+    while (entries_.size() > most_entries || kept_bytes_ > most_bytes) {
+        kept_bytes_ -= entries_.front().text.size();
+        entries_.pop_front();
+    }
+}
+
+std::deque<Journal::Entry>::const_iterator Journal::from(std::int64_t seq) const
+{
+    const std::int64_t first = next_seq() - static_cast<std::int64_t>(entries_.size());
+    return entries_.begin() + std::clamp<std::int64_t>(seq - first, 0, next_seq() - first);
+}
+
+void Journal::clear()
+{
+    entries_.clear();
+    entries_.shrink_to_fit();
+    kept_bytes_ = 0;
 }
 
 std::string in_words(const Json &object)

@@ -29,10 +29,19 @@ Json::Json(std::string_view text) : Json(cJSON_CreateString(valid_utf8(text).c_s
 
 Json Json::parse(const std::string &text)
 {
-    cJSON *value = cJSON_ParseWithOpts(text.c_str(), nullptr, true);
+    constexpr std::size_t longest_shown = 200;
+    cJSON *value = text.find('\0') == std::string::npos ? cJSON_ParseWithOpts(text.c_str(), nullptr, true) : nullptr;
     if (!value)
-        throw std::invalid_argument{"not JSON: " + text};
+        throw std::invalid_argument{"not JSON: " + text.substr(0, longest_shown) +
+                                    (text.size() > longest_shown ? "..." : "")};
     return Json{value};
+}
+
+std::size_t Json::length_of_first(const std::string &text)
+{
+    const char *end = nullptr;
+    const std::unique_ptr<cJSON, Delete> value{cJSON_ParseWithOpts(text.c_str(), &end, false)};
+    return value ? static_cast<std::size_t>(end - text.c_str()) : 0;
 }
 
 Json &Json::set(const char *key, Json value)

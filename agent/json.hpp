@@ -27,6 +27,8 @@ public:
     static Json bytes(const std::string &text) { return Json{cJSON_CreateString(text.c_str())}; }
     /// Throws std::invalid_argument when the text is not JSON.
     static Json parse(const std::string &text);
+    /// How long the text of a value is that stands first in a text, with more behind it; 0 when there is none.
+    static std::size_t length_of_first(const std::string &text);
     static Json copy_of(const cJSON *value) { return Json{cJSON_Duplicate(value, true)}; }
     Json copy() const { return copy_of(value_.get()); }
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "control.hpp"
+#include "control/control_file.hpp"
+#include "control/http.hpp"
+#include "control/lines.hpp"
 #include "options.hpp"
-#include "scenario/play.hpp"
+#include "scenario/plays.hpp"
 
 #include <glib-unix.h>
 
@@ -18,6 +20,16 @@ namespace {
 enum ExitStatus { stopped = 0, failed = 1, wrong_usage = 2, port_in_use = 3 };
 
 using Loop = std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)>;
+
+/// When what has to be sent yet was sent: whoever has asked for the end waits for an answer.
+void quit_soon(GMainLoop *loop)
+{
+    const auto quit = [](gpointer data) -> gboolean {
+        g_main_loop_quit(static_cast<GMainLoop *>(data));
+        return G_SOURCE_REMOVE;
+    };
+    g_idle_add_full(G_PRIORITY_LOW, quit, loop, nullptr);
+}
 
 gboolean quit_loop(gpointer loop)
 {
@@ -40,11 +52,25 @@ bool end_with_parent(pid_t parent)
     return getppid() == parent;
 }
 
-Json ready_facts(const State &state)
+Json ready_facts(const State &state, const ControlPlace &place)
 {
     Json facts = Json::object();
     facts.set("agent", "ready").set("version", state.version.text()).set("pid", static_cast<int>(getpid()));
+    if (place.port)
+        facts.set("http", *place.port);
     return facts;
+}
+
+ControlPlace open_control(HttpControl &http, const std::string &directory, const Options &options)
+{
+    ControlPlace place;
+    place.directory = directory;
+    http.serve_path(place.socket());
+    if (options.http_port) {
+        place.token = options.http_token.empty() ? Guard::new_token() : options.http_token;
+        place.port = http.serve_port(*options.http_port, place.token);
+    }
+    return place;
 }
 
 int serve(const Options &options)
@@ -73,29 +99,33 @@ int serve(const Options &options)
     Handlers handlers{{state, phone, cloud}};
     server.serve_with(handlers);
     Updates updates{state, server, package, journal};
-    Steered steered{state, server, faults, updates, phone, cloud, clock, [&loop] { g_main_loop_quit(loop.get()); }};
-    Control control{steered};
+    Plays plays;
+    Steered steered{state, server, faults,  updates, phone,
+                    cloud, clock,  journal, plays,   [&loop] { quit_soon(loop.get()); }};
+    LineControl lines{steered};
+    HttpControl http{steered};
 
     // The port comes first: an agent that is one too many must leave the other's package entry alone. Nobody is served
     // before the loop runs.
     server.listen();
     package.install(state.version);
+    const ControlPlace place = open_control(http, server.directory(), options);
+    const ControlFile control_file{place, state, journal};
     if (options.commands)
-        control.read_standard_input();
+        lines.read_standard_input();
     if (!options.command_fifo.empty())
-        control.read_fifo(options.command_fifo);
+        lines.read_fifo(options.command_fifo);
 
     // When a play is over the agent stays for as long as applications do, so that they can end as they please.
     bool played_well = true;
     bool over = false;
-    std::optional<Play> play;
     const auto leave_when_alone = [&](const Json &) {
         if (over && server.peers() == 0)
             g_main_loop_quit(loop.get());
     };
     const Journal::Listener listener = options.scenario.empty() ? nullptr : journal.listen(leave_when_alone);
     if (listener)
-        play.emplace(steered, journal, std::move(scenario), [&](const std::string &problem) {
+        plays.start(steered, std::move(scenario), [&](const std::string &problem) {
             played_well = problem.empty();
             over = true;
             std::printf("%s\n", played_well ? "played well" : ("failed: " + options.scenario + ", " + problem).c_str());
@@ -103,8 +133,9 @@ int serve(const Options &options)
             leave_when_alone({});
         });
 
-    journal.write(Journal::now(), ready_facts(state), "agent " + state.version.text() + " ready");
-    std::printf("korvane-agent %s ready, process %d\n", state.version.text().c_str(), static_cast<int>(getpid()));
+    journal.write(Journal::now(), ready_facts(state, place), "agent " + state.version.text() + " ready");
+    std::printf("korvane-agent %s ready, process %d%s\n", state.version.text().c_str(), static_cast<int>(getpid()),
+                place.port ? (", console " + place.console()).c_str() : "");
     std::fflush(stdout);
     g_main_loop_run(loop.get());
 

@@ -13,6 +13,8 @@ namespace kv::virtual_agent {
 
 namespace {
 
+constexpr std::size_t shortest_token = 8;
+
 struct Option {
     const char *name;
     const char *value; // what it takes, NULL for nothing
@@ -23,6 +25,26 @@ struct Option {
 std::string absolute(const char *path)
 {
     return std::filesystem::absolute(path).lexically_normal();
+}
+
+int port_from(const char *text)
+{
+    const int port = parse_number(text, "--http");
+    if (port < 0 || port > 65535)
+        throw std::invalid_argument{"--http wants a port, 0 to 65535, not " + std::string{text}};
+    return port;
+}
+
+/// It stands in addresses and headers as it is.
+std::string token_from(const char *text)
+{
+    const std::string token = text;
+    if (token.size() < shortest_token ||
+        token.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~") !=
+            std::string::npos)
+        throw std::invalid_argument{"--http-token wants " + std::to_string(shortest_token) +
+                                    " or more letters, digits or -._~"};
+    return token;
 }
 
 // A table
@@ -48,6 +70,10 @@ constexpr Option option_table[] = {
      "takes commands from standard input; its end stops the agent"},
     {"command-fifo", "PATH", [](Options &o, const char *v) { o.command_fifo = absolute(v); },
      "takes commands from a FIFO, which is made"},
+    {"http", "PORT", [](Options &o, const char *v) { o.http_port = port_from(v); },
+     "shows the web console and the control API on this port of 127.0.0.1; 0 for any that is free"},
+    {"http-token", "TEXT", [](Options &o, const char *v) { o.http_token = token_from(v); },
+     "what whoever uses that port must know (default: something random)"},
     {"scenario", "FILE", [](Options &o, const char *v) { o.scenario = absolute(v); },
      "plays a scenario, and stops when the applications have gone; the exit status says how it went"},
     {"exit-with-parent", nullptr, [](Options &o, const char *) { o.exit_with_parent = true; },

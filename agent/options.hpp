@@ -3,6 +3,7 @@
 
 #include "version.hpp"
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -26,6 +27,8 @@ struct Options {
     std::string ca_dir;
     std::string command_fifo;
     std::string scenario;
+    std::optional<int> http_port; // 0: any that is free
+    std::string http_token;       // empty: a random one
     bool commands = false;
     bool update_ready = false;
     bool refuse = false;

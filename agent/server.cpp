@@ -132,6 +132,14 @@ void Server::stop()
     peers_.clear();
 }
 
+std::string Server::directory() const
+{
+    const char *directory = nullptr;
+    if (rpc_port_stub_get_directory(stub_, &directory) != 0)
+        throw std::logic_error{"no port, no directory"};
+    return directory;
+}
+
 int Server::connecting(const rpc_port_stub_peer_t &peer)
 {
     if (!refuses_)
@@ -165,8 +173,7 @@ void Server::received(const rpc_port_stub_peer_t &peer, rpc_port_h port)
 
 void Server::answer(Peer &peer, rpc_port_parcel_h request)
 {
-    const bool noted = journal_.wanted();
-    const std::int64_t begun = noted ? Journal::now() : 0;
+    const std::int64_t begun = Journal::now();
     answering_ = true;
     Handled handled;
     try {
@@ -176,8 +183,7 @@ void Server::answer(Peer &peer, rpc_port_parcel_h request)
         throw;
     }
     answering_ = false;
-    if (noted)
-        note_request(peer, begun, handled, request);
+    note_request(peer, begun, handled, request);
     // The peer may be gone as soon as something is sent, so from here on it goes by its name.
     const std::string instance = peer.instance;
     if (handled.served.decoded)
@@ -243,7 +249,9 @@ void Server::note_request(const Peer &peer, std::int64_t begun, const Handled &h
                                 : std::move(Json::object().set("result", refused));
 
     const std::string method = handled.method ? handled.method->name : "";
-    std::string words = peer.name() + "  " + method + "(" + in_words(arguments) + ")  ->  " + in_words(answer);
+    std::string words;
+    if (journal_.verbose())
+        words = peer.name() + "  " + method + "(" + in_words(arguments) + ")  ->  " + in_words(answer);
     Json facts = Json::object();
     facts.set("peer", peer.name()).set("method", method).set("id", handled.id);
     facts.set("arguments", std::move(arguments)).set("answer", std::move(answer));

@@ -38,6 +38,8 @@ public:
     void listen();
     /// Disconnects everyone.
     void stop();
+    /// Where the port's socket is. Only while it listens.
+    std::string directory() const;
 
     /// Sends the event with values from outside to every peer that has registered for it, and says to how many.
     int emit(const DelegateEntry &delegate, const cJSON *values);

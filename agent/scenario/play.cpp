@@ -71,6 +71,16 @@ Play::~Play()
             g_source_remove(source);
 }
 
+const Scenario::Step *Play::current() const
+{
+    return next_ < scenario_.steps.size() ? &scenario_.steps[next_] : nullptr;
+}
+
+void Play::stop()
+{
+    end("it was stopped");
+}
+
 void Play::heard(const Json &facts)
 {
     if (const char *method = cJSON_GetStringValue(cJSON_GetObjectItemCaseSensitive(facts.get(), "method"))) {
@@ -199,6 +209,8 @@ void Play::start_waiting(const Step &step)
 
 void Play::time_is_up()
 {
+    if (!current())
+        return;
     const Step &step = scenario_.steps[next_];
     if (step.kind == Step::Kind::wait) {
         waited_ = true;

@@ -18,6 +18,12 @@ public:
     Play &operator=(const Play &) = delete;
     ~Play();
 
+    const std::string &title() const { return scenario_.title; }
+    /// The step that is played now; NULL when it is over.
+    const Scenario::Step *current() const;
+    /// Ends it with the current step, as failed.
+    void stop();
+
 private:
     using Step = Scenario::Step;
 

@@ -113,7 +113,7 @@ void take_kind(Scenario::Step &step, const cJSON *object)
     if (is("say", Kind::say))
         step.text = members.required_text("say");
     for (const Command &command : all_commands())
-        if (is(command.name, Kind::command)) {
+        if (!command.waits() && is(command.name, Kind::command)) {
             step.command = &command;
             step.arguments = command_arguments(command, members);
         }

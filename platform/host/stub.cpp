@@ -102,6 +102,15 @@ int rpc_port_stub_listen(rpc_port_stub_h handle)
     return stub_listen(stub);
 }
 
+int rpc_port_stub_get_directory(rpc_port_stub_h handle, const char **directory)
+{
+    if (!handle || !directory)
+        return -EINVAL;
+    const auto *stub = static_cast<const Stub *>(handle);
+    *directory = stub->listener >= 0 ? stub->place.directory : nullptr;
+    return *directory ? 0 : -ENOTCONN;
+}
+
 int rpc_port_stub_get_port(rpc_port_stub_h handle, const char *instance, rpc_port_port_type_e type, rpc_port_h *port)
 {
     if (!handle || !instance || !port || (type != RPC_PORT_PORT_MAIN && type != RPC_PORT_PORT_CALLBACK))

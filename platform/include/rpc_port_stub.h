@@ -60,6 +60,11 @@ int rpc_port_stub_destroy(rpc_port_stub_h stub);
  * logged at error level.
  */
 int rpc_port_stub_listen(rpc_port_stub_h stub);
+/**
+ * The directory of the socket, for what an agent keeps beside it; the stub's. NULL and -ENOTCONN before the stub
+ * listens.
+ */
+int rpc_port_stub_get_directory(rpc_port_stub_h stub, const char **directory);
 /** The peer's port; NULL and -ENOENT when there is no such peer. Valid until its disconnected event returns. */
 int rpc_port_stub_get_port(rpc_port_stub_h stub, const char *instance, rpc_port_port_type_e type, rpc_port_h *port);
 /** Closes both links of a peer at once; what was queued and not yet taken is lost. */

@@ -216,7 +216,15 @@ TEST(AgentProgram, AnswersEachWrongCommandWithTheReason)
         {"clock jump", "the clock can stand, run or advance, not 'jump'"},
         {"update begin", "an update has no step 'begin'"},
         {"update complete 9.9", "there is no agent version '9.9'"},
-        {"state now", "nothing can follow here: now"},
+        {"state now", "the state has no 'now'"},
+        {"state running now", "nothing can follow here: now"},
+        {"journal -1", "'since' cannot be negative"},
+        {"count []", "'filter' must be an object"},
+        {"wait {} 600001", "'within_ms' is at most 600000"},
+        {"wait {} 10 0 0", "nothing can follow here: 0"},
+        {"play []", "a scenario is an object with an array 'steps'"},
+        {R"(play "/no/such/file")", "cannot read the scenario /no/such/file"},
+        {"stop-play", "no scenario is being played"},
     };
     for (const auto &[line, reason] : wrong) {
         const std::string answer = agent.command(line);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "control.hpp"
+#include "control/lines.hpp"
 
 #include <glib-unix.h>
 
@@ -15,10 +15,17 @@ namespace kv::virtual_agent {
 namespace {
 
 constexpr std::size_t longest_line = 1 << 20;
+constexpr std::size_t most_waiting = 64;
+
+void print(const Json &answer)
+{
+    std::printf("%s\n", answer.text().c_str());
+    std::fflush(stdout);
+}
 
 } // namespace
 
-Control::~Control()
+LineControl::~LineControl()
 {
     if (source_ != 0)
         g_source_remove(source_);
@@ -28,12 +35,12 @@ Control::~Control()
         ::unlink(fifo_.c_str());
 }
 
-void Control::read_standard_input()
+void LineControl::read_standard_input()
 {
     watch(STDIN_FILENO);
 }
 
-void Control::read_fifo(const std::string &path)
+void LineControl::read_fifo(const std::string &path)
 {
     if (::mkfifo(path.c_str(), 0600) == 0)
         fifo_ = path;
@@ -50,13 +57,13 @@ void Control::read_fifo(const std::string &path)
     watch(fd);
 }
 
-void Control::watch(int fd)
+void LineControl::watch(int fd)
 {
     fd_ = fd;
     source_ = g_unix_fd_add(
         fd, static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
         [](int, GIOCondition, gpointer data) -> gboolean {
-            auto *self = static_cast<Control *>(data);
+            auto *self = static_cast<LineControl *>(data);
             if (self->read_some())
                 return G_SOURCE_CONTINUE;
             self->source_ = 0;
@@ -66,7 +73,7 @@ void Control::watch(int fd)
         this);
 }
 
-bool Control::read_some()
+bool LineControl::read_some()
 {
     char bytes[4096];
     const ssize_t count = ::read(fd_, bytes, sizeof bytes);
@@ -77,23 +84,35 @@ bool Control::read_some()
     text_.append(bytes, static_cast<std::size_t>(count));
     run_lines();
     if (text_.size() > longest_line) {
-        std::puts(R"({"ok":false,"error":"the line is too long"})");
-        std::fflush(stdout);
+        print(bad_answer("the line is too long"));
         text_.clear();
     }
     return true;
 }
 
-void Control::run_lines()
+void LineControl::run_lines()
 {
     for (std::size_t end = text_.find('\n'); end != std::string::npos; end = text_.find('\n')) {
         const std::string line = text_.substr(0, end);
         text_.erase(0, end + 1);
         if (line.find_first_not_of(" \t\r") == std::string::npos)
             continue;
-        std::printf("%s\n", run_line(agent_, line).text().c_str());
-        std::fflush(stdout);
+        run_line(line);
     }
+}
+
+void LineControl::run_line(const std::string &line)
+{
+    if (waiting_.size() == most_waiting)
+        return print(bad_answer("too many commands are waiting"));
+    const auto place = waiting_.insert(waiting_.end(), nullptr);
+    *place = carry_out_line(agent_, line, [this, place](const Json &answer) {
+        print(answer);
+        if (*place) // it has waited
+            waiting_.erase(place);
+    });
+    if (!*place)
+        waiting_.erase(place);
 }
 
 } // namespace kv::virtual_agent

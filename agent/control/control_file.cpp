@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "control/control_file.hpp"
+
+#include <glib/gstdio.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <stdexcept>
+
+#include <unistd.h>
+
+namespace kv::virtual_agent {
+
+std::string ControlPlace::console() const
+{
+    return "http://127.0.0.1:" + std::to_string(port.value_or(0)) + "/#" + token;
+}
+
+ControlFile::ControlFile(ControlPlace place, const State &state, Journal &journal)
+    : place_(std::move(place)), state_(state), listener_(journal.listen([this](const Json &entry) {
+          if (cJSON_HasObjectItem(entry.get(), "update")) // the version may be another one
+              try {
+                  write();
+              } catch (const std::exception &problem) {
+                  std::fprintf(stderr, "korvane-agent: %s\n", problem.what());
+              }
+      }))
+{
+    write();
+}
+
+ControlFile::~ControlFile()
+{
+    ::unlink(place_.file().c_str());
+    ::unlink(place_.socket().c_str());
+}
+
+void ControlFile::write() const
+{
+    Json facts = Json::object();
+    facts.set("pid", static_cast<int>(::getpid())).set("version", state_.version.text());
+    facts.set("socket", place_.socket());
+    if (place_.port)
+        facts.set("http", std::move(Json::object().set("port", *place_.port).set("token", place_.token)));
+    const std::string text = facts.text() + "\n";
+    GError *error = nullptr;
+    const auto flags = static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT);
+    if (g_file_set_contents_full(place_.file().c_str(), text.data(), static_cast<gssize>(text.size()), flags, 0600,
+                                 &error))
+        return;
+    const std::string why = error->message;
+    g_error_free(error);
+    throw std::runtime_error{"cannot write " + place_.file() + ": " + why};
+}
+
+} // namespace kv::virtual_agent

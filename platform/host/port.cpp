@@ -11,6 +11,7 @@
 #include "log.hpp"
 #include "parcel.hpp"
 #include "rpc_port.h"
+#include "trace.hpp"
 
 using namespace kv::host;
 
@@ -88,6 +89,7 @@ extern "C" int rpc_port_parcel_send(rpc_port_parcel_h parcel_handle, rpc_port_h 
     if (!port->open())
         return refuse_send(port, -ENOTCONN);
     store_frame_header(parcel);
+    trace(port, true, parcel);
     if (port->role == PortRole::caller_main) [[likely]]
         return caller_send(port, parcel);
     if (port->role == PortRole::caller_callback)
@@ -108,6 +110,7 @@ extern "C" int rpc_port_parcel_create_from_port(rpc_port_parcel_h *out, rpc_port
         release_parcel(parcel);
         return result;
     }
+    trace(port, false, parcel);
     *out = parcel;
     return 0;
 }

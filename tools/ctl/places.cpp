@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "places.hpp"
+
+#include "failure.hpp"
+
+#include "common/agent_state.hpp"
+#include "common/owned.hpp"
+
+#include <host_places.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include <unistd.h>
+
+namespace kv::ctl {
+
+namespace {
+
+constexpr const char *program_name = "korvane-agent";
+
+template <class Get>
+std::string text_from(Get get, const char *what)
+{
+    CText text;
+    if (const int code = get(text.out()); code != 0)
+        throw Failure{failed,
+                      std::string{"cannot tell "} + what + " (" + std::to_string(code) + "); the line above says why"};
+    return text.get();
+}
+
+} // namespace
+
+std::string runtime_directory()
+{
+    return text_from(rpc_port_get_directory, "where ports are");
+}
+
+std::string agent_socket()
+{
+    return text_from(
+        [](char **path) { return rpc_port_get_socket_path(KORVANE_AGENT_APPID, KORVANE_AGENT_PORT, path); },
+        "where the agent's port is");
+}
+
+std::string package_entry()
+{
+    return text_from([](char **path) { return package_info_get_path(KORVANE_AGENT_APPID, path); },
+                     "where the agent's package entry is");
+}
+
+std::string agent_program()
+{
+    if (const char *chosen = std::getenv("KORVANE_AGENT"); chosen && *chosen)
+        return chosen;
+    std::error_code ignored;
+    const auto beside = std::filesystem::read_symlink("/proc/self/exe", ignored).replace_filename(program_name);
+    if (access(beside.c_str(), X_OK) == 0)
+        return beside;
+    g_autofree char *found = g_find_program_in_path(program_name);
+    return found ? found : "";
+}
+
+} // namespace kv::ctl

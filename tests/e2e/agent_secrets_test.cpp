@@ -58,6 +58,7 @@ int sign_up_with(korvane_h handle, const char *text)
 {
     korvane_cloud_info_h info = nullptr;
     EXPECT_EQ(korvane_cloudinfo_create(&info), ok);
+    EXPECT_EQ(korvane_cloudinfo_set_access_token(info, "refused without one"), ok);
     EXPECT_EQ(Set(info, text), ok);
     const int result = korvane_sign_up_cloud(handle, info);
     EXPECT_EQ(korvane_cloudinfo_destroy(info), ok);

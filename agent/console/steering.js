@@ -37,7 +37,7 @@ export class Faults {
       label: 'Set', name: 'fault', primary: true, rows: [method.row, fault.row, help, h('div', {class: 'pair'}, numbers.rows)],
       run: async () => {
         const {value, times} = numbers.read();
-        await this.agent.run('fault', {method: method.select.value, fault: known().name, times, ...known().value && {value}});
+        await this.agent.run('fault', {method: method.select.value, form: known().name, times, ...known().value && {value}});
       },
     }));
   }

@@ -27,5 +27,5 @@ lives_in_the_cloud 2.3
 await "$stage/device" 'certificate: '
 agent_notes 'common_interface(request {"region":"EU"' 'event create_hdr_certificate_cb(result 0'
 device_says 'certificate: made' 'token: for https://cloud.korvane.example'
-grep -q 'BEGIN CERTIFICATE' "$stage/state" || fail 'the washer did not keep its certificate'
+grep -q '^certificate=' "$stage/state" || fail 'the washer did not keep its certificate'
 curtain 'signed up, session lost and back, renamed, with a certificate and a token of its own'

@@ -120,7 +120,7 @@ static void on_certificate_found(korvane_h device, int result, const char *text1
         say("certificate", "not found, the agent's code is %d", result);
 }
 
-/* The agent tells the certificate's name, by which it is found again. */
+/* The agent tells the certificate and its name, by which it is found again; or the name alone. */
 static void on_certificate_made(korvane_h device, int result, const char *text, void *user_data)
 {
     (void)device;
@@ -129,8 +129,13 @@ static void on_certificate_made(korvane_h device, int result, const char *text, 
         say("certificate", "refused, the agent's code is %d", result);
         return;
     }
-    state_set(&washer->state, "certificate", text);
-    say("certificate", "made, its name has %zu bytes", strlen(text));
+    cJSON *made = cJSON_Parse(text);
+    const char *name = cJSON_GetStringValue(cJSON_GetObjectItemCaseSensitive(made, "certificate_arn"));
+    if (!name)
+        name = text;
+    state_set(&washer->state, "certificate", name);
+    say("certificate", "made, its name has %zu bytes", strlen(name));
+    cJSON_Delete(made);
 }
 
 static char *signing_request(korvane_h device, const struct washer *washer)

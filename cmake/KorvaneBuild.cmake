@@ -28,3 +28,12 @@ target_compile_options(kv_device_code INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
     -ffunction-sections -fdata-sections)
 target_link_libraries(kv_device_code INTERFACE kv_warnings)
+
+# The library itself is kept small: flash and memory of a device are dearer than the few instructions that this costs a
+# call. Nothing is unwound through it, neither by an exception, which no callback may throw, nor by anything else; a
+# debugger finds its frames in the debug information.
+add_library(kv_small_code INTERFACE)
+target_compile_options(kv_small_code INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:-Os>
+    -fno-asynchronous-unwind-tables -fno-unwind-tables)
+target_link_libraries(kv_small_code INTERFACE kv_device_code)

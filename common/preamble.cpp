@@ -5,6 +5,25 @@
 
 namespace kv {
 
+Preamble::Preamble(Caller caller) : caller_(caller)
+{
+    api::log::info(caller_)(">>> called"_fmt);
+}
+
+Preamble &Preamble::require_handle(const void *handle)
+{
+    return require(handle != nullptr, "handle is NULL"_fmt);
+}
+
+Preamble &Preamble::require_as_said(bool holds, int code, const char *reason)
+{
+    if (!holds && passed()) [[unlikely]] {
+        result_ = code;
+        api::log::error(caller_).text(reason);
+    }
+    return *this;
+}
+
 Preamble &Preamble::agent_present(int minimum_version)
 {
     if (!passed())

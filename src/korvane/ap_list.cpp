@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "arrays.hpp"
 #include "common_interface.hpp"
-#include "methods.hpp"
 #include "record_list.hpp"
+#include "records.hpp"
 #include "registration.hpp"
 #include "two_form.hpp"
 
@@ -26,10 +27,8 @@ void _scan_ap_cb(void *user_data, int req_id)
     deliver(&korvane_s::scan_ap, user_data, Caller::here(), req_id);
 }
 
-using ScanAp = RegistrationWith<
-    "scan_ap_cb is NULL", &korvane_s::scan_ap, any_agent, rpc_port_proxy_kv_master_invoke_set_scan_ap_cb,
-    rpc_port_proxy_kv_master_invoke_unset_scan_ap_cb,
-    Event<rpc_port_kv_master_scan_ap_cb_create, rpc_port_proxy_kv_master_scan_ap_cb_dispose, _scan_ap_cb>>;
+using ScanAp = RegistrationWith<"scan_ap_cb is NULL", &korvane_s::scan_ap, any_agent, master::set_scan_ap_cb,
+                                master::unset_scan_ap_cb, _scan_ap_cb>;
 
 template <class Value>
 using EntryField = Field<rpc_port_korvane_ap_info_s, Value>;
@@ -116,7 +115,7 @@ int send_records(AgentCall &call, const korvane_aplist_s &list, int req_id)
                  KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_korvane_ap_info_set_array_korvane_ap_infos() failed"_fmt)
              .passed())
         return call.result();
-    return call.invoke(rpc_port_proxy_kv_master_invoke_send_ap_list, req_id, array);
+    return call.invoke<master::send_ap_list>(req_id, array);
 }
 
 /// The members that make a request of the list stay in it.

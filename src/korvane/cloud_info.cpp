@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common_interface.hpp"
-#include "methods.hpp"
+#include "records.hpp"
 #include "two_form_setter.hpp"
 
 using namespace kv;
@@ -101,7 +101,7 @@ int korvane_sign_up_cloud(korvane_h handle, korvane_cloud_info_h cloud_info)
         return call.result();
 
     if (cloud_info->form == Form::record)
-        return call.invoke(rpc_port_proxy_kv_master_invoke_signup_cloud, cloud_info->record.get());
+        return call.invoke<master::signup_cloud>(cloud_info->record.get());
 
     // The command stays in the application's object: the next sign-up with it carries it once more.
     if (!call.require(add_command(cloud_info->json.get(), Command::sign_up_cloud), KORVANE_ERROR_OUT_OF_MEMORY,

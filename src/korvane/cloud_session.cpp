@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common_interface.hpp"
-#include "methods.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -27,25 +26,16 @@ void _tcp_session_disconnected_cb(void *user_data, int last_error_code)
 }
 
 using SigninStatusChanged =
-    Registration<&korvane_s::signin_status_changed, since(1, 4),
-                 rpc_port_proxy_kv_master_invoke_set_signin_status_changed_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_signin_status_changed_cb,
-                 Event<rpc_port_kv_master_signin_status_changed_cb_create,
-                       rpc_port_proxy_kv_master_signin_status_changed_cb_dispose, _signin_status_changed_cb>>;
+    Registration<&korvane_s::signin_status_changed, since(1, 4), master::set_signin_status_changed_cb,
+                 master::unset_signin_status_changed_cb, _signin_status_changed_cb>;
 
 using SignupStatusChanged =
-    Registration<&korvane_s::signup_status_changed, since(1, 4),
-                 rpc_port_proxy_kv_master_invoke_set_signup_status_changed_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_signup_status_changed_cb,
-                 Event<rpc_port_kv_master_signup_status_changed_cb_create,
-                       rpc_port_proxy_kv_master_signup_status_changed_cb_dispose, _signup_status_changed_cb>>;
+    Registration<&korvane_s::signup_status_changed, since(1, 4), master::set_signup_status_changed_cb,
+                 master::unset_signup_status_changed_cb, _signup_status_changed_cb>;
 
 using TcpSessionDisconnected =
-    Registration<&korvane_s::tcp_session_disconnected, since(1, 4),
-                 rpc_port_proxy_kv_master_invoke_set_tcp_session_disconnected_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_tcp_session_disconnected_cb,
-                 Event<rpc_port_kv_master_tcp_session_disconnected_cb_create,
-                       rpc_port_proxy_kv_master_tcp_session_disconnected_cb_dispose, _tcp_session_disconnected_cb>>;
+    Registration<&korvane_s::tcp_session_disconnected, since(1, 4), master::set_tcp_session_disconnected_cb,
+                 master::unset_tcp_session_disconnected_cb, _tcp_session_disconnected_cb>;
 
 } // namespace
 
@@ -86,7 +76,7 @@ int korvane_get_signin_status(korvane_h handle, bool *is_signed_in)
     if (!call.require(is_signed_in != nullptr, "is_signed_in is NULL"_fmt).ready())
         return call.result();
 
-    if (int code = call.invoke(rpc_port_proxy_kv_master_invoke_get_signin_status, is_signed_in))
+    if (int code = call.invoke<master::get_signin_status>(is_signed_in))
         return code;
     log::info()("_out_status [%s]"_fmt, *is_signed_in ? "true" : "false");
     return KORVANE_ERROR_NONE;
@@ -98,7 +88,7 @@ int korvane_get_signup_status(korvane_h handle, bool *is_signed_up)
     if (!call.require(is_signed_up != nullptr, "is_signed_up is NULL"_fmt).ready())
         return call.result();
 
-    if (int code = call.invoke(rpc_port_proxy_kv_master_invoke_get_signup_status, is_signed_up))
+    if (int code = call.invoke<master::get_signup_status>(is_signed_up))
         return code;
     log::info()("_out_status [%s]"_fmt, *is_signed_up ? "true" : "false");
     return KORVANE_ERROR_NONE;
@@ -110,7 +100,7 @@ int korvane_get_thing_status(korvane_h handle, int *status)
     if (!call.require(status != nullptr, "status is NULL"_fmt).ready())
         return call.result();
 
-    return call.invoke(rpc_port_proxy_kv_master_invoke_get_thing_status, status);
+    return call.invoke<master::get_thing_status>(status);
 }
 
 int korvane_disable_signin(korvane_h handle, bool disable)
@@ -137,5 +127,5 @@ int korvane_disconnect_cloud_session(korvane_h handle)
     if (!call.ready())
         return call.result();
 
-    return call.invoke(rpc_port_proxy_kv_master_invoke_disconnect_cloud_session);
+    return call.invoke<master::disconnect_cloud_session>();
 }

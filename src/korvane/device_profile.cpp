@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json_handle.hpp"
-#include "methods.hpp"
 
 using namespace kv;
 using namespace kv::api;
@@ -65,6 +64,5 @@ int korvane_set_device_profile_info(korvane_h handle, korvane_device_profile_inf
     if (!call.require(dev_profile != nullptr, "dev_profile_h is NULL"_fmt).ready() || !has_object(call, dev_profile))
         return call.result();
 
-    return invoke_with_json(call, rpc_port_proxy_kv_master_invoke_set_device_profile, dev_profile->object.get(),
-                            device_itself);
+    return invoke_with_json<master::set_device_profile>(call, dev_profile->object.get(), device_itself);
 }

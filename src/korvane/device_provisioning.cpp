@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "methods.hpp"
 #include "record_members.hpp"
+#include "records.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -27,11 +27,8 @@ void _device_provisioning_cb(void *user_data, rpc_port_korvane_device_prov_info_
     callback(handle, &slot.held, slot.user_data);
 }
 
-using DeviceProvisioning =
-    Registration<&korvane_s::device_provisioning, any_agent, rpc_port_proxy_kv_master_invoke_set_device_provisioning_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_device_provisioning_cb,
-                 Event<rpc_port_kv_master_device_provisioning_cb_create,
-                       rpc_port_proxy_kv_master_device_provisioning_cb_dispose, _device_provisioning_cb>>;
+using DeviceProvisioning = Registration<&korvane_s::device_provisioning, any_agent, master::set_device_provisioning_cb,
+                                        master::unset_device_provisioning_cb, _device_provisioning_cb>;
 
 using TextGetter = RecordGetter<rpc_port_korvane_device_prov_info_s, char *>;
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "methods.hpp"
 #include "one_shot_request.hpp"
 
 using namespace kv;
@@ -30,13 +29,8 @@ int korvane_create_hdr_certificate(korvane_h handle, const char *device_type, co
              .ready())
         return call.result();
 
-    OneShotRequest<rpc_port_kv_master_create_hdr_certificate_cb_create,
-                   rpc_port_proxy_kv_master_create_hdr_certificate_cb_dispose>
-        request{call, _create_hdr_certificate_cb, callback, user_data};
-    if (!request)
-        return call.result();
-    return request.settle(
-        call.invoke(rpc_port_proxy_kv_master_invoke_create_hdr_certificate, device_type, csr, request.delegate()));
+    return request_once<master::create_hdr_certificate, _create_hdr_certificate_cb>(call, callback, user_data,
+                                                                                    device_type, csr);
 }
 
 int korvane_get_hdr_certificate(korvane_h handle, const char *device_type, const char *certificate_arn,
@@ -49,11 +43,6 @@ int korvane_get_hdr_certificate(korvane_h handle, const char *device_type, const
              .ready())
         return call.result();
 
-    OneShotRequest<rpc_port_kv_master_get_hdr_certificate_cb_create,
-                   rpc_port_proxy_kv_master_get_hdr_certificate_cb_dispose>
-        request{call, _get_hdr_certificate_cb, callback, user_data};
-    if (!request)
-        return call.result();
-    return request.settle(call.invoke(rpc_port_proxy_kv_master_invoke_get_hdr_certificate, device_type, certificate_arn,
-                                      request.delegate()));
+    return request_once<master::get_hdr_certificate, _get_hdr_certificate_cb>(call, callback, user_data, device_type,
+                                                                              certificate_arn);
 }

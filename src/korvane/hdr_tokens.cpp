@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json_members.hpp"
-#include "methods.hpp"
 #include "one_shot_request.hpp"
 
 using namespace kv;
@@ -48,12 +47,7 @@ int korvane_create_hdr_token_info(korvane_h handle, korvane_create_hdr_token_inf
     if (!call.require(callback != nullptr, "create_hdr_token_info_cb is NULL"_fmt).ready())
         return call.result();
 
-    OneShotRequest<rpc_port_kv_master_create_hdr_token_info_cb_create,
-                   rpc_port_proxy_kv_master_create_hdr_token_info_cb_dispose>
-        request{call, _create_hdr_token_info_cb, callback, user_data};
-    if (!request)
-        return call.result();
-    return request.settle(call.invoke(rpc_port_proxy_kv_master_invoke_create_hdr_token_info, request.delegate()));
+    return request_once<master::create_hdr_token_info, _create_hdr_token_info_cb>(call, callback, user_data);
 }
 
 int korvane_create_hdr_token_info_custom(korvane_h handle, const char *request_data_json_str,
@@ -66,13 +60,8 @@ int korvane_create_hdr_token_info_custom(korvane_h handle, const char *request_d
              .ready())
         return call.result();
 
-    OneShotRequest<rpc_port_kv_master_create_hdr_token_info_custom_cb_create,
-                   rpc_port_proxy_kv_master_create_hdr_token_info_custom_cb_dispose>
-        request{call, _create_hdr_token_info_custom_cb, callback, user_data};
-    if (!request)
-        return call.result();
-    return request.settle(call.invoke(rpc_port_proxy_kv_master_invoke_create_hdr_token_info_custom,
-                                      request_data_json_str, request.delegate()));
+    return request_once<master::create_hdr_token_info_custom, _create_hdr_token_info_custom_cb>(
+        call, callback, user_data, request_data_json_str);
 }
 
 int korvane_hdr_token_info_get_uuid(korvane_hdr_token_info_h token_info, char **uuid)

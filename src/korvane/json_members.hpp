@@ -24,14 +24,13 @@ int get_member(Caller caller, Handle handle, Out *out)
 }
 
 /// Calls a method of the agent whose last argument is the object as text.
-template <class... Params, class... First>
-int invoke_with_json(AgentCall &call, int (*method)(rpc_port_proxy_kv_master_h, Params...), const cJSON *object,
-                     First... first)
+template <class Method, class... First>
+int invoke_with_json(AgentCall &call, const cJSON *object, First... first)
 {
     JsonText text{cJSON_PrintUnformatted(object)};
     if (!call.require(bool(text), KORVANE_ERROR_OPERATION_FAILED, "json_str is NULL"_fmt).passed())
         return call.result();
-    return call.invoke(method, first..., text.get());
+    return call.invoke<Method>(first..., text.get());
 }
 
 } // namespace kv::api

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "methods.hpp"
+#include "arrays.hpp"
 #include "record_list.hpp"
+#include "records.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -18,7 +19,7 @@ struct Intervals {
     static constexpr auto set_number = rpc_port_korvane_keepalive_info_set_interval;
     static constexpr auto create_array = rpc_port_array_korvane_keepalive_info_create;
     static constexpr auto set_items = rpc_port_array_korvane_keepalive_info_set_array_korvane_keepalive_infos;
-    static constexpr auto method = rpc_port_proxy_kv_master_invoke_set_keepalive_intervals;
+    using Method = master::set_keepalive_intervals;
 };
 
 struct Indexes {
@@ -30,7 +31,7 @@ struct Indexes {
     static constexpr auto create_array = rpc_port_array_korvane_keepalive_index_info_create;
     static constexpr auto set_items =
         rpc_port_array_korvane_keepalive_index_info_set_array_korvane_keepalive_index_infos;
-    static constexpr auto method = rpc_port_proxy_kv_master_invoke_select_keepalive_intervals;
+    using Method = master::select_keepalive_intervals;
 };
 
 template <class Table>
@@ -70,7 +71,7 @@ int send_numbers(Caller caller, korvane_h handle, const int *numbers, int count)
              .passed())
         return call.result();
     records.clear();
-    return call.invoke(Table::method, array.get());
+    return call.invoke<typename Table::Method>(array.get());
 }
 
 void _keepalive_result_cb(void *user_data, int result)
@@ -79,11 +80,8 @@ void _keepalive_result_cb(void *user_data, int result)
     deliver(&korvane_s::keepalive_result, user_data, Caller::here(), result);
 }
 
-using KeepaliveResult =
-    Registration<&korvane_s::keepalive_result, since(1, 4), rpc_port_proxy_kv_master_invoke_set_keepalive_result_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_keepalive_result_cb,
-                 Event<rpc_port_kv_master_keepalive_result_cb_create,
-                       rpc_port_proxy_kv_master_keepalive_result_cb_dispose, _keepalive_result_cb>>;
+using KeepaliveResult = Registration<&korvane_s::keepalive_result, since(1, 4), master::set_keepalive_result_cb,
+                                     master::unset_keepalive_result_cb, _keepalive_result_cb>;
 
 } // namespace
 
@@ -103,7 +101,7 @@ int korvane_send_keepalive(korvane_h handle)
     if (!call.ready())
         return call.result();
 
-    return call.invoke(rpc_port_proxy_kv_master_invoke_send_keepalive);
+    return call.invoke<master::send_keepalive>();
 }
 
 int korvane_send_presence(korvane_h handle, int state)
@@ -113,7 +111,7 @@ int korvane_send_presence(korvane_h handle, int state)
         return call.result();
 
     log::info()("state [%d] (on: 0 / inactive: 1)"_fmt, state);
-    return call.invoke(rpc_port_proxy_kv_master_invoke_send_presence, state);
+    return call.invoke<master::send_presence>(state);
 }
 
 int korvane_set_keepalive_result_cb(korvane_h handle, korvane_keepalive_result_cb callback, void *user_data)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "methods.hpp"
+#include "records.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -19,12 +19,8 @@ void _last_status_changed_cb(void *user_data, const char *last_status)
     deliver(&korvane_s::last_status_changed, user_data, Caller::here(), last_status);
 }
 
-using LastStatusChanged =
-    Registration<&korvane_s::last_status_changed, since(1, 4),
-                 rpc_port_proxy_kv_master_invoke_set_last_status_changed_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_last_status_changed_cb,
-                 Event<rpc_port_kv_master_last_status_changed_cb_create,
-                       rpc_port_proxy_kv_master_last_status_changed_cb_dispose, _last_status_changed_cb>>;
+using LastStatusChanged = Registration<&korvane_s::last_status_changed, since(1, 4), master::set_last_status_changed_cb,
+                                       master::unset_last_status_changed_cb, _last_status_changed_cb>;
 
 } // namespace
 
@@ -83,5 +79,5 @@ int korvane_set_last_status_info(korvane_h handle, korvane_last_status_info_h la
     if (!call.require(last_status_info != nullptr, "last_status_info_h is NULL"_fmt).ready())
         return call.result();
 
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_last_status_info, record_of(last_status_info));
+    return call.invoke<master::set_last_status_info>(record_of(last_status_info));
 }

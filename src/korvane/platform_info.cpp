@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json_members.hpp"
-#include "methods.hpp"
+#include "records.hpp"
 #include "two_form_setter.hpp"
 
 using namespace kv;
@@ -75,9 +75,8 @@ int korvane_set_platform_info(korvane_h handle, korvane_platform_info_h platform
         return call.result();
 
     if (platform_info->form == Form::record)
-        return call.invoke(rpc_port_proxy_kv_master_invoke_set_platform_info, platform_info->record.get());
-    return invoke_with_json(call, rpc_port_proxy_kv_master_invoke_set_platform_info_with_device_no,
-                            platform_info->json.get(), device_itself);
+        return call.invoke<master::set_platform_info>(platform_info->record.get());
+    return invoke_with_json<master::set_platform_info_with_device_no>(call, platform_info->json.get(), device_itself);
 }
 
 int korvane_set_platform_info_with_device_no(korvane_h handle, korvane_platform_info_h platform_info, int device_no)
@@ -89,6 +88,5 @@ int korvane_set_platform_info_with_device_no(korvane_h handle, korvane_platform_
     if (!in_agents_form(call, platform_info) || !call.ready())
         return call.result();
 
-    return invoke_with_json(call, rpc_port_proxy_kv_master_invoke_set_platform_info_with_device_no,
-                            platform_info->json.get(), device_no);
+    return invoke_with_json<master::set_platform_info_with_device_no>(call, platform_info->json.get(), device_no);
 }

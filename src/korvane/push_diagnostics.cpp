@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common_interface.hpp"
-#include "methods.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -14,10 +13,8 @@ void _diagnostics_cb(void *user_data, int value, const char *text)
     deliver(&korvane_s::diagnostics, user_data, Caller::here(), value, text);
 }
 
-using Diagnostics = Registration<
-    &korvane_s::diagnostics, since(2, 2), rpc_port_proxy_kv_master_invoke_set_diagnostics_cb,
-    rpc_port_proxy_kv_master_invoke_unset_diagnostics_cb,
-    Event<rpc_port_kv_master_diagnostics_cb_create, rpc_port_proxy_kv_master_diagnostics_cb_dispose, _diagnostics_cb>>;
+using Diagnostics = Registration<&korvane_s::diagnostics, since(2, 2), master::set_diagnostics_cb,
+                                 master::unset_diagnostics_cb, _diagnostics_cb>;
 
 } // namespace
 

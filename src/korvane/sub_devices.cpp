@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "arrays.hpp"
 #include "block.hpp"
 #include "json.hpp"
-#include "methods.hpp"
 #include "one_shot_request.hpp"
 
 using namespace kv;
@@ -80,7 +80,7 @@ int korvane_register_sub_device(korvane_h handle, int device_no, const char *dev
         return call.result();
 
     log::info()("device_no [%d]"_fmt, device_no);
-    return call.invoke(rpc_port_proxy_kv_master_invoke_register_sub_device, device_no, device_id);
+    return call.invoke<master::register_sub_device>(device_no, device_id);
 }
 
 int korvane_unregister_sub_device(korvane_h handle, int device_no)
@@ -89,7 +89,7 @@ int korvane_unregister_sub_device(korvane_h handle, int device_no)
     if (!call.require(device_no > 0, "Invalid device_no [%d]"_fmt, device_no).ready())
         return call.result();
 
-    return call.invoke(rpc_port_proxy_kv_master_invoke_unregister_sub_device, device_no);
+    return call.invoke<master::unregister_sub_device>(device_no);
 }
 
 int korvane_set_sub_device_presence(korvane_h handle, const int *device_no_list, int device_count, bool presence)
@@ -110,7 +110,7 @@ int korvane_set_sub_device_presence(korvane_h handle, const int *device_no_list,
                       KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_int_set_array_ints() is failed"_fmt)
              .passed())
         return call.result();
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_sub_device_presence, numbers.get(), presence);
+    return call.invoke<master::set_sub_device_presence>(numbers.get(), presence);
 }
 
 int korvane_get_sub_device_presence_list(korvane_h handle, korvane_sub_dev_prs_h **prs_list, int *count)
@@ -122,7 +122,7 @@ int korvane_get_sub_device_presence_list(korvane_h handle, korvane_sub_dev_prs_h
         return call.result();
 
     CText text;
-    if (int code = call.invoke(rpc_port_proxy_kv_master_invoke_get_sub_device_presence, text.out()))
+    if (int code = call.invoke<master::get_sub_device_presence>(text.out()))
         return code;
     if (!call.require(bool(text), KORVANE_ERROR_OPERATION_FAILED, "prs_list_json_str is NULL"_fmt).passed())
         return call.result();
@@ -179,9 +179,5 @@ int korvane_get_group_id(korvane_h handle, korvane_get_group_id_cb callback, voi
     if (!call.require(callback != nullptr, "get_group_id_cb is NULL"_fmt).ready())
         return call.result();
 
-    OneShotRequest<rpc_port_kv_master_get_group_id_cb_create, rpc_port_proxy_kv_master_get_group_id_cb_dispose> request{
-        call, _get_group_id_cb, callback, user_data};
-    if (!request)
-        return call.result();
-    return request.settle(call.invoke(rpc_port_proxy_kv_master_invoke_get_group_id, request.delegate()));
+    return request_once<master::get_group_id, _get_group_id_cb>(call, callback, user_data);
 }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json_members.hpp"
-#include "methods.hpp"
 
 using namespace kv;
 using namespace kv::api;
@@ -38,7 +37,7 @@ int korvane_get_tcp_header_info(korvane_h handle, korvane_tcp_header_info_h *tcp
         return call.result();
 
     CText text;
-    if (int code = call.invoke(rpc_port_proxy_kv_master_invoke_get_tcp_header_info, text.out()))
+    if (int code = call.invoke<master::get_tcp_header_info>(text.out()))
         return code;
     info->document.reset(cJSON_Parse(text.get()));
     if (call.require(cJSON_IsObject(info->document.get()), KORVANE_ERROR_OPERATION_FAILED, "cJSON_Parse() failed"_fmt)

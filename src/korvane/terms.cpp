@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json_handle.hpp"
-#include "methods.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -19,10 +18,8 @@ void _tnc_result_cb(void *user_data, const char *result)
     deliver(&korvane_s::tnc_result, user_data, Caller::here(), result);
 }
 
-using TncResult = Registration<
-    &korvane_s::tnc_result, since(1, 3), rpc_port_proxy_kv_master_invoke_set_tnc_result_cb,
-    rpc_port_proxy_kv_master_invoke_unset_tnc_result_cb,
-    Event<rpc_port_kv_master_tnc_result_cb_create, rpc_port_proxy_kv_master_tnc_result_cb_dispose, _tnc_result_cb>>;
+using TncResult = Registration<&korvane_s::tnc_result, since(1, 3), master::set_tnc_result_cb,
+                               master::unset_tnc_result_cb, _tnc_result_cb>;
 
 } // namespace
 
@@ -65,7 +62,7 @@ int korvane_set_tnc_info(korvane_h handle, korvane_tnc_info_h tnc_info)
     if (!call.require(tnc_info != nullptr, "tnc_info_h is NULL"_fmt).ready() || !has_object(call, tnc_info))
         return call.result();
 
-    return invoke_with_json(call, rpc_port_proxy_kv_master_invoke_set_tnc_data, tnc_info->object.get());
+    return invoke_with_json<master::set_tnc_data>(call, tnc_info->object.get());
 }
 
 int korvane_set_tnc_url(korvane_h handle, const char *url)
@@ -74,7 +71,7 @@ int korvane_set_tnc_url(korvane_h handle, const char *url)
     if (!call.require(url != nullptr, "url is NULL"_fmt).ready())
         return call.result();
 
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_tnc_url, url);
+    return call.invoke<master::set_tnc_url>(url);
 }
 
 int korvane_set_tnc_type(korvane_h handle, unsigned int type)
@@ -84,7 +81,7 @@ int korvane_set_tnc_type(korvane_h handle, unsigned int type)
         return call.result();
 
     log::info()("type [0x%x]"_fmt, type);
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_tnc_type, static_cast<int>(type));
+    return call.invoke<master::set_tnc_type>(static_cast<int>(type));
 }
 
 int korvane_set_tnc_status(korvane_h handle, int status)
@@ -94,5 +91,5 @@ int korvane_set_tnc_status(korvane_h handle, int status)
         return call.result();
 
     log::info()("status [%d]"_fmt, status);
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_tnc_status, status);
+    return call.invoke<master::set_tnc_status>(status);
 }

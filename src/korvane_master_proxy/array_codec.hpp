@@ -142,11 +142,11 @@ private:
 
 template <class A, FixedText Name>
 struct Wire<describe::Arr<A, Name>> {
+    static constexpr char letter = letter_of::parcelable;
     using Arg = ArrayValue<A> *;
     using Held = Owned<ArrayValue<A>>;
     using View = ArrayValue<A> *;
 
-    static bool valid(Arg array) { return array != nullptr; }
     static bool write(rpc_port_parcel_h parcel, Arg array) { return write_parcelable(parcel, array); }
     static bool read(rpc_port_parcel_h parcel, Held &array)
     {

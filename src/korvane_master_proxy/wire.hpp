@@ -28,45 +28,52 @@ void destroy(T *object)
     free(object);
 }
 
-/// What an element is in C++: Arg when it is sent, Held while it is read, View when it is shown to a callback.
+/// The letters of elements in the lowered description.
+namespace letter_of {
+inline constexpr char number = 'i';
+inline constexpr char flag = 'b';
+inline constexpr char text = 's';
+inline constexpr char parcelable = 'p';
+inline constexpr char delegate = 'd';
+} // namespace letter_of
+
+/// What an element is in C++: Arg when it is sent, Held while it is read, View when it is shown to a callback, Released
+/// when it is handed out of a call. The name makes no difference, so elements of a type share one of these.
 template <class Element>
 struct Wire;
 
-template <FixedText Name>
-struct Wire<describe::Int32<Name>> {
+struct IntWire {
+    static constexpr char letter = letter_of::number;
     using Arg = int;
     using Held = int;
     using View = int;
+    using Released = int;
 
-    static bool valid(int) { return true; }
     static bool write(rpc_port_parcel_h parcel, int value) { return rpc_port_parcel_write_int32(parcel, value) == 0; }
     static bool read(rpc_port_parcel_h parcel, int &value) { return rpc_port_parcel_read_int32(parcel, &value) == 0; }
     static int view(int held) { return held; }
-    static int release(int held) { return held; }
 };
 
-template <FixedText Name>
-struct Wire<describe::Bool<Name>> {
+struct BoolWire {
+    static constexpr char letter = letter_of::flag;
     using Arg = bool;
     using Held = bool;
     using View = bool;
+    using Released = bool;
 
-    static bool valid(bool) { return true; }
     static bool write(rpc_port_parcel_h parcel, bool value) { return rpc_port_parcel_write_bool(parcel, value) == 0; }
     static bool read(rpc_port_parcel_h parcel, bool &value) { return rpc_port_parcel_read_bool(parcel, &value) == 0; }
     static bool view(bool held) { return held; }
-    static bool release(bool held) { return held; }
 };
 
-template <FixedText Name>
-struct Wire<describe::String<Name>> {
+struct TextWire {
+    static constexpr char letter = letter_of::text;
     using Arg = const char *;
     using Held = CText;
     using View = const char *;
     using Released = char *;
 
     // No text crosses as the empty text.
-    static bool valid(const char *) { return true; }
     static bool write(rpc_port_parcel_h parcel, const char *value)
     {
         return rpc_port_parcel_write_string(parcel, value ? value : "") == 0;
@@ -77,11 +84,22 @@ struct Wire<describe::String<Name>> {
         return rpc_port_parcel_read_string(parcel, value.out()) == 0;
     }
     static const char *view(const CText &held) { return held.get(); }
-    static char *release(CText &held) { return held.release(); }
 };
 
 template <FixedText Name>
-struct Wire<describe::Secret<Name>> : Wire<describe::String<Name>> {
+struct Wire<describe::Int32<Name>> : IntWire {
+};
+
+template <FixedText Name>
+struct Wire<describe::Bool<Name>> : BoolWire {
+};
+
+template <FixedText Name>
+struct Wire<describe::String<Name>> : TextWire {
+};
+
+template <FixedText Name>
+struct Wire<describe::Secret<Name>> : TextWire {
 };
 
 inline bool write_parcelable(rpc_port_parcel_h parcel, Parcelable *value)
@@ -166,11 +184,11 @@ private:
 
 template <class R, FixedText Name>
 struct Wire<describe::Rec<R, Name>> {
+    static constexpr char letter = letter_of::parcelable;
     using Arg = typename R::type *;
     using Held = Owned<typename R::type>;
     using View = typename R::type *;
 
-    static bool valid(Arg record) { return record != nullptr; }
     static bool write(rpc_port_parcel_h parcel, Arg record) { return write_parcelable(parcel, record); }
     static bool read(rpc_port_parcel_h parcel, Held &record)
     {

@@ -12,7 +12,12 @@ Preamble::Preamble(Caller caller) : caller_(caller)
 
 Preamble &Preamble::require_handle(const void *handle)
 {
-    return require(handle != nullptr, "handle is NULL"_fmt);
+    return require_given(handle, "handle");
+}
+
+Preamble &Preamble::require_named(bool given, const char *name)
+{
+    return require(given, "%s is NULL"_fmt, name);
 }
 
 Preamble &Preamble::require_as_said(bool holds, int code, const char *reason)

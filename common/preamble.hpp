@@ -43,6 +43,13 @@ public:
     /// The same with a reason that is taken as it is.
     Preamble &require_as_said(bool holds, int code, const char *reason);
 
+    /// An argument that must not be NULL, by the name that the log gives it.
+    template <class T>
+    Preamble &require_given(T *argument, const char *name)
+    {
+        return require_named(argument != nullptr, name);
+    }
+
     /// The agent is not being replaced at the moment.
     Preamble &agent_not_installing();
 
@@ -53,6 +60,9 @@ public:
 protected:
     Caller caller_;
     int result_ = KORVANE_ERROR_NONE;
+
+private:
+    Preamble &require_named(bool given, const char *name);
 };
 
 } // namespace kv

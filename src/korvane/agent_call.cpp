@@ -50,6 +50,8 @@ bool AgentCall::ready()
 
 int AgentCall::invoke(const char *method_text, const proxy::Value *values)
 {
+    if (!ready())
+        return result();
     set_last_result(0);
     const int err = proxy::invoke(handle_->proxy, method_text, values);
     return err == 0 ? KORVANE_ERROR_NONE : fail(err, get_last_result());

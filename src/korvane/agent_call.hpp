@@ -37,16 +37,23 @@ public:
         Preamble::require(holds, code_and_reason...);
         return *this;
     }
+    template <class T>
+    AgentCall &require_given(T *argument, const char *name)
+    {
+        Preamble::require_given(argument, name);
+        return *this;
+    }
     AgentCall &require_as_said(bool holds, int code, const char *reason)
     {
         Preamble::require_as_said(holds, code, reason);
         return *this;
     }
 
-    /// After the function's own checks: whether the agent may be asked.
+    /// After the function's own checks: whether the agent may be asked. Only functions that do more than invoke then ask.
     bool ready();
 
-    /// Calls a method of the agent and maps what became of it to a result code.
+    /// Calls a method of the agent, if all checks hold and the agent may be asked, and maps what became of it to a result
+    /// code.
     template <class Method, class... Values>
     int invoke(Values... values)
     {

@@ -42,48 +42,48 @@ int read(LocalCall &call, korvane_ap_info_h ap_info, const Member<Value> &member
 int korvane_apinfo_get_ssid(korvane_ap_info_h ap_info, char **ssid)
 {
     LocalCall call{ap_info, any_agent};
-    call.require(ssid != nullptr, "ssid is NULL"_fmt);
+    call.require_given(ssid, "ssid");
     return read(call, ap_info, ssid_member, ssid);
 }
 
 int korvane_apinfo_get_password(korvane_ap_info_h ap_info, char **pwd)
 {
     LocalCall call{ap_info, any_agent};
-    call.require(pwd != nullptr, "pwd is NULL"_fmt);
+    call.require_given(pwd, "pwd");
     return read(call, ap_info, pwd_member, pwd);
 }
 
 int korvane_apinfo_get_authtype(korvane_ap_info_h ap_info, int *authtype)
 {
     LocalCall call{ap_info, any_agent};
-    call.require(authtype != nullptr, "authtype is NULL"_fmt);
+    call.require_given(authtype, "authtype");
     return read(call, ap_info, authtype_member, authtype);
 }
 
 int korvane_apinfo_get_enctype(korvane_ap_info_h ap_info, int *enctype)
 {
     LocalCall call{ap_info, any_agent};
-    call.require(enctype != nullptr, "enctype is NULL"_fmt);
+    call.require_given(enctype, "enctype");
     return read(call, ap_info, enctype_member, enctype);
 }
 
 int korvane_apinfo_get_channel(korvane_ap_info_h ap_info, int *channel)
 {
     LocalCall call{ap_info, any_agent};
-    call.require(channel != nullptr, "channel is NULL"_fmt);
+    call.require_given(channel, "channel");
     return read(call, ap_info, channel_member, channel);
 }
 
 int korvane_apinfo_get_candidate_ap(korvane_ap_info_h ap_info, char **candidate_ap_json)
 {
     LocalCall call{ap_info, since(1, 3)};
-    call.require(candidate_ap_json != nullptr, "candidate_ap_json is NULL"_fmt);
+    call.require_given(candidate_ap_json, "candidate_ap_json");
     return read(call, ap_info, candidates_member, candidate_ap_json);
 }
 
 int korvane_apinfo_get_bssid(korvane_ap_info_h ap_info, char **bssid)
 {
     LocalCall call{ap_info, since(1, 4)};
-    call.require(bssid != nullptr, "bssid is NULL"_fmt);
+    call.require_given(bssid, "bssid");
     return read(call, ap_info, bssid_member, bssid);
 }

@@ -57,9 +57,9 @@ Entry entry_at(LocalCall &call, korvane_aplist_h list, int idx)
         return {call.passed() ? records.items[idx] : nullptr, nullptr};
     }
     const cJSON *array = cJSON_GetObjectItem(list->json.get(), array_key);
-    call.require(array != nullptr, "json_array_obj is NULL"_fmt);
+    call.require_given(array, "json_array_obj");
     cJSON *item = cJSON_GetArrayItem(array, idx);
-    call.require(item != nullptr, "json_obj_item is NULL"_fmt);
+    call.require_given(item, "json_obj_item");
     return {nullptr, item};
 }
 
@@ -168,7 +168,7 @@ int korvane_aplist_destroy(korvane_aplist_h list)
 int korvane_aplist_set_ssid(korvane_aplist_h list, int idx, const char *ssid)
 {
     LocalCall call{list, any_agent};
-    call.require(ssid != nullptr, "ssid is NULL"_fmt);
+    call.require_given(ssid, "ssid");
     return set(call, list, idx, ssid_field, ssid);
 }
 
@@ -176,7 +176,7 @@ int korvane_aplist_set_bssid(korvane_aplist_h list, int idx, const char *bssid)
 {
     LocalCall call{list, any_agent};
     // The text names another argument, and stays: logs are filtered for it.
-    call.require(bssid != nullptr, "pwd is NULL"_fmt);
+    call.require_given(bssid, "pwd");
     return set(call, list, idx, bssid_field, bssid);
 }
 
@@ -219,7 +219,7 @@ int korvane_aplist_set_frequency(korvane_aplist_h list, int idx, int frequency)
 int korvane_send_ap_list(korvane_h handle, korvane_aplist_h list, int req_id)
 {
     AgentCall call{handle, any_agent};
-    call.require(list != nullptr, "ap_list_h is NULL"_fmt);
+    call.require_given(list, "ap_list_h");
     in_agents_form(call, list);
     if (!call.ready())
         return call.result();

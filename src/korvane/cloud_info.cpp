@@ -96,7 +96,7 @@ int korvane_cloudinfo_set_token_type(korvane_cloud_info_h cloud_info, unsigned i
 int korvane_sign_up_cloud(korvane_h handle, korvane_cloud_info_h cloud_info)
 {
     AgentCall call{handle, any_agent};
-    call.require(cloud_info != nullptr, "cloud_info_h is NULL"_fmt);
+    call.require_given(cloud_info, "cloud_info_h");
     if (!in_agents_form(call, cloud_info) || !call.ready())
         return call.result();
 

@@ -73,7 +73,7 @@ int korvane_unset_tcp_session_disconnected_cb(korvane_h handle)
 int korvane_get_signin_status(korvane_h handle, bool *is_signed_in)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(is_signed_in != nullptr, "is_signed_in is NULL"_fmt).ready())
+    if (!call.require_given(is_signed_in, "is_signed_in").ready())
         return call.result();
 
     if (int code = call.invoke<master::get_signin_status>(is_signed_in))
@@ -85,7 +85,7 @@ int korvane_get_signin_status(korvane_h handle, bool *is_signed_in)
 int korvane_get_signup_status(korvane_h handle, bool *is_signed_up)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(is_signed_up != nullptr, "is_signed_up is NULL"_fmt).ready())
+    if (!call.require_given(is_signed_up, "is_signed_up").ready())
         return call.result();
 
     if (int code = call.invoke<master::get_signup_status>(is_signed_up))
@@ -97,9 +97,7 @@ int korvane_get_signup_status(korvane_h handle, bool *is_signed_up)
 int korvane_get_thing_status(korvane_h handle, int *status)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(status != nullptr, "status is NULL"_fmt).ready())
-        return call.result();
-
+    call.require_given(status, "status");
     return call.invoke<master::get_thing_status>(status);
 }
 
@@ -124,8 +122,5 @@ int korvane_disable_signin(korvane_h handle, bool disable)
 int korvane_disconnect_cloud_session(korvane_h handle)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.ready())
-        return call.result();
-
     return call.invoke<master::disconnect_cloud_session>();
 }

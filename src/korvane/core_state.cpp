@@ -44,7 +44,7 @@ using ResetResult = Registration<&korvane_s::reset_result, any_agent, master::se
 /// The checks that both device-property functions have, in their order.
 void require_property(AgentCall &call, const char *dev_name, int wifi_mode, int wifi_freq)
 {
-    call.require(dev_name != nullptr, "dev_name is NULL"_fmt)
+    call.require_given(dev_name, "dev_name")
         .require(wifi_mode > 0 && wifi_freq > 0, "Invalid param, wifi_mode=[0x%x], wifi_freq=[0x%x]"_fmt, wifi_mode,
                  wifi_freq);
 }
@@ -94,7 +94,7 @@ int korvane_unset_reset_result_cb(korvane_h handle)
 int korvane_get_device_id(korvane_h handle, char **device_id)
 {
     AgentCall call{handle, any_agent};
-    if (!call.require(device_id != nullptr, "device_id is NULL"_fmt).ready())
+    if (!call.require_given(device_id, "device_id").ready())
         return call.result();
 
     CText received;
@@ -107,36 +107,25 @@ int korvane_get_device_id(korvane_h handle, char **device_id)
 int korvane_get_easysetup_status(korvane_h handle, bool *status)
 {
     AgentCall call{handle, any_agent};
-    if (!call.require(status != nullptr, "status is NULL"_fmt).ready())
-        return call.result();
-
+    call.require_given(status, "status");
     return call.invoke<master::get_easysetup_status>(status);
 }
 
 int korvane_reset(korvane_h handle)
 {
     AgentCall call{handle, any_agent};
-    if (!call.ready())
-        return call.result();
-
     return call.invoke<master::reset>();
 }
 
 int korvane_send_reset_confirm(korvane_h handle, bool confirm)
 {
     AgentCall call{handle, any_agent};
-    if (!call.ready())
-        return call.result();
-
     return call.invoke<master::send_reset_confirm>(confirm);
 }
 
 int korvane_send_user_confirm(korvane_h handle, bool confirm)
 {
     AgentCall call{handle, any_agent};
-    if (!call.ready())
-        return call.result();
-
     return call.invoke<master::send_user_confirm>(confirm);
 }
 

@@ -64,27 +64,21 @@ int korvane_unset_cloud_device_list_cb(korvane_h handle)
 int korvane_get_device_owned_status(korvane_h handle, bool *is_owned)
 {
     AgentCall call{handle, since(1, 2)};
-    if (!call.require(is_owned != nullptr, "is_owned is NULL"_fmt).ready())
-        return call.result();
-
+    call.require_given(is_owned, "is_owned");
     return call.invoke<master::get_device_owned_status>(is_owned);
 }
 
 int korvane_set_regist_set_device(korvane_h handle, const char *rsd)
 {
     AgentCall call{handle, since(1, 1)};
-    if (!call.require(rsd != nullptr, "rsd is NULL"_fmt).ready())
-        return call.result();
-
+    call.require_given(rsd, "rsd");
     return call.invoke<master::set_regist_set_device>(rsd);
 }
 
 int korvane_set_nick_name(korvane_h handle, int device_no, const char *nick)
 {
     AgentCall call{handle, since(1, 2)};
-    if (!call.require(nick != nullptr, "nick is NULL"_fmt)
-             .require(device_no >= 0, "Invalid device no [%d]"_fmt, device_no)
-             .ready())
+    if (!call.require_given(nick, "nick").require(device_no >= 0, "Invalid device no [%d]"_fmt, device_no).ready())
         return call.result();
 
     log::info()("nick [%s], device_no [%d]"_fmt, nick, device_no);
@@ -94,7 +88,7 @@ int korvane_set_nick_name(korvane_h handle, int device_no, const char *nick)
 int korvane_set_device_name(korvane_h handle, const char *device_name)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(device_name != nullptr, "device name is NULL"_fmt).ready())
+    if (!call.require_given(device_name, "device name").ready())
         return call.result();
 
     log::info()("device_name [%s]"_fmt, device_name);
@@ -105,7 +99,7 @@ int korvane_set_device_name_with_device_no(korvane_h handle, const char *device_
 {
     AgentCall call{handle, since(1, 4)};
     if (!call.require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no)
-             .require(device_name != nullptr, "device name is NULL"_fmt)
+             .require_given(device_name, "device name")
              .ready())
         return call.result();
 
@@ -118,7 +112,7 @@ int korvane_set_device_type_with_device_no(korvane_h handle, int device_no, cons
 {
     AgentCall call{handle, since(2, 0)};
     if (!call.require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no)
-             .require(device_type != nullptr, "device type is NULL"_fmt)
+             .require_given(device_type, "device type")
              .ready())
         return call.result();
 

@@ -60,27 +60,27 @@ int korvane_unset_device_provisioning_cb(korvane_h handle)
 int korvane_devinfo_get_language(korvane_device_prov_info_h info, char **language)
 {
     LocalCall call{info, any_agent};
-    call.require(language != nullptr, "language is NULL"_fmt);
+    call.require_given(language, "language");
     return read(call, info, get_language, language);
 }
 
 int korvane_devinfo_get_country(korvane_device_prov_info_h info, char **country)
 {
     LocalCall call{info, any_agent};
-    call.require(country != nullptr, "country is NULL"_fmt);
+    call.require_given(country, "country");
     return read(call, info, get_country, country);
 }
 
 int korvane_devinfo_get_datetime(korvane_device_prov_info_h info, char **datetime)
 {
     LocalCall call{info, any_agent};
-    call.require(datetime != nullptr, "datetime is NULL"_fmt);
+    call.require_given(datetime, "datetime");
     return read(call, info, get_datetime, datetime);
 }
 
 int korvane_devinfo_get_regist_mobile_device(korvane_device_prov_info_h info, char **rmd)
 {
     LocalCall call{info, since(1, 1)};
-    call.require(rmd != nullptr, "rmd is NULL"_fmt);
+    call.require_given(rmd, "rmd");
     return read(call, info, get_rmd, rmd);
 }

@@ -25,7 +25,7 @@ int korvane_create_hdr_certificate(korvane_h handle, const char *device_type, co
 {
     AgentCall call{handle, since(2, 1)};
     if (!call.require(device_type && csr, "Input param is NULL, device_type=[%p], csr=[%p]"_fmt, device_type, csr)
-             .require(callback != nullptr, "create_hdr_certificate_cb is NULL"_fmt)
+             .require_given(callback, "create_hdr_certificate_cb")
              .ready())
         return call.result();
 
@@ -39,7 +39,7 @@ int korvane_get_hdr_certificate(korvane_h handle, const char *device_type, const
     AgentCall call{handle, since(2, 1)};
     if (!call.require(device_type && certificate_arn, "Input param is NULL, device_type=[%p], certificate_arn=[%p]"_fmt,
                       device_type, certificate_arn)
-             .require(callback != nullptr, "get_hdr_certificate_cb is NULL"_fmt)
+             .require_given(callback, "get_hdr_certificate_cb")
              .ready())
         return call.result();
 

@@ -44,7 +44,7 @@ int get_field(Caller caller, korvane_hdr_token_info_h handle, Out *out)
 int korvane_create_hdr_token_info(korvane_h handle, korvane_create_hdr_token_info_cb callback, void *user_data)
 {
     AgentCall call{handle, since(2, 1)};
-    if (!call.require(callback != nullptr, "create_hdr_token_info_cb is NULL"_fmt).ready())
+    if (!call.require_given(callback, "create_hdr_token_info_cb").ready())
         return call.result();
 
     return request_once<master::create_hdr_token_info, _create_hdr_token_info_cb>(call, callback, user_data);
@@ -56,7 +56,7 @@ int korvane_create_hdr_token_info_custom(korvane_h handle, const char *request_d
     AgentCall call{handle, since(2, 3)};
     if (!call.require(request_data_json_str != nullptr, "Input param is NULL, request_data_json_str=[%p]"_fmt,
                       request_data_json_str)
-             .require(callback != nullptr, "create_hdr_token_info_custom_cb is NULL"_fmt)
+             .require_given(callback, "create_hdr_token_info_custom_cb")
              .ready())
         return call.result();
 

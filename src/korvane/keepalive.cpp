@@ -98,9 +98,6 @@ int korvane_select_keepalive_intervals(korvane_h handle, const int *index_array,
 int korvane_send_keepalive(korvane_h handle)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.ready())
-        return call.result();
-
     return call.invoke<master::send_keepalive>();
 }
 

@@ -68,7 +68,7 @@ int korvane_laststatusinfo_set_error_code(korvane_last_status_info_h last_status
 {
     LocalCall call{last_status_info, since(1, 1)};
     // Of a text that could not be copied the log tells; the result stays good, as for every record.
-    if (call.require(error_code != nullptr, "error_code is NULL"_fmt).passed())
+    if (call.require_given(error_code, "error_code").passed())
         rpc_port_korvane_last_status_info_set_error_code(record_of(last_status_info), error_code);
     return call.result();
 }
@@ -76,8 +76,6 @@ int korvane_laststatusinfo_set_error_code(korvane_last_status_info_h last_status
 int korvane_set_last_status_info(korvane_h handle, korvane_last_status_info_h last_status_info)
 {
     AgentCall call{handle, since(1, 1)};
-    if (!call.require(last_status_info != nullptr, "last_status_info_h is NULL"_fmt).ready())
-        return call.result();
-
+    call.require_given(last_status_info, "last_status_info_h");
     return call.invoke<master::set_last_status_info>(record_of(last_status_info));
 }

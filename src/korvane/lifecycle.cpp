@@ -120,7 +120,7 @@ int korvane_start(korvane_h handle)
 int korvane_start_async(korvane_h handle, korvane_start_result_cb callback, void *user_data)
 {
     AgentCall call{handle, since(2, 0)};
-    if (!call.require(callback != nullptr, "start_result_cb is NULL"_fmt).ready())
+    if (!call.require_given(callback, "start_result_cb").ready())
         return call.result();
 
     return request_once<master::start_async, _start_async_result_cb>(call, callback, user_data, start_text,
@@ -131,16 +131,13 @@ int korvane_stop(korvane_h handle)
 {
     // Unlike start, it says nothing of its own about an agent that is not ready: the call itself fails then.
     AgentCall call{handle, any_agent};
-    if (!call.ready())
-        return call.result();
-
     return call.invoke<master::stop>();
 }
 
 int korvane_set_rpc_io_error_cb(korvane_h handle, korvane_rpc_io_error_cb callback, void *user_data)
 {
     HandleCall call{handle, any_agent};
-    if (!call.require(callback != nullptr, "rpc_io_error_cb is NULL"_fmt).passed())
+    if (!call.require_given(callback, "rpc_io_error_cb").passed())
         return call.result();
 
     handle->rpc_io_error_cb = callback;

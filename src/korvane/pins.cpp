@@ -72,28 +72,21 @@ int korvane_unset_ultrasound_pin_cb(korvane_h handle)
 int korvane_set_random_pin(korvane_h handle, const char *pin)
 {
     AgentCall call{handle, since(1, 4)};
-    call.require(pin != nullptr, "pin is NULL"_fmt);
-    if (!call.require(!pin || *pin, "pin is not valid"_fmt).ready())
-        return call.result();
-
+    call.require_given(pin, "pin");
+    call.require(!pin || *pin, "pin is not valid"_fmt);
     return call.invoke<master::set_random_pin>(pin);
 }
 
 int korvane_unset_random_pin(korvane_h handle)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.ready())
-        return call.result();
-
     return call.invoke<master::unset_random_pin>();
 }
 
 int korvane_set_preconfigured_pin(korvane_h handle, const char *pin)
 {
     AgentCall call{handle, any_agent};
-    if (!call.require(pin != nullptr, "pin is NULL"_fmt).ready())
-        return call.result();
-
+    call.require_given(pin, "pin");
     return call.invoke<master::set_preconfigured_pin>(pin);
 }
 

@@ -70,7 +70,7 @@ int korvane_platforminfo_set_firmware_version(korvane_platform_info_h platform_i
 int korvane_set_platform_info(korvane_h handle, korvane_platform_info_h platform_info)
 {
     AgentCall call{handle, since(1, 1)};
-    call.require(platform_info != nullptr, "platform_info_h is NULL"_fmt);
+    call.require_given(platform_info, "platform_info_h");
     if (!in_agents_form(call, platform_info) || !call.ready())
         return call.result();
 
@@ -83,7 +83,7 @@ int korvane_set_platform_info_with_device_no(korvane_h handle, korvane_platform_
 {
     // From this version on every handle of the right form is JSON.
     AgentCall call{handle, since(1, 2)};
-    call.require(platform_info != nullptr, "platform_info_h is NULL"_fmt)
+    call.require_given(platform_info, "platform_info_h")
         .require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no);
     if (!in_agents_form(call, platform_info) || !call.ready())
         return call.result();

@@ -108,9 +108,7 @@ int korvane_send_provisioning_language_setting_result(korvane_h handle, unsigned
 int korvane_set_provisioning_vendor_info(korvane_h handle, const char *prov_json_str)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.require(prov_json_str != nullptr, "prov_json_str is NULL"_fmt).ready())
-        return call.result();
-
+    call.require_given(prov_json_str, "prov_json_str");
     return call.invoke<master::set_provisioning_vendor_info>(prov_json_str);
 }
 
@@ -127,16 +125,14 @@ int korvane_set_wifi_connection_error_code(korvane_h handle, int error_code)
 int korvane_set_sso_list(korvane_h handle, const char *sso_list)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.require(sso_list != nullptr, "sso_list is NULL"_fmt).ready())
-        return call.result();
-
+    call.require_given(sso_list, "sso_list");
     return call.invoke<master::set_sso_list>(sso_list);
 }
 
 int korvane_set_easysetup_version_info(korvane_h handle, const char *es_version_info)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.require(es_version_info != nullptr, "es_version_info is NULL"_fmt).ready())
+    if (!call.require_given(es_version_info, "es_version_info").ready())
         return call.result();
 
     log::info()("es_version_info [%s]"_fmt, es_version_info);

@@ -31,7 +31,7 @@ int korvane_unset_diagnostics_cb(korvane_h handle)
 int korvane_send_custom_push_msg(korvane_h handle, const char *push_msg_json_str)
 {
     AgentCall call{handle, since(2, 0)};
-    if (!call.require(push_msg_json_str != nullptr, "push_msg_json_str is NULL"_fmt).ready())
+    if (!call.require_given(push_msg_json_str, "push_msg_json_str").ready())
         return call.result();
 
     Json message{cJSON_Parse(push_msg_json_str)};

@@ -74,7 +74,7 @@ void _get_group_id_cb(void *user_data, const char *group_id)
 int korvane_register_sub_device(korvane_h handle, int device_no, const char *device_id)
 {
     AgentCall call{handle, since(1, 1)};
-    if (!call.require(device_id != nullptr, "device_id is NULL"_fmt)
+    if (!call.require_given(device_id, "device_id")
              .require(device_no > 0, "Invalid device_no [%d]"_fmt, device_no)
              .ready())
         return call.result();
@@ -86,16 +86,14 @@ int korvane_register_sub_device(korvane_h handle, int device_no, const char *dev
 int korvane_unregister_sub_device(korvane_h handle, int device_no)
 {
     AgentCall call{handle, since(1, 1)};
-    if (!call.require(device_no > 0, "Invalid device_no [%d]"_fmt, device_no).ready())
-        return call.result();
-
+    call.require(device_no > 0, "Invalid device_no [%d]"_fmt, device_no);
     return call.invoke<master::unregister_sub_device>(device_no);
 }
 
 int korvane_set_sub_device_presence(korvane_h handle, const int *device_no_list, int device_count, bool presence)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(device_no_list != nullptr, "device_no_list is NULL"_fmt)
+    if (!call.require_given(device_no_list, "device_no_list")
              .require(device_count > 0, "Invalid device_count [%d]"_fmt, device_count)
              .ready())
         return call.result();
@@ -116,9 +114,7 @@ int korvane_set_sub_device_presence(korvane_h handle, const int *device_no_list,
 int korvane_get_sub_device_presence_list(korvane_h handle, korvane_sub_dev_prs_h **prs_list, int *count)
 {
     AgentCall call{handle, since(1, 6)};
-    if (!call.require(prs_list != nullptr, "prs_list_h is NULL"_fmt)
-             .require(count != nullptr, "count is NULL"_fmt)
-             .ready())
+    if (!call.require_given(prs_list, "prs_list_h").require_given(count, "count").ready())
         return call.result();
 
     CText text;
@@ -148,9 +144,7 @@ int korvane_get_sub_device_presence_list(korvane_h handle, korvane_sub_dev_prs_h
 int korvane_get_sub_device_presence(korvane_sub_dev_prs_h prs, char **device_id, int *presence)
 {
     LocalCall call{prs, since(1, 6)};
-    if (!call.require(device_id != nullptr, "device_id is NULL"_fmt)
-             .require(presence != nullptr, "presence is NULL"_fmt)
-             .passed())
+    if (!call.require_given(device_id, "device_id").require_given(presence, "presence").passed())
         return call.result();
 
     log::info()("device id = [%s], presence state = [%d]"_fmt, prs->device_id.get(), prs->presence);
@@ -176,7 +170,7 @@ int korvane_release_sub_device_presence_list(korvane_sub_dev_prs_h *prs_list, in
 int korvane_get_group_id(korvane_h handle, korvane_get_group_id_cb callback, void *user_data)
 {
     AgentCall call{handle, since(1, 5)};
-    if (!call.require(callback != nullptr, "get_group_id_cb is NULL"_fmt).ready())
+    if (!call.require_given(callback, "get_group_id_cb").ready())
         return call.result();
 
     return request_once<master::get_group_id, _get_group_id_cb>(call, callback, user_data);

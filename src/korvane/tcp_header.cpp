@@ -27,7 +27,7 @@ int get_field(Caller caller, korvane_tcp_header_info_h handle, Out *out)
 int korvane_get_tcp_header_info(korvane_h handle, korvane_tcp_header_info_h *tcp_header_info)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(tcp_header_info != nullptr, "tcp_header_info_h is NULL"_fmt).ready())
+    if (!call.require_given(tcp_header_info, "tcp_header_info_h").ready())
         return call.result();
 
     // Applications release what they find here after a failure, too.

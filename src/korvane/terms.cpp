@@ -59,7 +59,7 @@ int korvane_tncinfo_set_header(korvane_tnc_info_h tnc_info, const char *header)
 int korvane_set_tnc_info(korvane_h handle, korvane_tnc_info_h tnc_info)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.require(tnc_info != nullptr, "tnc_info_h is NULL"_fmt).ready() || !has_object(call, tnc_info))
+    if (!call.require_given(tnc_info, "tnc_info_h").ready() || !has_object(call, tnc_info))
         return call.result();
 
     return invoke_with_json<master::set_tnc_data>(call, tnc_info->object.get());
@@ -68,9 +68,7 @@ int korvane_set_tnc_info(korvane_h handle, korvane_tnc_info_h tnc_info)
 int korvane_set_tnc_url(korvane_h handle, const char *url)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(url != nullptr, "url is NULL"_fmt).ready())
-        return call.result();
-
+    call.require_given(url, "url");
     return call.invoke<master::set_tnc_url>(url);
 }
 

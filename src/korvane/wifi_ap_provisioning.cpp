@@ -110,7 +110,7 @@ void let_go_aloud(WifiApSlot &slot, Caller caller)
 int korvane_set_wifi_ap_provisioning_cb(korvane_h handle, korvane_wifi_ap_provisioning_cb callback, void *user_data)
 {
     AgentCall call{handle, any_agent};
-    if (!call.require(callback != nullptr, "callback is NULL"_fmt).ready())
+    if (!call.require_given(callback, "callback").ready())
         return call.result();
 
     WifiApSlot &slot = slot_of(handle);

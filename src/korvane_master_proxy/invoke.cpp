@@ -69,7 +69,7 @@ public:
         if (!begin(values) || !write_request(values))
             return -1;
         send();
-        return await_reply() ? read_reply(values) : -1;
+        return await_reply() ? read_reply() : -1;
     }
 
 private:
@@ -81,7 +81,7 @@ private:
     bool write_arguments(const Value *values);
     void send();
     bool await_reply();
-    int read_reply(const Value *values);
+    int read_reply();
 
     rpc_port_proxy_kv_master_h handle_;
     int id_;
@@ -89,6 +89,9 @@ private:
     Parcel request_;
     Parcel reply_;
     int status_ = 0;
+    // Where the out values begin, once the arguments have been written.
+    const char *outs_ = nullptr;
+    const Value *out_values_ = nullptr;
 };
 
 /// Of arguments only text may be missing: it crosses as the empty text.
@@ -124,7 +127,8 @@ bool Exchange::write_request(const Value *values)
 
 bool Exchange::write_arguments(const Value *values)
 {
-    for (const char *letter = signature_; is_argument(*letter); ++letter, ++values) {
+    const char *letter = signature_;
+    for (; is_argument(*letter); ++letter, ++values) {
         if (!write(request_.get(), *letter, *values))
             return false;
         // From here on the proxy owns the delegate, whatever becomes of the request: the agent may hear of it.
@@ -134,6 +138,8 @@ bool Exchange::write_arguments(const Value *values)
             handle_->delegates = g_list_append(handle_->delegates, delegate);
         }
     }
+    outs_ = letter;
+    out_values_ = values;
     return true;
 }
 
@@ -164,16 +170,12 @@ bool Exchange::await_reply()
 }
 
 /// The agent's result, if the reply holds it after out values that were all there.
-int Exchange::read_reply(const Value *values)
+int Exchange::read_reply()
 {
-    const char *outs = signature_;
-    for (; is_argument(*outs); ++outs)
-        ++values;
-
     Held held[most_outs(master::Methods{})];
     bool complete = true;
-    for (int i = 0; complete && outs[i]; ++i)
-        complete = held[i].read(reply_.get(), argument_letter(outs[i]));
+    for (int i = 0; complete && outs_[i]; ++i)
+        complete = held[i].read(reply_.get(), argument_letter(outs_[i]));
     int result = -1;
     if (!complete || !IntWire::read(reply_.get(), result)) {
         call_log::error(self())("Incomplete reply"_fmt);
@@ -182,8 +184,8 @@ int Exchange::read_reply(const Value *values)
     reply_.destroy();
     g_rec_mutex_unlock(&handle_->mutex);
     set_last_result(status_);
-    for (int i = 0; result == 0 && outs[i]; ++i)
-        held[i].hand_out(argument_letter(outs[i]), values[i].out);
+    for (int i = 0; result == 0 && outs_[i]; ++i)
+        held[i].hand_out(argument_letter(outs_[i]), out_values_[i].out);
     return result;
 }
 

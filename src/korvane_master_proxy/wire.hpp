@@ -2,7 +2,7 @@
 #pragma once
 
 #include "describe.hpp"
-#include "log.hpp"
+#include "record_shape.hpp"
 #include "record_types.hpp"
 
 #include <rpc_port.h>
@@ -38,11 +38,13 @@ inline constexpr char delegate = 'd';
 } // namespace letter_of
 
 /// What an element is in C++: Arg when it is sent, Held while it is read, View when it is shown to a callback, Released
-/// when it is handed out of a call. The name makes no difference, so elements of a type share one of these.
+/// when it is handed out of a call. The name makes no difference, so elements of a type have one of these in common, the
+/// Shared one.
 template <class Element>
 struct Wire;
 
 struct IntWire {
+    using Shared = IntWire;
     static constexpr char letter = letter_of::number;
     using Arg = int;
     using Held = int;
@@ -55,6 +57,7 @@ struct IntWire {
 };
 
 struct BoolWire {
+    using Shared = BoolWire;
     static constexpr char letter = letter_of::flag;
     using Arg = bool;
     using Held = bool;
@@ -67,6 +70,7 @@ struct BoolWire {
 };
 
 struct TextWire {
+    using Shared = TextWire;
     static constexpr char letter = letter_of::text;
     using Arg = const char *;
     using Held = CText;
@@ -117,41 +121,11 @@ template <class R>
 struct RecordCodec {
     using Type = typename R::type;
 
-    static void to(rpc_port_parcel_h parcel, void *data)
-    {
-        if (!parcel || !data) {
-            log::error({concat<"__", R::text, "_to">.text, __LINE__})("Invalid parameter"_fmt);
-            return;
-        }
-        auto &record = *static_cast<Type *>(data);
-        record.complete = true;
-        describe::for_each(typename R::fields{}, [&]<class F>() {
-            record.complete = record.complete && Wire<typename F::element>::write(parcel, record.*F::member);
-        });
-    }
+    static void to(rpc_port_parcel_h parcel, void *data) { write_record(parcel, data, shape); }
+    static void from(rpc_port_parcel_h parcel, void *data) { read_record(parcel, data, shape); }
+    static Type *create() { return static_cast<Type *>(prepared(make_zeroed<Type>(), shape)); }
 
-    static void from(rpc_port_parcel_h parcel, void *data)
-    {
-        if (!parcel || !data) {
-            log::error({concat<"__", R::text, "_from">.text, __LINE__})("Invalid parameter"_fmt);
-            return;
-        }
-        auto &record = *static_cast<Type *>(data);
-        record.complete = true;
-        describe::for_each(typename R::fields{}, [&]<class F>() {
-            record.complete = record.complete && Wire<typename F::element>::read(parcel, record.*F::member);
-        });
-    }
-
-    static Type *create()
-    {
-        auto *record = make_zeroed<Type>();
-        if (record)
-            record->functions = {to, from};
-        else
-            log::error({concat<"rpc_port_", R::text, "_create">.text, __LINE__})("Out of memory"_fmt);
-        return record;
-    }
+    static constexpr RecordShape shape{R::name, {to, from}, FieldTable<typename R::fields>::rows, R::fields::count};
 };
 
 /// Owns a value that is destroyed with destroy().
@@ -184,6 +158,7 @@ private:
 
 template <class R, FixedText Name>
 struct Wire<describe::Rec<R, Name>> {
+    using Shared = Wire;
     static constexpr char letter = letter_of::parcelable;
     using Arg = typename R::type *;
     using Held = Owned<typename R::type>;

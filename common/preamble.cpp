@@ -15,9 +15,9 @@ Preamble &Preamble::require_handle(const void *handle)
     return require_given(handle, "handle");
 }
 
-Preamble &Preamble::require_named(bool given, const char *name)
+Preamble &Preamble::require_given(const void *argument, const char *name)
 {
-    return require(given, "%s is NULL"_fmt, name);
+    return require(argument != nullptr, "%s is NULL"_fmt, name);
 }
 
 Preamble &Preamble::require_as_said(bool holds, int code, const char *reason)

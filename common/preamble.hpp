@@ -44,10 +44,11 @@ public:
     Preamble &require_as_said(bool holds, int code, const char *reason);
 
     /// An argument that must not be NULL, by the name that the log gives it.
-    template <class T>
-    Preamble &require_given(T *argument, const char *name)
+    Preamble &require_given(const void *argument, const char *name);
+    template <class Result, class... Args>
+    Preamble &require_given(Result (*callback)(Args...), const char *name)
     {
-        return require_named(argument != nullptr, name);
+        return require_given(reinterpret_cast<const void *>(callback), name);
     }
 
     /// The agent is not being replaced at the moment.
@@ -60,9 +61,6 @@ public:
 protected:
     Caller caller_;
     int result_ = KORVANE_ERROR_NONE;
-
-private:
-    Preamble &require_named(bool given, const char *name);
 };
 
 } // namespace kv

@@ -43,6 +43,11 @@ HandleCall::HandleCall(korvane_h handle, int minimum_version, Caller caller) : P
         .require(handle == live_handle, "handle is not the live one"_fmt);
 }
 
+AgentCall::AgentCall(korvane_h handle, int minimum_version, Caller caller)
+    : HandleCall(handle, minimum_version, caller), handle_(handle)
+{
+}
+
 bool AgentCall::ready()
 {
     return agent_not_installing().passed();

@@ -26,10 +26,7 @@ public:
 /// A function that asks the agent.
 class AgentCall : public HandleCall {
 public:
-    AgentCall(korvane_h handle, int minimum_version, Caller caller = Caller::here())
-        : HandleCall(handle, minimum_version, caller), handle_(handle)
-    {
-    }
+    AgentCall(korvane_h handle, int minimum_version, Caller caller = Caller::here());
 
     template <class... Check>
     AgentCall &require(bool holds, Check... code_and_reason)
@@ -37,8 +34,8 @@ public:
         Preamble::require(holds, code_and_reason...);
         return *this;
     }
-    template <class T>
-    AgentCall &require_given(T *argument, const char *name)
+    template <class Argument>
+    AgentCall &require_given(Argument *argument, const char *name)
     {
         Preamble::require_given(argument, name);
         return *this;

@@ -33,7 +33,7 @@ int read(LocalCall &call, korvane_ap_info_h ap_info, const Member<Value> &member
     if (!in_agents_form(call, ap_info))
         return call.result();
     if (ap_info->form == Form::record)
-        return read_member(call, ap_info->record.get(), member.in_record, value);
+        return read_member(call, ap_info->record(), member.in_record, value);
     return hand_out(call, cJSON_GetObjectItem(ap_info->json.get(), member.key), value);
 }
 

@@ -51,7 +51,7 @@ struct Entry {
 Entry entry_at(LocalCall &call, korvane_aplist_h list, int idx)
 {
     if (list->form == Form::record) {
-        const auto &records = *list->record.get();
+        const auto &records = *list->record();
         call.require(idx >= 0 && idx < records.present, "idx[%d] : invalid value, list count = [%d]"_fmt, idx,
                      records.present);
         return {call.passed() ? records.items[idx] : nullptr, nullptr};
@@ -77,10 +77,10 @@ int set(LocalCall &call, korvane_aplist_h list, int idx, const EntryField<Value>
 
 bool fill_records(LocalCall &call, korvane_aplist_s &list, int count)
 {
-    list.record.reset(proxy::make_zeroed<korvane_aplist_s::Record>());
+    list.any_record = proxy::make_zeroed<korvane_aplist_s::Record>();
     return call
-        .require(list.record && count <= most_entries &&
-                     append_records(*list.record.get(), count, rpc_port_korvane_ap_info_create),
+        .require(list.any_record && count <= most_entries &&
+                     append_records(*list.record(), count, rpc_port_korvane_ap_info_create),
                  KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt)
         .passed();
 }
@@ -109,7 +109,7 @@ int send_records(AgentCall &call, const korvane_aplist_s &list, int req_id)
              .passed())
         return call.result();
     const proxy::Owned owned{array};
-    const auto &records = *list.record.get();
+    const auto &records = *list.record();
     if (!call.require(
                  rpc_port_array_korvane_ap_info_set_array_korvane_ap_infos(array, records.items, records.present) == 0,
                  KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_korvane_ap_info_set_array_korvane_ap_infos() failed"_fmt)

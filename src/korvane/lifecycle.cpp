@@ -120,9 +120,7 @@ int korvane_start(korvane_h handle)
 int korvane_start_async(korvane_h handle, korvane_start_result_cb callback, void *user_data)
 {
     AgentCall call{handle, since(2, 0)};
-    if (!call.require_given(callback, "start_result_cb").ready())
-        return call.result();
-
+    call.require_given(callback, "start_result_cb");
     return request_once<master::start_async, _start_async_result_cb>(call, callback, user_data, start_text,
                                                                      start_number, start_number);
 }

@@ -28,35 +28,56 @@ void OneShotRecords::add(kv_cb_info &record)
     first_ = &record;
 }
 
-OneShotRequest::OneShotRequest(AgentCall &call, AnyFunction callback, void *user_data, int delegate_id,
-                               proxy::Delegate *(*create_delegate)(kv_cb_info *record))
-    : call_(call), record_(proxy::make_zeroed<kv_cb_info>())
-{
-    if (!call_.require(bool(record_), KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
-        return;
-    record_->handle = call_.handle();
-    record_->callback = callback;
-    record_->user_data = user_data;
-    delegate_ = create_delegate(record_.get());
-    call_.require(delegate_ != nullptr, KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_kv_master_%s_create() failed"_fmt,
-                  proxy::name_of_delegate(delegate_id));
-}
+namespace {
 
-OneShotRequest::~OneShotRequest()
-{
-    if (!delegate_)
-        return;
-    if (delegate_->listed)
-        proxy::dispose_delegate(call_.handle()->proxy, delegate_, delegate_->id);
-    else
-        proxy::destroy(delegate_); // the request was refused before it held the delegate
-}
+/// A delegate until its request is under way. One that the request has carried is the proxy's.
+class PendingDelegate {
+public:
+    PendingDelegate(rpc_port_proxy_kv_master_h proxy, proxy::Delegate *delegate) : proxy_(proxy), delegate_(delegate) {}
+    PendingDelegate(const PendingDelegate &) = delete;
+    PendingDelegate &operator=(const PendingDelegate &) = delete;
+    ~PendingDelegate()
+    {
+        if (!delegate_)
+            return;
+        if (delegate_->listed)
+            proxy::dispose_delegate(proxy_, delegate_, delegate_->id);
+        else
+            proxy::destroy(delegate_);
+    }
 
-int OneShotRequest::settle(int result)
+    proxy::Delegate *get() const { return delegate_; }
+    void release() { delegate_ = nullptr; }
+
+private:
+    rpc_port_proxy_kv_master_h proxy_;
+    proxy::Delegate *delegate_;
+};
+
+} // namespace
+
+int request_once(AgentCall &call, const OneShotKind &kind, AnyFunction callback, void *user_data,
+                 const proxy::Value *values, proxy::Value &delegate)
 {
+    if (!call.ready())
+        return call.result();
+    proxy::Owned<kv_cb_info> record{proxy::make_zeroed<kv_cb_info>()};
+    if (!call.require(bool(record), KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+        return call.result();
+    record->handle = call.handle();
+    record->callback = callback;
+    record->user_data = user_data;
+
+    PendingDelegate pending{call.handle()->proxy, kind.create_delegate(record.get())};
+    if (!call.require(pending.get() != nullptr, KORVANE_ERROR_OUT_OF_MEMORY,
+                      "rpc_port_kv_master_%s_create() failed"_fmt, proxy::name_of_delegate(kind.delegate_id))
+             .passed())
+        return call.result();
+    delegate.parcelable = pending.get();
+    const int result = call.invoke(kind.method_text, values);
     if (result == KORVANE_ERROR_NONE) {
-        call_.handle()->one_shots.add(*record_.release());
-        delegate_ = nullptr;
+        call.handle()->one_shots.add(*record.release());
+        pending.release();
     }
     return result;
 }

@@ -7,28 +7,17 @@
 
 namespace kv::api {
 
-/// A request of this kind while it is being made: its record and its delegate. Both are taken back unless the request
-/// turns out to be under way.
-class OneShotRequest {
-public:
-    /// The delegate is the one that such requests carry, with the record as its user data.
-    OneShotRequest(AgentCall &call, AnyFunction callback, void *user_data, int delegate_id,
-                   proxy::Delegate *(*create_delegate)(kv_cb_info *record));
-    OneShotRequest(const OneShotRequest &) = delete;
-    OneShotRequest &operator=(const OneShotRequest &) = delete;
-    ~OneShotRequest();
-
-    explicit operator bool() const { return delegate_ != nullptr; }
-    proxy::Delegate *delegate() const { return delegate_; }
-
-    /// The result of the call that carried the delegate. Once under way, record and delegate wait for the answer.
-    int settle(int result);
-
-private:
-    AgentCall &call_;
-    proxy::Owned<kv_cb_info> record_;
-    proxy::Delegate *delegate_ = nullptr;
+/// A kind of such requests: its method, and how its delegate is made, with the record as user data.
+struct OneShotKind {
+    const char *method_text;
+    int delegate_id;
+    proxy::Delegate *(*create_delegate)(kv_cb_info *record);
 };
+
+/// Calls the method with these values and the delegate, whose place among them is told. Once the request is under way,
+/// record and delegate wait for the answer; else both are taken back.
+int request_once(AgentCall &call, const OneShotKind &kind, AnyFunction callback, void *user_data,
+                 const proxy::Value *values, proxy::Value &delegate);
 
 /// The last argument of a method.
 template <class Ins>
@@ -44,13 +33,13 @@ template <class Method, auto Trampoline, class Callback, class... Values>
 int request_once(AgentCall &call, Callback callback, void *user_data, Values... values)
 {
     using D = typename LastOf<typename Method::in>::Type::delegate;
-
-    OneShotRequest request{
-        call, reinterpret_cast<AnyFunction>(callback), user_data, D::id,
+    static constexpr OneShotKind kind{
+        proxy::text_of_method<Method>.text, D::id,
         [](kv_cb_info *record) -> proxy::Delegate * { return proxy::create_delegate<D>(Trampoline, true, record); }};
-    if (!request)
-        return call.result();
-    return request.settle(call.invoke<Method>(values..., static_cast<proxy::TypedDelegate<D> *>(request.delegate())));
+
+    proxy::Arguments<Method> arguments{values..., nullptr};
+    return request_once(call, kind, reinterpret_cast<AnyFunction>(callback), user_data, arguments.values.data(),
+                        arguments.values.back());
 }
 
 } // namespace kv::api

@@ -170,8 +170,6 @@ int korvane_release_sub_device_presence_list(korvane_sub_dev_prs_h *prs_list, in
 int korvane_get_group_id(korvane_h handle, korvane_get_group_id_cb callback, void *user_data)
 {
     AgentCall call{handle, since(1, 5)};
-    if (!call.require_given(callback, "get_group_id_cb").ready())
-        return call.result();
-
+    call.require_given(callback, "get_group_id_cb");
     return request_once<master::get_group_id, _get_group_id_cb>(call, callback, user_data);
 }

@@ -7,10 +7,13 @@ using namespace kv::api;
 
 struct korvane_tnc_info_s : JsonHandle {
     static constexpr int minimum = since(1, 3);
-    static constexpr FixedText object_name{"tnc_json"};
+    static constexpr const char *object_name = "tnc_json";
 };
 
 namespace {
+
+constexpr JsonField version_field{"tnc_version", "version", since(1, 3)};
+constexpr JsonField header_field{"tnc_header", "header", since(1, 3)};
 
 void _tnc_result_cb(void *user_data, const char *result)
 {
@@ -45,7 +48,7 @@ int korvane_tnc_info_destroy(korvane_tnc_info_h tnc_info)
 
 int korvane_tncinfo_set_version(korvane_tnc_info_h tnc_info, const char *version)
 {
-    if (int code = set_json_text<"tnc_version", "version", since(1, 3)>(Caller::here(), tnc_info, version))
+    if (int code = set_json_text(Caller::here(), tnc_info, version_field, version))
         return code;
     log::info()("version [%s]"_fmt, version);
     return KORVANE_ERROR_NONE;
@@ -53,7 +56,7 @@ int korvane_tncinfo_set_version(korvane_tnc_info_h tnc_info, const char *version
 
 int korvane_tncinfo_set_header(korvane_tnc_info_h tnc_info, const char *header)
 {
-    return set_json_text<"tnc_header", "header", since(1, 3)>(Caller::here(), tnc_info, header);
+    return set_json_text(Caller::here(), tnc_info, header_field, header);
 }
 
 int korvane_set_tnc_info(korvane_h handle, korvane_tnc_info_h tnc_info)

@@ -36,7 +36,7 @@ proxy::Owned<korvane_ap_info_s> held_clone(rpc_port_korvane_ap_info_h received)
     rpc_port_korvane_ap_info_h clone = nullptr;
     if (!ap_info || rpc_port_korvane_ap_info_clone(received, &clone) != 0)
         return {};
-    ap_info->record.reset(clone);
+    ap_info->any_record = clone;
     return ap_info;
 }
 

@@ -109,8 +109,6 @@ struct ArrayCodec {
     static void to(rpc_port_parcel_h parcel, void *data) { write_array(parcel, data, shape); }
     static void from(rpc_port_parcel_h parcel, void *data) { read_array(parcel, data, shape); }
     static Type *create() { return static_cast<Type *>(prepared(make_zeroed<Type>(), shape)); }
-
-private:
     static Type &typed(AnyArray &array) { return static_cast<Type &>(array); }
 
     static constexpr ArrayShape shape{A::name,

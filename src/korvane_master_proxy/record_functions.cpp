@@ -10,6 +10,24 @@ bool is_given(bool given, Caller caller)
     return given;
 }
 
+int set_items(AnyArray *array, const void *items, int count, const ArrayShape &shape, CloneNext clone_next,
+              Caller caller)
+{
+    if (!is_given(array && items && count >= 0, caller))
+        return -1;
+    shape.clear(*array);
+    array->count = count;
+    for (; array->present < count; ++array->present) {
+        if (!shape.reserve_next(*array)) {
+            log::error(caller)("Out of memory"_fmt);
+            return -1;
+        }
+        if (!clone_next(*array, items, caller))
+            return -1;
+    }
+    return 0;
+}
+
 int set_text(Parcelable *record, CText Parcelable::*field, const char *value, Caller caller)
 {
     if (!is_given(record && value, caller))

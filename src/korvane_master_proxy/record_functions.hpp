@@ -96,23 +96,25 @@ bool clone_item(describe::RecordArray<Name, R>, typename R::type *item, typename
     return clone_record<R>(item, &copy, caller) == 0;
 }
 
+/// Puts a copy of one of the items that are given behind those that the array has.
+using CloneNext = bool (*)(AnyArray &array, const void *items, Caller caller);
+
+int set_items(AnyArray *array, const void *items, int count, const ArrayShape &shape, CloneNext clone_next,
+              Caller caller);
+
 template <class A>
 int set_items(ArrayValue<A> *array, typename ItemCodec<A>::Item const *items, int count, Caller caller = Caller::here())
 {
-    if (!is_given(array && items && count >= 0, caller))
-        return -1;
-    array->clear();
-    array->count = count;
-    while (array->present < count) {
-        if (!array->reserve_next()) {
-            log::error(caller)("Out of memory"_fmt);
-            return -1;
-        }
-        if (!clone_item(A{}, items[array->present], array->items[array->present], caller))
-            return -1;
-        ++array->present;
-    }
-    return 0;
+    using Item = typename ItemCodec<A>::Item;
+
+    return set_items(
+        array, items, count, ArrayCodec<A>::shape,
+        [](AnyArray &any, const void *from, Caller caller_of_set) {
+            auto &typed = static_cast<ArrayValue<A> &>(any);
+            return clone_item(A{}, static_cast<const Item *>(from)[any.present], typed.items[any.present],
+                              caller_of_set);
+        },
+        caller);
 }
 
 } // namespace kv::proxy

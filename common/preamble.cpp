@@ -20,6 +20,11 @@ Preamble &Preamble::require_given(const void *argument, const char *name)
     return require(argument != nullptr, "%s is NULL"_fmt, name);
 }
 
+Preamble &Preamble::require_memory(bool allocated)
+{
+    return require(allocated, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt);
+}
+
 Preamble &Preamble::require_as_said(bool holds, int code, const char *reason)
 {
     if (!holds && passed()) [[unlikely]] {

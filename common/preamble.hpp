@@ -51,6 +51,9 @@ public:
         return require_given(reinterpret_cast<const void *>(callback), name);
     }
 
+    /// What was to be allocated has been.
+    Preamble &require_memory(bool allocated);
+
     /// The agent is not being replaced at the moment.
     Preamble &agent_not_installing();
 

@@ -64,24 +64,29 @@ Entry entry_at(LocalCall &call, korvane_aplist_h list, int idx)
 }
 
 template <class Value>
-int set(LocalCall &call, korvane_aplist_h list, int idx, const EntryField<Value> &field, Value value)
+[[gnu::noinline]] int set(LocalCall &call, korvane_aplist_h list, int idx, const EntryField<Value> &field, Value value)
 {
     if (!in_agents_form(call, list))
         return call.result();
     const Entry entry = entry_at(call, list, idx);
     if (call.passed())
-        call.require(set_field(entry.record, entry.json, field, value), KORVANE_ERROR_OUT_OF_MEMORY,
-                     "Memory allocation is failed"_fmt);
+        call.require_memory(set_field(entry.record, entry.json, field, value));
     return call.result();
+}
+
+/// A setter of a number that every agent knows.
+int set_number(Caller caller, korvane_aplist_h list, int idx, const EntryField<int> &field, int value)
+{
+    LocalCall call{list, any_agent, caller};
+    return set(call, list, idx, field, value);
 }
 
 bool fill_records(LocalCall &call, korvane_aplist_s &list, int count)
 {
     list.any_record = proxy::make_zeroed<korvane_aplist_s::Record>();
     return call
-        .require(list.any_record && count <= most_entries &&
-                     append_records(*list.record(), count, rpc_port_korvane_ap_info_create),
-                 KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt)
+        .require_memory(list.any_record && count <= most_entries &&
+                        append_records(*list.record(), count, rpc_port_korvane_ap_info_create))
         .passed();
 }
 
@@ -126,7 +131,7 @@ int send_document(AgentCall &call, cJSON *document, int req_id)
         cJSON_DeleteItemFromArray(document, cJSON_GetArraySize(document) - 1); // the command, as if never added
         whole = false;
     }
-    if (!call.require(whole, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(whole).passed())
         return call.result();
     return invoke_common_interface(call, document);
 }
@@ -150,7 +155,7 @@ int korvane_aplist_create(korvane_aplist_h *list, int count)
         return call.result();
 
     auto made = make_two_form<korvane_aplist_s>(korvane_aplist_s::of_agent());
-    if (!call.require(bool(made), KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(bool(made)).passed())
         return call.result();
     if (made->form == Form::record ? fill_records(call, *made.get(), count) : fill_document(call, *made.get(), count))
         *list = made.release();
@@ -182,32 +187,27 @@ int korvane_aplist_set_bssid(korvane_aplist_h list, int idx, const char *bssid)
 
 int korvane_aplist_set_authtype(korvane_aplist_h list, int idx, int authtype)
 {
-    LocalCall call{list, any_agent};
-    return set(call, list, idx, authtype_field, authtype);
+    return set_number(Caller::here(), list, idx, authtype_field, authtype);
 }
 
 int korvane_aplist_set_enctype(korvane_aplist_h list, int idx, int enctype)
 {
-    LocalCall call{list, any_agent};
-    return set(call, list, idx, enctype_field, enctype);
+    return set_number(Caller::here(), list, idx, enctype_field, enctype);
 }
 
 int korvane_aplist_set_channel(korvane_aplist_h list, int idx, int channel)
 {
-    LocalCall call{list, any_agent};
-    return set(call, list, idx, channel_field, channel);
+    return set_number(Caller::here(), list, idx, channel_field, channel);
 }
 
 int korvane_aplist_set_signal_level(korvane_aplist_h list, int idx, int signal_level)
 {
-    LocalCall call{list, any_agent};
-    return set(call, list, idx, signal_level_field, signal_level);
+    return set_number(Caller::here(), list, idx, signal_level_field, signal_level);
 }
 
 int korvane_aplist_set_max_rate(korvane_aplist_h list, int idx, int max_rate)
 {
-    LocalCall call{list, any_agent};
-    return set(call, list, idx, max_rate_field, max_rate);
+    return set_number(Caller::here(), list, idx, max_rate_field, max_rate);
 }
 
 int korvane_aplist_set_frequency(korvane_aplist_h list, int idx, int frequency)

@@ -98,7 +98,7 @@ int korvane_cloudinfo_set_token_type(korvane_cloud_info_h cloud_info, unsigned i
 
     // Unlike the texts it is added, not replaced: the agent sees every type that was set.
     const bool added = cJSON_AddNumberToObject(cloud_info->json.get(), "iatt", type) != nullptr;
-    return call.require(added, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).result();
+    return call.require_memory(added).result();
 }
 
 int korvane_sign_up_cloud(korvane_h handle, korvane_cloud_info_h cloud_info)
@@ -112,9 +112,7 @@ int korvane_sign_up_cloud(korvane_h handle, korvane_cloud_info_h cloud_info)
         return call.invoke<master::signup_cloud>(cloud_info->record());
 
     // The command stays in the application's object: the next sign-up with it carries it once more.
-    if (!call.require(add_command(cloud_info->json.get(), Command::sign_up_cloud), KORVANE_ERROR_OUT_OF_MEMORY,
-                      "Memory allocation is failed"_fmt)
-             .passed())
+    if (!call.require_memory(add_command(cloud_info->json.get(), Command::sign_up_cloud)).passed())
         return call.result();
     return invoke_common_interface(call, cloud_info->json.get());
 }

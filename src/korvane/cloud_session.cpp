@@ -110,9 +110,7 @@ int korvane_disable_signin(korvane_h handle, bool disable)
     Json request{cJSON_CreateObject()};
     if (!call.require(bool(request), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed())
         return call.result();
-    if (!call.require(add_command(request.get(), Command::disable_signin), KORVANE_ERROR_OUT_OF_MEMORY,
-                      "Memory allocation is failed"_fmt)
-             .passed())
+    if (!call.require_memory(add_command(request.get(), Command::disable_signin)).passed())
         return call.result();
     // Without memory for the flag the request goes out without it: the agent judges such a request.
     cJSON_AddBoolToObject(request.get(), "disable_signin", disable);

@@ -162,7 +162,7 @@ int korvane_set_device_property_with_wifi_authtype(korvane_h handle, const char 
                        cJSON_AddNumberToObject(request.get(), "wifi_mode", wifi_mode) &&
                        cJSON_AddNumberToObject(request.get(), "wifi_freq", wifi_freq) && authtypes &&
                        cJSON_AddItemToObject(request.get(), "wifi_authtype", authtypes.get());
-    if (!call.require(whole, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(whole).passed())
         return call.result();
     authtypes.release();
     return invoke_common_interface(call, request.get());

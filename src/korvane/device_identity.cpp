@@ -123,7 +123,7 @@ int korvane_set_device_type_with_device_no(korvane_h handle, int device_no, cons
     const bool whole = add_command(request.get(), Command::set_device_type) &&
                        cJSON_AddNumberToObject(request.get(), "device_no", device_no) &&
                        cJSON_AddStringToObject(request.get(), "device_type", device_type);
-    if (!call.require(whole, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(whole).passed())
         return call.result();
     return invoke_common_interface(call, request.get());
 }

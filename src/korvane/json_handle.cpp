@@ -8,7 +8,7 @@ JsonHandle *new_json_handle(Preamble &call)
     if (!call.passed())
         return nullptr;
     proxy::Owned<JsonHandle> made{proxy::make_zeroed<JsonHandle>()};
-    if (!call.require(bool(made), KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(bool(made)).passed())
         return nullptr;
     made->object.reset(cJSON_CreateObject());
     return call.require(bool(made->object), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed()
@@ -35,10 +35,7 @@ int set_json_text(Caller caller, JsonHandle *handle, const char *object_name, co
     if (!call.require_given(value, field.name).passed() || !has_object(call, handle, object_name))
         return call.result();
 
-    return call
-        .require(replace_member(handle->object.get(), field.key, value), KORVANE_ERROR_OUT_OF_MEMORY,
-                 "Memory allocation is failed"_fmt)
-        .result();
+    return call.require_memory(replace_member(handle->object.get(), field.key, value)).result();
 }
 
 } // namespace kv::api

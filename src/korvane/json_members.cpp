@@ -27,7 +27,7 @@ int hand_out(Preamble &call, const cJSON *member, char **out)
         return call.result();
     const char *text = cJSON_GetStringValue(member);
     CText copy = CText::copy(text);
-    if (call.require(copy || !text, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (call.require_memory(copy || !text).passed())
         *out = copy.release();
     return call.result();
 }

@@ -62,7 +62,7 @@ int request_once(AgentCall &call, const OneShotKind &kind, AnyFunction callback,
     if (!call.ready())
         return call.result();
     proxy::Owned<kv_cb_info> record{proxy::make_zeroed<kv_cb_info>()};
-    if (!call.require(bool(record), KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(bool(record)).passed())
         return call.result();
     record->handle = call.handle();
     record->callback = callback;

@@ -61,7 +61,7 @@ bool fill(AgentCall &call, Languages &records, const char *const *texts, int cou
         call.require(texts[i] != nullptr, "Invalid param : language_list[%d] is NULL"_fmt, i);
         whole = !call.passed() || rpc_port_korvane_language_info_set_language(records.items[i], texts[i]) == 0;
     }
-    return call.require(whole, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed();
+    return call.require_memory(whole).passed();
 }
 
 } // namespace

@@ -42,7 +42,7 @@ int korvane_send_custom_push_msg(korvane_h handle, const char *push_msg_json_str
         return call.result();
     const bool whole = add_command(request.get(), Command::custom_push_message) &&
                        cJSON_AddItemToObject(request.get(), "custom_push_msg", message.get());
-    if (!call.require(whole, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(whole).passed())
         return call.result();
     message.release(); // the request's own from here on
     return invoke_common_interface(call, request.get());

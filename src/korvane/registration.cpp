@@ -5,6 +5,8 @@
 
 namespace kv::api {
 
+Slot::~Slot() = default; // here, since every handle has many
+
 bool SlotEnds::empty() const
 {
     return std::none_of(ends, ends + count, [](const SlotEnd &end) { return end.delegate != nullptr; });

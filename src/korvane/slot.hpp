@@ -34,6 +34,11 @@ struct SlotEnd {
 inline constexpr int most_ends = 2;
 
 struct Slot {
+    Slot() = default;
+    Slot(const Slot &) = delete;
+    Slot &operator=(const Slot &) = delete;
+    ~Slot();
+
     SlotEnd ends[most_ends];
     void *user_data = nullptr;
 

@@ -149,7 +149,7 @@ int korvane_get_sub_device_presence(korvane_sub_dev_prs_h prs, char **device_id,
 
     log::info()("device id = [%s], presence state = [%d]"_fmt, prs->device_id.get(), prs->presence);
     CText copy = CText::copy(prs->device_id.get());
-    if (!call.require(bool(copy), KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(bool(copy)).passed())
         return call.result();
     *device_id = copy.release();
     *presence = prs->presence;

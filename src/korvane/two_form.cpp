@@ -13,7 +13,7 @@ bool in_agents_form(Preamble &call, const AnyTwoForm *object)
 
 bool fill_two_form(Preamble &call, AnyTwoForm *made, const RecordMaker &maker)
 {
-    if (!call.require(made != nullptr, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(made != nullptr).passed())
         return false;
     if (made->form == Form::record) {
         made->any_record = maker.make();
@@ -34,8 +34,7 @@ int set_two_form_text(Caller caller, AnyTwoForm *object, const TextField &field,
     const bool set = object->any_record ? field.set_in_record(object->any_record, value)
                                         : replace_member(object->json.get(), field.key, value);
     // Of a text that could not be copied into a record the log tells; the result stays good, as for every record.
-    return call.require(set || object->any_record, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt)
-        .result();
+    return call.require_memory(set || object->any_record).result();
 }
 
 } // namespace kv::api

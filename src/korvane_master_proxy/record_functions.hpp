@@ -38,14 +38,7 @@ int clone_record(typename R::type *source, typename R::type **copy, Caller calle
 {
     if (!is_given(source && copy, caller))
         return -1;
-    Owned<typename R::type> clone{RecordCodec<R>::create()};
-    if (!clone) {
-        log::error(caller)("Failed to create %s handle"_fmt, R::name);
-        return -1;
-    }
-    if (!copy_fields(*source, *clone.get(), RecordCodec<R>::shape, caller))
-        return -1;
-    return hand_out(clone.release(), copy);
+    return hand_out(static_cast<typename R::type *>(cloned(*source, RecordCodec<R>::shape, caller)), copy);
 }
 
 int set_text(Parcelable *record, CText Parcelable::*field, const char *value, Caller caller);

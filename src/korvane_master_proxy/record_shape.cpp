@@ -60,6 +60,8 @@ Parcelable *prepared(Parcelable *record, const RecordShape &shape)
     return record;
 }
 
+namespace {
+
 bool copy_fields(const Parcelable &from, Parcelable &to, const RecordShape &shape, Caller caller)
 {
     for (const FieldShape *field = shape.fields; field != shape.fields + shape.count; ++field) {
@@ -75,6 +77,21 @@ bool copy_fields(const Parcelable &from, Parcelable &to, const RecordShape &shap
         }
     }
     return true;
+}
+
+} // namespace
+
+Parcelable *cloned(const Parcelable &source, const RecordShape &shape, Caller caller)
+{
+    Parcelable *clone = shape.create();
+    if (!clone) {
+        log::error(caller)("Failed to create %s handle"_fmt, shape.name);
+        return nullptr;
+    }
+    if (copy_fields(source, *clone, shape, caller))
+        return clone;
+    shape.destroy(clone);
+    return nullptr;
 }
 
 } // namespace kv::proxy

@@ -20,6 +20,9 @@ struct RecordShape {
     rpc_port_parcelable_t functions;
     const FieldShape *fields;
     int count;
+    /// An empty record; none, with a line, when there is no memory.
+    Parcelable *(*create)();
+    void (*destroy)(Parcelable *record);
 };
 
 template <class T>
@@ -49,7 +52,7 @@ void read_record(rpc_port_parcel_h parcel, void *data, const RecordShape &shape)
 /// Gives a new record its functions; there is none when there was no memory, which is logged.
 Parcelable *prepared(Parcelable *record, const RecordShape &shape);
 
-/// Copies every field. False, with the reason logged, when there is no memory.
-bool copy_fields(const Parcelable &from, Parcelable &to, const RecordShape &shape, Caller caller);
+/// A copy of its own; none, with the reason logged, when there is no memory.
+Parcelable *cloned(const Parcelable &source, const RecordShape &shape, Caller caller);
 
 } // namespace kv::proxy

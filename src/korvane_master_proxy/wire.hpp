@@ -123,9 +123,12 @@ struct RecordCodec {
 
     static void to(rpc_port_parcel_h parcel, void *data) { write_record(parcel, data, shape); }
     static void from(rpc_port_parcel_h parcel, void *data) { read_record(parcel, data, shape); }
-    static Type *create() { return static_cast<Type *>(prepared(make_zeroed<Type>(), shape)); }
+    static Parcelable *make() { return prepared(make_zeroed<Type>(), shape); }
+    static void unmake(Parcelable *record) { destroy(static_cast<Type *>(record)); }
+    static Type *create() { return static_cast<Type *>(make()); }
 
-    static constexpr RecordShape shape{R::name, {to, from}, FieldTable<typename R::fields>::rows, R::fields::count};
+    static constexpr RecordShape shape{R::name,          {to, from}, FieldTable<typename R::fields>::rows,
+                                       R::fields::count, make,       unmake};
 };
 
 /// Owns a value that is destroyed with destroy().

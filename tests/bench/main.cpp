@@ -4,6 +4,7 @@
 
 #include "counts.hpp"
 #include "round_trip.hpp"
+#include "size.hpp"
 #include "start.hpp"
 
 #include <cstdio>

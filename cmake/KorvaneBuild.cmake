@@ -28,3 +28,27 @@ target_compile_options(kv_device_code INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
     -ffunction-sections -fdata-sections)
 target_link_libraries(kv_device_code INTERFACE kv_warnings)
+
+# The library itself is kept small: flash and memory of a device are dearer than the few instructions that this costs a
+# call. Nothing is unwound through it, neither by an exception, which no callback may throw, nor by anything else; a
+# debugger finds its frames in the debug information. Some compilers make less than this of -Os, or round the places of
+# tables up.
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-Oz KORVANE_HAS_OZ)
+check_cxx_compiler_flag(-malign-data=abi KORVANE_HAS_ALIGN_DATA)
+add_library(kv_small_code INTERFACE)
+target_compile_options(kv_small_code INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:$<IF:$<BOOL:${KORVANE_HAS_OZ}>,-Oz,-Os>>
+    $<$<BOOL:${KORVANE_HAS_ALIGN_DATA}>:-malign-data=abi>
+    -fno-asynchronous-unwind-tables -fno-unwind-tables)
+target_link_libraries(kv_small_code INTERFACE kv_device_code)
+
+# Its tables hold addresses, which all move by the same: packed, their relocations take bits instead of 24 bytes each
+# (the loader needs glibc 2.36). Code and constants share a segment, as is usual on other processors: filling both up to
+# whole pages would take more than some of the parts.
+include(CheckLinkerFlag)
+check_linker_flag(C -Wl,-z,pack-relative-relocs KORVANE_PACKS_RELOCATIONS)
+check_linker_flag(C -Wl,-z,noseparate-code KORVANE_SHARES_SEGMENTS)
+set(kv_small_link_options
+    $<$<BOOL:${KORVANE_PACKS_RELOCATIONS}>:-Wl,-z,pack-relative-relocs>
+    $<$<BOOL:${KORVANE_SHARES_SEGMENTS}>:-Wl,-z,noseparate-code>)

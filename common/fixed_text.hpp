@@ -37,7 +37,8 @@ consteval auto concatenated()
 
 } // namespace detail
 
+/// Said to be aligned as a text is, since compilers would otherwise round the place of a longer one up.
 template <FixedText... Parts>
-inline constexpr auto concat = detail::concatenated<Parts...>();
+alignas(1) inline constexpr auto concat = detail::concatenated<Parts...>();
 
 } // namespace kv

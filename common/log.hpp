@@ -10,25 +10,28 @@ struct ApiVersion {
     static constexpr int major = 2;
     static constexpr int minor = 3;
     static constexpr int patch = 3;
+    static constexpr FixedText text{"2.3.3"};
 };
 
-/// Hands a line to the platform. Never inlined: one copy serves every line with arguments of the same types.
-template <class... Args>
-[[gnu::noinline]] void print_api_line(int priority, const char *format, const char *file, Caller caller, Args... args)
-{
-    dlog_print(priority, "KORVANE-API", format, file, caller.function, caller.line, ApiVersion::major,
-               ApiVersion::minor, ApiVersion::patch, args...);
-}
+static_assert(ApiVersion::text.text[0] == '0' + ApiVersion::major &&
+              ApiVersion::text.text[2] == '0' + ApiVersion::minor &&
+              ApiVersion::text.text[4] == '0' + ApiVersion::patch && ApiVersion::text.length() == 5);
 
 /// A line under the application-facing tag. The file is the layer's, whichever file of it logs: people filter by it.
 template <FixedText File>
 struct TaggedSource {
-    template <FixedText Message, class... Args>
-    static void print(int priority, Caller caller, Args... args)
+    static constexpr const char *tag = "KORVANE-API";
+
+    template <FixedText Message>
+    static constexpr const char *format()
     {
-        static constexpr auto format = concat<"%s : %s(%d) >[%d.%d.%d] ", Message, "\n">;
-        static constexpr auto file = File;
-        print_api_line(priority, format.text, file.text, caller, args...);
+        return concat<File, " : %s(%d) >[", ApiVersion::text, "] ", Message, "\n">.text;
+    }
+
+    /// Never inlined: one copy serves all plain messages.
+    [[gnu::noinline]] static void print(int priority, Caller caller, const char *message)
+    {
+        dlog_print(priority, tag, format<"%s">(), caller.function, caller.line, message);
     }
 };
 

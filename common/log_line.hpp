@@ -47,6 +47,15 @@ consteval bool converts_as(char conversion)
     }
 }
 
+template <FixedText Message>
+consteval bool is_plain()
+{
+    for (std::size_t i = 0; i < Message.length(); ++i)
+        if (Message.text[i] == '%')
+            return false;
+    return true;
+}
+
 /// Whether the message has one conversion per argument, each fit for its type.
 template <FixedText Message, class... Args>
 consteval bool takes()
@@ -68,7 +77,8 @@ consteval bool takes()
 enum class Priority { info = 4, warning = 5, error = 6 };
 
 /// One line about to be written. The format that reaches the platform is put together by the compiler, so that a line
-/// below the log level costs one call and no formatting. A source says tag, prefix, suffix and the prefix's arguments.
+/// below the log level costs one call and no formatting. A source says tag, prefix and suffix. Most messages have no
+/// conversions; those go to one format of the source, so that its prefix is not stored with each.
 template <class Source>
 class LogLine {
 public:
@@ -78,8 +88,15 @@ public:
     void operator()(Format<Message>, Args... args) const
     {
         static_assert(detail::takes<Message, Args...>(), "the arguments do not fit the conversions of the message");
-        Source::template print<Message>(static_cast<int>(priority_), caller_, args...);
+        if constexpr (detail::is_plain<Message>())
+            text(concat<Message>.text);
+        else
+            dlog_print(static_cast<int>(priority_), Source::tag, Source::template format<Message>(), caller_.function,
+                       caller_.line, args...);
     }
+
+    /// A message that is taken as it is.
+    void text(const char *message) const { Source::print(static_cast<int>(priority_), caller_, message); }
 
 private:
     Priority priority_;

@@ -5,6 +5,35 @@
 
 namespace kv {
 
+Preamble::Preamble(Caller caller) : caller_(caller)
+{
+    api::log::info(caller_)(">>> called"_fmt);
+}
+
+Preamble &Preamble::require_handle(const void *handle)
+{
+    return require_given(handle, "handle");
+}
+
+Preamble &Preamble::require_given(const void *argument, const char *name)
+{
+    return require(argument != nullptr, "%s is NULL"_fmt, name);
+}
+
+Preamble &Preamble::require_memory(bool allocated)
+{
+    return require(allocated, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt);
+}
+
+Preamble &Preamble::require_as_said(bool holds, int code, const char *reason)
+{
+    if (!holds && passed()) [[unlikely]] {
+        result_ = code;
+        api::log::error(caller_).text(reason);
+    }
+    return *this;
+}
+
 Preamble &Preamble::agent_present(int minimum_version)
 {
     if (!passed())

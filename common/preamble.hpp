@@ -11,7 +11,7 @@ namespace kv {
 /// down. The first that fails logs its reason and decides the result; nothing after it logs or decides anything.
 class Preamble {
 public:
-    explicit Preamble(Caller caller) : caller_(caller) { api::log::info(caller_)(">>> called"_fmt); }
+    explicit Preamble(Caller caller);
 
     Preamble(const Preamble &) = delete;
     Preamble &operator=(const Preamble &) = delete;
@@ -19,7 +19,7 @@ public:
     /// The agent is installed and at least of this version (see since()).
     Preamble &agent_present(int minimum_version);
 
-    Preamble &require_handle(const void *handle) { return require(handle != nullptr, "handle is NULL"_fmt); }
+    Preamble &require_handle(const void *handle);
 
     /// The condition is computed even when an earlier check has failed, so it must only compare.
     template <FixedText Message, class... Args>
@@ -31,12 +31,28 @@ public:
     template <FixedText Message, class... Args>
     Preamble &require(bool holds, int code, Format<Message> reason, Args... args)
     {
+        if constexpr (sizeof...(Args) == 0)
+            return require_as_said(holds, code, concat<Message>.text);
         if (!holds && passed()) [[unlikely]] {
             result_ = code;
             api::log::error(caller_)(reason, args...);
         }
         return *this;
     }
+
+    /// The same with a reason that is taken as it is.
+    Preamble &require_as_said(bool holds, int code, const char *reason);
+
+    /// An argument that must not be NULL, by the name that the log gives it.
+    Preamble &require_given(const void *argument, const char *name);
+    template <class Result, class... Args>
+    Preamble &require_given(Result (*callback)(Args...), const char *name)
+    {
+        return require_given(reinterpret_cast<const void *>(callback), name);
+    }
+
+    /// What was to be allocated has been.
+    Preamble &require_memory(bool allocated);
 
     /// The agent is not being replaced at the moment.
     Preamble &agent_not_installing();

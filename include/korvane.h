@@ -13,7 +13,8 @@
  * callback runs on it, from the main context that was that thread's default in korvane_initialize(). A function that
  * asks the agent blocks until the answer is there, the link breaks, or the platform gives up waiting.
  *
- * Callbacks may call any function, korvane_deinitialize() included.
+ * Callbacks may call any function, korvane_deinitialize() included. They return in the ordinary way: an exception must not
+ * leave a callback, since nothing can be unwound through the library and the process ends.
  *
  * Results: every function returns 0 (KORVANE_ERROR_NONE) or one of the negative codes below. A function that fails
  * leaves its out arguments as they were, where its description says nothing else. The following can come from every

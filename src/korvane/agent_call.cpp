@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "agent_call.hpp"
 
+#include <last_result.h>
+
 #include <cerrno>
 
 namespace kv::api {
@@ -29,11 +31,35 @@ gboolean _master_rpc_io_error_cb(void *data)
 
 } // namespace
 
+LocalCall::LocalCall(const void *handle, int minimum_version, Caller caller) : Preamble(caller)
+{
+    agent_present(minimum_version).require_handle(handle);
+}
+
 HandleCall::HandleCall(korvane_h handle, int minimum_version, Caller caller) : Preamble(caller)
 {
     agent_present(minimum_version)
         .require_handle(handle)
         .require(handle == live_handle, "handle is not the live one"_fmt);
+}
+
+AgentCall::AgentCall(korvane_h handle, int minimum_version, Caller caller)
+    : HandleCall(handle, minimum_version, caller), handle_(handle)
+{
+}
+
+bool AgentCall::ready()
+{
+    return agent_not_installing().passed();
+}
+
+int AgentCall::invoke(const char *method_text, const proxy::Value *values)
+{
+    if (!ready())
+        return result();
+    set_last_result(0);
+    const int err = proxy::invoke(handle_->proxy, method_text, values);
+    return err == 0 ? KORVANE_ERROR_NONE : fail(err, get_last_result());
 }
 
 int AgentCall::fail(int err, int last_result)

@@ -5,10 +5,7 @@
 #include "common/preamble.hpp"
 
 #include "handle.hpp"
-
-#include <last_result.h>
-
-#include <utility>
+#include "invoke.hpp"
 
 /// How exported functions begin. Which type a function uses says what it may do: one that does not ask the agent has no
 /// update gate and nothing to invoke with.
@@ -17,10 +14,7 @@ namespace kv::api {
 /// A function over an object of the application's: a list, a record, data of an event.
 class LocalCall : public Preamble {
 public:
-    LocalCall(const void *handle, int minimum_version, Caller caller = Caller::here()) : Preamble(caller)
-    {
-        agent_present(minimum_version).require_handle(handle);
-    }
+    LocalCall(const void *handle, int minimum_version, Caller caller = Caller::here());
 };
 
 /// A function over the library's handle that does not ask the agent.
@@ -32,10 +26,7 @@ public:
 /// A function that asks the agent.
 class AgentCall : public HandleCall {
 public:
-    AgentCall(korvane_h handle, int minimum_version, Caller caller = Caller::here())
-        : HandleCall(handle, minimum_version, caller), handle_(handle)
-    {
-    }
+    AgentCall(korvane_h handle, int minimum_version, Caller caller = Caller::here());
 
     template <class... Check>
     AgentCall &require(bool holds, Check... code_and_reason)
@@ -43,18 +34,29 @@ public:
         Preamble::require(holds, code_and_reason...);
         return *this;
     }
-
-    /// After the function's own checks: whether the agent may be asked.
-    bool ready() { return agent_not_installing().passed(); }
-
-    /// Calls a method of the agent and maps what became of it to a result code.
-    template <class... Params, class... Args>
-    int invoke(int (*method)(rpc_port_proxy_kv_master_h, Params...), Args &&...args)
+    template <class Argument>
+    AgentCall &require_given(Argument *argument, const char *name)
     {
-        set_last_result(0);
-        const int err = method(handle_->proxy, std::forward<Args>(args)...);
-        return err == 0 ? KORVANE_ERROR_NONE : fail(err, get_last_result());
+        Preamble::require_given(argument, name);
+        return *this;
     }
+    AgentCall &require_as_said(bool holds, int code, const char *reason)
+    {
+        Preamble::require_as_said(holds, code, reason);
+        return *this;
+    }
+
+    /// After the function's own checks: whether the agent may be asked. Only functions that do more than invoke then ask.
+    bool ready();
+
+    /// Calls a method of the agent, if all checks hold and the agent may be asked, and maps what became of it to a result
+    /// code.
+    template <class Method, class... Values>
+    int invoke(Values... values)
+    {
+        return invoke(proxy::text_of_method<Method>.text, proxy::Arguments<Method>{values...}.values.data());
+    }
+    int invoke(const char *method_text, const proxy::Value *values);
 
     korvane_h handle() const { return handle_; }
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "arrays.hpp"
 #include "common_interface.hpp"
-#include "methods.hpp"
 #include "record_list.hpp"
+#include "records.hpp"
 #include "registration.hpp"
 #include "two_form.hpp"
 
@@ -26,10 +27,8 @@ void _scan_ap_cb(void *user_data, int req_id)
     deliver(&korvane_s::scan_ap, user_data, Caller::here(), req_id);
 }
 
-using ScanAp = RegistrationWith<
-    "scan_ap_cb is NULL", &korvane_s::scan_ap, any_agent, rpc_port_proxy_kv_master_invoke_set_scan_ap_cb,
-    rpc_port_proxy_kv_master_invoke_unset_scan_ap_cb,
-    Event<rpc_port_kv_master_scan_ap_cb_create, rpc_port_proxy_kv_master_scan_ap_cb_dispose, _scan_ap_cb>>;
+using ScanAp = RegistrationWith<"scan_ap_cb is NULL", &korvane_s::scan_ap, any_agent, master::set_scan_ap_cb,
+                                master::unset_scan_ap_cb, _scan_ap_cb>;
 
 template <class Value>
 using EntryField = Field<rpc_port_korvane_ap_info_s, Value>;
@@ -52,37 +51,42 @@ struct Entry {
 Entry entry_at(LocalCall &call, korvane_aplist_h list, int idx)
 {
     if (list->form == Form::record) {
-        const auto &records = *list->record.get();
+        const auto &records = *list->record();
         call.require(idx >= 0 && idx < records.present, "idx[%d] : invalid value, list count = [%d]"_fmt, idx,
                      records.present);
         return {call.passed() ? records.items[idx] : nullptr, nullptr};
     }
     const cJSON *array = cJSON_GetObjectItem(list->json.get(), array_key);
-    call.require(array != nullptr, "json_array_obj is NULL"_fmt);
+    call.require_given(array, "json_array_obj");
     cJSON *item = cJSON_GetArrayItem(array, idx);
-    call.require(item != nullptr, "json_obj_item is NULL"_fmt);
+    call.require_given(item, "json_obj_item");
     return {nullptr, item};
 }
 
 template <class Value>
-int set(LocalCall &call, korvane_aplist_h list, int idx, const EntryField<Value> &field, Value value)
+[[gnu::noinline]] int set(LocalCall &call, korvane_aplist_h list, int idx, const EntryField<Value> &field, Value value)
 {
     if (!in_agents_form(call, list))
         return call.result();
     const Entry entry = entry_at(call, list, idx);
     if (call.passed())
-        call.require(set_field(entry.record, entry.json, field, value), KORVANE_ERROR_OUT_OF_MEMORY,
-                     "Memory allocation is failed"_fmt);
+        call.require_memory(set_field(entry.record, entry.json, field, value));
     return call.result();
+}
+
+/// A setter of a number that every agent knows.
+int set_number(Caller caller, korvane_aplist_h list, int idx, const EntryField<int> &field, int value)
+{
+    LocalCall call{list, any_agent, caller};
+    return set(call, list, idx, field, value);
 }
 
 bool fill_records(LocalCall &call, korvane_aplist_s &list, int count)
 {
-    list.record.reset(proxy::make_zeroed<korvane_aplist_s::Record>());
+    list.any_record = proxy::make_zeroed<korvane_aplist_s::Record>();
     return call
-        .require(list.record && count <= most_entries &&
-                     append_records(*list.record.get(), count, rpc_port_korvane_ap_info_create),
-                 KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt)
+        .require_memory(list.any_record && count <= most_entries &&
+                        append_records(*list.record(), count, rpc_port_korvane_ap_info_create))
         .passed();
 }
 
@@ -110,13 +114,13 @@ int send_records(AgentCall &call, const korvane_aplist_s &list, int req_id)
              .passed())
         return call.result();
     const proxy::Owned owned{array};
-    const auto &records = *list.record.get();
+    const auto &records = *list.record();
     if (!call.require(
                  rpc_port_array_korvane_ap_info_set_array_korvane_ap_infos(array, records.items, records.present) == 0,
                  KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_korvane_ap_info_set_array_korvane_ap_infos() failed"_fmt)
              .passed())
         return call.result();
-    return call.invoke(rpc_port_proxy_kv_master_invoke_send_ap_list, req_id, array);
+    return call.invoke<master::send_ap_list>(req_id, array);
 }
 
 /// The members that make a request of the list stay in it.
@@ -127,7 +131,7 @@ int send_document(AgentCall &call, cJSON *document, int req_id)
         cJSON_DeleteItemFromArray(document, cJSON_GetArraySize(document) - 1); // the command, as if never added
         whole = false;
     }
-    if (!call.require(whole, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(whole).passed())
         return call.result();
     return invoke_common_interface(call, document);
 }
@@ -151,7 +155,7 @@ int korvane_aplist_create(korvane_aplist_h *list, int count)
         return call.result();
 
     auto made = make_two_form<korvane_aplist_s>(korvane_aplist_s::of_agent());
-    if (!call.require(bool(made), KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(bool(made)).passed())
         return call.result();
     if (made->form == Form::record ? fill_records(call, *made.get(), count) : fill_document(call, *made.get(), count))
         *list = made.release();
@@ -169,7 +173,7 @@ int korvane_aplist_destroy(korvane_aplist_h list)
 int korvane_aplist_set_ssid(korvane_aplist_h list, int idx, const char *ssid)
 {
     LocalCall call{list, any_agent};
-    call.require(ssid != nullptr, "ssid is NULL"_fmt);
+    call.require_given(ssid, "ssid");
     return set(call, list, idx, ssid_field, ssid);
 }
 
@@ -177,38 +181,33 @@ int korvane_aplist_set_bssid(korvane_aplist_h list, int idx, const char *bssid)
 {
     LocalCall call{list, any_agent};
     // The text names another argument, and stays: logs are filtered for it.
-    call.require(bssid != nullptr, "pwd is NULL"_fmt);
+    call.require_given(bssid, "pwd");
     return set(call, list, idx, bssid_field, bssid);
 }
 
 int korvane_aplist_set_authtype(korvane_aplist_h list, int idx, int authtype)
 {
-    LocalCall call{list, any_agent};
-    return set(call, list, idx, authtype_field, authtype);
+    return set_number(Caller::here(), list, idx, authtype_field, authtype);
 }
 
 int korvane_aplist_set_enctype(korvane_aplist_h list, int idx, int enctype)
 {
-    LocalCall call{list, any_agent};
-    return set(call, list, idx, enctype_field, enctype);
+    return set_number(Caller::here(), list, idx, enctype_field, enctype);
 }
 
 int korvane_aplist_set_channel(korvane_aplist_h list, int idx, int channel)
 {
-    LocalCall call{list, any_agent};
-    return set(call, list, idx, channel_field, channel);
+    return set_number(Caller::here(), list, idx, channel_field, channel);
 }
 
 int korvane_aplist_set_signal_level(korvane_aplist_h list, int idx, int signal_level)
 {
-    LocalCall call{list, any_agent};
-    return set(call, list, idx, signal_level_field, signal_level);
+    return set_number(Caller::here(), list, idx, signal_level_field, signal_level);
 }
 
 int korvane_aplist_set_max_rate(korvane_aplist_h list, int idx, int max_rate)
 {
-    LocalCall call{list, any_agent};
-    return set(call, list, idx, max_rate_field, max_rate);
+    return set_number(Caller::here(), list, idx, max_rate_field, max_rate);
 }
 
 int korvane_aplist_set_frequency(korvane_aplist_h list, int idx, int frequency)
@@ -220,7 +219,7 @@ int korvane_aplist_set_frequency(korvane_aplist_h list, int idx, int frequency)
 int korvane_send_ap_list(korvane_h handle, korvane_aplist_h list, int req_id)
 {
     AgentCall call{handle, any_agent};
-    call.require(list != nullptr, "ap_list_h is NULL"_fmt);
+    call.require_given(list, "ap_list_h");
     in_agents_form(call, list);
     if (!call.ready())
         return call.result();

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common_interface.hpp"
-#include "methods.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -27,25 +26,16 @@ void _tcp_session_disconnected_cb(void *user_data, int last_error_code)
 }
 
 using SigninStatusChanged =
-    Registration<&korvane_s::signin_status_changed, since(1, 4),
-                 rpc_port_proxy_kv_master_invoke_set_signin_status_changed_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_signin_status_changed_cb,
-                 Event<rpc_port_kv_master_signin_status_changed_cb_create,
-                       rpc_port_proxy_kv_master_signin_status_changed_cb_dispose, _signin_status_changed_cb>>;
+    Registration<&korvane_s::signin_status_changed, since(1, 4), master::set_signin_status_changed_cb,
+                 master::unset_signin_status_changed_cb, _signin_status_changed_cb>;
 
 using SignupStatusChanged =
-    Registration<&korvane_s::signup_status_changed, since(1, 4),
-                 rpc_port_proxy_kv_master_invoke_set_signup_status_changed_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_signup_status_changed_cb,
-                 Event<rpc_port_kv_master_signup_status_changed_cb_create,
-                       rpc_port_proxy_kv_master_signup_status_changed_cb_dispose, _signup_status_changed_cb>>;
+    Registration<&korvane_s::signup_status_changed, since(1, 4), master::set_signup_status_changed_cb,
+                 master::unset_signup_status_changed_cb, _signup_status_changed_cb>;
 
 using TcpSessionDisconnected =
-    Registration<&korvane_s::tcp_session_disconnected, since(1, 4),
-                 rpc_port_proxy_kv_master_invoke_set_tcp_session_disconnected_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_tcp_session_disconnected_cb,
-                 Event<rpc_port_kv_master_tcp_session_disconnected_cb_create,
-                       rpc_port_proxy_kv_master_tcp_session_disconnected_cb_dispose, _tcp_session_disconnected_cb>>;
+    Registration<&korvane_s::tcp_session_disconnected, since(1, 4), master::set_tcp_session_disconnected_cb,
+                 master::unset_tcp_session_disconnected_cb, _tcp_session_disconnected_cb>;
 
 } // namespace
 
@@ -83,10 +73,10 @@ int korvane_unset_tcp_session_disconnected_cb(korvane_h handle)
 int korvane_get_signin_status(korvane_h handle, bool *is_signed_in)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(is_signed_in != nullptr, "is_signed_in is NULL"_fmt).ready())
+    if (!call.require_given(is_signed_in, "is_signed_in").ready())
         return call.result();
 
-    if (int code = call.invoke(rpc_port_proxy_kv_master_invoke_get_signin_status, is_signed_in))
+    if (int code = call.invoke<master::get_signin_status>(is_signed_in))
         return code;
     log::info()("_out_status [%s]"_fmt, *is_signed_in ? "true" : "false");
     return KORVANE_ERROR_NONE;
@@ -95,10 +85,10 @@ int korvane_get_signin_status(korvane_h handle, bool *is_signed_in)
 int korvane_get_signup_status(korvane_h handle, bool *is_signed_up)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(is_signed_up != nullptr, "is_signed_up is NULL"_fmt).ready())
+    if (!call.require_given(is_signed_up, "is_signed_up").ready())
         return call.result();
 
-    if (int code = call.invoke(rpc_port_proxy_kv_master_invoke_get_signup_status, is_signed_up))
+    if (int code = call.invoke<master::get_signup_status>(is_signed_up))
         return code;
     log::info()("_out_status [%s]"_fmt, *is_signed_up ? "true" : "false");
     return KORVANE_ERROR_NONE;
@@ -107,10 +97,8 @@ int korvane_get_signup_status(korvane_h handle, bool *is_signed_up)
 int korvane_get_thing_status(korvane_h handle, int *status)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(status != nullptr, "status is NULL"_fmt).ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_get_thing_status, status);
+    call.require_given(status, "status");
+    return call.invoke<master::get_thing_status>(status);
 }
 
 int korvane_disable_signin(korvane_h handle, bool disable)
@@ -122,9 +110,7 @@ int korvane_disable_signin(korvane_h handle, bool disable)
     Json request{cJSON_CreateObject()};
     if (!call.require(bool(request), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed())
         return call.result();
-    if (!call.require(add_command(request.get(), Command::disable_signin), KORVANE_ERROR_OUT_OF_MEMORY,
-                      "Memory allocation is failed"_fmt)
-             .passed())
+    if (!call.require_memory(add_command(request.get(), Command::disable_signin)).passed())
         return call.result();
     // Without memory for the flag the request goes out without it: the agent judges such a request.
     cJSON_AddBoolToObject(request.get(), "disable_signin", disable);
@@ -134,8 +120,5 @@ int korvane_disable_signin(korvane_h handle, bool disable)
 int korvane_disconnect_cloud_session(korvane_h handle)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_disconnect_cloud_session);
+    return call.invoke<master::disconnect_cloud_session>();
 }

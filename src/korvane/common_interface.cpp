@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common_interface.hpp"
 
-#include "methods.hpp"
-
 namespace kv::api {
 
 bool add_command(cJSON *object, Command command)
@@ -16,7 +14,7 @@ int invoke_common_interface(AgentCall &call, const cJSON *object)
     if (!call.require(bool(text), KORVANE_ERROR_OPERATION_FAILED, "input_str is NULL"_fmt).passed())
         return call.result();
     CText reply;
-    return call.invoke(rpc_port_proxy_kv_master_invoke_common_interface, text.get(), reply.out());
+    return call.invoke<master::common_interface>(text.get(), reply.out());
 }
 
 } // namespace kv::api

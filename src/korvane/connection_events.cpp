@@ -5,7 +5,7 @@
 #include "common/log.hpp"
 
 #include "handle.hpp"
-#include "methods.hpp"
+#include "invoke.hpp"
 
 #include <last_result.h>
 
@@ -38,10 +38,9 @@ void _rpc_connected_cb(rpc_port_proxy_kv_master_h, void *user_data)
 
     // Agents that know the method are told before anything else; that one fails is no reason to stop.
     if (agent.current_version() > since(1, 0))
-        rpc_port_proxy_kv_master_invoke_set_api_version(handle->proxy, ApiVersion::major, ApiVersion::minor,
-                                                        ApiVersion::patch);
+        proxy::invoke<master::set_api_version>(handle->proxy, ApiVersion::major, ApiVersion::minor, ApiVersion::patch);
     bool update_ready = false;
-    rpc_port_proxy_kv_master_invoke_is_update_ready(handle->proxy, &update_ready);
+    proxy::invoke<master::is_update_ready>(handle->proxy, &update_ready);
 
     if (update_ready) {
         log::info()("Now update ready mode, connection will be destroyed"_fmt);

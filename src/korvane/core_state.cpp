@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common_interface.hpp"
-#include "methods.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -30,34 +29,22 @@ void _reset_result_cb(void *user_data, bool result)
     deliver(&korvane_s::reset_result, user_data, Caller::here(), result);
 }
 
-using StatusChanged =
-    Registration<&korvane_s::status_changed, any_agent, rpc_port_proxy_kv_master_invoke_set_status_changed_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_status_changed_cb,
-                 Event<rpc_port_kv_master_status_changed_cb_create, rpc_port_proxy_kv_master_status_changed_cb_dispose,
-                       _status_changed_cb>>;
+using StatusChanged = Registration<&korvane_s::status_changed, any_agent, master::set_status_changed_cb,
+                                   master::unset_status_changed_cb, _status_changed_cb>;
 
-using UserConfirm =
-    Registration<&korvane_s::user_confirm, any_agent, rpc_port_proxy_kv_master_invoke_set_user_confirm_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_user_confirm_cb,
-                 Event<rpc_port_kv_master_user_confirm_cb_create, rpc_port_proxy_kv_master_user_confirm_cb_dispose,
-                       _user_confirm_cb>>;
+using UserConfirm = Registration<&korvane_s::user_confirm, any_agent, master::set_user_confirm_cb,
+                                 master::unset_user_confirm_cb, _user_confirm_cb>;
 
-using ResetConfirm =
-    Registration<&korvane_s::reset_confirm, any_agent, rpc_port_proxy_kv_master_invoke_set_reset_confirm_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_reset_confirm_cb,
-                 Event<rpc_port_kv_master_reset_confirm_cb_create, rpc_port_proxy_kv_master_reset_confirm_cb_dispose,
-                       _reset_confirm_cb>>;
+using ResetConfirm = Registration<&korvane_s::reset_confirm, any_agent, master::set_reset_confirm_cb,
+                                  master::unset_reset_confirm_cb, _reset_confirm_cb>;
 
-using ResetResult =
-    Registration<&korvane_s::reset_result, any_agent, rpc_port_proxy_kv_master_invoke_set_reset_result_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_reset_result_cb,
-                 Event<rpc_port_kv_master_reset_result_cb_create, rpc_port_proxy_kv_master_reset_result_cb_dispose,
-                       _reset_result_cb>>;
+using ResetResult = Registration<&korvane_s::reset_result, any_agent, master::set_reset_result_cb,
+                                 master::unset_reset_result_cb, _reset_result_cb>;
 
 /// The checks that both device-property functions have, in their order.
 void require_property(AgentCall &call, const char *dev_name, int wifi_mode, int wifi_freq)
 {
-    call.require(dev_name != nullptr, "dev_name is NULL"_fmt)
+    call.require_given(dev_name, "dev_name")
         .require(wifi_mode > 0 && wifi_freq > 0, "Invalid param, wifi_mode=[0x%x], wifi_freq=[0x%x]"_fmt, wifi_mode,
                  wifi_freq);
 }
@@ -107,11 +94,11 @@ int korvane_unset_reset_result_cb(korvane_h handle)
 int korvane_get_device_id(korvane_h handle, char **device_id)
 {
     AgentCall call{handle, any_agent};
-    if (!call.require(device_id != nullptr, "device_id is NULL"_fmt).ready())
+    if (!call.require_given(device_id, "device_id").ready())
         return call.result();
 
     CText received;
-    if (int code = call.invoke(rpc_port_proxy_kv_master_invoke_get_device_id, received.out()))
+    if (int code = call.invoke<master::get_device_id>(received.out()))
         return code;
     *device_id = received.release();
     return KORVANE_ERROR_NONE;
@@ -120,37 +107,26 @@ int korvane_get_device_id(korvane_h handle, char **device_id)
 int korvane_get_easysetup_status(korvane_h handle, bool *status)
 {
     AgentCall call{handle, any_agent};
-    if (!call.require(status != nullptr, "status is NULL"_fmt).ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_get_easysetup_status, status);
+    call.require_given(status, "status");
+    return call.invoke<master::get_easysetup_status>(status);
 }
 
 int korvane_reset(korvane_h handle)
 {
     AgentCall call{handle, any_agent};
-    if (!call.ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_reset);
+    return call.invoke<master::reset>();
 }
 
 int korvane_send_reset_confirm(korvane_h handle, bool confirm)
 {
     AgentCall call{handle, any_agent};
-    if (!call.ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_send_reset_confirm, confirm);
+    return call.invoke<master::send_reset_confirm>(confirm);
 }
 
 int korvane_send_user_confirm(korvane_h handle, bool confirm)
 {
     AgentCall call{handle, any_agent};
-    if (!call.ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_send_user_confirm, confirm);
+    return call.invoke<master::send_user_confirm>(confirm);
 }
 
 int korvane_set_device_property(korvane_h handle, const char *dev_name, int wifi_mode, int wifi_freq)
@@ -161,7 +137,7 @@ int korvane_set_device_property(korvane_h handle, const char *dev_name, int wifi
     if (!call.ready())
         return call.result();
 
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_device_property, dev_name, wifi_mode, wifi_freq);
+    return call.invoke<master::set_device_property>(dev_name, wifi_mode, wifi_freq);
 }
 
 int korvane_set_device_property_with_wifi_authtype(korvane_h handle, const char *dev_name, int wifi_mode, int wifi_freq,
@@ -186,7 +162,7 @@ int korvane_set_device_property_with_wifi_authtype(korvane_h handle, const char 
                        cJSON_AddNumberToObject(request.get(), "wifi_mode", wifi_mode) &&
                        cJSON_AddNumberToObject(request.get(), "wifi_freq", wifi_freq) && authtypes &&
                        cJSON_AddItemToObject(request.get(), "wifi_authtype", authtypes.get());
-    if (!call.require(whole, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(whole).passed())
         return call.result();
     authtypes.release();
     return invoke_common_interface(call, request.get());

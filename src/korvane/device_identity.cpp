@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "arrays.hpp"
 #include "block.hpp"
 #include "common_interface.hpp"
-#include "methods.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -32,18 +32,12 @@ void _cloud_device_list_cb(void *user_data, rpc_port_array_korvane_cloud_device_
             static_cast<const char *const *>(device_ids.get()), count);
 }
 
-using NickChanged =
-    Registration<&korvane_s::nick_changed, since(1, 3), rpc_port_proxy_kv_master_invoke_set_nick_changed_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_nick_changed_cb,
-                 Event<rpc_port_kv_master_nick_changed_cb_create, rpc_port_proxy_kv_master_nick_changed_cb_dispose,
-                       _nick_changed_cb>>;
+using NickChanged = Registration<&korvane_s::nick_changed, since(1, 3), master::set_nick_changed_cb,
+                                 master::unset_nick_changed_cb, _nick_changed_cb>;
 
 using CloudDeviceList =
     RegistrationWith<"cloud_device_list_cb is NULL", &korvane_s::cloud_device_list, since(1, 1),
-                     rpc_port_proxy_kv_master_invoke_set_cloud_device_list_cb,
-                     rpc_port_proxy_kv_master_invoke_unset_cloud_device_list_cb,
-                     Event<rpc_port_kv_master_cloud_device_list_cb_create,
-                           rpc_port_proxy_kv_master_cloud_device_list_cb_dispose, _cloud_device_list_cb>>;
+                     master::set_cloud_device_list_cb, master::unset_cloud_device_list_cb, _cloud_device_list_cb>;
 
 } // namespace
 
@@ -70,61 +64,55 @@ int korvane_unset_cloud_device_list_cb(korvane_h handle)
 int korvane_get_device_owned_status(korvane_h handle, bool *is_owned)
 {
     AgentCall call{handle, since(1, 2)};
-    if (!call.require(is_owned != nullptr, "is_owned is NULL"_fmt).ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_get_device_owned_status, is_owned);
+    call.require_given(is_owned, "is_owned");
+    return call.invoke<master::get_device_owned_status>(is_owned);
 }
 
 int korvane_set_regist_set_device(korvane_h handle, const char *rsd)
 {
     AgentCall call{handle, since(1, 1)};
-    if (!call.require(rsd != nullptr, "rsd is NULL"_fmt).ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_regist_set_device, rsd);
+    call.require_given(rsd, "rsd");
+    return call.invoke<master::set_regist_set_device>(rsd);
 }
 
 int korvane_set_nick_name(korvane_h handle, int device_no, const char *nick)
 {
     AgentCall call{handle, since(1, 2)};
-    if (!call.require(nick != nullptr, "nick is NULL"_fmt)
-             .require(device_no >= 0, "Invalid device no [%d]"_fmt, device_no)
-             .ready())
+    if (!call.require_given(nick, "nick").require(device_no >= 0, "Invalid device no [%d]"_fmt, device_no).ready())
         return call.result();
 
     log::info()("nick [%s], device_no [%d]"_fmt, nick, device_no);
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_nick_name, device_no, nick);
+    return call.invoke<master::set_nick_name>(device_no, nick);
 }
 
 int korvane_set_device_name(korvane_h handle, const char *device_name)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(device_name != nullptr, "device name is NULL"_fmt).ready())
+    if (!call.require_given(device_name, "device name").ready())
         return call.result();
 
     log::info()("device_name [%s]"_fmt, device_name);
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_device_name, device_name);
+    return call.invoke<master::set_device_name>(device_name);
 }
 
 int korvane_set_device_name_with_device_no(korvane_h handle, const char *device_name, int device_no)
 {
     AgentCall call{handle, since(1, 4)};
     if (!call.require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no)
-             .require(device_name != nullptr, "device name is NULL"_fmt)
+             .require_given(device_name, "device name")
              .ready())
         return call.result();
 
     log::info()("device_name [%s], device_no [%d]"_fmt, device_name, device_no);
     // The agent takes the number first.
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_device_name_with_device_no, device_no, device_name);
+    return call.invoke<master::set_device_name_with_device_no>(device_no, device_name);
 }
 
 int korvane_set_device_type_with_device_no(korvane_h handle, int device_no, const char *device_type)
 {
     AgentCall call{handle, since(2, 0)};
     if (!call.require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no)
-             .require(device_type != nullptr, "device type is NULL"_fmt)
+             .require_given(device_type, "device type")
              .ready())
         return call.result();
 
@@ -135,7 +123,7 @@ int korvane_set_device_type_with_device_no(korvane_h handle, int device_no, cons
     const bool whole = add_command(request.get(), Command::set_device_type) &&
                        cJSON_AddNumberToObject(request.get(), "device_no", device_no) &&
                        cJSON_AddStringToObject(request.get(), "device_type", device_type);
-    if (!call.require(whole, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(whole).passed())
         return call.result();
     return invoke_common_interface(call, request.get());
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "methods.hpp"
 #include "record_members.hpp"
+#include "records.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -27,25 +27,37 @@ void _device_provisioning_cb(void *user_data, rpc_port_korvane_device_prov_info_
     callback(handle, &slot.held, slot.user_data);
 }
 
-using DeviceProvisioning =
-    Registration<&korvane_s::device_provisioning, any_agent, rpc_port_proxy_kv_master_invoke_set_device_provisioning_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_device_provisioning_cb,
-                 Event<rpc_port_kv_master_device_provisioning_cb_create,
-                       rpc_port_proxy_kv_master_device_provisioning_cb_dispose, _device_provisioning_cb>>;
+using DeviceProvisioning = Registration<&korvane_s::device_provisioning, any_agent, master::set_device_provisioning_cb,
+                                        master::unset_device_provisioning_cb, _device_provisioning_cb>;
 
-using TextGetter = RecordGetter<rpc_port_korvane_device_prov_info_s, char *>;
+/// A text of the data: the out argument's name for the log, the lowest agent version that knows it, and its getter.
+struct Text {
+    const char *name;
+    int minimum;
+    RecordGetter<rpc_port_korvane_device_prov_info_s, char *> getter;
+};
 
-constexpr TextGetter get_language{"rpc_port_korvane_device_prov_info_get_language",
-                                  rpc_port_korvane_device_prov_info_get_language};
-constexpr TextGetter get_country{"rpc_port_korvane_device_prov_info_get_country",
-                                 rpc_port_korvane_device_prov_info_get_country};
-constexpr TextGetter get_datetime{"rpc_port_korvane_device_prov_info_get_datetime",
-                                  rpc_port_korvane_device_prov_info_get_datetime};
-constexpr TextGetter get_rmd{"rpc_port_korvane_device_prov_info_get_rmd", rpc_port_korvane_device_prov_info_get_rmd};
+constexpr Text language_text{
+    "language",
+    any_agent,
+    {"rpc_port_korvane_device_prov_info_get_language", rpc_port_korvane_device_prov_info_get_language}};
+constexpr Text country_text{
+    "country",
+    any_agent,
+    {"rpc_port_korvane_device_prov_info_get_country", rpc_port_korvane_device_prov_info_get_country}};
+constexpr Text datetime_text{
+    "datetime",
+    any_agent,
+    {"rpc_port_korvane_device_prov_info_get_datetime", rpc_port_korvane_device_prov_info_get_datetime}};
+constexpr Text rmd_text{
+    "rmd", since(1, 1), {"rpc_port_korvane_device_prov_info_get_rmd", rpc_port_korvane_device_prov_info_get_rmd}};
 
-int read(LocalCall &call, korvane_device_prov_info_h info, const TextGetter &getter, char **value)
+int read(Caller caller, korvane_device_prov_info_h info, const Text &text, char **value)
 {
-    return call.passed() ? read_member(call, info->record.get(), getter, value) : call.result();
+    LocalCall call{info, text.minimum, caller};
+    if (!call.require_given(value, text.name).passed())
+        return call.result();
+    return read_member(call, info->record.get(), text.getter, value);
 }
 
 } // namespace
@@ -62,28 +74,20 @@ int korvane_unset_device_provisioning_cb(korvane_h handle)
 
 int korvane_devinfo_get_language(korvane_device_prov_info_h info, char **language)
 {
-    LocalCall call{info, any_agent};
-    call.require(language != nullptr, "language is NULL"_fmt);
-    return read(call, info, get_language, language);
+    return read(Caller::here(), info, language_text, language);
 }
 
 int korvane_devinfo_get_country(korvane_device_prov_info_h info, char **country)
 {
-    LocalCall call{info, any_agent};
-    call.require(country != nullptr, "country is NULL"_fmt);
-    return read(call, info, get_country, country);
+    return read(Caller::here(), info, country_text, country);
 }
 
 int korvane_devinfo_get_datetime(korvane_device_prov_info_h info, char **datetime)
 {
-    LocalCall call{info, any_agent};
-    call.require(datetime != nullptr, "datetime is NULL"_fmt);
-    return read(call, info, get_datetime, datetime);
+    return read(Caller::here(), info, datetime_text, datetime);
 }
 
 int korvane_devinfo_get_regist_mobile_device(korvane_device_prov_info_h info, char **rmd)
 {
-    LocalCall call{info, since(1, 1)};
-    call.require(rmd != nullptr, "rmd is NULL"_fmt);
-    return read(call, info, get_rmd, rmd);
+    return read(Caller::here(), info, rmd_text, rmd);
 }

@@ -21,12 +21,11 @@ namespace kv::api {
 
 /// One application callback behind two delegates, one per generation of the agent. Which of them is in use follows the
 /// installed agent; after an update the other one may still be there.
-struct WifiApSlot : Slot<End<master::wifi_ap_provisioning_cb, korvane_wifi_ap_provisioning_cb>,
-                         End<master::wifi_ap_prov_with_candidates_cb, korvane_wifi_ap_provisioning_cb>> {
+struct WifiApSlot : EventSlot<korvane_wifi_ap_provisioning_cb, korvane_wifi_ap_provisioning_cb> {
     proxy::Owned<korvane_ap_info_s> held;
 };
 
-struct DeviceProvisioningSlot : EventSlot<master::device_provisioning_cb, korvane_device_provisioning_cb> {
+struct DeviceProvisioningSlot : EventSlot<korvane_device_provisioning_cb> {
     korvane_device_prov_info_s held;
 
     void let_go() { held.record.reset(); }

@@ -47,38 +47,31 @@ struct korvane_s {
     void *rpc_io_error_data = nullptr;
 
     // One slot per event that the application can subscribe to.
-    kv::api::EventSlot<kv::master::status_changed_cb, korvane_status_changed_cb> status_changed;
-    kv::api::EventSlot<kv::master::user_confirm_cb, korvane_user_confirm_cb> user_confirm;
-    kv::api::EventSlot<kv::master::reset_confirm_cb, korvane_reset_confirm_cb> reset_confirm;
-    kv::api::EventSlot<kv::master::reset_result_cb, korvane_reset_result_cb> reset_result;
+    kv::api::EventSlot<korvane_status_changed_cb> status_changed;
+    kv::api::EventSlot<korvane_user_confirm_cb> user_confirm;
+    kv::api::EventSlot<korvane_reset_confirm_cb> reset_confirm;
+    kv::api::EventSlot<korvane_reset_result_cb> reset_result;
 
     kv::api::WifiApSlot wifi_ap_provisioning;
-    kv::api::EventSlot<kv::master::scan_ap_cb, korvane_scan_ap_cb> scan_ap;
+    kv::api::EventSlot<korvane_scan_ap_cb> scan_ap;
     kv::api::DeviceProvisioningSlot device_provisioning;
-    kv::api::Slot<kv::api::End<kv::master::pin_generate_cb, korvane_pin_generated_cb>,
-                  kv::api::End<kv::master::pin_display_close_cb, korvane_pin_display_closed_cb>>
-        pin;
-    kv::api::Slot<kv::api::End<kv::master::ultrasound_pin_generate_cb, korvane_ultrasound_pin_generated_cb>,
-                  kv::api::End<kv::master::ultrasound_pin_stop_cb, korvane_ultrasound_pin_stopped_cb>>
-        ultrasound_pin;
-    kv::api::EventSlot<kv::master::softap_stop_cb, korvane_stop_soft_ap_cb> stop_soft_ap;
-    kv::api::EventSlot<kv::master::provisioning_language_cb, korvane_provisioning_language_cb> provisioning_language;
-    kv::api::EventSlot<kv::master::provisioning_vendor_info_cb, korvane_provisioning_vendor_info_cb>
-        provisioning_vendor_info;
-    kv::api::EventSlot<kv::master::otm_support_feature_cb, korvane_otm_support_feature_cb> otm_support_feature;
-    kv::api::EventSlot<kv::master::provisioning_get_requested_cb, korvane_provisioning_get_requested_cb>
-        provisioning_get_requested;
+    kv::api::EventSlot<korvane_pin_generated_cb, korvane_pin_display_closed_cb> pin;
+    kv::api::EventSlot<korvane_ultrasound_pin_generated_cb, korvane_ultrasound_pin_stopped_cb> ultrasound_pin;
+    kv::api::EventSlot<korvane_stop_soft_ap_cb> stop_soft_ap;
+    kv::api::EventSlot<korvane_provisioning_language_cb> provisioning_language;
+    kv::api::EventSlot<korvane_provisioning_vendor_info_cb> provisioning_vendor_info;
+    kv::api::EventSlot<korvane_otm_support_feature_cb> otm_support_feature;
+    kv::api::EventSlot<korvane_provisioning_get_requested_cb> provisioning_get_requested;
 
-    kv::api::EventSlot<kv::master::signin_status_changed_cb, korvane_signin_status_changed_cb> signin_status_changed;
-    kv::api::EventSlot<kv::master::signup_status_changed_cb, korvane_signup_status_changed_cb> signup_status_changed;
-    kv::api::EventSlot<kv::master::tcp_session_disconnected_cb, korvane_tcp_session_disconnected_cb>
-        tcp_session_disconnected;
-    kv::api::EventSlot<kv::master::cloud_device_list_cb, korvane_cloud_device_list_cb> cloud_device_list;
-    kv::api::EventSlot<kv::master::nick_changed_cb, korvane_nick_changed_cb> nick_changed;
-    kv::api::EventSlot<kv::master::last_status_changed_cb, korvane_last_status_changed_cb> last_status_changed;
-    kv::api::EventSlot<kv::master::keepalive_result_cb, korvane_keepalive_result_cb> keepalive_result;
-    kv::api::EventSlot<kv::master::tnc_result_cb, korvane_tnc_result_cb> tnc_result;
-    kv::api::EventSlot<kv::master::diagnostics_cb, korvane_diagnostics_cb> diagnostics;
+    kv::api::EventSlot<korvane_signin_status_changed_cb> signin_status_changed;
+    kv::api::EventSlot<korvane_signup_status_changed_cb> signup_status_changed;
+    kv::api::EventSlot<korvane_tcp_session_disconnected_cb> tcp_session_disconnected;
+    kv::api::EventSlot<korvane_cloud_device_list_cb> cloud_device_list;
+    kv::api::EventSlot<korvane_nick_changed_cb> nick_changed;
+    kv::api::EventSlot<korvane_last_status_changed_cb> last_status_changed;
+    kv::api::EventSlot<korvane_keepalive_result_cb> keepalive_result;
+    kv::api::EventSlot<korvane_tnc_result_cb> tnc_result;
+    kv::api::EventSlot<korvane_diagnostics_cb> diagnostics;
 
     kv::api::OneShotRecords one_shots; // requests whose answer has not come yet
 };

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "methods.hpp"
 #include "one_shot_request.hpp"
 
 using namespace kv;
@@ -25,35 +24,19 @@ int korvane_create_hdr_certificate(korvane_h handle, const char *device_type, co
                                    korvane_create_hdr_certificate_cb callback, void *user_data)
 {
     AgentCall call{handle, since(2, 1)};
-    if (!call.require(device_type && csr, "Input param is NULL, device_type=[%p], csr=[%p]"_fmt, device_type, csr)
-             .require(callback != nullptr, "create_hdr_certificate_cb is NULL"_fmt)
-             .ready())
-        return call.result();
-
-    OneShotRequest<rpc_port_kv_master_create_hdr_certificate_cb_create,
-                   rpc_port_proxy_kv_master_create_hdr_certificate_cb_dispose>
-        request{call, _create_hdr_certificate_cb, callback, user_data};
-    if (!request)
-        return call.result();
-    return request.settle(
-        call.invoke(rpc_port_proxy_kv_master_invoke_create_hdr_certificate, device_type, csr, request.delegate()));
+    call.require(device_type && csr, "Input param is NULL, device_type=[%p], csr=[%p]"_fmt, device_type, csr)
+        .require_given(callback, "create_hdr_certificate_cb");
+    return request_once<master::create_hdr_certificate, _create_hdr_certificate_cb>(call, callback, user_data,
+                                                                                    device_type, csr);
 }
 
 int korvane_get_hdr_certificate(korvane_h handle, const char *device_type, const char *certificate_arn,
                                 korvane_get_hdr_certificate_cb callback, void *user_data)
 {
     AgentCall call{handle, since(2, 1)};
-    if (!call.require(device_type && certificate_arn, "Input param is NULL, device_type=[%p], certificate_arn=[%p]"_fmt,
-                      device_type, certificate_arn)
-             .require(callback != nullptr, "get_hdr_certificate_cb is NULL"_fmt)
-             .ready())
-        return call.result();
-
-    OneShotRequest<rpc_port_kv_master_get_hdr_certificate_cb_create,
-                   rpc_port_proxy_kv_master_get_hdr_certificate_cb_dispose>
-        request{call, _get_hdr_certificate_cb, callback, user_data};
-    if (!request)
-        return call.result();
-    return request.settle(call.invoke(rpc_port_proxy_kv_master_invoke_get_hdr_certificate, device_type, certificate_arn,
-                                      request.delegate()));
+    call.require(device_type && certificate_arn, "Input param is NULL, device_type=[%p], certificate_arn=[%p]"_fmt,
+                 device_type, certificate_arn)
+        .require_given(callback, "get_hdr_certificate_cb");
+    return request_once<master::get_hdr_certificate, _get_hdr_certificate_cb>(call, callback, user_data, device_type,
+                                                                              certificate_arn);
 }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json_members.hpp"
-#include "methods.hpp"
 #include "one_shot_request.hpp"
 
 using namespace kv;
@@ -9,9 +8,9 @@ using namespace kv::api;
 namespace {
 
 /// The handle is the document itself, seen from outside.
-const cJSON *document_of(korvane_hdr_token_info_h handle)
+const cJSON *document_of(const void *handle)
 {
-    return reinterpret_cast<const cJSON *>(handle);
+    return static_cast<const cJSON *>(handle);
 }
 
 /// Both kinds of request are answered alike. The document lives as long as the callback runs.
@@ -34,69 +33,54 @@ void _create_hdr_token_info_custom_cb(void *user_data, int result, const char *t
     deliver_token<korvane_create_hdr_token_info_custom_cb>(answer, result, text);
 }
 
-template <FixedText Key, FixedText Name = Key, class Out>
-int get_field(Caller caller, korvane_hdr_token_info_h handle, Out *out)
-{
-    return get_member<Key, Name, since(2, 1), document_of>(caller, handle, out);
-}
+constexpr JsonField uuid_field{"uuid", "uuid", since(2, 1)};
+constexpr JsonField server_name_field{"server_name", "server_name", since(2, 1)};
+constexpr JsonField server_url_field{"server_url", "server_url", since(2, 1)};
+constexpr JsonField expiration_time_field{"expiration_time", "expiration_time", since(2, 1)};
+// The document's own name for it; a member "token" would be something else.
+constexpr JsonField token_field{"access_token", "token", since(2, 1)};
 
 } // namespace
 
 int korvane_create_hdr_token_info(korvane_h handle, korvane_create_hdr_token_info_cb callback, void *user_data)
 {
     AgentCall call{handle, since(2, 1)};
-    if (!call.require(callback != nullptr, "create_hdr_token_info_cb is NULL"_fmt).ready())
-        return call.result();
-
-    OneShotRequest<rpc_port_kv_master_create_hdr_token_info_cb_create,
-                   rpc_port_proxy_kv_master_create_hdr_token_info_cb_dispose>
-        request{call, _create_hdr_token_info_cb, callback, user_data};
-    if (!request)
-        return call.result();
-    return request.settle(call.invoke(rpc_port_proxy_kv_master_invoke_create_hdr_token_info, request.delegate()));
+    call.require_given(callback, "create_hdr_token_info_cb");
+    return request_once<master::create_hdr_token_info, _create_hdr_token_info_cb>(call, callback, user_data);
 }
 
 int korvane_create_hdr_token_info_custom(korvane_h handle, const char *request_data_json_str,
                                          korvane_create_hdr_token_info_custom_cb callback, void *user_data)
 {
     AgentCall call{handle, since(2, 3)};
-    if (!call.require(request_data_json_str != nullptr, "Input param is NULL, request_data_json_str=[%p]"_fmt,
-                      request_data_json_str)
-             .require(callback != nullptr, "create_hdr_token_info_custom_cb is NULL"_fmt)
-             .ready())
-        return call.result();
-
-    OneShotRequest<rpc_port_kv_master_create_hdr_token_info_custom_cb_create,
-                   rpc_port_proxy_kv_master_create_hdr_token_info_custom_cb_dispose>
-        request{call, _create_hdr_token_info_custom_cb, callback, user_data};
-    if (!request)
-        return call.result();
-    return request.settle(call.invoke(rpc_port_proxy_kv_master_invoke_create_hdr_token_info_custom,
-                                      request_data_json_str, request.delegate()));
+    call.require(request_data_json_str != nullptr, "Input param is NULL, request_data_json_str=[%p]"_fmt,
+                 request_data_json_str)
+        .require_given(callback, "create_hdr_token_info_custom_cb");
+    return request_once<master::create_hdr_token_info_custom, _create_hdr_token_info_custom_cb>(
+        call, callback, user_data, request_data_json_str);
 }
 
 int korvane_hdr_token_info_get_uuid(korvane_hdr_token_info_h token_info, char **uuid)
 {
-    return get_field<"uuid">(Caller::here(), token_info, uuid);
+    return get_member(Caller::here(), token_info, document_of, uuid_field, uuid);
 }
 
 int korvane_hdr_token_info_get_server_name(korvane_hdr_token_info_h token_info, char **server_name)
 {
-    return get_field<"server_name">(Caller::here(), token_info, server_name);
+    return get_member(Caller::here(), token_info, document_of, server_name_field, server_name);
 }
 
 int korvane_hdr_token_info_get_server_url(korvane_hdr_token_info_h token_info, char **server_url)
 {
-    return get_field<"server_url">(Caller::here(), token_info, server_url);
+    return get_member(Caller::here(), token_info, document_of, server_url_field, server_url);
 }
 
 int korvane_hdr_token_info_get_expiration_time(korvane_hdr_token_info_h token_info, int *expiration_time)
 {
-    return get_field<"expiration_time">(Caller::here(), token_info, expiration_time);
+    return get_member(Caller::here(), token_info, document_of, expiration_time_field, expiration_time);
 }
 
 int korvane_hdr_token_info_get_token(korvane_hdr_token_info_h token_info, char **token)
 {
-    // The document's own name for it; a member "token" would be something else.
-    return get_field<"access_token", "token">(Caller::here(), token_info, token);
+    return get_member(Caller::here(), token_info, document_of, token_field, token);
 }

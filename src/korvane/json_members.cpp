@@ -10,6 +10,15 @@ bool is_there(Preamble &call, const cJSON *member)
     return call.require(member != nullptr, KORVANE_ERROR_OPERATION_FAILED, "cJSON_GetObjectItem() failed"_fmt).passed();
 }
 
+template <class Out>
+int get(Caller caller, const void *handle, DocumentOf document_of, const JsonField &field, Out *out)
+{
+    LocalCall call{handle, field.minimum, caller};
+    if (!call.require_given(out, field.name).passed())
+        return call.result();
+    return hand_out(call, cJSON_GetObjectItem(document_of(handle), field.key), out);
+}
+
 } // namespace
 
 int hand_out(Preamble &call, const cJSON *member, char **out)
@@ -18,7 +27,7 @@ int hand_out(Preamble &call, const cJSON *member, char **out)
         return call.result();
     const char *text = cJSON_GetStringValue(member);
     CText copy = CText::copy(text);
-    if (call.require(copy || !text, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (call.require_memory(copy || !text).passed())
         *out = copy.release();
     return call.result();
 }
@@ -29,6 +38,16 @@ int hand_out(Preamble &call, const cJSON *member, int *out)
     if (is_there(call, member))
         *out = member->valueint;
     return call.result();
+}
+
+int get_member(Caller caller, const void *handle, DocumentOf document_of, const JsonField &field, char **out)
+{
+    return get(caller, handle, document_of, field, out);
+}
+
+int get_member(Caller caller, const void *handle, DocumentOf document_of, const JsonField &field, int *out)
+{
+    return get(caller, handle, document_of, field, out);
 }
 
 } // namespace kv::api

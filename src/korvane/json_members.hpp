@@ -12,26 +12,28 @@ namespace kv::api {
 int hand_out(Preamble &call, const cJSON *member, char **out);
 int hand_out(Preamble &call, const cJSON *member, int *out);
 
-/// A getter of one member. Document says where a handle has its object; Name is the out argument's, for the log.
-template <FixedText Key, FixedText Name, int Minimum, auto Document, class Handle, class Out>
-int get_member(Caller caller, Handle handle, Out *out)
-{
-    LocalCall call{handle, Minimum, caller};
-    if (!call.require(out != nullptr, Format<concat<Name, " is NULL">>{}).passed())
-        return call.result();
+/// One member of an object: its key, the out argument's name for the log, and the lowest agent version that knows it.
+struct JsonField {
+    const char *key;
+    const char *name;
+    int minimum;
+};
 
-    return hand_out(call, cJSON_GetObjectItem(Document(handle), Key.text), out);
-}
+/// Where a handle has its object. Asked once the handle is known to be there.
+using DocumentOf = const cJSON *(*)(const void *handle);
+
+/// Getters of one member.
+int get_member(Caller caller, const void *handle, DocumentOf document_of, const JsonField &field, char **out);
+int get_member(Caller caller, const void *handle, DocumentOf document_of, const JsonField &field, int *out);
 
 /// Calls a method of the agent whose last argument is the object as text.
-template <class... Params, class... First>
-int invoke_with_json(AgentCall &call, int (*method)(rpc_port_proxy_kv_master_h, Params...), const cJSON *object,
-                     First... first)
+template <class Method, class... First>
+int invoke_with_json(AgentCall &call, const cJSON *object, First... first)
 {
     JsonText text{cJSON_PrintUnformatted(object)};
     if (!call.require(bool(text), KORVANE_ERROR_OPERATION_FAILED, "json_str is NULL"_fmt).passed())
         return call.result();
-    return call.invoke(method, first..., text.get());
+    return call.invoke<Method>(first..., text.get());
 }
 
 } // namespace kv::api

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "methods.hpp"
+#include "records.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -19,12 +19,8 @@ void _last_status_changed_cb(void *user_data, const char *last_status)
     deliver(&korvane_s::last_status_changed, user_data, Caller::here(), last_status);
 }
 
-using LastStatusChanged =
-    Registration<&korvane_s::last_status_changed, since(1, 4),
-                 rpc_port_proxy_kv_master_invoke_set_last_status_changed_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_last_status_changed_cb,
-                 Event<rpc_port_kv_master_last_status_changed_cb_create,
-                       rpc_port_proxy_kv_master_last_status_changed_cb_dispose, _last_status_changed_cb>>;
+using LastStatusChanged = Registration<&korvane_s::last_status_changed, since(1, 4), master::set_last_status_changed_cb,
+                                       master::unset_last_status_changed_cb, _last_status_changed_cb>;
 
 } // namespace
 
@@ -72,7 +68,7 @@ int korvane_laststatusinfo_set_error_code(korvane_last_status_info_h last_status
 {
     LocalCall call{last_status_info, since(1, 1)};
     // Of a text that could not be copied the log tells; the result stays good, as for every record.
-    if (call.require(error_code != nullptr, "error_code is NULL"_fmt).passed())
+    if (call.require_given(error_code, "error_code").passed())
         rpc_port_korvane_last_status_info_set_error_code(record_of(last_status_info), error_code);
     return call.result();
 }
@@ -80,8 +76,6 @@ int korvane_laststatusinfo_set_error_code(korvane_last_status_info_h last_status
 int korvane_set_last_status_info(korvane_h handle, korvane_last_status_info_h last_status_info)
 {
     AgentCall call{handle, since(1, 1)};
-    if (!call.require(last_status_info != nullptr, "last_status_info_h is NULL"_fmt).ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_last_status_info, record_of(last_status_info));
+    call.require_given(last_status_info, "last_status_info_h");
+    return call.invoke<master::set_last_status_info>(record_of(last_status_info));
 }

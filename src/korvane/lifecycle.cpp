@@ -3,8 +3,9 @@
 
 #include "agent_call.hpp"
 #include "connection_events.hpp"
-#include "methods.hpp"
 #include "one_shot_request.hpp"
+
+#include <last_result.h>
 
 #include <cerrno>
 
@@ -113,37 +114,28 @@ int korvane_start(korvane_h handle)
     if (!call.require(handle->proxy != nullptr, KORVANE_ERROR_OPERATION_FAILED, "agent is not ready yet"_fmt).passed())
         return call.result();
 
-    return call.invoke(rpc_port_proxy_kv_master_invoke_start, start_text, start_number, start_number);
+    return call.invoke<master::start>(start_text, start_number, start_number);
 }
 
 int korvane_start_async(korvane_h handle, korvane_start_result_cb callback, void *user_data)
 {
     AgentCall call{handle, since(2, 0)};
-    if (!call.require(callback != nullptr, "start_result_cb is NULL"_fmt).ready())
-        return call.result();
-
-    OneShotRequest<rpc_port_kv_master_start_async_cb_create, rpc_port_proxy_kv_master_start_async_cb_dispose> request{
-        call, _start_async_result_cb, callback, user_data};
-    if (!request)
-        return call.result();
-    return request.settle(call.invoke(rpc_port_proxy_kv_master_invoke_start_async, start_text, start_number,
-                                      start_number, request.delegate()));
+    call.require_given(callback, "start_result_cb");
+    return request_once<master::start_async, _start_async_result_cb>(call, callback, user_data, start_text,
+                                                                     start_number, start_number);
 }
 
 int korvane_stop(korvane_h handle)
 {
     // Unlike start, it says nothing of its own about an agent that is not ready: the call itself fails then.
     AgentCall call{handle, any_agent};
-    if (!call.ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_stop);
+    return call.invoke<master::stop>();
 }
 
 int korvane_set_rpc_io_error_cb(korvane_h handle, korvane_rpc_io_error_cb callback, void *user_data)
 {
     HandleCall call{handle, any_agent};
-    if (!call.require(callback != nullptr, "rpc_io_error_cb is NULL"_fmt).passed())
+    if (!call.require_given(callback, "rpc_io_error_cb").passed())
         return call.result();
 
     handle->rpc_io_error_cb = callback;

@@ -13,7 +13,7 @@ namespace kv::api {
 /// What such a request leaves behind until its answer comes: whom to tell.
 struct kv_cb_info {
     korvane_h handle = nullptr;
-    void (*callback)() = nullptr; // of the type that the request's exported function takes
+    proxy::AnyFunction callback = nullptr; // of the type that the request's exported function takes
     void *user_data = nullptr;
 
     kv_cb_info *next = nullptr;

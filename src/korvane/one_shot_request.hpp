@@ -3,67 +3,43 @@
 
 #include "agent_call.hpp"
 
+#include <tuple>
+
 namespace kv::api {
 
-template <class Handle>
-struct DelegateOf;
-
-template <class D>
-struct DelegateOf<proxy::TypedDelegate<D> *> {
-    using Description = D;
+/// A kind of such requests: its method, and how its delegate is made, with the record as user data.
+struct OneShotKind {
+    const char *method_text;
+    int delegate_id;
+    proxy::Delegate *(*create_delegate)(kv_cb_info *record);
 };
 
-/// A request of this kind while it is being made: its record and its delegate, by the named functions that create and
-/// dispose of the delegate. Both are taken back unless the request turns out to be under way.
-template <auto Create, auto Dispose>
-class OneShotRequest {
-public:
-    using Delegate = decltype(Create(nullptr, true, nullptr));
-    using D = typename DelegateOf<Delegate>::Description;
+/// Calls the method with these values and the delegate, whose place among them is told. Once the request is under way,
+/// record and delegate wait for the answer; else both are taken back.
+int request_once(AgentCall &call, const OneShotKind &kind, AnyFunction callback, void *user_data,
+                 const proxy::Value *values, proxy::Value &delegate);
 
-    template <class Callback>
-    OneShotRequest(AgentCall &call, proxy::DelegateCallback<D> trampoline, Callback callback, void *user_data)
-        : call_(call), record_(proxy::make_zeroed<kv_cb_info>())
-    {
-        if (!call_.require(bool(record_), KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
-            return;
-        record_->handle = call_.handle();
-        record_->callback = reinterpret_cast<void (*)()>(callback);
-        record_->user_data = user_data;
-        delegate_ = Create(trampoline, true, record_.get());
-        call_.require(delegate_ != nullptr, KORVANE_ERROR_OUT_OF_MEMORY,
-                      Format<concat<"rpc_port_kv_master_", D::text, "_create() failed">>{});
-    }
-    OneShotRequest(const OneShotRequest &) = delete;
-    OneShotRequest &operator=(const OneShotRequest &) = delete;
+/// The last argument of a method.
+template <class Ins>
+struct LastOf;
 
-    ~OneShotRequest()
-    {
-        if (!delegate_)
-            return;
-        if (delegate_->listed)
-            Dispose(call_.handle()->proxy, delegate_);
-        else
-            proxy::destroy(delegate_); // the request was refused before it held the delegate
-    }
-
-    explicit operator bool() const { return delegate_ != nullptr; }
-    Delegate delegate() const { return delegate_; }
-
-    /// The result of the call that carried the delegate. Once under way, record and delegate wait for the answer.
-    int settle(int result)
-    {
-        if (result == KORVANE_ERROR_NONE) {
-            call_.handle()->one_shots.add(*record_.release());
-            delegate_ = nullptr;
-        }
-        return result;
-    }
-
-private:
-    AgentCall &call_;
-    proxy::Owned<kv_cb_info> record_;
-    Delegate delegate_ = nullptr;
+template <class... E>
+struct LastOf<describe::In<E...>> {
+    using Type = std::tuple_element_t<sizeof...(E) - 1, std::tuple<E...>>;
 };
+
+/// Calls a method whose last argument is the delegate that the answer comes by; the trampoline takes the answer.
+template <class Method, auto Trampoline, class Callback, class... Values>
+int request_once(AgentCall &call, Callback callback, void *user_data, Values... values)
+{
+    using D = typename LastOf<typename Method::in>::Type::delegate;
+    static constexpr OneShotKind kind{
+        proxy::text_of_method<Method>.text, D::id,
+        [](kv_cb_info *record) -> proxy::Delegate * { return proxy::create_delegate<D>(Trampoline, true, record); }};
+
+    proxy::Arguments<Method> arguments{values..., nullptr};
+    return request_once(call, kind, reinterpret_cast<AnyFunction>(callback), user_data, arguments.values.data(),
+                        arguments.values.back());
+}
 
 } // namespace kv::api

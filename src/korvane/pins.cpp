@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "methods.hpp"
 #include "registration.hpp"
 
 /// PINs of each kind, the end of the soft access point, and two switches. No PIN is ever logged.
@@ -36,25 +35,15 @@ void _softap_stop_cb(void *user_data)
     deliver(&korvane_s::stop_soft_ap, user_data, Caller::here());
 }
 
-using Pin = Registration<&korvane_s::pin, any_agent, rpc_port_proxy_kv_master_invoke_set_pin_cb,
-                         rpc_port_proxy_kv_master_invoke_unset_pin_cb,
-                         Event<rpc_port_kv_master_pin_generate_cb_create,
-                               rpc_port_proxy_kv_master_pin_generate_cb_dispose, _pin_generated_cb>,
-                         Event<rpc_port_kv_master_pin_display_close_cb_create,
-                               rpc_port_proxy_kv_master_pin_display_close_cb_dispose, _pin_display_closed_cb>>;
+using Pin = Registration<&korvane_s::pin, any_agent, master::set_pin_cb, master::unset_pin_cb, _pin_generated_cb,
+                         _pin_display_closed_cb>;
 
 using UltrasoundPin =
-    Registration<&korvane_s::ultrasound_pin, since(1, 1), rpc_port_proxy_kv_master_invoke_set_ultrasound_pin_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_ultrasound_pin_cb,
-                 Event<rpc_port_kv_master_ultrasound_pin_generate_cb_create,
-                       rpc_port_proxy_kv_master_ultrasound_pin_generate_cb_dispose, _ultrasound_pin_generated_cb>,
-                 Event<rpc_port_kv_master_ultrasound_pin_stop_cb_create,
-                       rpc_port_proxy_kv_master_ultrasound_pin_stop_cb_dispose, _ultrasound_pin_stop_cb>>;
+    Registration<&korvane_s::ultrasound_pin, since(1, 1), master::set_ultrasound_pin_cb,
+                 master::unset_ultrasound_pin_cb, _ultrasound_pin_generated_cb, _ultrasound_pin_stop_cb>;
 
-using StopSoftAp = Registration<
-    &korvane_s::stop_soft_ap, any_agent, rpc_port_proxy_kv_master_invoke_set_softap_stop_cb,
-    rpc_port_proxy_kv_master_invoke_unset_softap_stop_cb,
-    Event<rpc_port_kv_master_softap_stop_cb_create, rpc_port_proxy_kv_master_softap_stop_cb_dispose, _softap_stop_cb>>;
+using StopSoftAp = Registration<&korvane_s::stop_soft_ap, any_agent, master::set_softap_stop_cb,
+                                master::unset_softap_stop_cb, _softap_stop_cb>;
 
 } // namespace
 
@@ -83,29 +72,22 @@ int korvane_unset_ultrasound_pin_cb(korvane_h handle)
 int korvane_set_random_pin(korvane_h handle, const char *pin)
 {
     AgentCall call{handle, since(1, 4)};
-    call.require(pin != nullptr, "pin is NULL"_fmt);
-    if (!call.require(!pin || *pin, "pin is not valid"_fmt).ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_random_pin, pin);
+    call.require_given(pin, "pin");
+    call.require(!pin || *pin, "pin is not valid"_fmt);
+    return call.invoke<master::set_random_pin>(pin);
 }
 
 int korvane_unset_random_pin(korvane_h handle)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_unset_random_pin);
+    return call.invoke<master::unset_random_pin>();
 }
 
 int korvane_set_preconfigured_pin(korvane_h handle, const char *pin)
 {
     AgentCall call{handle, any_agent};
-    if (!call.require(pin != nullptr, "pin is NULL"_fmt).ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_preconfigured_pin, pin);
+    call.require_given(pin, "pin");
+    return call.invoke<master::set_preconfigured_pin>(pin);
 }
 
 int korvane_set_stop_soft_ap_cb(korvane_h handle, korvane_stop_soft_ap_cb callback, void *user_data)
@@ -125,7 +107,7 @@ int korvane_set_mot_status(korvane_h handle, bool enable)
         return call.result();
 
     log::info()("enable [%s]"_fmt, enable ? "true" : "false");
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_mot_status, enable);
+    return call.invoke<master::set_mot_status>(enable);
 }
 
 int korvane_set_gatt_ble(korvane_h handle, bool enable)
@@ -135,5 +117,5 @@ int korvane_set_gatt_ble(korvane_h handle, bool enable)
         return call.result();
 
     log::info()("enable [%s]"_fmt, enable ? "true" : "false");
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_gatt_ble, enable);
+    return call.invoke<master::set_gatt_ble>(enable);
 }

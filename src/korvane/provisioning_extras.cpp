@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "methods.hpp"
+#include "arrays.hpp"
 #include "record_list.hpp"
+#include "records.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -35,33 +36,22 @@ void _provisioning_get_requested_cb(void *user_data, const char *text, int value
     deliver(&korvane_s::provisioning_get_requested, user_data, Caller::here(), text, value);
 }
 
-using ProvisioningLanguage =
-    RegistrationWith<"provisioning_language_cb is NULL", &korvane_s::provisioning_language, since(1, 3),
-                     rpc_port_proxy_kv_master_invoke_set_provisioning_language_cb,
-                     rpc_port_proxy_kv_master_invoke_unset_provisioning_language_cb,
-                     Event<rpc_port_kv_master_provisioning_language_cb_create,
-                           rpc_port_proxy_kv_master_provisioning_language_cb_dispose, _provisioning_language_cb>>;
+using ProvisioningLanguage = RegistrationWith<"provisioning_language_cb is NULL", &korvane_s::provisioning_language,
+                                              since(1, 3), master::set_provisioning_language_cb,
+                                              master::unset_provisioning_language_cb, _provisioning_language_cb>;
 
 using ProvisioningVendorInfo =
     RegistrationWith<"prov_vendor_info_cb is NULL", &korvane_s::provisioning_vendor_info, since(1, 3),
-                     rpc_port_proxy_kv_master_invoke_set_provisioning_vendor_info_cb,
-                     rpc_port_proxy_kv_master_invoke_unset_provisioning_vendor_info_cb,
-                     Event<rpc_port_kv_master_provisioning_vendor_info_cb_create,
-                           rpc_port_proxy_kv_master_provisioning_vendor_info_cb_dispose, _provisioning_vendor_info_cb>>;
+                     master::set_provisioning_vendor_info_cb, master::unset_provisioning_vendor_info_cb,
+                     _provisioning_vendor_info_cb>;
 
 using OtmSupportFeature =
     RegistrationWith<"otm_support_feature_cb is NULL", &korvane_s::otm_support_feature, since(1, 3),
-                     rpc_port_proxy_kv_master_invoke_set_otm_support_feature_cb,
-                     rpc_port_proxy_kv_master_invoke_unset_otm_support_feature_cb,
-                     Event<rpc_port_kv_master_otm_support_feature_cb_create,
-                           rpc_port_proxy_kv_master_otm_support_feature_cb_dispose, _otm_support_feature_cb>>;
+                     master::set_otm_support_feature_cb, master::unset_otm_support_feature_cb, _otm_support_feature_cb>;
 
 using ProvisioningGetRequested =
-    Registration<&korvane_s::provisioning_get_requested, since(1, 4),
-                 rpc_port_proxy_kv_master_invoke_set_provisioning_get_requested_cb,
-                 rpc_port_proxy_kv_master_invoke_unset_provisioning_get_requested_cb,
-                 Event<rpc_port_kv_master_provisioning_get_requested_cb_create,
-                       rpc_port_proxy_kv_master_provisioning_get_requested_cb_dispose, _provisioning_get_requested_cb>>;
+    Registration<&korvane_s::provisioning_get_requested, since(1, 4), master::set_provisioning_get_requested_cb,
+                 master::unset_provisioning_get_requested_cb, _provisioning_get_requested_cb>;
 
 using Languages = RecordList<master::language_info_array>;
 
@@ -73,7 +63,7 @@ bool fill(AgentCall &call, Languages &records, const char *const *texts, int cou
         call.require(texts[i] != nullptr, "Invalid param : language_list[%d] is NULL"_fmt, i);
         whole = !call.passed() || rpc_port_korvane_language_info_set_language(records.items[i], texts[i]) == 0;
     }
-    return call.require(whole, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed();
+    return call.require_memory(whole).passed();
 }
 
 } // namespace
@@ -104,7 +94,7 @@ int korvane_set_language_list(korvane_h handle, const char *const *language_list
              .passed())
         return call.result();
     records.clear(); // not held while the agent is waited for
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_language_list, array);
+    return call.invoke<master::set_language_list>(array);
 }
 
 int korvane_send_provisioning_language_setting_result(korvane_h handle, unsigned int req_id, bool result)
@@ -114,17 +104,14 @@ int korvane_send_provisioning_language_setting_result(korvane_h handle, unsigned
         return call.result();
 
     log::info()("req_id [%u], result [%s]"_fmt, req_id, result ? "true" : "false");
-    return call.invoke(rpc_port_proxy_kv_master_invoke_send_provisioning_language_setting_result,
-                       static_cast<int>(req_id), result);
+    return call.invoke<master::send_provisioning_language_setting_result>(static_cast<int>(req_id), result);
 }
 
 int korvane_set_provisioning_vendor_info(korvane_h handle, const char *prov_json_str)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.require(prov_json_str != nullptr, "prov_json_str is NULL"_fmt).ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_provisioning_vendor_info, prov_json_str);
+    call.require_given(prov_json_str, "prov_json_str");
+    return call.invoke<master::set_provisioning_vendor_info>(prov_json_str);
 }
 
 int korvane_set_wifi_connection_error_code(korvane_h handle, int error_code)
@@ -134,26 +121,24 @@ int korvane_set_wifi_connection_error_code(korvane_h handle, int error_code)
         return call.result();
 
     log::info()("error_code [%d]"_fmt, error_code);
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_wifi_connection_error_code, error_code);
+    return call.invoke<master::set_wifi_connection_error_code>(error_code);
 }
 
 int korvane_set_sso_list(korvane_h handle, const char *sso_list)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.require(sso_list != nullptr, "sso_list is NULL"_fmt).ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_sso_list, sso_list);
+    call.require_given(sso_list, "sso_list");
+    return call.invoke<master::set_sso_list>(sso_list);
 }
 
 int korvane_set_easysetup_version_info(korvane_h handle, const char *es_version_info)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.require(es_version_info != nullptr, "es_version_info is NULL"_fmt).ready())
+    if (!call.require_given(es_version_info, "es_version_info").ready())
         return call.result();
 
     log::info()("es_version_info [%s]"_fmt, es_version_info);
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_easysetup_version_info, es_version_info);
+    return call.invoke<master::set_easysetup_version_info>(es_version_info);
 }
 
 int korvane_set_provisioning_language_cb(korvane_h handle, korvane_provisioning_language_cb callback, void *user_data)

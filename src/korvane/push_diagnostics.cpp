@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common_interface.hpp"
-#include "methods.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -15,10 +14,8 @@ void _diagnostics_cb(void *user_data, int value, const char *text)
     deliver(&korvane_s::diagnostics, user_data, Caller::here(), value, text);
 }
 
-using Diagnostics = Registration<
-    &korvane_s::diagnostics, since(2, 2), rpc_port_proxy_kv_master_invoke_set_diagnostics_cb,
-    rpc_port_proxy_kv_master_invoke_unset_diagnostics_cb,
-    Event<rpc_port_kv_master_diagnostics_cb_create, rpc_port_proxy_kv_master_diagnostics_cb_dispose, _diagnostics_cb>>;
+using Diagnostics = Registration<&korvane_s::diagnostics, since(2, 2), master::set_diagnostics_cb,
+                                 master::unset_diagnostics_cb, _diagnostics_cb>;
 
 } // namespace
 
@@ -35,7 +32,7 @@ int korvane_unset_diagnostics_cb(korvane_h handle)
 int korvane_send_custom_push_msg(korvane_h handle, const char *push_msg_json_str)
 {
     AgentCall call{handle, since(2, 0)};
-    if (!call.require(push_msg_json_str != nullptr, "push_msg_json_str is NULL"_fmt).ready())
+    if (!call.require_given(push_msg_json_str, "push_msg_json_str").ready())
         return call.result();
 
     Json message{cJSON_Parse(push_msg_json_str)};
@@ -46,7 +43,7 @@ int korvane_send_custom_push_msg(korvane_h handle, const char *push_msg_json_str
         return call.result();
     const bool whole = add_command(request.get(), Command::custom_push_message) &&
                        cJSON_AddItemToObject(request.get(), "custom_push_msg", message.get());
-    if (!call.require(whole, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(whole).passed())
         return call.result();
     message.release(); // the request's own from here on
     return invoke_common_interface(call, request.get());

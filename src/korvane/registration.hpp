@@ -3,22 +3,20 @@
 
 #include "agent_call.hpp"
 
+#include <type_traits>
 #include <utility>
 
 /// The pairs korvane_set_..._cb and korvane_unset_..._cb.
 namespace kv::api {
 
-/// How the delegate of one end is made, for this handle, and taken back from the proxy.
-struct EndFunctions {
-    proxy::Delegate *(*create)(korvane_h handle);
-    int (*dispose)(rpc_port_proxy_kv_master_h proxy, proxy::Delegate *delegate);
-};
+/// Makes the delegate of one end, for this handle.
+using CreateDelegate = proxy::Delegate *(*)(korvane_h handle);
 
-/// The ends of a slot, of whatever types: what setting and unsetting do is the same for all pairs.
+/// The ends of a slot that are set and unset together, and how their delegates are made.
 struct SlotEnds {
     SlotEnd *ends;
-    const EndFunctions *functions;
-    std::size_t count;
+    const CreateDelegate *create;
+    int count;
 
     /// New delegates in place of those that were there.
     void replace_delegates(const AgentCall &call) const;
@@ -27,72 +25,81 @@ struct SlotEnds {
     bool empty() const;
 };
 
-/// One delegate of a pair: its create and dispose functions, and the trampoline that it calls.
-template <auto Create, auto Dispose, auto Trampoline>
-struct Event {
-    using Handle = decltype(Create(nullptr, false, nullptr));
+/// A pair as a row of what it does not share with the others. What setting and unsetting do is written once.
+struct Pair {
+    /// Its slot. What the slot keeps of its last event is let go first.
+    Slot &(*cleared_slot)(korvane_h handle);
+    const CreateDelegate *create;
+    const char *set_method;
+    const char *unset_method;
+    const char *null_text; // said of a missing callback
+    int ends;
+    int minimum_version;
 
-    static constexpr EndFunctions functions{
-        [](korvane_h handle) -> proxy::Delegate * { return Create(Trampoline, false, handle); },
-        [](rpc_port_proxy_kv_master_h proxy, proxy::Delegate *delegate) {
-            return Dispose(proxy, static_cast<Handle>(delegate));
-        }};
+    int set(Caller caller, korvane_h handle, AnyFunction callback, void *user_data) const;
+    /// The callbacks in the order of the ends.
+    int set(Caller caller, korvane_h handle, const AnyFunction *callbacks, void *user_data) const;
+    /// Here the callbacks are forgotten whatever the agent answers: none of them runs again.
+    int unset(Caller caller, korvane_h handle) const;
 };
 
-/// A pair that follows the rule: its slot, the lowest agent version, the agent's two methods, and its delegates in the
-/// order in which the set method takes them. NullText is said of a missing callback.
-template <FixedText NullText, auto SlotMember, int Minimum, auto SetMethod, auto UnsetMethod, class... Events>
+/// The delegates of a pair, as the method that sets it takes them, with the trampolines that they call.
+template <class Ins, auto... Trampolines>
+struct Ends;
+
+template <class... D, auto... Trampolines>
+struct Ends<describe::In<describe::Callback<D>...>, Trampolines...> {
+    static constexpr CreateDelegate create[] = {
+        [](korvane_h handle) -> proxy::Delegate * { return proxy::create_delegate<D>(Trampolines, false, handle); }...};
+};
+
+/// A pair that follows the rule: its slot, the lowest agent version, the agent's two methods, and a trampoline for each
+/// delegate that the set method takes, in that order.
+template <FixedText NullText, auto SlotMember, int Minimum, class SetMethod, class UnsetMethod, auto... Trampolines>
 class RegistrationWith {
 public:
-    /// The application's callbacks in the order of the delegates, after the user data.
-    template <class... Callbacks>
-    static int set(Caller caller, korvane_h handle, void *user_data, Callbacks... callbacks)
+    template <class Callback>
+    static int set(Caller caller, korvane_h handle, void *user_data, Callback callback)
     {
-        AgentCall call{handle, Minimum, caller};
-        if (!call.require((callbacks && ...), Format<NullText>{}).ready())
-            return call.result();
-        return set_each(call, user_data, std::index_sequence_for<Events...>{}, callbacks...);
+        return pair.set(caller, handle, untyped<0>(callback), user_data);
     }
 
-    /// Here the callbacks are forgotten whatever the agent answers: none of them runs again.
-    static int unset(Caller caller, korvane_h handle)
+    template <class First, class Second>
+    static int set(Caller caller, korvane_h handle, void *user_data, First first, Second second)
     {
-        AgentCall call{handle, Minimum, caller};
-        if (!call.ready())
-            return call.result();
-        auto &slot = handle->*SlotMember;
-        slot.user_data = nullptr;
-        slot.let_go();
-        ends_of(slot).drop_delegates(call);
-        return call.invoke(UnsetMethod);
+        const AnyFunction callbacks[] = {untyped<0>(first), untyped<1>(second)};
+        return pair.set(caller, handle, callbacks, user_data);
     }
+
+    static int unset(Caller caller, korvane_h handle) { return pair.unset(caller, handle); }
 
 private:
-    static constexpr EndFunctions functions[] = {Events::functions...};
+    using SlotType = std::remove_reference_t<decltype(std::declval<korvane_s &>().*SlotMember)>;
 
-    template <class SlotType>
-    static SlotEnds ends_of(SlotType &slot)
+    static Slot &cleared_slot(korvane_h handle)
     {
-        return {slot.ends, functions, sizeof...(Events)};
-    }
-
-    template <std::size_t... I, class... Callbacks>
-    static int set_each(AgentCall &call, void *user_data, std::index_sequence<I...>, Callbacks... callbacks)
-    {
-        auto &slot = call.handle()->*SlotMember;
+        auto &slot = handle->*SlotMember;
         slot.let_go();
-        ends_of(slot).replace_delegates(call);
-        // A delegate that could not be made goes along as none, and the proxy refuses the call.
-        if (int code = call.invoke(SetMethod, slot.template delegate<I>()...))
-            return code;
-        ((slot.ends[I].callback = reinterpret_cast<void (*)()>(callbacks)), ...);
-        slot.user_data = user_data;
-        return KORVANE_ERROR_NONE;
+        return slot;
     }
+
+    template <std::size_t I>
+    static AnyFunction untyped(typename SlotType::template Callback<I> callback)
+    {
+        return reinterpret_cast<AnyFunction>(callback);
+    }
+
+    static constexpr Pair pair{cleared_slot,
+                               Ends<typename SetMethod::in, Trampolines...>::create,
+                               proxy::text_of_method<SetMethod>.text,
+                               proxy::text_of_method<UnsetMethod>.text,
+                               concat<NullText>.text,
+                               sizeof...(Trampolines),
+                               Minimum};
 };
 
-template <auto SlotMember, int Minimum, auto SetMethod, auto UnsetMethod, class... Events>
-using Registration = RegistrationWith<"callback is NULL", SlotMember, Minimum, SetMethod, UnsetMethod, Events...>;
+template <auto SlotMember, int Minimum, class SetMethod, class UnsetMethod, auto... Trampolines>
+using Registration = RegistrationWith<"callback is NULL", SlotMember, Minimum, SetMethod, UnsetMethod, Trampolines...>;
 
 /// The library's handle behind a trampoline's user data; none, with the reason logged, when there is none.
 korvane_h handle_of(void *user_data, Caller caller);

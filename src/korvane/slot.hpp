@@ -9,6 +9,8 @@
 /// Where a handle keeps what the application has registered for an event.
 namespace kv::api {
 
+using proxy::AnyFunction;
+
 /// One callback of a registration: the delegate that the agent fires and the application's function behind it.
 struct SlotEnd {
     SlotEnd() = default;
@@ -25,41 +27,38 @@ struct SlotEnd {
     }
 
     proxy::Delegate *delegate = nullptr;
-    void (*callback)() = nullptr;
-};
-
-/// The types of one end: the delegate's description and the application's callback.
-template <class D, class AppCallback>
-struct End {
-    using Delegate = proxy::TypedDelegate<D>;
-    using Callback = AppCallback;
+    AnyFunction callback = nullptr;
 };
 
 /// Most events have one end; the PINs have two, for begin and end, that are set and unset together.
-template <class... Ends>
-struct Slot {
-    template <std::size_t I>
-    using Type = std::tuple_element_t<I, std::tuple<Ends...>>;
+inline constexpr int most_ends = 2;
 
-    template <std::size_t I>
-    auto delegate() const
-    {
-        return static_cast<typename Type<I>::Delegate *>(ends[I].delegate);
-    }
-    template <std::size_t I>
-    auto callback() const
-    {
-        return reinterpret_cast<typename Type<I>::Callback>(ends[I].callback);
-    }
+struct Slot {
+    Slot() = default;
+    Slot(const Slot &) = delete;
+    Slot &operator=(const Slot &) = delete;
+    ~Slot();
+
+    SlotEnd ends[most_ends];
+    void *user_data = nullptr;
 
     /// A slot that keeps the data of its last event says here how that is released: with every set and unset.
     void let_go() {}
-
-    SlotEnd ends[sizeof...(Ends)];
-    void *user_data = nullptr;
 };
 
-template <class D, class AppCallback>
-using EventSlot = Slot<End<D, AppCallback>>;
+/// A slot with the types of the application's callbacks, one for each end.
+template <class... AppCallbacks>
+struct EventSlot : Slot {
+    static_assert(sizeof...(AppCallbacks) <= most_ends);
+
+    template <std::size_t I>
+    using Callback = std::tuple_element_t<I, std::tuple<AppCallbacks...>>;
+
+    template <std::size_t I>
+    auto callback() const
+    {
+        return reinterpret_cast<Callback<I>>(ends[I].callback);
+    }
+};
 
 } // namespace kv::api

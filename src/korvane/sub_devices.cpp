@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "arrays.hpp"
 #include "block.hpp"
 #include "json.hpp"
-#include "methods.hpp"
 #include "one_shot_request.hpp"
 
 using namespace kv;
@@ -74,28 +74,26 @@ void _get_group_id_cb(void *user_data, const char *group_id)
 int korvane_register_sub_device(korvane_h handle, int device_no, const char *device_id)
 {
     AgentCall call{handle, since(1, 1)};
-    if (!call.require(device_id != nullptr, "device_id is NULL"_fmt)
+    if (!call.require_given(device_id, "device_id")
              .require(device_no > 0, "Invalid device_no [%d]"_fmt, device_no)
              .ready())
         return call.result();
 
     log::info()("device_no [%d]"_fmt, device_no);
-    return call.invoke(rpc_port_proxy_kv_master_invoke_register_sub_device, device_no, device_id);
+    return call.invoke<master::register_sub_device>(device_no, device_id);
 }
 
 int korvane_unregister_sub_device(korvane_h handle, int device_no)
 {
     AgentCall call{handle, since(1, 1)};
-    if (!call.require(device_no > 0, "Invalid device_no [%d]"_fmt, device_no).ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_unregister_sub_device, device_no);
+    call.require(device_no > 0, "Invalid device_no [%d]"_fmt, device_no);
+    return call.invoke<master::unregister_sub_device>(device_no);
 }
 
 int korvane_set_sub_device_presence(korvane_h handle, const int *device_no_list, int device_count, bool presence)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(device_no_list != nullptr, "device_no_list is NULL"_fmt)
+    if (!call.require_given(device_no_list, "device_no_list")
              .require(device_count > 0, "Invalid device_count [%d]"_fmt, device_count)
              .ready())
         return call.result();
@@ -110,19 +108,17 @@ int korvane_set_sub_device_presence(korvane_h handle, const int *device_no_list,
                       KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_int_set_array_ints() is failed"_fmt)
              .passed())
         return call.result();
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_sub_device_presence, numbers.get(), presence);
+    return call.invoke<master::set_sub_device_presence>(numbers.get(), presence);
 }
 
 int korvane_get_sub_device_presence_list(korvane_h handle, korvane_sub_dev_prs_h **prs_list, int *count)
 {
     AgentCall call{handle, since(1, 6)};
-    if (!call.require(prs_list != nullptr, "prs_list_h is NULL"_fmt)
-             .require(count != nullptr, "count is NULL"_fmt)
-             .ready())
+    if (!call.require_given(prs_list, "prs_list_h").require_given(count, "count").ready())
         return call.result();
 
     CText text;
-    if (int code = call.invoke(rpc_port_proxy_kv_master_invoke_get_sub_device_presence, text.out()))
+    if (int code = call.invoke<master::get_sub_device_presence>(text.out()))
         return code;
     if (!call.require(bool(text), KORVANE_ERROR_OPERATION_FAILED, "prs_list_json_str is NULL"_fmt).passed())
         return call.result();
@@ -148,14 +144,12 @@ int korvane_get_sub_device_presence_list(korvane_h handle, korvane_sub_dev_prs_h
 int korvane_get_sub_device_presence(korvane_sub_dev_prs_h prs, char **device_id, int *presence)
 {
     LocalCall call{prs, since(1, 6)};
-    if (!call.require(device_id != nullptr, "device_id is NULL"_fmt)
-             .require(presence != nullptr, "presence is NULL"_fmt)
-             .passed())
+    if (!call.require_given(device_id, "device_id").require_given(presence, "presence").passed())
         return call.result();
 
     log::info()("device id = [%s], presence state = [%d]"_fmt, prs->device_id.get(), prs->presence);
     CText copy = CText::copy(prs->device_id.get());
-    if (!call.require(bool(copy), KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
+    if (!call.require_memory(bool(copy)).passed())
         return call.result();
     *device_id = copy.release();
     *presence = prs->presence;
@@ -176,12 +170,6 @@ int korvane_release_sub_device_presence_list(korvane_sub_dev_prs_h *prs_list, in
 int korvane_get_group_id(korvane_h handle, korvane_get_group_id_cb callback, void *user_data)
 {
     AgentCall call{handle, since(1, 5)};
-    if (!call.require(callback != nullptr, "get_group_id_cb is NULL"_fmt).ready())
-        return call.result();
-
-    OneShotRequest<rpc_port_kv_master_get_group_id_cb_create, rpc_port_proxy_kv_master_get_group_id_cb_dispose> request{
-        call, _get_group_id_cb, callback, user_data};
-    if (!request)
-        return call.result();
-    return request.settle(call.invoke(rpc_port_proxy_kv_master_invoke_get_group_id, request.delegate()));
+    call.require_given(callback, "get_group_id_cb");
+    return request_once<master::get_group_id, _get_group_id_cb>(call, callback, user_data);
 }

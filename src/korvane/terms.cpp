@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json_handle.hpp"
-#include "methods.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -8,10 +7,13 @@ using namespace kv::api;
 
 struct korvane_tnc_info_s : JsonHandle {
     static constexpr int minimum = since(1, 3);
-    static constexpr FixedText object_name{"tnc_json"};
+    static constexpr const char *object_name = "tnc_json";
 };
 
 namespace {
+
+constexpr JsonField version_field{"tnc_version", "version", since(1, 3)};
+constexpr JsonField header_field{"tnc_header", "header", since(1, 3)};
 
 /// Nothing is logged: what the user agreed to stays between the agent and the application.
 void _tnc_result_cb(void *user_data, const char *result)
@@ -19,10 +21,8 @@ void _tnc_result_cb(void *user_data, const char *result)
     deliver(&korvane_s::tnc_result, user_data, Caller::here(), result);
 }
 
-using TncResult = Registration<
-    &korvane_s::tnc_result, since(1, 3), rpc_port_proxy_kv_master_invoke_set_tnc_result_cb,
-    rpc_port_proxy_kv_master_invoke_unset_tnc_result_cb,
-    Event<rpc_port_kv_master_tnc_result_cb_create, rpc_port_proxy_kv_master_tnc_result_cb_dispose, _tnc_result_cb>>;
+using TncResult = Registration<&korvane_s::tnc_result, since(1, 3), master::set_tnc_result_cb,
+                               master::unset_tnc_result_cb, _tnc_result_cb>;
 
 } // namespace
 
@@ -48,7 +48,7 @@ int korvane_tnc_info_destroy(korvane_tnc_info_h tnc_info)
 
 int korvane_tncinfo_set_version(korvane_tnc_info_h tnc_info, const char *version)
 {
-    if (int code = set_json_text<"tnc_version", "version", since(1, 3)>(Caller::here(), tnc_info, version))
+    if (int code = set_json_text(Caller::here(), tnc_info, version_field, version))
         return code;
     log::info()("version [%s]"_fmt, version);
     return KORVANE_ERROR_NONE;
@@ -56,25 +56,23 @@ int korvane_tncinfo_set_version(korvane_tnc_info_h tnc_info, const char *version
 
 int korvane_tncinfo_set_header(korvane_tnc_info_h tnc_info, const char *header)
 {
-    return set_json_text<"tnc_header", "header", since(1, 3)>(Caller::here(), tnc_info, header);
+    return set_json_text(Caller::here(), tnc_info, header_field, header);
 }
 
 int korvane_set_tnc_info(korvane_h handle, korvane_tnc_info_h tnc_info)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.require(tnc_info != nullptr, "tnc_info_h is NULL"_fmt).ready() || !has_object(call, tnc_info))
+    if (!call.require_given(tnc_info, "tnc_info_h").ready() || !has_object(call, tnc_info))
         return call.result();
 
-    return invoke_with_json(call, rpc_port_proxy_kv_master_invoke_set_tnc_data, tnc_info->object.get());
+    return invoke_with_json<master::set_tnc_data>(call, tnc_info->object.get());
 }
 
 int korvane_set_tnc_url(korvane_h handle, const char *url)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(url != nullptr, "url is NULL"_fmt).ready())
-        return call.result();
-
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_tnc_url, url);
+    call.require_given(url, "url");
+    return call.invoke<master::set_tnc_url>(url);
 }
 
 int korvane_set_tnc_type(korvane_h handle, unsigned int type)
@@ -84,7 +82,7 @@ int korvane_set_tnc_type(korvane_h handle, unsigned int type)
         return call.result();
 
     log::info()("type [0x%x]"_fmt, type);
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_tnc_type, static_cast<int>(type));
+    return call.invoke<master::set_tnc_type>(static_cast<int>(type));
 }
 
 int korvane_set_tnc_status(korvane_h handle, int status)
@@ -94,5 +92,5 @@ int korvane_set_tnc_status(korvane_h handle, int status)
         return call.result();
 
     log::info()("status [%d]"_fmt, status);
-    return call.invoke(rpc_port_proxy_kv_master_invoke_set_tnc_status, status);
+    return call.invoke<master::set_tnc_status>(status);
 }

@@ -18,18 +18,35 @@ namespace kv::api {
 
 enum class Form { record, json };
 
+/// Such an object, whatever its record.
+struct AnyTwoForm {
+    AnyTwoForm(Form fixed_form, int since) : form(fixed_form), json_since(since) {}
+
+    Form form_of_agent() const { return agent.current_version() < json_since ? Form::record : Form::json; }
+
+    const Form form;
+    const int json_since;
+    proxy::Parcelable *any_record = nullptr; // only in the record form
+    Json json;                               // only in the JSON form
+};
+
 template <class RecordBody, int JsonSince>
-struct TwoForm {
+struct TwoForm : AnyTwoForm {
     using Record = RecordBody;
 
     /// The form that the installed agent speaks.
     static Form of_agent() { return agent.current_version() < JsonSince ? Form::record : Form::json; }
 
-    explicit TwoForm(Form fixed_form) : form(fixed_form) {}
+    explicit TwoForm(Form fixed_form) : AnyTwoForm(fixed_form, JsonSince) {}
+    TwoForm(const TwoForm &) = delete;
+    TwoForm &operator=(const TwoForm &) = delete;
+    ~TwoForm()
+    {
+        if (any_record)
+            proxy::destroy(record());
+    }
 
-    const Form form;
-    proxy::Owned<Record> record; // only in the record form
-    Json json;                   // only in the JSON form
+    Record *record() const { return static_cast<Record *>(any_record); }
 };
 
 /// An object without contents yet; none when there is no memory.
@@ -42,32 +59,31 @@ proxy::Owned<T> make_two_form(Form form)
 
 /// Refuses an object of the form that the installed agent does not speak. It reads the object, so it does nothing when
 /// an earlier check has failed.
-template <class T>
-bool in_agents_form(Preamble &call, const T *object)
+bool in_agents_form(Preamble &call, const AnyTwoForm *object);
+
+/// How the record of an object is made: the function, and its name for the log.
+struct RecordMaker {
+    proxy::Parcelable *(*make)();
+    const char *name;
+};
+
+template <auto Create, class Record>
+proxy::Parcelable *make_record()
 {
-    return call.passed() &&
-           call.require(object->form == T::of_agent(), "handle was made for another agent version, in [%s] form"_fmt,
-                        object->form == Form::record ? "record" : "JSON")
-               .passed();
+    Record *record = nullptr;
+    Create(&record);
+    return record;
 }
 
-/// What the create functions do after their checks: an empty record, by its create function, or an empty JSON object.
+/// Gives the new object its contents: an empty record, or an empty JSON object.
+bool fill_two_form(Preamble &call, AnyTwoForm *made, const RecordMaker &maker);
+
+/// What the create functions do after their checks.
 template <class T>
-int create_two_form(Preamble &call, T **out, int (*create_record)(typename T::Record **),
-                    const char *create_record_name)
+int create_two_form(Preamble &call, T **out, const RecordMaker &maker)
 {
     proxy::Owned<T> made = make_two_form<T>(T::of_agent());
-    if (!call.require(bool(made), KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).passed())
-        return call.result();
-    if (made->form == Form::record) {
-        typename T::Record *record = nullptr;
-        call.require(create_record(&record) == 0, KORVANE_ERROR_OUT_OF_MEMORY, "%s() failed"_fmt, create_record_name);
-        made->record.reset(record);
-    } else {
-        made->json.reset(cJSON_CreateObject());
-        call.require(bool(made->json), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt);
-    }
-    if (call.passed())
+    if (fill_two_form(call, made.get(), maker))
         *out = made.release();
     return call.result();
 }

@@ -6,22 +6,23 @@
 
 namespace kv::api {
 
-template <class T>
-using TextField = Field<typename T::Record, const char *>;
+/// One text of both forms, side by side: the argument's name for the log, the lowest agent version that knows it, its
+/// JSON key, and what sets it in the record. Without that the text exists in JSON only, and the minimum is a version from
+/// which on there is no other form.
+struct TextField {
+    const char *name;
+    int minimum;
+    const char *key;
+    bool (*set_in_record)(proxy::Parcelable *record, const char *value) = nullptr;
+};
 
-/// A setter of one text: the argument's name for the log, the lowest agent version that knows it, and the field. One of
-/// JSON only has a minimum from which on there is no other form.
-template <FixedText Name, class T>
-int set_two_form_text(Caller caller, T *object, int minimum, const TextField<T> &field, const char *value)
+/// The record's named setter, for a record whose type the field does not say.
+template <class Record, int (*Set)(Record *record, const char *value)>
+bool set_record_text(proxy::Parcelable *record, const char *value)
 {
-    LocalCall call{object, minimum, caller};
-    call.require(value != nullptr, Format<concat<Name, " is NULL">>{});
-    if (!in_agents_form(call, object))
-        return call.result();
-
-    const bool set = set_field(object->record.get(), object->json.get(), field, value);
-    // Of a text that could not be copied into a record the log tells; the result stays good, as for every record.
-    return call.require(set || object->record, KORVANE_ERROR_OUT_OF_MEMORY, "Memory allocation is failed"_fmt).result();
+    return Set(static_cast<Record *>(record), value) == 0;
 }
+
+int set_two_form_text(Caller caller, AnyTwoForm *object, const TextField &field, const char *value);
 
 } // namespace kv::api

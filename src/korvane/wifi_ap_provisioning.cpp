@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "methods.hpp"
+#include "records.hpp"
 #include "registration.hpp"
 
 using namespace kv;
@@ -36,7 +36,7 @@ proxy::Owned<korvane_ap_info_s> held_clone(rpc_port_korvane_ap_info_h received)
     rpc_port_korvane_ap_info_h clone = nullptr;
     if (!ap_info || rpc_port_korvane_ap_info_clone(received, &clone) != 0)
         return {};
-    ap_info->record.reset(clone);
+    ap_info->any_record = clone;
     return ap_info;
 }
 
@@ -59,22 +59,43 @@ void _wifi_ap_provisioning_cb_v2(void *user_data, const char *text)
     hold_and_deliver(user_data, Caller::here(), [=] { return held_document(text); });
 }
 
-using RecordEvent = Event<rpc_port_kv_master_wifi_ap_provisioning_cb_create,
-                          rpc_port_proxy_kv_master_wifi_ap_provisioning_cb_dispose, _wifi_ap_provisioning_cb>;
-using JsonEvent = Event<rpc_port_kv_master_wifi_ap_prov_with_candidates_cb_create,
-                        rpc_port_proxy_kv_master_wifi_ap_prov_with_candidates_cb_dispose, _wifi_ap_provisioning_cb_v2>;
+/// What a generation of agents has of its own: an end of the slot, and the methods that carry its delegate.
+struct Generation {
+    int end;
+    const CreateDelegate *create;
+    const char *set_method;
+    const char *unset_method;
+};
+
+template <class SetMethod, class UnsetMethod, auto Trampoline>
+constexpr Generation generation_with_end(int end)
+{
+    return {end, Ends<typename SetMethod::in, Trampoline>::create, proxy::text_of_method<SetMethod>.text,
+            proxy::text_of_method<UnsetMethod>.text};
+}
+
+constexpr Generation record_generation =
+    generation_with_end<master::set_wifi_ap_provisioning_cb, master::unset_wifi_ap_provisioning_cb,
+                        _wifi_ap_provisioning_cb>(0);
+constexpr Generation json_generation =
+    generation_with_end<master::set_wifi_ap_provisioning_cb_v2, master::unset_wifi_ap_provisioning_cb_v2,
+                        _wifi_ap_provisioning_cb_v2>(1);
+
+const Generation &generation_of_agent()
+{
+    return korvane_ap_info_s::of_agent() == Form::record ? record_generation : json_generation;
+}
 
 /// The end that the installed agent uses. The other one, left from before an update, is left alone.
-SlotEnds end_in_use(WifiApSlot &slot, Form form)
+SlotEnds end_in_use(WifiApSlot &slot, const Generation &generation)
 {
-    return form == Form::record ? SlotEnds{&slot.ends[0], &RecordEvent::functions, 1}
-                                : SlotEnds{&slot.ends[1], &JsonEvent::functions, 1};
+    return {&slot.ends[generation.end], generation.create, 1};
 }
 
 void set_callback(WifiApSlot &slot, korvane_wifi_ap_provisioning_cb callback, void *user_data)
 {
     for (SlotEnd &end : slot.ends)
-        end.callback = reinterpret_cast<void (*)()>(callback);
+        end.callback = reinterpret_cast<AnyFunction>(callback);
     slot.user_data = user_data;
 }
 
@@ -89,19 +110,17 @@ void let_go_aloud(WifiApSlot &slot, Caller caller)
 int korvane_set_wifi_ap_provisioning_cb(korvane_h handle, korvane_wifi_ap_provisioning_cb callback, void *user_data)
 {
     AgentCall call{handle, any_agent};
-    if (!call.require(callback != nullptr, "callback is NULL"_fmt).ready())
+    if (!call.require_given(callback, "callback").ready())
         return call.result();
 
     WifiApSlot &slot = slot_of(handle);
     if (slot.held)
         let_go_aloud(slot, call.caller());
-    const Form form = korvane_ap_info_s::of_agent();
-    const SlotEnds end = end_in_use(slot, form);
+    const Generation &generation = generation_of_agent();
+    const SlotEnds end = end_in_use(slot, generation);
     end.replace_delegates(call);
-    const int code =
-        form == Form::record
-            ? call.invoke(rpc_port_proxy_kv_master_invoke_set_wifi_ap_provisioning_cb, slot.delegate<0>())
-            : call.invoke(rpc_port_proxy_kv_master_invoke_set_wifi_ap_provisioning_cb_v2, slot.delegate<1>());
+    const proxy::Value delegate{end.ends->delegate};
+    const int code = call.invoke(generation.set_method, &delegate);
     // Unlike other pairs, this one keeps no delegate that the agent did not take.
     if (code == KORVANE_ERROR_NONE)
         set_callback(slot, callback, user_data);
@@ -122,8 +141,7 @@ int korvane_unset_wifi_ap_provisioning_cb(korvane_h handle)
     if (slot.held && slot.held->form == Form::json)
         let_go_aloud(slot, call.caller());
     slot.held.reset();
-    const Form form = korvane_ap_info_s::of_agent();
-    end_in_use(slot, form).drop_delegates(call);
-    return call.invoke(form == Form::record ? rpc_port_proxy_kv_master_invoke_unset_wifi_ap_provisioning_cb
-                                            : rpc_port_proxy_kv_master_invoke_unset_wifi_ap_provisioning_cb_v2);
+    const Generation &generation = generation_of_agent();
+    end_in_use(slot, generation).drop_delegates(call);
+    return call.invoke(generation.unset_method, nullptr);
 }

@@ -9,12 +9,23 @@
 
 namespace kv::proxy {
 
-/// An array as it is sent and read. Item is int, or a pointer to a record that the array owns.
-template <class Item>
-struct Array : Parcelable {
-    Item *items = nullptr;
+/// What all arrays have, whatever their items.
+struct AnyArray : Parcelable {
     int count = 0;   // as it stood on the wire, or as it was set
     int present = 0; // how many items there are: fewer than count when a read stopped early
+
+protected:
+    /// The items' memory, with room for one more, made in growing steps: a count from outside is believed only as far as
+    /// items follow it. None, with the memory left as it is, when there is no more.
+    void *with_room(void *items, std::size_t item_size);
+
+    int capacity_ = 0;
+};
+
+/// An array as it is sent and read. Item is int, or a pointer to a record that the array owns.
+template <class Item>
+struct Array : AnyArray {
+    Item *items = nullptr;
 
     Array() = default;
     Array(const Array &) = delete;
@@ -30,23 +41,13 @@ struct Array : Parcelable {
         count = present = capacity_ = 0;
     }
 
-    /// Room for one more, made in growing steps: a count from outside is believed only as far as items follow it.
     bool reserve_next()
     {
-        if (present < capacity_)
-            return true;
-        constexpr long first_step = 1024;
-        const long wanted = std::min<long>(count, capacity_ > 0 ? 2L * capacity_ : first_step);
-        void *grown = realloc(items, static_cast<std::size_t>(wanted) * sizeof(Item));
-        if (!grown)
-            return false;
-        items = static_cast<Item *>(grown);
-        capacity_ = static_cast<int>(wanted);
-        return true;
+        void *memory = with_room(items, sizeof(Item));
+        if (memory)
+            items = static_cast<Item *>(memory);
+        return memory != nullptr;
     }
-
-private:
-    int capacity_ = 0;
 };
 
 /// What the items of an array are, by its description: how one is written, read and made again.
@@ -60,11 +61,9 @@ struct ItemCodec<describe::RecordArray<Name, R>> {
     static bool write(rpc_port_parcel_h parcel, Item item) { return write_parcelable(parcel, item); }
     static bool read(rpc_port_parcel_h parcel, Item item) { return read_parcelable(parcel, item); }
     /// An item to be read into; none when there is no memory.
-    static bool make(Item &item, Caller caller)
+    static bool make(Item &item)
     {
         item = RecordCodec<R>::create();
-        if (!item)
-            log::error(caller)("Failed to create handle"_fmt);
         return item != nullptr;
     }
 };
@@ -73,9 +72,9 @@ template <FixedText Name>
 struct ItemCodec<describe::IntArray<Name>> {
     using Item = int;
 
-    static bool write(rpc_port_parcel_h parcel, int item) { return rpc_port_parcel_write_int32(parcel, item) == 0; }
-    static bool read(rpc_port_parcel_h parcel, int &item) { return rpc_port_parcel_read_int32(parcel, &item) == 0; }
-    static bool make(int &item, Caller)
+    static bool write(rpc_port_parcel_h parcel, int item) { return IntWire::write(parcel, item); }
+    static bool read(rpc_port_parcel_h parcel, int &item) { return IntWire::read(parcel, item); }
+    static bool make(int &item)
     {
         item = -1;
         return true;
@@ -85,68 +84,54 @@ struct ItemCodec<describe::IntArray<Name>> {
 template <class A>
 using ArrayValue = Array<typename ItemCodec<A>::Item>;
 
+/// What differs from array to array.
+struct ArrayShape {
+    const char *name;
+    rpc_port_parcelable_t functions;
+    bool (*write)(rpc_port_parcel_h parcel, const AnyArray &array, int index);
+    void (*clear)(AnyArray &array);
+    bool (*reserve_next)(AnyArray &array);
+    /// Makes the item behind those that are present; there is room for it.
+    bool (*make_next)(AnyArray &array);
+    bool (*read)(rpc_port_parcel_h parcel, AnyArray &array, int index);
+};
+
+void write_array(rpc_port_parcel_h parcel, void *data, const ArrayShape &shape);
+void read_array(rpc_port_parcel_h parcel, void *data, const ArrayShape &shape);
+/// Gives a new array its functions; there is none when there was no memory, which is logged.
+AnyArray *prepared(AnyArray *array, const ArrayShape &shape);
+
 template <class A>
 struct ArrayCodec {
     using Type = ArrayValue<A>;
     using Codec = ItemCodec<A>;
 
-    static void to(rpc_port_parcel_h parcel, void *data)
-    {
-        if (!parcel || !data) {
-            log::error({concat<"__", A::text, "_to">.text, __LINE__})("Invalid parameter"_fmt);
-            return;
-        }
-        auto &array = *static_cast<Type *>(data);
-        array.complete = rpc_port_parcel_write_array_count(parcel, array.present) == 0;
-        for (int i = 0; array.complete && i < array.present; ++i)
-            array.complete = Codec::write(parcel, array.items[i]);
-    }
+    static void to(rpc_port_parcel_h parcel, void *data) { write_array(parcel, data, shape); }
+    static void from(rpc_port_parcel_h parcel, void *data) { read_array(parcel, data, shape); }
+    static Type *create() { return static_cast<Type *>(prepared(make_zeroed<Type>(), shape)); }
+    static Type &typed(AnyArray &array) { return static_cast<Type &>(array); }
 
-    static void from(rpc_port_parcel_h parcel, void *data)
-    {
-        constexpr Caller self{concat<"__", A::text, "_from">.text, __LINE__};
-        if (!parcel || !data) {
-            log::error(self)("Invalid parameter"_fmt);
-            return;
-        }
-        auto &array = *static_cast<Type *>(data);
-        array.clear();
-        array.complete = rpc_port_parcel_read_array_count(parcel, &array.count) == 0 && array.count >= 0;
-        while (array.complete && array.present < array.count)
-            array.complete = read_next(parcel, array, self);
-    }
-
-    static Type *create()
-    {
-        auto *array = make_zeroed<Type>();
-        if (array)
-            array->functions = {to, from};
-        else
-            log::error({concat<"rpc_port_", A::text, "_create">.text, __LINE__})("Out of memory"_fmt);
-        return array;
-    }
-
-private:
-    static bool read_next(rpc_port_parcel_h parcel, Type &array, Caller self)
-    {
-        if (!array.reserve_next()) {
-            log::error(self)("Out of memory"_fmt);
-            return false;
-        }
-        if (!Codec::make(array.items[array.present], self))
-            return false;
-        // Counted before it is read, so that a half-read item is released with the others.
-        return Codec::read(parcel, array.items[array.present++]);
-    }
+    static constexpr ArrayShape shape{A::name,
+                                      {to, from},
+                                      [](rpc_port_parcel_h parcel, const AnyArray &array, int index) {
+                                          return Codec::write(parcel, static_cast<const Type &>(array).items[index]);
+                                      },
+                                      [](AnyArray &array) { typed(array).clear(); },
+                                      [](AnyArray &array) { return typed(array).reserve_next(); },
+                                      [](AnyArray &array) { return Codec::make(typed(array).items[array.present]); },
+                                      [](rpc_port_parcel_h parcel, AnyArray &array, int index) {
+                                          return Codec::read(parcel, typed(array).items[index]);
+                                      }};
 };
 
 template <class A, FixedText Name>
 struct Wire<describe::Arr<A, Name>> {
+    using Shared = Wire;
+    static constexpr char letter = letter_of::parcelable;
     using Arg = ArrayValue<A> *;
     using Held = Owned<ArrayValue<A>>;
     using View = ArrayValue<A> *;
 
-    static bool valid(Arg array) { return array != nullptr; }
     static bool write(rpc_port_parcel_h parcel, Arg array) { return write_parcelable(parcel, array); }
     static bool read(rpc_port_parcel_h parcel, Held &array)
     {

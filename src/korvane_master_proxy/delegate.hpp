@@ -8,16 +8,20 @@
 /// Callbacks that go with requests.
 namespace kv::proxy {
 
+/// A function whose type is known elsewhere.
+using AnyFunction = void (*)();
+
 /// One callback in the agent's hands. From malloc, and freed with free.
 struct Delegate : Parcelable {
     int id = 0;
     int seq_id = 0;
-    void (*callback)() = nullptr; // of the type that the delegate's description says
+    AnyFunction callback = nullptr; // of the type that the delegate's description says
     bool once = false;
     void *user_data = nullptr;
     bool listed = false; // on the proxy's list, which owns it from then on
 };
 
+/// One whose type the compiler knows.
 template <class D>
 struct TypedDelegate : Delegate {
 };
@@ -34,51 +38,38 @@ struct CallbackOf<describe::In<E...>> {
 template <class D>
 using DelegateCallback = typename CallbackOf<typename D::values>::Type;
 
-/// Writes id, sequence number and once.
-void write_delegate(rpc_port_parcel_h parcel, void *data, Caller caller);
+/// By id; log lines show it.
+const char *name_of_delegate(int id);
+
+/// Writes id, sequence number and once. The id is that of the type, for the log.
+void write_delegate(rpc_port_parcel_h parcel, void *data, int id);
 /// Reads the same; an agent does that.
-void read_delegate(rpc_port_parcel_h parcel, void *data, Caller caller);
+void read_delegate(rpc_port_parcel_h parcel, void *data, int id);
 
 template <class D>
 struct DelegateCodec {
-    static void to(rpc_port_parcel_h parcel, void *data)
-    {
-        write_delegate(parcel, data, {concat<"__kv_master_", D::text, "_to">.text, __LINE__});
-    }
-    static void from(rpc_port_parcel_h parcel, void *data)
-    {
-        read_delegate(parcel, data, {concat<"__kv_master_", D::text, "_from">.text, __LINE__});
-    }
+    static void to(rpc_port_parcel_h parcel, void *data) { write_delegate(parcel, data, D::id); }
+    static void from(rpc_port_parcel_h parcel, void *data) { read_delegate(parcel, data, D::id); }
 };
 
-/// Numbers the new delegate and logs it.
-void register_delegate(Delegate &delegate, int id, Caller caller);
+/// A numbered delegate, or none when there is no memory.
+Delegate *create_delegate(int id, rpc_port_parcelable_t functions, AnyFunction callback, bool once, void *user_data);
 
 template <class D>
-TypedDelegate<D> *create_delegate(DelegateCallback<D> callback, bool once, void *user_data,
-                                  Caller caller = Caller::here())
+TypedDelegate<D> *create_delegate(DelegateCallback<D> callback, bool once, void *user_data)
 {
-    auto *delegate = make_zeroed<TypedDelegate<D>>();
-    if (!delegate) {
-        log::error(caller)("Out of memory"_fmt);
-        return nullptr;
-    }
-    delegate->functions = {DelegateCodec<D>::to, DelegateCodec<D>::from};
-    delegate->callback = reinterpret_cast<void (*)()>(callback);
-    delegate->once = once;
-    delegate->user_data = user_data;
-    register_delegate(*delegate, D::id, caller);
-    return delegate;
+    // The type adds nothing to what a delegate is.
+    return static_cast<TypedDelegate<D> *>(create_delegate(D::id, {DelegateCodec<D>::to, DelegateCodec<D>::from},
+                                                           reinterpret_cast<AnyFunction>(callback), once, user_data));
 }
 
-int dispose_delegate(rpc_port_proxy_kv_master_h h, Delegate *delegate, Caller caller = Caller::here());
+/// Takes a delegate of this type from the proxy's list and frees it. -1, silently, for one that is not in the list.
+int dispose_delegate(rpc_port_proxy_kv_master_h h, Delegate *delegate, int id);
 
 template <class D>
 struct Wire<describe::Callback<D>> {
+    static constexpr char letter = letter_of::delegate;
     using Arg = TypedDelegate<D> *;
-
-    static bool valid(Arg delegate) { return delegate != nullptr; }
-    static bool write(rpc_port_parcel_h parcel, Arg delegate) { return write_parcelable(parcel, delegate); }
 };
 
 } // namespace kv::proxy

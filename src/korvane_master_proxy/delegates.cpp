@@ -13,7 +13,7 @@ rpc_port_kv_master_status_changed_cb_h rpc_port_kv_master_status_changed_cb_crea
 int rpc_port_proxy_kv_master_status_changed_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                        rpc_port_kv_master_status_changed_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::status_changed_cb::id);
 }
 
 rpc_port_kv_master_user_confirm_cb_h rpc_port_kv_master_user_confirm_cb_create(
@@ -25,7 +25,7 @@ rpc_port_kv_master_user_confirm_cb_h rpc_port_kv_master_user_confirm_cb_create(
 int rpc_port_proxy_kv_master_user_confirm_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                      rpc_port_kv_master_user_confirm_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::user_confirm_cb::id);
 }
 
 rpc_port_kv_master_reset_confirm_cb_h rpc_port_kv_master_reset_confirm_cb_create(
@@ -37,7 +37,7 @@ rpc_port_kv_master_reset_confirm_cb_h rpc_port_kv_master_reset_confirm_cb_create
 int rpc_port_proxy_kv_master_reset_confirm_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                       rpc_port_kv_master_reset_confirm_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::reset_confirm_cb::id);
 }
 
 rpc_port_kv_master_reset_result_cb_h rpc_port_kv_master_reset_result_cb_create(
@@ -49,7 +49,7 @@ rpc_port_kv_master_reset_result_cb_h rpc_port_kv_master_reset_result_cb_create(
 int rpc_port_proxy_kv_master_reset_result_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                      rpc_port_kv_master_reset_result_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::reset_result_cb::id);
 }
 
 rpc_port_kv_master_pin_generate_cb_h rpc_port_kv_master_pin_generate_cb_create(
@@ -61,7 +61,7 @@ rpc_port_kv_master_pin_generate_cb_h rpc_port_kv_master_pin_generate_cb_create(
 int rpc_port_proxy_kv_master_pin_generate_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                      rpc_port_kv_master_pin_generate_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::pin_generate_cb::id);
 }
 
 rpc_port_kv_master_pin_display_close_cb_h rpc_port_kv_master_pin_display_close_cb_create(
@@ -73,7 +73,7 @@ rpc_port_kv_master_pin_display_close_cb_h rpc_port_kv_master_pin_display_close_c
 int rpc_port_proxy_kv_master_pin_display_close_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                           rpc_port_kv_master_pin_display_close_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::pin_display_close_cb::id);
 }
 
 rpc_port_kv_master_wifi_ap_provisioning_cb_h rpc_port_kv_master_wifi_ap_provisioning_cb_create(
@@ -85,7 +85,7 @@ rpc_port_kv_master_wifi_ap_provisioning_cb_h rpc_port_kv_master_wifi_ap_provisio
 int rpc_port_proxy_kv_master_wifi_ap_provisioning_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                              rpc_port_kv_master_wifi_ap_provisioning_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::wifi_ap_provisioning_cb::id);
 }
 
 rpc_port_kv_master_device_provisioning_cb_h rpc_port_kv_master_device_provisioning_cb_create(
@@ -97,7 +97,7 @@ rpc_port_kv_master_device_provisioning_cb_h rpc_port_kv_master_device_provisioni
 int rpc_port_proxy_kv_master_device_provisioning_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                             rpc_port_kv_master_device_provisioning_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::device_provisioning_cb::id);
 }
 
 rpc_port_kv_master_scan_ap_cb_h rpc_port_kv_master_scan_ap_cb_create(DelegateCallback<master::scan_ap_cb> callback,
@@ -108,7 +108,7 @@ rpc_port_kv_master_scan_ap_cb_h rpc_port_kv_master_scan_ap_cb_create(DelegateCal
 
 int rpc_port_proxy_kv_master_scan_ap_cb_dispose(rpc_port_proxy_kv_master_h h, rpc_port_kv_master_scan_ap_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::scan_ap_cb::id);
 }
 
 rpc_port_kv_master_softap_stop_cb_h rpc_port_kv_master_softap_stop_cb_create(
@@ -120,7 +120,7 @@ rpc_port_kv_master_softap_stop_cb_h rpc_port_kv_master_softap_stop_cb_create(
 int rpc_port_proxy_kv_master_softap_stop_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                     rpc_port_kv_master_softap_stop_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::softap_stop_cb::id);
 }
 
 rpc_port_kv_master_ultrasound_pin_generate_cb_h rpc_port_kv_master_ultrasound_pin_generate_cb_create(
@@ -132,7 +132,7 @@ rpc_port_kv_master_ultrasound_pin_generate_cb_h rpc_port_kv_master_ultrasound_pi
 int rpc_port_proxy_kv_master_ultrasound_pin_generate_cb_dispose(
     rpc_port_proxy_kv_master_h h, rpc_port_kv_master_ultrasound_pin_generate_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::ultrasound_pin_generate_cb::id);
 }
 
 rpc_port_kv_master_ultrasound_pin_stop_cb_h rpc_port_kv_master_ultrasound_pin_stop_cb_create(
@@ -144,7 +144,7 @@ rpc_port_kv_master_ultrasound_pin_stop_cb_h rpc_port_kv_master_ultrasound_pin_st
 int rpc_port_proxy_kv_master_ultrasound_pin_stop_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                             rpc_port_kv_master_ultrasound_pin_stop_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::ultrasound_pin_stop_cb::id);
 }
 
 rpc_port_kv_master_cloud_device_list_cb_h rpc_port_kv_master_cloud_device_list_cb_create(
@@ -156,7 +156,7 @@ rpc_port_kv_master_cloud_device_list_cb_h rpc_port_kv_master_cloud_device_list_c
 int rpc_port_proxy_kv_master_cloud_device_list_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                           rpc_port_kv_master_cloud_device_list_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::cloud_device_list_cb::id);
 }
 
 rpc_port_kv_master_otm_support_feature_cb_h rpc_port_kv_master_otm_support_feature_cb_create(
@@ -168,7 +168,7 @@ rpc_port_kv_master_otm_support_feature_cb_h rpc_port_kv_master_otm_support_featu
 int rpc_port_proxy_kv_master_otm_support_feature_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                             rpc_port_kv_master_otm_support_feature_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::otm_support_feature_cb::id);
 }
 
 rpc_port_kv_master_provisioning_vendor_info_cb_h rpc_port_kv_master_provisioning_vendor_info_cb_create(
@@ -180,7 +180,7 @@ rpc_port_kv_master_provisioning_vendor_info_cb_h rpc_port_kv_master_provisioning
 int rpc_port_proxy_kv_master_provisioning_vendor_info_cb_dispose(
     rpc_port_proxy_kv_master_h h, rpc_port_kv_master_provisioning_vendor_info_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::provisioning_vendor_info_cb::id);
 }
 
 rpc_port_kv_master_provisioning_language_cb_h rpc_port_kv_master_provisioning_language_cb_create(
@@ -192,7 +192,7 @@ rpc_port_kv_master_provisioning_language_cb_h rpc_port_kv_master_provisioning_la
 int rpc_port_proxy_kv_master_provisioning_language_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                               rpc_port_kv_master_provisioning_language_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::provisioning_language_cb::id);
 }
 
 rpc_port_kv_master_tnc_result_cb_h rpc_port_kv_master_tnc_result_cb_create(
@@ -204,7 +204,7 @@ rpc_port_kv_master_tnc_result_cb_h rpc_port_kv_master_tnc_result_cb_create(
 int rpc_port_proxy_kv_master_tnc_result_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                    rpc_port_kv_master_tnc_result_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::tnc_result_cb::id);
 }
 
 rpc_port_kv_master_wifi_ap_prov_with_candidates_cb_h rpc_port_kv_master_wifi_ap_prov_with_candidates_cb_create(
@@ -216,7 +216,7 @@ rpc_port_kv_master_wifi_ap_prov_with_candidates_cb_h rpc_port_kv_master_wifi_ap_
 int rpc_port_proxy_kv_master_wifi_ap_prov_with_candidates_cb_dispose(
     rpc_port_proxy_kv_master_h h, rpc_port_kv_master_wifi_ap_prov_with_candidates_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::wifi_ap_prov_with_candidates_cb::id);
 }
 
 rpc_port_kv_master_nick_changed_cb_h rpc_port_kv_master_nick_changed_cb_create(
@@ -228,7 +228,7 @@ rpc_port_kv_master_nick_changed_cb_h rpc_port_kv_master_nick_changed_cb_create(
 int rpc_port_proxy_kv_master_nick_changed_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                      rpc_port_kv_master_nick_changed_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::nick_changed_cb::id);
 }
 
 rpc_port_kv_master_last_status_changed_cb_h rpc_port_kv_master_last_status_changed_cb_create(
@@ -240,7 +240,7 @@ rpc_port_kv_master_last_status_changed_cb_h rpc_port_kv_master_last_status_chang
 int rpc_port_proxy_kv_master_last_status_changed_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                             rpc_port_kv_master_last_status_changed_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::last_status_changed_cb::id);
 }
 
 rpc_port_kv_master_keepalive_result_cb_h rpc_port_kv_master_keepalive_result_cb_create(
@@ -252,7 +252,7 @@ rpc_port_kv_master_keepalive_result_cb_h rpc_port_kv_master_keepalive_result_cb_
 int rpc_port_proxy_kv_master_keepalive_result_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                          rpc_port_kv_master_keepalive_result_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::keepalive_result_cb::id);
 }
 
 rpc_port_kv_master_signup_status_changed_cb_h rpc_port_kv_master_signup_status_changed_cb_create(
@@ -264,7 +264,7 @@ rpc_port_kv_master_signup_status_changed_cb_h rpc_port_kv_master_signup_status_c
 int rpc_port_proxy_kv_master_signup_status_changed_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                               rpc_port_kv_master_signup_status_changed_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::signup_status_changed_cb::id);
 }
 
 rpc_port_kv_master_signin_status_changed_cb_h rpc_port_kv_master_signin_status_changed_cb_create(
@@ -276,7 +276,7 @@ rpc_port_kv_master_signin_status_changed_cb_h rpc_port_kv_master_signin_status_c
 int rpc_port_proxy_kv_master_signin_status_changed_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                               rpc_port_kv_master_signin_status_changed_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::signin_status_changed_cb::id);
 }
 
 rpc_port_kv_master_tcp_session_disconnected_cb_h rpc_port_kv_master_tcp_session_disconnected_cb_create(
@@ -288,7 +288,7 @@ rpc_port_kv_master_tcp_session_disconnected_cb_h rpc_port_kv_master_tcp_session_
 int rpc_port_proxy_kv_master_tcp_session_disconnected_cb_dispose(
     rpc_port_proxy_kv_master_h h, rpc_port_kv_master_tcp_session_disconnected_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::tcp_session_disconnected_cb::id);
 }
 
 rpc_port_kv_master_provisioning_get_requested_cb_h rpc_port_kv_master_provisioning_get_requested_cb_create(
@@ -300,7 +300,7 @@ rpc_port_kv_master_provisioning_get_requested_cb_h rpc_port_kv_master_provisioni
 int rpc_port_proxy_kv_master_provisioning_get_requested_cb_dispose(
     rpc_port_proxy_kv_master_h h, rpc_port_kv_master_provisioning_get_requested_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::provisioning_get_requested_cb::id);
 }
 
 rpc_port_kv_master_get_group_id_cb_h rpc_port_kv_master_get_group_id_cb_create(
@@ -312,7 +312,7 @@ rpc_port_kv_master_get_group_id_cb_h rpc_port_kv_master_get_group_id_cb_create(
 int rpc_port_proxy_kv_master_get_group_id_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                      rpc_port_kv_master_get_group_id_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::get_group_id_cb::id);
 }
 
 rpc_port_kv_master_start_async_cb_h rpc_port_kv_master_start_async_cb_create(
@@ -324,7 +324,7 @@ rpc_port_kv_master_start_async_cb_h rpc_port_kv_master_start_async_cb_create(
 int rpc_port_proxy_kv_master_start_async_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                     rpc_port_kv_master_start_async_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::start_async_cb::id);
 }
 
 rpc_port_kv_master_create_hdr_token_info_cb_h rpc_port_kv_master_create_hdr_token_info_cb_create(
@@ -336,7 +336,7 @@ rpc_port_kv_master_create_hdr_token_info_cb_h rpc_port_kv_master_create_hdr_toke
 int rpc_port_proxy_kv_master_create_hdr_token_info_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                               rpc_port_kv_master_create_hdr_token_info_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::create_hdr_token_info_cb::id);
 }
 
 rpc_port_kv_master_create_hdr_certificate_cb_h rpc_port_kv_master_create_hdr_certificate_cb_create(
@@ -348,7 +348,7 @@ rpc_port_kv_master_create_hdr_certificate_cb_h rpc_port_kv_master_create_hdr_cer
 int rpc_port_proxy_kv_master_create_hdr_certificate_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                                rpc_port_kv_master_create_hdr_certificate_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::create_hdr_certificate_cb::id);
 }
 
 rpc_port_kv_master_get_hdr_certificate_cb_h rpc_port_kv_master_get_hdr_certificate_cb_create(
@@ -360,7 +360,7 @@ rpc_port_kv_master_get_hdr_certificate_cb_h rpc_port_kv_master_get_hdr_certifica
 int rpc_port_proxy_kv_master_get_hdr_certificate_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                             rpc_port_kv_master_get_hdr_certificate_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::get_hdr_certificate_cb::id);
 }
 
 rpc_port_kv_master_diagnostics_cb_h rpc_port_kv_master_diagnostics_cb_create(
@@ -372,7 +372,7 @@ rpc_port_kv_master_diagnostics_cb_h rpc_port_kv_master_diagnostics_cb_create(
 int rpc_port_proxy_kv_master_diagnostics_cb_dispose(rpc_port_proxy_kv_master_h h,
                                                     rpc_port_kv_master_diagnostics_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::diagnostics_cb::id);
 }
 
 rpc_port_kv_master_create_hdr_token_info_custom_cb_h rpc_port_kv_master_create_hdr_token_info_custom_cb_create(
@@ -384,5 +384,5 @@ rpc_port_kv_master_create_hdr_token_info_custom_cb_h rpc_port_kv_master_create_h
 int rpc_port_proxy_kv_master_create_hdr_token_info_custom_cb_dispose(
     rpc_port_proxy_kv_master_h h, rpc_port_kv_master_create_hdr_token_info_custom_cb_h delegate)
 {
-    return dispose_delegate(h, delegate);
+    return dispose_delegate(h, delegate, master::create_hdr_token_info_custom_cb::id);
 }

@@ -12,73 +12,85 @@ using namespace kv::proxy;
 
 namespace {
 
+using event_log = LogOf<"__kv_master_delegate_">;
+
+/// Who logs: the delegate's own entry of the dispatch table.
+Caller entry_of(int id, int line = __builtin_LINE())
+{
+    return {name_of_delegate(id), line};
+}
+
 /// A delegate for the time of its call. Whatever the callback does to the proxy and its list, nothing of them is used
 /// after it: the callback is copied, and a once-delegate is taken off the list beforehand, so that a second event finds
 /// none even while the first is being handled.
 class Firing {
 public:
-    Firing(GList **list, int id, int seq_id, Caller caller) : caller_(caller)
-    {
-        for (GList *node = *list; node; node = node->next) {
-            auto *delegate = static_cast<Delegate *>(node->data);
-            if (delegate->seq_id != seq_id || delegate->id != id)
-                continue;
-            callback = delegate->callback;
-            user_data = delegate->user_data;
-            if (delegate->once) {
-                *list = g_list_delete_link(*list, node);
-                once_.reset(delegate);
-            }
-            log::warning(caller_)("Invoke id(%d), seq_id(%d)"_fmt, id, seq_id);
-            return;
-        }
-    }
+    Firing(GList **list, int id, int seq_id);
     Firing(const Firing &) = delete;
     Firing &operator=(const Firing &) = delete;
-    ~Firing()
-    {
-        if (once_)
-            log::info(caller_)("Dispose"_fmt);
-    }
+    ~Firing();
 
-    void (*callback)() = nullptr; // none when no delegate matches
+    AnyFunction callback = nullptr; // none when no delegate matches
     void *user_data = nullptr;
 
 private:
-    Caller caller_;
+    int id_;
     Owned<Delegate> once_;
 };
 
+Firing::Firing(GList **list, int id, int seq_id) : id_(id)
+{
+    for (GList *node = *list; node; node = node->next) {
+        auto *delegate = static_cast<Delegate *>(node->data);
+        if (delegate->seq_id != seq_id || delegate->id != id)
+            continue;
+        callback = delegate->callback;
+        user_data = delegate->user_data;
+        if (delegate->once) {
+            *list = g_list_delete_link(*list, node);
+            once_.reset(delegate);
+        }
+        event_log::warning(entry_of(id))("Invoke id(%d), seq_id(%d)"_fmt, id, seq_id);
+        return;
+    }
+}
+
+Firing::~Firing()
+{
+    if (once_)
+        event_log::info(entry_of(id_))("Dispose"_fmt);
+}
+
 using Entry = void (*)(GList **list, rpc_port_parcel_h parcel, int seq_id, int id);
 
-template <class D, class Values>
-struct Event;
-
-template <class D, class... E>
-struct Event<D, describe::In<E...>> {
-    static void dispatch(GList **list, rpc_port_parcel_h parcel, int seq_id, int id)
-    {
-        constexpr Caller self{concat<"__kv_master_delegate_", D::text>.text, __LINE__};
-
-        std::tuple<typename Wire<E>::Held...> values{};
-        const bool whole = std::apply([&](auto &...held) { return (Wire<E>::read(parcel, held) && ...); }, values);
-        if (!whole) {
-            log::error(self)("Failed to read the values of id(%d), seq_id(%d)"_fmt, id, seq_id);
-            return;
-        }
-        Firing firing{list, id, seq_id, self};
-        if (!firing.callback)
-            return;
-        auto callback = reinterpret_cast<DelegateCallback<D>>(firing.callback);
-        std::apply([&](auto &...held) { callback(firing.user_data, Wire<E>::view(held)...); }, values);
+/// An event by the types of its values: delegates that bring the same share one.
+template <class... Wires>
+void dispatch(GList **list, rpc_port_parcel_h parcel, int seq_id, int id)
+{
+    std::tuple<typename Wires::Held...> values{};
+    const bool whole = std::apply([&](auto &...held) { return (Wires::read(parcel, held) && ...); }, values);
+    if (!whole) {
+        event_log::error(entry_of(id))("Failed to read the values of id(%d), seq_id(%d)"_fmt, id, seq_id);
+        return;
     }
-};
+    Firing firing{list, id, seq_id};
+    if (!firing.callback)
+        return;
+    auto callback = reinterpret_cast<void (*)(void *, typename Wires::View...)>(firing.callback);
+    std::apply([&](auto &...held) { callback(firing.user_data, Wires::view(held)...); }, values);
+}
+
+template <class... E>
+constexpr Entry entry_for(describe::In<E...>)
+{
+    return dispatch<typename Wire<E>::Shared...>;
+}
 
 template <class... D>
 constexpr auto table_of(describe::List<D...>)
 {
     std::array<Entry, sizeof...(D) + 1> table{};
-    ((table[D::id] = Event<D, typename D::values>::dispatch), ...);
+    ((table[D::id] = entry_for(typename D::values{})), ...);
     return table;
 }
 

@@ -5,22 +5,28 @@
 
 namespace kv::proxy {
 
-/// Hands a line to the platform. Never inlined: one copy serves every line with arguments of the same types.
-template <class... Args>
-[[gnu::noinline]] void print_line(int priority, const char *format, Caller caller, Args... args)
-{
-    dlog_print(priority, "RPC_PORT_PROXY", format, "korvane_master_proxy.cpp", caller.function, caller.line, args...);
-}
-
+/// Before and After stand around the function's name: what a family of functions has in common is stored once.
+template <FixedText Before, FixedText After>
 struct ProxySource {
-    template <FixedText Message, class... Args>
-    static void print(int priority, Caller caller, Args... args)
+    static constexpr const char *tag = "RPC_PORT_PROXY";
+
+    template <FixedText Message>
+    static constexpr const char *format()
     {
-        static constexpr auto format = concat<"%s: %s(%d) > ", Message>;
-        print_line(priority, format.text, caller, args...);
+        return concat<"korvane_master_proxy.cpp: ", Before, "%s", After, "(%d) > ", Message>.text;
+    }
+
+    /// Never inlined: one copy serves all plain messages.
+    [[gnu::noinline]] static void print(int priority, Caller caller, const char *message)
+    {
+        dlog_print(priority, tag, format<"%s">(), caller.function, caller.line, message);
     }
 };
 
-using log = Logger<ProxySource>;
+using log = Logger<ProxySource<"", "">>;
+
+/// What the functions of a family log, as callers that are named without what they have in common.
+template <FixedText Before, FixedText After = "">
+using LogOf = Logger<ProxySource<Before, After>>;
 
 } // namespace kv::proxy

@@ -6,6 +6,9 @@
 /// What the named functions of records and arrays do. Each logs as the function in front of it.
 namespace kv::proxy {
 
+/// Whether an argument that must be there is, with a line when it is not.
+bool is_given(bool given, Caller caller);
+
 template <class T>
 int hand_out(T *created, T **out)
 {
@@ -18,126 +21,59 @@ int hand_out(T *created, T **out)
 template <class R>
 int create_record(typename R::type **out, Caller caller = Caller::here())
 {
-    if (!out) {
-        log::error(caller)("Invalid parameter"_fmt);
-        return -1;
-    }
-    return hand_out(RecordCodec<R>::create(), out);
+    return is_given(out, caller) ? hand_out(RecordCodec<R>::create(), out) : -1;
 }
 
 template <class T>
 int destroy_record(T *record, Caller caller = Caller::here())
 {
-    if (!record) {
-        log::error(caller)("Invalid parameter"_fmt);
+    if (!is_given(record, caller))
         return -1;
-    }
     destroy(record);
     return 0;
-}
-
-template <FixedText Name>
-bool copy_field(const CText &from, CText &to, Caller caller)
-{
-    to = CText::copy(from.get());
-    if (from && !to) {
-        log::error(caller)(Format<concat<"Failed to duplicate h->", Name>>{});
-        return false;
-    }
-    return true;
-}
-
-template <FixedText>
-bool copy_field(int from, int &to, Caller)
-{
-    to = from;
-    return true;
 }
 
 template <class R>
 int clone_record(typename R::type *source, typename R::type **copy, Caller caller = Caller::here())
 {
-    if (!source || !copy) {
-        log::error(caller)("Invalid parameter"_fmt);
+    if (!is_given(source && copy, caller))
         return -1;
-    }
-    Owned<typename R::type> clone{RecordCodec<R>::create()};
-    if (!clone) {
-        log::error(caller)(Format<concat<"Failed to create ", R::text, " handle">>{});
-        return -1;
-    }
-    bool whole = true;
-    describe::for_each(typename R::fields{}, [&]<class F>() {
-        whole = whole && copy_field<F::element::text>(source->*F::member, clone.get()->*F::member, caller);
-    });
-    return whole ? hand_out(clone.release(), copy) : -1;
+    return hand_out(static_cast<typename R::type *>(cloned(*source, RecordCodec<R>::shape, caller)), copy);
 }
+
+int set_text(Parcelable *record, CText Parcelable::*field, const char *value, Caller caller);
+int set_number(Parcelable *record, int Parcelable::*field, int value, Caller caller);
+int get_text(Parcelable *record, CText Parcelable::*field, const char *name, char **out, Caller caller);
+int get_number(Parcelable *record, int Parcelable::*field, int *out, Caller caller);
 
 template <class T>
 int set_text(T *record, CText T::*field, const char *value, Caller caller = Caller::here())
 {
-    if (!record || !value) {
-        log::error(caller)("Invalid parameter"_fmt);
-        return -1;
-    }
-    (record->*field).reset();
-    record->*field = CText::copy(value);
-    if (record->*field)
-        return 0;
-    log::error(caller)("Failed to duplicate data"_fmt);
-    return -1;
+    return set_text(record, static_cast<CText Parcelable::*>(field), value, caller);
 }
 
 template <class T>
 int set_number(T *record, int T::*field, int value, Caller caller = Caller::here())
 {
-    if (!record) {
-        log::error(caller)("Invalid parameter"_fmt);
-        return -1;
-    }
-    record->*field = value;
-    return 0;
+    return set_number(record, static_cast<int Parcelable::*>(field), value, caller);
 }
 
-template <FixedText Name, class T>
-int get_text(T *record, CText T::*field, char **out, Caller caller = Caller::here())
+template <class T>
+int get_text(T *record, CText T::*field, const char *name, char **out, Caller caller = Caller::here())
 {
-    if (!record || !out) {
-        log::error(caller)("Invalid parameter"_fmt);
-        return -1;
-    }
-    if (!(record->*field)) {
-        log::error(caller)(Format<concat<"Invalid parameter: h->", Name, " is NULL">>{});
-        return -1;
-    }
-    CText copy = CText::copy((record->*field).get());
-    if (!copy) {
-        log::error(caller)(Format<concat<"Failed to duplicate ", Name>>{});
-        return -1;
-    }
-    *out = copy.release();
-    return 0;
+    return get_text(record, static_cast<CText Parcelable::*>(field), name, out, caller);
 }
 
 template <class T>
 int get_number(T *record, int T::*field, int *out, Caller caller = Caller::here())
 {
-    if (!record || !out) {
-        log::error(caller)("Invalid parameter"_fmt);
-        return -1;
-    }
-    *out = record->*field;
-    return 0;
+    return get_number(record, static_cast<int Parcelable::*>(field), out, caller);
 }
 
 template <class A>
 int create_array(ArrayValue<A> **out, Caller caller = Caller::here())
 {
-    if (!out) {
-        log::error(caller)("Invalid parameter"_fmt);
-        return -1;
-    }
-    return hand_out(ArrayCodec<A>::create(), out);
+    return is_given(out, caller) ? hand_out(ArrayCodec<A>::create(), out) : -1;
 }
 
 template <FixedText Name>
@@ -153,25 +89,25 @@ bool clone_item(describe::RecordArray<Name, R>, typename R::type *item, typename
     return clone_record<R>(item, &copy, caller) == 0;
 }
 
+/// Puts a copy of one of the items that are given behind those that the array has.
+using CloneNext = bool (*)(AnyArray &array, const void *items, Caller caller);
+
+int set_items(AnyArray *array, const void *items, int count, const ArrayShape &shape, CloneNext clone_next,
+              Caller caller);
+
 template <class A>
 int set_items(ArrayValue<A> *array, typename ItemCodec<A>::Item const *items, int count, Caller caller = Caller::here())
 {
-    if (!array || !items || count < 0) {
-        log::error(caller)("Invalid parameter"_fmt);
-        return -1;
-    }
-    array->clear();
-    array->count = count;
-    while (array->present < count) {
-        if (!array->reserve_next()) {
-            log::error(caller)("Out of memory"_fmt);
-            return -1;
-        }
-        if (!clone_item(A{}, items[array->present], array->items[array->present], caller))
-            return -1;
-        ++array->present;
-    }
-    return 0;
+    using Item = typename ItemCodec<A>::Item;
+
+    return set_items(
+        array, items, count, ArrayCodec<A>::shape,
+        [](AnyArray &any, const void *from, Caller caller_of_set) {
+            auto &typed = static_cast<ArrayValue<A> &>(any);
+            return clone_item(A{}, static_cast<const Item *>(from)[any.present], typed.items[any.present],
+                              caller_of_set);
+        },
+        caller);
 }
 
 } // namespace kv::proxy

@@ -66,12 +66,12 @@ int rpc_port_korvane_ap_info_set_max_rate(rpc_port_korvane_ap_info_h h, int max_
 
 int rpc_port_korvane_ap_info_get_ssid(rpc_port_korvane_ap_info_h h, char **ssid)
 {
-    return get_text<"ssid">(h, &rpc_port_korvane_ap_info_s::ssid, ssid);
+    return get_text(h, &rpc_port_korvane_ap_info_s::ssid, "ssid", ssid);
 }
 
 int rpc_port_korvane_ap_info_get_pwd(rpc_port_korvane_ap_info_h h, char **pwd)
 {
-    return get_text<"pwd">(h, &rpc_port_korvane_ap_info_s::pwd, pwd);
+    return get_text(h, &rpc_port_korvane_ap_info_s::pwd, "pwd", pwd);
 }
 
 int rpc_port_korvane_ap_info_get_authtype(rpc_port_korvane_ap_info_h h, int *authtype)
@@ -91,7 +91,7 @@ int rpc_port_korvane_ap_info_get_channel(rpc_port_korvane_ap_info_h h, int *chan
 
 int rpc_port_korvane_ap_info_get_bssid(rpc_port_korvane_ap_info_h h, char **bssid)
 {
-    return get_text<"bssid">(h, &rpc_port_korvane_ap_info_s::bssid, bssid);
+    return get_text(h, &rpc_port_korvane_ap_info_s::bssid, "bssid", bssid);
 }
 
 // keepalive_info
@@ -185,22 +185,22 @@ int rpc_port_korvane_device_prov_info_set_account(rpc_port_korvane_device_prov_i
 
 int rpc_port_korvane_device_prov_info_get_language(rpc_port_korvane_device_prov_info_h h, char **language)
 {
-    return get_text<"language">(h, &rpc_port_korvane_device_prov_info_s::language, language);
+    return get_text(h, &rpc_port_korvane_device_prov_info_s::language, "language", language);
 }
 
 int rpc_port_korvane_device_prov_info_get_country(rpc_port_korvane_device_prov_info_h h, char **country)
 {
-    return get_text<"country">(h, &rpc_port_korvane_device_prov_info_s::country, country);
+    return get_text(h, &rpc_port_korvane_device_prov_info_s::country, "country", country);
 }
 
 int rpc_port_korvane_device_prov_info_get_datetime(rpc_port_korvane_device_prov_info_h h, char **datetime)
 {
-    return get_text<"datetime">(h, &rpc_port_korvane_device_prov_info_s::datetime, datetime);
+    return get_text(h, &rpc_port_korvane_device_prov_info_s::datetime, "datetime", datetime);
 }
 
 int rpc_port_korvane_device_prov_info_get_rmd(rpc_port_korvane_device_prov_info_h h, char **rmd)
 {
-    return get_text<"rmd">(h, &rpc_port_korvane_device_prov_info_s::rmd, rmd);
+    return get_text(h, &rpc_port_korvane_device_prov_info_s::rmd, "rmd", rmd);
 }
 
 // language_info
@@ -251,7 +251,7 @@ int rpc_port_korvane_cloud_device_info_set_device_id(rpc_port_korvane_cloud_devi
 
 int rpc_port_korvane_cloud_device_info_get_device_id(rpc_port_korvane_cloud_device_info_h h, char **device_id)
 {
-    return get_text<"device_id">(h, &rpc_port_korvane_cloud_device_info_s::device_id, device_id);
+    return get_text(h, &rpc_port_korvane_cloud_device_info_s::device_id, "device_id", device_id);
 }
 
 // last_status_info

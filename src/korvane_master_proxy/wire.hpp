@@ -2,7 +2,7 @@
 #pragma once
 
 #include "describe.hpp"
-#include "log.hpp"
+#include "record_shape.hpp"
 #include "record_types.hpp"
 
 #include <rpc_port.h>
@@ -28,45 +28,56 @@ void destroy(T *object)
     free(object);
 }
 
-/// What an element is in C++: Arg when it is sent, Held while it is read, View when it is shown to a callback.
+/// The letters of elements in the lowered description.
+namespace letter_of {
+inline constexpr char number = 'i';
+inline constexpr char flag = 'b';
+inline constexpr char text = 's';
+inline constexpr char parcelable = 'p';
+inline constexpr char delegate = 'd';
+} // namespace letter_of
+
+/// What an element is in C++: Arg when it is sent, Held while it is read, View when it is shown to a callback, Released
+/// when it is handed out of a call. The name makes no difference, so elements of a type have one of these in common, the
+/// Shared one.
 template <class Element>
 struct Wire;
 
-template <FixedText Name>
-struct Wire<describe::Int32<Name>> {
+struct IntWire {
+    using Shared = IntWire;
+    static constexpr char letter = letter_of::number;
     using Arg = int;
     using Held = int;
     using View = int;
+    using Released = int;
 
-    static bool valid(int) { return true; }
     static bool write(rpc_port_parcel_h parcel, int value) { return rpc_port_parcel_write_int32(parcel, value) == 0; }
     static bool read(rpc_port_parcel_h parcel, int &value) { return rpc_port_parcel_read_int32(parcel, &value) == 0; }
     static int view(int held) { return held; }
-    static int release(int held) { return held; }
 };
 
-template <FixedText Name>
-struct Wire<describe::Bool<Name>> {
+struct BoolWire {
+    using Shared = BoolWire;
+    static constexpr char letter = letter_of::flag;
     using Arg = bool;
     using Held = bool;
     using View = bool;
+    using Released = bool;
 
-    static bool valid(bool) { return true; }
     static bool write(rpc_port_parcel_h parcel, bool value) { return rpc_port_parcel_write_bool(parcel, value) == 0; }
     static bool read(rpc_port_parcel_h parcel, bool &value) { return rpc_port_parcel_read_bool(parcel, &value) == 0; }
     static bool view(bool held) { return held; }
-    static bool release(bool held) { return held; }
 };
 
-template <FixedText Name>
-struct Wire<describe::String<Name>> {
+struct TextWire {
+    using Shared = TextWire;
+    static constexpr char letter = letter_of::text;
     using Arg = const char *;
     using Held = CText;
     using View = const char *;
     using Released = char *;
 
     // No text crosses as the empty text.
-    static bool valid(const char *) { return true; }
     static bool write(rpc_port_parcel_h parcel, const char *value)
     {
         return rpc_port_parcel_write_string(parcel, value ? value : "") == 0;
@@ -77,11 +88,22 @@ struct Wire<describe::String<Name>> {
         return rpc_port_parcel_read_string(parcel, value.out()) == 0;
     }
     static const char *view(const CText &held) { return held.get(); }
-    static char *release(CText &held) { return held.release(); }
 };
 
 template <FixedText Name>
-struct Wire<describe::Secret<Name>> : Wire<describe::String<Name>> {
+struct Wire<describe::Int32<Name>> : IntWire {
+};
+
+template <FixedText Name>
+struct Wire<describe::Bool<Name>> : BoolWire {
+};
+
+template <FixedText Name>
+struct Wire<describe::String<Name>> : TextWire {
+};
+
+template <FixedText Name>
+struct Wire<describe::Secret<Name>> : TextWire {
 };
 
 inline bool write_parcelable(rpc_port_parcel_h parcel, Parcelable *value)
@@ -99,41 +121,14 @@ template <class R>
 struct RecordCodec {
     using Type = typename R::type;
 
-    static void to(rpc_port_parcel_h parcel, void *data)
-    {
-        if (!parcel || !data) {
-            log::error({concat<"__", R::text, "_to">.text, __LINE__})("Invalid parameter"_fmt);
-            return;
-        }
-        auto &record = *static_cast<Type *>(data);
-        record.complete = true;
-        describe::for_each(typename R::fields{}, [&]<class F>() {
-            record.complete = record.complete && Wire<typename F::element>::write(parcel, record.*F::member);
-        });
-    }
+    static void to(rpc_port_parcel_h parcel, void *data) { write_record(parcel, data, shape); }
+    static void from(rpc_port_parcel_h parcel, void *data) { read_record(parcel, data, shape); }
+    static Parcelable *make() { return prepared(make_zeroed<Type>(), shape); }
+    static void unmake(Parcelable *record) { destroy(static_cast<Type *>(record)); }
+    static Type *create() { return static_cast<Type *>(make()); }
 
-    static void from(rpc_port_parcel_h parcel, void *data)
-    {
-        if (!parcel || !data) {
-            log::error({concat<"__", R::text, "_from">.text, __LINE__})("Invalid parameter"_fmt);
-            return;
-        }
-        auto &record = *static_cast<Type *>(data);
-        record.complete = true;
-        describe::for_each(typename R::fields{}, [&]<class F>() {
-            record.complete = record.complete && Wire<typename F::element>::read(parcel, record.*F::member);
-        });
-    }
-
-    static Type *create()
-    {
-        auto *record = make_zeroed<Type>();
-        if (record)
-            record->functions = {to, from};
-        else
-            log::error({concat<"rpc_port_", R::text, "_create">.text, __LINE__})("Out of memory"_fmt);
-        return record;
-    }
+    static constexpr RecordShape shape{R::name,          {to, from}, FieldTable<typename R::fields>::rows,
+                                       R::fields::count, make,       unmake};
 };
 
 /// Owns a value that is destroyed with destroy().
@@ -166,11 +161,12 @@ private:
 
 template <class R, FixedText Name>
 struct Wire<describe::Rec<R, Name>> {
+    using Shared = Wire;
+    static constexpr char letter = letter_of::parcelable;
     using Arg = typename R::type *;
     using Held = Owned<typename R::type>;
     using View = typename R::type *;
 
-    static bool valid(Arg record) { return record != nullptr; }
     static bool write(rpc_port_parcel_h parcel, Arg record) { return write_parcelable(parcel, record); }
     static bool read(rpc_port_parcel_h parcel, Held &record)
     {

@@ -6,6 +6,7 @@
 #include "events.hpp"
 #include "lists.hpp"
 #include "round_trip.hpp"
+#include "size.hpp"
 #include "start.hpp"
 
 #include <cstdio>

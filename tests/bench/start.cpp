@@ -4,7 +4,6 @@
 #include "clients.hpp"
 
 #include <cstdio>
-#include <filesystem>
 #include <stdexcept>
 
 #include <time.h>
@@ -89,17 +88,6 @@ void measure_start(const Setting &setting, AgentKind agent, Report &report)
                    with_bus.resident_mb() <= most_resident_mb);
     else
         report.not_measured(with_bus.title, "there is no session bus here");
-}
-
-void measure_size(const Setting &setting, Report &report)
-{
-    report.section("Size of the stripped libraries");
-    for (const std::string library : {BENCH_LIBRARY, BENCH_PLATFORM}) {
-        const std::string stripped = setting.folder() + "/stripped";
-        run({"strip", "--strip-unneeded", "-o", stripped, library});
-        const auto bytes = static_cast<double>(std::filesystem::file_size(stripped));
-        report.row(std::filesystem::path(library).filename(), format("%7.1f kB", bytes / 1000));
-    }
 }
 
 } // namespace bench

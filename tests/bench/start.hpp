@@ -9,7 +9,4 @@ namespace bench {
 /// From process start to the first reply, and what is resident then, beside a bare client that links GLib.
 void measure_start(const Setting &setting, AgentKind agent, Report &report);
 
-/// The size of the libraries as they are shipped.
-void measure_size(const Setting &setting, Report &report);
-
 } // namespace bench

@@ -43,7 +43,7 @@ struct Sample<describe::Callback<D>> {
     proxy::TypedDelegate<D> *value = proxy::create_delegate<D>(nullptr, false, nullptr); // the proxy's once it is sent
 };
 
-template <class Outs>
+template <class Held>
 struct Out;
 template <>
 struct Out<int> {
@@ -66,12 +66,7 @@ void call(rpc_port_proxy_kv_master_h handle, describe::In<I...>, describe::Out<O
     std::tuple<Out<typename proxy::Wire<O>::Held>...> outs;
     std::apply(
         [&](auto &...argument) {
-            std::apply(
-                [&](auto &...out) {
-                    proxy::Call<M, typename M::in, typename M::out>::run(proxy::Exchange{handle, Caller::here()},
-                                                                         argument.value..., &out.value...);
-                },
-                outs);
+            std::apply([&](auto &...out) { proxy::invoke<M>(handle, argument.value..., &out.value...); }, outs);
         },
         arguments);
 }

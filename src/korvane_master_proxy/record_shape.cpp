@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "record_shape.hpp"
+
+#include "wire.hpp"
+
+namespace kv::proxy {
+
+namespace {
+
+Caller named(const RecordShape &shape, int line = __builtin_LINE())
+{
+    return {shape.name, line};
+}
+
+bool write_fields(rpc_port_parcel_h parcel, const Parcelable &record, const RecordShape &shape)
+{
+    for (const FieldShape *field = shape.fields; field != shape.fields + shape.count; ++field)
+        if (!(field->text ? TextWire::write(parcel, record.*field->text)
+                          : IntWire::write(parcel, record.*field->number)))
+            return false;
+    return true;
+}
+
+bool read_fields(rpc_port_parcel_h parcel, Parcelable &record, const RecordShape &shape)
+{
+    for (const FieldShape *field = shape.fields; field != shape.fields + shape.count; ++field)
+        if (!(field->text ? TextWire::read(parcel, record.*field->text) : IntWire::read(parcel, record.*field->number)))
+            return false;
+    return true;
+}
+
+} // namespace
+
+void write_record(rpc_port_parcel_h parcel, void *data, const RecordShape &shape)
+{
+    if (!parcel || !data) {
+        LogOf<"__", "_to">::error(named(shape))("Invalid parameter"_fmt);
+        return;
+    }
+    auto &record = *static_cast<Parcelable *>(data);
+    record.complete = write_fields(parcel, record, shape);
+}
+
+void read_record(rpc_port_parcel_h parcel, void *data, const RecordShape &shape)
+{
+    if (!parcel || !data) {
+        LogOf<"__", "_from">::error(named(shape))("Invalid parameter"_fmt);
+        return;
+    }
+    auto &record = *static_cast<Parcelable *>(data);
+    record.complete = read_fields(parcel, record, shape);
+}
+
+Parcelable *prepared(Parcelable *record, const RecordShape &shape)
+{
+    if (record)
+        record->functions = shape.functions;
+    else
+        LogOf<"rpc_port_", "_create">::error(named(shape))("Out of memory"_fmt);
+    return record;
+}
+
+namespace {
+
+bool copy_fields(const Parcelable &from, Parcelable &to, const RecordShape &shape, Caller caller)
+{
+    for (const FieldShape *field = shape.fields; field != shape.fields + shape.count; ++field) {
+        if (!field->text) {
+            to.*field->number = from.*field->number;
+            continue;
+        }
+        const CText &text = from.*field->text;
+        to.*field->text = CText::copy(text.get());
+        if (text && !(to.*field->text)) {
+            log::error(caller)("Failed to duplicate h->%s"_fmt, field->name);
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+Parcelable *cloned(const Parcelable &source, const RecordShape &shape, Caller caller)
+{
+    Parcelable *clone = shape.create();
+    if (!clone) {
+        log::error(caller)("Failed to create %s handle"_fmt, shape.name);
+        return nullptr;
+    }
+    if (copy_fields(source, *clone, shape, caller))
+        return clone;
+    shape.destroy(clone);
+    return nullptr;
+}
+
+} // namespace kv::proxy

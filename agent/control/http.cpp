@@ -4,6 +4,7 @@
 #include "embedded.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include <sys/socket.h>
@@ -165,6 +166,16 @@ std::optional<int> since_in(GHashTable *query)
     return text ? std::optional{parse_number(text, "since")} : std::nullopt;
 }
 
+/// One end of a connected pair.
+Ref<GSocket> silent_socket(Ref<GSocket> &other_end)
+{
+    int ends[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+        throw std::runtime_error{std::string{"no socket for the control API: "} + std::strerror(errno)};
+    other_end.reset(g_socket_new_from_fd(ends[1], nullptr));
+    return Ref<GSocket>{g_socket_new_from_fd(ends[0], nullptr)};
+}
+
 /// Whether that much of a body can be read, and a stream be begun: what has to be known before either is.
 std::optional<Refusal> malformed(SoupServerMessage *message, const char *path, GHashTable *query)
 {
@@ -211,7 +222,7 @@ int HttpControl::serve_port(int port, const std::string &token)
 
 void HttpControl::open(Ref<GSocket> socket, std::optional<Guard> guard)
 {
-    doors_.push_back({*this, std::move(guard), Ref<SoupServer>{soup_server_new(nullptr, nullptr)}, nullptr});
+    doors_.push_back({*this, std::move(guard), {}, Ref<SoupServer>{soup_server_new(nullptr, nullptr)}, nullptr});
     Door &door = doors_.back();
     SoupServer *server = door.server.get();
     // A text of a few hundred bytes is not worth a compressor for each reader.
@@ -239,6 +250,11 @@ void HttpControl::open(Ref<GSocket> socket, std::optional<Guard> guard)
         soup_server_add_handler(server, path, answered, &door, nullptr);
     }
     soup_server_add_websocket_handler(server, stream_path, nullptr, nullptr, streamed, &door, nullptr);
+    // A server keeps a connection for another request only while it listens itself. This one is handed its connections,
+    // counted, so what it listens on is the end of a pair whose other end is silent.
+    const Ref<GSocket> silent = silent_socket(door.other_end);
+    if (!soup_server_listen_socket(server, silent.get(), SoupServerListenOptions{}, nullptr))
+        throw std::runtime_error{"the control API cannot be served"};
     door.acceptor = std::make_unique<Acceptor>(
         std::move(socket), [this, &door](GSocketConnection *connection) { accepted(door, connection); });
 }

@@ -7,6 +7,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <glib.h>
+
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -83,7 +85,9 @@ int record(const Context &context, const std::string &path)
     const long long begin = counted["next"];
 
     std::vector<Json> entries;
-    std::string why; // it ended against the wish of whoever records
+    std::string why;           // it ended against the wish of whoever records
+    std::int64_t over_us = -1; // when the application was told to end: what it calls then is no part of it
+    const auto told_to_end = [&over_us] { over_us = over_us < 0 ? g_get_real_time() : over_us; };
     Loop loop;
     {
         Child application;
@@ -95,16 +99,18 @@ int record(const Context &context, const std::string &path)
         if (!context.program.empty()) {
             Program program{context.program};
             program.in_foreground = true;
-            program.out = out.json ? STDERR_FILENO : -1; // lines of JSON stay among themselves
+            program.out_to_error = out.json; // lines of JSON stay among themselves
             application.start(program, [&] { loop.quit(); });
         } else {
             out.say("recording; Ctrl-C ends it");
         }
         loop.on_signal(SIGINT, [&] { // an application hears it as well, from the terminal
+            told_to_end();
             if (!application.runs())
                 loop.quit();
         });
         loop.on_signal(SIGTERM, [&] {
+            told_to_end();
             application.signal(SIGTERM);
             if (!application.runs())
                 loop.quit();
@@ -116,6 +122,9 @@ int record(const Context &context, const std::string &path)
         const Json rest = agent.run("journal", {{"since", next}, {"limit", all_that_is_kept}});
         entries.insert(entries.end(), rest["entries"].begin(), rest["entries"].end());
     }
+    if (over_us >= 0)
+        std::erase_if(entries,
+                      [over_us](const Json &entry) { return entry.value("time_us", std::int64_t{0}) > over_us; });
     const Recorded recorded =
         scenario_from(entries, "recorded with agent " + agent.overview()["version"].get<std::string>());
     file.write(recorded.text);
@@ -150,7 +159,9 @@ const Verb record_verb{
     "  korvanectl agent start; korvanectl record setup.json -- ./my-app\n"
     "  korvanectl record setup.json      with applications that run anyway\n"
     "Calls become expectations, and what 'phone', 'cloud' and 'emit' send becomes events with their values. The\n"
-    "agent's journal holds no secrets: what must be filled in by hand is told, with its line.",
+    "agent's journal holds no secrets: what must be filled in by hand is told, with its line. What differs from run to "
+    "run,\n"
+    "such as times, is to be taken out of the expectations.",
     set_up, true};
 
 } // namespace kv::ctl

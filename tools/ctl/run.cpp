@@ -238,7 +238,7 @@ void Run::agent_said(const std::string &line)
 void Run::start_application()
 {
     Program program{application_words_, environment()};
-    program.out = out_.json ? STDERR_FILENO : -1; // lines of JSON stay among themselves
+    program.out_to_error = out_.json; // lines of JSON stay among themselves
     started_ = true;
     try {
         application_.start(program, [this] { application_ended(); });

@@ -54,6 +54,11 @@ std::string shown(const Json &command)
     return command["name"].get<std::string>() + (form.empty() ? "" : " " + form);
 }
 
+std::string form_and_help(const Json &command)
+{
+    return shown(command) + "\n    " + command["help"].get<std::string>();
+}
+
 /// What is told of an answer, without what every answer has.
 std::string words_of(Json answer)
 {
@@ -85,7 +90,12 @@ std::function<int()> set_up_do(CLI::App &app, Context &context)
         const Agent agent;
         if (words.empty()) {
             for (const Json &command : agent.overview()["commands"])
-                context.out.line(shown(command) + "\n    " + command["help"].get<std::string>(), command);
+                context.out.line(form_and_help(command), command);
+            return static_cast<int>(done);
+        }
+        const Json *command = agent.find_command(words[0]);
+        if (command && words.size() == 2 && (words[1] == "--help" || words[1] == "-h")) {
+            context.out.line(form_and_help(*command), *command);
             return static_cast<int>(done);
         }
         return steer(context, agent, words[0], {words.begin() + 1, words.end()});

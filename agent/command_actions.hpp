@@ -15,6 +15,12 @@ Json phone(Steered &agent, Arguments &arguments);
 Json cloud(Steered &agent, Arguments &arguments);
 Json clock(Steered &agent, Arguments &arguments);
 
+// The state as a whole.
+Json snapshot(Steered &agent, Arguments &arguments);
+Json restore(Steered &agent, Arguments &arguments);
+Json reset(Steered &agent, Arguments &arguments);
+Json personality(Steered &agent, Arguments &arguments);
+
 // What was noted.
 Json journal(Steered &agent, Arguments &arguments);
 Json count(Steered &agent, Arguments &arguments);
@@ -26,6 +32,7 @@ Json play(Steered &agent, Arguments &arguments);
 Json stop_play(Steered &agent, Arguments &arguments);
 
 // The agent itself.
+Json describe(Steered &agent, Arguments &arguments);
 Json help(Steered &agent, Arguments &arguments);
 Json quit(Steered &agent, Arguments &arguments);
 

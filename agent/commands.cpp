@@ -2,6 +2,7 @@
 #include "commands.hpp"
 
 #include "command_actions.hpp"
+#include "personalities.hpp"
 #include "scenario/plays.hpp"
 
 #include <algorithm>
@@ -68,9 +69,11 @@ const std::vector<Command> &all_commands()
         {"count", {{"filter", json, false}}, command::count, asks, "how many entries match"},
         {"wait", {{"filter", json, false}, {"within_ms", number, false}, {"since", number, false}}, command::wait, asks,
          "answers when an entry is there that matches; by default within 5000 ms from now on"},
+        {"describe", {}, command::describe, asks,
+         "what this agent version knows: methods, events with sample values, faults, steps, personalities"},
         {"clear", {}, command::clear, changes, "forgets all entries; their numbers go on"},
         {"emit", {{"event", word, true}, {"values", json, false}}, command::emit, changes,
-         "sends an event to all who registered for it; VALUES is a JSON array"},
+         "sends an event to all who registered for it; VALUES is a JSON array, sample values when it is left out"},
         {"fault", {{"method", word, true}, {"fault", word, true}, {"value", number, false}, {"times", number, false}}, command::fault, changes,
          "makes the next TIMES requests of a method, or of all, go wrong; 0 takes that back"},
         {"update", {{"step", word, true}, {"value", word, false}}, command::update, changes,
@@ -81,6 +84,13 @@ const std::vector<Command> &all_commands()
          "lets something happen in the cloud; WITH is a JSON object"},
         {"clock", {{"what", word, true}, {"ms", number, false}}, command::clock, changes,
          "makes the agent's time stand or run; a standing one advances by MS"},
+        {"snapshot", {}, command::snapshot, asks, "all of the state, secrets included, to be restored later"},
+        {"restore", {{"snapshot", json, true}}, command::restore, changes,
+         "puts the state back; applications are told nothing, and the version stays"},
+        {"reset", {}, command::reset, changes,
+         "makes it a device that was never used; faults are taken back, the clock runs, applications stay connected"},
+        {"personality", {{"name", word, true}}, command::personality, changes,
+         "makes it another device: " + personality_names()},
         {"play", {{"scenario", json, true}}, command::play, changes,
          "plays a scenario: an object, or the path of a file as a text; 'state play' shows how it goes"},
         {"stop-play", {}, command::stop_play, changes, "ends the scenario that is played"},
@@ -199,7 +209,7 @@ Json argument_from(const Parameter &parameter, const std::string &text)
 std::string command_help()
 {
     std::ostringstream text;
-    const auto row = [&text](std::string left, const char *help) {
+    const auto row = [&text](std::string left, const std::string &help) {
         constexpr std::size_t column = 36;
         if (left.size() >= column)
             left += "\n  " + std::string(column, ' ');
@@ -220,7 +230,7 @@ std::string command_help()
         row(std::string{step.name} + " " + step.arguments, step.help);
     text << "Events:\n";
     for (const DelegateEntry &delegate : all_delegates())
-        row(delegate.name, delegate.form.c_str());
+        row(delegate.name, delegate.form);
     return text.str();
 }
 

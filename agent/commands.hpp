@@ -65,7 +65,7 @@ struct Command {
     std::vector<Parameter> parameters;
     std::variant<Run, Start> action;
     Effect effect;
-    const char *help;
+    std::string help;
 
     /// How it is written: EVENT [VALUES].
     std::string form() const;

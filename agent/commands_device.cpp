@@ -28,8 +28,8 @@ Json emit(Steered &agent, Arguments &arguments)
     if (!delegate)
         throw std::invalid_argument{"there is no event '" + name + "'"};
     const cJSON *values = arguments.any("values");
-    const Json none = Json::array();
-    return std::move(Json::object().set("peers", agent.server.emit(*delegate, values ? values : none.get())));
+    const Json sample = delegate->sample();
+    return std::move(Json::object().set("peers", agent.server.emit(*delegate, values ? values : sample.get())));
 }
 
 Json fault(Steered &agent, Arguments &arguments)

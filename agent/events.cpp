@@ -2,8 +2,11 @@
 #include "events.hpp"
 
 #include "from_json.hpp"
+#include "samples.hpp"
+#include "shapes.hpp"
 
 #include <algorithm>
+#include <limits>
 #include <tuple>
 
 namespace kv::virtual_agent {
@@ -14,6 +17,23 @@ template <class D, class Values>
 struct Maker;
 
 template <class D, class... E>
+constexpr bool takes(describe::In<E...>)
+{
+    return (std::is_same_v<E, describe::Callback<D>> || ...);
+}
+
+template <class D>
+constexpr int since_of()
+{
+    int lowest = std::numeric_limits<int>::max();
+    describe::for_each(master::Methods{}, [&]<class M>() {
+        if (takes<D>(typename M::in{}))
+            lowest = std::min(lowest, M::since);
+    });
+    return lowest;
+}
+
+template <class D, class... E>
 struct Maker<D, describe::In<E...>> {
     static std::string form()
     {
@@ -21,6 +41,15 @@ struct Maker<D, describe::In<E...>> {
         ((names += (names.empty() ? "" : ", ") + std::string{E::name}), ...);
         return "[" + names + "]";
     }
+
+    static Json sample_values()
+    {
+        Json values = Json::array();
+        (values.append(sample(E{})), ...);
+        return values;
+    }
+
+    static Json value_shapes() { return shapes(describe::In<E...>{}); }
 
     static Event make(const AnyDelegate &delegate, const cJSON *values)
     {
@@ -34,10 +63,16 @@ struct Maker<D, describe::In<E...>> {
     }
 };
 
+template <class D, class M>
+DelegateEntry entry_of()
+{
+    return {D::name, D::id, since_of<D>(), M::form(), M::value_shapes, M::sample_values, M::make};
+}
+
 template <class... D>
 std::vector<DelegateEntry> entries_of(describe::List<D...>)
 {
-    return {DelegateEntry{D::name, D::id, Maker<D, typename D::values>::form(), Maker<D, typename D::values>::make}...};
+    return {entry_of<D, Maker<D, typename D::values>>()...};
 }
 
 } // namespace

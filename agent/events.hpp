@@ -47,7 +47,11 @@ Event make_event(const DelegateOf<D> &delegate, const Values &...values)
 struct DelegateEntry {
     const char *name;
     int id;
+    int since;        // the lowest agent version with a method that such a callback can be given to
     std::string form; // the names of its values, for people
+    Json (*shapes)();
+    /// What it may carry, where nothing is said of it.
+    Json (*sample)();
     /// Throws std::invalid_argument when the values are not what the event carries.
     Event (*make)(const AnyDelegate &delegate, const cJSON *values);
 };

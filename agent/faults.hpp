@@ -36,6 +36,8 @@ public:
 
     /// Takes the place of what was to go wrong with the method. Not even once takes it back.
     void set(int method, Fault fault, int times);
+    /// Takes back everything.
+    void clear() { next_.clear(); }
     /// What goes wrong with this request; what is set for the method itself comes before what is set for every one.
     std::optional<Fault> take(int method);
     Json view() const;

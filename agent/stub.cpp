@@ -2,6 +2,7 @@
 #include "stub.hpp"
 
 #include "handlers.hpp"
+#include "shapes.hpp"
 #include "show.hpp"
 
 #include <rpc_port_stub.h>
@@ -72,6 +73,9 @@ struct Stub<M, describe::In<I...>, describe::Out<O...>> {
         return shown;
     }
 
+    static Json argument_shapes() { return shapes(describe::In<I...>{}); }
+    static Json out_shapes() { return shapes(describe::Out<O...>{}); }
+
 private:
     static void write(const Answer<M> &answer, int kind, Served &served)
     {
@@ -90,7 +94,8 @@ private:
 template <class M, class S>
 MethodEntry entry_of()
 {
-    return {M::name, M::id, M::since, M::in::count, S::serve, S::show_arguments, S::show_answer};
+    return {M::name,           M::id,          M::since,           M::in::count, S::serve,
+            S::show_arguments, S::show_answer, S::argument_shapes, S::out_shapes};
 }
 
 template <class... M>

@@ -51,6 +51,9 @@ struct MethodEntry {
     // made when somebody looks: it costs more than serving.
     Json (*show_arguments)(rpc_port_parcel_h request);
     Json (*show_answer)(rpc_port_parcel_h reply);
+    // What its arguments and out values are.
+    Json (*argument_shapes)();
+    Json (*out_shapes)();
 };
 
 /// None for an id that the interface does not have.

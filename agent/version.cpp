@@ -24,6 +24,11 @@ bool is_patch(std::string_view rest)
 
 } // namespace
 
+std::vector<std::string> Version::all()
+{
+    return {versions.begin(), versions.end()};
+}
+
 Version Version::parse(const std::string &text)
 {
     for (std::string_view known : versions) {

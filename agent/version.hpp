@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace kv::virtual_agent {
 
@@ -11,6 +12,8 @@ public:
     /// From "2.3" or "2.3.1". Throws std::invalid_argument, naming the versions there are.
     static Version parse(const std::string &text);
     static Version newest() { return parse("2.3"); }
+    /// Those that ever were, oldest first.
+    static std::vector<std::string> all();
 
     /// 1000 x major + minor, as the interface description counts.
     int number() const { return number_; }

@@ -161,14 +161,32 @@ void Cloud::must_be_able_to_sign_in() const
         refuse("the application has disabled signing in, with korvane_disable_signin");
 }
 
-void Cloud::begin_session()
+void Cloud::connect_session()
 {
     session_.emplace([this](int error) { lose_session(error); });
     comeback_.stop();
     cloud().keep_alive.turn = 0;
     note_session();
-    set_signed_in(true);
     plan_round();
+}
+
+void Cloud::begin_session()
+{
+    connect_session();
+    set_signed_in(true);
+}
+
+void Cloud::take_up_state()
+{
+    sign_up_.stop();
+    comeback_.stop();
+    next_round_.stop();
+    session_.reset();
+    cloud().signing_up = false;
+    cloud().session.reset();
+    if (state_.signed_in)
+        connect_session();
+    note_thing_status();
 }
 
 /// What asked for it has succeeded all the same.

@@ -49,6 +49,9 @@ public:
     /// The device is nobody's any more, by a reset or because its owner gave it up.
     void forget_owner();
 
+    /// The state has been replaced: there is a session, or none, as it says. Nobody is told.
+    void take_up_state();
+
     Authority &authority() { return authority_; }
 
 private:
@@ -68,6 +71,7 @@ private:
     void signed_up(bool succeeded, Credentials credentials);
     void must_be_able_to_sign_in() const;
     bool signs_in() const;
+    void connect_session();
     void begin_session();
     void try_to_begin_session();
     void end_session();

@@ -101,22 +101,22 @@ int KeepAlive::interval_s() const
     return std::max(intervals[static_cast<std::size_t>(index)], shortest_s);
 }
 
-void CloudState::remember(const std::string &kind, Json told)
+void CloudState::remember(const std::string &kind, Json request)
 {
-    std::deque<Json> &kept = told_[kind];
-    if (kept.size() == most_kept)
+    std::deque<Json> &kept = told[kind];
+    while (kept.size() >= most_kept)
         kept.pop_front();
-    kept.push_back(std::move(told));
+    kept.push_back(std::move(request));
 }
 
 Json CloudState::view() const
 {
-    Json told = Json::object();
-    for (const auto &[kind, requests] : told_) {
+    Json shown = Json::object();
+    for (const auto &[kind, requests] : told) {
         Json list = Json::array();
         for (const Json &request : requests)
             list.append(request.copy());
-        told.set(kind.c_str(), std::move(list));
+        shown.set(kind.c_str(), std::move(list));
     }
 
     Json all = Json::object();
@@ -133,7 +133,7 @@ Json CloudState::view() const
         .set("device_names", by_number(device_names))
         .set("platform_infos", by_number(platform_infos))
         .set("profiles", by_number(profiles))
-        .set("told", std::move(told));
+        .set("told", std::move(shown));
     return all;
 }
 

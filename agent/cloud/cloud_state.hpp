@@ -87,15 +87,15 @@ struct CloudState {
     std::map<int, std::string> platform_infos{}; // by device number
     std::map<int, std::string> profiles{};       // by device number
 
-    /// What was told by one request, as it may be shown. Of each kind the latest are kept.
-    void remember(const std::string &kind, Json told);
+    std::map<std::string, std::deque<Json>> told{}; // by kind of request, as it may be shown
+
+    /// Notes what was told by one request. Of each kind the latest are kept.
+    void remember(const std::string &kind, Json request);
 
     Json view() const;
 
 private:
     static constexpr std::size_t most_kept = 32;
-
-    std::map<std::string, std::deque<Json>> told_{};
 };
 
 /// Texts as the member names of an object.

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "control/http.hpp"
 
-#include "control/console_files.hpp"
+#include "embedded.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include <sys/socket.h>
@@ -84,6 +85,19 @@ void set_common_headers(SoupServerMessage *message, const std::optional<Guard> &
     soup_message_headers_replace(headers, "Cross-Origin-Resource-Policy", "same-origin");
 }
 
+/// Of a file of the console, by its ending.
+const char *type_of(const std::string &name)
+{
+    constexpr std::pair<const char *, const char *> types[] = {{".html", "text/html; charset=utf-8"},
+                                                               {".css", "text/css; charset=utf-8"},
+                                                               {".js", "text/javascript; charset=utf-8"},
+                                                               {".svg", "image/svg+xml"}};
+    for (const auto &[ending, type] : types)
+        if (g_str_has_suffix(name.c_str(), ending))
+            return type;
+    return "application/octet-stream";
+}
+
 const char *kind_name(Parameter::Kind kind)
 {
     switch (kind) {
@@ -152,6 +166,16 @@ std::optional<int> since_in(GHashTable *query)
     return text ? std::optional{parse_number(text, "since")} : std::nullopt;
 }
 
+/// One end of a connected pair.
+Ref<GSocket> silent_socket(Ref<GSocket> &other_end)
+{
+    int ends[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+        throw std::runtime_error{std::string{"no socket for the control API: "} + std::strerror(errno)};
+    other_end.reset(g_socket_new_from_fd(ends[1], nullptr));
+    return Ref<GSocket>{g_socket_new_from_fd(ends[0], nullptr)};
+}
+
 /// Whether that much of a body can be read, and a stream be begun: what has to be known before either is.
 std::optional<Refusal> malformed(SoupServerMessage *message, const char *path, GHashTable *query)
 {
@@ -198,7 +222,7 @@ int HttpControl::serve_port(int port, const std::string &token)
 
 void HttpControl::open(Ref<GSocket> socket, std::optional<Guard> guard)
 {
-    doors_.push_back({*this, std::move(guard), Ref<SoupServer>{soup_server_new(nullptr, nullptr)}, nullptr});
+    doors_.push_back({*this, std::move(guard), {}, Ref<SoupServer>{soup_server_new(nullptr, nullptr)}, nullptr});
     Door &door = doors_.back();
     SoupServer *server = door.server.get();
     // A text of a few hundred bytes is not worth a compressor for each reader.
@@ -226,6 +250,11 @@ void HttpControl::open(Ref<GSocket> socket, std::optional<Guard> guard)
         soup_server_add_handler(server, path, answered, &door, nullptr);
     }
     soup_server_add_websocket_handler(server, stream_path, nullptr, nullptr, streamed, &door, nullptr);
+    // A server keeps a connection for another request only while it listens itself. This one is handed its connections,
+    // counted, so what it listens on is the end of a pair whose other end is silent.
+    const Ref<GSocket> silent = silent_socket(door.other_end);
+    if (!soup_server_listen_socket(server, silent.get(), SoupServerListenOptions{}, nullptr))
+        throw std::runtime_error{"the control API cannot be served"};
     door.acceptor = std::make_unique<Acceptor>(
         std::move(socket), [this, &door](GSocketConnection *connection) { accepted(door, connection); });
 }
@@ -275,16 +304,17 @@ void HttpControl::answer(SoupServerMessage *message, const std::string &path, GH
     if (path.rfind(std::string{api} + "/", 0) == 0)
         return answer_command(message, path.substr(std::strlen(api) + 1), query);
 
+    const std::string name = path == "/" ? "index.html" : path.substr(1);
     const auto &files = console_files();
     const auto file =
-        std::find_if(files.begin(), files.end(), [&](const ConsoleFile &one) { return one.path == path; });
+        std::find_if(files.begin(), files.end(), [&](const EmbeddedFile &one) { return one.name == name; });
     if (path != api && file == files.end())
         return refuse(message, SOUP_STATUS_NOT_FOUND, "there is nothing here; GET /v1 says what there is");
     if (!is(message, "GET"))
         return refuse_method(message, "GET");
     if (path == api)
         return respond(message, SOUP_STATUS_OK, overview(agent_));
-    respond(message, SOUP_STATUS_OK, file->type, file->bytes);
+    respond(message, SOUP_STATUS_OK, type_of(name), file->bytes);
 }
 
 void HttpControl::answer_command(SoupServerMessage *message, const std::string &name, GHashTable *query)

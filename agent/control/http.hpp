@@ -32,6 +32,7 @@ private:
     struct Door {
         HttpControl &control;
         std::optional<Guard> guard; // a path has none
+        Ref<GSocket> other_end;     // of what the server believes to listen on
         Ref<SoupServer> server;
         std::unique_ptr<Acceptor> acceptor;
     };

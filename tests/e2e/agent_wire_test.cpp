@@ -2,8 +2,7 @@
 // The agent as its port shows it, asked by a client that sends and reads bytes: without the library, which never asks
 // an agent what it does not know.
 #include "application.hpp"
-
-#include <rpc_port_stub.h>
+#include "wire_client.hpp"
 
 #include <gtest/gtest.h>
 
@@ -12,72 +11,6 @@
 using namespace kv::test;
 
 namespace {
-
-using Bytes = std::string;
-
-Bytes int32(int value)
-{
-    Bytes bytes(4, '\0');
-    for (unsigned i = 0; i < 4; ++i)
-        bytes[i] = static_cast<char>((static_cast<unsigned>(value) >> (8 * i)) & 0xff);
-    return bytes;
-}
-
-class Client {
-public:
-    Client()
-    {
-        rpc_port_proxy_create(&proxy_);
-        rpc_port_proxy_add_connected_event_cb(
-            proxy_,
-            [](const char *, const char *, rpc_port_h port, void *data) { static_cast<Client *>(data)->port_ = port; },
-            this);
-        rpc_port_proxy_add_disconnected_event_cb(
-            proxy_, [](const char *, const char *, void *data) { static_cast<Client *>(data)->port_ = nullptr; }, this);
-    }
-    Client(const Client &) = delete;
-    Client &operator=(const Client &) = delete;
-    ~Client() { rpc_port_proxy_destroy(proxy_); }
-
-    void begin() { EXPECT_EQ(rpc_port_proxy_connect(proxy_, "org.korvane.agent", "kv_master"), 0); }
-    bool is_connected() const { return port_ != nullptr; }
-    bool connect()
-    {
-        begin();
-        return run_until([this] { return is_connected(); });
-    }
-
-    bool send(const Bytes &payload)
-    {
-        rpc_port_parcel_h parcel = nullptr;
-        EXPECT_EQ(rpc_port_parcel_create_from_raw(&parcel, payload.data(), payload.size()), 0);
-        const int error = rpc_port_parcel_send(parcel, port_);
-        rpc_port_parcel_destroy(parcel);
-        return error == 0;
-    }
-    /// The next parcel of the main port; "closed" when none comes.
-    Bytes receive()
-    {
-        rpc_port_parcel_h parcel = nullptr;
-        if (rpc_port_parcel_create_from_port(&parcel, port_) != 0)
-            return "closed";
-        const void *bytes = nullptr;
-        std::size_t size = 0;
-        rpc_port_parcel_get_raw(parcel, &bytes, &size);
-        Bytes payload{static_cast<const char *>(bytes), size};
-        rpc_port_parcel_destroy(parcel);
-        return payload;
-    }
-    Bytes ask(const Bytes &payload)
-    {
-        EXPECT_TRUE(send(payload));
-        return receive();
-    }
-
-private:
-    rpc_port_proxy_h proxy_ = nullptr;
-    rpc_port_h port_ = nullptr;
-};
 
 TEST(AgentWire, RefusesMethodsThatAreNewerThanItIs)
 {

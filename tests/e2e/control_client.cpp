@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "control_client.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace kv::test {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+template <class Address>
+int connect_to(int family, const Address &address)
+{
+    const int fd = ::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0)
+        return fd;
+    ::close(fd);
+    return -1;
+}
+
+std::size_t content_length(const std::string &head)
+{
+    const std::string member = "Content-Length: ";
+    const std::size_t at = head.find(member);
+    return at == std::string::npos ? 0 : std::strtoul(head.c_str() + at + member.size(), nullptr, 10);
+}
+
+} // namespace
+
+std::string text_of(const cJSON *value)
+{
+    const std::unique_ptr<char, decltype(&cJSON_free)> text{value ? cJSON_PrintUnformatted(value) : nullptr,
+                                                            cJSON_free};
+    return text ? text.get() : "";
+}
+
+std::string Document::at(const std::string &path) const
+{
+    const cJSON *value = value_.get();
+    std::istringstream names{path};
+    for (std::string name; value && std::getline(names, name, '.');)
+        value = cJSON_IsArray(value) ? cJSON_GetArrayItem(value, std::atoi(name.c_str()))
+                                     : cJSON_GetObjectItemCaseSensitive(value, name.c_str());
+    return cJSON_IsString(value) ? value->valuestring : text_of(value);
+}
+
+int Frame::close_code() const
+{
+    if (opcode != 8 || payload.size() < 2)
+        return -1;
+    return static_cast<unsigned char>(payload[0]) * 256 + static_cast<unsigned char>(payload[1]);
+}
+
+ControlConnection::ControlConnection(const AgentHome &home)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = home.runtime() / "control";
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    fd_ = connect_to(AF_UNIX, address);
+}
+
+ControlConnection::ControlConnection(int port)
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    fd_ = connect_to(AF_INET, address);
+    host = "127.0.0.1:" + std::to_string(port);
+}
+
+ControlConnection::~ControlConnection()
+{
+    if (fd_ >= 0)
+        ::close(fd_);
+}
+
+bool ControlConnection::send(std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        pollfd wait{fd_, POLLOUT, 0};
+        if (::poll(&wait, 1, deadline_ms) <= 0)
+            return false;
+        const ssize_t count = ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (count < 0)
+            return false;
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+bool ControlConnection::read_more(int milliseconds)
+{
+    pollfd wait{fd_, POLLIN, 0};
+    if (at_end_ || ::poll(&wait, 1, milliseconds) <= 0)
+        return false;
+    char bytes[65536];
+    const ssize_t count = ::read(fd_, bytes, sizeof bytes);
+    at_end_ = count <= 0;
+    if (!at_end_)
+        received_.append(bytes, static_cast<std::size_t>(count));
+    return !at_end_;
+}
+
+bool ControlConnection::fill(std::size_t size)
+{
+    while (received_.size() < size)
+        if (!read_more(deadline_ms))
+            return false;
+    return true;
+}
+
+bool ControlConnection::is_closed_within(int milliseconds)
+{
+    const auto deadline = Clock::now() + std::chrono::milliseconds{milliseconds};
+    while (!at_end_ && Clock::now() < deadline) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+        read_more(static_cast<int>(left));
+        received_.clear();
+    }
+    return at_end_;
+}
+
+Response ControlConnection::receive()
+{
+    Response response;
+    std::size_t end = 0;
+    while ((end = received_.find("\r\n\r\n")) == std::string::npos)
+        if (!read_more(deadline_ms)) {
+            response.closed = at_end_;
+            return response;
+        }
+    response.head = received_.substr(0, end + 2);
+    received_.erase(0, end + 4);
+    response.status = std::atoi(response.head.c_str() + response.head.find(' '));
+    const std::size_t length = response.status == 101 ? 0 : content_length(response.head);
+    response.closed = !fill(length);
+    response.body = received_.substr(0, length);
+    received_.erase(0, length);
+    return response;
+}
+
+Response ControlConnection::ask(const std::string &method, const std::string &target, const std::string &headers,
+                                const std::string &body)
+{
+    std::string request = method + " " + target + " HTTP/1.1\r\nHost: " + host + "\r\n" + authorization + headers;
+    if (!body.empty())
+        request += "Content-Length: " + std::to_string(body.size()) + "\r\n";
+    send(request + "\r\n" + body);
+    return receive();
+}
+
+Response ControlConnection::upgrade(const std::string &target, const std::string &headers)
+{
+    return ask("GET", target,
+               "Upgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
+               "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n" +
+                   headers);
+}
+
+Frame ControlConnection::next_frame()
+{
+    const auto byte = [this](std::size_t index) { return static_cast<unsigned char>(received_[index]); };
+    if (!fill(2))
+        return {};
+    std::size_t size = byte(1) & 0x7f;
+    std::size_t begin = 2;
+    if (size >= 126) {
+        const std::size_t more = size == 126 ? 2 : 8;
+        if (!fill(2 + more))
+            return {};
+        size = 0;
+        for (; begin < 2 + more; ++begin)
+            size = size << 8 | byte(begin);
+    }
+    if (!fill(begin + size))
+        return {};
+    Frame frame{byte(0) & 0x0f, received_.substr(begin, size)};
+    received_.erase(0, begin + size);
+    return frame;
+}
+
+void ControlConnection::send_frame(int opcode, const std::string &payload)
+{
+    // A client's frames are masked; with zeros the bytes stay as they are.
+    std::string frame{static_cast<char>(0x80 | opcode), static_cast<char>(0x80 | 127)};
+    for (int shift = 56; shift >= 0; shift -= 8)
+        frame += static_cast<char>(payload.size() >> shift & 0xff);
+    send(frame + std::string(4, '\0') + payload);
+}
+
+Document control_file(const AgentHome &home)
+{
+    std::ifstream file{home.runtime() / "control.json"};
+    return Document{{std::istreambuf_iterator<char>{file}, {}}};
+}
+
+} // namespace kv::test

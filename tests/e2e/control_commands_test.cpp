@@ -1,0 +1,321 @@
+// SPDX-License-Identifier: Apache-2.0
+// The commands that the control API has brought: the journal and waiting for it, the state as a whole, scenarios.
+#include "control_client.hpp"
+#include "wire_client.hpp"
+
+#include <gtest/gtest.h>
+
+#include <poll.h>
+
+using namespace kv::test;
+
+namespace {
+
+class Commands : public testing::Test {
+protected:
+    Response post(const std::string &command, const std::string &body = "{}", const char *file = __builtin_FILE(),
+                  int line = __builtin_LINE())
+    {
+        Response response = api.post(command, body);
+        if (response.status != 200)
+            ADD_FAILURE_AT(file, line) << command << " " << body << ": " << response.status << " " << response.body;
+        return response;
+    }
+    std::string state(const std::string &path) { return post("state", R"({"path":")" + path + R"("})").at("state"); }
+    std::string snapshot() { return post("snapshot").at("snapshot"); }
+    void restore(const std::string &snapshot) { post("restore", R"({"snapshot":)" + snapshot + "}"); }
+    bool becomes(const std::string &path, const std::string &value)
+    {
+        return run_until([&] { return state(path) == value; });
+    }
+
+    AgentHome home;
+    AgentProcess agent{home};
+    ControlConnection api{home};
+};
+
+// ---- the journal -----------------------------------------------------------------------------------------------------
+
+TEST_F(Commands, ListTheJournalFromAnEntryOnAndByPages)
+{
+    for (int i = 0; i < 4; ++i)
+        post("clock", R"({"what":"run"})");
+    const Response all = post("journal");
+    EXPECT_EQ(all.at("entries.0.seq"), "1");
+    EXPECT_EQ(all.at("entries.0.agent"), "ready");
+    EXPECT_EQ(all.at("entries.4.seq"), "5");
+    EXPECT_EQ(all.at("next"), "6");
+    const Response page = post("journal", R"({"since":2,"limit":2})");
+    EXPECT_EQ(page.at("entries.0.seq"), "2");
+    EXPECT_EQ(page.at("entries.2"), "");
+    EXPECT_EQ(page.at("next"), "4");
+    EXPECT_EQ(post("journal", R"({"since":4,"limit":2})").at("next"), "6");
+    EXPECT_EQ(post("journal", R"({"since":1000})").body, R"({"ok":true,"entries":[],"next":6})");
+    EXPECT_EQ(post("journal", R"({"limit":0})").at("entries"), "[]");
+    EXPECT_EQ(post("journal", R"({"filter":{"agent":"ready"}})").at("next"), "6");
+    EXPECT_EQ(post("journal", R"({"filter":{"agent":"ready"}})").at("entries.1"), "");
+}
+
+TEST_F(Commands, CountEntriesAndForgetThem)
+{
+    Client application;
+    ASSERT_TRUE(application.connect());
+    application.ask(int32(4));
+    application.ask(int32(66) + int32(7));
+    EXPECT_EQ(post("count").at("count"), "4") << "ready, connected, two requests";
+    EXPECT_EQ(post("count", R"({"filter":{"method":"send_presence","arguments":{"presence":7}}})").at("count"), "1");
+    EXPECT_EQ(post("count", R"({"filter":{"method":"send_presence","arguments":{"presence":8}}})").at("count"), "0");
+    EXPECT_EQ(api.get("/v1/count?filter=%7B%22method%22%3A%22stop%22%7D").at("count"), "1");
+    post("clear");
+    EXPECT_EQ(post("count").at("count"), "1") << "that it was cleared is noted";
+    EXPECT_EQ(post("journal").at("entries.0.seq"), "5");
+}
+
+TEST_F(Commands, KeepTheLatestTenThousandEntries)
+{
+    Client application;
+    ASSERT_TRUE(application.connect());
+    for (int i = 0; i < 10'100; ++i)
+        ASSERT_EQ(application.ask(int32(4)).size(), 8U);
+    EXPECT_EQ(post("count").at("count"), "10000");
+    const Response oldest = post("journal", R"({"limit":1})");
+    EXPECT_EQ(oldest.at("entries.0.seq"), "103") << "ready, connected and 10,100 requests, without the first 102";
+}
+
+TEST_F(Commands, WaitUntilAnEntryComesWhileTheAgentServes)
+{
+    ControlConnection waiting{home};
+    const std::string body = R"({"filter":{"method":"send_presence"},"within_ms":10000})";
+    waiting.send("POST /v1/wait HTTP/1.1\r\nHost: x\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
+                 body);
+    Client application;
+    ASSERT_TRUE(application.connect());
+    EXPECT_EQ(application.ask(int32(4)), int32(0) + int32(0));
+    EXPECT_EQ(application.ask(int32(66) + int32(3)), int32(0) + int32(0));
+    const Response response = waiting.receive();
+    EXPECT_EQ(response.status, 200);
+    EXPECT_EQ(response.at("entry.method"), "send_presence");
+    EXPECT_EQ(response.at("entry.arguments.presence"), "3");
+    EXPECT_EQ(waiting.get("/v1/count").status, 200) << "the connection goes on";
+}
+
+TEST_F(Commands, WaitForWhatWasBeforeOnlyWhenAsked)
+{
+    EXPECT_EQ(api.post("wait", R"({"filter":{"agent":"ready"},"within_ms":20})").status, 400);
+    EXPECT_EQ(post("wait", R"({"filter":{"agent":"ready"},"since":0})").at("entry.seq"), "1");
+    EXPECT_EQ(api.post("wait", R"({"filter":{"agent":"ready"},"since":2,"within_ms":20})").status, 400);
+}
+
+TEST_F(Commands, SayWhatCameNearestWhenNothingCame)
+{
+    EXPECT_EQ(api.post("wait", R"({"within_ms":10})").at("error"), "not within 10 ms; nothing was noted");
+    EXPECT_EQ(api.post("wait", R"({"filter":{"agent":"ready","version":"1.0"},"since":0,"within_ms":10})").at("error"),
+              R"(not within 10 ms; nearest was entry 1: version is "2.3", not "1.0")");
+}
+
+TEST_F(Commands, WaitForNobodyWhoHasGone)
+{
+    const std::string request = "GET /v1/wait?within_ms=600000 HTTP/1.1\r\nHost: x\r\n\r\n";
+    {
+        std::vector<ControlConnection> waiting;
+        for (int i = 0; i < 63; ++i) { // besides our own
+            waiting.emplace_back(home);
+            ASSERT_TRUE(waiting.back().send(request));
+        }
+        ASSERT_TRUE(run_until([&] { return ControlConnection{home}.get("/v1/count").status == 503; }));
+    }
+    EXPECT_TRUE(run_until([&] { return ControlConnection{home}.get("/v1/count").status == 200; }));
+    ControlConnection left{home};
+    left.send(request);
+    EXPECT_EQ(agent.command("quit"), R"({"ok":true})");
+    EXPECT_EQ(agent.wait(), 0) << "one that still waits does not keep the agent";
+}
+
+TEST_F(Commands, WaitInLinesToo)
+{
+    EXPECT_NE(agent.command(R"(wait {"agent":"ready"} 1000 0)").find(R"("entry":{"seq":1,)"), std::string::npos);
+    EXPECT_EQ(agent.command("wait - 10"), R"({"ok":false,"error":"not within 10 ms; nothing was noted"})");
+}
+
+TEST_F(Commands, AreNotedWhenTheyChangeSomething)
+{
+    post("state");
+    api.post("emit", R"({"event":"no_such_cb"})");
+    agent.command("clock run");
+    const Response response = post("journal", R"({"since":2})");
+    EXPECT_EQ(response.at("entries.0.command"), "emit");
+    EXPECT_EQ(response.at("entries.0.ok"), "false");
+    EXPECT_EQ(response.at("entries.1.command"), "clock");
+    EXPECT_EQ(response.at("entries.1.ok"), "true");
+    EXPECT_EQ(response.at("next"), "4");
+}
+
+// ---- the state as a whole --------------------------------------------------------------------------------------------
+
+TEST_F(Commands, TakeTheStateAndPutItBack)
+{
+    const std::string fresh = snapshot();
+    Client application;
+    ASSERT_TRUE(application.connect());
+    application.ask(int32(3) + int32(0) + int32(0) + int32(0));    // start
+    application.ask(int32(41) + int32(3) + int32(4) + "lamp");     // register_sub_device
+    application.ask(int32(33) + int32(4) + "1234");                // set_preconfigured_pin
+    application.ask(int32(77) + int32(3) + "\xff\xfeZ");           // set_device_name, no UTF-8
+    application.ask(int32(68) + int32(2) + int32(30) + int32(60)); // set_keepalive_intervals
+    application.ask(int32(69) + int32(1) + int32(1));              // select_keepalive_intervals
+    application.ask(int32(40) + int32(7) + int32(3) + "E12");      // set_last_status_info
+    application.ask(int32(55) + int32(2) + "{}");                  // set_sso_list
+    const std::string used = snapshot();
+    const Document shown{used};
+    EXPECT_EQ(shown.at("running"), "true");
+    EXPECT_EQ(shown.at("sub_devices.3"), R"({"device_id":"lamp","presence":0})");
+    EXPECT_EQ(shown.at("setup.preconfigured_pin"), "1234") << "a snapshot holds secrets, or it could not be restored";
+    EXPECT_EQ(shown.at("cloud.device_names.0"), R"({"base64":"//5a"})");
+    EXPECT_EQ(shown.at("cloud.keep_alive.selected"), "[1]");
+
+    post("reset");
+    EXPECT_EQ(snapshot(), fresh);
+    restore(used);
+    EXPECT_EQ(snapshot(), used);
+    EXPECT_EQ(state("sub_devices.3.device_id"), "lamp");
+    EXPECT_EQ(state("told.set_preconfigured_pin.pin"), "<secret, 4 bytes>");
+    EXPECT_EQ(application.ask(int32(42) + int32(3)), int32(0) + int32(0)) << "the agent goes by it";
+    EXPECT_EQ(state("sub_devices"), "{}");
+    restore("{}");
+    EXPECT_EQ(snapshot(), fresh) << "what is not named is as in a fresh device";
+}
+
+TEST_F(Commands, RefuseSnapshotsThatAreNoneAndChangeNothing)
+{
+    restore(R"({"running":true})");
+    const std::string before = snapshot();
+    const std::pair<const char *, const char *> wrong[] = {
+        {R"({"running":1})", "snapshot.running must be true or false, not 1"},
+        {R"({"runing":true})", "there is no 'runing' here"},
+        {R"({"setup":[]})", "snapshot.setup must be an object"},
+        {R"({"setup":{"stage":6}})", "snapshot.setup.stage must be 0 to 5, not 6"},
+        {R"({"setup":{"stage":"done"}})", "snapshot.setup.stage must be 0 to 5"},
+        {R"({"setup":{"networks":[{"ssid":5}]}})", "snapshot.setup.networks.0.ssid must be a text"},
+        {R"({"setup":{"networks":[{"ssid":{"base64":5}}]}})", "snapshot.setup.networks.0.ssid must be a text"},
+        {R"({"setup":{"pin":{"tries_left":4}}})", "tries_left must be 0 to 3"},
+        {R"({"setup":{"pin":{"kind":3}}})", "snapshot.setup.pin.kind must be 0 to 2"},
+        {R"({"setup":{"last_request":2147483647}})", "last_request must be 0 to 999999999"},
+        {R"({"cloud":{"keep_alive":{"intervals":[10],"selected":[1]}}})", "must be indexes of its intervals"},
+        {R"({"cloud":{"keep_alive":{"selected":[0]}}})", "must be indexes of its intervals"},
+        {R"({"cloud":{"next_sign_up":{"after_ms":-1}}})", "cannot be negative"},
+        {R"({"signed_in":true})", "a device that is signed in is signed up"},
+        {R"({"told":{"5":""}})", "must go by the ids of methods"},
+        {R"({"told":{"x":""}})", "must be a whole number"},
+        {R"({"nicks":{"0":{}}})", "snapshot.nicks.0 must be a text"},
+    };
+    for (const auto &[text, reason] : wrong) {
+        const Response response = api.post("restore", R"({"snapshot":)" + std::string{text} + "}");
+        EXPECT_EQ(response.status, 400) << text;
+        EXPECT_NE(response.at("error").find(reason), std::string::npos) << text << ": " << response.body;
+        EXPECT_EQ(snapshot(), before) << text;
+    }
+    std::string many = R"({"nicks":{"0":"")";
+    for (int i = 1; i <= 1024; ++i)
+        many += ",\"" + std::to_string(i) + "\":\"\"";
+    EXPECT_EQ(api.post("restore", R"({"snapshot":)" + many + "}}}").status, 400);
+    restore(R"({"told":{"3":"short","77":{"base64":"/////w=="}}})");
+    EXPECT_EQ(state("told"), R"({"start":{},"set_device_name":{}})") << "a request that cannot be read is shown as far";
+}
+
+TEST_F(Commands, ResetTheDeviceButNotItsApplications)
+{
+    Client application;
+    ASSERT_TRUE(application.connect());
+    application.ask(int32(6) + int32(1) + int32(5) + Bytes(1, '\0')); // set_status_changed_cb
+    post("personality", R"({"name":"owned-and-signed-in"})");
+    post("fault", R"({"method":"all","fault":"silent"})");
+    post("clock", R"({"what":"stand"})");
+    post("reset");
+    EXPECT_EQ(state("signed_in"), "false");
+    EXPECT_EQ(state("cloud.session"), "null");
+    EXPECT_EQ(state("faults"), "{}");
+    EXPECT_EQ(state("peers.0.delegates"), R"(["status_changed_cb"])");
+    EXPECT_EQ(api.post("clock", R"({"what":"advance","ms":1})").status, 400) << "it runs again";
+    EXPECT_EQ(post("emit", R"({"event":"status_changed_cb"})").at("peers"), "1");
+}
+
+TEST_F(Commands, MakeItAnotherDevice)
+{
+    post("personality", R"({"name":"owned-and-signed-in"})");
+    for (const char *member : {"running", "set_up", "owned", "signed_up", "signed_in"})
+        EXPECT_EQ(state(member), "true") << member;
+    EXPECT_EQ(state("setup.stage"), "done");
+    EXPECT_EQ(state("thing_status"), "2");
+    EXPECT_NE(state("cloud.session.remote"), "");
+    EXPECT_EQ(state("cloud.credentials.access_token"), "<secret, 19 bytes>");
+    post("cloud", R"({"step":"drop-session"})");
+    post("cloud", R"({"step":"restore-session"})");
+
+    post("personality", R"({"name":"old-agent-1.2"})");
+    EXPECT_EQ(state("version"), "1.2");
+    EXPECT_EQ(state("owned"), "false");
+    EXPECT_EQ(control_file(home).at("version"), "1.2");
+    Client application;
+    ASSERT_TRUE(application.connect());
+    EXPECT_EQ(application.ask(int32(48) + int32(14) + int32(1) + Bytes(1, '\0')), int32(0) + int32(-1)) << "of 1.3";
+
+    post("personality", R"({"name":"under-update"})");
+    EXPECT_TRUE(run_until([&] { return !application.is_connected(); }));
+    EXPECT_EQ(state("peers"), "[]") << "the control API stays";
+    post("update", R"({"step":"complete","value":"2.1"})");
+    EXPECT_EQ(state("version"), "2.1");
+    post("personality", R"({"name":"fresh-device"})");
+    EXPECT_EQ(api.post("personality", R"({"name":"robot"})").at("error"),
+              "there is no personality 'robot'; it is one of fresh-device, old-agent-1.2, owned-and-signed-in, "
+              "under-update");
+}
+
+// ---- scenarios -------------------------------------------------------------------------------------------------------
+
+TEST_F(Commands, PlayAScenario)
+{
+    EXPECT_EQ(state("play"), "null");
+    EXPECT_EQ(post("play", R"({"scenario":{"title":"greeting","steps":[
+        {"say":"hello"}, {"expect":"send_presence","with":{"presence":2}}, {"update":"ready","value":"on"}]}})")
+                  .body,
+              R"({"ok":true,"started":true})");
+    EXPECT_TRUE(becomes("play.step", R"(expect send_presence {"presence":2})"));
+    EXPECT_EQ(state("play.running"), "true");
+    EXPECT_EQ(state("play.title"), "greeting");
+    EXPECT_EQ(api.post("play", R"({"scenario":{"steps":[]}})").at("error"),
+              "a scenario is being played; 'stop-play' ends it");
+    Client application;
+    ASSERT_TRUE(application.connect());
+    application.ask(int32(66) + int32(2));
+    EXPECT_TRUE(becomes("play.running", "false"));
+    EXPECT_EQ(state("play.problem"), "");
+    EXPECT_EQ(state("update_ready"), "true");
+}
+
+TEST_F(Commands, TellHowAScenarioFailed)
+{
+    post("play", R"({"scenario":{"steps":[{"expect":"send_presence","within_ms":10}]}})");
+    EXPECT_TRUE(becomes("play.running", "false"));
+    EXPECT_EQ(state("play.problem"), "line 1, expect send_presence: not within 10 ms; nothing was called");
+    EXPECT_EQ(post("wait", R"({"filter":{"scenario":{"any":true},"ok":false},"since":0})").at("entry.line"), "1");
+}
+
+TEST_F(Commands, StopAScenario)
+{
+    post("play", R"({"scenario":{"steps":[{"wait_ms":600000}]}})");
+    EXPECT_TRUE(becomes("play.step", "wait 600000 ms"));
+    post("stop-play");
+    EXPECT_EQ(state("play.running"), "false");
+    EXPECT_EQ(state("play.problem"), "line 1, wait 600000 ms: it was stopped");
+    EXPECT_EQ(api.post("stop-play").at("error"), "no scenario is being played");
+    post("play", R"({"scenario":{"steps":[{"say":"before"},{"stop-play":true},{"say":"never"}]}})");
+    EXPECT_TRUE(becomes("play.running", "false")) << "by itself, too";
+    EXPECT_EQ(post("count", R"({"filter":{"step":"never"}})").at("count"), "0");
+}
+
+TEST_F(Commands, MayNotWaitInAScenario)
+{
+    EXPECT_EQ(api.post("play", R"({"scenario":{"steps":[{"wait":{}}]}})").status, 400);
+}
+
+} // namespace

@@ -20,12 +20,24 @@ set(pkg_config_packages korvane)
 
 if(KORVANE_PLATFORM STREQUAL "host")
     file(RELATIVE_PATH from_bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-    set_target_properties(korvane-agent PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
+    set_target_properties(korvane-agent korvanectl PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
     install(TARGETS kvplatform EXPORT korvane-targets)
-    install(TARGETS korvane-agent)
+    install(TARGETS korvane-agent korvanectl)
     install(TARGETS korvane-test EXPORT korvane-targets)
     install(FILES ${PROJECT_SOURCE_DIR}/testing/korvane_test.h ${PROJECT_SOURCE_DIR}/testing/korvane_test.hpp TYPE INCLUDE)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/testing/example DESTINATION ${CMAKE_INSTALL_DOCDIR}/testing)
+    # The scripts are the program's own; each only asks it.
+    foreach(shell_and_place IN ITEMS
+            "bash|${CMAKE_INSTALL_DATADIR}/bash-completion/completions/korvanectl"
+            "zsh|${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions/_korvanectl")
+        string(REPLACE "|" ";" shell_and_place "${shell_and_place}")
+        list(GET shell_and_place 0 shell)
+        list(GET shell_and_place 1 place)
+        cmake_path(GET place PARENT_PATH folder)
+        cmake_path(GET place FILENAME name)
+        install(FILES ${PROJECT_BINARY_DIR}/tools/ctl/completion.${shell} DESTINATION ${folder} RENAME ${name}
+            OPTIONAL)
+    endforeach()
     list(APPEND pkg_config_packages kvplatform)
 endif()
 foreach(example first-device washer hub sensor common)

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "function.hpp"
 
+#include "caller.hpp"
 #include "failure.hpp"
-#include "slot.hpp"
 #include "suggest.hpp"
 
 #include <glib.h>

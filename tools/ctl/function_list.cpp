@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "slot.hpp"
+#include "caller.hpp"
 
 namespace kv::ctl {
 

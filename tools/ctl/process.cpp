@@ -50,6 +50,8 @@ void become(void *program)
         prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (!wanted->in_foreground && !wanted->outlives)
         setpgid(0, 0); // Ctrl-C is for this process, which ends the others in their order
+    if (wanted->out_to_error)
+        dup2(STDERR_FILENO, STDOUT_FILENO);
 }
 
 /// Sources that hold their function.

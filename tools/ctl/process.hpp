@@ -17,6 +17,7 @@ struct Program {
     int out = -1; // its standard output and error, where they are not this process's
     int err = -1;
     int passed = -1;            // one more descriptor that it gets, under the same number
+    bool out_to_error = false;  // its standard output goes to this process's standard error
     bool in_foreground = false; // shares this process's standard input and terminal signals
     bool outlives = false;      // stays when this process ends
 };

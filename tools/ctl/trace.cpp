@@ -54,6 +54,7 @@ int trace(const Context &context)
     program.environment["KORVANE_TRACE"] = "fd:" + std::to_string(ends[1]);
     program.passed = ends[1];
     program.in_foreground = true;
+    program.out_to_error = out.json; // lines of JSON stay among themselves
     child.start(program, [&] {
         ended = true;
         // Something that the program has left behind may hold the other end.

@@ -27,9 +27,16 @@ struct Verb {
     bool runs_program = false; // takes a program behind "--"
 };
 
+extern const Verb agent_verb;
+extern const Verb do_verb;
+extern const Verb log_verb;
+extern const Verb run_verb;
+extern const Verb record_verb;
+extern const Verb top_verb;
+extern const Verb trace_verb;
 extern const Verb call_verb;
 extern const Verb functions_verb;
-extern const Verb trace_verb;
 extern const Verb doctor_verb;
+extern const Verb completion_verb;
 
 } // namespace kv::ctl

@@ -7,6 +7,8 @@ import {Stage, narrow, openBrowser, openPage} from './stage.mjs';
 const [directory] = process.argv.slice(2);
 mkdirSync(directory, {recursive: true});
 
+// Small files: the guide is read over slow lines too.
+const wide = {width: 1180, height: 640};
 const radio = [
   {ssid: 'home', bssid: '02:00:00:00:00:01', authtype: 4, enctype: 3, channel: 6, frequency: 2437, signal_level: -48, password: 'laundry day'},
   {ssid: 'home', bssid: '02:00:00:00:00:02', authtype: 4, enctype: 3, channel: 44, frequency: 5220, signal_level: -61, password: 'laundry day'},
@@ -35,12 +37,12 @@ const phone = (stage, ...steps) => steps.reduce((before, [step, values = {}]) =>
 const identified = [['connect'], ['confirm'], ['pin', {pin: '20260417'}], ['enter-pin', {pin: '20260417'}]];
 
 const browser = await openBrowser();
-await picture('light', {colorScheme: 'light'}, async ({page, stage}) => {
+await picture('light', {colorScheme: 'light', viewport: wide}, async ({page, stage}) => {
   await phone(stage, ...identified);
   await page.locator('[data-step="scan"] button').click();
   await page.getByRole('radio', {name: /home/}).first().check();
 });
-await picture('dark', {colorScheme: 'dark'}, async ({page, stage, washer}) => {
+await picture('dark', {colorScheme: 'dark', viewport: wide}, async ({page, stage, washer}) => {
   await phone(stage, ...identified, ['vendor-info', {text: {account: {region: 'EU', user_id: 'ada', access_token: 'sample', client_id: 'washer'}}}], ['scan']);
   await stage.stateBecomes('networks', ({setup}) => setup.networks.length > 0);
   await phone(stage, ['choose', {index: 0, password: 'laundry day'}]);

@@ -172,7 +172,8 @@ export class Agent extends EventTarget {
       this.dispatchEvent(new CustomEvent('entry', {detail: entry}));
       this.refresh();
     };
-    socket.onclose = ({reason}) => this.#socket === socket && this.#lost(new Error(reason));
+    socket.onclose = ({reason, code}) => this.#socket === socket
+      && this.#lost(new Error(reason || `the stream ended with code ${code}`));
   }
 
   #close() {

@@ -36,6 +36,7 @@ struct Parameter {
     const char *name;
     Kind kind;
     bool required;
+    std::vector<const char *> choices{}; // all that a word can be; empty for any
 };
 
 /// A command whose answer is yet to come. Destroyed, it is given up.

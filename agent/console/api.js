@@ -4,6 +4,7 @@
 const tokenKey = 'korvane-token';
 const firstPause = 500;
 const longestPause = 5000;
+const stateAfter = 60;   // a hundred entries a second are no reason to ask for the state as often
 const stateEvery = 3000; // what changes by the agent's clock alone stands in no journal
 const history = 2000;    // how much of what was before the page is shown
 const pastAll = 2147483647;
@@ -23,7 +24,8 @@ export class Agent extends EventTarget {
   description = null; // GET /v1/describe
   state = null;       // GET /v1/state
   status = 'connecting';
-  #next = 0;          // the journal's entry that is to come
+  #last = null;       // the journal's entry that came last
+  #next = 1;          // where the stream begins
 
   start() {
     this.#takeToken();
@@ -94,7 +96,8 @@ export class Agent extends EventTarget {
       this.#again = true;
       return;
     }
-    this.#refreshing = this.#refresh().catch((problem) => this.#lost(problem)).finally(() => {
+    const pause = () => new Promise((resolve) => { setTimeout(resolve, stateAfter); });
+    this.#refreshing = this.#refresh().catch((problem) => this.#lost(problem)).then(pause).finally(() => {
       this.#refreshing = null;
       if (this.#again) {
         this.#again = false;
@@ -103,12 +106,19 @@ export class Agent extends EventTarget {
     });
   }
 
+  /// The same agent's description stays the same object, so that no form is made anew below somebody's hands.
+  async #describe() {
+    const description = await this.ask('describe');
+    if (JSON.stringify(description) !== JSON.stringify(this.description))
+      this.description = description;
+  }
+
   async #refresh() {
     if (this.status === 'locked' || this.status === 'away')
       return;
     const {state} = await this.ask('state');
     if (state.version !== this.description?.version)
-      this.description = await this.ask('describe');
+      await this.#describe();
     this.state = state;
     this.dispatchEvent(new Event('state'));
   }
@@ -123,7 +133,7 @@ export class Agent extends EventTarget {
       this.commands = commands;
       this.name = agent;
       this.version = version;
-      this.description = await this.ask('describe');
+      await this.#describe();
       await this.#whereToBegin();
       this.#listen();
     } catch (problem) {
@@ -131,14 +141,20 @@ export class Agent extends EventTarget {
     }
   }
 
-  /// Goes on where the stream ended, unless that was another agent's, whose entries were counted anew.
+  /// Goes on where the stream ended, unless that was another agent's, whose entries are counted anew.
   async #whereToBegin() {
     const {next} = await this.ask('journal', {since: pastAll, limit: 0});
-    if (next < this.#next) {
-      this.#next = 0;
+    if (this.#last && !await this.#isKnown(this.#last)) {
+      this.#last = null;
       this.dispatchEvent(new Event('another'));
     }
-    this.#next = Math.max(this.#next, next - history, 1);
+    this.#next = Math.max(this.#last ? this.#last.seq + 1 : 1, next - history);
+  }
+
+  /// Whether the journal has the entry, or had it and has forgotten it.
+  async #isKnown({seq, time_us: time}) {
+    const {entries: [first], next} = await this.ask('journal', {since: seq, limit: 1});
+    return first ? first.seq > seq || first.time_us === time : next > seq;
   }
 
   #listen() {
@@ -152,11 +168,12 @@ export class Agent extends EventTarget {
     };
     socket.onmessage = ({data}) => {
       const entry = JSON.parse(data);
-      this.#next = entry.seq + 1;
+      this.#last = entry;
       this.dispatchEvent(new CustomEvent('entry', {detail: entry}));
       this.refresh();
     };
-    socket.onclose = ({reason}) => this.#socket === socket && this.#lost(new Error(reason));
+    socket.onclose = ({reason, code}) => this.#socket === socket
+      && this.#lost(new Error(reason || `the stream ended with code ${code}`));
   }
 
   #close() {

@@ -17,12 +17,10 @@ const initial = {
   'next-sign-up': {outcome: 'fail', after_ms: 0}, 'keepalive': {result: 0}, 'diagnostics': {value: 0, text: {}},
 };
 
-function light(name, on, text) {
+function light(name, on, text, details) {
   return h('div', {class: `light ${on ? 'on' : 'off'}`, 'data-light': name, 'data-on': String(on)},
-    h('span', {class: 'dot', 'aria-hidden': 'true'}), h('span', {}, text));
+    h('span', {class: 'dot', 'aria-hidden': 'true'}), h('span', {}, text, h('small', {}, details ?? (on ? 'yes' : 'no'))));
 }
-
-const yes = (on, positive, negative) => on ? positive : negative;
 
 export class Cloud {
   #steps = [];
@@ -79,19 +77,17 @@ export class Cloud {
     renew(this.facts, [state.owned, state.signed_up, state.signed_in, cloud], () => {
       const alive = cloud.keep_alive;
       const facts = [
-        ['Owner', state.owned ? cloud.owner || 'somebody' : 'nobody'],
         ['Next sign-up', cloud.signing_up ? 'under way' : `will ${cloud.next_sign_up.outcome}`
           + (cloud.next_sign_up.after_ms ? ` after ${cloud.next_sign_up.after_ms} ms` : '')],
-        cloud.session && ['Session', `${cloud.session.local} → ${cloud.session.remote}, ${cloud.session.sent} bytes out, ${cloud.session.received} in`],
-        ['Keep-alive', `every ${alive.interval_s} s, ${alive.rounds} so far, ending with ${alive.result}`],
+        cloud.session && ['Session', `${cloud.session.local} → ${cloud.session.remote} · ${cloud.session.sent} bytes out, ${cloud.session.received} in`],
+        ['Keep-alive', `every ${alive.interval_s} s · ${alive.rounds} sent · result ${alive.result}`],
         cloud.presence !== null && ['Presence', String(cloud.presence)],
         cloud.last_status && ['Last status', `${cloud.last_status.error_code} at ${cloud.last_status.timestamp}`],
         cloud.sign_in_disabled && ['Signing in', 'disabled by the application'],
       ].filter(Boolean);
       return [
-        h('div', {class: 'lights'}, light('owned', state.owned, yes(state.owned, 'Owned', 'Not owned')),
-          light('signed_up', state.signed_up, yes(state.signed_up, 'Signed up', 'Not signed up')),
-          light('signed_in', state.signed_in, yes(state.signed_in, 'Signed in', 'Not signed in'))),
+        h('div', {class: 'lights'}, light('owned', state.owned, 'Owned', state.owned && cloud.owner ? plain(cloud.owner) : undefined),
+          light('signed_up', state.signed_up, 'Signed up'), light('signed_in', state.signed_in, 'Signed in')),
         h('dl', {class: 'facts'}, facts.map(([name, value]) => [h('dt', {}, name), h('dd', {}, plain(value))])),
       ];
     });

@@ -63,7 +63,7 @@ agent.addEventListener('status', () => {
   document.body.dataset.status = agent.status;
   byId('status').textContent = words;
   byId('banner').hidden = told === '';
-  byId('banner').textContent = told;
+  byId('banner').textContent = told && agent.problem ? `${told} (${agent.problem})` : told;
   byId('locked').hidden = agent.status !== 'locked';
   byId('main').inert = agent.status === 'locked';
   if (agent.status === 'locked')

@@ -19,9 +19,9 @@ function lock(network) {
     title: `authentication ${network.authtype}, encryption ${network.enctype}`});
 }
 
-function facts({channel, frequency, bssid}) {
-  return [frequency ? `${(frequency / 1000).toFixed(1)} GHz` : null, channel ? `channel ${channel}` : null, bssid]
-    .filter(Boolean).map(plain).join(' · ');
+function facts({channel, frequency}) {
+  return [frequency ? `${(frequency / 1000).toFixed(1)} GHz` : null, channel ? `channel ${channel}` : null]
+    .filter(Boolean).join(' · ');
 }
 
 export function makeNetworkForm(step, agent) {
@@ -67,7 +67,7 @@ export function makeNetworkForm(step, agent) {
     const kept = choice();
     renew(items, setup.networks, () => [
       setup.networks.map((network, index) => option(String(index),
-        h('span', {class: 'ssid'}, h('bdi', {}, plain(network.ssid)), h('small', {}, facts(network))),
+        h('span', {class: 'ssid', title: plain(network.bssid)}, h('bdi', {}, plain(network.ssid)), h('small', {}, facts(network))),
         lock(network), bars(network.signal_level))),
       option(hidden, h('span', {class: 'ssid'}, 'A hidden network')),
     ]);

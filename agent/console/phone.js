@@ -30,7 +30,8 @@ const wizard = [
     title: 'Show that you are there', done: ({setup}) => setup.pin.verified || setup.confirmed === true,
     steps: [
       {name: 'confirm', label: 'Ask to confirm', when: (state) => underWay(state) && state.setup.confirmed !== true},
-      {name: 'pin', label: 'Ask for the PIN', when: (state) => underWay(state) && !pinIsAsked(state)},
+      {name: 'pin', label: 'Ask for the PIN', folded: 'PIN', initial: () => ({kind: 'display'}),
+       when: (state) => underWay(state) && !pinIsAsked(state)},
       {name: 'enter-pin', label: 'Check', when: pinIsAsked},
     ],
   },
@@ -71,7 +72,7 @@ const wizard = [
       {name: 'rename', label: 'Rename', when: ({set_up}) => set_up, folded: 'Another name',
        initial: ({nicks}) => ({nick: nicks[0] ?? '', device_no: 0})},
       {name: 'remove', label: 'Remove the device', when: ({set_up, owned}) => set_up || owned, folded: 'Remove'},
-      {name: 'leave', label: 'Leave', when: connected},
+      {name: 'leave', label: 'Leave', when: connected, folded: 'Leave'},
     ],
   },
 ];
@@ -108,6 +109,7 @@ const notes = {
 };
 
 const outcomes = {
+  'scan': () => '', // the list says it
   'enter-pin': ({verified, tries_left: left}) => {
     if (!verified)
       throw new Error(left > 0 ? `That is not the PIN; ${left} more.` : 'That is not the PIN, and it was the last try.');
@@ -117,6 +119,7 @@ const outcomes = {
 
 export class Phone {
   #steps = [];
+  #next = '';
   #heard = ''; // an ultrasound PIN, which only the phone hears
 
   constructor(root, agent) {
@@ -193,6 +196,8 @@ export class Phone {
       if (offered && (step.element.hidden || !step.form)) {
         step.form = this.#form(step, state); // afresh, with nothing of an earlier setup in it
         step.body.replaceChildren(step.form);
+        if (step.folded)
+          step.element.open = step.name === next;
       }
       step.element.hidden = !offered;
       if (!offered)
@@ -200,8 +205,11 @@ export class Phone {
       step.note.textContent = notes[step.name]?.(state) ?? '';
       step.form.show?.(state);
       step.form.button.classList.toggle('primary', step.name === next);
+      if (step.folded && next !== this.#next && [next, this.#next].includes(step.name))
+        step.element.open = step.name === next;
     }
     this.#keepFocus(next);
+    this.#next = next;
     for (const group of this.groups) {
       const done = group.done(state);
       group.element.hidden = !done && group.steps.every((step) => step.element.hidden);

@@ -45,7 +45,7 @@ export class Faults {
   show({faults}) {
     renew(this.coming, faults, () => Object.entries(faults).map(([method, {fault, value, times}]) => {
       const form = this.agent.description.faults.find(({name}) => name === fault);
-      const back = () => this.agent.run('fault', {method, fault, times: 0, ...form?.value && {value}}).catch(() => {});
+      const back = () => this.agent.run('fault', {method, form: fault, times: 0, ...form?.value && {value}}).catch(() => {});
       return h('li', {class: 'coming', 'data-fault': method},
         h('span', {}, h('b', {}, method === 'all' ? 'every method' : plain(method)), ` ${inWords(fault)}`,
           form?.value ? ` ${value}` : '', h('small', {}, times === 1 ? ' once' : ` ${times} times`)),

@@ -12,7 +12,7 @@ const kinds = [
   {name: 'call', sign: '→', is: ({method}) => method !== undefined,
     title: ({method, id}) => method || `method ${id}`,
     words: ({arguments: given = {}}) => compact(given).slice(1, -1),
-    end: ({answer = {}, duration_us: us}) => [`${compact(answer).slice(1, -1)}`, `${us} µs`]},
+    end: ({answer: {result, ...out} = {}, duration_us: us}) => [compact({result, ...out}).slice(1, -1), `${us} µs`]},
   {name: 'event', sign: '←', is: ({event}) => event !== undefined, title: ({event}) => event,
     words: ({values = {}}) => compact(values).slice(1, -1)},
   {name: 'connection', sign: '·', is: ({connection}) => connection !== undefined, title: ({connection}) => connection,
@@ -48,7 +48,7 @@ export class Timeline {
 
   constructor(parts) {
     Object.assign(this, parts); // list, text, kind, method, pause, clear, count, live, newest
-    this.kind.append(h('option', {value: ''}, 'Every kind'), kinds.map(({name}) => h('option', {value: name}, inWords(name))));
+    this.kind.append(h('option', {value: ''}, 'Every kind'), ...kinds.map(({name}) => h('option', {value: name}, inWords(name))));
     for (const input of [this.text, this.kind, this.method])
       input.addEventListener('input', () => this.#filter());
     this.pause.addEventListener('click', () => this.#setPaused(!this.paused));
@@ -216,6 +216,7 @@ export class Timeline {
     button.setAttribute('aria-expanded', String(!open));
     row.querySelector('pre')?.remove();
     if (!open)
-      row.append(h('pre', {}, JSON.stringify(row.made.entry, null, 2).split('\n').map(plain).join('\n')));
+      row.append(h('pre', {tabindex: '-1'}, JSON.stringify(row.made.entry, null, 2).split('\n').map(plain).join('\n')));
+    row.scrollIntoView({block: 'nearest'});
   }
 }

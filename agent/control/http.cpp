@@ -108,17 +108,28 @@ const char *kind_name(Parameter::Kind kind)
     return "";
 }
 
+Json list_of(const std::vector<const char *> &words)
+{
+    Json list = Json::array();
+    for (const char *word : words)
+        list.append(word);
+    return list;
+}
+
 /// What there is, for whoever builds on it.
 Json overview(const Steered &agent)
 {
     Json commands = Json::array();
     for (const Command &command : all_commands()) {
         Json parameters = Json::array();
-        for (const Parameter &parameter : command.parameters)
-            parameters.append(std::move(Json::object()
-                                            .set("name", parameter.name)
-                                            .set("kind", kind_name(parameter.kind))
-                                            .set("required", parameter.required)));
+        for (const Parameter &parameter : command.parameters) {
+            Json one = Json::object();
+            one.set("name", parameter.name).set("kind", kind_name(parameter.kind));
+            one.set("required", parameter.required);
+            if (!parameter.choices.empty())
+                one.set("choices", list_of(parameter.choices));
+            parameters.append(std::move(one));
+        }
         Json one = Json::object();
         one.set("name", command.name).set("form", command.form()).set("help", command.help);
         one.set("changes", command.effect == Command::Effect::changes).set("parameters", std::move(parameters));

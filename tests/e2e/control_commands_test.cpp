@@ -228,7 +228,7 @@ TEST_F(Commands, ResetTheDeviceButNotItsApplications)
     ASSERT_TRUE(application.connect());
     application.ask(int32(6) + int32(1) + int32(5) + Bytes(1, '\0')); // set_status_changed_cb
     post("personality", R"({"name":"owned-and-signed-in"})");
-    post("fault", R"({"method":"all","fault":"silent"})");
+    post("fault", R"({"method":"all","form":"silent"})");
     post("clock", R"({"what":"stand"})");
     post("reset");
     EXPECT_EQ(state("signed_in"), "false");

@@ -61,7 +61,7 @@ protected:
 
     void fault(const std::string &method, const std::string &form, int value)
     {
-        const Response response = api.post("fault", R"({"method":")" + method + R"(","fault":")" + form +
+        const Response response = api.post("fault", R"({"method":")" + method + R"(","form":")" + form +
                                                         R"(","value":)" + std::to_string(value) + "}");
         EXPECT_EQ(response.status, 200) << response.body;
     }
@@ -150,7 +150,7 @@ TEST(EveryResult, CanBeAnAnswer)
     ASSERT_TRUE(application.connect());
     for (const int result : {0, 1, -1, -5, -12, -13, -22, -61, -1073741822, -1073741825, -1073741826, -1073741827,
                              2147483647, -2147483647 - 1}) {
-        const std::string body = R"({"method":"all","fault":"result","value":)" + std::to_string(result) + "}";
+        const std::string body = R"({"method":"all","form":"result","value":)" + std::to_string(result) + "}";
         EXPECT_EQ(api.post("fault", body).status, 200);
         EXPECT_EQ(application.ask(int32(4)), int32(0) + int32(result));
     }
@@ -169,7 +169,7 @@ TEST(EveryFault, CanBeSetAndTakenBack)
         const bool valued = cJSON_IsString(cJSON_GetObjectItemCaseSensitive(fault, "value"));
         for (const char *times : {"3", "0"}) {
             const Response response =
-                api.post("fault", R"({"method":"start","fault":")" + name + "\"" + (valued ? R"(,"value":5)" : "") +
+                api.post("fault", R"({"method":"start","form":")" + name + "\"" + (valued ? R"(,"value":5)" : "") +
                                       R"(,"times":)" + times + "}");
             EXPECT_EQ(response.status, 200) << name << response.body;
             EXPECT_EQ(api.get("/v1/state?path=faults.start.fault").at("state"), times[0] == '0' ? "" : name);

@@ -10,7 +10,8 @@
 
 namespace kv::ctl {
 
-/// The running virtual agent, steered through its control socket. What it refuses is thrown as Failure, with its reason.
+/// The running virtual agent, steered through its control socket. What it refuses is thrown as Failure, with its
+/// reason.
 class Agent {
 public:
     /// Throws Failure, with the status no_agent, when none runs here.

@@ -11,7 +11,8 @@ std::string runtime_directory();
 std::string agent_socket();
 std::string package_entry();
 
-/// The virtual agent's program: KORVANE_AGENT, else the one beside this program, else by PATH. Empty when there is none.
+/// The virtual agent's program: KORVANE_AGENT, else the one beside this program, else by PATH. Empty when there is
+/// none.
 std::string agent_program();
 
 } // namespace kv::ctl

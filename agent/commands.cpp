@@ -22,7 +22,8 @@ std::string next_text(const Parameter &parameter, std::istringstream &words)
         return text;
     }
     std::getline(words >> std::ws, text);
-    if (const std::size_t length = Json::length_of_first(text); length > 0 && length < text.size()) {
+    const bool nothing = text.rfind("- ", 0) == 0;
+    if (const std::size_t length = nothing ? 1 : Json::length_of_first(text); length > 0 && length < text.size()) {
         words.clear();
         words.str(text.substr(length));
         text.resize(length);

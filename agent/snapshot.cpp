@@ -212,8 +212,10 @@ void load_list(Values &values, const cJSON *from, const std::string &path)
     if (!cJSON_IsArray(from))
         wrong(path, "an array", from);
     values.clear();
-    for (const cJSON *item = from->child; item; item = item->next)
-        load(values.emplace_back(), item, path + "." + std::to_string(values.size() - 1));
+    for (const cJSON *item = from->child; item; item = item->next) {
+        const std::string place = path + "." + std::to_string(values.size());
+        load(values.emplace_back(), item, place);
+    }
 }
 
 template <class Key, class Value>

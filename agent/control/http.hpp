@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "commands.hpp"
-#include "control/guard.hpp"
-#include "control/sockets.hpp"
+#include "control/connection.hpp"
 #include "control/stream.hpp"
 
 #include <list>
@@ -12,17 +10,15 @@ namespace kv::virtual_agent {
 
 /// The control API: the table of commands over HTTP, the journal over WebSockets, and the files of the web console. On a
 /// Unix socket, which only its owner can open, and, when wanted, on a guarded port of 127.0.0.1.
-class HttpControl {
+class HttpControl final : public Answerer {
 public:
-    static constexpr int most_connections = 64;
-    static constexpr std::size_t longest_body = 1 << 20;
+    static constexpr std::size_t most_connections = 64;
 
     explicit HttpControl(Steered &agent) : agent_(agent) {}
     HttpControl(const HttpControl &) = delete;
     HttpControl &operator=(const HttpControl &) = delete;
-    ~HttpControl();
 
-    /// All throw std::runtime_error.
+    /// Both throw std::runtime_error.
     void serve_path(const std::string &path);
     /// Gives back the port, which was chosen when 0 was asked for.
     int serve_port(int port, const std::string &token);
@@ -30,34 +26,21 @@ public:
 private:
     /// One way in.
     struct Door {
-        HttpControl &control;
         std::optional<Guard> guard; // a path has none
-        Ref<GSocket> other_end;     // of what the server believes to listen on
-        Ref<SoupServer> server;
-        std::unique_ptr<Acceptor> acceptor;
-    };
-    /// A request whose command waits.
-    struct Pending {
-        HttpControl &control;
-        Ref<SoupServerMessage> message;
-        unsigned gone_watch = 0;
-        std::unique_ptr<Waiting> waiting{};
+        std::unique_ptr<Acceptor> acceptor{};
     };
 
     void open(Ref<GSocket> socket, std::optional<Guard> guard);
-    void accepted(Door &door, GSocketConnection *connection);
-    void check(const Door &door, SoupServerMessage *message, const char *path, GHashTable *query);
-    void answer(SoupServerMessage *message, const std::string &path, GHashTable *query);
-    void answer_command(SoupServerMessage *message, const std::string &name, GHashTable *query);
-    void begin_stream(SoupServerMessage *message, SoupWebsocketConnection *connection);
-    void hold(Pending &pending);
-    void forget(Pending &pending);
+    void accepted(const Door &door, GSocketConnection *stream);
+    void answer(Connection &connection, SoupServerMessage *message, const char *path, GHashTable *query) override;
+    void answer_command(Connection &connection, SoupServerMessage *message, const std::string &name, GHashTable *query);
+    void begin_stream(SoupServerMessage *message, SoupWebsocketConnection *stream) override;
+    void ended(Connection &connection) override;
 
     Steered &agent_;
-    int connections_ = 0;
-    std::list<Pending> pending_{};
-    std::list<Stream> streams_{};
     std::list<Door> doors_{};
+    std::list<Connection> connections_{};
+    std::list<Stream> streams_{};
 };
 
 } // namespace kv::virtual_agent

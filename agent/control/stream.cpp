@@ -8,7 +8,6 @@ namespace kv::virtual_agent {
 
 namespace {
 
-constexpr gushort try_again_later = 1013;
 constexpr std::size_t most_at_once = 64 << 10; // bytes
 
 } // namespace
@@ -47,7 +46,7 @@ void Stream::noted()
         return;
     const std::int64_t bytes = entries.back().end_bytes - first->end_bytes;
     if (journal_.next_seq() - next_ > most_entries_behind || bytes > most_bytes_behind) {
-        soup_websocket_connection_close(connection_.get(), try_again_later,
+        soup_websocket_connection_close(connection_.get(), SOUP_WEBSOCKET_CLOSE_POLICY_VIOLATION,
                                         "too slow: more than 10000 entries or 8 MiB behind");
         return;
     }

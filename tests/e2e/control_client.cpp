@@ -197,9 +197,12 @@ Frame ControlConnection::next_frame()
 void ControlConnection::send_frame(int opcode, const std::string &payload)
 {
     // A client's frames are masked; with zeros the bytes stay as they are.
-    std::string frame{static_cast<char>(0x80 | opcode), static_cast<char>(0x80 | 127)};
-    for (int shift = 56; shift >= 0; shift -= 8)
-        frame += static_cast<char>(payload.size() >> shift & 0xff);
+    const std::size_t size = payload.size();
+    std::string frame{static_cast<char>(0x80 | opcode)};
+    const int length_bytes = size < 126 ? 0 : size < 65536 ? 2 : 8;
+    frame += static_cast<char>(0x80 | (length_bytes == 0 ? static_cast<int>(size) : length_bytes == 2 ? 126 : 127));
+    for (int byte = length_bytes - 1; byte >= 0; --byte)
+        frame += static_cast<char>(size >> (8 * byte) & 0xff);
     send(frame + std::string(4, '\0') + payload);
 }
 

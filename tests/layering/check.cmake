@@ -15,7 +15,8 @@ set(may_use_src/korvane_master_proxy common/ platform/include/)
 set(may_use_src/korvane src/korvane_master_proxy/ common/ platform/include/ include/)
 # The other side of the wire shares its description and the code that reads and writes parcels, nothing else.
 set(may_use_agent ${description} common/ platform/include/)
-set(may_use_tools ${description} common/ platform/include/ include/)
+# A reference page shows what the agent's tables hold.
+set(may_use_tools ${description} common/ platform/include/ include/ "agent/(commands|personalities)\\.hpp")
 set(may_use_testing include/)
 # What an application sees, and nothing more.
 set(may_use_examples include/)

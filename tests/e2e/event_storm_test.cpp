@@ -25,7 +25,7 @@ namespace {
 
 constexpr int storm = 100'000;
 // What the main loop may deliver before it looks at anything else.
-constexpr int most_between_two_ticks = 256;
+constexpr int most_between_two_ticks = 4096;
 constexpr int patience_ms = 60'000;
 
 #ifdef __SANITIZE_ADDRESS__

@@ -3,12 +3,15 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 namespace kv::virtual_agent {
 
@@ -30,16 +33,22 @@ const char *phrase_of(unsigned status)
     return found == std::end(phrases) ? soup_status_get_phrase(status) : found->text;
 }
 
-/// Something that a server can listen on and never hears of.
+/// Something that a server can listen on and never hears of: a path that nobody can reach any more.
 Ref<GSocket> silent_socket()
 {
-    GError *error = nullptr;
-    Ref<GSocket> socket{g_socket_new(G_SOCKET_FAMILY_UNIX, G_SOCKET_TYPE_DATAGRAM, G_SOCKET_PROTOCOL_DEFAULT, &error)};
-    if (socket)
-        return socket;
-    const std::string why = error->message;
-    g_error_free(error);
-    throw std::runtime_error{"no socket for the control API: " + why};
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un place{AF_UNIX, "/tmp/korvane-agent-XXXXXX"};
+    bool good = fd >= 0 && ::mkdtemp(place.sun_path);
+    if (good) {
+        const std::string folder = place.sun_path;
+        std::strcat(place.sun_path, "/s");
+        good = ::bind(fd, reinterpret_cast<const sockaddr *>(&place), sizeof place) == 0 && ::listen(fd, 1) == 0;
+        ::unlink(place.sun_path);
+        ::rmdir(folder.c_str());
+    }
+    if (GSocket *socket = good ? g_socket_new_from_fd(fd, nullptr) : nullptr)
+        return Ref<GSocket>{socket};
+    throw std::runtime_error{std::string{"no socket for the control API: "} + std::strerror(errno)};
 }
 
 /// Whether the request is such that its body cannot be read.

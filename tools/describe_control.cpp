@@ -59,12 +59,13 @@ void print_steps(const char *title, const char *command, const std::vector<Step>
 
 int main()
 {
-    std::puts("# The commands of the virtual agent\n\n"
-              "Made from the agent's table of commands; do not edit. `./dev docs` writes it. How they are reached is "
-              "told in\n`docs/agent.md`.\n\n"
-              "`POST /v1/NAME` takes the parameters as members of one JSON object; those that change nothing can also be "
-              "asked\nfor by `GET /v1/NAME?member=value`. In a line of text the values follow the name in this order.\n\n"
-              "## Commands\n\n| command | as a line | members | changes something | what it does |\n|---|---|---|---|---|");
+    std::puts(
+        "# The commands of the virtual agent\n\n"
+        "Made from the agent's table of commands; do not edit. `./dev docs` writes it. How they are reached is "
+        "told in\n`docs/agent.md`.\n\n"
+        "`POST /v1/NAME` takes the parameters as members of one JSON object; those that change nothing can also be "
+        "asked\nfor by `GET /v1/NAME?member=value`. In a line of text the values follow the name in this order.\n\n"
+        "## Commands\n\n| command | as a line | members | changes something | what it does |\n|---|---|---|---|---|");
     for (const Command &command : all_commands())
         std::printf("| `%s` | %s | %s | %s | %s |\n", command.name,
                     code(command.name + (command.form().empty() ? "" : " " + command.form())).c_str(),

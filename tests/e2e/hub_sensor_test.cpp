@@ -19,6 +19,7 @@ INSTANTIATE_TEST_SUITE_P(OfEveryVersion, AnExampleWithAgent, agent_versions, ver
 TEST_P(AnExampleWithAgent, IsAHubThatRepresentsOthers)
 {
     AgentProcess agent{home, {"--agent-version", version}};
+    agent.tell("personality owned-and-signed-in"); // only then there is a group
     Program program{hub, {}};
     EXPECT_EQ(program.wait(), 0) << program.out();
     const auto since = [this](const char *first, int count) { return version < first ? 0 : count; };
@@ -32,7 +33,8 @@ TEST_P(AnExampleWithAgent, IsAHubThatRepresentsOthers)
     EXPECT_EQ(home.journalled({R"("device_nos":[1,2],"presence":true)"}), since("1.4", 1));
     EXPECT_EQ(home.journalled({R"("device_nos":[3],"presence":false)"}), since("1.4", 1));
     EXPECT_EQ(requests("common_interface"), since("2.0", 3)) << "the types";
-    EXPECT_EQ(program.said("group: virtual-agent-group"), since("1.5", 1));
+    EXPECT_EQ(program.said("group: "), since("1.5", 1));
+    EXPECT_EQ(program.said("group: the agent does not tell"), 0);
     EXPECT_EQ(program.said("presence: lock-0001: 1"), since("1.6", 1));
     EXPECT_EQ(program.said("presence: fan-0001: 0"), since("1.6", 1));
     EXPECT_EQ(program.said("presence: nobody is registered"), since("1.6", 1));
@@ -45,6 +47,7 @@ TEST_P(AnExampleWithAgent, IsAHubThatRepresentsOthers)
 TEST_P(AnExampleWithAgent, IsASensorThatSleeps)
 {
     AgentProcess agent{home, {"--agent-version", version}};
+    agent.tell("personality owned-and-signed-in"); // only then there is a connection
     Program program{sensor, {"--once", "--awake-ms", "1"}};
     EXPECT_EQ(program.wait(), 0) << program.out();
     const auto since = [this](const char *first, int count) { return version < first ? 0 : count; };
@@ -57,8 +60,8 @@ TEST_P(AnExampleWithAgent, IsASensorThatSleeps)
     EXPECT_EQ(requests("send_keepalive"), since("1.3", 1));
     EXPECT_EQ(home.journalled({R"("method":"send_presence")", R"({"presence":0})"}), since("1.3", 1));
     EXPECT_EQ(home.journalled({R"("method":"send_presence")", R"({"presence":1})"}), since("1.3", 1));
-    EXPECT_EQ(program.said("tcp header: source 192.0.2.10"), since("1.4", 1));
-    EXPECT_EQ(program.said("tcp header: destination port 443"), since("1.4", 1));
+    EXPECT_EQ(program.said("tcp header: source 127.0.0.1"), since("1.4", 1));
+    EXPECT_EQ(program.said("tcp header: destination port "), since("1.4", 1));
     EXPECT_EQ(program.said("tcp header: "), since("1.4", 9));
     EXPECT_EQ(home.journalled({R"("problem")"}), 0);
     EXPECT_EQ(program.err(), "");
@@ -109,11 +112,11 @@ TEST_F(OtherExamples, ABrokenLinkOfTheHubShowsInItsExitStatus)
 TEST_F(OtherExamples, TheSensorSleepsAsSoonAsItsKeepAliveHasEnded)
 {
     AgentProcess agent{home};
+    agent.tell("personality owned-and-signed-in"); // without a session there is nothing to keep alive
     Program program{sensor, {"--sleep-ms", "1", "--awake-ms", "600000"}};
     for (int time = 1; time <= 3; ++time) {
         program.says("send_keepalive: NONE", time);
-        agent.tell("emit keepalive_result_cb [" + std::to_string(time) + "]");
-        program.says("keep-alive: result " + std::to_string(time));
+        program.says("keep-alive: result 0", time);
         program.says("asleep: for 1 ms", time);
     }
     program.says("awake: time 4");

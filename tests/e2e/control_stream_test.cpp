@@ -74,7 +74,8 @@ TEST_F(ControlStream, AnswersAPingAndRefusesLongMessages)
     note_something();
     EXPECT_EQ(stream.next_frame().opcode, 1);
     stream.send_frame(1, std::string(65537, 'x'));
-    EXPECT_EQ(stream.next_frame().close_code(), 1009);
+    const Frame end = stream.next_frame();
+    EXPECT_EQ(end.close_code(), 1009) << end.opcode << " " << end.payload;
 }
 
 TEST_F(ControlStream, SurvivesReadersThatSayNonsenseOrGo)

@@ -4,6 +4,8 @@
 #include "events.hpp"
 
 #include <functional>
+#include <stdexcept>
+#include <string>
 
 namespace kv::virtual_agent {
 
@@ -15,6 +17,14 @@ public:
     int announce(D, const Values &...values)
     {
         return to_all(D::id, [&](const AnyDelegate &delegate) { return EventOf<D>::make(delegate, values...); });
+    }
+
+    /// The same for an event that makes no sense when nobody hears it.
+    template <class D, class... Values>
+    void tell(D event, const Values &...values)
+    {
+        if (announce(event, values...) == 0)
+            throw std::invalid_argument{std::string{"no application listens: none has registered "} + D::name};
     }
 
 protected:

@@ -224,10 +224,10 @@ std::string command_help()
     for (const FaultForm &form : fault_forms())
         row(std::string{form.name} + " " + (form.value ? form.value : ""), form.help);
     text << "Steps of the phone:\n";
-    for (const Phone::Step &step : Phone::steps())
+    for (const Step<Phone> &step : Phone::steps())
         row(std::string{step.name} + " " + step.arguments, step.help);
     text << "Steps of the cloud:\n";
-    for (const Cloud::Step &step : Cloud::steps())
+    for (const Step<Cloud> &step : Cloud::steps())
         row(std::string{step.name} + " " + step.arguments, step.help);
     text << "Events:\n";
     for (const DelegateEntry &delegate : all_delegates())

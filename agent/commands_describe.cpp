@@ -10,11 +10,6 @@ namespace kv::virtual_agent::command {
 
 namespace {
 
-std::string version_text(int number)
-{
-    return std::to_string(number / 1000) + "." + std::to_string(number % 1000);
-}
-
 template <class Entries, class Show>
 Json list_of(const Entries &entries, Show show)
 {
@@ -64,8 +59,8 @@ Json describe(Steered &agent, Arguments &)
                                      .set("value", form.value ? Json{form.value} : Json{})
                                      .set("help", form.help));
             }));
-    all.set("phone", list_of(Phone::steps(), version, shown_step<Phone::Step>));
-    all.set("cloud", list_of(Cloud::steps(), version, shown_step<Cloud::Step>));
+    all.set("phone", list_of(Phone::steps(), version, shown_step<Step<Phone>>));
+    all.set("cloud", list_of(Cloud::steps(), version, shown_step<Step<Cloud>>));
     all.set("personalities", list_of(personalities(), [](const Personality &one) {
                 return std::move(Json::object().set("name", std::string{one.name}).set("help", one.help()));
             }));

@@ -29,7 +29,9 @@ Json emit(Steered &agent, Arguments &arguments)
         throw std::invalid_argument{"there is no event '" + name + "'"};
     const cJSON *values = arguments.any("values");
     const Json sample = delegate->sample();
-    return std::move(Json::object().set("peers", agent.server.emit(*delegate, values ? values : sample.get())));
+    values = values ? values : sample.get();
+    agent.phone.asked(delegate->id, delegate->make({}, values).values); // which also tells what is wrong with them
+    return std::move(Json::object().set("peers", agent.server.emit(*delegate, values)));
 }
 
 Json fault(Steered &agent, Arguments &arguments)

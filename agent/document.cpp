@@ -30,6 +30,12 @@ bool may_be_shown(const char *key)
                        [key](const char *known) { return std::strcmp(known, key) == 0; });
 }
 
+/// A text counts without its quotes, as everywhere.
+Json masked(const cJSON *value)
+{
+    return show_masked(cJSON_IsString(value) ? value->valuestring : text_of(value).c_str());
+}
+
 /// Inside an array that may be shown, objects are looked at member by member as well.
 Json shown(const cJSON *value)
 {
@@ -37,7 +43,7 @@ Json shown(const cJSON *value)
         Json members = Json::object();
         for (const cJSON *member = value->child; member; member = member->next)
             members.set(member->string,
-                        may_be_shown(member->string) ? shown(member) : show_masked(text_of(member).c_str()));
+                        may_be_shown(member->string) ? shown(member) : masked(member));
         return members;
     }
     if (cJSON_IsArray(value)) {

@@ -328,7 +328,6 @@ void Server::send(const std::string &instance, Event &event)
 
 int Server::emit(const DelegateEntry &delegate, const cJSON *values)
 {
-    delegate.make({}, values); // wrong values are told also when nobody has registered
     return to_all(delegate.id, [&](const AnyDelegate &kept) { return delegate.make(kept, values); });
 }
 

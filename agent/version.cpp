@@ -46,4 +46,9 @@ Version Version::parse(const std::string &text)
                                 ", with a patch number if you like"};
 }
 
+std::string version_text(int number)
+{
+    return std::to_string(number / 1000) + "." + std::to_string(number % 1000);
+}
+
 } // namespace kv::virtual_agent

@@ -24,4 +24,7 @@ private:
     std::string text_;
 };
 
+/// "2.3" for 2003.
+std::string version_text(int number);
+
 } // namespace kv::virtual_agent

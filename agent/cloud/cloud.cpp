@@ -16,16 +16,6 @@ constexpr int session_lost = -ECONNRESET; // what a dropped session is told with
 constexpr int comeback_ms = 1000;         // after a session that broke by itself
 constexpr std::size_t most_intervals = 1024;
 
-[[noreturn]] void refuse(const std::string &why)
-{
-    throw std::invalid_argument{why};
-}
-
-std::string version_text(int number)
-{
-    return std::to_string(number / 1000) + "." + std::to_string(number % 1000);
-}
-
 std::optional<int> delay_in(Arguments &arguments)
 {
     const std::optional<int> given = arguments.number("after_ms");
@@ -38,9 +28,9 @@ std::optional<int> delay_in(Arguments &arguments)
 
 // A table
 // clang-format off
-const std::vector<Cloud::Step> &Cloud::steps()
+const std::vector<Step<Cloud>> &Cloud::steps()
 {
-    static const std::vector<Step> all = {
+    static const std::vector<Step<Cloud>> all = {
         {"next-sign-up", R"({"outcome":"succeed"|"fail"[,"after_ms":N]})", 1000, &Cloud::next_sign_up, "how the next sign-up ends, and when"},
         {"sign-in", "", 1000, &Cloud::sign_in, "the device signs in, after a sign-out or a lost session"},
         {"sign-out", "", 1000, &Cloud::sign_out, "it is signed out"},
@@ -61,25 +51,6 @@ const std::vector<Cloud::Step> &Cloud::steps()
 Cloud::Cloud(State &state, Announcer &announcer, Clock &clock, Authority &authority)
     : state_(state), announcer_(announcer), authority_(authority), sign_up_(clock), comeback_(clock), next_round_(clock)
 {
-}
-
-Json Cloud::run(const std::string &name, const cJSON *values)
-{
-    const auto step = std::find_if(steps().begin(), steps().end(), [&](const Step &one) { return name == one.name; });
-    if (step == steps().end())
-        refuse("the cloud has no step '" + name + "'; 'help' lists them");
-    if (step->since > state_.version.number())
-        refuse("agent " + state_.version.text() + " does not know '" + name + "', only " + version_text(step->since) +
-               " and newer ones do");
-    Arguments arguments{values};
-    return (this->*step->run)(arguments);
-}
-
-template <class D, class... Values>
-void Cloud::tell(D event, const Values &...values)
-{
-    if (announcer_.announce(event, values...) == 0)
-        refuse(std::string{"no application listens: none has registered "} + D::name);
 }
 
 // ---- sign-up ---------------------------------------------------------------------------------------------------------
@@ -408,7 +379,7 @@ Json Cloud::device_list(Arguments &arguments)
             add(device.device_id);
     using Devices = describe::Arr<master::cloud_device_info_array, "devices">;
     const auto devices = from_json(Devices{}, records.get());
-    tell(master::cloud_device_list_cb{}, devices.get());
+    announcer_.tell(master::cloud_device_list_cb{}, devices.get());
     return std::move(Json::object().set("devices", devices->present));
 }
 
@@ -423,7 +394,7 @@ Json Cloud::last_status(Arguments &arguments)
         told.set("timestamp", cloud().last_status->timestamp).set("error_code", cloud().last_status->error_code);
         text = told.text();
     }
-    tell(master::last_status_changed_cb{}, text->c_str());
+    announcer_.tell(master::last_status_changed_cb{}, text->c_str());
     return Json::object();
 }
 
@@ -432,7 +403,7 @@ Json Cloud::diagnostics(Arguments &arguments)
     const int value = arguments.number("value").value_or(0);
     const std::string text = arguments.document("text").value_or("{}");
     arguments.end();
-    tell(master::diagnostics_cb{}, value, text.c_str());
+    announcer_.tell(master::diagnostics_cb{}, value, text.c_str());
     return Json::object();
 }
 

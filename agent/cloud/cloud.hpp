@@ -2,11 +2,11 @@
 #pragma once
 
 #include "announcer.hpp"
-#include "arguments.hpp"
 #include "cloud/alarm.hpp"
 #include "cloud/authority.hpp"
 #include "cloud/tcp_session.hpp"
 #include "state.hpp"
+#include "step.hpp"
 
 #include <optional>
 #include <string>
@@ -21,18 +21,11 @@ class Cloud {
 public:
     Cloud(State &state, Announcer &announcer, Clock &clock, Authority &authority);
 
-    /// One thing that can happen in the cloud.
-    struct Step {
-        const char *name;
-        const char *arguments; // for people; empty for none
-        int since;             // the lowest agent version
-        Json (Cloud::*run)(Arguments &arguments);
-        const char *help;
-    };
-    static const std::vector<Step> &steps();
+    static constexpr const char *name = "cloud";
+    static const std::vector<Step<Cloud>> &steps();
 
     /// Does a step, and gives back what is to be known of it.
-    Json run(const std::string &step, const cJSON *arguments);
+    Json run(const std::string &step, const cJSON *arguments) { return run_step(*this, state_.version, step, arguments); }
 
     // What the device asks for; false when it cannot be.
     bool sign_up(Credentials credentials);
@@ -82,10 +75,6 @@ private:
     void note_session();
     void plan_round();
     void round();
-
-    /// Announces an event that makes no sense when nobody hears it.
-    template <class D, class... Values>
-    void tell(D, const Values &...values);
 
     State &state_;
     Announcer &announcer_;

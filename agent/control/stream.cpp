@@ -10,6 +10,18 @@ namespace {
 
 constexpr std::size_t most_at_once = 64 << 10; // bytes
 
+/// libsoup ends a stream over a message that is too long without a word; the reader is told why.
+void say_why(SoupWebsocketConnection *connection, const GError *error)
+{
+    if (!g_error_matches(error, SOUP_WEBSOCKET_ERROR, SOUP_WEBSOCKET_CLOSE_TOO_BIG))
+        return;
+    constexpr unsigned code = SOUP_WEBSOCKET_CLOSE_TOO_BIG;
+    constexpr unsigned char close_frame[] = {0x88, 2, code >> 8, code & 0xff};
+    GOutputStream *stream = g_io_stream_get_output_stream(soup_websocket_connection_get_io_stream(connection));
+    g_pollable_output_stream_write_nonblocking(G_POLLABLE_OUTPUT_STREAM(stream), close_frame, sizeof close_frame,
+                                               nullptr, nullptr);
+}
+
 } // namespace
 
 Stream::Stream(Journal &journal, SoupWebsocketConnection *connection, std::int64_t since, Ended ended)
@@ -24,6 +36,8 @@ Stream::Stream(Journal &journal, SoupWebsocketConnection *connection, std::int64
         ended_now(*self);
     };
     g_signal_connect(connection, "closed", G_CALLBACK(closed), this);
+    const auto failed = +[](SoupWebsocketConnection *broken, GError *error, gpointer) { say_why(broken, error); };
+    g_signal_connect(connection, "error", G_CALLBACK(failed), this);
     noted();
 }
 

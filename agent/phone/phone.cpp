@@ -13,16 +13,6 @@ namespace {
 constexpr int with_candidates_since = 1003; // an access point is a document, with others of the same name
 constexpr int with_bssid_since = 1004;
 
-[[noreturn]] void refuse(const std::string &why)
-{
-    throw std::invalid_argument{why};
-}
-
-std::string version_text(int number)
-{
-    return std::to_string(number / 1000) + "." + std::to_string(number % 1000);
-}
-
 std::string new_pin()
 {
     std::string pin;
@@ -57,9 +47,9 @@ CText copy_of(const std::string &text)
 
 // A table
 // clang-format off
-const std::vector<Phone::Step> &Phone::steps()
+const std::vector<Step<Phone>> &Phone::steps()
 {
-    static const std::vector<Step> all = {
+    static const std::vector<Step<Phone>> all = {
         {"connect", "", 1000, &Phone::connect, "the phone finds the device and connects to it"},
         {"leave", "", 1000, &Phone::leave, "it goes away; whatever was begun is given up"},
         {"confirm", "", 1000, &Phone::confirm, "asks the user at the device to confirm"},
@@ -82,25 +72,6 @@ const std::vector<Phone::Step> &Phone::steps()
     return all;
 }
 // clang-format on
-
-Json Phone::run(const std::string &name, const cJSON *values)
-{
-    const auto step = std::find_if(steps().begin(), steps().end(), [&](const Step &one) { return name == one.name; });
-    if (step == steps().end())
-        refuse("the phone has no step '" + name + "'");
-    if (step->since > state_.version.number())
-        refuse("agent " + state_.version.text() + " does not know '" + name + "', only " + version_text(step->since) +
-               " and newer ones do");
-    Arguments arguments{values};
-    return (this->*step->run)(arguments);
-}
-
-template <class D, class... Values>
-void Phone::tell(D event, const Values &...values)
-{
-    if (announcer_.announce(event, values...) == 0)
-        refuse(std::string{"no application listens: none has registered "} + D::name);
-}
 
 void Phone::must_be_connected() const
 {
@@ -141,7 +112,7 @@ Json Phone::confirm(Arguments &arguments)
     arguments.end();
     must_be_connected();
     setup().confirmed.reset();
-    tell(master::user_confirm_cb{});
+    announcer_.tell(master::user_confirm_cb{});
     return Json::object();
 }
 
@@ -190,8 +161,8 @@ void Phone::show_pin()
 {
     const Pin &pin = setup().pin;
     switch (pin.kind) {
-    case Pin::Kind::display: tell(master::pin_generate_cb{}, pin.text.c_str(), pin.tries_left); break;
-    case Pin::Kind::ultrasound: tell(master::ultrasound_pin_generate_cb{}, pin.text.c_str(), pin.tries_left); break;
+    case Pin::Kind::display: announcer_.tell(master::pin_generate_cb{}, pin.text.c_str(), pin.tries_left); break;
+    case Pin::Kind::ultrasound: announcer_.tell(master::ultrasound_pin_generate_cb{}, pin.text.c_str(), pin.tries_left); break;
     case Pin::Kind::label: break;
     }
 }
@@ -236,7 +207,7 @@ Json Phone::scan(Arguments &arguments)
     arguments.end();
     must_be_connected();
     const int request = setup().last_request + 1;
-    tell(master::scan_ap_cb{}, request);
+    announcer_.tell(master::scan_ap_cb{}, request);
     setup().last_request = request;
     setup().scan = request;
     setup().networks.clear();
@@ -303,7 +274,7 @@ Json Phone::choose(Arguments &arguments)
         record->authtype = chosen.auth_type;
         record->enctype = chosen.enc_type;
         record->channel = chosen.channel;
-        tell(master::wifi_ap_provisioning_cb{}, record.get());
+        announcer_.tell(master::wifi_ap_provisioning_cb{}, record.get());
     } else {
         Json document = Json::object();
         document.set("ap_ssid", Json::bytes(chosen.ssid))
@@ -313,7 +284,7 @@ Json Phone::choose(Arguments &arguments)
         if (state_.version.number() >= with_bssid_since)
             document.set("ap_bssid", chosen.bssid);
         document.set("ap_candidates", candidates_of(chosen));
-        tell(master::wifi_ap_prov_with_candidates_cb{}, document.text().c_str());
+        announcer_.tell(master::wifi_ap_prov_with_candidates_cb{}, document.text().c_str());
     }
     setup().chosen = std::move(chosen);
     setup().wifi_error.reset();
@@ -345,7 +316,7 @@ Json Phone::join(Arguments &arguments)
 Json Phone::stop_soft_ap(Arguments &arguments)
 {
     arguments.end();
-    tell(master::softap_stop_cb{});
+    announcer_.tell(master::softap_stop_cb{});
     setup().soft_ap_stopped = true;
     return Json::object();
 }
@@ -362,7 +333,7 @@ Json Phone::provision(Arguments &arguments)
     record->account = copy_of(arguments.text("account").value_or("user@example.org"));
     arguments.end();
     must_be_connected();
-    tell(master::device_provisioning_cb{}, record.get());
+    announcer_.tell(master::device_provisioning_cb{}, record.get());
     return Json::object();
 }
 
@@ -372,10 +343,23 @@ Json Phone::language(Arguments &arguments)
     arguments.end();
     must_be_connected();
     const int request = setup().last_request + 1;
-    tell(master::provisioning_language_cb{}, request, wanted.type.c_str(), wanted.value.c_str());
+    announcer_.tell(master::provisioning_language_cb{}, request, wanted.type.c_str(), wanted.value.c_str());
     setup().last_request = request;
     setup().language_requests.emplace(request, std::move(wanted));
     return request_of(request);
+}
+
+void Phone::asked(int event, const Json &values)
+{
+    const auto value = [&values](const char *member) { return cJSON_GetObjectItemCaseSensitive(values.get(), member); };
+    const auto text = [&](const char *member) {
+        const char *given = cJSON_GetStringValue(value(member));
+        return std::string{given ? given : ""};
+    };
+    if (event == master::scan_ap_cb::id)
+        setup().scan = value("req_id")->valueint;
+    else if (event == master::provisioning_language_cb::id)
+        setup().language_requests[value("req_id")->valueint] = {text("type"), text("value")};
 }
 
 bool Phone::language_taken_up(int request, bool taken_up)
@@ -391,7 +375,7 @@ Json Phone::vendor_info(Arguments &arguments)
     const int value = arguments.number("value").value_or(0);
     const std::string text = arguments.document("text").value_or("{}");
     arguments.end();
-    tell(master::provisioning_vendor_info_cb{}, value, text.c_str());
+    announcer_.tell(master::provisioning_vendor_info_cb{}, value, text.c_str());
     return Json::object();
 }
 
@@ -399,7 +383,7 @@ Json Phone::features(Arguments &arguments)
 {
     const int feature = arguments.number("feature").value_or(1);
     arguments.end();
-    tell(master::otm_support_feature_cb{}, feature);
+    announcer_.tell(master::otm_support_feature_cb{}, feature);
     return Json::object();
 }
 
@@ -408,7 +392,7 @@ Json Phone::get_provisioning(Arguments &arguments)
     const std::string text = arguments.required_text("text");
     const int value = arguments.number("value").value_or(0);
     arguments.end();
-    tell(master::provisioning_get_requested_cb{}, text.c_str(), value);
+    announcer_.tell(master::provisioning_get_requested_cb{}, text.c_str(), value);
     return Json::object();
 }
 
@@ -417,7 +401,7 @@ Json Phone::accept_terms(Arguments &arguments)
     Json result = Json::object();
     result.set("accepted", arguments.flag("accepted").value_or(true));
     arguments.end();
-    tell(master::tnc_result_cb{}, result.text().c_str());
+    announcer_.tell(master::tnc_result_cb{}, result.text().c_str());
     return Json::object();
 }
 
@@ -439,7 +423,7 @@ Json Phone::rename(Arguments &arguments)
     const std::string nick = arguments.required_text("nick");
     const int device_no = arguments.number("device_no").value_or(0);
     arguments.end();
-    tell(master::nick_changed_cb{}, device_no, nick.c_str());
+    announcer_.tell(master::nick_changed_cb{}, device_no, nick.c_str());
     state_.nicks[device_no] = nick;
     return Json::object();
 }
@@ -448,7 +432,7 @@ Json Phone::remove(Arguments &arguments)
 {
     arguments.end();
     setup().reset_confirmed.reset();
-    tell(master::reset_confirm_cb{});
+    announcer_.tell(master::reset_confirm_cb{});
     return Json::object();
 }
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "announcer.hpp"
-#include "arguments.hpp"
 #include "state.hpp"
+#include "step.hpp"
 
 #include <string>
 #include <vector>
@@ -17,18 +17,14 @@ class Phone {
 public:
     Phone(State &state, Announcer &announcer) : state_(state), announcer_(announcer) {}
 
-    /// One thing that can be done with the phone.
-    struct Step {
-        const char *name;
-        const char *arguments; // for people; empty for none
-        int since;             // the lowest agent version
-        Json (Phone::*run)(Arguments &arguments);
-        const char *help;
-    };
-    static const std::vector<Step> &steps();
+    static constexpr const char *name = "phone";
+    static const std::vector<Step<Phone>> &steps();
 
     /// Does a step, and gives back what is to be known of it.
-    Json run(const std::string &step, const cJSON *arguments);
+    Json run(const std::string &step, const cJSON *arguments) { return run_step(*this, state_.version, step, arguments); }
+
+    /// An event that was sent by hand asks the device as a step does, so its answer is waited for as well.
+    void asked(int event, const Json &values);
 
     // What the device answers and tells; false for an answer to what nobody has asked.
     bool networks_found(int request, std::vector<AccessPoint> networks);
@@ -65,10 +61,6 @@ private:
     void take_pin_away();
     const AccessPoint &network(Arguments &arguments);
     std::string candidates_of(const AccessPoint &network) const;
-
-    /// Announces an event that makes no sense when nobody hears it.
-    template <class D, class... Values>
-    void tell(D, const Values &...values);
 
     State &state_;
     Announcer &announcer_;

@@ -210,7 +210,7 @@ TEST(AgentProgram, AnswersEachWrongCommandWithTheReason)
         {"update fail now", "must be a whole number"},
         {"update ready", "ready is on or off, not missing"},
         {"phone", "'step' is missing"},
-        {"phone dance", "the phone has no step 'dance'"},
+        {"phone dance", "the phone has no step 'dance'; 'help' lists them"},
         {"phone connect []", "the arguments must be a JSON object"},
         {"clock advance 5", "only a clock that stands can be moved on"},
         {"clock jump", "the clock can stand, run or advance, not 'jump'"},

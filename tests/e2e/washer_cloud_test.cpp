@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // The washer in the cloud.
+#include "cloud_device.hpp"
+#include "support/signing_request.hpp"
 #include "washer_fixture.hpp"
 
-#include <cjson/cJSON.h>
 #include <openssl/pem.h>
-#include <openssl/x509.h>
-
-#include <memory>
 
 #include <sys/stat.h>
 
@@ -43,11 +41,8 @@ TEST_P(AWasherWithAgent, SignsUpAtOnceWhereItIsToldTo)
         journal_has({R"("method":"signup_cloud")", R"("region":"EU")", R"("user_id":"me")"});
     else
         journal_has({R"("method":"common_interface")",
-                     "<secret, " +
-                         std::to_string(std::string{R"({"region":"EU","access_token":"s3cret","user_id":"me",)"
-                                                    R"("ci_server":"c","common_interface":3})"}
-                                            .size()) +
-                         " bytes>"});
+                     R"({"region":"EU","access_token":"<secret, 6 bytes>","user_id":"<secret, 2 bytes>",)"
+                     R"("ci_server":"c","common_interface":3})"});
     stops(program);
 }
 
@@ -75,22 +70,31 @@ TEST_F(Washer, LosesItsSessionAndComesBack)
     EXPECT_EQ(requests("create_hdr_certificate"), 1);
 }
 
-using Request = std::unique_ptr<X509_REQ, decltype(&X509_REQ_free)>;
-using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
-
-template <class Read>
-auto read_pem(const std::string &text, Read read)
+Key key_from(const std::string &pem)
 {
-    BIO *bio = BIO_new_mem_buf(text.data(), static_cast<int>(text.size()));
-    auto *result = read(bio, nullptr, nullptr, nullptr);
+    BIO *bio = BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size()));
+    Key key{PEM_read_bio_PrivateKey(bio, nullptr, nullptr, nullptr)};
     BIO_free(bio);
-    return result;
+    return key;
+}
+
+/// Whether the cloud has issued a certificate for this key, under the name that the washer keeps in its state.
+bool is_certified(const std::string &state, EVP_PKEY *key)
+{
+    const std::string member = "certificate=";
+    const std::size_t at = state.find(member);
+    CloudDevice other{"2.3"};
+    if (at == std::string::npos || !other.connect())
+        return false;
+    const std::string name = state.substr(at + member.size(), state.find('\n', at) - at - member.size());
+    const auto found = other.get_certificate("washer", name);
+    const Certificate certificate = certificate_from(found.text);
+    return certificate && key && EVP_PKEY_eq(X509_get0_pubkey(certificate.get()), key) == 1;
 }
 
 TEST_F(Washer, AsksForACertificateOfAKeyThatItKeeps)
 {
-    AgentProcess agent{home, {"--device-id", "01234567-89ab-4cde-8f01-23456789abcd"}};
-    std::string request_text;
+    AgentProcess agent{home};
     for (int start = 1; start <= 2; ++start) {
         Program program{washer, with({"--state", path("state")})};
         ASSERT_TRUE(program.says("washer: ready"));
@@ -98,24 +102,12 @@ TEST_F(Washer, AsksForACertificateOfAKeyThatItKeeps)
         program.says(start == 1 ? "certificate: made" : "certificate: found");
         program.says("token: for ");
         stops(program);
-        EXPECT_EQ(program.said("virtual-agent-certificate") + program.said("virtual-agent-token"), 0);
+        EXPECT_EQ(program.said("PRIVATE KEY") + program.said("BEGIN CERTIFICATE"), 0);
     }
-    journal_has({R"("method":"get_hdr_certificate")",
-                 R"({"device_type":"washer","certificate_arn":"virtual-agent-certificate")"});
-
-    for (const std::string &line : home.journal()) {
-        const std::unique_ptr<cJSON, decltype(&cJSON_Delete)> json{cJSON_Parse(line.c_str()), cJSON_Delete};
-        const cJSON *arguments = cJSON_GetObjectItem(json.get(), "arguments");
-        if (const char *csr = cJSON_GetStringValue(cJSON_GetObjectItem(arguments, "csr")))
-            request_text += csr;
-    }
-    const Request request{read_pem(request_text, PEM_read_bio_X509_REQ), X509_REQ_free};
-    const Key key{read_pem(content("state.key"), PEM_read_bio_PrivateKey), EVP_PKEY_free};
-    ASSERT_TRUE(request && key) << request_text;
-    EXPECT_EQ(X509_REQ_verify(request.get(), key.get()), 1);
-    char name[64] = "";
-    X509_NAME_get_text_by_NID(X509_REQ_get_subject_name(request.get()), NID_commonName, name, sizeof name);
-    EXPECT_STREQ(name, "01234567-89ab-4cde-8f01-23456789abcd");
+    EXPECT_EQ(requests("create_hdr_certificate"), 1);
+    EXPECT_EQ(requests("get_hdr_certificate"), 1);
+    const Key key = key_from(content("state.key"));
+    EXPECT_TRUE(is_certified(content("state"), key.get())) << content("state");
     struct stat key_file = {};
     ASSERT_EQ(::stat(path("state.key").c_str(), &key_file), 0);
     EXPECT_EQ(key_file.st_mode & 0777U, 0600U);
@@ -124,11 +116,23 @@ TEST_F(Washer, AsksForACertificateOfAKeyThatItKeeps)
 TEST_F(Washer, SendsTheSigningRequestThatItIsGiven)
 {
     AgentProcess agent{home};
-    Program program{washer, with({"--csr", file("csr", "a request of another's")})};
+    const Key key = new_key();
+    Program program{washer, with({"--state", path("state"), "--csr", file("csr", request_for(key.get()))})};
     ASSERT_TRUE(program.says("washer: ready"));
     agent.tell("emit signin_status_changed_cb [true]");
     program.says("certificate: made");
-    journal_has({"create_hdr_certificate", R"("csr":"a request of another's")"});
+    stops(program);
+    EXPECT_TRUE(is_certified(content("state"), key.get())) << content("state");
+    EXPECT_EQ(content("state.key"), "");
+}
+
+TEST_F(Washer, SaysThatItsSigningRequestIsRefused)
+{
+    AgentProcess agent{home};
+    Program program{washer, with({"--csr", file("csr", "no request")})};
+    ASSERT_TRUE(program.says("washer: ready"));
+    agent.tell("emit signin_status_changed_cb [true]");
+    program.says("certificate: refused, the agent's code is -22");
     stops(program);
 }
 

@@ -63,18 +63,14 @@ TEST_P(AWasherWithAgent, AnswersAScanWithWhatTheRadioReceivesAtThatMoment)
     ASSERT_TRUE(program.says("send_ap_list: NONE", 2));
 
     if (version == "2.3") {
-        // The request is a secret to the journal, which tells its length.
-        const auto length_of = [](const std::string &text) {
-            return "<secret, " + std::to_string(text.size()) + " bytes>";
-        };
         journal_has({R"("method":"common_interface")",
-                     length_of(R"({"ap_list_array":[{"ssid":"attic","bssid":"02:00:00:00:00:09","authtype":4,)"
-                               R"("enctype":3,"channel":1,"signal_level":-40,"max_rate":54,"frequency":2412},)"
-                               R"({"ssid":"weak","authtype":0,"enctype":0,"channel":0,"signal_level":-80,"max_rate":0,)"
-                               R"("frequency":0}],"common_interface":6,"req_id":7})")});
+                     R"({"ap_list_array":[{"ssid":"attic","bssid":"02:00:00:00:00:09","authtype":4,"enctype":3,)"
+                     R"("channel":1,"signal_level":-40,"max_rate":54,"frequency":2412},)"
+                     R"({"ssid":"weak","authtype":0,"enctype":0,"channel":0,"signal_level":-80,"max_rate":0,)"
+                     R"("frequency":0}],"common_interface":6,"req_id":7})"});
         journal_has({R"("method":"common_interface")",
-                     length_of(R"({"ap_list_array":[{"ssid":"left","authtype":0,"enctype":0,"channel":0,)"
-                               R"("signal_level":0,"max_rate":0,"frequency":0}],"common_interface":6,"req_id":8})")});
+                     R"({"ap_list_array":[{"ssid":"left","authtype":0,"enctype":0,"channel":0,"signal_level":0,)"
+                     R"("max_rate":0,"frequency":0}],"common_interface":6,"req_id":8})"});
     } else {
         const std::string rest =
             R"("channel":1,"bssid":"02:00:00:00:00:09","signal_level":-40,"max_rate":54},{"ssid":"weak")";

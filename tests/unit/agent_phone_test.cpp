@@ -297,7 +297,7 @@ TEST_F(AgentPhone, TellsWrongArgumentsInASentence)
     EXPECT_EQ(refusal("choose", R"({"index":1.5})"), "'index' must be a whole number of 32 bits, not 1.5");
     EXPECT_EQ(refusal("choose", R"({"ssid":"x","hidden":"yes"})"), R"('hidden' must be true or false, not "yes")");
     EXPECT_EQ(refusal("pin", R"({"kind":"smell"})"), "a PIN is of kind display, ultrasound or label, not 'smell'");
-    EXPECT_EQ(refusal("dance"), "the phone has no step 'dance'");
+    EXPECT_EQ(refusal("dance"), "the phone has no step 'dance'; 'help' lists them");
 }
 
 } // namespace

@@ -5,10 +5,17 @@
 
 find_package(GTest REQUIRED)
 
+# Reading these takes a third of the time of building a test, so it is done once for all of them.
+add_library(kv_test_headers OBJECT ${CMAKE_CURRENT_LIST_DIR}/test_headers.cpp)
+target_link_libraries(kv_test_headers PRIVATE kv_warnings GTest::gtest)
+target_precompile_headers(kv_test_headers PRIVATE <gtest/gtest.h> <algorithm> <functional> <map> <memory> <optional>
+    <string> <vector>)
+
 function(kv_add_test name)
     cmake_parse_arguments(arg "DBUS" "TIMEOUT" "SOURCES;LIBS;DEFINITIONS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_precompile_headers(${name} REUSE_FROM kv_test_headers)
     target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
     target_link_libraries(${name} PRIVATE kv_warnings ${arg_LIBS} GTest::gtest GTest::gtest_main)
     set(command $<TARGET_FILE:${name}>)

@@ -25,7 +25,10 @@ public:
     static const std::vector<Step<Cloud>> &steps();
 
     /// Does a step, and gives back what is to be known of it.
-    Json run(const std::string &step, const cJSON *arguments) { return run_step(*this, state_.version, step, arguments); }
+    Json run(const std::string &step, const cJSON *arguments)
+    {
+        return run_step(*this, state_.version, step, arguments);
+    }
 
     // What the device asks for; false when it cannot be.
     bool sign_up(Credentials credentials);

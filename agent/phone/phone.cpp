@@ -162,7 +162,9 @@ void Phone::show_pin()
     const Pin &pin = setup().pin;
     switch (pin.kind) {
     case Pin::Kind::display: announcer_.tell(master::pin_generate_cb{}, pin.text.c_str(), pin.tries_left); break;
-    case Pin::Kind::ultrasound: announcer_.tell(master::ultrasound_pin_generate_cb{}, pin.text.c_str(), pin.tries_left); break;
+    case Pin::Kind::ultrasound:
+        announcer_.tell(master::ultrasound_pin_generate_cb{}, pin.text.c_str(), pin.tries_left);
+        break;
     case Pin::Kind::label: break;
     }
 }

@@ -21,7 +21,10 @@ public:
     static const std::vector<Step<Phone>> &steps();
 
     /// Does a step, and gives back what is to be known of it.
-    Json run(const std::string &step, const cJSON *arguments) { return run_step(*this, state_.version, step, arguments); }
+    Json run(const std::string &step, const cJSON *arguments)
+    {
+        return run_step(*this, state_.version, step, arguments);
+    }
 
     /// An event that was sent by hand asks the device as a step does, so its answer is waited for as well.
     void asked(int event, const Json &values);

@@ -14,6 +14,9 @@ namespace kv::ctl {
 /// reason.
 class Agent {
 public:
+    /// So many entries its journal keeps.
+    static constexpr int entries_kept = 10'000;
+
     /// Throws Failure, with the status no_agent, when none runs here.
     Agent();
     /// None when none runs, or does not say what it can within a moment.

@@ -24,7 +24,7 @@ namespace kv::ctl {
 
 namespace {
 
-constexpr int patience_ms = 15'000;
+constexpr int starting_takes_ms = 15'000;
 
 /// A process, whoever's child it is.
 class Process {
@@ -101,7 +101,7 @@ int start(const Context &context, const StartOptions &options)
     close(fd);
 
     const Process process{pid};
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds{patience_ms};
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds{starting_takes_ms};
     while (std::chrono::steady_clock::now() < deadline) {
         if (process.ends_within(20)) {
             waitpid(pid, nullptr, 0);
@@ -118,8 +118,8 @@ int start(const Context &context, const StartOptions &options)
         return done;
     }
     kill(pid, SIGKILL);
-    throw Failure{failed,
-                  "the agent did not become ready within " + std::to_string(patience_ms / 1000) + " s (" + log + ")"};
+    throw Failure{failed, "the agent did not become ready within " + std::to_string(starting_takes_ms / 1000) + " s (" +
+                              log + ")"};
 }
 
 int stop(const Context &context)
@@ -127,7 +127,7 @@ int stop(const Context &context)
     const Agent agent;
     const Process process{agent.pid()};
     agent.run("quit");
-    if (agent.pid() > 0 && !process.ends_within(patience_ms))
+    if (agent.pid() > 0 && !process.ends_within(starting_takes_ms))
         throw Failure{failed,
                       "the agent, process " + std::to_string(agent.pid()) + ", was told to stop but still runs"};
     context.out.line("agent stopped", {{"running", false}, {"pid", agent.pid()}});
@@ -149,7 +149,7 @@ int status(const Context &context)
     return done;
 }
 
-std::function<int()> set_up(CLI::App &app, Context &context)
+std::function<int()> set_up_agent(CLI::App &app, Context &context)
 {
     struct Options {
         std::string what{};
@@ -182,6 +182,6 @@ const Verb agent_verb{
     "  korvanectl agent start -- --http 8080 --ca-dir ./ca     what stands behind -- goes to the agent\n"
     "  korvanectl agent status --json\n"
     "  korvanectl agent stop",
-    set_up, true};
+    set_up_agent, true};
 
 } // namespace kv::ctl

@@ -83,7 +83,7 @@ std::vector<std::string> argument_names(const Agent &agent, const std::string &c
     return names;
 }
 
-std::function<int()> set_up(CLI::App &app, Context &)
+std::function<int()> set_up_completion(CLI::App &app, Context &)
 {
     auto shell = std::make_shared<std::string>();
     app.add_option("SHELL", *shell, "bash or zsh")->required()->check(CLI::IsMember({"bash", "zsh"}));
@@ -135,6 +135,6 @@ std::vector<std::string> candidates(const CLI::App &app, const std::vector<std::
 const Verb completion_verb{"completion", "prints a script that completes command lines of this program",
                            "  source <(korvanectl completion bash)\n"
                            "  korvanectl completion zsh > ~/.zfunc/_korvanectl",
-                           set_up};
+                           set_up_completion};
 
 } // namespace kv::ctl

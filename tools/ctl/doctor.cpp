@@ -219,7 +219,7 @@ constexpr Check checks[] = {
     {"bus", bus},
 };
 
-std::function<int()> set_up(CLI::App &, Context &context)
+std::function<int()> set_up_doctor(CLI::App &, Context &context)
 {
     return [&context] {
         setenv("KORVANE_LOG", "off", false); // what is wrong is said here
@@ -252,6 +252,6 @@ std::function<int()> set_up(CLI::App &, Context &context)
 const Verb doctor_verb{"doctor", "looks whether applications can reach an agent here, and says what to do if not",
                        "  korvanectl doctor\n"
                        "  korvanectl doctor --json | jq -r 'select(.ok | not) | .remedy'",
-                       set_up};
+                       set_up_doctor};
 
 } // namespace kv::ctl

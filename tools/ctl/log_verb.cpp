@@ -12,7 +12,6 @@ namespace kv::ctl {
 
 namespace {
 
-constexpr int all_that_is_kept = 10'000;
 constexpr int longest_wait_ms = 600'000;
 
 struct LogOptions {
@@ -40,7 +39,7 @@ int follow_matches(const Output &out, const Agent &agent, const Json &filter, lo
                 throw Failure{failed, "the agent went away"};
             continue; // nothing came for so long
         }
-        const Json list = agent.run("journal", {{"since", next}, {"limit", all_that_is_kept}, {"filter", filter}});
+        const Json list = agent.run("journal", {{"since", next}, {"limit", Agent::entries_kept}, {"filter", filter}});
         for (const Json &entry : list["entries"])
             tell(out, entry);
         next = list["next"];
@@ -64,7 +63,7 @@ int follow_all(const Output &out, const Agent &agent, long long next)
     return done;
 }
 
-std::function<int()> set_up(CLI::App &app, Context &context)
+std::function<int()> set_up_log(CLI::App &app, Context &context)
 {
     auto options = std::make_shared<LogOptions>();
     app.add_flag("-f,--follow", options->follow, "goes on with what happens from now on; Ctrl-C ends it");
@@ -78,7 +77,7 @@ std::function<int()> set_up(CLI::App &app, Context &context)
             throw UsageError{"--filter must be an object, such as '{\"method\":\"start\"}', not '" + options->filter +
                              "'"};
         const Agent agent;
-        const Json list = agent.run("journal", {{"limit", all_that_is_kept}, {"filter", filter}});
+        const Json list = agent.run("journal", {{"limit", Agent::entries_kept}, {"filter", filter}});
         const Json &entries = list["entries"];
         const auto wanted = static_cast<std::size_t>(options->last);
         const std::size_t first = wanted > 0 && entries.size() > wanted ? entries.size() - wanted : 0;
@@ -97,6 +96,6 @@ const Verb log_verb{"log", "shows what the running agent has noted: requests, ev
                     "  korvanectl log --follow\n"
                     "  korvanectl log --filter '{\"method\":\"start\"}'\n"
                     "  korvanectl log -n 20 --json | jq .",
-                    set_up};
+                    set_up_log};
 
 } // namespace kv::ctl

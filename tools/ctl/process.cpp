@@ -22,7 +22,7 @@ namespace kv::ctl {
 
 namespace {
 
-constexpr int patience_ms = 5000; // for programs that were asked to end
+constexpr int ending_takes_ms = 5000; // for programs that were asked to end
 
 struct Strings {
     std::vector<char *> pointers{};
@@ -175,7 +175,7 @@ int end_descendants()
                 kill(pid, number);
                 count += number == SIGTERM ? 1 : 0;
             }
-            if (!await_children(patience_ms))
+            if (!await_children(ending_takes_ms))
                 break;
         }
     }

@@ -21,8 +21,6 @@ namespace kv::ctl {
 
 namespace {
 
-constexpr int all_that_is_kept = 10'000;
-
 /// A file that is there whole or not at all: it gets its name when all is written.
 class WholeFile {
 public:
@@ -81,7 +79,7 @@ int record(const Context &context, const std::string &path)
     const Agent agent;
     WholeFile file{path};
     const Json now = agent.run("journal", {{"limit", 0}});
-    const Json counted = agent.run("journal", {{"since", now["next"]}, {"limit", all_that_is_kept}});
+    const Json counted = agent.run("journal", {{"since", now["next"]}, {"limit", Agent::entries_kept}});
     const long long begin = counted["next"];
 
     std::vector<Json> entries;
@@ -119,7 +117,7 @@ int record(const Context &context, const std::string &path)
     }
     if (why.empty()) { // what the stream has not brought yet
         const long long next = entries.empty() ? begin : entries.back()["seq"].get<long long>() + 1;
-        const Json rest = agent.run("journal", {{"since", next}, {"limit", all_that_is_kept}});
+        const Json rest = agent.run("journal", {{"since", next}, {"limit", Agent::entries_kept}});
         entries.insert(entries.end(), rest["entries"].begin(), rest["entries"].end());
     }
     if (over_us >= 0)
@@ -145,7 +143,7 @@ int record(const Context &context, const std::string &path)
     return done;
 }
 
-std::function<int()> set_up(CLI::App &app, Context &context)
+std::function<int()> set_up_record(CLI::App &app, Context &context)
 {
     auto path = std::make_shared<std::string>();
     app.add_option("FILE", *path, "where the scenario is written")->required();
@@ -162,6 +160,6 @@ const Verb record_verb{
     "agent's journal holds no secrets: what must be filled in by hand is told, with its line. What differs from run to "
     "run,\n"
     "such as times, is to be taken out of the expectations.",
-    set_up, true};
+    set_up_record, true};
 
 } // namespace kv::ctl

@@ -27,8 +27,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr unsigned patience_ms = 5000;   // for programs that were asked to end
-constexpr unsigned last_words_ms = 1000; // for what an agent has still to say of an application that has gone
+constexpr unsigned applications_end_ms = 5000; // for programs that were asked to end
+constexpr unsigned last_words_ms = 1000;       // for what an agent has still to say of an application that has gone
 constexpr unsigned start_limit_ms = 15'000;
 
 struct RunOptions {
@@ -177,7 +177,7 @@ void Run::start_bus()
             wait.quit();
         return more && bus_address_.empty();
     });
-    wait.after_ms(patience_ms, [&] { wait.quit(); });
+    wait.after_ms(applications_end_ms, [&] { wait.quit(); });
     wait.run();
 }
 
@@ -256,7 +256,7 @@ void Run::end_soon(const std::string &problem)
     if (!application_.runs())
         return finish();
     application_.signal(SIGTERM);
-    loop_.after_ms(patience_ms, [this] {
+    loop_.after_ms(applications_end_ms, [this] {
         if (!application_.runs())
             return;
         problem_ = problem_.empty() ? "the application does not end when it is asked to (SIGTERM)" : problem_;
@@ -322,7 +322,7 @@ int Run::play()
     return well ? done : failed;
 }
 
-std::function<int()> set_up(CLI::App &app, Context &context)
+std::function<int()> set_up_run(CLI::App &app, Context &context)
 {
     auto options = std::make_shared<RunOptions>();
     app.add_option("SCENARIO", options->scenario, "the file to be played")->required();
@@ -343,6 +343,6 @@ const Verb run_verb{"run", "plays a scenario with an application, in a place of 
                     "  korvanectl run setup.json -- ./my-app --its-option\n"
                     "  korvanectl run --agent-version 1.2 --json setup.json -- ./my-app\n"
                     "Nothing that was started is left running. The application is ended by SIGTERM.",
-                    set_up, true};
+                    set_up_run, true};
 
 } // namespace kv::ctl

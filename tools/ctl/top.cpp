@@ -16,8 +16,6 @@ namespace kv::ctl {
 
 namespace {
 
-constexpr int all_that_is_kept = 10'000;
-
 struct Measured {
     std::vector<long long> durations_us{};
     int errors = 0;
@@ -96,7 +94,7 @@ std::string table_of(const Output &out, const Json &rows)
     return text;
 }
 
-std::function<int()> set_up(CLI::App &app, Context &context)
+std::function<int()> set_up_top(CLI::App &app, Context &context)
 {
     struct Options {
         bool once = false;
@@ -114,7 +112,7 @@ std::function<int()> set_up(CLI::App &app, Context &context)
         long long next = 1;
         const auto look = [&] {
             const Json list = agent.run(
-                "journal", {{"since", next}, {"limit", all_that_is_kept}, {"filter", {{"method", {{"any", true}}}}}});
+                "journal", {{"since", next}, {"limit", Agent::entries_kept}, {"filter", {{"method", {{"any", true}}}}}});
             for (const Json &entry : list["entries"])
                 table.take(entry);
             next = list["next"];
@@ -157,6 +155,6 @@ const Verb top_verb{"top", "shows what applications call: how often, how long it
                     "  korvanectl top\n"
                     "  korvanectl top --once --json | jq '.methods[] | select(.errors > 0)'\n"
                     "Times are those that the agent needed. It remembers the last 10,000 entries.",
-                    set_up};
+                    set_up_top};
 
 } // namespace kv::ctl

@@ -85,7 +85,7 @@ int trace(const Context &context)
     throw Failure{failed, context.program[0] + " ended with " + shown_status(child.status())};
 }
 
-std::function<int()> set_up(CLI::App &app, Context &context)
+std::function<int()> set_up_trace(CLI::App &app, Context &context)
 {
     auto path = std::make_shared<std::string>();
     app.add_option("--read", *path, "shows a trace that an application wrote with KORVANE_TRACE=FILE")
@@ -106,6 +106,6 @@ const Verb trace_verb{
     "  KORVANE_TRACE=/tmp/app.trace ./my-app; korvanectl trace --read /tmp/app.trace\n"
     "-> is a request, <- its reply with the microseconds in between, <= an event. Secrets are masked here, but\n"
     "not in a file that KORVANE_TRACE names.",
-    set_up, true};
+    set_up_trace, true};
 
 } // namespace kv::ctl

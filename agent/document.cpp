@@ -42,8 +42,7 @@ Json shown(const cJSON *value)
     if (cJSON_IsObject(value)) {
         Json members = Json::object();
         for (const cJSON *member = value->child; member; member = member->next)
-            members.set(member->string,
-                        may_be_shown(member->string) ? shown(member) : masked(member));
+            members.set(member->string, may_be_shown(member->string) ? shown(member) : masked(member));
         return members;
     }
     if (cJSON_IsArray(value)) {

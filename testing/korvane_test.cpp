@@ -64,13 +64,19 @@ private:
 
 class Directory {
 public:
-    Directory() : path_((std::filesystem::temp_directory_path() / "korvane-test-XXXXXX").string())
+    /// Another's, or a temporary one when that is NULL.
+    explicit Directory(const char *given) : is_temporary_(!given), path_(given ? given : "")
     {
+        if (!is_temporary_)
+            return;
+        path_ = (std::filesystem::temp_directory_path() / "korvane-test-XXXXXX").string();
         if (!::mkdtemp(path_.data()))
             throw std::runtime_error{"cannot make " + path_ + ": " + std::strerror(errno)};
     }
     ~Directory()
     {
+        if (!is_temporary_)
+            return;
         std::error_code nobody_asks;
         std::filesystem::remove_all(path_, nobody_asks);
     }
@@ -81,6 +87,7 @@ public:
     std::string at(const char *name) const { return path_ + "/" + name; }
 
 private:
+    bool is_temporary_;
     std::string path_;
 };
 
@@ -110,7 +117,7 @@ std::string first_line_of(const std::string &file)
 
 struct korvane_test_agent_s {
     explicit korvane_test_agent_s(const korvane_test_options &options)
-        : process(command_line(options, directory), directory.at("agent.err"))
+        : directory(options.directory), process(command_line(options, directory), directory.at("agent.err"))
     {
         std::optional<std::string> greeting;
         run_until([&] { return (greeting = process.read_line()) || process.ended(); }, patience_ms);
@@ -118,7 +125,7 @@ struct korvane_test_agent_s {
             throw std::runtime_error{"the agent does not become ready: " + first_line_of(directory.at("agent.err"))};
     }
 
-    Directory directory{};
+    Directory directory;
     Variable packages{"KORVANE_PACKAGE_DIR", directory.at("packages")};
     Variable runtime{"KORVANE_RUNTIME_DIR", directory.at("run")};
     Process process;

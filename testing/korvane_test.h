@@ -34,6 +34,9 @@ typedef struct {
     const char
         *program; /**< the agent's program; NULL for KORVANE_AGENT of the environment, else korvane-agent on the PATH */
     const char *const *arguments; /**< more of its arguments, a list that ends with NULL; NULL for none */
+    const char *directory;        /**< where its files are: an existing directory, which stays. An agent that is started
+                                       where another has been is the same one to the application, replaced. NULL for a
+                                       temporary one, which is removed with the agent */
 } korvane_test_options;
 
 /**
@@ -107,7 +110,7 @@ bool korvane_test_run_until(bool (*so)(void *user_data), void *user_data, int wi
 /** What went wrong last, as a sentence; empty when nothing has. Valid until the next call. NULL: with starting. */
 const char *korvane_test_problem(const korvane_test_agent *agent);
 
-/** The agent's directory: its log is agent.log, what it says is agent.out. Valid until it is stopped. */
+/** The agent's directory: its log is agent.log, what it complains of is agent.err. Valid until it is stopped. */
 const char *korvane_test_directory(const korvane_test_agent *agent);
 
 /** The agent's process. */

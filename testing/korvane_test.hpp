@@ -14,7 +14,7 @@ namespace korvane::test {
 /// std::runtime_error with the reason.
 class Agent {
 public:
-    explicit Agent(const char *version = nullptr) : Agent(korvane_test_options{version, nullptr, nullptr}) {}
+    explicit Agent(const char *version = nullptr) : Agent(korvane_test_options{version, nullptr, nullptr, nullptr}) {}
     explicit Agent(const korvane_test_options &options) : agent_(korvane_test_start(&options))
     {
         if (!agent_)

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// korvane-bench [--stub] [calls|counts|lists|events|start ...]
+// korvane-bench [--stub] [calls|counts|lists|events|start|applications ...]
 // Without arguments: everything, ours served by the virtual agent. --stub: by the platform's serving side alone.
 
+#include "applications.hpp"
 #include "counts.hpp"
 #include "events.hpp"
 #include "lists.hpp"
@@ -18,7 +19,7 @@ int main(int argc, char **argv)
 {
     using namespace bench;
     AgentKind agent = has_virtual_agent() ? AgentKind::virtual_agent : AgentKind::stub;
-    const std::set<std::string> parts = {"calls", "counts", "lists", "events", "start"};
+    const std::set<std::string> parts = {"calls", "counts", "lists", "events", "start", "applications"};
     std::set<std::string> wanted;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
@@ -27,7 +28,7 @@ int main(int argc, char **argv)
         } else if (parts.count(word) > 0) {
             wanted.insert(word);
         } else {
-            fprintf(stderr, "usage: korvane-bench [--stub] [calls|counts|lists|events|start ...]\n");
+            fprintf(stderr, "usage: korvane-bench [--stub] [calls|counts|lists|events|start|applications ...]\n");
             return 2;
         }
     }
@@ -50,6 +51,8 @@ int main(int argc, char **argv)
             measure_start(setting, agent, report);
             measure_size(setting, report);
         }
+        if (is_wanted("applications"))
+            measure_applications(setting, report);
         report.close();
         return 0;
     } catch (const std::exception &e) {

@@ -42,12 +42,15 @@ std::vector<char *> pointers(std::vector<std::string> &texts)
 Child::Child(const std::vector<std::string> &command, const std::vector<std::string> &environment)
 {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
+    int input_ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0 || pipe2(input_ends, O_CLOEXEC) != 0)
         fail(errno, "pipe");
     output_ = ends[0];
+    input_ = input_ends[1];
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, input_ends[0], STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
 
     std::vector<std::string> arguments = command;
@@ -57,8 +60,10 @@ Child::Child(const std::vector<std::string> &command, const std::vector<std::str
     const int err = posix_spawnp(&pid_, arguments[0].c_str(), &actions, nullptr, pointers(arguments).data(),
                                  pointers(variables).data());
     posix_spawn_file_actions_destroy(&actions);
+    close(input_ends[0]);
     close(ends[1]);
     if (err != 0) {
+        close(input_);
         close(output_);
         fail(err, command[0]);
     }
@@ -66,6 +71,7 @@ Child::Child(const std::vector<std::string> &command, const std::vector<std::str
 
 Child::~Child()
 {
+    close(input_);
     close(output_);
     if (pid_ > 0) {
         kill(pid_, SIGKILL);
@@ -74,6 +80,13 @@ Child::~Child()
         while (waitpid(pid_, &status, 0) == pid_ && WIFSTOPPED(status)) {
         }
     }
+}
+
+void Child::write_line(const std::string &line)
+{
+    const std::string whole = line + "\n";
+    if (write(input_, whole.data(), whole.size()) != static_cast<ssize_t>(whole.size()))
+        fail(errno, "write to a child process");
 }
 
 bool Child::read_more()

@@ -7,7 +7,7 @@
 
 namespace bench {
 
-/// A child process with its standard output in a pipe. It is killed and reaped with this object.
+/// A child process with its standard input and output in pipes. It is killed and reaped with this object.
 class Child {
 public:
     /// Each entry of the environment is NAME=VALUE and stands before what is inherited.
@@ -17,6 +17,7 @@ public:
     ~Child();
 
     pid_t pid() const { return pid_; }
+    void write_line(const std::string &line);
     /// The next line of its output; throws when none comes within the time that anything here may take.
     std::string read_line();
     /// Reads to the end of its output and waits; throws unless it ended with status 0.
@@ -28,6 +29,7 @@ private:
     bool read_more();
 
     pid_t pid_ = -1;
+    int input_ = -1;
     int output_ = -1;
     std::string buffered_;
 };

@@ -58,6 +58,12 @@ std::unique_ptr<Child> Setting::serve(AgentKind kind, const char *version) const
     return started(std::make_unique<Child>(std::vector<std::string>{BENCH_AGENT, "--agent-version", version}));
 }
 
+std::unique_ptr<Child> Setting::serve_commands() const
+{
+    install(packages_of(folder()), newest_version);
+    return started(std::make_unique<Child>(std::vector<std::string>{BENCH_AGENT, "--commands"}));
+}
+
 std::unique_ptr<Child> Setting::serve_events(const std::string &peer) const
 {
     return started(std::make_unique<Child>(std::vector{program("korvane-bench-event-server"), peer, folder()}));

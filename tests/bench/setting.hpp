@@ -28,6 +28,8 @@ public:
     std::unique_ptr<Child> serve(const std::string &peer) const;
     /// An agent of that version, which is the newest there is unless something older is to be spoken.
     std::unique_ptr<Child> serve(AgentKind kind, const char *version = newest_version) const;
+    /// A virtual agent that takes commands, a line each, and answers them.
+    std::unique_ptr<Child> serve_commands() const;
     /// Starts the server of events of a peer.
     std::unique_ptr<Child> serve_events(const std::string &peer) const;
 

@@ -239,11 +239,12 @@ TEST_F(BrokenAgent, CanBeReplacedByOneThatWorks)
 TEST_F(BrokenAgent, LeavesTheDisconnectionCallbackFreeToBeginAnew)
 {
     begin();
-    AgentProcess *dead = agent.get();
+    std::unique_ptr<AgentProcess> dead; // still has the answer to bring
     application.on_change = [&](const Application::Change &change) {
         if (change != disconnected)
             return;
         EXPECT_EQ(application.deinitialize(), KORVANE_ERROR_NONE);
+        dead = std::exchange(agent, nullptr);
         dead->wait();
         agent = std::make_unique<AgentProcess>(home);
         EXPECT_EQ(application.initialize(), KORVANE_ERROR_NONE);

@@ -133,6 +133,32 @@ TEST_P(Described, EveryEventReachesWhoeverRegisteredForIt)
     }
 }
 
+TEST_P(Described, EverythingCanStandInAScenario)
+{
+    Client application;
+    ASSERT_TRUE(application.connect());
+    std::string steps;
+    const auto add = [&steps](const std::string &step) { steps += (steps.empty() ? "{" : ",\n{") + step + "}"; };
+    for (const cJSON *event = list("events"); event; event = event->next)
+        add(R"("emit":")" + text(event, "name") + R"(","values":)" + text_of(member(event, "default")));
+    for (const cJSON *method = list("methods"); method; method = method->next)
+        for (const cJSON *form = list("faults"); form; form = form->next)
+            for (const char *times : {"1", "0"}) // set, and taken back
+                add(R"("fault":")" + text(method, "name") + R"(","form":")" + text(form, "name") + "\"" +
+                    (text(form, "value").empty() ? "" : R"(,"value":5)") + R"(,"times":)" + times);
+    for (const cJSON *method = list("methods"); method; method = method->next)
+        add(R"("expect":")" + text(method, "name") + "\"");
+
+    const Response begun = api.post("play", R"({"scenario":{"steps":[)" + steps + "]}}");
+    ASSERT_EQ(begun.status, 200) << begun.body;
+    const std::string first = std::string{"expect "} + text(list("methods"), "name");
+    EXPECT_TRUE(run_until([&] { return api.get("/v1/state?path=play.step").at("state") == first; }));
+    for (const cJSON *method = list("methods"); method; method = method->next)
+        application.ask(request_of(method));
+    EXPECT_TRUE(run_until([&] { return api.get("/v1/state?path=play.running").at("state") == "false"; }));
+    EXPECT_EQ(api.get("/v1/state?path=play.problem").at("state"), "");
+}
+
 INSTANTIATE_TEST_SUITE_P(Versions, Described,
                          testing::Values(Known{"1.0", 31, 10}, Known{"1.1", 41, 13}, Known{"1.2", 44, 13},
                                          Known{"1.3", 69, 19}, Known{"1.4", 94, 25}, Known{"1.5", 95, 26},

@@ -17,7 +17,7 @@ namespace {
 
 korvane_test_options with_program(const char *version = nullptr)
 {
-    return {version, KORVANE_AGENT_PATH, nullptr};
+    return {version, KORVANE_AGENT_PATH, nullptr, nullptr};
 }
 
 template <class Work>
@@ -51,7 +51,7 @@ TEST(TestHelper, GivesAnAgentOfTheVersionAndTakesItDown)
 TEST(TestHelper, SaysWhyThereIsNoAgent)
 {
     EXPECT_NE(problem_of([] {
-                  Agent agent{{nullptr, "/nowhere/korvane-agent", nullptr}};
+                  Agent agent{{nullptr, "/nowhere/korvane-agent", nullptr, nullptr}};
               }).find("/nowhere"),
               std::string::npos);
     EXPECT_NE(problem_of([] { Agent agent{with_program("9.9")}; }).find("there is no agent version '9.9'"),

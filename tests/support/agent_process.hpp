@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <korvane_test.hpp>
+
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,37 +38,27 @@ private:
     std::filesystem::path root_;
 };
 
-/// One agent. It is ready when the constructor returns, and gone when the destructor does.
+/// One agent, as applications' own tests have it, in a home where others may have been or may follow. It is ready when
+/// the constructor returns, and gone when the destructor does.
 class AgentProcess {
 public:
-    /// With its journal in the home's log file. Fails the test when it does not become ready.
-    explicit AgentProcess(const AgentHome &home, std::vector<std::string> arguments = {});
-    AgentProcess(const AgentProcess &) = delete;
-    AgentProcess &operator=(const AgentProcess &) = delete;
-    ~AgentProcess();
+    /// With its journal in the home's log file. Throws when it does not become ready.
+    explicit AgentProcess(const AgentHome &home, const std::vector<std::string> &arguments = {});
 
-    pid_t pid() const { return pid_; }
-    /// The line that said it was ready.
-    const std::string &greeting() const { return greeting_; }
+    pid_t pid() const { return agent_->pid(); }
 
-    /// Sends a line and returns the answer; empty, failing the test, when none comes.
+    /// Carries out a command and returns the answer, or why it was refused. The main loop runs meanwhile.
     std::string command(const std::string &line);
-    /// The same, and the answer must say that it went well.
+    /// The same for one that must go well.
     void tell(const std::string &line, const char *file = __builtin_FILE(), int at = __builtin_LINE());
 
     void signal(int number) const;
     /// Waits until it has ended, and says how: the exit status, or minus the signal's number. It must have been told
     /// to end.
-    int wait();
+    int wait() const;
 
 private:
-    std::string read_line();
-
-    pid_t pid_ = -1;
-    int to_ = -1;
-    int from_ = -1;
-    std::string pending_;
-    std::string greeting_;
+    std::optional<korvane::test::Agent> agent_{};
 };
 
 struct Finished {

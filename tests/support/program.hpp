@@ -23,6 +23,7 @@ public:
     /// How often its output so far contains the text.
     int said(const std::string &text) const;
 
+    pid_t pid() const { return pid_; }
     void signal(int number) const;
     /// Waits for its end and says how that came: the exit status, or minus the signal's number.
     int wait(const char *file = __builtin_FILE(), int at = __builtin_LINE());

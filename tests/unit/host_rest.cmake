@@ -10,6 +10,8 @@ kv_add_test(host_package_test
 kv_add_test(host_bundle_test
     SOURCES ${host_test_dir}/host_bundle_test.cpp
     LIBS kvplatform)
-kv_add_test(host_event_test
-    SOURCES ${host_test_dir}/host_event_test.cpp ${host_test_dir}/host_child.cpp
-    LIBS kvplatform PkgConfig::GLIB DBUS)
+foreach(subject event event_bus)
+    kv_add_test(host_${subject}_test
+        SOURCES ${host_test_dir}/host_${subject}_test.cpp ${host_test_dir}/host_child.cpp
+        LIBS kvplatform PkgConfig::GLIB DBUS)
+endforeach()

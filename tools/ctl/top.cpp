@@ -111,8 +111,9 @@ std::function<int()> set_up_top(CLI::App &app, Context &context)
         Table table;
         long long next = 1;
         const auto look = [&] {
-            const Json list = agent.run(
-                "journal", {{"since", next}, {"limit", Agent::entries_kept}, {"filter", {{"method", {{"any", true}}}}}});
+            const Json list =
+                agent.run("journal",
+                          {{"since", next}, {"limit", Agent::entries_kept}, {"filter", {{"method", {{"any", true}}}}}});
             for (const Json &entry : list["entries"])
                 table.take(entry);
             next = list["next"];

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "app_event.h"
+#include "app_event_publish.h"
+#include "unit/host_child.hpp"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <glib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+/// Application events over a real message bus.
+namespace host_test {
+
+inline constexpr const char *update_status = "org.example.ServiceManager.UpdateStatus";
+
+inline bool has_bus_library()
+{
+    return contents_of("/proc/self/maps").find("libsystemd") != std::string::npos;
+}
+
+inline std::ptrdiff_t open_descriptors()
+{
+    g_main_context_default(); // has one, made at its first use
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+inline bool loop_until(const std::function<bool()> &condition, GMainContext *context = nullptr)
+{
+    return comes_true([&] {
+        while (g_main_context_iteration(context, FALSE)) {
+        }
+        return condition();
+    });
+}
+
+/// Hears an event and keeps what it was told.
+class Listener {
+public:
+    explicit Listener(const char *name = update_status) : name_(name) { result = add(); }
+    ~Listener() { remove(); }
+    Listener(const Listener &) = delete;
+    Listener &operator=(const Listener &) = delete;
+
+    int add() { return event_add_event_handler(name_, on_event, this, &handler_); }
+    void remove()
+    {
+        if (!handler_)
+            return;
+        EXPECT_EQ(event_remove_event_handler(handler_), 0);
+        handler_ = nullptr;
+    }
+
+    int result = 0;
+    int count = 0;
+    std::function<void(const char *name, bundle *data)> then;
+
+private:
+    static void on_event(const char *name, bundle *data, void *self)
+    {
+        auto *listener = static_cast<Listener *>(self);
+        ++listener->count;
+        EXPECT_STREQ(name, listener->name_);
+        if (listener->then)
+            listener->then(name, data);
+    }
+
+    const char *name_;
+    event_handler_h handler_ = nullptr;
+};
+
+/// Returns when the bus knows what was registered on this thread: it learns in order, so a listener that was
+/// registered last stands for all.
+inline void let_the_bus_know(GMainContext *context = nullptr)
+{
+    constexpr const char *probe_event = "org.example.Test.Probe";
+    Listener probe(probe_event);
+    ASSERT_EQ(probe.result, 0);
+    ASSERT_TRUE(loop_until(
+        [&] {
+            EXPECT_EQ(event_publish(probe_event, nullptr), 0);
+            return probe.count > 0;
+        },
+        context));
+}
+
+inline void publish(const char *name = update_status)
+{
+    bundle *data = bundle_create();
+    bundle_add_str(data, "Install", "org.example.agent");
+    EXPECT_EQ(event_publish(name, data), 0);
+    bundle_free(data);
+}
+
+inline std::string text_in(bundle *data, const char *key)
+{
+    char *text = nullptr;
+    return bundle_get_str(data, key, &text) == 0 ? text : "(none)";
+}
+
+/// The command as a process of its own.
+inline pid_t start(const std::vector<std::string> &command)
+{
+    const pid_t child = fork();
+    if (child != 0)
+        return child;
+    std::vector<char *> arguments;
+    for (const std::string &argument : command)
+        arguments.push_back(const_cast<char *>(argument.c_str()));
+    arguments.push_back(nullptr);
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    dup2(nowhere, STDERR_FILENO); // what tests look at is ours alone
+    execvp(arguments[0], arguments.data());
+    _exit(127);
+}
+
+inline const Environment errors_only = {{"KORVANE_LOG", "error:stderr"}};
+
+} // namespace host_test

@@ -50,7 +50,7 @@ class WaitingForEntry final : public Waiting {
 public:
     WaitingForEntry(Journal &journal, Json filter, int within_ms, Reply reply)
         : filter_(std::move(filter)), within_ms_(within_ms), reply_(std::move(reply)),
-          listener_(journal.listen([this](const Json &entry) { look_at(entry); }))
+          listener_(journal.listen([this](const Journal::Entry &entry) { look_at(entry.json()); }))
     {
         call_in(within_ms);
     }
@@ -123,7 +123,7 @@ Json journal(Steered &agent, Arguments &arguments)
     auto entry = agent.journal.from(since);
     const auto end = agent.journal.entries().end();
     for (; entry != end && left > 0; ++entry)
-        if (Json one = Json::parse(entry->text); matches(filter, one)) {
+        if (Json one = entry->json(); matches(filter, one)) {
             listed.append(std::move(one));
             --left;
         }
@@ -139,7 +139,7 @@ Json count(Steered &agent, Arguments &arguments)
         matching = static_cast<int>(agent.journal.entries().size());
     else
         for (const Journal::Entry &entry : agent.journal.entries())
-            matching += matches(filter, Json::parse(entry.text)) ? 1 : 0;
+            matching += matches(filter, entry.json()) ? 1 : 0;
     return std::move(Json::object().set("count", matching));
 }
 
@@ -159,7 +159,7 @@ std::unique_ptr<Waiting> wait(Steered &agent, Arguments &arguments, Reply reply)
     auto waiting = std::make_unique<WaitingForEntry>(agent.journal, std::move(filter), within_ms, std::move(reply));
     if (since)
         for (auto entry = agent.journal.from(*since); entry != agent.journal.entries().end(); ++entry)
-            waiting->look_at(Json::parse(entry->text));
+            waiting->look_at(entry->json());
     return waiting;
 }
 

@@ -2,6 +2,7 @@
 #include "common_requests.hpp"
 
 #include "document.hpp"
+#include "stub.hpp"
 
 #include <algorithm>
 #include <memory>
@@ -10,8 +11,6 @@
 namespace kv::virtual_agent {
 
 namespace {
-
-constexpr int refused = -1;
 
 int number_in(const cJSON *object, const char *name)
 {

@@ -4,8 +4,11 @@
 #include "array_codec.hpp"
 #include "interface.hpp"
 
+#include <rpc_port_stub.h>
+
 #include <memory>
 #include <string>
+#include <string_view>
 
 /// What stands on the wire, as this side reads and writes it.
 namespace kv::virtual_agent {
@@ -25,6 +28,25 @@ inline Parcel new_parcel()
     if (rpc_port_parcel_create(&parcel) != 0)
         throw std::bad_alloc{};
     return Parcel{parcel};
+}
+
+/// The bytes of a parcel as a parcel again. Throws std::bad_alloc when there is no memory.
+inline Parcel parcel_of(const std::string &bytes)
+{
+    rpc_port_parcel_h parcel = nullptr;
+    if (rpc_port_parcel_create_from_raw(&parcel, bytes.data(), bytes.size()) != 0)
+        throw std::bad_alloc{};
+    return Parcel{parcel};
+}
+
+/// All that stands in a parcel.
+inline std::string_view bytes_of(rpc_port_parcel_h parcel)
+{
+    const void *bytes = nullptr;
+    std::size_t size = 0;
+    if (rpc_port_parcel_get_raw(parcel, &bytes, &size) != 0)
+        return {};
+    return {static_cast<const char *>(bytes), size};
 }
 
 /// A callback that a peer has given: how its events are addressed.

@@ -11,6 +11,30 @@
 
 namespace kv::virtual_agent {
 
+namespace {
+
+/// Facts that were at hand, as one text.
+class ReadyFacts final : public Facts {
+public:
+    ReadyFacts(const Json &facts, std::string words) : text_(facts.text()), words_(std::move(words)) {}
+    Json json() const override { return Json::parse(text_); }
+    std::string words() const override { return words_; }
+    std::size_t bytes() const override { return text_.size() + words_.size(); }
+
+private:
+    std::string text_;
+    std::string words_;
+};
+
+} // namespace
+
+Json Journal::Entry::json() const
+{
+    Json entry = Json::object();
+    entry.set("seq", seq).set("time_us", time_us).add(facts->json());
+    return entry;
+}
+
 Journal::Journal(const std::string &path, bool verbose) : verbose_(verbose)
 {
     if (path.empty())
@@ -34,13 +58,17 @@ Journal::Listener Journal::listen(Hear hear)
     return listener;
 }
 
-void Journal::write(std::int64_t time_us, Json facts, const std::string &words)
+void Journal::write(std::int64_t time_us, const Json &facts, std::string words)
 {
-    Json entry = Json::object();
-    entry.set("seq", ++last_seq_).set("time_us", time_us).add(std::move(facts));
-    const std::string text = entry.text();
-    remember(text);
-    if (file_ && (std::fprintf(file_.get(), "%s\n", text.c_str()) < 0 || std::fflush(file_.get()) != 0)) {
+    write(time_us, std::make_shared<ReadyFacts>(facts, std::move(words)));
+}
+
+void Journal::write(std::int64_t time_us, std::shared_ptr<const Facts> facts)
+{
+    noted_bytes_ += static_cast<std::int64_t>(facts->bytes());
+    const Entry entry{++last_seq_, time_us, noted_bytes_, std::move(facts)};
+    remember(entry);
+    if (file_ && (std::fprintf(file_.get(), "%s\n", entry.text().c_str()) < 0 || std::fflush(file_.get()) != 0)) {
         std::fprintf(stderr, "korvane-agent: cannot write the log: %s; it ends here\n", std::strerror(errno));
         file_.reset();
     }
@@ -49,21 +77,34 @@ void Journal::write(std::int64_t time_us, Json facts, const std::string &words)
         std::tm local{};
         localtime_r(&seconds, &local);
         std::fprintf(stderr, "%02d:%02d:%02d.%06d  %s\n", local.tm_hour, local.tm_min, local.tm_sec,
-                     static_cast<int>(time_us % G_USEC_PER_SEC), words.c_str());
+                     static_cast<int>(time_us % G_USEC_PER_SEC), entry.facts->words().c_str());
     }
-    std::erase_if(listeners_, [](const auto &listener) { return listener.expired(); });
-    for (const auto &listener : std::vector{listeners_}) // one may go, or come, when it hears something
-        if (const Listener hear = listener.lock())
+    tell(entry);
+}
+
+/// A listener may go, or come, or write another entry, when it hears something.
+void Journal::tell(const Entry &entry)
+{
+    if (telling_ == 0)
+        std::erase_if(listeners_, [](const auto &listener) { return listener.expired(); });
+    const struct Deeper {
+        explicit Deeper(int &depth) : depth_(++depth) {}
+        ~Deeper() { --depth_; }
+        Deeper(const Deeper &) = delete;
+        Deeper &operator=(const Deeper &) = delete;
+        int &depth_;
+    } telling{telling_};
+    for (std::size_t i = 0; i < listeners_.size(); ++i)
+        if (const Listener hear = listeners_[i].lock())
             (*hear)(entry);
 }
 
-void Journal::remember(const std::string &text)
+void Journal::remember(const Entry &entry)
 {
-    noted_bytes_ += static_cast<std::int64_t>(text.size());
-    kept_bytes_ += text.size();
-    entries_.push_back({last_seq_, noted_bytes_, text});
+    kept_bytes_ += entry.facts->bytes();
+    entries_.push_back(entry);
     while (entries_.size() > most_entries || kept_bytes_ > most_bytes) {
-        kept_bytes_ -= entries_.front().text.size();
+        kept_bytes_ -= entries_.front().facts->bytes();
         entries_.pop_front();
     }
 }

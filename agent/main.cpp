@@ -119,7 +119,7 @@ int serve(const Options &options)
     // When a play is over the agent stays for as long as applications do, so that they can end as they please.
     bool played_well = true;
     bool over = false;
-    const auto leave_when_alone = [&](const Json &) {
+    const auto leave_when_alone = [&](const Journal::Entry &) {
         if (over && server.peers() == 0)
             g_main_loop_quit(loop.get());
     };

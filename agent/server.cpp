@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "server.hpp"
 
+#include "call_facts.hpp"
 #include "common/agent_state.hpp"
 
 #include <glib.h>
@@ -13,9 +14,6 @@
 namespace kv::virtual_agent {
 
 namespace {
-
-/// The result for what this agent does not know.
-constexpr int refused = -1;
 
 /// Nothing may be thrown through the platform: what one request causes is said, and ends with it.
 template <class Step>
@@ -30,14 +28,11 @@ void contained(Step step) noexcept
 
 Peer described(const rpc_port_stub_peer_t &peer)
 {
-    Peer description;
-    description.instance = peer.instance;
-    description.program = peer.sender ? peer.sender : "";
-    for (char &letter : description.program) // it will be printed, and it is what the peer says of itself
+    std::string program = peer.sender ? peer.sender : "";
+    for (char &letter : program) // it will be printed, and it is what the peer says of itself
         if (!g_ascii_isgraph(letter))
             letter = '?';
-    description.pid = peer.pid;
-    return description;
+    return Peer{peer.instance, program + "(" + std::to_string(peer.pid) + ")"};
 }
 
 [[noreturn]] void die_at_once()
@@ -48,13 +43,7 @@ Peer described(const rpc_port_stub_peer_t &peer)
 
 Parcel first_bytes_of(rpc_port_parcel_h parcel, int count)
 {
-    const void *bytes = nullptr;
-    std::size_t size = 0;
-    rpc_port_parcel_h cut = nullptr;
-    if (rpc_port_parcel_get_raw(parcel, &bytes, &size) != 0 ||
-        rpc_port_parcel_create_from_raw(&cut, bytes, std::min(size, static_cast<std::size_t>(count))) != 0)
-        throw std::bad_alloc{};
-    return Parcel{cut};
+    return parcel_of(std::string{bytes_of(parcel).substr(0, static_cast<std::size_t>(count))});
 }
 
 Parcel random_bytes(int count)
@@ -62,23 +51,17 @@ Parcel random_bytes(int count)
     std::string bytes;
     while (bytes.size() < static_cast<std::size_t>(count))
         bytes += static_cast<char>(g_random_int() & 0xff);
-    rpc_port_parcel_h parcel = nullptr;
-    if (rpc_port_parcel_create_from_raw(&parcel, bytes.data(), bytes.size()) != 0)
-        throw std::bad_alloc{};
-    return Parcel{parcel};
+    return parcel_of(bytes);
 }
 
 /// Sends the beginning of a frame, which is the payload's length in four bytes, lowest first, and the payload.
 void send_beginning(rpc_port_h port, rpc_port_parcel_h parcel, int count)
 {
-    const void *bytes = nullptr;
-    std::size_t size = 0;
-    if (rpc_port_parcel_get_raw(parcel, &bytes, &size) != 0)
-        return;
+    const std::string_view payload = bytes_of(parcel);
     std::string frame;
     for (unsigned shift = 0; shift < 32; shift += 8)
-        frame.push_back(static_cast<char>((size >> shift) & 0xff));
-    frame.append(static_cast<const char *>(bytes), size);
+        frame.push_back(static_cast<char>((payload.size() >> shift) & 0xff));
+    frame.append(payload);
     rpc_port_stub_send_raw(port, frame.data(), std::min(frame.size(), static_cast<std::size_t>(count)));
 }
 
@@ -231,40 +214,23 @@ Server::Handled Server::handle(Peer &peer, rpc_port_parcel_h request)
 
 void Server::remember(int method_id, rpc_port_parcel_h request)
 {
-    const void *bytes = nullptr;
-    std::size_t size = 0;
-    if (rpc_port_parcel_get_raw(request, &bytes, &size) == 0)
-        state_.told[method_id].assign(static_cast<const char *>(bytes), size);
+    state_.told[method_id].assign(bytes_of(request));
 }
 
 void Server::note_request(const Peer &peer, std::int64_t begun, const Handled &handled, rpc_port_parcel_h request)
 {
-    const std::int64_t duration = Journal::now() - begun;
-    Json arguments = Json::object();
-    Json answer = Json::object();
-    if (handled.method)
-        arguments = handled.method->show_arguments(request);
+    auto facts = std::make_shared<CallFacts>();
+    facts->peer = peer.shared_name();
+    facts->id = handled.id;
+    facts->method = handled.method;
+    facts->request = bytes_of(request);
     if (handled.served.reply)
-        answer = handled.method ? handled.method->show_answer(handled.served.reply.get())
-                                : std::move(Json::object().set("result", refused));
-
-    const std::string method = handled.method ? handled.method->name : "";
-    std::string words;
-    if (journal_.verbose())
-        words = peer.name() + "  " + method + "(" + in_words(arguments) + ")  ->  " + in_words(answer);
-    Json facts = Json::object();
-    facts.set("peer", peer.name()).set("method", method).set("id", handled.id);
-    facts.set("arguments", std::move(arguments)).set("answer", std::move(answer));
-    facts.set("duration_us", duration);
-    if (handled.fault) {
-        facts.set("fault", name_of(handled.fault->form));
-        words += std::string{"  [fault: "} + name_of(handled.fault->form) + "]";
-    }
-    if (!handled.problem.empty()) {
-        facts.set("problem", handled.problem);
-        words += "  [" + handled.problem + "]";
-    }
-    journal_.write(begun, std::move(facts), words);
+        facts->reply = bytes_of(handled.served.reply.get());
+    facts->duration_us = Journal::now() - begun;
+    if (handled.fault)
+        facts->fault = handled.fault->form;
+    facts->problem = handled.problem;
+    journal_.write(begun, std::move(facts));
 }
 
 void Server::deliver(const std::string &instance, Served &served, std::vector<Event> events,

@@ -15,10 +15,7 @@ namespace {
 
 Json shown_arguments(const MethodEntry &method, const std::string &request)
 {
-    rpc_port_parcel_h parcel = nullptr;
-    if (rpc_port_parcel_create_from_raw(&parcel, request.data(), request.size()) != 0)
-        throw std::bad_alloc{};
-    return method.show_arguments(Parcel{parcel}.get());
+    return method.show_arguments(parcel_of(request).get());
 }
 
 } // namespace

@@ -10,6 +10,9 @@
 
 namespace kv::virtual_agent {
 
+/// The result for what this agent does not know, or what makes no sense at its moment.
+inline constexpr int refused = -1;
+
 class Handlers;
 
 /// What a handler gives back: the agent's result and the out values, which are empty or 0 if nothing is said of them.

@@ -32,6 +32,8 @@ public:
     explicit operator bool() const { return text_ != nullptr; }
     char *release() { return std::exchange(text_, nullptr); }
     void reset(char *text = nullptr) { free(std::exchange(text_, text)); }
+    /// The same where it is known to hold nothing yet.
+    void fill(char *text) { text_ = text; }
     /// For functions that hand out text through an argument. What was held is freed.
     char **out()
     {

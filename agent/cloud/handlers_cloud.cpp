@@ -9,7 +9,6 @@ namespace kv::virtual_agent {
 namespace {
 
 constexpr int done = 0;
-constexpr int refused = -1;
 
 // What an answer that comes as an event says.
 constexpr int wrong_request = -22;

@@ -17,8 +17,8 @@ std::string ControlPlace::console() const
 }
 
 ControlFile::ControlFile(ControlPlace place, const State &state, Journal &journal)
-    : place_(std::move(place)), state_(state), listener_(journal.listen([this](const Json &entry) {
-          if (cJSON_HasObjectItem(entry.get(), "update")) // the version may be another one
+    : place_(std::move(place)), state_(state), listener_(journal.listen([this](const Journal::Entry &) {
+          if (state_.version.text() != told_version_)
               try {
                   write();
               } catch (const std::exception &problem) {
@@ -35,10 +35,11 @@ ControlFile::~ControlFile()
     ::unlink(place_.socket().c_str());
 }
 
-void ControlFile::write() const
+void ControlFile::write()
 {
+    told_version_ = state_.version.text();
     Json facts = Json::object();
-    facts.set("pid", static_cast<int>(::getpid())).set("version", state_.version.text());
+    facts.set("pid", static_cast<int>(::getpid())).set("version", told_version_);
     facts.set("socket", place_.socket());
     if (place_.port)
         facts.set("http", std::move(Json::object().set("port", *place_.port).set("token", place_.token)));

@@ -32,10 +32,11 @@ public:
     ~ControlFile();
 
 private:
-    void write() const;
+    void write();
 
     ControlPlace place_;
     const State &state_;
+    std::string told_version_{};
     Journal::Listener listener_;
 };
 

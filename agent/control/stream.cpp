@@ -27,7 +27,7 @@ void say_why(SoupWebsocketConnection *connection, const GError *error)
 Stream::Stream(Journal &journal, SoupWebsocketConnection *connection, std::int64_t since, Ended ended)
     : journal_(journal), connection_(SOUP_WEBSOCKET_CONNECTION(g_object_ref(connection))),
       next_(std::clamp<std::int64_t>(since, 1, journal.next_seq())), ended_(std::move(ended)),
-      listener_(journal.listen([this](const Json &) { noted(); }))
+      listener_(journal.listen([this](const Journal::Entry &) { noted(); }))
 {
     soup_websocket_connection_set_max_incoming_payload_size(connection, longest_message);
     const auto closed = +[](SoupWebsocketConnection *, gpointer data) {
@@ -95,8 +95,9 @@ bool Stream::send_some()
     std::size_t bytes = 0;
     auto entry = journal_.from(next_);
     for (; entry != journal_.entries().end() && bytes < most_at_once; ++entry) {
-        soup_websocket_connection_send_text(connection_.get(), entry->text.c_str());
-        bytes += entry->text.size();
+        const std::string text = entry->text();
+        soup_websocket_connection_send_text(connection_.get(), text.c_str());
+        bytes += text.size();
         next_ = entry->seq + 1;
     }
     return entry != journal_.entries().end();

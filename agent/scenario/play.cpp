@@ -59,7 +59,7 @@ std::string in_words(const Scenario::Step &step)
 
 Play::Play(Steered &agent, Journal &journal, Scenario scenario, Ended ended)
     : agent_(agent), journal_(journal), scenario_(std::move(scenario)), ended_(std::move(ended)),
-      listener_(journal.listen([this](const Json &facts) { heard(facts); }))
+      listener_(journal.listen([this](const Journal::Entry &entry) { heard(entry.json()); }))
 {
     play_soon();
 }

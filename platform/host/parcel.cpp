@@ -65,6 +65,28 @@ int write_number(Parcel *parcel, uint32_t value)
     return 0;
 }
 
+// There is room for it.
+int put_string(Parcel *parcel, const char *value, size_t length)
+{
+    uint8_t *place = parcel->bytes + parcel->end;
+    parcel->end += 4 + length;
+    store_u32(place, static_cast<uint32_t>(length));
+    if (length > 0)
+        memcpy(place + 4, value, length); // NOLINT(bugprone-not-null-terminated-result): the wire has lengths instead
+    return 0;
+}
+
+[[gnu::noinline]] int write_string_slowly(Parcel *parcel, const char *value, size_t length)
+{
+    if (!writable(parcel))
+        return refusal(parcel);
+    if (length > payload_limit)
+        return parcel->failure = -EMSGSIZE;
+    if (!grow_parcel(parcel, 4 + length))
+        return parcel->failure;
+    return put_string(parcel, value, length);
+}
+
 } // namespace
 
 extern "C" {
@@ -101,20 +123,10 @@ int rpc_port_parcel_write_bool(rpc_port_parcel_h handle, bool value)
 int rpc_port_parcel_write_string(rpc_port_parcel_h handle, const char *value)
 {
     auto *parcel = static_cast<Parcel *>(handle);
-    if (!writable(parcel))
-        return refusal(parcel);
     const size_t length = value ? strlen(value) : 0;
-    if (length > payload_limit) {
-        parcel->failure = -EMSGSIZE;
-        return parcel->failure;
-    }
-    uint8_t *place = append(parcel, 4 + length);
-    if (!place)
-        return parcel->failure;
-    store_u32(place, static_cast<uint32_t>(length));
-    if (length > 0)
-        memcpy(place + 4, value, length); // NOLINT(bugprone-not-null-terminated-result): the wire has lengths instead
-    return 0;
+    if (!writable(parcel) || parcel->capacity - parcel->end < 4 + length) [[unlikely]]
+        return write_string_slowly(parcel, value, length);
+    return put_string(parcel, value, length);
 }
 
 int rpc_port_parcel_write_array_count(rpc_port_parcel_h handle, int count)

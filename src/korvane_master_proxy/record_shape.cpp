@@ -12,9 +12,15 @@ Caller named(const RecordShape &shape, int line = __builtin_LINE())
     return {shape.name, line};
 }
 
+template <FixedText Suffix>
+[[gnu::noinline, gnu::cold]] void refuse(const RecordShape &shape)
+{
+    LogOf<"__", Suffix>::error(named(shape))("Invalid parameter"_fmt);
+}
+
 bool write_fields(rpc_port_parcel_h parcel, const Parcelable &record, const RecordShape &shape)
 {
-    for (const FieldShape *field = shape.fields; field != shape.fields + shape.count; ++field)
+    for (const FieldShape *field = shape.fields, *const end = field + shape.count; field != end; ++field)
         if (!(field->text ? TextWire::write(parcel, record.*field->text)
                           : IntWire::write(parcel, record.*field->number)))
             return false;
@@ -23,7 +29,7 @@ bool write_fields(rpc_port_parcel_h parcel, const Parcelable &record, const Reco
 
 bool read_fields(rpc_port_parcel_h parcel, Parcelable &record, const RecordShape &shape)
 {
-    for (const FieldShape *field = shape.fields; field != shape.fields + shape.count; ++field)
+    for (const FieldShape *field = shape.fields, *const end = field + shape.count; field != end; ++field)
         if (!(field->text ? TextWire::read(parcel, record.*field->text) : IntWire::read(parcel, record.*field->number)))
             return false;
     return true;
@@ -33,20 +39,20 @@ bool read_fields(rpc_port_parcel_h parcel, Parcelable &record, const RecordShape
 
 void write_record(rpc_port_parcel_h parcel, void *data, const RecordShape &shape)
 {
-    if (!parcel || !data) {
-        LogOf<"__", "_to">::error(named(shape))("Invalid parameter"_fmt);
-        return;
-    }
+    if (!parcel)
+        return refuse<"_to">(shape);
+    if (!data) // asked for together, both would cost each record more
+        return refuse<"_to">(shape);
     auto &record = *static_cast<Parcelable *>(data);
     record.complete = write_fields(parcel, record, shape);
 }
 
 void read_record(rpc_port_parcel_h parcel, void *data, const RecordShape &shape)
 {
-    if (!parcel || !data) {
-        LogOf<"__", "_from">::error(named(shape))("Invalid parameter"_fmt);
-        return;
-    }
+    if (!parcel)
+        return refuse<"_from">(shape);
+    if (!data) // asked for together, both would cost each record more
+        return refuse<"_from">(shape);
     auto &record = *static_cast<Parcelable *>(data);
     record.complete = read_fields(parcel, record, shape);
 }
@@ -64,14 +70,16 @@ namespace {
 
 bool copy_fields(const Parcelable &from, Parcelable &to, const RecordShape &shape, Caller caller)
 {
-    for (const FieldShape *field = shape.fields; field != shape.fields + shape.count; ++field) {
+    for (const FieldShape *field = shape.fields, *const end = field + shape.count; field != end; ++field) {
         if (!field->text) {
             to.*field->number = from.*field->number;
             continue;
         }
-        const CText &text = from.*field->text;
-        to.*field->text = CText::copy(text.get());
-        if (text && !(to.*field->text)) {
+        const char *text = (from.*field->text).get();
+        if (!text)
+            continue;
+        (to.*field->text).fill(strdup(text)); // a new record has no texts
+        if (!(to.*field->text)) {
             log::error(caller)("Failed to duplicate h->%s"_fmt, field->name);
             return false;
         }

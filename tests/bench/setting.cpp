@@ -58,10 +58,11 @@ std::unique_ptr<Child> Setting::serve(AgentKind kind, const char *version) const
     return started(std::make_unique<Child>(std::vector<std::string>{BENCH_AGENT, "--agent-version", version}));
 }
 
-std::unique_ptr<Child> Setting::serve_commands() const
+std::unique_ptr<Child> Setting::serve_commands(const char *version) const
 {
-    install(packages_of(folder()), newest_version);
-    return started(std::make_unique<Child>(std::vector<std::string>{BENCH_AGENT, "--commands"}));
+    install(packages_of(folder()), version);
+    return started(
+        std::make_unique<Child>(std::vector<std::string>{BENCH_AGENT, "--commands", "--agent-version", version}));
 }
 
 std::unique_ptr<Child> Setting::serve_events(const std::string &peer) const

@@ -29,7 +29,7 @@ public:
     /// An agent of that version, which is the newest there is unless something older is to be spoken.
     std::unique_ptr<Child> serve(AgentKind kind, const char *version = newest_version) const;
     /// A virtual agent that takes commands, a line each, and answers them.
-    std::unique_ptr<Child> serve_commands() const;
+    std::unique_ptr<Child> serve_commands(const char *version = newest_version) const;
     /// Starts the server of events of a peer.
     std::unique_ptr<Child> serve_events(const std::string &peer) const;
 

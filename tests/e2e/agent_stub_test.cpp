@@ -150,7 +150,7 @@ protected:
     test::LoneDevice device;
     State &state = device.state;
     Handlers &handlers = device.handlers;
-    Peer peer;
+    Peer peer{"instance", "program(1)"};
     std::vector<Event> events;
 };
 

@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         return 0;
 
     kv::test::LoneDevice device;
-    Peer peer;
+    Peer peer{"instance", "program(1)"};
     Call call{peer};
     const Served served = method->serve(device.handlers, call, request.get(), {});
     const std::string shown = method->show_arguments(request.get()).text();

@@ -86,7 +86,7 @@ protected:
     virtual_agent::Cloud &cloud = device.cloud;
     virtual_agent::Clock &clock = device.clock;
     virtual_agent::Handlers &handlers = device.handlers;
-    virtual_agent::Peer peer;
+    virtual_agent::Peer peer{"instance", "program(1)"};
     virtual_agent::Call call{peer};
 };
 

@@ -4,6 +4,7 @@
 #include "commands.hpp"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 
@@ -35,14 +36,16 @@ int port_from(const char *text)
     return port;
 }
 
+constexpr const char *token_variable = "KORVANE_HTTP_TOKEN";
+
 /// It stands in addresses and headers as it is.
-std::string token_from(const char *text)
+std::string token_from(const char *text, const char *given_by)
 {
     const std::string token = text;
     if (token.size() < shortest_token ||
         token.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~") !=
             std::string::npos)
-        throw std::invalid_argument{"--http-token wants " + std::to_string(shortest_token) +
+        throw std::invalid_argument{std::string{given_by} + " wants " + std::to_string(shortest_token) +
                                     " or more letters, digits or -._~"};
     return token;
 }
@@ -72,8 +75,8 @@ constexpr Option option_table[] = {
      "takes commands from a FIFO, which is made"},
     {"http", "PORT", [](Options &o, const char *v) { o.http_port = port_from(v); },
      "shows the web console and the control API on this port of 127.0.0.1; 0 for any that is free"},
-    {"http-token", "TEXT", [](Options &o, const char *v) { o.http_token = token_from(v); },
-     "what whoever uses that port must know (default: something random)"},
+    {"http-token", "TEXT", [](Options &o, const char *v) { o.http_token = token_from(v, "--http-token"); },
+     "what whoever uses that port must know (default: KORVANE_HTTP_TOKEN, which no list of processes shows, or\n                            something random)"},
     {"scenario", "FILE", [](Options &o, const char *v) { o.scenarios.push_back(absolute(v)); },
      "plays a scenario, or several in turn, and stops when the applications have gone; the exit\n                            status says how it went"},
     {"exit-with-parent", nullptr, [](Options &o, const char *) { o.exit_with_parent = true; },
@@ -98,6 +101,12 @@ Options Options::parse(int argc, char **argv)
     forms.push_back({});
 
     Options options;
+    try {
+        if (const char *token = std::getenv(token_variable))
+            options.http_token = token_from(token, token_variable);
+    } catch (const std::invalid_argument &problem) {
+        throw UsageError{problem.what()};
+    }
     int index = 0;
     opterr = 0;
     optind = 1;

@@ -363,6 +363,19 @@ TEST(ControlOptions, AreChecked)
     }
 }
 
+TEST(ControlOptions, TakeTheTokenFromTheEnvironment)
+{
+    AgentHome home;
+    ::setenv("KORVANE_HTTP_TOKEN", "with space in it", 1);
+    const auto finished = run_agent({});
+    EXPECT_EQ(finished.status, 2);
+    EXPECT_NE(finished.err.find("KORVANE_HTTP_TOKEN wants"), std::string::npos) << finished.err;
+    ::setenv("KORVANE_HTTP_TOKEN", "a-token-that-is-not-shown", 1);
+    AgentProcess agent{home, {"--http", "0"}};
+    ::unsetenv("KORVANE_HTTP_TOKEN");
+    EXPECT_EQ(control_file(home).at("http.token"), "a-token-that-is-not-shown");
+}
+
 TEST(ControlTokens, AreNeverTheSame)
 {
     AgentHome home;

@@ -10,7 +10,7 @@ import {join} from 'node:path';
 // What npm installed lies in the build directory; the sources stay clean.
 const {chromium} = createRequire(`${process.env.KORVANE_NODE_PACKAGES}/`)('playwright-core');
 
-export const patienceMs = 10000;
+export const patienceMs = 30000; // a busy machine is no failure
 const pollMs = 20;
 
 /// Until `condition` gives something true, which is given back; the deadline fails the test.

@@ -136,12 +136,33 @@ Arguments checked(const Command &command, const cJSON *arguments)
     return taken;
 }
 
-void note(Steered &agent, const Command &command, bool ok)
+/// The words and numbers among the arguments. Documents may hold a password.
+Json shown_of(const Command &command, const cJSON *arguments)
+{
+    Json shown = Json::object();
+    for (const Parameter &parameter : command.parameters)
+        if (const cJSON *value = cJSON_GetObjectItemCaseSensitive(arguments, parameter.name);
+            value && parameter.kind != Parameter::Kind::json)
+            shown.set(parameter.name, Json::copy_of(value));
+    return shown;
+}
+
+/// Of one that failed only its name: its arguments were not understood.
+void note(Steered &agent, const Command &command, bool ok, const cJSON *arguments)
 {
     if (command.effect == Command::Effect::asks)
         return;
-    agent.journal.write(Journal::now(), std::move(Json::object().set("command", command.name).set("ok", ok)),
-                        std::string{"command "} + command.name + (ok ? "" : "  [failed]"));
+    Json facts = Json::object();
+    facts.set("command", command.name);
+    std::string words = std::string{"command "} + command.name;
+    if (ok) {
+        Json shown = shown_of(command, arguments);
+        words += "  " + in_words(shown);
+        facts.set("with", std::move(shown));
+    } else {
+        words += "  [failed]";
+    }
+    agent.journal.write(Journal::now(), std::move(facts.set("ok", ok)), std::move(words));
 }
 
 } // namespace
@@ -171,10 +192,10 @@ std::unique_ptr<Waiting> carry_out(Steered &agent, const Command &command, const
             return std::get<Command::Start>(command.action)(agent, taken, reply);
         }
         answer = good_answer(run_command(agent, command, arguments));
-        note(agent, command, true);
+        note(agent, command, true, arguments);
     } catch (const std::exception &problem) {
         answer = bad_answer(problem.what());
-        note(agent, command, false);
+        note(agent, command, false, arguments);
     }
     reply(std::move(answer));
     return nullptr;

@@ -22,7 +22,7 @@ const kinds = [
   {name: 'scenario', sign: '▸', is: ({scenario}) => scenario !== undefined, title: ({scenario}) => scenario,
     words: ({line, step}) => `line ${line}: ${typeof step === 'string' ? step : compact(step)}`},
   {name: 'steering', sign: '⌘', is: ({command}) => command !== undefined, title: ({command}) => command,
-    words: ({seq, time_us: time, command, ok, ...more}) => compact(more).slice(1, -1)},
+    words: ({with: given = {}}) => Object.values(given).join(' ')},
   {name: 'agent', sign: '•', is: () => true, title: ({agent}) => `agent ${agent ?? ''}`,
     words: ({seq, time_us: time, agent, ...more}) => compact(more).slice(1, -1)},
 ];

@@ -145,9 +145,14 @@ TEST_F(Commands, AreNotedWhenTheyChangeSomething)
     const Response response = post("journal", R"({"since":2})");
     EXPECT_EQ(response.at("entries.0.command"), "emit");
     EXPECT_EQ(response.at("entries.0.ok"), "false");
+    EXPECT_EQ(response.at("entries.0.with"), "");
     EXPECT_EQ(response.at("entries.1.command"), "clock");
+    EXPECT_EQ(response.at("entries.1.with"), R"({"what":"run"})");
     EXPECT_EQ(response.at("entries.1.ok"), "true");
     EXPECT_EQ(response.at("next"), "4");
+    post("emit", R"({"event":"pin_generate_cb","values":["s3cret",8]})");
+    EXPECT_EQ(post("journal", R"({"since":4})").at("entries.0.with"), R"({"event":"pin_generate_cb"})");
+    EXPECT_EQ(post("journal", R"({"since":1})").body.find("s3cret"), std::string::npos);
 }
 
 // ---- the state as a whole --------------------------------------------------------------------------------------------

@@ -196,7 +196,7 @@ std::string entry_in_words(const Json &entry)
     else if (entry.contains("step"))
         words += "scenario, line " + text_in(entry, "line") + ": " + text_in(entry, "step");
     else if (entry.contains("command"))
-        words += "steered by " + text_in(entry, "command");
+        words += "steered by " + text_in(entry, "command") + "(" + members("with") + ")";
     else if (entry.contains("update"))
         words += "update: " + text_in(entry, "update");
     else if (entry.contains("agent"))

@@ -37,7 +37,7 @@ private:
     struct Due {
         std::int64_t time_ms;
         Id id;
-        auto operator<=>(const Due &) const = default;
+        auto operator<=>(const Due &) const = default; // NOLINT(modernize-use-nullptr): the compiler's own 0
     };
 
     /// Does everything that is due by now.

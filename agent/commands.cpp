@@ -162,7 +162,7 @@ void note(Steered &agent, const Command &command, bool ok, const cJSON *argument
     } else {
         words += "  [failed]";
     }
-    agent.journal.write(Journal::now(), std::move(facts.set("ok", ok)), std::move(words));
+    agent.journal.write(Journal::now(), facts.set("ok", ok), std::move(words));
 }
 
 } // namespace
@@ -183,7 +183,7 @@ Json bad_answer(const std::string &problem)
     return std::move(Json::object().set("ok", false).set("error", problem));
 }
 
-std::unique_ptr<Waiting> carry_out(Steered &agent, const Command &command, const cJSON *arguments, Reply reply)
+std::unique_ptr<Waiting> carry_out(Steered &agent, const Command &command, const cJSON *arguments, const Reply &reply)
 {
     Json answer;
     try {
@@ -201,7 +201,7 @@ std::unique_ptr<Waiting> carry_out(Steered &agent, const Command &command, const
     return nullptr;
 }
 
-std::unique_ptr<Waiting> carry_out_line(Steered &agent, const std::string &line, Reply reply)
+std::unique_ptr<Waiting> carry_out_line(Steered &agent, const std::string &line, const Reply &reply)
 {
     try {
         std::istringstream words{line};
@@ -211,7 +211,7 @@ std::unique_ptr<Waiting> carry_out_line(Steered &agent, const std::string &line,
         if (!command)
             throw std::invalid_argument{"there is no command '" + name + "'; try help"};
         const Json arguments = arguments_from(*command, words);
-        return carry_out(agent, *command, arguments.get(), std::move(reply));
+        return carry_out(agent, *command, arguments.get(), reply);
     } catch (const std::exception &problem) {
         reply(bad_answer(problem.what()));
         return nullptr;

@@ -85,9 +85,9 @@ Json run_command(Steered &agent, const Command &command, const cJSON *arguments)
 
 /// Carries out a command that was given from outside, which is noted. Never throws. What is returned is NULL when the
 /// reply was given already.
-std::unique_ptr<Waiting> carry_out(Steered &agent, const Command &command, const cJSON *arguments, Reply reply);
+std::unique_ptr<Waiting> carry_out(Steered &agent, const Command &command, const cJSON *arguments, const Reply &reply);
 /// The same for one line: a command's name and its arguments.
-std::unique_ptr<Waiting> carry_out_line(Steered &agent, const std::string &line, Reply reply);
+std::unique_ptr<Waiting> carry_out_line(Steered &agent, const std::string &line, const Reply &reply);
 
 /// An argument from the text of a line or an address. Throws std::invalid_argument.
 Json argument_from(const Parameter &parameter, const std::string &text);

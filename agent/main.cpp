@@ -140,7 +140,7 @@ int serve(const Options &options)
     g_main_loop_run(loop.get());
 
     server.stop();
-    journal.write(Journal::now(), std::move(Json::object().set("agent", "stopped")), "agent stopped");
+    journal.write(Journal::now(), Json::object().set("agent", "stopped"), "agent stopped");
     return played_well ? stopped : failed;
 }
 

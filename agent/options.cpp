@@ -41,7 +41,7 @@ constexpr const char *token_variable = "KORVANE_HTTP_TOKEN";
 /// It stands in addresses and headers as it is.
 std::string token_from(const char *text, const char *given_by)
 {
-    const std::string token = text;
+    std::string token = text;
     if (token.size() < shortest_token ||
         token.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~") !=
             std::string::npos)

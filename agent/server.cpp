@@ -287,7 +287,7 @@ void Server::send(const std::string &instance, Event &event)
     peer->second.fired(event.delegate);
     Json facts = Json::object();
     facts.set("peer", peer->second.name()).set("event", event.name).set("values", event.values.copy());
-    journal_.write(Journal::now(), std::move(facts),
+    journal_.write(Journal::now(), facts,
                    peer->second.name() + "  event " + event.name + "(" + in_words(event.values) + ")");
     rpc_port_parcel_send(event.parcel.get(), port);
 }
@@ -332,8 +332,7 @@ rpc_port_h Server::port_of(const std::string &instance, rpc_port_port_type_e typ
 
 void Server::note_connection(const std::string &peer, const char *what)
 {
-    journal_.write(Journal::now(), std::move(Json::object().set("peer", peer).set("connection", what)),
-                   peer + "  " + what);
+    journal_.write(Journal::now(), Json::object().set("peer", peer).set("connection", what), peer + "  " + what);
 }
 
 Json Server::view() const

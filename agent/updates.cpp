@@ -33,7 +33,7 @@ Updates::~Updates()
 bool Updates::announce(const char *step, bundle *data)
 {
     const bool announced = data && event_publish(KORVANE_UPDATE_STATUS_EVENT, data) == 0;
-    journal_.write(Journal::now(), std::move(Json::object().set("update", step).set("announced", announced)),
+    journal_.write(Journal::now(), Json::object().set("update", step).set("announced", announced),
                    std::string{"update  "} + step + (announced ? "" : "  [could not be announced]"));
     return announced;
 }

@@ -47,6 +47,7 @@ template <class Records, class Number>
 std::vector<int> numbers_of(const Records *records, Number number)
 {
     std::vector<int> numbers;
+    numbers.reserve(static_cast<std::size_t>(records->present));
     for (int i = 0; i < records->present; ++i)
         numbers.push_back(records->items[i]->*number);
     return numbers;

@@ -232,7 +232,7 @@ void Play::note(const Step &step, const std::string &problem)
     facts.set("ok", problem.empty());
     if (!problem.empty())
         facts.set("problem", problem);
-    journal_.write(Journal::now(), std::move(facts),
+    journal_.write(Journal::now(), facts,
                    "step    " + in_words(step) + (problem.empty() ? "" : "  [failed: " + problem + "]"));
 }
 

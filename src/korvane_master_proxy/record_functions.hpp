@@ -38,6 +38,7 @@ int clone_record(typename R::type *source, typename R::type **copy, Caller calle
 {
     if (!is_given(source && copy, caller))
         return -1;
+    // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): it is given
     return hand_out(static_cast<typename R::type *>(cloned(*source, RecordCodec<R>::shape, caller)), copy);
 }
 

@@ -205,7 +205,7 @@ std::string entry_in_words(const Json &entry)
         words += text_of(entry);
     if (entry.contains("fault"))
         words += "  [fault " + text_in(entry, "fault") + "]";
-    if (entry.value("ok", true) == false)
+    if (!entry.value("ok", true))
         words += "  FAILED";
     if (entry.contains("problem"))
         words += "  [" + text_in(entry, "problem") + "]";

@@ -30,8 +30,11 @@ Json emit(Steered &agent, Arguments &arguments)
     const cJSON *values = arguments.any("values");
     const Json sample = delegate->sample();
     values = values ? values : sample.get();
-    agent.phone.asked(delegate->id, delegate->make({}, values).values); // which also tells what is wrong with them
-    return std::move(Json::object().set("peers", agent.server.emit(*delegate, values)));
+    const Json asked = delegate->make({}, values).values; // throws when nobody has registered, too
+    const int peers = agent.server.emit(*delegate, values);
+    if (peers > 0)
+        agent.phone.asked(delegate->id, asked);
+    return std::move(Json::object().set("peers", peers));
 }
 
 Json fault(Steered &agent, Arguments &arguments)

@@ -4,12 +4,7 @@
 
 namespace kv::virtual_agent {
 
-namespace {
-
-/// What answers nothing that was asked is refused, so that a wrong request id does not go unnoticed.
-constexpr int no_such_request = -1;
-
-} // namespace
+// What answers nothing that was asked is refused, so that a wrong request id does not go unnoticed.
 
 Answer<master::send_user_confirm> Handlers::answer(master::send_user_confirm, Call &, bool confirm)
 {
@@ -47,7 +42,7 @@ Answer<master::send_ap_list> Handlers::answer(master::send_ap_list, Call &, int 
         network.signal_level = record.signal_level;
         network.max_rate = record.max_rate;
     }
-    return {phone_.networks_found(request, std::move(found)) ? 0 : no_such_request};
+    return {phone_.networks_found(request, std::move(found)) ? 0 : refused};
 }
 
 Answer<master::set_wifi_connection_error_code> Handlers::answer(master::set_wifi_connection_error_code, Call &,
@@ -60,7 +55,7 @@ Answer<master::set_wifi_connection_error_code> Handlers::answer(master::set_wifi
 Answer<master::send_provisioning_language_setting_result> Handlers::answer(
     master::send_provisioning_language_setting_result, Call &, int request, bool taken_up)
 {
-    return {phone_.language_taken_up(request, taken_up) ? 0 : no_such_request};
+    return {phone_.language_taken_up(request, taken_up) ? 0 : refused};
 }
 
 Answer<master::set_language_list> Handlers::answer(master::set_language_list, Call &,

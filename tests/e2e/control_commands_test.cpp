@@ -155,6 +155,20 @@ TEST_F(Commands, AreNotedWhenTheyChangeSomething)
     EXPECT_EQ(post("journal", R"({"since":1})").body.find("s3cret"), std::string::npos);
 }
 
+TEST_F(Commands, WaitForNoAnswerToAnEventThatNobodyHears)
+{
+    EXPECT_EQ(api.post("emit", R"({"event":"scan_ap_cb","values":[7]})").at("peers"), "0");
+    EXPECT_EQ(state("setup.scan"), "null");
+    Client application;
+    ASSERT_TRUE(application.connect());
+    application.ask(int32(23) + int32(9) + int32(1) + Bytes(1, '\0')); // set_scan_ap_cb
+    EXPECT_EQ(api.post("emit", R"({"event":"scan_ap_cb","values":[7]})").at("peers"), "1");
+    EXPECT_EQ(state("setup.scan"), "7");
+    EXPECT_EQ(application.ask(int32(25) + int32(8) + int32(0)), int32(0) + int32(-1)) << "send_ap_list for another";
+    EXPECT_EQ(application.ask(int32(25) + int32(7) + int32(0)), int32(0) + int32(0));
+    EXPECT_EQ(state("setup.scan"), "null");
+}
+
 // ---- the state as a whole --------------------------------------------------------------------------------------------
 
 TEST_F(Commands, TakeTheStateAndPutItBack)

@@ -15,7 +15,7 @@ foreach(file IN LISTS files)
 endforeach()
 
 file(WRITE "${OUT}" "// Made by embed_files.cmake.
-#include \"embedded.hpp\"
+#include \"agent/embedded.hpp\"
 
 namespace kv::virtual_agent {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "control/control_file.hpp"
-#include "control/http.hpp"
-#include "control/lines.hpp"
+#include "agent/control/control_file.hpp"
+#include "agent/control/http.hpp"
+#include "agent/control/lines.hpp"
+#include "agent/scenario/plays.hpp"
 #include "options.hpp"
-#include "scenario/plays.hpp"
 
 #include <glib-unix.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "options.hpp"
 
-#include "commands.hpp"
+#include "agent/control/commands/commands.hpp"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "version.hpp"
+#include "agent/device/version.hpp"
 
 #include <optional>
 #include <stdexcept>

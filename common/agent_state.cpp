@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "common/agent_state.hpp"
+#include "agent_state.hpp"
 
-#include "common/log.hpp"
-#include "common/owned.hpp"
+#include "log.hpp"
+#include "owned.hpp"
 
 #include <package_info.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "common/log_line.hpp"
+#include "log_line.hpp"
 
 namespace kv {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "common/fixed_text.hpp"
+#include "fixed_text.hpp"
 
 #include <dlog.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "common/preamble.hpp"
+#include "preamble.hpp"
 
-#include "common/agent_state.hpp"
+#include "agent_state.hpp"
 
 namespace kv {
 

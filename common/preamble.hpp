@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "common/log.hpp"
+#include "log.hpp"
 
 #include <korvane.h>
 

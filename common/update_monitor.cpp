@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "common/update_monitor.hpp"
+#include "update_monitor.hpp"
 
-#include "common/agent_state.hpp"
-#include "common/log.hpp"
+#include "agent_state.hpp"
+#include "log.hpp"
 
 #include <glib.h>
 

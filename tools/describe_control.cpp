@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Prints the reference page of the virtual agent's commands, made from the table that they are carried out by.
 
-#include "commands.hpp"
-#include "personalities.hpp"
+#include "agent/control/commands/commands.hpp"
+#include "agent/device/personalities.hpp"
 
 #include <cstdio>
 #include <string>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Prints the reference page of the kv_master interface, made from its description.
 
-#include "interface.hpp"
+#include "src/kv_master/interface.hpp"
 
 #include <cstdio>
 #include <string>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "clock.hpp"
+#include "agent/device/clock.hpp"
 
 #include <utility>
 

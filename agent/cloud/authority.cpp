@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "cloud/authority.hpp"
+#include "authority.hpp"
 
 #include <openssl/ecdsa.h>
 #include <openssl/pem.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "cloud/openssl.hpp"
+#include "openssl.hpp"
 
 #include <deque>
 #include <optional>

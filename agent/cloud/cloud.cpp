@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "cloud/cloud.hpp"
+#include "cloud.hpp"
 
-#include "from_json.hpp"
+#include "agent/server/from_json.hpp"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "announcer.hpp"
-#include "cloud/alarm.hpp"
-#include "cloud/authority.hpp"
-#include "cloud/tcp_session.hpp"
-#include "state.hpp"
-#include "step.hpp"
+#include "agent/device/state.hpp"
+#include "agent/server/announcer.hpp"
+#include "agent/server/step.hpp"
+#include "alarm.hpp"
+#include "authority.hpp"
+#include "tcp_session.hpp"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "cloud/cloud_state.hpp"
+#include "cloud_state.hpp"
 
-#include "show.hpp"
+#include "agent/journal/show.hpp"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "json.hpp"
+#include "agent/journal/json.hpp"
 
 #include <cstdint>
 #include <deque>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "cloud/token.hpp"
-#include "handlers.hpp"
+#include "agent/server/handlers.hpp"
+#include "token.hpp"
 
 #include <cstring>
 

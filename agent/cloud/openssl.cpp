@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "cloud/openssl.hpp"
+#include "openssl.hpp"
 
 #include <openssl/err.h>
 

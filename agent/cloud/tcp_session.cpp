@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "cloud/tcp_session.hpp"
+#include "tcp_session.hpp"
 
 #include <glib-unix.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "cloud/token.hpp"
+#include "token.hpp"
 
 #include <glib.h>
 

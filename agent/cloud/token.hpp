@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "cloud/authority.hpp"
-#include "json.hpp"
+#include "agent/journal/json.hpp"
+#include "authority.hpp"
 
 namespace kv::virtual_agent {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "control/connection.hpp"
+#include "connection.hpp"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "commands.hpp"
-#include "control/guard.hpp"
-#include "control/sockets.hpp"
+#include "agent/control/commands/commands.hpp"
+#include "guard.hpp"
+#include "sockets.hpp"
 
 namespace kv::virtual_agent {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "control/control_file.hpp"
+#include "control_file.hpp"
 
 #include <glib/gstdio.h>
 

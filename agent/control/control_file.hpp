@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "journal.hpp"
-#include "state.hpp"
+#include "agent/device/state.hpp"
+#include "agent/journal/journal.hpp"
 
 #include <optional>
 #include <string>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "control/guard.hpp"
+#include "guard.hpp"
 
 #include <openssl/crypto.h>
 #include <openssl/rand.h>

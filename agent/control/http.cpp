@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "control/http.hpp"
+#include "http.hpp"
 
-#include "embedded.hpp"
+#include "agent/embedded.hpp"
 
 #include <algorithm>
 #include <cstring>

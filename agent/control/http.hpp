@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "control/connection.hpp"
-#include "control/stream.hpp"
+#include "connection.hpp"
+#include "stream.hpp"
 
 #include <list>
 

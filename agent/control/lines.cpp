@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "control/lines.hpp"
+#include "lines.hpp"
 
 #include <glib-unix.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "commands.hpp"
+#include "agent/control/commands/commands.hpp"
 
 #include <list>
 #include <memory>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "control/sockets.hpp"
+#include "sockets.hpp"
 
 #include <gio/gunixsocketaddress.h>
 

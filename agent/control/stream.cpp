@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "control/stream.hpp"
+#include "stream.hpp"
 
 #include <algorithm>
 #include <utility>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "control/sockets.hpp"
-#include "journal.hpp"
+#include "agent/journal/journal.hpp"
+#include "sockets.hpp"
 
 #include <libsoup/soup.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "common_requests.hpp"
-#include "handlers.hpp"
+#include "agent/server/common_requests.hpp"
+#include "agent/server/handlers.hpp"
 
 namespace kv::virtual_agent {
 

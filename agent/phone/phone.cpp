@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "phone/phone.hpp"
+#include "phone.hpp"
 
 #include <glib.h>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "announcer.hpp"
-#include "state.hpp"
-#include "step.hpp"
+#include "agent/device/state.hpp"
+#include "agent/server/announcer.hpp"
+#include "agent/server/step.hpp"
 
 #include <string>
 #include <vector>

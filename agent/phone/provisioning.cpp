@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a phone is there for: it has the device find networks, tells it which to join and where and whose it is.
-#include "phone/phone.hpp"
+#include "phone.hpp"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "phone/setup.hpp"
+#include "setup.hpp"
 
-#include "show.hpp"
+#include "agent/journal/show.hpp"
 
 namespace kv::virtual_agent {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scenario/matching.hpp"
+#include "matching.hpp"
 
 #include <charconv>
 #include <cstring>

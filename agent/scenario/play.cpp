@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scenario/play.hpp"
+#include "play.hpp"
 
-#include "scenario/matching.hpp"
+#include "matching.hpp"
 
 #include <glib.h>
 

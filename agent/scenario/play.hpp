@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scenario/scenario.hpp"
+#include "scenario.hpp"
 
 #include <deque>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scenario/plays.hpp"
+#include "plays.hpp"
 
 #include <stdexcept>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scenario/play.hpp"
+#include "play.hpp"
 
 #include <optional>
 

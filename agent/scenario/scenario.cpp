@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scenario/scenario.hpp"
+#include "scenario.hpp"
 
 #include <cerrno>
 #include <fstream>

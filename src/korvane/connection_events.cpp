@@ -4,8 +4,8 @@
 #include "common/agent_state.hpp"
 #include "common/log.hpp"
 
-#include "handle.hpp"
-#include "invoke.hpp"
+#include "src/korvane/core/handle.hpp"
+#include "src/korvane_master_proxy/invoke.hpp"
 
 #include <last_result.h>
 

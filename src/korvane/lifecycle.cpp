@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common/update_monitor.hpp"
 
-#include "agent_call.hpp"
 #include "connection_events.hpp"
-#include "one_shot_request.hpp"
+#include "src/korvane/core/agent_call.hpp"
+#include "src/korvane/core/one_shot_request.hpp"
 
 #include <last_result.h>
 

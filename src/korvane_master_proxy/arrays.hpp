@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "array_codec.hpp"
-#include "interface.hpp"
+#include "src/kv_master/array_codec.hpp"
+#include "src/kv_master/interface.hpp"
 
 /*
  * The arrays by hand. All functions return 0, or -1 with the reason logged. set_array_... stores clones of the items and

@@ -3,8 +3,8 @@
 
 #include "common/agent_state.hpp"
 #include "dispatch.hpp"
-#include "log.hpp"
-#include "wire.hpp"
+#include "src/kv_master/log.hpp"
+#include "src/kv_master/wire.hpp"
 
 using namespace kv;
 using namespace kv::proxy;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "array_codec.hpp"
 #include "connection.hpp"
-#include "interface.hpp"
+#include "src/kv_master/array_codec.hpp"
+#include "src/kv_master/interface.hpp"
 
 /// Callbacks that go with requests.
 namespace kv::proxy {

@@ -2,7 +2,7 @@
 #include "dispatch.hpp"
 
 #include "delegate.hpp"
-#include "parcel.hpp"
+#include "src/kv_master/parcel.hpp"
 
 #include <array>
 #include <tuple>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "invoke.hpp"
 
-#include "parcel.hpp"
+#include "src/kv_master/parcel.hpp"
 
 #include <last_result.h>
 

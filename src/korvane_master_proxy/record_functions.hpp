@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "array_codec.hpp"
+#include "src/kv_master/array_codec.hpp"
 
 /// What the named functions of records and arrays do. Each logs as the function in front of it.
 namespace kv::proxy {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "records.hpp"
 
-#include "interface.hpp"
 #include "record_functions.hpp"
+#include "src/kv_master/interface.hpp"
 
 using namespace kv;
 using namespace kv::proxy;

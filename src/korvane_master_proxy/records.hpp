@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "record_types.hpp"
+#include "src/kv_master/record_types.hpp"
 
 /*
  * The records by hand: made, filled, read and copied. All return 0, or -1 with the reason logged.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "connection.hpp"
+#include "src/korvane_master_proxy/connection.hpp"
 
 #include <korvane.h>
 

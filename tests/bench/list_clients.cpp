@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Clients that send a list of access points.
 
-#include "arrays.hpp"
 #include "clients.hpp"
 #include "connections.hpp"
-#include "methods.hpp"
-#include "records.hpp"
-#include "wire.hpp"
+#include "src/korvane_master_proxy/arrays.hpp"
+#include "src/korvane_master_proxy/methods.hpp"
+#include "src/korvane_master_proxy/records.hpp"
+#include "src/kv_master/wire.hpp"
 
 #include <rpc_port_stub.h>
 

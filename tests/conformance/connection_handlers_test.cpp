@@ -2,8 +2,8 @@
 #include "library_fixture.hpp"
 
 #include "common/agent_state.hpp"
-#include "connection.hpp"
-#include "connection_events.hpp"
+#include "src/korvane/connection_events.hpp"
+#include "src/korvane_master_proxy/connection.hpp"
 
 namespace kvtest {
 namespace {

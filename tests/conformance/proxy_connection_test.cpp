@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "proxy_fixture.hpp"
 
-#include "connection.hpp"
+#include "src/korvane_master_proxy/connection.hpp"
 
 namespace kvtest {
 namespace {

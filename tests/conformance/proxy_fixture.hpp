@@ -3,8 +3,8 @@
 
 #include "platform_fixture.hpp"
 
-#include "connection.hpp"
-#include "methods.hpp"
+#include "src/korvane_master_proxy/connection.hpp"
+#include "src/korvane_master_proxy/methods.hpp"
 
 #include <string>
 #include <vector>

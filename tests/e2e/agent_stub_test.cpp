@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The agent's side of the wire without a port: requests as bytes in, replies and events as bytes out.
-#include "commands.hpp"
+#include "agent/control/commands/commands.hpp"
 #include "support/lone_device.hpp"
 
 #include <rpc_port_stub.h>

@@ -2,8 +2,8 @@
 // Events from the agent. Delegates of every type are registered, one lasting and one for a single use, with sequence
 // numbers that an input can name: the delegate of type n has 2n - 1 and 2n, counted from the first of the input.
 
-#include "delegate.hpp"
 #include "fuzz_link.hpp"
+#include "src/korvane_master_proxy/delegate.hpp"
 
 #include <cstring>
 #include <vector>

@@ -3,7 +3,7 @@
 // with its length as one byte in front, so that an input can hold parcels of other kinds before the reply.
 
 #include "fuzz_link.hpp"
-#include "invoke.hpp"
+#include "src/korvane_master_proxy/invoke.hpp"
 
 #include <tuple>
 

@@ -2,7 +2,7 @@
 // Requests to the virtual agent: the input is a request parcel, method id first. It is served, and shown as the journal
 // would show it; an answer must be shown as well.
 
-#include "stub.hpp"
+#include "agent/server/stub.hpp"
 #include "support/lone_device.hpp"
 
 #include <rpc_port_stub.h>

@@ -5,31 +5,33 @@
 cmake_minimum_required(VERSION 3.25)
 
 # What each layer may include of the tree besides its own folder: paths from the root, as regular expressions.
-set(description "src/korvane_master_proxy/(array_codec|describe|interface|log|parcel|record_types|wire)\\.hpp")
-set(layers include platform/include platform/host common src/korvane_master_proxy src/korvane agent testing tools examples)
+set(layers include platform/include platform/host common src/kv_master src/korvane_master_proxy src/korvane agent testing
+    tools examples)
 set(may_use_include "")
 set(may_use_platform/include "")
 set(may_use_platform/host platform/include/)
 set(may_use_common platform/include/ include/)
-set(may_use_src/korvane_master_proxy common/ platform/include/)
-set(may_use_src/korvane src/korvane_master_proxy/ common/ platform/include/ include/)
-# The other side of the wire shares its description and the code that reads and writes parcels, nothing else.
-set(may_use_agent ${description} common/ platform/include/)
+set(may_use_src/kv_master common/ platform/include/)
+set(may_use_src/korvane_master_proxy src/kv_master/ common/ platform/include/)
+set(may_use_src/korvane src/korvane_master_proxy/ src/kv_master/ common/ platform/include/ include/)
+# The other side of the wire shares the description of the interface and its codecs, nothing else of the library.
+set(may_use_agent src/kv_master/ common/ platform/include/)
 # A reference page shows what the agent's tables hold.
-set(may_use_tools ${description} common/ platform/include/ include/ "agent/(commands|personalities)\\.hpp")
+set(may_use_tools src/kv_master/ common/ platform/include/ include/ "agent/control/commands/commands\\.hpp"
+    "agent/device/personalities\\.hpp")
 set(may_use_testing include/)
-# What an application sees, and nothing more.
+# An application sees the public header and nothing more.
 set(may_use_examples include/)
 
-# Where the compiler looks for a name that is neither in the including file's own folder nor in its layer's.
-set(search . platform/include include src/korvane_master_proxy src/korvane platform/host agent)
+# An include names a header of its own folder, or the path from the root, or a public header.
+set(search . platform/include include)
 
 set(breaches 0)
 set(files_read 0)
 
 # Sets found to the included file's path from the root; empty for what does not belong to the tree.
 function(find_included name own_folder layer)
-    foreach(folder IN ITEMS ${own_folder} ${layer} LISTS search)
+    foreach(folder IN ITEMS ${own_folder} LISTS search)
         if(EXISTS "${ROOT}/${folder}/${name}")
             cmake_path(SET path NORMALIZE "${folder}/${name}")
             set(found "${path}" PARENT_SCOPE)

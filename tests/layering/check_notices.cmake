@@ -8,12 +8,13 @@ set(expected
     "include/korvane.h: include/ may not include 'rpc_port.h'"
     "platform/include/rpc_port.h: platform/include/ may not include 'korvane.h'"
     "platform/host/port.cpp: platform/host/ may not include 'common/owned.hpp'"
-    "common/owned.hpp: common/ may not include 'connection.hpp'"
     "common/owned.hpp: common/ may not include 'nowhere.hpp'"
-    "src/korvane_master_proxy/connection.hpp: src/korvane_master_proxy/ may not include 'handle.hpp'"
+    "common/owned.hpp: common/ may not include 'src/korvane_master_proxy/connection.hpp'"
+    "src/kv_master/interface.hpp: src/kv_master/ may not include 'src/korvane_master_proxy/connection.hpp'"
     "src/korvane_master_proxy/connection.hpp: src/korvane_master_proxy/ may not include 'korvane.h'"
-    "agent/stub.cpp: agent/ may not include 'connection.hpp'"
+    "src/korvane_master_proxy/connection.hpp: src/korvane_master_proxy/ may not include 'src/korvane/handle.hpp'"
     "agent/stub.cpp: agent/ may not include 'src/korvane/handle.hpp'"
+    "agent/stub.cpp: agent/ may not include 'src/korvane_master_proxy/connection.hpp'"
     "tools/tool.cpp: tools/ may not include 'src/korvane/handle.hpp'"
     "examples/device.c: examples/ may not include 'rpc_port.h'")
 

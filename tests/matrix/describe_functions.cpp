@@ -2,7 +2,7 @@
 // Prints the reference page of the exported functions. The families are the table's; lowest versions and methods are
 // what is seen when each function is called with every agent over the fake platform.
 
-#include "interface.hpp"
+#include "src/kv_master/interface.hpp"
 #include "world.hpp"
 
 #include <cstdio>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "handlers.hpp"
+#include "agent/server/handlers.hpp"
 
 namespace kv::test {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "support/signing_request.hpp"
+#include "signing_request.hpp"
 
 #include <openssl/bio.h>
 #include <openssl/ecdsa.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Certificates and tokens, verified by OpenSSL with nothing but the authority's certificate.
-#include "cloud/token.hpp"
+#include "agent/cloud/token.hpp"
 #include "support/signing_request.hpp"
 
 #include <openssl/ecdsa.h>

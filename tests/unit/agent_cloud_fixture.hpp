@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "common_requests.hpp"
+#include "agent/server/common_requests.hpp"
 #include "support/lone_device.hpp"
 
 #include <gtest/gtest.h>

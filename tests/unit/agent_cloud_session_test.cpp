@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The connection to the cloud, and the keep-alives that go over it.
+#include "agent/server/from_json.hpp"
 #include "agent_cloud_fixture.hpp"
-#include "from_json.hpp"
 
 #include <fstream>
 #include <sstream>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the application tells the cloud, and gets back of it.
+#include "agent/server/from_json.hpp"
 #include "agent_cloud_fixture.hpp"
-#include "from_json.hpp"
 
 #include <rpc_port_stub.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The phone's steps without a port: what they announce, what they refuse, what the device's answers change.
-#include "common_requests.hpp"
+#include "agent/server/common_requests.hpp"
 #include "support/lone_device.hpp"
 
 #include <gtest/gtest.h>

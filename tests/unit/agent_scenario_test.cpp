@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Scenarios as files, what they compare, and the clock that they can hold.
-#include "clock.hpp"
-#include "scenario/matching.hpp"
-#include "scenario/scenario.hpp"
+#include "agent/device/clock.hpp"
+#include "agent/scenario/matching.hpp"
+#include "agent/scenario/scenario.hpp"
 
 #include <gtest/gtest.h>
 

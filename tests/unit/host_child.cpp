@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "unit/host_child.hpp"
+#include "host_child.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Message buses that are absent, elsewhere, silent, or gone. Runs below one of its own (dbus-run-session).
-#include "unit/host_event_fixture.hpp"
+#include "host_event_fixture.hpp"
 
 #include <sys/socket.h>
 #include <sys/un.h>

@@ -3,7 +3,7 @@
 
 #include "app_event.h"
 #include "app_event_publish.h"
-#include "unit/host_child.hpp"
+#include "host_child.hpp"
 
 #include <gtest/gtest.h>
 

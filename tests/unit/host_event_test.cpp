@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Runs below a message bus of its own (dbus-run-session).
-#include "unit/host_event_fixture.hpp"
+#include "host_event_fixture.hpp"
 
 #include <algorithm>
 #include <chrono>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "dlog.h"
-#include "unit/host_child.hpp"
+#include "host_child.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "host_child.hpp"
 #include "package_info.h"
 #include "package_info_write.h"
-#include "unit/host_child.hpp"
 
 #include <gtest/gtest.h>
 

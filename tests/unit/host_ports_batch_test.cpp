@@ -8,7 +8,7 @@
 #include <chrono>
 #include <numeric>
 
-#include "unit/host_ports_fixture.hpp"
+#include "host_ports_fixture.hpp"
 
 namespace host_ports {
 namespace {

@@ -13,7 +13,7 @@
 #include <cstring>
 #include <utility>
 
-#include "unit/host_ports_fixture.hpp"
+#include "host_ports_fixture.hpp"
 
 namespace host_ports {
 namespace {

@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-#include "unit/host_ports_fixture.hpp"
+#include "host_ports_fixture.hpp"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include <cerrno>
 
-#include "unit/host_ports_fixture.hpp"
+#include "host_ports_fixture.hpp"
 
 namespace host_ports {
 namespace {

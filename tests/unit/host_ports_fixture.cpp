@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "unit/host_ports_fixture.hpp"
+#include "host_ports_fixture.hpp"
 
 #include <glib.h>
 #include <poll.h>

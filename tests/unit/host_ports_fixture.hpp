@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "host_child.hpp"
 #include "rpc_port.h"
 #include "rpc_port_stub.h"
-#include "unit/host_child.hpp"
 
 /// Ports with everything real: sockets, processes, users, a GLib loop. The runtime and package directories are the
 /// test's own; what the platform logs is at hand.

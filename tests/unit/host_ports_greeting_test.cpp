@@ -6,7 +6,7 @@
 
 #include <chrono>
 
-#include "unit/host_ports_fixture.hpp"
+#include "host_ports_fixture.hpp"
 
 namespace host_ports {
 namespace {

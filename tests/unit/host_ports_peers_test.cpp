@@ -11,7 +11,7 @@
 #include <map>
 #include <memory>
 
-#include "unit/host_ports_fixture.hpp"
+#include "host_ports_fixture.hpp"
 
 namespace host_ports {
 namespace {

@@ -12,7 +12,7 @@
 #include <filesystem>
 #include <utility>
 
-#include "unit/host_ports_fixture.hpp"
+#include "host_ports_fixture.hpp"
 
 namespace host_ports {
 

@@ -4,8 +4,8 @@
 #include "failure.hpp"
 #include "output.hpp"
 
-#include "array_codec.hpp"
-#include "interface.hpp"
+#include "src/kv_master/array_codec.hpp"
+#include "src/kv_master/interface.hpp"
 
 #include <rpc_port_stub.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "connection.hpp"
 #include "nowhere.hpp"
+#include "src/korvane_master_proxy/connection.hpp"
 
 #include <rpc_port.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "connection.hpp"
+#include "src/korvane_master_proxy/connection.hpp"
+#include "src/kv_master/interface.hpp"
 
 #include <korvane.h>

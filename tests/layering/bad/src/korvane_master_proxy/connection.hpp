@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common/owned.hpp"
-#include "handle.hpp"
+#include "src/korvane/handle.hpp"
+#include "src/kv_master/interface.hpp"
 
 #include <korvane.h>

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "agent/journal/json.hpp"
+#include "decode.hpp"
+
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+
+/// Values of events from the text of a command. Each reader throws std::invalid_argument and says what it wanted.
+namespace kv::virtual_agent {
+
+[[noreturn]] inline void wrong_value(const char *name, const char *wanted, const cJSON *value)
+{
+    throw std::invalid_argument{std::string{name} + " must be " + wanted + ", not " +
+                                (value ? text_of(value) : "missing")};
+}
+
+/// None for what is not a whole number of 32 bits.
+inline std::optional<int> whole_number(const cJSON *value)
+{
+    const double number = cJSON_IsNumber(value) ? value->valuedouble : 0.5;
+    if (number != std::floor(number) || number < std::numeric_limits<int>::min() ||
+        number > std::numeric_limits<int>::max())
+        return std::nullopt;
+    return static_cast<int>(number);
+}
+
+template <FixedText Name>
+int from_json(describe::Int32<Name>, const cJSON *value)
+{
+    if (const std::optional<int> number = whole_number(value))
+        return *number;
+    wrong_value(Name.text, "a whole number of 32 bits", value);
+}
+
+template <FixedText Name>
+bool from_json(describe::Bool<Name>, const cJSON *value)
+{
+    if (!cJSON_IsBool(value))
+        wrong_value(Name.text, "true or false", value);
+    return cJSON_IsTrue(value);
+}
+
+/// An object or an array stands for its own text: some events carry JSON inside a string.
+template <FixedText Name>
+CText from_json(describe::String<Name>, const cJSON *value)
+{
+    if (cJSON_IsString(value))
+        return CText::copy(value->valuestring);
+    if (cJSON_IsObject(value) || cJSON_IsArray(value))
+        return CText::copy(text_of(value).c_str());
+    wrong_value(Name.text, "a text", value);
+}
+
+template <class R>
+proxy::Owned<typename R::type> record_from_json(const char *name, const cJSON *value)
+{
+    if (!cJSON_IsObject(value))
+        wrong_value(name, "an object", value);
+    proxy::Owned<typename R::type> record{proxy::RecordCodec<R>::create()};
+    if (!record)
+        throw std::bad_alloc{};
+    int known = 0;
+    describe::for_each(typename R::fields{}, [&]<class F>() {
+        // A field that is not given stays 0 or empty.
+        if (const cJSON *field = cJSON_GetObjectItemCaseSensitive(value, F::element::name)) {
+            record.get()->*F::member = from_json(typename F::element{}, field);
+            ++known;
+        }
+    });
+    if (known != cJSON_GetArraySize(value))
+        wrong_value(name, "an object with that record's fields only", value);
+    return record;
+}
+
+template <class R, FixedText Name>
+proxy::Owned<typename R::type> from_json(describe::Rec<R, Name>, const cJSON *value)
+{
+    return record_from_json<R>(Name.text, value);
+}
+
+template <FixedText Name, class R>
+typename R::type *item_from_json(describe::RecordArray<Name, R>, const char *name, const cJSON *value)
+{
+    return record_from_json<R>(name, value).release();
+}
+template <FixedText Name>
+int item_from_json(describe::IntArray<Name>, const char *, const cJSON *value)
+{
+    return from_json(describe::Int32<Name>{}, value);
+}
+
+template <class A, FixedText Name>
+proxy::Owned<proxy::ArrayValue<A>> from_json(describe::Arr<A, Name>, const cJSON *value)
+{
+    if (!cJSON_IsArray(value))
+        wrong_value(Name.text, "an array", value);
+    proxy::Owned<proxy::ArrayValue<A>> array{proxy::ArrayCodec<A>::create()};
+    if (!array)
+        throw std::bad_alloc{};
+    array->count = cJSON_GetArraySize(value);
+    for (const cJSON *item = value->child; item; item = item->next) {
+        if (!array->reserve_next())
+            throw std::bad_alloc{};
+        array->items[array->present] = item_from_json(A{}, Name.text, item);
+        ++array->present;
+    }
+    return array;
+}
+
+} // namespace kv::virtual_agent

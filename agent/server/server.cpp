@@ -1,0 +1,358 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "server.hpp"
+
+#include "agent/journal/call_facts.hpp"
+#include "common/agent_state.hpp"
+
+#include <glib.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <unistd.h>
+
+namespace kv::virtual_agent {
+
+namespace {
+
+/// Nothing may be thrown through the platform: what one request causes is said, and ends with it.
+template <class Step>
+void contained(Step step) noexcept
+{
+    try {
+        step();
+    } catch (const std::exception &problem) {
+        std::fprintf(stderr, "korvane-agent: %s\n", problem.what());
+    }
+}
+
+Peer described(const rpc_port_stub_peer_t &peer)
+{
+    std::string program = peer.sender ? peer.sender : "";
+    for (char &letter : program) // it will be printed, and it is what the peer says of itself
+        if (!g_ascii_isgraph(letter))
+            letter = '?';
+    return Peer{peer.instance, program + "(" + std::to_string(peer.pid) + ")"};
+}
+
+[[noreturn]] void die_at_once()
+{
+    ::kill(::getpid(), SIGKILL);
+    std::abort();
+}
+
+Parcel first_bytes_of(rpc_port_parcel_h parcel, int count)
+{
+    return parcel_of(std::string{bytes_of(parcel).substr(0, static_cast<std::size_t>(count))});
+}
+
+Parcel random_bytes(int count)
+{
+    std::string bytes;
+    while (bytes.size() < static_cast<std::size_t>(count))
+        bytes += static_cast<char>(g_random_int() & 0xff);
+    return parcel_of(bytes);
+}
+
+/// Sends the beginning of a frame, which is the payload's length in four bytes, lowest first, and the payload.
+void send_beginning(rpc_port_h port, rpc_port_parcel_h parcel, int count)
+{
+    const std::string_view payload = bytes_of(parcel);
+    std::string frame;
+    for (unsigned shift = 0; shift < 32; shift += 8)
+        frame.push_back(static_cast<char>((payload.size() >> shift) & 0xff));
+    frame.append(payload);
+    rpc_port_stub_send_raw(port, frame.data(), std::min(frame.size(), static_cast<std::size_t>(count)));
+}
+
+/// The answer to a request of which nothing is known but that it is one.
+Parcel bare_reply(int result)
+{
+    Parcel reply = new_parcel();
+    if (rpc_port_parcel_write_int32(reply.get(), master::result) != 0 ||
+        rpc_port_parcel_write_int32(reply.get(), result) != 0)
+        throw std::bad_alloc{};
+    return reply;
+}
+
+} // namespace
+
+void Server::listen()
+{
+    rpc_port_stub_events_t events{};
+    events.connecting = [](const rpc_port_stub_peer_t *peer, void *data) {
+        int verdict = -EACCES;
+        contained([&] { verdict = static_cast<Server *>(data)->connecting(*peer); });
+        return verdict;
+    };
+    events.connected = [](const rpc_port_stub_peer_t *peer, void *data) {
+        contained([&] { static_cast<Server *>(data)->connected(*peer); });
+    };
+    events.disconnected = [](const rpc_port_stub_peer_t *peer, void *data) {
+        contained([&] { static_cast<Server *>(data)->disconnected(*peer); });
+    };
+    events.received = [](const rpc_port_stub_peer_t *peer, rpc_port_h port, void *data) {
+        contained([&] { static_cast<Server *>(data)->received(*peer, port); });
+    };
+    int error = rpc_port_stub_create(&stub_, KORVANE_AGENT_APPID, KORVANE_AGENT_PORT, &events, this);
+    if (error == 0)
+        error = rpc_port_stub_listen(stub_);
+    if (error == 0)
+        return;
+    stop();
+    if (error == -EADDRINUSE)
+        throw PortInUse{"another agent serves this port already; stop it, or choose another --runtime-dir"};
+    throw std::runtime_error{std::string{"cannot serve the port: "} + std::strerror(-error)};
+}
+
+void Server::stop()
+{
+    if (rpc_port_stub_h stub = std::exchange(stub_, nullptr))
+        rpc_port_stub_destroy(stub);
+    for (const Delayed &late : delayed_)
+        g_source_remove(late.source);
+    delayed_.clear();
+    peers_.clear();
+}
+
+std::string Server::directory() const
+{
+    const char *directory = nullptr;
+    if (rpc_port_stub_get_directory(stub_, &directory) != 0)
+        throw std::logic_error{"no port, no directory"};
+    return directory;
+}
+
+int Server::connecting(const rpc_port_stub_peer_t &peer)
+{
+    if (!refuses_)
+        return 0;
+    note_connection(described(peer).name(), "refused");
+    return -EACCES;
+}
+
+void Server::connected(const rpc_port_stub_peer_t &peer)
+{
+    Peer description = described(peer);
+    note_connection(description.name(), "connected");
+    peers_.insert_or_assign(description.instance, std::move(description));
+}
+
+void Server::disconnected(const rpc_port_stub_peer_t &peer)
+{
+    peers_.erase(peer.instance);
+    note_connection(described(peer).name(), "disconnected");
+}
+
+void Server::received(const rpc_port_stub_peer_t &peer, rpc_port_h port)
+{
+    rpc_port_parcel_h parcel = nullptr;
+    if (rpc_port_parcel_create_from_port(&parcel, port) != 0)
+        return;
+    Parcel request{parcel};
+    if (auto known = peers_.find(std::string_view{peer.instance}); known != peers_.end())
+        answer(known->second, request.get());
+}
+
+void Server::answer(Peer &peer, rpc_port_parcel_h request)
+{
+    const std::int64_t begun = Journal::now();
+    answering_ = true;
+    Handled handled;
+    try {
+        handled = handle(peer, request);
+    } catch (...) {
+        answering_ = false;
+        throw;
+    }
+    answering_ = false;
+    note_request(peer, begun, handled, request);
+    // The peer may be gone as soon as something is sent, so from here on it goes by its name.
+    const std::string instance = peer.instance;
+    if (handled.served.decoded)
+        deliver(instance, handled.served, std::move(handled.events), handled.fault);
+    else
+        drop(instance); // what it will send next cannot be trusted to begin where it should
+    send_announced();
+}
+
+Server::Handled Server::handle(Peer &peer, rpc_port_parcel_h request)
+{
+    Handled handled;
+    if (rpc_port_parcel_read_int32(request, &handled.id) != 0) {
+        handled.problem = "a request without a method id";
+        return handled;
+    }
+    const MethodEntry *method = find_method(handled.id);
+    if (!method) {
+        handled.problem = "unknown method id " + std::to_string(handled.id);
+        handled.served.decoded = true;
+        handled.served.reply = bare_reply(refused);
+        return handled;
+    }
+    handled.method = method;
+
+    Deviation deviation;
+    if (method->since > state_.version.number()) {
+        handled.problem = "agent " + state_.version.text() + " does not know this method";
+        deviation.result = refused;
+    } else if ((handled.fault = faults_.take(method->id))) {
+        if (handled.fault->form == Fault::Form::result)
+            deviation.result = handled.fault->value;
+        if (handled.fault->form == Fault::Form::kind)
+            deviation.kind = handled.fault->value;
+    }
+    Call call{peer};
+    handled.served = method->serve(*handlers_, call, request, deviation);
+    handled.events = std::move(call.events);
+    if (!handled.served.decoded)
+        handled.problem = "its arguments cannot be decoded";
+    else if (method->arguments > 0 && !deviation.result)
+        remember(method->id, request);
+    return handled;
+}
+
+void Server::remember(int method_id, rpc_port_parcel_h request)
+{
+    state_.told[method_id].assign(bytes_of(request));
+}
+
+void Server::note_request(const Peer &peer, std::int64_t begun, const Handled &handled, rpc_port_parcel_h request)
+{
+    auto facts = std::make_shared<CallFacts>();
+    facts->peer = peer.shared_name();
+    facts->id = handled.id;
+    facts->method = handled.method;
+    facts->request = bytes_of(request);
+    if (handled.served.reply)
+        facts->reply = bytes_of(handled.served.reply.get());
+    facts->duration_us = Journal::now() - begun;
+    if (handled.fault)
+        facts->fault = handled.fault->form;
+    facts->problem = handled.problem;
+    journal_.write(begun, std::move(facts));
+}
+
+void Server::deliver(const std::string &instance, Served &served, std::vector<Event> events,
+                     const std::optional<Fault> &fault)
+{
+    if (!fault)
+        return reply(instance, served.reply.get(), events);
+    switch (fault->form) {
+    case Fault::Form::die: die_at_once();
+    case Fault::Form::half:
+        send_beginning(port_of(instance, RPC_PORT_PORT_MAIN), served.reply.get(), fault->value);
+        die_at_once();
+    case Fault::Form::silent: return;
+    case Fault::Form::close: return drop(instance);
+    case Fault::Form::cut: return reply(instance, first_bytes_of(served.reply.get(), fault->value).get(), events);
+    case Fault::Form::garbage: return reply(instance, random_bytes(fault->value).get(), events);
+    case Fault::Form::delay: return deliver_late(instance, served, std::move(events), fault->value);
+    case Fault::Form::result:
+    case Fault::Form::kind: return reply(instance, served.reply.get(), events);
+    }
+}
+
+void Server::deliver_late(const std::string &instance, Served &served, std::vector<Event> events, int milliseconds)
+{
+    delayed_.push_back({this, instance, std::move(served.reply), std::move(events), 0});
+    Delayed &late = delayed_.back();
+    late.source = g_timeout_add(
+        static_cast<guint>(milliseconds),
+        [](gpointer data) -> gboolean {
+            auto *due = static_cast<Delayed *>(data);
+            Server *server = due->server;
+            contained([&] { server->reply(due->instance, due->reply.get(), due->events); });
+            server->delayed_.remove_if([due](const Delayed &one) { return &one == due; });
+            return G_SOURCE_REMOVE;
+        },
+        &late);
+}
+
+void Server::reply(const std::string &instance, rpc_port_parcel_h parcel, std::vector<Event> &events)
+{
+    // A peer that has gone meanwhile has no port. Sending may disconnect it as well, so nothing of it is held.
+    if (rpc_port_h port = port_of(instance, RPC_PORT_PORT_MAIN))
+        rpc_port_parcel_send(parcel, port);
+    for (Event &event : events)
+        send(instance, event);
+}
+
+void Server::send(const std::string &instance, Event &event)
+{
+    auto peer = peers_.find(instance);
+    rpc_port_h port = port_of(instance, RPC_PORT_PORT_CALLBACK);
+    if (peer == peers_.end() || !port)
+        return;
+    peer->second.fired(event.delegate);
+    Json facts = Json::object();
+    facts.set("peer", peer->second.name()).set("event", event.name).set("values", event.values.copy());
+    journal_.write(Journal::now(), facts,
+                   peer->second.name() + "  event " + event.name + "(" + in_words(event.values) + ")");
+    rpc_port_parcel_send(event.parcel.get(), port);
+}
+
+int Server::emit(const DelegateEntry &delegate, const cJSON *values)
+{
+    return to_all(delegate.id, [&](const AnyDelegate &kept) { return delegate.make(kept, values); });
+}
+
+int Server::to_all(int delegate_id, const Make &make)
+{
+    int addressed = 0;
+    for (const auto &[instance, peer] : peers_)
+        if (auto kept = peer.delegates.find(delegate_id); kept != peer.delegates.end()) {
+            announced_.push_back({instance, make(kept->second)});
+            ++addressed;
+        }
+    if (!answering_)
+        send_announced();
+    return addressed;
+}
+
+void Server::send_announced()
+{
+    // Sending may disconnect a peer, which announces nothing.
+    for (Addressed &due : std::exchange(announced_, {}))
+        send(due.instance, due.event);
+}
+
+void Server::drop(const std::string &instance)
+{
+    rpc_port_stub_disconnect(stub_, instance.c_str());
+}
+
+rpc_port_h Server::port_of(const std::string &instance, rpc_port_port_type_e type)
+{
+    rpc_port_h port = nullptr;
+    if (!stub_ || rpc_port_stub_get_port(stub_, instance.c_str(), type, &port) != 0)
+        return nullptr;
+    return port;
+}
+
+void Server::note_connection(const std::string &peer, const char *what)
+{
+    journal_.write(Journal::now(), Json::object().set("peer", peer).set("connection", what), peer + "  " + what);
+}
+
+Json Server::view() const
+{
+    Json all = Json::array();
+    for (const auto &[instance, peer] : peers_) {
+        Json one = Json::object();
+        one.set("name", peer.name());
+        if (peer.api_version) {
+            const auto &[major, minor, patch] = *peer.api_version;
+            one.set("api_version", std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch));
+        }
+        Json delegates = Json::array();
+        for (const DelegateEntry &known : all_delegates())
+            if (peer.delegates.count(known.id) > 0)
+                delegates.append(known.name);
+        one.set("delegates", std::move(delegates));
+        all.append(std::move(one));
+    }
+    return all;
+}
+
+} // namespace kv::virtual_agent

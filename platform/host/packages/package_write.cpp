@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "package_info_write.h"
+
+#include "package_entry.hpp"
+#include "platform/host/log/log.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <initializer_list>
+
+namespace kv::host {
+
+namespace {
+
+int write_and_sync(int descriptor, const char *bytes, std::size_t size)
+{
+    while (size > 0) {
+        const ssize_t written = write(descriptor, bytes, size);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            return -errno;
+        bytes += written;
+        size -= static_cast<std::size_t>(written);
+    }
+    // Entries hold nothing secret, and applications of any user ask for versions.
+    return fchmod(descriptor, 0644) == 0 && fsync(descriptor) == 0 ? 0 : -errno;
+}
+
+/// A name is only safe once its directory is.
+int sync_directory(const char *directory)
+{
+    const int descriptor = open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return -errno;
+    const int result = fsync(descriptor) == 0 ? 0 : -errno;
+    close(descriptor);
+    return result;
+}
+
+int replace_file(const char *path, const char *text, std::size_t size)
+{
+    g_autofree char *directory = g_path_get_dirname(path);
+    if (g_mkdir_with_parents(directory, 0755) < 0)
+        return -errno;
+    // The leading dot keeps a leftover from being taken for a package.
+    g_autofree char *temporary = g_strdup_printf("%s/.entry.XXXXXX", directory);
+    const int descriptor = mkostemp(temporary, O_CLOEXEC);
+    if (descriptor < 0)
+        return -errno;
+    int result = write_and_sync(descriptor, text, size);
+    close(descriptor);
+    if (result == 0 && rename(temporary, path) < 0)
+        result = -errno;
+    if (result != 0) {
+        unlink(temporary);
+        return result;
+    }
+    return sync_directory(directory);
+}
+
+void set_optional(GKeyFile *file, const char *key, const char *value)
+{
+    if (value)
+        g_key_file_set_string(file, package_group, key, value);
+}
+
+/// NULL, or why the reading side could not make sense of it.
+const char *objection(const char *version, const char *executable, const char *arguments, const char *group)
+{
+    if (!version || *version == '\0')
+        return "a version is needed";
+    if (executable && *executable != '/')
+        return "the executable is not an absolute path";
+    for (const char *text : {version, executable, arguments, group}) {
+        if (text && !g_utf8_validate(text, -1, nullptr))
+            return "not UTF-8";
+    }
+    return nullptr;
+}
+
+} // namespace
+
+} // namespace kv::host
+
+extern "C" int package_info_install(const char *package, const char *version, const char *executable,
+                                    const char *arguments, const char *group)
+{
+    using namespace kv::host;
+    g_autofree char *path = package_entry_path(package);
+    if (!path)
+        return -EINVAL;
+    if (const char *why = objection(version, executable, arguments, group)) {
+        dlog_print(log_error, log_tag, "package %s cannot be entered: %s", package, why);
+        return -EINVAL;
+    }
+
+    g_autoptr(GKeyFile) file = g_key_file_new();
+    g_key_file_set_string(file, package_group, package_key::version, version);
+    set_optional(file, package_key::executable, executable);
+    set_optional(file, package_key::arguments, arguments);
+    set_optional(file, package_key::group, group);
+    gsize size = 0;
+    g_autofree char *text = g_key_file_to_data(file, &size, nullptr);
+
+    const int result = replace_file(path, text, size);
+    if (result != 0)
+        dlog_print(log_error, log_tag, "package entry %s cannot be written: %s", path, strerror(-result));
+    return result;
+}
+
+extern "C" int package_info_uninstall(const char *package)
+{
+    using namespace kv::host;
+    g_autofree char *path = package_entry_path(package);
+    if (!path)
+        return -EINVAL;
+    if (unlink(path) == 0) {
+        g_autofree char *directory = g_path_get_dirname(path);
+        return sync_directory(directory);
+    }
+    if (errno == ENOENT || errno == ENOTDIR)
+        return 0;
+    const int result = -errno;
+    dlog_print(log_error, log_tag, "package entry %s cannot be removed: %s", path, strerror(-result));
+    return result;
+}

@@ -1,0 +1,263 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "port.hpp"
+
+#include <poll.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <initializer_list>
+
+#include "parcel.hpp"
+#include "platform/host/log/log.hpp"
+
+namespace kv::host {
+
+uint32_t process_generation = 1;
+
+namespace {
+
+constexpr size_t least_receive = 4096;
+// An owner that never reads what it was told of must not fill the memory.
+constexpr size_t unread_limit = 2 * payload_limit;
+
+[[gnu::constructor]] void notice_forks()
+{
+    pthread_atfork(nullptr, nullptr, [] { process_generation++; });
+}
+
+enum class Front { incomplete, whole, malformed };
+
+// What stands in the inbox behind so many bytes.
+Front frame_at(const Port *port, size_t offset, size_t *size)
+{
+    const size_t there = port->inbox.size() - offset;
+    if (there < frame_header)
+        return Front::incomplete;
+    const size_t payload = load_u32(port->inbox.front() + offset);
+    if (payload > payload_limit)
+        return Front::malformed;
+    *size = frame_header + payload;
+    return there < *size ? Front::incomplete : Front::whole;
+}
+
+void break_malformed(Port *port, size_t offset)
+{
+    dlog_print(log_error, log_tag, "port %s: a parcel of %u bytes was announced, the limit is %zu; the link is closed",
+               port->owner, load_u32(port->inbox.front() + offset), payload_limit);
+    // What came before it is whole and may still be read.
+    port->inbox.end = port->inbox.start + offset;
+    port->end_of_stream = true;
+    port_break(port);
+}
+
+int take_front(Port *port, Parcel *parcel, size_t size)
+{
+    if (parcel->capacity < size && !grow_parcel(parcel, size - frame_header))
+        return parcel->failure;
+    memcpy(parcel->bytes, port->inbox.front(), size);
+    parcel->end = size;
+    port->inbox.consume(size);
+    port->announced -= port->announced < size ? port->announced : size;
+    port->reply_due = false;
+    return 0;
+}
+
+int report_timeout(Port *port)
+{
+    dlog_print(
+        log_error, log_tag,
+        "port %s: no reply within %d ms (KORVANE_REPLY_TIMEOUT_MS); the link is closed, as a late reply could be "
+        "taken for the next one",
+        port->owner, port->timeout_ms);
+    port_break(port);
+    return -ETIMEDOUT;
+}
+
+// In a forked child the links are the parent's.
+bool is_parents(const Port *port)
+{
+    return port->opened_in != 0 && !port->open();
+}
+
+int report_closed(Port *port)
+{
+    port_break(port);
+    return -ECONNRESET;
+}
+
+// Milliseconds for poll until the request's deadline: -1 without one, 0 when it has passed.
+int remaining_ms(const Port *port)
+{
+    if (port->role != PortRole::caller_main || port->timeout_ms == 0)
+        return -1;
+    const int64_t left = port->sent_at_ms + port->timeout_ms - coarse_now_ms();
+    return left > 0 ? static_cast<int>(left) : 0;
+}
+
+bool may_wait(const Port *port)
+{
+    return port->open() && !port->no_waiting && !port->end_of_stream &&
+           (port->role == PortRole::caller_main || port->role == PortRole::caller_callback);
+}
+
+// Through the inbox: for parcels that come in pieces or several at once, and whenever waiting needs a closer look.
+[[gnu::noinline]] int receive_slowly(Port *port, Parcel *parcel)
+{
+    if (is_parents(port))
+        return -EPERM;
+    for (;;) {
+        // Looked at before the inbox: parcels that are no reply do not prolong the time for the reply.
+        if (may_wait(port) && remaining_ms(port) == 0)
+            return report_timeout(port);
+        size_t size = 0;
+        switch (frame_at(port, 0, &size)) {
+        case Front::whole: return take_front(port, parcel, size);
+        case Front::malformed: break_malformed(port, 0); return -EPROTO;
+        case Front::incomplete: break;
+        }
+        if (may_wait(port)) {
+            pollfd waiting{port->fd, POLLIN, 0};
+            if (poll(&waiting, 1, remaining_ms(port)) < 0 && errno != EINTR)
+                return report_closed(port);
+            if (waiting.revents == 0)
+                continue;
+        }
+        switch (port_fill(port)) {
+        case Received::data: break;
+        case Received::nothing:
+            if (!may_wait(port))
+                return port->role == PortRole::server_main && port->open() ? -EAGAIN : -EIO;
+            break;
+        case Received::end: return report_closed(port);
+        }
+    }
+}
+
+// What came with the usual receive but is not just one whole parcel.
+[[gnu::noinline]] int receive_rest(Port *port, Parcel *parcel, ssize_t received)
+{
+    if (received > 0 && !port->inbox.append(parcel->bytes, static_cast<size_t>(received))) {
+        port_break(port);
+        return -ENOMEM;
+    }
+    if (received == 0)
+        port->end_of_stream = true;
+    if (received < 0) {
+        if (errno == EAGAIN || errno == EWOULDBLOCK)
+            return report_timeout(port);
+        if (errno != EINTR)
+            port->end_of_stream = true;
+    }
+    if (port->end_of_stream)
+        return report_closed(port);
+    return receive_slowly(port, parcel);
+}
+
+} // namespace
+
+int port_receive(Port *port, Parcel *parcel)
+{
+    // The reply to the request that was just sent: straight into the parcel; the system keeps the time.
+    if (port->reply_due && port->open() && port->inbox.size() == 0) [[likely]] {
+        const ssize_t received = recv(port->fd, parcel->bytes, parcel->capacity, 0);
+        if (received >= static_cast<ssize_t>(frame_header) &&
+            load_u32(parcel->bytes) == static_cast<size_t>(received) - frame_header) [[likely]] {
+            parcel->end = static_cast<size_t>(received);
+            port->reply_due = false;
+            return 0;
+        }
+        return receive_rest(port, parcel, received);
+    }
+    // What the owner was told of is whole.
+    if (port->announced > 0 && !is_parents(port)) [[likely]]
+        return take_front(port, parcel, frame_header + load_u32(port->inbox.front()));
+    return receive_slowly(port, parcel);
+}
+
+void port_open(Port *port, int fd, PortRole role, Port *sibling, const char *owner)
+{
+    *port = {};
+    port->fd = fd;
+    port->opened_in = process_generation;
+    port->role = role;
+    port->sibling = sibling;
+    port->owner = owner;
+}
+
+void port_close(Port *port)
+{
+    if (port->fd >= 0)
+        close(port->fd);
+    port->fd = -1;
+    port->opened_in = 0;
+    port->source = nullptr;
+    port->watch = nullptr;
+    port->announced = 0;
+    port->inbox.clear();
+    port->outbox.clear();
+}
+
+void port_break(Port *port)
+{
+    for (Port *link : {port, port->sibling}) {
+        if (!link || !link->open())
+            continue;
+        // Wakes the peer and ends the stream here; the descriptor stays until the owner has raised the event.
+        shutdown(link->fd, SHUT_RDWR);
+        link->opened_in = 0;
+        link->outbox.clear();
+        if (link->source)
+            g_source_set_ready_time(link->source, 0);
+    }
+}
+
+Received port_fill(Port *port)
+{
+    if (port->fd < 0 || port->end_of_stream || is_parents(port))
+        return Received::end;
+    if (port->inbox.size() > unread_limit) {
+        dlog_print(log_error, log_tag, "port %s: %zu received bytes were never read; the link is closed", port->owner,
+                   port->inbox.size());
+        port->end_of_stream = true;
+        return Received::end;
+    }
+    port->inbox.compact(); // so that a receive brings as much as it can
+    if (!port->inbox.reserve(least_receive)) {
+        dlog_print(log_error, log_tag, "port %s: out of memory; the link is closed", port->owner);
+        port->end_of_stream = true;
+        return Received::end;
+    }
+    ssize_t received;
+    do {
+        received = recv(port->fd, port->inbox.bytes + port->inbox.end, port->inbox.room(), MSG_DONTWAIT);
+    } while (received < 0 && errno == EINTR);
+    if (received > 0) {
+        port->inbox.end += static_cast<size_t>(received);
+        return Received::data;
+    }
+    if (received < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+        return Received::nothing;
+    port->end_of_stream = true;
+    return Received::end;
+}
+
+bool port_has_news(const Port *port)
+{
+    size_t size = 0;
+    return frame_at(port, port->announced, &size) != Front::incomplete;
+}
+
+Announce port_announce(Port *port)
+{
+    size_t size = 0;
+    switch (frame_at(port, port->announced, &size)) {
+    case Front::whole: port->announced += size; return Announce::one;
+    case Front::malformed: break_malformed(port, port->announced); return Announce::broken;
+    case Front::incomplete: break;
+    }
+    return Announce::none;
+}
+
+} // namespace kv::host

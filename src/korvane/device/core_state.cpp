@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "src/korvane/core/common_interface.hpp"
+#include "src/korvane/core/registration.hpp"
+
+using namespace kv;
+using namespace kv::api;
+
+namespace {
+
+void _status_changed_cb(void *user_data, int status)
+{
+    log::info()("status [%d]"_fmt, status);
+    deliver(&korvane_s::status_changed, user_data, Caller::here(), status);
+}
+
+void _user_confirm_cb(void *user_data)
+{
+    deliver(&korvane_s::user_confirm, user_data, Caller::here());
+}
+
+void _reset_confirm_cb(void *user_data)
+{
+    deliver(&korvane_s::reset_confirm, user_data, Caller::here());
+}
+
+void _reset_result_cb(void *user_data, bool result)
+{
+    log::info()("result [%s]"_fmt, result ? "true" : "false");
+    deliver(&korvane_s::reset_result, user_data, Caller::here(), result);
+}
+
+using StatusChanged = Registration<&korvane_s::status_changed, any_agent, master::set_status_changed_cb,
+                                   master::unset_status_changed_cb, _status_changed_cb>;
+
+using UserConfirm = Registration<&korvane_s::user_confirm, any_agent, master::set_user_confirm_cb,
+                                 master::unset_user_confirm_cb, _user_confirm_cb>;
+
+using ResetConfirm = Registration<&korvane_s::reset_confirm, any_agent, master::set_reset_confirm_cb,
+                                  master::unset_reset_confirm_cb, _reset_confirm_cb>;
+
+using ResetResult = Registration<&korvane_s::reset_result, any_agent, master::set_reset_result_cb,
+                                 master::unset_reset_result_cb, _reset_result_cb>;
+
+/// The checks that both device-property functions have, in their order.
+void require_property(AgentCall &call, const char *dev_name, int wifi_mode, int wifi_freq)
+{
+    call.require_given(dev_name, "dev_name")
+        .require(wifi_mode > 0 && wifi_freq > 0, "Invalid param, wifi_mode=[0x%x], wifi_freq=[0x%x]"_fmt, wifi_mode,
+                 wifi_freq);
+}
+
+} // namespace
+
+int korvane_set_status_changed_cb(korvane_h handle, korvane_status_changed_cb callback, void *user_data)
+{
+    return StatusChanged::set(Caller::here(), handle, user_data, callback);
+}
+
+int korvane_unset_status_changed_cb(korvane_h handle)
+{
+    return StatusChanged::unset(Caller::here(), handle);
+}
+
+int korvane_set_user_confirm_cb(korvane_h handle, korvane_user_confirm_cb callback, void *user_data)
+{
+    return UserConfirm::set(Caller::here(), handle, user_data, callback);
+}
+
+int korvane_unset_user_confirm_cb(korvane_h handle)
+{
+    return UserConfirm::unset(Caller::here(), handle);
+}
+
+int korvane_set_reset_confirm_cb(korvane_h handle, korvane_reset_confirm_cb callback, void *user_data)
+{
+    return ResetConfirm::set(Caller::here(), handle, user_data, callback);
+}
+
+int korvane_unset_reset_confirm_cb(korvane_h handle)
+{
+    return ResetConfirm::unset(Caller::here(), handle);
+}
+
+int korvane_set_reset_result_cb(korvane_h handle, korvane_reset_result_cb callback, void *user_data)
+{
+    return ResetResult::set(Caller::here(), handle, user_data, callback);
+}
+
+int korvane_unset_reset_result_cb(korvane_h handle)
+{
+    return ResetResult::unset(Caller::here(), handle);
+}
+
+int korvane_get_device_id(korvane_h handle, char **device_id)
+{
+    AgentCall call{handle, any_agent};
+    if (!call.require_given(device_id, "device_id").ready())
+        return call.result();
+
+    CText received;
+    if (int code = call.invoke<master::get_device_id>(received.out()))
+        return code;
+    *device_id = received.release();
+    return KORVANE_ERROR_NONE;
+}
+
+int korvane_get_easysetup_status(korvane_h handle, bool *status)
+{
+    AgentCall call{handle, any_agent};
+    call.require_given(status, "status");
+    return call.invoke<master::get_easysetup_status>(status);
+}
+
+int korvane_reset(korvane_h handle)
+{
+    AgentCall call{handle, any_agent};
+    return call.invoke<master::reset>();
+}
+
+int korvane_send_reset_confirm(korvane_h handle, bool confirm)
+{
+    AgentCall call{handle, any_agent};
+    return call.invoke<master::send_reset_confirm>(confirm);
+}
+
+int korvane_send_user_confirm(korvane_h handle, bool confirm)
+{
+    AgentCall call{handle, any_agent};
+    return call.invoke<master::send_user_confirm>(confirm);
+}
+
+int korvane_set_device_property(korvane_h handle, const char *dev_name, int wifi_mode, int wifi_freq)
+{
+    log::info()("dev_name [%s], wifi_mode [0x%x], wifi_freq [0x%x]"_fmt, dev_name, wifi_mode, wifi_freq);
+    AgentCall call{handle, any_agent};
+    require_property(call, dev_name, wifi_mode, wifi_freq);
+    if (!call.ready())
+        return call.result();
+
+    return call.invoke<master::set_device_property>(dev_name, wifi_mode, wifi_freq);
+}
+
+int korvane_set_device_property_with_wifi_authtype(korvane_h handle, const char *dev_name, int wifi_mode, int wifi_freq,
+                                                   const int *wifi_authtype_array, int wifi_authtype_count)
+{
+    log::info()("dev_name [%s], wifi_mode [0x%x], wifi_freq [0x%x], wifi authtype count [%d]"_fmt, dev_name, wifi_mode,
+                wifi_freq, wifi_authtype_count);
+    AgentCall call{handle, since(2, 2)};
+    require_property(call, dev_name, wifi_mode, wifi_freq);
+    call.require(wifi_authtype_array && wifi_authtype_count > 0,
+                 "Invalid param, wifi_authtype_array=[%p], wifi_authtype_count=[%d]"_fmt, wifi_authtype_array,
+                 wifi_authtype_count);
+    if (!call.ready())
+        return call.result();
+
+    Json request{cJSON_CreateObject()};
+    if (!call.require(bool(request), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed())
+        return call.result();
+    Json authtypes{cJSON_CreateIntArray(wifi_authtype_array, wifi_authtype_count)};
+    const bool whole = add_command(request.get(), Command::set_device_property) &&
+                       cJSON_AddStringToObject(request.get(), "dev_name", dev_name) &&
+                       cJSON_AddNumberToObject(request.get(), "wifi_mode", wifi_mode) &&
+                       cJSON_AddNumberToObject(request.get(), "wifi_freq", wifi_freq) && authtypes &&
+                       cJSON_AddItemToObject(request.get(), "wifi_authtype", authtypes.get());
+    if (!call.require_memory(whole).passed())
+        return call.result();
+    authtypes.release();
+    return invoke_common_interface(call, request.get());
+}

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "src/korvane/core/block.hpp"
+#include "src/korvane/core/common_interface.hpp"
+#include "src/korvane/core/registration.hpp"
+#include "src/korvane_master_proxy/arrays.hpp"
+
+using namespace kv;
+using namespace kv::api;
+
+namespace {
+
+void _nick_changed_cb(void *user_data, int device_no, const char *nick)
+{
+    log::info()("device_no [%d], nick [%s]"_fmt, device_no, nick);
+    deliver(&korvane_s::nick_changed, user_data, Caller::here(), device_no, nick);
+}
+
+void _cloud_device_list_cb(void *user_data, rpc_port_array_korvane_cloud_device_info_h devices)
+{
+    const int count = devices->present;
+    log::info()("count [%d]"_fmt, count);
+    // The application sees plain texts, which the records keep for the time of its call. Room for one more, since a
+    // row of none is allowed to be NULL.
+    Block<const char *> device_ids{count + 1};
+    if (!device_ids) {
+        log::error()("Memory allocation is failed"_fmt);
+        return;
+    }
+    for (int i = 0; i < count; ++i)
+        device_ids[i] = devices->items[i]->device_id.get();
+    deliver(&korvane_s::cloud_device_list, user_data, Caller::here(),
+            static_cast<const char *const *>(device_ids.get()), count);
+}
+
+using NickChanged = Registration<&korvane_s::nick_changed, since(1, 3), master::set_nick_changed_cb,
+                                 master::unset_nick_changed_cb, _nick_changed_cb>;
+
+using CloudDeviceList =
+    RegistrationWith<"cloud_device_list_cb is NULL", &korvane_s::cloud_device_list, since(1, 1),
+                     master::set_cloud_device_list_cb, master::unset_cloud_device_list_cb, _cloud_device_list_cb>;
+
+} // namespace
+
+int korvane_set_nick_changed_cb(korvane_h handle, korvane_nick_changed_cb callback, void *user_data)
+{
+    return NickChanged::set(Caller::here(), handle, user_data, callback);
+}
+
+int korvane_unset_nick_changed_cb(korvane_h handle)
+{
+    return NickChanged::unset(Caller::here(), handle);
+}
+
+int korvane_set_cloud_device_list_cb(korvane_h handle, korvane_cloud_device_list_cb callback, void *user_data)
+{
+    return CloudDeviceList::set(Caller::here(), handle, user_data, callback);
+}
+
+int korvane_unset_cloud_device_list_cb(korvane_h handle)
+{
+    return CloudDeviceList::unset(Caller::here(), handle);
+}
+
+int korvane_get_device_owned_status(korvane_h handle, bool *is_owned)
+{
+    AgentCall call{handle, since(1, 2)};
+    call.require_given(is_owned, "is_owned");
+    return call.invoke<master::get_device_owned_status>(is_owned);
+}
+
+int korvane_set_regist_set_device(korvane_h handle, const char *rsd)
+{
+    AgentCall call{handle, since(1, 1)};
+    call.require_given(rsd, "rsd");
+    return call.invoke<master::set_regist_set_device>(rsd);
+}
+
+int korvane_set_nick_name(korvane_h handle, int device_no, const char *nick)
+{
+    AgentCall call{handle, since(1, 2)};
+    if (!call.require_given(nick, "nick").require(device_no >= 0, "Invalid device no [%d]"_fmt, device_no).ready())
+        return call.result();
+
+    log::info()("nick [%s], device_no [%d]"_fmt, nick, device_no);
+    return call.invoke<master::set_nick_name>(device_no, nick);
+}
+
+int korvane_set_device_name(korvane_h handle, const char *device_name)
+{
+    AgentCall call{handle, since(1, 4)};
+    if (!call.require_given(device_name, "device name").ready())
+        return call.result();
+
+    log::info()("device_name [%s]"_fmt, device_name);
+    return call.invoke<master::set_device_name>(device_name);
+}
+
+int korvane_set_device_name_with_device_no(korvane_h handle, const char *device_name, int device_no)
+{
+    AgentCall call{handle, since(1, 4)};
+    if (!call.require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no)
+             .require_given(device_name, "device name")
+             .ready())
+        return call.result();
+
+    log::info()("device_name [%s], device_no [%d]"_fmt, device_name, device_no);
+    // The agent takes the number first.
+    return call.invoke<master::set_device_name_with_device_no>(device_no, device_name);
+}
+
+int korvane_set_device_type_with_device_no(korvane_h handle, int device_no, const char *device_type)
+{
+    AgentCall call{handle, since(2, 0)};
+    if (!call.require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no)
+             .require_given(device_type, "device type")
+             .ready())
+        return call.result();
+
+    log::info()("device_type [%s], device_no [%d]"_fmt, device_type, device_no);
+    Json request{cJSON_CreateObject()};
+    if (!call.require(bool(request), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed())
+        return call.result();
+    const bool whole = add_command(request.get(), Command::set_device_type) &&
+                       cJSON_AddNumberToObject(request.get(), "device_no", device_no) &&
+                       cJSON_AddStringToObject(request.get(), "device_type", device_type);
+    if (!call.require_memory(whole).passed())
+        return call.result();
+    return invoke_common_interface(call, request.get());
+}

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "src/korvane/core/json_handle.hpp"
+
+using namespace kv;
+using namespace kv::api;
+
+struct korvane_device_profile_info_s : JsonHandle {
+    static constexpr int minimum = since(1, 3);
+    static constexpr const char *object_name = "dev_profile_json";
+};
+
+namespace {
+
+constexpr JsonField nick_field{"nick", "nick", since(1, 3)};
+constexpr JsonField locale_field{"locale", "locale", since(1, 3)};
+constexpr JsonField push_reg_id_field{"pushregid", "push_reg_id", since(1, 3)};
+constexpr JsonField push_app_id_field{"pushappid", "push_app_id", since(1, 3)};
+constexpr JsonField push_provider_field{"pushprovider", "push_provider", since(1, 3)};
+constexpr JsonField serial_number_field{"sn", "serial_number", since(2, 0)};
+
+constexpr int device_itself = 0;
+
+} // namespace
+
+int korvane_device_profile_info_create(korvane_device_profile_info_h *dev_profile)
+{
+    return create_json_handle(Caller::here(), dev_profile);
+}
+
+int korvane_device_profile_info_destroy(korvane_device_profile_info_h dev_profile)
+{
+    return destroy_json_handle(Caller::here(), dev_profile);
+}
+
+int korvane_device_profile_info_set_nick(korvane_device_profile_info_h dev_profile, const char *nick)
+{
+    if (int code = set_json_text(Caller::here(), dev_profile, nick_field, nick))
+        return code;
+    log::info()("nick [%s]"_fmt, nick);
+    return KORVANE_ERROR_NONE;
+}
+
+int korvane_device_profile_info_set_locale(korvane_device_profile_info_h dev_profile, const char *locale)
+{
+    return set_json_text(Caller::here(), dev_profile, locale_field, locale);
+}
+
+int korvane_device_profile_info_set_push_reg_id(korvane_device_profile_info_h dev_profile, const char *push_reg_id)
+{
+    return set_json_text(Caller::here(), dev_profile, push_reg_id_field, push_reg_id);
+}
+
+int korvane_device_profile_info_set_push_app_id(korvane_device_profile_info_h dev_profile, const char *push_app_id)
+{
+    return set_json_text(Caller::here(), dev_profile, push_app_id_field, push_app_id);
+}
+
+int korvane_device_profile_info_set_push_provider(korvane_device_profile_info_h dev_profile, const char *push_provider)
+{
+    return set_json_text(Caller::here(), dev_profile, push_provider_field, push_provider);
+}
+
+int korvane_device_profile_info_set_serial_number(korvane_device_profile_info_h dev_profile, const char *serial_number)
+{
+    return set_json_text(Caller::here(), dev_profile, serial_number_field, serial_number);
+}
+
+int korvane_set_device_profile_info(korvane_h handle, korvane_device_profile_info_h dev_profile)
+{
+    AgentCall call{handle, since(1, 3)};
+    if (!call.require_given(dev_profile, "dev_profile_h").ready() || !has_object(call, dev_profile))
+        return call.result();
+
+    return invoke_with_json<master::set_device_profile>(call, dev_profile->object.get(), device_itself);
+}

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "src/korvane/core/json_members.hpp"
+#include "src/korvane/core/record_members.hpp"
+#include "src/korvane_master_proxy/records.hpp"
+
+using namespace kv;
+using namespace kv::api;
+
+namespace {
+
+/// A member of the access point in both forms, side by side: its JSON key, the out argument's name for the log, and the
+/// lowest agent version that knows it; its getter in the record. Records go to agents that do not know the last two.
+template <class Value>
+struct Member {
+    JsonField in_document;
+    RecordGetter<rpc_port_korvane_ap_info_s, Value> in_record;
+};
+
+constexpr Member<char *> ssid_member{{"ap_ssid", "ssid", any_agent},
+                                     {"rpc_port_korvane_ap_info_get_ssid", rpc_port_korvane_ap_info_get_ssid}};
+constexpr Member<char *> pwd_member{{"ap_pwd", "pwd", any_agent},
+                                    {"rpc_port_korvane_ap_info_get_pwd", rpc_port_korvane_ap_info_get_pwd}};
+constexpr Member<int> authtype_member{{"ap_authtype", "authtype", any_agent},
+                                      {"rpc_port_korvane_ap_info_get_authtype", rpc_port_korvane_ap_info_get_authtype}};
+constexpr Member<int> enctype_member{{"ap_enctype", "enctype", any_agent},
+                                     {"rpc_port_korvane_ap_info_get_enctype", rpc_port_korvane_ap_info_get_enctype}};
+constexpr Member<int> channel_member{{"ap_channel", "channel", any_agent},
+                                     {"rpc_port_korvane_ap_info_get_channel", rpc_port_korvane_ap_info_get_channel}};
+constexpr Member<char *> candidates_member{{"ap_candidates", "candidate_ap_json", since(1, 3)}, {}};
+constexpr Member<char *> bssid_member{{"ap_bssid", "bssid", since(1, 4)}, {}};
+
+template <class Value>
+[[gnu::noinline]] int read(Caller caller, korvane_ap_info_h ap_info, const Member<Value> &member, Value *value)
+{
+    LocalCall call{ap_info, member.in_document.minimum, caller};
+    call.require_given(value, member.in_document.name);
+    if (!in_agents_form(call, ap_info))
+        return call.result();
+    if (ap_info->form == Form::record)
+        return read_member(call, ap_info->record(), member.in_record, value);
+    return hand_out(call, cJSON_GetObjectItem(ap_info->json.get(), member.in_document.key), value);
+}
+
+} // namespace
+
+int korvane_apinfo_get_ssid(korvane_ap_info_h ap_info, char **ssid)
+{
+    return read(Caller::here(), ap_info, ssid_member, ssid);
+}
+
+int korvane_apinfo_get_password(korvane_ap_info_h ap_info, char **pwd)
+{
+    return read(Caller::here(), ap_info, pwd_member, pwd);
+}
+
+int korvane_apinfo_get_authtype(korvane_ap_info_h ap_info, int *authtype)
+{
+    return read(Caller::here(), ap_info, authtype_member, authtype);
+}
+
+int korvane_apinfo_get_enctype(korvane_ap_info_h ap_info, int *enctype)
+{
+    return read(Caller::here(), ap_info, enctype_member, enctype);
+}
+
+int korvane_apinfo_get_channel(korvane_ap_info_h ap_info, int *channel)
+{
+    return read(Caller::here(), ap_info, channel_member, channel);
+}
+
+int korvane_apinfo_get_candidate_ap(korvane_ap_info_h ap_info, char **candidate_ap_json)
+{
+    return read(Caller::here(), ap_info, candidates_member, candidate_ap_json);
+}
+
+int korvane_apinfo_get_bssid(korvane_ap_info_h ap_info, char **bssid)
+{
+    return read(Caller::here(), ap_info, bssid_member, bssid);
+}

@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "src/korvane/core/common_interface.hpp"
+#include "src/korvane/core/record_list.hpp"
+#include "src/korvane/core/registration.hpp"
+#include "src/korvane/core/two_form.hpp"
+#include "src/korvane_master_proxy/arrays.hpp"
+#include "src/korvane_master_proxy/records.hpp"
+
+using namespace kv;
+using namespace kv::api;
+
+/// In the record form a table of records, in JSON an object with an array of objects.
+struct korvane_aplist_s : TwoForm<RecordList<master::ap_info_array>, since(2, 3)> {
+    using TwoForm::TwoForm;
+};
+
+namespace {
+
+/// The smallest entry takes 32 bytes of a parcel, and a parcel at most 16 MiB.
+constexpr int most_entries = (16 << 20) / 32;
+
+constexpr const char *array_key = "ap_list_array";
+
+void _scan_ap_cb(void *user_data, int req_id)
+{
+    log::info()("req_id [%d]"_fmt, req_id);
+    deliver(&korvane_s::scan_ap, user_data, Caller::here(), req_id);
+}
+
+using ScanAp = RegistrationWith<"scan_ap_cb is NULL", &korvane_s::scan_ap, any_agent, master::set_scan_ap_cb,
+                                master::unset_scan_ap_cb, _scan_ap_cb>;
+
+template <class Value>
+using EntryField = Field<rpc_port_korvane_ap_info_s, Value>;
+
+constexpr EntryField<const char *> ssid_field{"ssid", rpc_port_korvane_ap_info_set_ssid};
+constexpr EntryField<const char *> bssid_field{"bssid", rpc_port_korvane_ap_info_set_bssid};
+constexpr EntryField<int> authtype_field{"authtype", rpc_port_korvane_ap_info_set_authtype};
+constexpr EntryField<int> enctype_field{"enctype", rpc_port_korvane_ap_info_set_enctype};
+constexpr EntryField<int> channel_field{"channel", rpc_port_korvane_ap_info_set_channel};
+constexpr EntryField<int> signal_level_field{"signal_level", rpc_port_korvane_ap_info_set_signal_level};
+constexpr EntryField<int> max_rate_field{"max_rate", rpc_port_korvane_ap_info_set_max_rate};
+constexpr EntryField<int> frequency_field{"frequency"};
+
+/// Exactly one of the two, or none when there is no such entry.
+struct Entry {
+    rpc_port_korvane_ap_info_h record = nullptr;
+    cJSON *json = nullptr;
+};
+
+Entry entry_at(LocalCall &call, korvane_aplist_h list, int idx)
+{
+    if (list->form == Form::record) {
+        const auto &records = *list->record();
+        call.require(idx >= 0 && idx < records.present, "idx[%d] : invalid value, list count = [%d]"_fmt, idx,
+                     records.present);
+        return {call.passed() ? records.items[idx] : nullptr, nullptr};
+    }
+    const cJSON *array = cJSON_GetObjectItem(list->json.get(), array_key);
+    call.require_given(array, "json_array_obj");
+    cJSON *item = cJSON_GetArrayItem(array, idx);
+    call.require_given(item, "json_obj_item");
+    return {nullptr, item};
+}
+
+template <class Value>
+[[gnu::noinline]] int set(LocalCall &call, korvane_aplist_h list, int idx, const EntryField<Value> &field, Value value)
+{
+    if (!in_agents_form(call, list))
+        return call.result();
+    const Entry entry = entry_at(call, list, idx);
+    if (call.passed())
+        call.require_memory(set_field(entry.record, entry.json, field, value));
+    return call.result();
+}
+
+/// A setter of a number that every agent knows.
+int set_number(Caller caller, korvane_aplist_h list, int idx, const EntryField<int> &field, int value)
+{
+    LocalCall call{list, any_agent, caller};
+    return set(call, list, idx, field, value);
+}
+
+bool fill_records(LocalCall &call, korvane_aplist_s &list, int count)
+{
+    list.any_record = proxy::make_zeroed<korvane_aplist_s::Record>();
+    return call
+        .require_memory(list.any_record && count <= most_entries &&
+                        append_records(*list.record(), count, rpc_port_korvane_ap_info_create))
+        .passed();
+}
+
+bool fill_document(LocalCall &call, korvane_aplist_s &list, int count)
+{
+    if (!call.require(count > 0, "count is negative"_fmt).passed())
+        return false;
+    list.json.reset(cJSON_CreateObject());
+    if (!call.require(bool(list.json), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed())
+        return false;
+    cJSON *array = cJSON_AddArrayToObject(list.json.get(), array_key);
+    if (!call.require(array != nullptr, KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateArray() failed"_fmt).passed())
+        return false;
+    bool whole = count <= most_entries;
+    for (int i = 0; whole && i < count; ++i)
+        whole = cJSON_AddItemToArray(array, cJSON_CreateObject());
+    return call.require(whole, KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed();
+}
+
+int send_records(AgentCall &call, const korvane_aplist_s &list, int req_id)
+{
+    rpc_port_array_korvane_ap_info_h array = nullptr;
+    if (!call.require(rpc_port_array_korvane_ap_info_create(&array) == 0, KORVANE_ERROR_OUT_OF_MEMORY,
+                      "rpc_port_array_korvane_ap_info_create() failed"_fmt)
+             .passed())
+        return call.result();
+    const proxy::Owned owned{array};
+    const auto &records = *list.record();
+    if (!call.require(
+                 rpc_port_array_korvane_ap_info_set_array_korvane_ap_infos(array, records.items, records.present) == 0,
+                 KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_korvane_ap_info_set_array_korvane_ap_infos() failed"_fmt)
+             .passed())
+        return call.result();
+    return call.invoke<master::send_ap_list>(req_id, array);
+}
+
+/// The members that make a request of the list stay in it.
+int send_document(AgentCall &call, cJSON *document, int req_id)
+{
+    bool whole = add_command(document, Command::send_ap_list);
+    if (whole && !cJSON_AddNumberToObject(document, "req_id", req_id)) {
+        cJSON_DeleteItemFromArray(document, cJSON_GetArraySize(document) - 1); // the command, as if never added
+        whole = false;
+    }
+    if (!call.require_memory(whole).passed())
+        return call.result();
+    return invoke_common_interface(call, document);
+}
+
+} // namespace
+
+int korvane_set_scan_ap_cb(korvane_h handle, korvane_scan_ap_cb callback, void *user_data)
+{
+    return ScanAp::set(Caller::here(), handle, user_data, callback);
+}
+
+int korvane_unset_scan_ap_cb(korvane_h handle)
+{
+    return ScanAp::unset(Caller::here(), handle);
+}
+
+int korvane_aplist_create(korvane_aplist_h *list, int count)
+{
+    LocalCall call{list, any_agent};
+    if (!call.require(count != 0, "count is zero"_fmt).passed())
+        return call.result();
+
+    auto made = make_two_form<korvane_aplist_s>(korvane_aplist_s::of_agent());
+    if (!call.require_memory(bool(made)).passed())
+        return call.result();
+    if (made->form == Form::record ? fill_records(call, *made.get(), count) : fill_document(call, *made.get(), count))
+        *list = made.release();
+    return call.result();
+}
+
+int korvane_aplist_destroy(korvane_aplist_h list)
+{
+    LocalCall call{list, any_agent};
+    if (call.passed())
+        proxy::destroy(list);
+    return call.result();
+}
+
+int korvane_aplist_set_ssid(korvane_aplist_h list, int idx, const char *ssid)
+{
+    LocalCall call{list, any_agent};
+    call.require_given(ssid, "ssid");
+    return set(call, list, idx, ssid_field, ssid);
+}
+
+int korvane_aplist_set_bssid(korvane_aplist_h list, int idx, const char *bssid)
+{
+    LocalCall call{list, any_agent};
+    // The text names another argument, and stays: logs are filtered for it.
+    call.require_given(bssid, "pwd");
+    return set(call, list, idx, bssid_field, bssid);
+}
+
+int korvane_aplist_set_authtype(korvane_aplist_h list, int idx, int authtype)
+{
+    return set_number(Caller::here(), list, idx, authtype_field, authtype);
+}
+
+int korvane_aplist_set_enctype(korvane_aplist_h list, int idx, int enctype)
+{
+    return set_number(Caller::here(), list, idx, enctype_field, enctype);
+}
+
+int korvane_aplist_set_channel(korvane_aplist_h list, int idx, int channel)
+{
+    return set_number(Caller::here(), list, idx, channel_field, channel);
+}
+
+int korvane_aplist_set_signal_level(korvane_aplist_h list, int idx, int signal_level)
+{
+    return set_number(Caller::here(), list, idx, signal_level_field, signal_level);
+}
+
+int korvane_aplist_set_max_rate(korvane_aplist_h list, int idx, int max_rate)
+{
+    return set_number(Caller::here(), list, idx, max_rate_field, max_rate);
+}
+
+int korvane_aplist_set_frequency(korvane_aplist_h list, int idx, int frequency)
+{
+    LocalCall call{list, since(2, 3)};
+    return set(call, list, idx, frequency_field, frequency);
+}
+
+int korvane_send_ap_list(korvane_h handle, korvane_aplist_h list, int req_id)
+{
+    AgentCall call{handle, any_agent};
+    call.require_given(list, "ap_list_h");
+    in_agents_form(call, list);
+    if (!call.ready())
+        return call.result();
+
+    log::info()("req_id [%u]"_fmt, static_cast<unsigned>(req_id));
+    return list->form == Form::record ? send_records(call, *list, req_id)
+                                      : send_document(call, list->json.get(), req_id);
+}

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "src/korvane/core/registration.hpp"
+
+/// PINs of each kind, the end of the soft access point, and two switches. No PIN is ever logged.
+
+using namespace kv;
+using namespace kv::api;
+
+namespace {
+
+void _pin_generated_cb(void *user_data, const char *pin, int value)
+{
+    log::info()("value [%d]"_fmt, value);
+    deliver<0>(&korvane_s::pin, user_data, Caller::here(), pin, value);
+}
+
+void _pin_display_closed_cb(void *user_data)
+{
+    deliver<1>(&korvane_s::pin, user_data, Caller::here());
+}
+
+void _ultrasound_pin_generated_cb(void *user_data, const char *pin, int value)
+{
+    log::info()("value [%d]"_fmt, value);
+    deliver<0>(&korvane_s::ultrasound_pin, user_data, Caller::here(), pin, value);
+}
+
+void _ultrasound_pin_stop_cb(void *user_data)
+{
+    deliver<1>(&korvane_s::ultrasound_pin, user_data, Caller::here());
+}
+
+void _softap_stop_cb(void *user_data)
+{
+    deliver(&korvane_s::stop_soft_ap, user_data, Caller::here());
+}
+
+using Pin = Registration<&korvane_s::pin, any_agent, master::set_pin_cb, master::unset_pin_cb, _pin_generated_cb,
+                         _pin_display_closed_cb>;
+
+using UltrasoundPin =
+    Registration<&korvane_s::ultrasound_pin, since(1, 1), master::set_ultrasound_pin_cb,
+                 master::unset_ultrasound_pin_cb, _ultrasound_pin_generated_cb, _ultrasound_pin_stop_cb>;
+
+using StopSoftAp = Registration<&korvane_s::stop_soft_ap, any_agent, master::set_softap_stop_cb,
+                                master::unset_softap_stop_cb, _softap_stop_cb>;
+
+} // namespace
+
+int korvane_set_pin_cb(korvane_h handle, korvane_pin_generated_cb generated,
+                       korvane_pin_display_closed_cb display_closed, void *user_data)
+{
+    return Pin::set(Caller::here(), handle, user_data, generated, display_closed);
+}
+
+int korvane_unset_pin_cb(korvane_h handle)
+{
+    return Pin::unset(Caller::here(), handle);
+}
+
+int korvane_set_ultrasound_pin_cb(korvane_h handle, korvane_ultrasound_pin_generated_cb generated,
+                                  korvane_ultrasound_pin_stopped_cb stopped, void *user_data)
+{
+    return UltrasoundPin::set(Caller::here(), handle, user_data, generated, stopped);
+}
+
+int korvane_unset_ultrasound_pin_cb(korvane_h handle)
+{
+    return UltrasoundPin::unset(Caller::here(), handle);
+}
+
+int korvane_set_random_pin(korvane_h handle, const char *pin)
+{
+    AgentCall call{handle, since(1, 4)};
+    call.require_given(pin, "pin");
+    call.require(!pin || *pin, "pin is not valid"_fmt);
+    return call.invoke<master::set_random_pin>(pin);
+}
+
+int korvane_unset_random_pin(korvane_h handle)
+{
+    AgentCall call{handle, since(1, 4)};
+    return call.invoke<master::unset_random_pin>();
+}
+
+int korvane_set_preconfigured_pin(korvane_h handle, const char *pin)
+{
+    AgentCall call{handle, any_agent};
+    call.require_given(pin, "pin");
+    return call.invoke<master::set_preconfigured_pin>(pin);
+}
+
+int korvane_set_stop_soft_ap_cb(korvane_h handle, korvane_stop_soft_ap_cb callback, void *user_data)
+{
+    return StopSoftAp::set(Caller::here(), handle, user_data, callback);
+}
+
+int korvane_unset_stop_soft_ap_cb(korvane_h handle)
+{
+    return StopSoftAp::unset(Caller::here(), handle);
+}
+
+int korvane_set_mot_status(korvane_h handle, bool enable)
+{
+    AgentCall call{handle, any_agent};
+    if (!call.ready())
+        return call.result();
+
+    log::info()("enable [%s]"_fmt, enable ? "true" : "false");
+    return call.invoke<master::set_mot_status>(enable);
+}
+
+int korvane_set_gatt_ble(korvane_h handle, bool enable)
+{
+    AgentCall call{handle, since(1, 4)};
+    if (!call.ready())
+        return call.result();
+
+    log::info()("enable [%s]"_fmt, enable ? "true" : "false");
+    return call.invoke<master::set_gatt_ble>(enable);
+}

@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "src/korvane/core/record_list.hpp"
+#include "src/korvane/core/registration.hpp"
+#include "src/korvane_master_proxy/arrays.hpp"
+#include "src/korvane_master_proxy/records.hpp"
+
+using namespace kv;
+using namespace kv::api;
+
+namespace {
+
+void _provisioning_language_cb(void *user_data, int req_id, const char *type, const char *value)
+{
+    const auto request = static_cast<unsigned>(req_id);
+    log::info()("req_id [%u], type [%s], value [%s]"_fmt, request, type, value);
+    deliver(&korvane_s::provisioning_language, user_data, Caller::here(), request, type, value);
+}
+
+// A text in the agent's or the vendor's own format may hold a secret: such an event logs its number only.
+
+void _provisioning_vendor_info_cb(void *user_data, int value, const char *text)
+{
+    log::info()("value [%d]"_fmt, value);
+    deliver(&korvane_s::provisioning_vendor_info, user_data, Caller::here(), value, text);
+}
+
+void _otm_support_feature_cb(void *user_data, int feature)
+{
+    log::info()("feature [%d]"_fmt, feature);
+    deliver(&korvane_s::otm_support_feature, user_data, Caller::here(), feature);
+}
+
+void _provisioning_get_requested_cb(void *user_data, const char *text, int value)
+{
+    log::info()("value [%d]"_fmt, value);
+    deliver(&korvane_s::provisioning_get_requested, user_data, Caller::here(), text, value);
+}
+
+using ProvisioningLanguage = RegistrationWith<"provisioning_language_cb is NULL", &korvane_s::provisioning_language,
+                                              since(1, 3), master::set_provisioning_language_cb,
+                                              master::unset_provisioning_language_cb, _provisioning_language_cb>;
+
+using ProvisioningVendorInfo =
+    RegistrationWith<"prov_vendor_info_cb is NULL", &korvane_s::provisioning_vendor_info, since(1, 3),
+                     master::set_provisioning_vendor_info_cb, master::unset_provisioning_vendor_info_cb,
+                     _provisioning_vendor_info_cb>;
+
+using OtmSupportFeature =
+    RegistrationWith<"otm_support_feature_cb is NULL", &korvane_s::otm_support_feature, since(1, 3),
+                     master::set_otm_support_feature_cb, master::unset_otm_support_feature_cb, _otm_support_feature_cb>;
+
+using ProvisioningGetRequested =
+    Registration<&korvane_s::provisioning_get_requested, since(1, 4), master::set_provisioning_get_requested_cb,
+                 master::unset_provisioning_get_requested_cb, _provisioning_get_requested_cb>;
+
+using Languages = RecordList<master::language_info_array>;
+
+/// One record for each of the texts.
+bool fill(AgentCall &call, Languages &records, const char *const *texts, int count)
+{
+    bool whole = append_records(records, count, rpc_port_korvane_language_info_create);
+    for (int i = 0; whole && call.passed() && i < count; ++i) {
+        call.require(texts[i] != nullptr, "Invalid param : language_list[%d] is NULL"_fmt, i);
+        whole = !call.passed() || rpc_port_korvane_language_info_set_language(records.items[i], texts[i]) == 0;
+    }
+    return call.require_memory(whole).passed();
+}
+
+} // namespace
+
+int korvane_set_language_list(korvane_h handle, const char *const *language_list, int count)
+{
+    AgentCall call{handle, since(1, 3)};
+    if (!call.require(language_list && count > 0, "Invalid param : language_list=[%p], count=[%d]"_fmt, language_list,
+                      count)
+             .ready())
+        return call.result();
+
+    log::info()("count [%d]"_fmt, count);
+    rpc_port_array_korvane_language_info_h array = nullptr;
+    if (!call.require(rpc_port_array_korvane_language_info_create(&array) == 0, KORVANE_ERROR_OUT_OF_MEMORY,
+                      "rpc_port_array_korvane_language_info_create() failed"_fmt)
+             .passed())
+        return call.result();
+    const proxy::Owned owned{array};
+
+    Languages records;
+    if (!fill(call, records, language_list, count))
+        return call.result();
+    if (!call.require(rpc_port_array_korvane_language_info_set_array_korvane_language_infos(array, records.items,
+                                                                                            count) == 0,
+                      KORVANE_ERROR_OUT_OF_MEMORY,
+                      "rpc_port_array_korvane_language_info_set_array_korvane_language_infos() failed"_fmt)
+             .passed())
+        return call.result();
+    records.clear(); // not held while the agent is waited for
+    return call.invoke<master::set_language_list>(array);
+}
+
+int korvane_send_provisioning_language_setting_result(korvane_h handle, unsigned int req_id, bool result)
+{
+    AgentCall call{handle, since(1, 3)};
+    if (!call.ready())
+        return call.result();
+
+    log::info()("req_id [%u], result [%s]"_fmt, req_id, result ? "true" : "false");
+    return call.invoke<master::send_provisioning_language_setting_result>(static_cast<int>(req_id), result);
+}
+
+int korvane_set_provisioning_vendor_info(korvane_h handle, const char *prov_json_str)
+{
+    AgentCall call{handle, since(1, 3)};
+    call.require_given(prov_json_str, "prov_json_str");
+    return call.invoke<master::set_provisioning_vendor_info>(prov_json_str);
+}
+
+int korvane_set_wifi_connection_error_code(korvane_h handle, int error_code)
+{
+    AgentCall call{handle, since(1, 3)};
+    if (!call.ready())
+        return call.result();
+
+    log::info()("error_code [%d]"_fmt, error_code);
+    return call.invoke<master::set_wifi_connection_error_code>(error_code);
+}
+
+int korvane_set_sso_list(korvane_h handle, const char *sso_list)
+{
+    AgentCall call{handle, since(1, 3)};
+    call.require_given(sso_list, "sso_list");
+    return call.invoke<master::set_sso_list>(sso_list);
+}
+
+int korvane_set_easysetup_version_info(korvane_h handle, const char *es_version_info)
+{
+    AgentCall call{handle, since(1, 3)};
+    if (!call.require_given(es_version_info, "es_version_info").ready())
+        return call.result();
+
+    log::info()("es_version_info [%s]"_fmt, es_version_info);
+    return call.invoke<master::set_easysetup_version_info>(es_version_info);
+}
+
+int korvane_set_provisioning_language_cb(korvane_h handle, korvane_provisioning_language_cb callback, void *user_data)
+{
+    return ProvisioningLanguage::set(Caller::here(), handle, user_data, callback);
+}
+
+int korvane_unset_provisioning_language_cb(korvane_h handle)
+{
+    return ProvisioningLanguage::unset(Caller::here(), handle);
+}
+
+int korvane_set_provisioning_vendor_info_cb(korvane_h handle, korvane_provisioning_vendor_info_cb callback,
+                                            void *user_data)
+{
+    return ProvisioningVendorInfo::set(Caller::here(), handle, user_data, callback);
+}
+
+int korvane_unset_provisioning_vendor_info_cb(korvane_h handle)
+{
+    return ProvisioningVendorInfo::unset(Caller::here(), handle);
+}
+
+int korvane_set_otm_support_feature_cb(korvane_h handle, korvane_otm_support_feature_cb callback, void *user_data)
+{
+    return OtmSupportFeature::set(Caller::here(), handle, user_data, callback);
+}
+
+int korvane_unset_otm_support_feature_cb(korvane_h handle)
+{
+    return OtmSupportFeature::unset(Caller::here(), handle);
+}
+
+int korvane_set_provisioning_get_requested_cb(korvane_h handle, korvane_provisioning_get_requested_cb callback,
+                                              void *user_data)
+{
+    return ProvisioningGetRequested::set(Caller::here(), handle, user_data, callback);
+}
+
+int korvane_unset_provisioning_get_requested_cb(korvane_h handle)
+{
+    return ProvisioningGetRequested::unset(Caller::here(), handle);
+}

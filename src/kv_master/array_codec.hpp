@@ -127,7 +127,6 @@ struct ArrayCodec {
 template <class A, FixedText Name>
 struct Wire<describe::Arr<A, Name>> {
     using Shared = Wire;
-    static constexpr char letter = letter_of::parcelable;
     using Arg = ArrayValue<A> *;
     using Held = Owned<ArrayValue<A>>;
     using View = ArrayValue<A> *;

@@ -363,7 +363,7 @@ TEST_P(SetupPair, TheCallbackMayDeinitialize)
     recorder.then = [&](korvane_h told) { EXPECT_EQ(korvane_deinitialize(told), ok); };
     platform.proxy().push_event(event_of(0, seq_id));
     EXPECT_EQ(recorder.told, Strings{pair().events.front().told});
-    EXPECT_EQ(kv::api::live_handle, nullptr);
+    EXPECT_EQ(kv::api::live_session, nullptr);
 }
 
 TEST_P(SetupPair, TheCallbackMayDeinitializeAndInitialize)

@@ -15,22 +15,22 @@ const cJSON *document_of(const void *handle)
 
 /// Both kinds of request are answered alike. The document lives as long as the callback runs.
 template <class Callback>
-void deliver_token(Answer &answer, int result, const char *text)
+void deliver_token(CompletedRequest &request, int result, const char *text)
 {
     Json token{cJSON_Parse(text)};
-    answer.deliver<Callback>(result, reinterpret_cast<korvane_hdr_token_info_h>(token.get()));
+    request.deliver<Callback>(result, reinterpret_cast<korvane_hdr_token_info_h>(token.get()));
 }
 
 void _create_hdr_token_info_cb(void *user_data, int result, const char *text)
 {
-    Answer answer{user_data};
-    deliver_token<korvane_create_hdr_token_info_cb>(answer, result, text);
+    CompletedRequest request{user_data};
+    deliver_token<korvane_create_hdr_token_info_cb>(request, result, text);
 }
 
 void _create_hdr_token_info_custom_cb(void *user_data, int result, const char *text)
 {
-    Answer answer{user_data};
-    deliver_token<korvane_create_hdr_token_info_custom_cb>(answer, result, text);
+    CompletedRequest request{user_data};
+    deliver_token<korvane_create_hdr_token_info_custom_cb>(request, result, text);
 }
 
 constexpr JsonField uuid_field{"uuid", "uuid", since(2, 1)};

@@ -41,7 +41,7 @@ int korvane_get_tcp_header_info(korvane_h handle, korvane_tcp_header_info_h *tcp
 
     // Applications release what they find here after a failure, too.
     *tcp_header_info = nullptr;
-    proxy::Owned<korvane_tcp_header_info_s> info{proxy::make_zeroed<korvane_tcp_header_info_s>()};
+    Owned<korvane_tcp_header_info_s> info{make_zeroed<korvane_tcp_header_info_s>()};
     if (!call.require(bool(info), KORVANE_ERROR_OUT_OF_MEMORY, "_tcp_header_info_s is NULL"_fmt).passed())
         return call.result();
 
@@ -59,7 +59,7 @@ int korvane_release_tcp_header_info(korvane_tcp_header_info_h tcp_header_info)
 {
     LocalCall call{tcp_header_info, since(1, 4)};
     if (call.passed())
-        proxy::destroy(tcp_header_info);
+        destroy(tcp_header_info);
     return call.result();
 }
 

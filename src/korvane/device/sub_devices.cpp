@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/block.hpp"
 #include "src/korvane/core/json.hpp"
 #include "src/korvane/core/one_shot_request.hpp"
+#include "src/korvane/core/zeroed_array.hpp"
 #include "src/korvane_master_proxy/arrays.hpp"
 
 using namespace kv;
@@ -20,7 +20,7 @@ void destroy_items(korvane_sub_dev_prs_h *items, int count)
 {
     for (int i = 0; i < count; ++i)
         if (items[i])
-            proxy::destroy(items[i]);
+            destroy(items[i]);
 }
 
 /// A list while it is being filled; what is not handed out is released.
@@ -45,7 +45,7 @@ public:
                           "cJSON_GetObjectItem() failed"_fmt)
                  .passed())
             return false;
-        proxy::Owned<korvane_sub_dev_prs_s> made{proxy::make_zeroed<korvane_sub_dev_prs_s>()};
+        Owned<korvane_sub_dev_prs_s> made{make_zeroed<korvane_sub_dev_prs_s>()};
         if (made) {
             made->device_id = CText::copy(device_id->valuestring);
             made->presence = presence->valueint;
@@ -59,14 +59,14 @@ public:
     }
 
 private:
-    Block<korvane_sub_dev_prs_h> items_;
+    ZeroedArray<korvane_sub_dev_prs_h> items_;
     int count_;
 };
 
 void _get_group_id_cb(void *user_data, const char *group_id)
 {
-    Answer answer{user_data};
-    answer.deliver<korvane_get_group_id_cb>(group_id);
+    CompletedRequest request{user_data};
+    request.deliver<korvane_get_group_id_cb>(group_id);
 }
 
 } // namespace
@@ -101,7 +101,7 @@ int korvane_set_sub_device_presence(korvane_h handle, const int *device_no_list,
     log::info()("device_count [%d], presence [%s]"_fmt, device_count, presence ? "true" : "false");
     rpc_port_array_int_h created = nullptr;
     rpc_port_array_int_create(&created);
-    proxy::Owned<proxy::Array<int>> numbers{created};
+    Owned<proxy::Array<int>> numbers{created};
     if (!call.require(bool(numbers), KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_int_create() is failed"_fmt).passed())
         return call.result();
     if (!call.require(rpc_port_array_int_set_array_ints(numbers.get(), device_no_list, device_count) == 0,

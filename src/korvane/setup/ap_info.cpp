@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "src/korvane/core/event_slot.hpp"
 #include "src/korvane/core/json_members.hpp"
 #include "src/korvane/core/record_members.hpp"
 #include "src/korvane_master_proxy/records.hpp"
@@ -34,9 +35,9 @@ template <class Value>
 {
     LocalCall call{ap_info, member.in_document.minimum, caller};
     call.require_given(value, member.in_document.name);
-    if (!in_agents_form(call, ap_info))
+    if (!require_agents_format(call, ap_info))
         return call.result();
-    if (ap_info->form == Form::record)
+    if (ap_info->format == WireFormat::record)
         return read_member(call, ap_info->record(), member.in_record, value);
     return hand_out(call, cJSON_GetObjectItem(ap_info->json.get(), member.in_document.key), value);
 }

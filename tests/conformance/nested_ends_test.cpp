@@ -188,7 +188,7 @@ TEST_P(EndInsideACall, FailsIt)
 {
     for_each_interruption([this](korvane_h told) { deinitialize(told); },
                           [this] {
-                              EXPECT_EQ(kv::api::live_handle, nullptr);
+                              EXPECT_EQ(kv::api::live_session, nullptr);
                               expect_no_notice();
                               connect();
                               number_requests();
@@ -200,7 +200,7 @@ TEST_P(EndInsideACall, FailsItWhenAnotherSessionFollows)
 {
     for_each_interruption([this](korvane_h told) { begin_anew(told); },
                           [this] {
-                              EXPECT_EQ(kv::api::live_handle, handle);
+                              EXPECT_EQ(kv::api::live_session, handle);
                               EXPECT_TRUE(sent().empty());
                               expect_no_notice();
                               expect_works_normally(false);
@@ -271,7 +271,7 @@ TEST_F(EndInsideTheConnectedHandler, ReportsNothingMore)
                 platform.finishes_after_destroy = finishes;
                 connect_and_act(moment, request, [this](korvane_h told) { deinitialize(told); });
                 EXPECT_EQ(std::exchange(reported, {}), (std::vector{KORVANE_CONNECTION_DISCONNECTED + 0}));
-                EXPECT_EQ(kv::api::live_handle, nullptr);
+                EXPECT_EQ(kv::api::live_session, nullptr);
             }
 }
 
@@ -449,7 +449,7 @@ TEST_F(UndoneInitialize, MayBeginAnewInThatReport)
         };
         EXPECT_EQ(initialize_without(function, code), result);
         EXPECT_LE(reports, 1);
-        EXPECT_EQ(kv::api::live_handle, other);
+        EXPECT_EQ(kv::api::live_session, other);
         if (other) {
             EXPECT_EQ(korvane_deinitialize(other), ok);
         }

@@ -53,6 +53,7 @@ struct RegisteredDelegate : proxy::Delegate {
     AnyFunction app_callback = nullptr;
     void *app_data = nullptr;
     bool being_set = false; // its set function has not returned yet
+    bool confirmed = false; // its set function has succeeded, so the callback is its own and not an earlier one
 };
 
 static_assert(std::is_trivially_destructible_v<RegisteredDelegate>, "the proxy frees it as a Delegate");

@@ -2,6 +2,7 @@
 #include "registration.hpp"
 
 #include <algorithm>
+#include <climits>
 
 namespace kv::api {
 
@@ -81,12 +82,18 @@ void Registration::confirm(const AnyFunction *callbacks, void *user_data)
     slot_.user_data = user_data;
     keep();
     for (int i = 0; i < row_.count; ++i) {
+        // The callback that was set before is replaced now, also for delegates of nested sets that the agent refused.
+        for_each_delegate(session_, row_.delegate_ids[i], [&](RegisteredDelegate &delegate) {
+            if (!delegate.confirmed)
+                delegate.app_callback = nullptr;
+        });
         if (RegisteredDelegate *delegate = sent(i)) {
             delegate->app_callback = callbacks[i];
             delegate->app_data = user_data;
+            delegate->confirmed = true;
         }
     }
-    redirect_other_generation();
+    redirect_other_generation(seq_ids_[0]);
 }
 
 void Registration::keep()
@@ -109,14 +116,17 @@ void Registration::end()
 {
     std::fill_n(slot_.callbacks, max_callbacks, nullptr);
     slot_.user_data = nullptr;
-    redirect_other_generation();
+    redirect_other_generation(INT_MAX);
     dispose();
 }
 
-/// The delegates stay, and their events go to the callback that counts now.
-void Registration::redirect_other_generation()
+/// The delegates stay, and their events go to the callback that counts now. Those from `end_seq_id` on were set inside
+/// this call and keep their own.
+void Registration::redirect_other_generation(int end_seq_id)
 {
     for_each_delegate(session_, row_.other_generation, [&](RegisteredDelegate &delegate) {
+        if (delegate.seq_id >= end_seq_id)
+            return;
         delegate.app_callback = delegate.being_set ? nullptr : slot_.callbacks[0];
         delegate.app_data = slot_.user_data;
     });

@@ -77,7 +77,7 @@ public:
 
 private:
     RegisteredDelegate *sent(int index) const;
-    void redirect_other_generation();
+    void redirect_other_generation(int end_seq_id);
 
     korvane_h session_;
     const RegistrationRow &row_;

@@ -13,20 +13,29 @@
 namespace kv::master {
 
 template <std::size_t Size>
-struct NameTable {
+class NameTable {
+public:
     std::array<char, Size> text{};
 
     /// The position of a name, for at(). A name that the table does not hold does not compile.
     consteval std::uint16_t offset_of(std::string_view name) const
     {
-        const std::string_view all{text.data(), Size};
-        std::size_t offset = all.find(name);
-        while (all[offset + name.length()] != '\0')
-            offset = all.find(name, offset + 1);
+        std::size_t offset = 0;
+        while (!holds_at(offset, name))
+            ++offset;
         return static_cast<std::uint16_t>(offset);
     }
 
     const char *at(std::uint16_t offset) const { return text.data() + offset; }
+
+private:
+    consteval bool holds_at(std::size_t offset, std::string_view name) const
+    {
+        for (std::size_t i = 0; i < name.length(); ++i)
+            if (text[offset + i] != name[i])
+                return false;
+        return text[offset + name.length()] == '\0';
+    }
 };
 
 namespace detail {

@@ -41,8 +41,12 @@ TEST_F(ApList, OfMoreEntriesThanCouldEverBeSentHasNoMemory)
         forget_the_agent();
         platform.agent_version = version;
         allocs::reset_largest();
-        for (int entries : {524289, 2147483647})
+        for (int entries : {524289, 2147483647}) {
+            platform.log.clear();
             EXPECT_EQ(korvane_aplist_create(&list, entries), -12);
+            EXPECT_EQ(platform.log.errors(),
+                      (LogLines{api_error("korvane_aplist_create", "Memory allocation is failed")}));
+        }
         EXPECT_LT(allocs::largest(), 4096U);
         EXPECT_EQ(list, nullptr);
     }

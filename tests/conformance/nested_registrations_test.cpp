@@ -441,6 +441,27 @@ TEST_F(NestedWifiRegistration, SetInsideASetThatAnUpdateInterrupts)
     }
 }
 
+/// A set inside an unset leaves the access point of its event behind, and no callback.
+TEST_F(NestedWifiRegistration, AnEventWithoutACallbackReleasesTheLastAccessPoint)
+{
+    for (const Moment moment : inside_a_call) {
+        SCOPED_TRACE(name_of(moment));
+        begin_updated();
+        inside(moment, [&](korvane_h) {
+            EXPECT_EQ(set(nested), ok);
+            document_arrives(last_seq_id(platform.log));
+            EXPECT_EQ(nested.told, told_once);
+        });
+        EXPECT_EQ(unset(), ok);
+        const std::size_t blocks = allocs::live_blocks();
+        record_arrives(before_seq_id);
+        EXPECT_EQ(before.told, Strings{});
+        EXPECT_EQ(nested.told, told_once);
+        EXPECT_LT(allocs::live_blocks(), blocks);
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
 /// What the last event brought is released once, whichever of the two calls does it.
 TEST_F(NestedWifiRegistration, AnEventOfTheNestedSetInsideTheOuterOneLeavesNothingBehind)
 {

@@ -69,7 +69,7 @@ protected:
     std::function<void()> act;
 };
 
-TEST_F(RaisedEvents, InsideASendComeBeforeTheRequestReachesTheAgent)
+TEST_F(RaisedEvents, InsideASendPrecedeTheRequest)
 {
     link().raise_inside(Moment::send, received(i32(7)), 2);
     EXPECT_EQ(send(), 0);
@@ -80,7 +80,7 @@ TEST_F(RaisedEvents, InsideASendComeBeforeTheRequestReachesTheAgent)
     EXPECT_EQ(platform.take_misuses(), Strings{});
 }
 
-TEST_F(RaisedEvents, InsideAWaitComeBeforeTheReadTakesAParcel)
+TEST_F(RaisedEvents, InsideAWaitPrecedeTheParcel)
 {
     Bytes taken;
     act = [&] { taken = read(port); };

@@ -10,7 +10,7 @@ struct OneShot {
     int (*request)(korvane_h handle, Recorder *recorder);
     int delegate_id;
     Bytes values; // of the answer
-    std::string told;
+    std::string noted;
 };
 
 void note_token(korvane_h handle, int result, korvane_hdr_token_info_h token, void *recorder)
@@ -111,8 +111,8 @@ protected:
                 proxy.push_event(last_answer);
         });
     }
-    int request(Recorder &told) { return GetParam().request(handle, &told); }
-    Strings once() const { return {GetParam().told}; }
+    int request(Recorder &given) { return GetParam().request(handle, &given); }
+    Strings once() const { return {GetParam().noted}; }
 
     /// A further request of the same kind is made and answered as usual.
     void expect_works_on()
@@ -262,7 +262,7 @@ TEST_P(EarlyAnswer, WhoseCallbackDeinitializesFailsTheRequest)
         for_each_case([&](Moment moment, const End &) {
             platform.finishes_after_destroy = finishes;
             answer_inside(moment, 2);
-            recorder.then = [](korvane_h told) { EXPECT_EQ(korvane_deinitialize(told), ok); };
+            recorder.then = [](korvane_h called_with) { EXPECT_EQ(korvane_deinitialize(called_with), ok); };
             EXPECT_EQ(request(recorder), failed);
             EXPECT_EQ(recorder.told, once());
             EXPECT_EQ(run_main_loop(), 0U);
@@ -278,8 +278,8 @@ TEST_P(EarlyAnswer, WhoseCallbackBeginsANewSessionFailsTheRequestAndLeavesTheSes
             platform.finishes_after_destroy = finishes;
             answer_inside(moment);
             Bytes nested_answer;
-            recorder.then = [&](korvane_h told) {
-                ASSERT_EQ(korvane_deinitialize(told), ok);
+            recorder.then = [&](korvane_h called_with) {
+                ASSERT_EQ(korvane_deinitialize(called_with), ok);
                 results.clear();
                 unanswered.clear();
                 initialize();
@@ -305,7 +305,7 @@ TEST_P(EarlyAnswer, WhoseCallbackBeginsANewSessionFailsTheRequestAndLeavesTheSes
 }
 
 /// A link that breaks inside the request: the answer never comes, and the request leaves nothing behind.
-TEST_P(EarlyAnswer, NeverComesWhenTheLinkBreaksInsideTheRequest)
+TEST_P(EarlyAnswer, IsNeverDeliveredWhenTheLinkBreaksInsideTheRequest)
 {
     for (const Moment moment : inside_a_call) {
         begin();

@@ -14,7 +14,7 @@ protected:
     /// Connected to the pair's agent, with the trigger registered.
     void begin_pair()
     {
-        first_told = second_told = before_told = {};
+        outer = nested = former = {};
         statuses.clear();
         connect_to(pair().agent_version);
         trigger = {};
@@ -51,7 +51,7 @@ protected:
         return told;
     }
 
-    int set(Recorder &told) { return pair().set(handle, &told); }
+    int set(Recorder &given) { return pair().set(handle, &given); }
     int unset() { return pair().unset(handle); }
 
     /// Number of the outer request, as the agent counts them, and of the nested one.
@@ -68,14 +68,14 @@ protected:
                 begin_pair();
                 before_seq_id = 0;
                 if (registered_before) {
-                    ASSERT_EQ(set(before_told), ok);
+                    ASSERT_EQ(set(former), ok);
                     before_seq_id = made_last();
                 }
                 number_requests();
                 check(moment);
                 if (registered_before)
                     events_arrive(before_seq_id);
-                EXPECT_EQ(before_told.told, Strings{}) << "the registration before was replaced";
+                EXPECT_EQ(former.told, Strings{}) << "the registration before was replaced";
             }
     }
 
@@ -92,9 +92,9 @@ protected:
         EXPECT_EQ(later.told, all_events());
     }
 
-    Recorder first_told;  // callback of the outer set
-    Recorder second_told; // of the nested set
-    Recorder before_told;
+    Recorder outer;  // callback of the outer set
+    Recorder nested; // of the nested set
+    Recorder former;
     int before_seq_id = 0;
 };
 
@@ -108,28 +108,28 @@ TEST_P(NestedRegistration, SetInsideSetDeliversEachDelegateToItsOwnCallback)
         int nested_seq_id = 0;
         inside(moment, [&](korvane_h) {
             outer_seq_id = made_last();
-            EXPECT_EQ(set(second_told), ok);
+            EXPECT_EQ(set(nested), ok);
             nested_seq_id = made_last();
         });
-        EXPECT_EQ(set(first_told), ok);
+        EXPECT_EQ(set(outer), ok);
         ASSERT_NE(outer_seq_id, nested_seq_id);
 
         // The outer call returns last.
         events_arrive(outer_seq_id);
-        EXPECT_EQ(first_told.told, all_events());
-        EXPECT_EQ(second_told.told, Strings{});
+        EXPECT_EQ(outer.told, all_events());
+        EXPECT_EQ(nested.told, Strings{});
         events_arrive(nested_seq_id);
-        EXPECT_EQ(first_told.told, all_events());
+        EXPECT_EQ(outer.told, all_events());
         if (moment == Moment::wait) {
-            EXPECT_EQ(second_told.told, all_events()); // the agent received it last, so it keeps this one
+            EXPECT_EQ(nested.told, all_events()); // the agent received it last, so it keeps this one
         } else {
-            EXPECT_TRUE(second_told.told.empty() || second_told.told == all_events());
+            EXPECT_TRUE(nested.told.empty() || nested.told == all_events());
         }
         expect_works_on();
         events_arrive(outer_seq_id);
         events_arrive(nested_seq_id);
-        EXPECT_EQ(first_told.told, all_events());
-        EXPECT_LE(second_told.told.size(), all_events().size());
+        EXPECT_EQ(outer.told, all_events());
+        EXPECT_LE(nested.told.size(), all_events().size());
     });
 }
 
@@ -141,15 +141,15 @@ TEST_P(NestedRegistration, SetInsideASetThatTheAgentRefusesKeepsTheNestedOne)
         results = {{outer_number(moment), -13}};
         inside(moment, [&](korvane_h) {
             outer_seq_id = made_last();
-            EXPECT_EQ(set(second_told), ok);
+            EXPECT_EQ(set(nested), ok);
             nested_seq_id = made_last();
         });
-        EXPECT_EQ(set(first_told), KORVANE_ERROR_PERMISSION_DENIED);
+        EXPECT_EQ(set(outer), KORVANE_ERROR_PERMISSION_DENIED);
         events_arrive(nested_seq_id);
-        EXPECT_EQ(first_told.told, Strings{});
-        EXPECT_EQ(second_told.told, all_events());
+        EXPECT_EQ(outer.told, Strings{});
+        EXPECT_EQ(nested.told, all_events());
         events_arrive(outer_seq_id); // should the agent fire what it has refused
-        EXPECT_EQ(second_told.told, all_events());
+        EXPECT_EQ(nested.told, all_events());
         expect_works_on();
     });
 }
@@ -162,15 +162,15 @@ TEST_P(NestedRegistration, SetThatTheAgentRefusesInsideASetKeepsTheOuterOne)
         results = {{nested_number(moment), -13}};
         inside(moment, [&](korvane_h) {
             outer_seq_id = made_last();
-            EXPECT_EQ(set(second_told), KORVANE_ERROR_PERMISSION_DENIED);
+            EXPECT_EQ(set(nested), KORVANE_ERROR_PERMISSION_DENIED);
             nested_seq_id = made_last();
         });
-        EXPECT_EQ(set(first_told), ok);
+        EXPECT_EQ(set(outer), ok);
         events_arrive(outer_seq_id);
-        EXPECT_EQ(first_told.told, all_events());
-        EXPECT_EQ(second_told.told, Strings{});
+        EXPECT_EQ(outer.told, all_events());
+        EXPECT_EQ(nested.told, Strings{});
         events_arrive(nested_seq_id);
-        EXPECT_EQ(first_told.told, all_events());
+        EXPECT_EQ(outer.told, all_events());
         expect_works_on();
     });
 }
@@ -183,14 +183,14 @@ TEST_P(NestedRegistration, UnsetInsideASetDeliversTheEventsOfTheSet)
             outer_seq_id = made_last();
             EXPECT_EQ(unset(), ok);
             events_arrive(outer_seq_id);
-            EXPECT_EQ(first_told.told, Strings{}) << "after the unset and before the set returns";
+            EXPECT_EQ(outer.told, Strings{}) << "after the unset and before the set returns";
         });
-        EXPECT_EQ(set(first_told), ok);
+        EXPECT_EQ(set(outer), ok);
         events_arrive(outer_seq_id);
-        EXPECT_EQ(first_told.told, all_events());
+        EXPECT_EQ(outer.told, all_events());
         expect_works_on();
         events_arrive(outer_seq_id);
-        EXPECT_EQ(first_told.told, all_events());
+        EXPECT_EQ(outer.told, all_events());
     });
 }
 
@@ -203,9 +203,9 @@ TEST_P(NestedRegistration, UnsetInsideASetThatTheAgentRefusesDeliversNothing)
             outer_seq_id = made_last();
             EXPECT_EQ(unset(), ok);
         });
-        EXPECT_EQ(set(first_told), failed);
+        EXPECT_EQ(set(outer), failed);
         events_arrive(outer_seq_id);
-        EXPECT_EQ(first_told.told, Strings{});
+        EXPECT_EQ(outer.told, Strings{});
         expect_works_on();
     });
 }
@@ -217,14 +217,14 @@ TEST_P(NestedRegistration, SetInsideAnUnsetDeliversNothingOnceTheUnsetHasReturne
             int nested_seq_id = 0;
             results = {{outer_number(moment), reply}};
             inside(moment, [&](korvane_h) {
-                EXPECT_EQ(set(second_told), ok);
+                EXPECT_EQ(set(nested), ok);
                 nested_seq_id = made_last();
                 events_arrive(nested_seq_id);
-                EXPECT_EQ(second_told.told, all_events()) << "before the unset returns";
+                EXPECT_EQ(nested.told, all_events()) << "before the unset returns";
             });
             EXPECT_EQ(unset(), reply);
             events_arrive(nested_seq_id);
-            EXPECT_EQ(second_told.told, all_events());
+            EXPECT_EQ(nested.told, all_events());
             expect_works_on();
         });
 }
@@ -246,14 +246,14 @@ TEST_P(NestedRegistration, UnsetInsideASetInsideAnUnsetDeliversNothing)
         int nested_seq_id = 0;
         inside(moment, [&](korvane_h) {
             inside(moment, [&](korvane_h) { EXPECT_EQ(unset(), ok); });
-            EXPECT_EQ(set(second_told), ok);
+            EXPECT_EQ(set(nested), ok);
             nested_seq_id = made_last();
             events_arrive(nested_seq_id);
-            EXPECT_EQ(second_told.told, all_events());
+            EXPECT_EQ(nested.told, all_events());
         });
         EXPECT_EQ(unset(), ok);
         events_arrive(nested_seq_id);
-        EXPECT_EQ(second_told.told, all_events());
+        EXPECT_EQ(nested.told, all_events());
         expect_works_on();
     });
 }
@@ -261,9 +261,9 @@ TEST_P(NestedRegistration, UnsetInsideASetInsideAnUnsetDeliversNothing)
 /// The access point's pair has one delegate for each wire format, of which an update of the agent leaves the other behind.
 class NestedWifiRegistration : public NestedTest {
 protected:
-    int set(Recorder &told)
+    int set(Recorder &given)
     {
-        return korvane_set_wifi_ap_provisioning_cb(handle, Note<'w', korvane_ap_info_h>::call, &told);
+        return korvane_set_wifi_ap_provisioning_cb(handle, Note<'w', korvane_ap_info_h>::call, &given);
     }
     int unset() { return korvane_unset_wifi_ap_provisioning_cb(handle); }
     void record_arrives(int seq_id)
@@ -289,9 +289,9 @@ protected:
     /// Registered with an agent of records, which an update then replaces by one of documents.
     void begin_updated()
     {
-        before = outer = nested = {};
+        former = outer = nested = {};
         begin("1.2");
-        ASSERT_EQ(set(before), ok);
+        ASSERT_EQ(set(former), ok);
         before_seq_id = last_seq_id(platform.log);
         update_to("2.3");
         number_requests();
@@ -303,11 +303,11 @@ protected:
         platform.agent_version = version;
     }
 
-    Recorder before, outer, nested;
+    Recorder former, outer, nested;
     int before_seq_id = 0;
     int outer_seq_id = 0;
     int nested_seq_id = 0;
-    const Strings told_once = {"w ap_info"};
+    const Strings one_event = {"w ap_info"};
 };
 
 TEST_F(NestedWifiRegistration, SetInsideSetAfterAnUpdate)
@@ -322,14 +322,14 @@ TEST_F(NestedWifiRegistration, SetInsideSetAfterAnUpdate)
         });
         EXPECT_EQ(set(outer), ok);
         document_arrives(outer_seq_id);
-        EXPECT_EQ(outer.told, told_once);
+        EXPECT_EQ(outer.told, one_event);
         EXPECT_EQ(nested.told, Strings{});
         document_arrives(nested_seq_id);
-        EXPECT_EQ(outer.told, told_once);
+        EXPECT_EQ(outer.told, one_event);
         expect_works_on();
         record_arrives(before_seq_id); // after that unset
-        EXPECT_EQ(before.told, Strings{});
-        EXPECT_EQ(outer.told, told_once);
+        EXPECT_EQ(former.told, Strings{});
+        EXPECT_EQ(outer.told, one_event);
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
 }
@@ -346,10 +346,10 @@ TEST_F(NestedWifiRegistration, UnsetInsideASetAfterAnUpdate)
             document_arrives(outer_seq_id);
         });
         EXPECT_EQ(set(outer), ok);
-        EXPECT_EQ(before.told, Strings{});
+        EXPECT_EQ(former.told, Strings{});
         EXPECT_EQ(outer.told, Strings{});
         document_arrives(outer_seq_id);
-        EXPECT_EQ(outer.told, told_once);
+        EXPECT_EQ(outer.told, one_event);
         expect_works_on();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
@@ -367,7 +367,7 @@ TEST_F(NestedWifiRegistration, SetInsideAnUnsetAfterAnUpdate)
         EXPECT_EQ(unset(), ok);
         record_arrives(before_seq_id);
         document_arrives(nested_seq_id);
-        EXPECT_EQ(before.told, Strings{});
+        EXPECT_EQ(former.told, Strings{});
         EXPECT_EQ(nested.told, Strings{});
         expect_works_on();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
@@ -385,13 +385,13 @@ TEST_F(NestedWifiRegistration, SetInsideAnUnsetThatAnUpdateInterrupts)
             EXPECT_EQ(set(nested), ok);
             nested_seq_id = last_seq_id(platform.log);
             record_arrives(nested_seq_id);
-            EXPECT_EQ(nested.told, told_once);
+            EXPECT_EQ(nested.told, one_event);
         });
         EXPECT_EQ(unset(), ok);
         record_arrives(nested_seq_id);
         record_arrives(before_seq_id);
-        EXPECT_EQ(nested.told, told_once);
-        EXPECT_EQ(before.told, Strings{});
+        EXPECT_EQ(nested.told, one_event);
+        EXPECT_EQ(former.told, Strings{});
         update_to("2.3");
         expect_works_on();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
@@ -410,8 +410,8 @@ TEST_F(NestedWifiRegistration, UnsetInsideASetThatAnUpdateInterrupts)
         });
         EXPECT_EQ(set(outer), ok);
         document_arrives(outer_seq_id);
-        EXPECT_EQ(outer.told, told_once);
-        EXPECT_EQ(before.told, Strings{});
+        EXPECT_EQ(outer.told, one_event);
+        EXPECT_EQ(former.told, Strings{});
         update_to("2.3");
         expect_works_on();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
@@ -431,10 +431,10 @@ TEST_F(NestedWifiRegistration, SetInsideASetThatAnUpdateInterrupts)
         });
         EXPECT_EQ(set(outer), ok);
         document_arrives(outer_seq_id);
-        EXPECT_EQ(outer.told, told_once);
+        EXPECT_EQ(outer.told, one_event);
         EXPECT_EQ(nested.told, Strings{});
         record_arrives(nested_seq_id);
-        EXPECT_EQ(outer.told, told_once);
+        EXPECT_EQ(outer.told, one_event);
         update_to("2.3");
         expect_works_on();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
@@ -450,13 +450,13 @@ TEST_F(NestedWifiRegistration, AnEventWithoutACallbackReleasesTheLastAccessPoint
         inside(moment, [&](korvane_h) {
             EXPECT_EQ(set(nested), ok);
             document_arrives(last_seq_id(platform.log));
-            EXPECT_EQ(nested.told, told_once);
+            EXPECT_EQ(nested.told, one_event);
         });
         EXPECT_EQ(unset(), ok);
         const std::size_t blocks = allocs::live_blocks();
         record_arrives(before_seq_id);
-        EXPECT_EQ(before.told, Strings{});
-        EXPECT_EQ(nested.told, told_once);
+        EXPECT_EQ(former.told, Strings{});
+        EXPECT_EQ(nested.told, one_event);
         EXPECT_LT(allocs::live_blocks(), blocks);
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
@@ -469,11 +469,11 @@ TEST_F(NestedWifiRegistration, AnEventOfTheNestedSetInsideTheOuterOneLeavesNothi
         SCOPED_TRACE(name_of(moment));
         begin_updated();
         record_arrives(before_seq_id);
-        EXPECT_EQ(before.told, told_once);
+        EXPECT_EQ(former.told, one_event);
         inside(moment, [&](korvane_h) {
             EXPECT_EQ(set(nested), ok);
             document_arrives(last_seq_id(platform.log));
-            EXPECT_EQ(nested.told, told_once);
+            EXPECT_EQ(nested.told, one_event);
         });
         EXPECT_EQ(set(outer), ok);
         inside(moment, [&](korvane_h) {

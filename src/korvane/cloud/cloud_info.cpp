@@ -12,21 +12,25 @@ struct korvane_cloud_info_s : VersionedHandle<rpc_port_korvane_cloud_info_s, sin
 
 namespace {
 
+namespace document = master::commands::sign_up_cloud;
+
 template <int (*Set)(rpc_port_korvane_cloud_info_h record, const char *value)>
 constexpr auto in_record = set_record_text<rpc_port_korvane_cloud_info_s, Set>;
 
-constexpr TextField region{"region", any_agent, "region", in_record<rpc_port_korvane_cloud_info_set_region>};
-constexpr TextField auth_provider{"auth_provider", any_agent, "auth_provider",
+constexpr TextField region{"region", any_agent, document::region.key,
+                           in_record<rpc_port_korvane_cloud_info_set_region>};
+constexpr TextField auth_provider{"auth_provider", any_agent, document::auth_provider.key,
                                   in_record<rpc_port_korvane_cloud_info_set_auth_provider>};
-constexpr TextField access_token{"access_token", any_agent, "access_token",
+constexpr TextField access_token{"access_token", any_agent, document::access_token.key,
                                  in_record<rpc_port_korvane_cloud_info_set_access_token>};
-constexpr TextField refresh_token{"refresh_token", any_agent, "refresh_token",
+constexpr TextField refresh_token{"refresh_token", any_agent, document::refresh_token.key,
                                   in_record<rpc_port_korvane_cloud_info_set_refresh_token>};
-constexpr TextField user_id{"user_id", any_agent, "user_id", in_record<rpc_port_korvane_cloud_info_set_user_id>};
-constexpr TextField client_id{"client_id", any_agent, "client_id",
+constexpr TextField user_id{"user_id", any_agent, document::user_id.key,
+                            in_record<rpc_port_korvane_cloud_info_set_user_id>};
+constexpr TextField client_id{"client_id", any_agent, document::client_id.key,
                               in_record<rpc_port_korvane_cloud_info_set_client_id>};
-constexpr TextField ci_server{"ci_server", since(2, 0), "ci_server"};
-constexpr TextField deploy_env{"deploy_env", since(2, 0), "deploy_env"};
+constexpr TextField ci_server{"ci_server", since(2, 0), document::ci_server.key};
+constexpr TextField deploy_env{"deploy_env", since(2, 0), document::deploy_env.key};
 
 constexpr RecordMaker record_maker{
     create_record_with<rpc_port_korvane_cloud_info_create, rpc_port_korvane_cloud_info_s>,
@@ -98,7 +102,7 @@ int korvane_cloudinfo_set_token_type(korvane_cloud_info_h cloud_info, unsigned i
         return call.result();
 
     // It is added, not replaced like the texts: the agent receives every type that was set.
-    const bool added = cJSON_AddNumberToObject(cloud_info->json.get(), "iatt", type) != nullptr;
+    const bool added = cJSON_AddNumberToObject(cloud_info->json.get(), document::token_type.key, type) != nullptr;
     return call.require_memory(added).result();
 }
 
@@ -113,7 +117,7 @@ int korvane_sign_up_cloud(korvane_h handle, korvane_cloud_info_h cloud_info)
         return call.invoke<master::signup_cloud>(cloud_info->record());
 
     // The command number stays in the application's document: the next sign-up with it sends one more.
-    if (!call.require_memory(add_command(cloud_info->json.get(), Command::sign_up_cloud)).passed())
+    if (!call.require_memory(add_command(cloud_info->json.get(), document::command.number)).passed())
         return call.result();
     return invoke_command(call, cloud_info->json.get());
 }

@@ -95,11 +95,11 @@ int korvane_disable_signin(korvane_h handle, bool disable)
     if (!call.ready())
         return call.result();
 
-    const Json request = create_command(call, Command::disable_signin);
+    const Json request = create_command(call, master::commands::disable_signin::command.number);
     if (!call.passed())
         return call.result();
     // Without memory for the flag the request is sent without it, and the agent judges it.
-    cJSON_AddBoolToObject(request.get(), "disable_signin", disable);
+    cJSON_AddBoolToObject(request.get(), master::commands::disable_signin::disable.key, disable);
     return invoke_command(call, request.get());
 }
 

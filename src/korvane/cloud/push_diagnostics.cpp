@@ -32,10 +32,11 @@ int korvane_send_custom_push_msg(korvane_h handle, const char *push_msg_json_str
     Json message{cJSON_Parse(push_msg_json_str)};
     if (!call.require(bool(message), "cJSON_Parse() failed"_fmt).passed())
         return call.result();
-    const Json request = create_command(call, Command::custom_push_message);
+    const Json request = create_command(call, master::commands::custom_push_message::command.number);
     if (!call.passed())
         return call.result();
-    const bool added = cJSON_AddItemToObject(request.get(), "custom_push_msg", message.get());
+    const bool added =
+        cJSON_AddItemToObject(request.get(), master::commands::custom_push_message::message.key, message.get());
     if (!call.require_memory(added).passed())
         return call.result();
     message.release(); // the request owns it now

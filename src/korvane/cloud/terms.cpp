@@ -12,8 +12,8 @@ struct korvane_tnc_info_s : JsonHandle {
 
 namespace {
 
-constexpr JsonField version_field{"tnc_version", "version", since(1, 3)};
-constexpr JsonField header_field{"tnc_header", "header", since(1, 3)};
+constexpr JsonField version_field{master::documents::terms::version.key, "version", since(1, 3)};
+constexpr JsonField header_field{master::documents::terms::header.key, "header", since(1, 3)};
 
 using TncResult =
     RegistrationOf<EventKind::tnc_result, master::set_tnc_result_cb, master::unset_tnc_result_cb, "callback is NULL",

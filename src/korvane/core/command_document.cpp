@@ -3,16 +3,16 @@
 
 namespace kv::api {
 
-bool add_command(cJSON *object, Command command)
+bool add_command(cJSON *object, int command_number)
 {
-    return cJSON_AddNumberToObject(object, "common_interface", static_cast<double>(command)) != nullptr;
+    return cJSON_AddNumberToObject(object, master::commands::number.key, command_number) != nullptr;
 }
 
-Json create_command(AgentCall &call, Command command)
+Json create_command(AgentCall &call, int command_number)
 {
     Json document{cJSON_CreateObject()};
     if (call.require(bool(document), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed())
-        call.require_memory(add_command(document.get(), command));
+        call.require_memory(add_command(document.get(), command_number));
     return document;
 }
 

@@ -3,6 +3,7 @@
 
 #include "agent_call.hpp"
 #include "json_object.hpp"
+#include "src/kv_master/documents.hpp"
 
 /// Members of JSON objects: how getters hand them out, how an object is sent as text.
 namespace kv::api {

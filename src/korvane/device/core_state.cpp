@@ -7,6 +7,8 @@ using namespace kv::api;
 
 namespace {
 
+namespace property = master::commands::set_device_property;
+
 using StatusChanged = RegistrationOf<
     EventKind::status_changed, master::set_status_changed_cb, master::unset_status_changed_cb, "callback is NULL",
     PlainEvent<master::status_changed_cb, korvane_status_changed_cb, "_status_changed_cb", "status [%d]">>;
@@ -143,14 +145,14 @@ int korvane_set_device_property_with_wifi_authtype(korvane_h handle, const char 
     if (!call.ready())
         return call.result();
 
-    const Json request = create_command(call, Command::set_device_property);
+    const Json request = create_command(call, property::command.number);
     if (!call.passed())
         return call.result();
     Json authtypes{cJSON_CreateIntArray(wifi_authtype_array, wifi_authtype_count)};
-    const bool whole = cJSON_AddStringToObject(request.get(), "dev_name", dev_name) &&
-                       cJSON_AddNumberToObject(request.get(), "wifi_mode", wifi_mode) &&
-                       cJSON_AddNumberToObject(request.get(), "wifi_freq", wifi_freq) && authtypes &&
-                       cJSON_AddItemToObject(request.get(), "wifi_authtype", authtypes.get());
+    const bool whole = cJSON_AddStringToObject(request.get(), property::dev_name.key, dev_name) &&
+                       cJSON_AddNumberToObject(request.get(), property::wifi_mode.key, wifi_mode) &&
+                       cJSON_AddNumberToObject(request.get(), property::wifi_freq.key, wifi_freq) && authtypes &&
+                       cJSON_AddItemToObject(request.get(), property::wifi_authtype.key, authtypes.get());
     if (!call.require_memory(whole).passed())
         return call.result();
     authtypes.release();

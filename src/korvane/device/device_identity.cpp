@@ -9,6 +9,8 @@ using namespace kv::api;
 
 namespace {
 
+namespace device_type_command = master::commands::set_device_type;
+
 void _cloud_device_list_cb(void *user_data, rpc_port_array_korvane_cloud_device_info_h devices)
 {
     const int count = devices->present;
@@ -113,11 +115,11 @@ int korvane_set_device_type_with_device_no(korvane_h handle, int device_no, cons
         return call.result();
 
     log::info()("device_type [%s], device_no [%d]"_fmt, device_type, device_no);
-    const Json request = create_command(call, Command::set_device_type);
+    const Json request = create_command(call, device_type_command::command.number);
     if (!call.passed())
         return call.result();
-    const bool whole = cJSON_AddNumberToObject(request.get(), "device_no", device_no) &&
-                       cJSON_AddStringToObject(request.get(), "device_type", device_type);
+    const bool whole = cJSON_AddNumberToObject(request.get(), master::commands::device_no.key, device_no) &&
+                       cJSON_AddStringToObject(request.get(), device_type_command::device_type.key, device_type);
     if (!call.require_memory(whole).passed())
         return call.result();
     return invoke_command(call, request.get());

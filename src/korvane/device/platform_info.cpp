@@ -12,16 +12,19 @@ struct korvane_platform_info_s : VersionedHandle<rpc_port_korvane_platform_info_
 
 namespace {
 
+namespace document = master::documents::platform_info;
+
 template <int (*Set)(rpc_port_korvane_platform_info_h record, const char *value)>
 constexpr auto in_record = set_record_text<rpc_port_korvane_platform_info_s, Set>;
 
-constexpr TextField model_number{"model_number", since(1, 1), "model_number",
+constexpr TextField model_number{"model_number", since(1, 1), document::model_number.key,
                                  in_record<rpc_port_korvane_platform_info_set_model_number>};
-constexpr TextField platform_version{"platform_version", since(1, 1), "p_ver",
+constexpr TextField platform_version{"platform_version", since(1, 1), document::platform_version.key,
                                      in_record<rpc_port_korvane_platform_info_set_platform_version>};
-constexpr TextField vendor_id{"vid", since(1, 2), "vid"};
-constexpr TextField manufacture_date{"mf_date", since(1, 4), "mf_date"};
-constexpr TextField firmware_version{"firmware_version", since(1, 4), "f_ver"};
+constexpr TextField vendor_id{"vid", since(1, 2), document::vendor_id.key};
+constexpr TextField manufacture_date{"mf_date", document::manufacture_date.since, document::manufacture_date.key};
+constexpr TextField firmware_version{"firmware_version", document::firmware_version.since,
+                                     document::firmware_version.key};
 
 constexpr RecordMaker record_maker{
     create_record_with<rpc_port_korvane_platform_info_create, rpc_port_korvane_platform_info_s>,
@@ -87,7 +90,7 @@ int korvane_set_platform_info(korvane_h handle, korvane_platform_info_h platform
 
 int korvane_set_platform_info_with_device_no(korvane_h handle, korvane_platform_info_h platform_info, int device_no)
 {
-    // From this version on every handle of the right form is JSON.
+    // From this version on every handle of the right format holds a document.
     AgentCall call{handle, since(1, 2)};
     call.require_given(platform_info, "platform_info_h")
         .require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/json.hpp"
+#include "src/korvane/core/json_members.hpp"
 #include "src/korvane/core/one_shot_request.hpp"
 #include "src/korvane/core/zeroed_array.hpp"
 #include "src/korvane_master_proxy/arrays.hpp"
@@ -39,8 +39,8 @@ public:
     /// False, with the reason logged, when the document's element is none or there is no memory.
     bool fill(AgentCall &call, int index, const cJSON *element)
     {
-        const cJSON *device_id = cJSON_GetObjectItem(element, "di");
-        const cJSON *presence = cJSON_GetObjectItem(element, "prs");
+        const cJSON *device_id = cJSON_GetObjectItem(element, master::documents::presence::device_id.key);
+        const cJSON *presence = cJSON_GetObjectItem(element, master::documents::presence::state.key);
         if (!call.require(cJSON_IsString(device_id) && cJSON_IsNumber(presence), KORVANE_ERROR_OPERATION_FAILED,
                           "cJSON_GetObjectItem() failed"_fmt)
                  .passed())

@@ -19,7 +19,8 @@ namespace {
 /// A parcel has at most 16 MiB, and the smallest entry takes 32 bytes of it.
 constexpr int max_entries = (16 << 20) / 32;
 
-constexpr const char *array_key = "ap_list_array";
+namespace request = master::commands::send_ap_list;
+namespace entry_document = master::documents::ap_list_entry;
 
 using ScanAp =
     RegistrationOf<EventKind::scan_ap, master::set_scan_ap_cb, master::unset_scan_ap_cb, "scan_ap_cb is NULL",
@@ -28,14 +29,15 @@ using ScanAp =
 template <class Value>
 using EntryField = Field<rpc_port_korvane_ap_info_s, Value>;
 
-constexpr EntryField<const char *> ssid_field{"ssid", rpc_port_korvane_ap_info_set_ssid};
-constexpr EntryField<const char *> bssid_field{"bssid", rpc_port_korvane_ap_info_set_bssid};
-constexpr EntryField<int> authtype_field{"authtype", rpc_port_korvane_ap_info_set_authtype};
-constexpr EntryField<int> enctype_field{"enctype", rpc_port_korvane_ap_info_set_enctype};
-constexpr EntryField<int> channel_field{"channel", rpc_port_korvane_ap_info_set_channel};
-constexpr EntryField<int> signal_level_field{"signal_level", rpc_port_korvane_ap_info_set_signal_level};
-constexpr EntryField<int> max_rate_field{"max_rate", rpc_port_korvane_ap_info_set_max_rate};
-constexpr EntryField<int> frequency_field{"frequency"};
+constexpr EntryField<const char *> ssid_field{entry_document::ssid.key, rpc_port_korvane_ap_info_set_ssid};
+constexpr EntryField<const char *> bssid_field{entry_document::bssid.key, rpc_port_korvane_ap_info_set_bssid};
+constexpr EntryField<int> authtype_field{entry_document::authtype.key, rpc_port_korvane_ap_info_set_authtype};
+constexpr EntryField<int> enctype_field{entry_document::enctype.key, rpc_port_korvane_ap_info_set_enctype};
+constexpr EntryField<int> channel_field{entry_document::channel.key, rpc_port_korvane_ap_info_set_channel};
+constexpr EntryField<int> signal_level_field{entry_document::signal_level.key,
+                                             rpc_port_korvane_ap_info_set_signal_level};
+constexpr EntryField<int> max_rate_field{entry_document::max_rate.key, rpc_port_korvane_ap_info_set_max_rate};
+constexpr EntryField<int> frequency_field{entry_document::frequency.key};
 
 /// The entry in the list's format; both are null if there is no such entry.
 struct Entry {
@@ -51,7 +53,7 @@ Entry entry_at(LocalCall &call, korvane_aplist_h list, int idx)
                      records.present);
         return {call.passed() ? records.items[idx] : nullptr, nullptr};
     }
-    const cJSON *array = cJSON_GetObjectItem(list->json.get(), array_key);
+    const cJSON *array = cJSON_GetObjectItem(list->json.get(), request::ap_list.key);
     call.require_given(array, "json_array_obj");
     cJSON *item = cJSON_GetArrayItem(array, idx);
     call.require_given(item, "json_obj_item");
@@ -93,7 +95,7 @@ bool fill_document(LocalCall &call, korvane_aplist_s &list, int count)
     list.json.reset(cJSON_CreateObject());
     if (!call.require(bool(list.json), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed())
         return false;
-    cJSON *array = cJSON_AddArrayToObject(list.json.get(), array_key);
+    cJSON *array = cJSON_AddArrayToObject(list.json.get(), request::ap_list.key);
     if (!call.require(array != nullptr, KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateArray() failed"_fmt).passed())
         return false;
     bool whole = true;
@@ -120,16 +122,16 @@ int send_records(AgentCall &call, const korvane_aplist_s &list, int req_id)
 }
 
 /// Adds the members that make the list a request. They stay in the application's list.
-int send_document(AgentCall &call, cJSON *document, int req_id)
+int send_document(AgentCall &call, cJSON *list, int req_id)
 {
-    bool whole = add_command(document, Command::send_ap_list);
-    if (whole && !cJSON_AddNumberToObject(document, "req_id", req_id)) {
-        cJSON_DeleteItemFromArray(document, cJSON_GetArraySize(document) - 1); // takes the command number back
+    bool whole = add_command(list, request::command.number);
+    if (whole && !cJSON_AddNumberToObject(list, request::req_id.key, req_id)) {
+        cJSON_DeleteItemFromArray(list, cJSON_GetArraySize(list) - 1); // takes the command number back
         whole = false;
     }
     if (!call.require_memory(whole).passed())
         return call.result();
-    return invoke_command(call, document);
+    return invoke_command(call, list);
 }
 
 } // namespace

@@ -154,7 +154,7 @@ bool Exchange::write_request(const Value *values)
         if (whole && *type == ValueType::delegate)
             proxy_->delegates = g_list_append(proxy_->delegates, values->delegate->release());
     }
-    // The agent would take a request that is not whole for another one.
+    // The agent would read an incomplete request as another one.
     if (!whole)
         call_log::error(self())("Failed to write request"_fmt);
     return whole;

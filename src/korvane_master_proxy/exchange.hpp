@@ -9,7 +9,7 @@
 /// One request to the agent and the wait for its reply.
 namespace kv::proxy {
 
-/// An argument of a call, or where an out value is stored. The method's row says which member is used.
+/// An argument of a call, or where an out value is stored. The method's row determines which member is used.
 union Value {
     constexpr Value(int value) : number(value) {}
     constexpr Value(bool value) : flag(value) {}
@@ -33,7 +33,7 @@ struct Outcome {
 };
 
 /// Sends a request and waits for its reply. Out values are stored only with a result of 0; texts among them are the
-/// caller's to free. The thread's last result tells why there was no reply: -5 if the link failed, 0 otherwise.
+/// caller's to free. Without a reply the thread's last result is -5 if the link failed, and 0 otherwise.
 Outcome exchange(rpc_port_proxy_kv_master_h handle, const master::MethodRow &method, const Value *values);
 
 /// The C++ type in which a caller passes an element.

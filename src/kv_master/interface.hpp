@@ -4,7 +4,8 @@
 #include "describe.hpp"
 #include "record_types.hpp"
 
-/// The agent's kv_master interface. Ids, orders and wire types stand here and nowhere else.
+/// The agent's kv_master interface: the only place with an id, an order or a wire type. JSON documents are described in
+/// documents.hpp.
 namespace kv::master {
 
 using namespace describe;
@@ -12,8 +13,8 @@ using namespace describe;
 // One line each, in id order, reads best.
 // clang-format off
 
-// Records: fields in wire order. The agent fills ap_info for the chosen access point, where signal_level and max_rate
-// are not used, and the application fills it for each entry of a scan list.
+// Records: fields in wire order. The agent fills ap_info for the chosen access point, without signal_level and max_rate;
+// the application fills it for each entry of a scan list.
 
 using ap_info = Record<"korvane_ap_info", rpc_port_korvane_ap_info_s,
     Field<String<"ssid">, &rpc_port_korvane_ap_info_s::ssid>,
@@ -96,7 +97,7 @@ using get_hdr_certificate_cb = Delegate<30, "get_hdr_certificate_cb", Int32<"res
 using diagnostics_cb = Delegate<31, "diagnostics_cb", Int32<"value">, Secret<"text">>;
 using create_hdr_token_info_custom_cb = Delegate<32, "create_hdr_token_info_custom_cb", Int32<"result">, Secret<"token_info">>;
 
-// Methods. What start and start_async mean by their text and integers is the agent's; this library sends "", 0, 0.
+// Methods. Only the agent knows the meaning of the text and integers of start and start_async; this library sends "", 0, 0.
 
 using is_update_ready = Method<2, "is_update_ready", Since<1, 0>, In<>, Out<Bool<"is_ready">>>;
 using start = Method<3, "start", Since<1, 0>, In<String<"name">, Int32<"mode">, Int32<"flags">>>;
@@ -248,7 +249,7 @@ using Methods = List<
     create_hdr_token_info_custom>;
 // clang-format on
 
-/// The first int32 of every parcel that is not a request. Ids of methods begin above.
+/// The first int32 of every parcel that is not a request. Method ids begin after these.
 enum Kind : int { result = 0, callback = 1 };
 
 static_assert(Records::count == 9 && names_are_unique(Records{}));

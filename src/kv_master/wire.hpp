@@ -7,12 +7,12 @@
 
 #include <rpc_port.h>
 
-/// How described values go into parcels and come out of them.
+/// How values of described elements are written to parcels and read from them.
 namespace kv::proxy {
 
-/// What an element is in C++: Arg when it is sent, Held while it is read, View when it is shown to a callback, Released
-/// when it is handed out of a call. The name makes no difference, so elements of a type have one of these in common, the
-/// Shared one.
+/// The C++ types of an element: Arg is passed to a call that sends it, Held owns it after it is read, View is passed to a
+/// callback, Released is stored in an out argument. Elements of the same type share one instance, Shared: the name makes
+/// no difference.
 template <class Element>
 struct Wire;
 
@@ -47,7 +47,7 @@ struct TextWire {
     using View = const char *;
     using Released = char *;
 
-    // No text crosses as the empty text.
+    // Null is written as the empty text.
     static bool write(rpc_port_parcel_h parcel, const char *value)
     {
         return rpc_port_parcel_write_string(parcel, value ? value : "") == 0;
@@ -86,7 +86,7 @@ inline bool read_parcelable(rpc_port_parcel_h parcel, Parcelable *value)
     return rpc_port_parcel_read(parcel, &value->functions, value) == 0 && value->complete;
 }
 
-/// Writer and reader of one record type.
+/// Writes, reads and creates records of one type.
 template <class R>
 struct RecordCodec {
     using Type = typename R::type;

@@ -64,7 +64,7 @@ public:
     /// Disposes of all delegates, except that those of set functions that have not returned only lose the callback that
     /// was set before them.
     void dispose();
-    /// Creates new delegates and calls the set method with them. `call` tells afterwards whether the session exists.
+    /// Creates new delegates and calls the set method with them. Afterwards call.session() is null if the session has ended.
     int send(AgentCall &call);
     /// Ends a successful set: the new delegates' events go to these callbacks from now on.
     void confirm(const AnyFunction *callbacks, void *user_data);

@@ -15,7 +15,7 @@ struct korvane_sub_dev_prs_s {
 
 namespace {
 
-/// Tolerates items that were never made.
+/// Items may be null.
 void destroy_items(korvane_sub_dev_prs_h *items, int count)
 {
     for (int i = 0; i < count; ++i)
@@ -23,7 +23,7 @@ void destroy_items(korvane_sub_dev_prs_h *items, int count)
             destroy(items[i]);
 }
 
-/// A list while it is being filled; what is not handed out is released.
+/// Owns a list until it is released to the application.
 class PresenceList {
 public:
     explicit PresenceList(int count) : items_(count), count_(count) {}
@@ -36,7 +36,7 @@ public:
     explicit operator bool() const { return bool(items_); }
     korvane_sub_dev_prs_h *release() { return items_.release(); }
 
-    /// False, with the reason logged, when the document's element is none or there is no memory.
+    /// Adds an element of the document. Returns false, with a log line, if it lacks a member or memory runs out.
     bool fill(AgentCall &call, int index, const cJSON *element)
     {
         const cJSON *device_id = cJSON_GetObjectItem(element, master::documents::presence::device_id.key);

@@ -3898,7 +3898,7 @@ KORVANE_API int korvane_unset_diagnostics_cb(korvane_h handle);
 typedef struct korvane_tnc_info_s *korvane_tnc_info_h;
 
 /**
- * Creates empty terms.
+ * Creates empty terms and conditions.
  *
  * @param[out] tnc_info  the new handle; destroy it with korvane_tnc_info_destroy(); not NULL
  *
@@ -3912,7 +3912,7 @@ typedef struct korvane_tnc_info_s *korvane_tnc_info_h;
 KORVANE_API int korvane_tnc_info_create(korvane_tnc_info_h *tnc_info);
 
 /**
- * Destroys terms.
+ * Destroys terms and conditions.
  *
  * @param tnc_info  handle; not NULL; invalid afterwards
  *

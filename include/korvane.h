@@ -542,7 +542,7 @@ typedef void (*korvane_status_changed_cb)(korvane_h handle, int status, void *us
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (version below 0).
  *
- * Lowest agent version: any. Call it while connected; korvane_unset_status_changed_cb() ends it.
+ * Lowest agent version: any. Call it while connected; korvane_unset_status_changed_cb() ends the registration.
  */
 KORVANE_API int korvane_set_status_changed_cb(korvane_h handle, korvane_status_changed_cb callback, void *user_data);
 
@@ -582,7 +582,7 @@ typedef void (*korvane_user_confirm_cb)(korvane_h handle, void *user_data);
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (version below 0).
  *
- * Lowest agent version: any. Call it while connected; korvane_unset_user_confirm_cb() ends it.
+ * Lowest agent version: any. Call it while connected; korvane_unset_user_confirm_cb() ends the registration.
  */
 KORVANE_API int korvane_set_user_confirm_cb(korvane_h handle, korvane_user_confirm_cb callback, void *user_data);
 
@@ -622,7 +622,7 @@ typedef void (*korvane_reset_confirm_cb)(korvane_h handle, void *user_data);
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (version below 0).
  *
- * Lowest agent version: any. Call it while connected; korvane_unset_reset_confirm_cb() ends it.
+ * Lowest agent version: any. Call it while connected; korvane_unset_reset_confirm_cb() ends the registration.
  */
 KORVANE_API int korvane_set_reset_confirm_cb(korvane_h handle, korvane_reset_confirm_cb callback, void *user_data);
 
@@ -663,7 +663,7 @@ typedef void (*korvane_reset_result_cb)(korvane_h handle, bool result, void *use
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (version below 0).
  *
- * Lowest agent version: any. Call it while connected; korvane_unset_reset_result_cb() ends it.
+ * Lowest agent version: any. Call it while connected; korvane_unset_reset_result_cb() ends the registration.
  */
 KORVANE_API int korvane_set_reset_result_cb(korvane_h handle, korvane_reset_result_cb callback, void *user_data);
 
@@ -837,6 +837,9 @@ KORVANE_API int korvane_set_device_property_with_wifi_authtype(korvane_h handle,
  * the next event of its kind, the next call of korvane_set_wifi_ap_provisioning_cb() or
  * korvane_unset_wifi_ap_provisioning_cb() that is not @ref korvane_refusals "refused", or korvane_deinitialize().
  *
+ * On platforms that raise events inside calls (see @ref korvane_when), read it before calling a function that asks the
+ * agent: the next event may arrive inside that call.
+ *
  * It has the wire format of the agent that sent it: a record below 1.3, JSON from 1.3 on. If the agent is updated
  * across 1.3 meanwhile, the getters refuse it with KORVANE_ERROR_INVALID_PARAMETER.
  */
@@ -866,7 +869,7 @@ typedef void (*korvane_wifi_ap_provisioning_cb)(korvane_h handle, korvane_ap_inf
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (version below 0).
  *
- * Lowest agent version: any. Call it while connected; korvane_unset_wifi_ap_provisioning_cb() ends it.
+ * Lowest agent version: any. Call it while connected; korvane_unset_wifi_ap_provisioning_cb() ends the registration.
  */
 KORVANE_API int korvane_set_wifi_ap_provisioning_cb(korvane_h handle, korvane_wifi_ap_provisioning_cb callback,
                                                     void *user_data);
@@ -1059,7 +1062,7 @@ typedef void (*korvane_scan_ap_cb)(korvane_h handle, int req_id, void *user_data
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (version below 0).
  *
- * Lowest agent version: any. Call it while connected; korvane_unset_scan_ap_cb() ends it.
+ * Lowest agent version: any. Call it while connected; korvane_unset_scan_ap_cb() ends the registration.
  */
 KORVANE_API int korvane_set_scan_ap_cb(korvane_h handle, korvane_scan_ap_cb callback, void *user_data);
 
@@ -1300,6 +1303,9 @@ KORVANE_API int korvane_send_ap_list(korvane_h handle, korvane_aplist_h list, in
  * Provisioning data from the phone. The library owns them. They stay valid after the callback returns, until the next
  * event of their kind, the next call of korvane_set_device_provisioning_cb() or korvane_unset_device_provisioning_cb()
  * that is not @ref korvane_refusals "refused", or korvane_deinitialize().
+ *
+ * On platforms that raise events inside calls (see @ref korvane_when), read them before calling a function that asks
+ * the agent: the next event may arrive inside that call.
  */
 typedef struct korvane_device_prov_info_s *korvane_device_prov_info_h;
 
@@ -1328,7 +1334,7 @@ typedef void (*korvane_device_provisioning_cb)(korvane_h handle, korvane_device_
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (version below 0).
  *
- * Lowest agent version: any. Call it while connected; korvane_unset_device_provisioning_cb() ends it.
+ * Lowest agent version: any. Call it while connected; korvane_unset_device_provisioning_cb() ends the registration.
  */
 KORVANE_API int korvane_set_device_provisioning_cb(korvane_h handle, korvane_device_provisioning_cb callback,
                                                    void *user_data);
@@ -1470,7 +1476,7 @@ typedef void (*korvane_pin_display_closed_cb)(korvane_h handle, void *user_data)
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (version below 0).
  *
- * Lowest agent version: any. Call it while connected; korvane_unset_pin_cb() ends it.
+ * Lowest agent version: any. Call it while connected; korvane_unset_pin_cb() ends the registration.
  */
 KORVANE_API int korvane_set_pin_cb(korvane_h handle, korvane_pin_generated_cb generated,
                                    korvane_pin_display_closed_cb display_closed, void *user_data);
@@ -1523,7 +1529,7 @@ typedef void (*korvane_ultrasound_pin_stopped_cb)(korvane_h handle, void *user_d
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 1.1).
  *
- * Lowest agent version: 1.1. Call it while connected; korvane_unset_ultrasound_pin_cb() ends it.
+ * Lowest agent version: 1.1. Call it while connected; korvane_unset_ultrasound_pin_cb() ends the registration.
  */
 KORVANE_API int korvane_set_ultrasound_pin_cb(korvane_h handle, korvane_ultrasound_pin_generated_cb generated,
                                               korvane_ultrasound_pin_stopped_cb stopped, void *user_data);
@@ -1611,7 +1617,7 @@ typedef void (*korvane_stop_soft_ap_cb)(korvane_h handle, void *user_data);
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (version below 0).
  *
- * Lowest agent version: any. Call it while connected; korvane_unset_stop_soft_ap_cb() ends it.
+ * Lowest agent version: any. Call it while connected; korvane_unset_stop_soft_ap_cb() ends the registration.
  */
 KORVANE_API int korvane_set_stop_soft_ap_cb(korvane_h handle, korvane_stop_soft_ap_cb callback, void *user_data);
 
@@ -1631,7 +1637,7 @@ KORVANE_API int korvane_set_stop_soft_ap_cb(korvane_h handle, korvane_stop_soft_
 KORVANE_API int korvane_unset_stop_soft_ap_cb(korvane_h handle);
 
 /**
- * Switches the agent's MOT status. MOT is the agent's name for it; the library passes the flag on.
+ * Switches the flag that the agent calls MOT status. The library passes it on; the agent defines its effect.
  *
  * @param handle  live handle; not NULL
  * @param enable  true to switch it on
@@ -1812,7 +1818,7 @@ typedef void (*korvane_provisioning_language_cb)(korvane_h handle, unsigned int 
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 1.3).
  *
- * Lowest agent version: 1.3. Call it while connected; korvane_unset_provisioning_language_cb() ends it.
+ * Lowest agent version: 1.3. Call it while connected; korvane_unset_provisioning_language_cb() ends the registration.
  */
 KORVANE_API int korvane_set_provisioning_language_cb(korvane_h handle, korvane_provisioning_language_cb callback,
                                                      void *user_data);
@@ -1856,7 +1862,8 @@ typedef void (*korvane_provisioning_vendor_info_cb)(korvane_h handle, int value,
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 1.3).
  *
- * Lowest agent version: 1.3. Call it while connected; korvane_unset_provisioning_vendor_info_cb() ends it.
+ * Lowest agent version: 1.3. Call it while connected; korvane_unset_provisioning_vendor_info_cb() ends the
+ * registration.
  */
 KORVANE_API int korvane_set_provisioning_vendor_info_cb(korvane_h handle, korvane_provisioning_vendor_info_cb callback,
                                                         void *user_data);
@@ -1899,7 +1906,7 @@ typedef void (*korvane_otm_support_feature_cb)(korvane_h handle, int feature, vo
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 1.3).
  *
- * Lowest agent version: 1.3. Call it while connected; korvane_unset_otm_support_feature_cb() ends it.
+ * Lowest agent version: 1.3. Call it while connected; korvane_unset_otm_support_feature_cb() ends the registration.
  */
 KORVANE_API int korvane_set_otm_support_feature_cb(korvane_h handle, korvane_otm_support_feature_cb callback,
                                                    void *user_data);
@@ -1943,7 +1950,8 @@ typedef void (*korvane_provisioning_get_requested_cb)(korvane_h handle, const ch
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 1.4).
  *
- * Lowest agent version: 1.4. Call it while connected; korvane_unset_provisioning_get_requested_cb() ends it.
+ * Lowest agent version: 1.4. Call it while connected; korvane_unset_provisioning_get_requested_cb() ends the
+ * registration.
  * korvane_set_provisioning_vendor_info() sends provisioning data.
  */
 KORVANE_API int korvane_set_provisioning_get_requested_cb(korvane_h handle,
@@ -2291,7 +2299,7 @@ typedef void (*korvane_signin_status_changed_cb)(korvane_h handle, bool status, 
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 1.4).
  *
- * Lowest agent version: 1.4. Call it while connected; korvane_unset_signin_status_changed_cb() ends it.
+ * Lowest agent version: 1.4. Call it while connected; korvane_unset_signin_status_changed_cb() ends the registration.
  */
 KORVANE_API int korvane_set_signin_status_changed_cb(korvane_h handle, korvane_signin_status_changed_cb callback,
                                                      void *user_data);
@@ -2334,7 +2342,7 @@ typedef void (*korvane_signup_status_changed_cb)(korvane_h handle, bool status, 
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 1.4).
  *
- * Lowest agent version: 1.4. Call it while connected; korvane_unset_signup_status_changed_cb() ends it.
+ * Lowest agent version: 1.4. Call it while connected; korvane_unset_signup_status_changed_cb() ends the registration.
  */
 KORVANE_API int korvane_set_signup_status_changed_cb(korvane_h handle, korvane_signup_status_changed_cb callback,
                                                      void *user_data);
@@ -2377,7 +2385,8 @@ typedef void (*korvane_tcp_session_disconnected_cb)(korvane_h handle, int last_e
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 1.4).
  *
- * Lowest agent version: 1.4. Call it while connected; korvane_unset_tcp_session_disconnected_cb() ends it.
+ * Lowest agent version: 1.4. Call it while connected; korvane_unset_tcp_session_disconnected_cb() ends the
+ * registration.
  */
 KORVANE_API int korvane_set_tcp_session_disconnected_cb(korvane_h handle, korvane_tcp_session_disconnected_cb callback,
                                                         void *user_data);
@@ -2678,7 +2687,7 @@ typedef void (*korvane_last_status_changed_cb)(korvane_h handle, const char *las
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 1.4).
  *
- * Lowest agent version: 1.4. Call it while connected; korvane_unset_last_status_changed_cb() ends it.
+ * Lowest agent version: 1.4. Call it while connected; korvane_unset_last_status_changed_cb() ends the registration.
  */
 KORVANE_API int korvane_set_last_status_changed_cb(korvane_h handle, korvane_last_status_changed_cb callback,
                                                    void *user_data);
@@ -2844,7 +2853,7 @@ KORVANE_API int korvane_device_profile_info_set_serial_number(korvane_device_pro
 KORVANE_API int korvane_set_device_profile_info(korvane_h handle, korvane_device_profile_info_h dev_profile);
 
 /**
- * Sends the "regist set device" text to the agent (RSD), the agent's name for it.
+ * Sends the text that the agent calls "regist set device" (RSD).
  *
  * @param handle  live handle; not NULL
  * @param rsd     text, passed on unchanged; agent-defined; not NULL
@@ -2967,7 +2976,7 @@ typedef void (*korvane_nick_changed_cb)(korvane_h handle, int device_no, const c
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 1.3).
  *
- * Lowest agent version: 1.3. Call it while connected; korvane_unset_nick_changed_cb() ends it.
+ * Lowest agent version: 1.3. Call it while connected; korvane_unset_nick_changed_cb() ends the registration.
  */
 KORVANE_API int korvane_set_nick_changed_cb(korvane_h handle, korvane_nick_changed_cb callback, void *user_data);
 
@@ -3010,7 +3019,7 @@ typedef void (*korvane_cloud_device_list_cb)(korvane_h handle, const char *const
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 1.1).
  *
- * Lowest agent version: 1.1. Call it while connected; korvane_unset_cloud_device_list_cb() ends it.
+ * Lowest agent version: 1.1. Call it while connected; korvane_unset_cloud_device_list_cb() ends the registration.
  */
 KORVANE_API int korvane_set_cloud_device_list_cb(korvane_h handle, korvane_cloud_device_list_cb callback,
                                                  void *user_data);
@@ -3153,7 +3162,7 @@ typedef void (*korvane_keepalive_result_cb)(korvane_h handle, int result, void *
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 1.4).
  *
- * Lowest agent version: 1.4. Call it while connected; korvane_unset_keepalive_result_cb() ends it.
+ * Lowest agent version: 1.4. Call it while connected; korvane_unset_keepalive_result_cb() ends the registration.
  */
 KORVANE_API int korvane_set_keepalive_result_cb(korvane_h handle, korvane_keepalive_result_cb callback,
                                                 void *user_data);
@@ -3815,7 +3824,7 @@ KORVANE_API int korvane_hdr_token_info_get_expiration_time(korvane_hdr_token_inf
  *
  * @retval KORVANE_ERROR_NONE               the agent accepted it
  * @retval KORVANE_ERROR_INVALID_PARAMETER  `handle` is not live, the text is NULL or does not begin with a JSON value,
- * or no memory to parse it
+ *                                          or no memory to parse it
  * @retval KORVANE_ERROR_OUT_OF_MEMORY      no memory for the request
  * @retval KORVANE_ERROR_OPERATION_FAILED   the agent failed or is not connected, or no memory to print the request
  * @return Otherwise KORVANE_ERROR_IO_ERROR (link failed), KORVANE_ERROR_PERMISSION_DENIED (denied),
@@ -3849,7 +3858,7 @@ typedef void (*korvane_diagnostics_cb)(korvane_h handle, int value, const char *
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 2.2).
  *
- * Lowest agent version: 2.2. Call it while connected; korvane_unset_diagnostics_cb() ends it.
+ * Lowest agent version: 2.2. Call it while connected; korvane_unset_diagnostics_cb() ends the registration.
  */
 KORVANE_API int korvane_set_diagnostics_cb(korvane_h handle, korvane_diagnostics_cb callback, void *user_data);
 
@@ -4041,7 +4050,7 @@ typedef void (*korvane_tnc_result_cb)(korvane_h handle, const char *result, void
  *         KORVANE_ERROR_OPERATION_FAILED (agent failed or not connected), KORVANE_ERROR_SERVICE_UNAVAILABLE (being
  *         installed), KORVANE_ERROR_NOT_SUPPORTED (no agent), KORVANE_ERROR_AGENT_VERSION_LOWER (agent below 1.3).
  *
- * Lowest agent version: 1.3. Call it while connected; korvane_unset_tnc_result_cb() ends it.
+ * Lowest agent version: 1.3. Call it while connected; korvane_unset_tnc_result_cb() ends the registration.
  */
 KORVANE_API int korvane_set_tnc_result_cb(korvane_h handle, korvane_tnc_result_cb callback, void *user_data);
 

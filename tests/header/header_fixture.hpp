@@ -5,6 +5,23 @@
 #include "conformance/platform_fixture.hpp"
 #include "matrix/world.hpp"
 
+#include <ostream>
+
+namespace kvtest::matrix {
+
+/// Failures name the row of a table by these.
+inline std::ostream &operator<<(std::ostream &out, const Function &function)
+{
+    return out << function.name;
+}
+
+inline std::ostream &operator<<(std::ostream &out, const Event &event)
+{
+    return out << event.name;
+}
+
+} // namespace kvtest::matrix
+
 namespace kvtest::header {
 
 /// A process in which nothing was called yet, with an application that `world` drives.

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "header_fixture.hpp"
 #include "header_text.hpp"
+#include "result_codes.hpp"
+
+#include <algorithm>
 
 namespace kvtest::header {
 namespace {
@@ -11,20 +14,10 @@ using matrix::Subject;
 
 std::string shown_code(int code)
 {
-    static const std::map<int, std::string> names = {
-        {KORVANE_ERROR_NONE, "KORVANE_ERROR_NONE"},
-        {KORVANE_ERROR_INVALID_PARAMETER, "KORVANE_ERROR_INVALID_PARAMETER"},
-        {KORVANE_ERROR_OUT_OF_MEMORY, "KORVANE_ERROR_OUT_OF_MEMORY"},
-        {KORVANE_ERROR_PERMISSION_DENIED, "KORVANE_ERROR_PERMISSION_DENIED"},
-        {KORVANE_ERROR_IO_ERROR, "KORVANE_ERROR_IO_ERROR"},
-        {KORVANE_ERROR_NO_DATA, "KORVANE_ERROR_NO_DATA"},
-        {KORVANE_ERROR_NOT_SUPPORTED, "KORVANE_ERROR_NOT_SUPPORTED"},
-        {KORVANE_ERROR_OPERATION_FAILED, "KORVANE_ERROR_OPERATION_FAILED"},
-        {KORVANE_ERROR_SERVICE_UNAVAILABLE, "KORVANE_ERROR_SERVICE_UNAVAILABLE"},
-        {KORVANE_ERROR_AGENT_VERSION_LOWER, "KORVANE_ERROR_AGENT_VERSION_LOWER"},
-    };
-    const auto found = names.find(code);
-    return found == names.end() ? std::to_string(code) : found->second;
+    for (const auto &[name, value] : result_codes())
+        if (value == code)
+            return name;
+    return std::to_string(code);
 }
 
 /// A call with NULL where the function table has no such call.
@@ -122,14 +115,21 @@ protected:
                 seen_.insert(shown_code(code));
     }
 
+    /// The function in the manual; empty if the header does not declare it.
+    const Entry &entry() const
+    {
+        static const std::vector<Entry> all = HeaderText(KORVANE_HEADER).functions();
+        static const Entry none;
+        const auto found =
+            std::find_if(all.begin(), all.end(), [&](const Entry &one) { return one.name == function().name; });
+        return found == all.end() ? none : *found;
+    }
+
     std::set<std::string> documented() const
     {
-        static const std::vector<Entry> entries = HeaderText(KORVANE_HEADER).functions();
         std::set<std::string> names;
-        for (const Entry &entry : entries)
-            if (entry.name == function().name)
-                for (const Code &code : entry.codes)
-                    names.insert(code.name);
+        for (const Code &code : entry().codes)
+            names.insert(code.name);
         return names;
     }
 
@@ -174,11 +174,7 @@ TEST_P(CodesOfTheManual, NameTheLowestAgentVersionThatTheLibraryAccepts)
             lowest = agent == matrix::unreadable ? "any" : matrix::shown_agent(agent);
         begin_afresh();
     }
-    static const std::vector<Entry> entries = HeaderText(KORVANE_HEADER).functions();
-    for (const Entry &entry : entries)
-        if (entry.name == function().name) {
-            EXPECT_EQ(entry.lowest_version, lowest);
-        }
+    EXPECT_EQ(entry().lowest_version, lowest);
 }
 
 } // namespace

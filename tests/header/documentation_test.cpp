@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "header_text.hpp"
 #include "matrix/function_table.hpp"
+#include "result_codes.hpp"
 
 #include <gtest/gtest.h>
 
@@ -46,23 +47,6 @@ void expect_each_parameter_once(const Entry &entry)
         EXPECT_FALSE(parameter.text.empty()) << parameter.name;
     }
     EXPECT_EQ(documented, entry.declared);
-}
-
-const std::map<std::string, int> &code_values()
-{
-    static const std::map<std::string, int> values = {
-        {"KORVANE_ERROR_NONE", KORVANE_ERROR_NONE},
-        {"KORVANE_ERROR_INVALID_PARAMETER", KORVANE_ERROR_INVALID_PARAMETER},
-        {"KORVANE_ERROR_OUT_OF_MEMORY", KORVANE_ERROR_OUT_OF_MEMORY},
-        {"KORVANE_ERROR_PERMISSION_DENIED", KORVANE_ERROR_PERMISSION_DENIED},
-        {"KORVANE_ERROR_IO_ERROR", KORVANE_ERROR_IO_ERROR},
-        {"KORVANE_ERROR_NO_DATA", KORVANE_ERROR_NO_DATA},
-        {"KORVANE_ERROR_NOT_SUPPORTED", KORVANE_ERROR_NOT_SUPPORTED},
-        {"KORVANE_ERROR_OPERATION_FAILED", KORVANE_ERROR_OPERATION_FAILED},
-        {"KORVANE_ERROR_SERVICE_UNAVAILABLE", KORVANE_ERROR_SERVICE_UNAVAILABLE},
-        {"KORVANE_ERROR_AGENT_VERSION_LOWER", KORVANE_ERROR_AGENT_VERSION_LOWER},
-    };
-    return values;
 }
 
 TEST(Documentation, DeclaresEveryExportedFunctionOnceAndNothingElse)
@@ -121,8 +105,8 @@ TEST(Documentation, NamesTheLowestAgentVersionOfEachFunction)
 TEST(Documentation, HasEachResultCodeInItsTableWithItsValue)
 {
     const auto documented = header().code_values();
-    EXPECT_EQ(documented.size(), code_values().size());
-    for (const auto &[name, value] : code_values()) {
+    EXPECT_EQ(documented.size(), result_codes().size());
+    for (const auto &[name, value] : result_codes()) {
         SCOPED_TRACE(name);
         ASSERT_TRUE(documented.contains(name));
         EXPECT_EQ(documented.at(name).decimal, value);
@@ -139,7 +123,7 @@ TEST(Documentation, MentionsNoFunctionAndNoCodeThatDoesNotExist)
     for (const std::string &name : header().mentioned_functions())
         EXPECT_TRUE(known.contains(name)) << name;
     for (const std::string &name : header().mentioned_codes())
-        EXPECT_TRUE(code_values().contains(name)) << name;
+        EXPECT_TRUE(result_codes().contains(name)) << name;
 }
 
 } // namespace

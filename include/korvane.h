@@ -102,10 +102,10 @@ extern "C" {
  * sent nothing to the agent and has changed nothing.
  *
  * @par Agent versions
- * "Lowest agent version: 1.4" means that agents below 1.4 refuse the function with #KORVANE_ERROR_AGENT_VERSION_LOWER,
- * as does an agent whose version cannot be read. "Lowest agent version: any" includes an agent whose version cannot be
- * read. A version with a negative number refuses every function. The version is read at the first call, and again after
- * the agent was updated.
+ * "Lowest agent version: 1.4" means that the library refuses the function with #KORVANE_ERROR_AGENT_VERSION_LOWER if
+ * the installed agent is below 1.4 or its version cannot be read. "Lowest agent version: any" means that the function
+ * also works with an agent whose version cannot be read; it is refused if the version is a negative number. The version
+ * is read at the first call, and again after the agent was updated.
  *
  * @par Results that many functions share
  * Each function names its result codes. These causes are given in one word or two: KORVANE_ERROR_IO_ERROR, the link to

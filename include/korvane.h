@@ -426,7 +426,8 @@ KORVANE_API int korvane_unset_rpc_io_error_cb(korvane_h handle);
  * Platforms that raise events inside calls (see @ref korvane_when) make one more case possible: a
  * callback calls the set or unset function of an event inside another call of the set function of the same event. The
  * unset function then ends the earlier registration only; the call around it registers its callback if it returns
- * KORVANE_ERROR_NONE. After two set functions, one inside the other, rule 2 does not apply to their own user data: keep
+ * KORVANE_ERROR_NONE. A set function that is called inside the unset function of its event does not outlast it: the unset
+ * function, which returns last, ends both registrations. After two set functions, one inside the other, rule 2 does not apply to their own user data: keep
  * both until rule 1 or rule 4 applies.
  *
  * @par Example

@@ -204,5 +204,40 @@ TEST_F(HeaderTest, APushMessageThatIsNoJsonIsRefused)
     EXPECT_TRUE(platform.main_port().sent.empty());
 }
 
+/// A platform that raises the event of a one-shot request inside the send of the request.
+class EventInsideItsRequest : public HeaderTest {
+protected:
+    int request(int result_of_the_agent, std::function<void()> in_callback = nullptr)
+    {
+        connect();
+        world.during_callback = std::move(in_callback);
+        platform.proxy().raise_inside(Moment::send, [this](Proxy &proxy) {
+            proxy.push_event(event(26, last_seq_id(platform.log), true, str("group")));
+        });
+        platform.main_port().push(reply(result_of_the_agent));
+        return matrix::function_named("korvane_get_group_id").call(world);
+    }
+};
+
+TEST_F(EventInsideItsRequest, RunsTheCallbackOnceBeforeTheFunctionReturns)
+{
+    EXPECT_EQ(request(0), KORVANE_ERROR_NONE);
+    EXPECT_EQ(world.callbacks, 1);
+}
+
+TEST_F(EventInsideItsRequest, RunsTheCallbackAlsoIfTheAgentRefusesTheRequestAfterwards)
+{
+    EXPECT_EQ(request(-1), KORVANE_ERROR_OPERATION_FAILED);
+    EXPECT_EQ(world.callbacks, 1);
+}
+
+TEST_F(EventInsideItsRequest, MayDeinitializeAndTheFunctionFails)
+{
+    EXPECT_EQ(request(0, [this] { EXPECT_EQ(korvane_deinitialize(world.handle), KORVANE_ERROR_NONE); }),
+              KORVANE_ERROR_OPERATION_FAILED);
+    EXPECT_EQ(world.callbacks, 1);
+    world.handle = nullptr;
+}
+
 } // namespace
 } // namespace kvtest::header

@@ -64,6 +64,20 @@ struct OutValue {
     }
 };
 
+/// Logs under the name of the method's function. Failures are kept out of the path of a call.
+[[gnu::cold, gnu::noinline]] void log_failure(const master::MethodRow &method, const char *reason,
+                                              int line = __builtin_LINE())
+{
+    call_log::error({method.name(), line}).text(reason);
+}
+
+template <FixedText Message>
+[[gnu::cold, gnu::noinline]] void log_failure(const master::MethodRow &method, Format<Message> message, int err,
+                                              int line = __builtin_LINE())
+{
+    call_log::error({method.name(), line})(message, err);
+}
+
 class MutexLock {
 public:
     explicit MutexLock(GRecMutex &mutex) : mutex_(mutex) { g_rec_mutex_lock(&mutex_); }
@@ -119,9 +133,6 @@ public:
     }
 
 private:
-    /// The named function of the method, under whose name everything is logged.
-    Caller self(int line = __builtin_LINE()) const { return {method_.name(), line}; }
-
     bool create_request();
     bool write_request(const Value *values);
     int send();
@@ -139,7 +150,7 @@ private:
 bool Exchange::create_request()
 {
     if (int err = rpc_port_parcel_create(request_.out()); err != 0) {
-        call_log::error(self())("Failed to create parcel. result(%d)"_fmt, err);
+        log_failure(method_, "Failed to create parcel. result(%d)"_fmt, err);
         return false;
     }
     return true;
@@ -156,7 +167,7 @@ bool Exchange::write_request(const Value *values)
     }
     // The agent would read an incomplete request as another one.
     if (!whole)
-        call_log::error(self())("Failed to write request"_fmt);
+        log_failure(method_, "Failed to write request");
     return whole;
 }
 
@@ -166,7 +177,7 @@ int Exchange::send()
 {
     const int err = rpc_port_parcel_send(request_.get(), port_);
     if (err != 0)
-        call_log::error(self())("Failed to send parcel. result(%d)"_fmt, err);
+        log_failure(method_, "Failed to send parcel. result(%d)"_fmt, err);
     request_.destroy();
     return err == 0 ? 0 : -EIO;
 }
@@ -199,7 +210,7 @@ int Exchange::read_reply(const Value *values, int status)
         whole = read[i].read(reply_.parcel.get(), outs[i]);
     int result = -1;
     if (!whole || !IntWire::read(reply_.parcel.get(), result)) {
-        call_log::error(self())("Incomplete reply"_fmt);
+        log_failure(method_, "Incomplete reply");
         result = -1;
     }
     reply_.parcel.destroy();
@@ -212,20 +223,12 @@ int Exchange::read_reply(const Value *values, int status)
 [[gnu::cold, gnu::noinline]] Outcome Exchange::without_reply()
 {
     if (proxy_->destroyed) {
-        call_log::error(self())("The proxy was destroyed inside the call"_fmt);
+        log_failure(method_, "The proxy was destroyed inside the call");
         set_last_result(0);
         return {-1, true};
     }
-    call_log::error(self())("Invalid protocol"_fmt);
+    log_failure(method_, "Invalid protocol");
     set_last_result(-EIO);
-    return {-1, false};
-}
-
-/// Logs why a call is not made.
-[[gnu::cold, gnu::noinline]] Outcome refuse(const master::MethodRow &method, const char *reason,
-                                            int line = __builtin_LINE())
-{
-    call_log::error({method.name(), line}).text(reason);
     return {-1, false};
 }
 
@@ -244,10 +247,15 @@ bool are_given(const master::MethodRow &method, const Value *values)
 
 Outcome exchange(rpc_port_proxy_kv_master_h handle, const master::MethodRow &method, const Value *values)
 {
+    const char *reason = nullptr;
     if (!handle || !are_given(method, values))
-        return refuse(method, "Invalid parameter");
-    if (!handle->port)
-        return refuse(method, "Not connected");
+        reason = "Invalid parameter";
+    else if (!handle->port)
+        reason = "Not connected";
+    if (reason) {
+        log_failure(method, reason);
+        return {-1, false};
+    }
     return Exchange{handle, method}.run(values);
 }
 

@@ -6,7 +6,7 @@
 #include "common/agent_state.hpp"
 #include "common/owned.hpp"
 
-#include <host_places.h>
+#include <host_paths.h>
 
 #include <cstdlib>
 #include <filesystem>

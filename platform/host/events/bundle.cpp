@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "bundle.hpp"
 
-#include "app_event_publish.h"
+#include <app_event_publish.h>
 
 #include <glib.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "bundle.h"
+#include <bundle.h>
 
 #include <cstddef>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "app_event.h"
+#include <app_event.h>
 
 #include "event_connection.hpp"
 #include "event_payload.hpp"

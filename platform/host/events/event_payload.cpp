@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "event_payload.hpp"
 
-#include "app_event_publish.h"
 #include "platform/host/log/log.hpp"
+#include <app_event_publish.h>
 
 #include <cerrno>
 #include <climits>

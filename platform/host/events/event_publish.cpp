@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "app_event_publish.h"
+#include <app_event_publish.h>
 
 #include "event_bus.hpp"
 #include "event_payload.hpp"

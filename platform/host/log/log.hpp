@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "dlog.h"
+#include <dlog.h>
 
 namespace kv::host {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "package_info.h"
+#include <package_info.h>
 
 #include "package_entry.hpp"
 

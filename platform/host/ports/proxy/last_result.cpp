@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "last_result.h"
+#include <last_result.h>
 
 namespace {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "runtime_dir.hpp"
+#include "runtime_directory.hpp"
 
 #include <fcntl.h>
 #include <grp.h>

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host_places.h"
+#include <host_paths.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
 #include "platform/host/packages/package_entry.hpp"
-#include "runtime_dir.hpp"
+#include "runtime_directory.hpp"
 
 using namespace kv::host;
 

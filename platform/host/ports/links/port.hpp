@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "port_queue.hpp"
+#include "byte_queue.hpp"
 
 namespace kv::host {
 

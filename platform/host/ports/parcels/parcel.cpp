@@ -8,8 +8,8 @@
 #include <climits>
 #include <cstdlib>
 
-#include "rpc_port.h"
-#include "rpc_port_stub.h"
+#include <rpc_port.h>
+#include <rpc_port_stub.h>
 
 using namespace kv::host;
 

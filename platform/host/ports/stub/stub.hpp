@@ -3,11 +3,11 @@
 
 #include <glib.h>
 
-#include "port.hpp"
-#include "port_hello.hpp"
-#include "port_peer.hpp"
-#include "rpc_port_stub.h"
-#include "runtime_dir.hpp"
+#include "platform/host/ports/links/credentials.hpp"
+#include "platform/host/ports/links/handshake.hpp"
+#include "platform/host/ports/links/port.hpp"
+#include "platform/host/ports/runtime/runtime_directory.hpp"
+#include <rpc_port_stub.h>
 
 namespace kv::host {
 

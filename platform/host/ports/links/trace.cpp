@@ -12,7 +12,7 @@
 #include <cstdlib>
 
 #include "platform/host/log/log.hpp"
-#include "rpc_port_trace.h"
+#include <rpc_port_trace.h>
 
 namespace kv::host {
 

@@ -1,35 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "port_hello.hpp"
+#include "handshake.hpp"
 
-#include <cerrno>
-#include <climits>
-#include <cstdlib>
 #include <cstring>
 
-#include "parcel.hpp"
-#include "platform/host/log/log.hpp"
+#include "platform/host/ports/parcels/parcel.hpp"
 
 namespace kv::host {
 namespace {
 
 constexpr uint32_t hello_mark = 0x4c504b56;  // "VKPL" as it lies in memory
 constexpr uint32_t answer_mark = 0x52504b56; // "VKPR"
-
-int milliseconds(const char *variable, int otherwise)
-{
-    const char *text = secure_getenv(variable);
-    if (!text || !text[0])
-        return otherwise;
-    char *end = nullptr;
-    errno = 0;
-    const long value = strtol(text, &end, 10);
-    if (errno != 0 || *end != '\0' || value < 0 || value > INT_MAX) {
-        dlog_print(log_warning, log_tag, "%s='%s' is not a number of milliseconds: %d is used", variable, text,
-                   otherwise);
-        return otherwise;
-    }
-    return static_cast<int>(value);
-}
 
 } // namespace
 
@@ -87,17 +67,6 @@ Parsed read_answer(const uint8_t *bytes, size_t size, Answer *answer)
     answer->version = load_u32(bytes + 8);
     answer->code = static_cast<int32_t>(load_u32(bytes + 12));
     return Parsed::whole;
-}
-
-int connect_timeout_ms()
-{
-    const int value = milliseconds("KORVANE_CONNECT_TIMEOUT_MS", 10000);
-    return value > 0 ? value : 1;
-}
-
-int reply_timeout_ms()
-{
-    return milliseconds("KORVANE_REPLY_TIMEOUT_MS", 10000);
 }
 
 } // namespace kv::host

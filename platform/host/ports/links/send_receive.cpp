@@ -8,10 +8,10 @@
 #include <ctime>
 #include <sys/socket.h>
 
-#include "parcel.hpp"
 #include "platform/host/log/log.hpp"
-#include "rpc_port.h"
+#include "platform/host/ports/parcels/parcel.hpp"
 #include "trace.hpp"
+#include <rpc_port.h>
 
 using namespace kv::host;
 

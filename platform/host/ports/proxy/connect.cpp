@@ -11,11 +11,12 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "agent_start.hpp"
-#include "last_result.h"
 #include "platform/host/log/log.hpp"
-#include "port_peer.hpp"
+#include "platform/host/ports/links/credentials.hpp"
+#include "platform/host/ports/links/timeouts.hpp"
+#include "platform/host/ports/runtime/agent_start.hpp"
 #include "proxy.hpp"
+#include <last_result.h>
 
 namespace kv::host {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "port_queue.hpp"
+#include "byte_queue.hpp"
 
 #include <cstdlib>
 #include <cstring>

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "platform/host/log/log.hpp"
+#include "platform/host/ports/links/timeouts.hpp"
 #include "stub.hpp"
 
 namespace kv::host {

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-#ifndef KORVANE_PLATFORM_HOST_PLACES_H
-#define KORVANE_PLATFORM_HOST_PLACES_H
+#ifndef KORVANE_PLATFORM_HOST_PATHS_H
+#define KORVANE_PLATFORM_HOST_PATHS_H
 
 /*
  * Where the host platform keeps things, for tools that look after them. The

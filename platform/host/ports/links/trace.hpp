@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "parcel.hpp"
+#include "platform/host/ports/parcels/parcel.hpp"
 #include "port.hpp"
 
 namespace kv::host {

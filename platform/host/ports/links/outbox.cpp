@@ -6,10 +6,10 @@
 #include <cerrno>
 #include <cstring>
 
-#include "parcel.hpp"
 #include "platform/host/log/log.hpp"
+#include "platform/host/ports/parcels/parcel.hpp"
 #include "port.hpp"
-#include "rpc_port_stub.h"
+#include <rpc_port_stub.h>
 
 namespace kv::host {
 namespace {

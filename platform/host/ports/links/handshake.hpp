@@ -37,9 +37,4 @@ Parsed read_hello(const uint8_t *bytes, size_t size, Hello *hello);
 void write_answer(uint8_t *bytes, const Answer &answer);
 Parsed read_answer(const uint8_t *bytes, size_t size, Answer *answer);
 
-/// How long either side waits for the other's part (KORVANE_CONNECT_TIMEOUT_MS), agent's start included.
-int connect_timeout_ms();
-/// The longest wait for a reply (KORVANE_REPLY_TIMEOUT_MS), 0 for ever.
-int reply_timeout_ms();
-
 } // namespace kv::host

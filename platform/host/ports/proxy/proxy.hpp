@@ -3,10 +3,10 @@
 
 #include <glib.h>
 
-#include "port.hpp"
-#include "port_hello.hpp"
-#include "rpc_port.h"
-#include "runtime_dir.hpp"
+#include "platform/host/ports/links/handshake.hpp"
+#include "platform/host/ports/links/port.hpp"
+#include "platform/host/ports/runtime/runtime_directory.hpp"
+#include <rpc_port.h>
 
 namespace kv::host {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "port_peer.hpp"
+#include "credentials.hpp"
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "runtime_dir.hpp"
+#include "platform/host/ports/runtime/runtime_directory.hpp"
 
 namespace kv::host {
 

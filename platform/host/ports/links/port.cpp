@@ -9,8 +9,8 @@
 #include <cerrno>
 #include <initializer_list>
 
-#include "parcel.hpp"
 #include "platform/host/log/log.hpp"
+#include "platform/host/ports/parcels/parcel.hpp"
 
 namespace kv::host {
 

@@ -3,105 +3,82 @@
 
 #include <app_event_publish.h>
 
-#include <glib.h>
-
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
 #include <cstring>
-#include <new>
 
 using Entry = bundle_s::Entry;
 using Kind = bundle_s::Kind;
 
-namespace {
-
-void free_entry(Entry *entry)
-{
-    switch (entry->kind) {
-    case Kind::text: free(entry->text); break;
-    case Kind::bytes: free(entry->bytes); break;
-    case Kind::texts:
-        for (std::size_t i = 0; i < entry->count; ++i)
-            free(const_cast<char *>(entry->texts[i]));
-        free(entry->texts);
-        break;
-    }
-    free(entry->key);
-    free(entry);
-}
-
-} // namespace
-
 bundle_s::~bundle_s()
 {
-    while (Entry *entry = first) {
-        first = entry->next;
-        free_entry(entry);
-    }
+    while (first) // one by one: a chain of destructors would need a deep stack
+        first = std::move(first->next);
 }
 
 const Entry *bundle_s::find(const char *key) const
 {
-    for (const Entry *entry = first; entry; entry = entry->next) {
-        if (strcmp(entry->key, key) == 0)
+    for (const Entry *entry = first.get(); entry; entry = entry->next.get()) {
+        if (strcmp(entry->key.get(), key) == 0)
             return entry;
     }
     return nullptr;
 }
 
-Entry *bundle_s::add(const char *key, Kind kind)
+kv::host::Owned<Entry> bundle_s::create(const char *key, Kind kind)
 {
-    auto *entry = static_cast<Entry *>(calloc(1, sizeof(Entry)));
+    kv::host::Owned<Entry> entry = kv::host::make<Entry>();
     if (!entry)
         return nullptr;
     entry->kind = kind;
-    entry->key = strdup(key);
-    if (kind == Kind::texts) // an empty array is an array too
-        entry->texts = static_cast<const char **>(calloc(1, sizeof *entry->texts));
-    if (!entry->key || (kind == Kind::texts && !entry->texts)) {
-        free_entry(entry);
+    entry->key = kv::host::copy_text(key);
+    if (!entry->key || (kind == Kind::texts && !entry->texts.create()))
         return nullptr;
-    }
-    *end = entry;
-    end = &entry->next;
     return entry;
 }
 
-void bundle_s::drop(Entry *entry)
+void bundle_s::add(kv::host::Owned<Entry> entry)
 {
-    Entry **link = &first;
-    while (*link != entry)
-        link = &(*link)->next;
-    *link = entry->next;
-    if (end == &entry->next)
-        end = link;
-    free_entry(entry);
+    *end = std::move(entry);
+    end = &(*end)->next;
 }
 
 namespace kv::host {
 
-int append_text(Entry *entry, const char *text)
+TextArray::~TextArray()
 {
-    // Grown at powers of two; the terminating NULL takes one place.
-    const std::size_t used = entry->count + 1;
+    for (std::size_t i = 0; i < count_; ++i)
+        const CText released{const_cast<char *>(texts_.get()[i])};
+}
+
+bool TextArray::create()
+{
+    texts_.reset(static_cast<const char **>(calloc(1, sizeof(const char *))));
+    return texts_ != nullptr;
+}
+
+int TextArray::append(const char *text)
+{
+    // The array grows at powers of two. The terminating NULL takes one place.
+    const std::size_t used = count_ + 1;
     if ((used & (used - 1)) == 0) {
-        void *grown = realloc(entry->texts, used * 2 * sizeof *entry->texts);
+        auto *grown = static_cast<const char **>(realloc(texts_.get(), used * 2 * sizeof(const char *)));
         if (!grown)
             return -ENOMEM;
-        entry->texts = static_cast<const char **>(grown);
+        (void)texts_.release(); // realloc has released it
+        texts_.reset(grown);
     }
-    char *copy = strdup(text);
+    CText copy = copy_text(text);
     if (!copy)
         return -ENOMEM;
-    entry->texts[entry->count++] = copy;
-    entry->texts[entry->count] = nullptr;
+    texts_.get()[count_++] = copy.release();
+    texts_.get()[count_] = nullptr;
     return 0;
 }
 
 namespace {
 
-/// 0 with the entry, -ENOENT without one, -EINVAL when it is of another kind.
+/// 0 with the entry; -ENOENT without an entry; -EINVAL if it is of another kind.
 int look_up(const bundle *data, const char *key, Kind kind, const Entry **entry)
 {
     if (!data || !key)
@@ -117,7 +94,7 @@ bool is_text(const char *text)
     return text && g_utf8_validate(text, -1, nullptr);
 }
 
-/// Whether the key may be added: 0 or a negative errno.
+/// 0 if the key can be added, or a negative errno.
 int check_key(const bundle *data, const char *key)
 {
     if (!data || !is_text(key))
@@ -137,7 +114,7 @@ extern "C" int bundle_get_str(bundle *data, const char *key, char **value)
     const int result = look_up(data, key, Kind::text, &entry);
     if (result != 0 || !value)
         return result != 0 ? result : -EINVAL;
-    *value = entry->text;
+    *value = entry->text.get();
     return 0;
 }
 
@@ -146,8 +123,8 @@ extern "C" const char **bundle_get_str_array(bundle *data, const char *key, int 
     const Entry *entry = nullptr;
     if (look_up(data, key, Kind::texts, &entry) != 0 || !length)
         return nullptr;
-    *length = static_cast<int>(entry->count);
-    return entry->texts;
+    *length = static_cast<int>(entry->texts.count());
+    return entry->texts.texts();
 }
 
 extern "C" int bundle_get_byte(bundle *data, const char *key, void **bytes, size_t *size)
@@ -156,23 +133,19 @@ extern "C" int bundle_get_byte(bundle *data, const char *key, void **bytes, size
     const int result = look_up(data, key, Kind::bytes, &entry);
     if (result != 0 || !bytes || !size)
         return result != 0 ? result : -EINVAL;
-    *bytes = entry->bytes;
-    *size = entry->count;
+    *bytes = entry->bytes.get();
+    *size = entry->size;
     return 0;
 }
 
 extern "C" bundle *bundle_create()
 {
-    void *memory = malloc(sizeof(bundle));
-    return memory ? new (memory) bundle : nullptr;
+    return make<bundle>().release();
 }
 
 extern "C" void bundle_free(bundle *data)
 {
-    if (!data)
-        return;
-    data->~bundle();
-    free(data);
+    const Owned<bundle> released{data};
 }
 
 extern "C" int bundle_add_str(bundle *data, const char *key, const char *value)
@@ -181,14 +154,14 @@ extern "C" int bundle_add_str(bundle *data, const char *key, const char *value)
         return error;
     if (!is_text(value))
         return -EINVAL;
-    Entry *entry = data->add(key, Kind::text);
+    Owned<Entry> entry = bundle::create(key, Kind::text);
     if (!entry)
         return -ENOMEM;
-    entry->text = strdup(value);
-    if (entry->text)
-        return 0;
-    data->drop(entry);
-    return -ENOMEM;
+    entry->text = copy_text(value);
+    if (!entry->text)
+        return -ENOMEM;
+    data->add(std::move(entry));
+    return 0;
 }
 
 extern "C" int bundle_add_str_array(bundle *data, const char *key, const char *const *values, int count)
@@ -201,15 +174,14 @@ extern "C" int bundle_add_str_array(bundle *data, const char *key, const char *c
         if (!is_text(values[i]))
             return -EINVAL;
     }
-    Entry *entry = data->add(key, Kind::texts);
+    Owned<Entry> entry = bundle::create(key, Kind::texts);
     if (!entry)
         return -ENOMEM;
     for (int i = 0; i < count; ++i) {
-        if (const int error = append_text(entry, values[i]); error != 0) {
-            data->drop(entry);
+        if (const int error = entry->texts.append(values[i]); error != 0)
             return error;
-        }
     }
+    data->add(std::move(entry));
     return 0;
 }
 
@@ -219,16 +191,15 @@ extern "C" int bundle_add_byte(bundle *data, const char *key, const void *bytes,
         return error;
     if ((size > 0 && !bytes) || size > INT_MAX)
         return -EINVAL;
-    Entry *entry = data->add(key, Kind::bytes);
+    Owned<Entry> entry = bundle::create(key, Kind::bytes);
     if (!entry)
         return -ENOMEM;
-    entry->bytes = malloc(size > 0 ? size : 1); // no bytes are a value too, and not NULL
-    if (!entry->bytes) {
-        data->drop(entry);
+    entry->bytes.reset(malloc(size > 0 ? size : 1)); // an empty value is not NULL
+    if (!entry->bytes)
         return -ENOMEM;
-    }
     if (size > 0)
-        memcpy(entry->bytes, bytes, size);
-    entry->count = size;
+        memcpy(entry->bytes.get(), bytes, size);
+    entry->size = size;
+    data->add(std::move(entry));
     return 0;
 }

@@ -5,24 +5,46 @@
 
 #include <cstddef>
 
-/// Values by key, in the order in which they were added. Lookup is by the first entry of a key: events have a handful.
+#include "platform/host/owned.hpp"
+
+namespace kv::host {
+
+/// Texts in one array that ends with NULL, as bundle_get_str_array returns it.
+class TextArray {
+public:
+    TextArray() = default;
+    ~TextArray();
+    TextArray(const TextArray &) = delete;
+    TextArray &operator=(const TextArray &) = delete;
+
+    /// Creates the empty array; false when out of memory.
+    bool create();
+    /// Adds a copy of the text to a created array: 0 or -ENOMEM.
+    int append(const char *text);
+
+    const char **texts() const { return texts_.get(); }
+    std::size_t count() const { return count_; }
+
+private:
+    Allocated<const char *> texts_;
+    std::size_t count_ = 0;
+};
+
+} // namespace kv::host
+
+/// Values by key, in the order in which they were added. A lookup walks the list, because an event has few entries.
 struct bundle_s {
     enum class Kind { text, texts, bytes };
 
     struct Entry {
-        Entry *next;
-        Kind kind;
-        char *key;
-        std::size_t count; ///< texts: how many; bytes: how long
-        union {
-            char *text;
-            const char **texts; ///< ended by NULL
-            void *bytes;
-        };
+        kv::host::Owned<Entry> next;
+        Kind kind = Kind::text;
+        kv::host::CText key;
+        kv::host::CText text;
+        kv::host::TextArray texts;
+        kv::host::Allocated<void> bytes;
+        std::size_t size = 0; ///< of the bytes
     };
-
-    Entry *first = nullptr;
-    Entry **end = &first;
 
     bundle_s() = default;
     ~bundle_s();
@@ -30,14 +52,10 @@ struct bundle_s {
     bundle_s &operator=(const bundle_s &) = delete;
 
     const Entry *find(const char *key) const;
-    /// The new last entry, of this kind and still empty; NULL when out of memory.
-    Entry *add(const char *key, Kind kind);
-    void drop(Entry *entry);
+    /// Null when out of memory.
+    static kv::host::Owned<Entry> create(const char *key, Kind kind);
+    void add(kv::host::Owned<Entry> entry);
+
+    kv::host::Owned<Entry> first;
+    kv::host::Owned<Entry> *end = &first;
 };
-
-namespace kv::host {
-
-/// Room of an array of texts while it is filled; the entry owns what is in it at any time. 0 or a negative errno.
-int append_text(bundle_s::Entry *entry, const char *text);
-
-} // namespace kv::host

@@ -18,7 +18,7 @@ constinit BusLibrary library{};
 constinit bool is_loaded = false;
 constinit pthread_once_t once = PTHREAD_ONCE_INIT;
 
-/// Takes functions out of a loaded library, each by its name and with the type of the place it goes to.
+/// Looks up functions of a loaded library by name.
 class Loader {
 public:
     explicit Loader(void *object) : object_(object) {}
@@ -77,7 +77,8 @@ void load()
     take("sd_bus_message_skip", library.message_skip);
     is_loaded = take.is_complete();
     if (!is_loaded)
-        dlog_print(log_error, log_tag, "application events need libsystemd.so.0 (246 or later): %s", dlerror());
+        dlog_print(log_error, log_tag, "cannot load libsystemd.so.0 (246 or later), which application events need: %s",
+                   dlerror());
 }
 
 } // namespace
@@ -114,7 +115,8 @@ int open_bus(const BusLibrary &lib, sd_bus **bus)
         return 0;
     }
     lib.unref(opened);
-    dlog_print(log_error, log_tag, "no message bus, so no application events: KORVANE_BUS \"%s\": %s", chosen,
+    dlog_print(log_error, log_tag,
+               "cannot connect to the message bus KORVANE_BUS=\"%s\", so no application events arrive: %s", chosen,
                strerror(-result));
     return result;
 }
@@ -127,11 +129,12 @@ int read_event_name(const BusLibrary &lib, const char *name, EventName *parts)
         memcpy(parts->interface, name, size);
         parts->interface[size] = '\0';
         parts->member = dot + 1;
-        // What is checked here goes into the bus's match rules, where a quote would begin another one.
+        // Both become part of a match rule, where a quote would begin another term.
         if (lib.interface_name_is_valid(parts->interface) > 0 && lib.member_name_is_valid(parts->member) > 0)
             return 0;
     }
-    dlog_print(log_error, log_tag, "\"%s\" is no event name: expected interface and member, as in \"a.b.C.Member\"",
+    dlog_print(log_error, log_tag,
+               "\"%s\" is not an event name: give an interface and a member, as in \"a.b.C.Member\"",
                name ? name : "(null)");
     return -EINVAL;
 }

@@ -5,7 +5,7 @@
 
 namespace kv::host {
 
-/// The bus library, loaded when the first event is asked for: programs that handle none do not carry it.
+/// The functions of the bus library. It is loaded at the first use of an event, so other programs do without it.
 struct BusLibrary {
     decltype(&sd_bus_new) bus_new;
     decltype(&sd_bus_open_user) open_user;
@@ -44,20 +44,20 @@ struct BusLibrary {
     decltype(&sd_bus_message_skip) message_skip;
 };
 
-/// NULL, with an error line, when the library is not there or too old.
+/// NULL after an error line if the library is missing or too old.
 const BusLibrary *bus_library();
 
-/// A connection to the bus that KORVANE_BUS names, on its way up: "session" (the default), "system" or an address.
-/// 0 or a negative errno with an error line.
+/// Begins to connect to the bus that KORVANE_BUS names: "session" (the default), "system" or an address. 0, or a negative
+/// errno after an error line.
 int open_bus(const BusLibrary &library, sd_bus **bus);
 
-/// An event's name taken apart at its last dot: "a.b.C.Member" is a member of the interface "a.b.C".
+/// An event's name, divided at its last dot: "a.b.C.Member" is a member of the interface "a.b.C".
 struct EventName {
     char interface[256];
-    const char *member; ///< in the name that it was read from
+    const char *member; ///< points into the whole name
 };
 
-/// 0, or -EINVAL with an error line.
+/// 0, or -EINVAL after an error line.
 int read_event_name(const BusLibrary &library, const char *name, EventName *parts);
 
 } // namespace kv::host

@@ -15,7 +15,7 @@ namespace kv::host {
 
 namespace {
 
-// One per main context, usually one. The list is shared by all threads, a connection belongs to its context's.
+// One per main context, so usually one. All threads share the list; a connection belongs to the thread of its context.
 constinit EventConnection *connections = nullptr;
 constinit pthread_mutex_t connections_mutex = PTHREAD_MUTEX_INITIALIZER;
 
@@ -43,7 +43,7 @@ void forget(EventConnection *connection)
     }
 }
 
-/// Keeps the main loop's watch on what the bus waits for. Both change rarely, and each change wakes the loop up.
+/// Makes the main loop watch what the bus waits for. Only a change reaches the source, because each wakes the loop.
 int update_watch(EventConnection *connection)
 {
     const int fd = connection->library->get_fd(connection->bus);
@@ -63,12 +63,12 @@ int update_watch(EventConnection *connection)
     return 0;
 }
 
-/// Milliseconds until the bus wants to run, 0 for at once, -1 for when something arrives.
+/// Milliseconds until the bus needs to run: 0 for now, -1 for when data arrives.
 int time_left(const EventConnection *connection)
 {
     std::uint64_t due = 0;
     if (connection->library->get_timeout(connection->bus, &due) < 0)
-        return 0; // the connection is broken, which dispatching will find
+        return 0; // the connection is broken; dispatch() handles that
     if (due == UINT64_MAX)
         return -1;
     const auto now = static_cast<std::uint64_t>(g_get_monotonic_time());
@@ -92,20 +92,20 @@ gboolean check(GSource *source)
 
 gboolean dispatch(GSource *source, GSourceFunc, gpointer)
 {
-    constexpr int at_most = 64; // a storm of events lets the application's timers run in between
+    constexpr int max_messages = 64; // leaves room for the loop's other sources during a flood of events
     EventConnection *connection = connection_of(source);
     int result = 1;
-    for (int i = 0; i < at_most && result > 0; ++i) {
+    for (int i = 0; i < max_messages && result > 0; ++i) {
         result = connection->library->process(connection->bus, nullptr);
-        if (g_source_is_destroyed(source)) // a handler removed itself, the last one
+        if (g_source_is_destroyed(source)) // the last handler removed itself
             return G_SOURCE_REMOVE;
     }
     if (result >= 0)
         return G_SOURCE_CONTINUE;
 
-    dlog_print(log_error, log_tag, "the message bus is gone, application events no longer arrive: %s",
+    dlog_print(log_error, log_tag, "lost the connection to the message bus, so no more application events arrive: %s",
                strerror(-result));
-    // Its handlers stay valid until they are removed; whoever registers from now on gets a connection of their own.
+    // Its handlers stay valid until they are removed. A later handler opens a new connection.
     connection->is_lost = true;
     forget(connection);
     connection->library->close(connection->bus);
@@ -146,7 +146,8 @@ int EventConnection::acquire(const BusLibrary &library, EventConnection **connec
     opened->users = 1;
     opened->next = connections;
     if (const int error = update_watch(opened); error < 0) {
-        dlog_print(log_error, log_tag, "no message bus, so no application events: %s", strerror(-error));
+        dlog_print(log_error, log_tag, "cannot watch the message bus, so no application events arrive: %s",
+                   strerror(-error));
         g_main_context_unref(context);
         g_source_unref(&opened->source);
         return error;
@@ -170,7 +171,7 @@ void EventConnection::release()
     }
     GMainContext *own_context = context;
     g_source_destroy(&source);
-    g_source_unref(&source); // while it is being dispatched, GLib holds it
+    g_source_unref(&source); // during its dispatch GLib holds another reference
     g_main_context_unref(own_context);
 }
 

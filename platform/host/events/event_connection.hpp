@@ -7,10 +7,10 @@
 
 namespace kv::host {
 
-/// A connection to the bus, served by one main context as an event source of it. Those who use it share it; with the
-/// last of them it closes.
+/// A connection to the bus, and the source that serves it in one main context. The handlers of that context share it; the
+/// last release() closes it.
 struct EventConnection {
-    GSource source; // first: GLib allocates the source with the rest behind it
+    GSource source; // first, because GLib allocates it together with the rest
     const BusLibrary *library;
     GMainContext *context;
     sd_bus *bus;
@@ -21,8 +21,8 @@ struct EventConnection {
     bool is_lost;
     EventConnection *next;
 
-    /// The connection of the calling thread's default context, opened when there is none: 0 or a negative errno with an
-    /// error line. Opening waits for nobody: what the bus has to answer arrives in the main loop.
+    /// Finds or opens the connection of the calling thread's default context. 0, or a negative errno after an error line.
+    /// Opening does not wait: the replies of the bus arrive in the main loop.
     static int acquire(const BusLibrary &library, EventConnection **connection);
     void release();
 };

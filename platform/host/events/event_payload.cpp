@@ -12,12 +12,12 @@ namespace kv::host {
 
 namespace {
 
-/// Anyone on the bus may send anything: what one event may make us keep, its bookkeeping included.
+/// Limits the memory that one event uses, because any program on the bus can send one.
 class Budget {
 public:
     int spend(std::size_t bytes)
     {
-        constexpr std::size_t overhead = 64; // of an entry or a text, in the heap
+        constexpr std::size_t overhead = 64; // per entry or text
         if (bytes + overhead > left_)
             return -E2BIG;
         left_ -= bytes + overhead;
@@ -51,8 +51,8 @@ public:
 private:
     int read_entry()
     {
-        constexpr int most_entries = 256; // keys are looked for one by one
-        if (++entries_ > most_entries)
+        constexpr int max_entries = 256; // a lookup walks the list
+        if (++entries_ > max_entries)
             return -E2BIG;
         const char *key = nullptr;
         const char *type = nullptr;
@@ -63,7 +63,7 @@ private:
         if (int error = budget_.spend(strlen(key)); error < 0)
             return error;
         if (data_->find(key)) {
-            dlog_print(log_info, log_tag, "event %s: a second value of \"%s\" is ignored", event_name_, key);
+            dlog_print(log_info, log_tag, "event %s: ignoring a second value of \"%s\"", event_name_, key);
             return lib_.message_skip(message_, "v");
         }
         if (strcmp(type, "s") == 0)
@@ -72,7 +72,7 @@ private:
             return read_variant(type, key, &PayloadReader::read_texts);
         if (strcmp(type, "ay") == 0)
             return read_variant(type, key, &PayloadReader::read_bytes);
-        dlog_print(log_info, log_tag, "event %s: \"%s\" of type \"%s\" is ignored", event_name_, key, type);
+        dlog_print(log_info, log_tag, "event %s: ignoring \"%s\" of type \"%s\"", event_name_, key, type);
         return lib_.message_skip(message_, "v");
     }
 
@@ -98,18 +98,22 @@ private:
         int result = lib_.message_enter_container(message_, 'a', "s");
         if (result < 0)
             return result;
-        bundle::Entry *entry = data_->add(key, bundle::Kind::texts);
+        Owned<bundle::Entry> entry = bundle::create(key, bundle::Kind::texts);
         if (!entry)
             return -ENOMEM;
         const char *text = nullptr;
         while ((result = lib_.message_read_basic(message_, 's', &text)) > 0) {
             result = budget_.spend(strlen(text));
             if (result >= 0)
-                result = append_text(entry, text);
+                result = entry->texts.append(text);
             if (result < 0)
                 return result;
         }
-        return result < 0 ? result : lib_.message_exit_container(message_);
+        if (result >= 0)
+            result = lib_.message_exit_container(message_);
+        if (result >= 0)
+            data_->add(std::move(entry));
+        return result;
     }
 
     int read_bytes(const char *key)
@@ -133,13 +137,13 @@ private:
 int write_value(const BusLibrary &lib, sd_bus_message *message, const bundle::Entry &entry)
 {
     switch (entry.kind) {
-    case bundle::Kind::text: return lib.message_append_basic(message, 's', entry.text);
-    case bundle::Kind::bytes: return lib.message_append_array(message, 'y', entry.bytes, entry.count);
+    case bundle::Kind::text: return lib.message_append_basic(message, 's', entry.text.get());
+    case bundle::Kind::bytes: return lib.message_append_array(message, 'y', entry.bytes.get(), entry.size);
     case bundle::Kind::texts: break;
     }
     int result = lib.message_open_container(message, 'a', "s");
-    for (std::size_t i = 0; result >= 0 && i < entry.count; ++i)
-        result = lib.message_append_basic(message, 's', entry.texts[i]);
+    for (std::size_t i = 0; result >= 0 && i < entry.texts.count(); ++i)
+        result = lib.message_append_basic(message, 's', entry.texts.texts()[i]);
     return result < 0 ? result : lib.message_close_container(message);
 }
 
@@ -161,19 +165,20 @@ int read_payload(const BusLibrary &library, sd_bus_message *message, const char 
     if (result >= 0)
         return 0;
     if (result == -EBADMSG)
-        dlog_print(log_error, log_tag, "event %s is dropped: its payload is not a dictionary (a{sv})", event_name);
+        dlog_print(log_error, log_tag, "dropping event %s: its payload is not a dictionary (a{sv})", event_name);
     else
-        dlog_print(log_error, log_tag, "event %s is dropped: %s", event_name, strerror(-result));
+        dlog_print(log_error, log_tag, "dropping event %s: %s", event_name, strerror(-result));
     return result;
 }
 
 int write_payload(const BusLibrary &library, sd_bus_message *message, const bundle *data)
 {
     int result = library.message_open_container(message, 'a', "{sv}");
-    for (const bundle::Entry *entry = data ? data->first : nullptr; result >= 0 && entry; entry = entry->next) {
+    for (const bundle::Entry *entry = data ? data->first.get() : nullptr; result >= 0 && entry;
+         entry = entry->next.get()) {
         result = library.message_open_container(message, 'e', "sv");
         if (result >= 0)
-            result = library.message_append_basic(message, 's', entry->key);
+            result = library.message_append_basic(message, 's', entry->key.get());
         if (result >= 0)
             result = library.message_open_container(message, 'v', signature_of(entry->kind));
         if (result >= 0)

@@ -13,12 +13,12 @@ namespace kv::host {
 
 namespace {
 
-constexpr std::uint64_t patience_us = 5'000'000;
+constexpr std::uint64_t timeout_us = 5'000'000;
 
 int send_event(const BusLibrary &lib, sd_bus *bus, const EventName &name, const bundle *data)
 {
     sd_bus_message *message = nullptr;
-    int result = lib.set_method_call_timeout(bus, patience_us);
+    int result = lib.set_method_call_timeout(bus, timeout_us);
     if (result >= 0)
         result = lib.message_new_signal(bus, &message, "/org/korvane/event", name.interface, name.member);
     if (result >= 0)
@@ -29,7 +29,7 @@ int send_event(const BusLibrary &lib, sd_bus *bus, const EventName &name, const 
     if (result < 0)
         return result;
 
-    // The bus answers in order: with this answer it has handed the event on, so that the next one cannot overtake it.
+    // The bus works in order: when it replies it has passed the event on, so a later event cannot overtake this one.
     sd_bus_error error{};
     result = lib.call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.Peer", "Ping",
                              &error, nullptr, nullptr);
@@ -57,7 +57,7 @@ extern "C" int event_publish(const char *event_name, bundle *data)
     library->close(bus);
     library->unref(bus);
     if (result < 0) {
-        dlog_print(log_error, log_tag, "event %s cannot be published: %s", event_name, strerror(-result));
+        dlog_print(log_error, log_tag, "cannot publish event %s: %s", event_name, strerror(-result));
         return result;
     }
     return 0;

@@ -16,7 +16,7 @@ namespace kv::host {
 
 namespace {
 
-// Below every priority until the environment was read, so that the usual case stays one comparison.
+// Lower than every priority until the environment is read, so that the usual case is one comparison.
 constinit std::atomic<int> threshold{INT_MIN};
 constinit LogSink sink;
 constinit pthread_once_t once = PTHREAD_ONCE_INIT;
@@ -28,10 +28,10 @@ void configure()
     threshold.store(config.threshold, std::memory_order_release);
 }
 
-// Apart from dlog_print: a line below the level must not pay for the frame that this needs.
+// Separate from dlog_print, so that a line below the level does not pay for this stack frame.
 [[gnu::noinline]] int print_list(int priority, const char *tag, const char *format, va_list arguments)
 {
-    // The caller's errno is often what the line is about, and is the caller's to use afterwards.
+    // The line may print errno with %m, and the caller may use it afterwards.
     const int callers_errno = errno;
     pthread_once(&once, configure);
     int result = 0;

@@ -30,7 +30,7 @@ bool equals(const char *text, std::size_t size, const char *name)
     return strlen(name) == size && memcmp(text, name, size) == 0;
 }
 
-/// A level by its name, or the lowest priority to be shown as one digit.
+/// Reads a level: a name, or the lowest priority to print as one digit.
 bool read_level(const char *text, std::size_t size, int *threshold)
 {
     for (const Level &level : levels) {
@@ -64,7 +64,7 @@ bool read_destination(const char *text, LogConfig *config)
     return false;
 }
 
-/// The service manager names the journal's stream by device and inode; stderr may have been redirected since.
+/// Whether stderr still is the stream that the service manager connected to the journal and named by device and inode.
 bool stderr_is_the_journal()
 {
     const char *stream = getenv("JOURNAL_STREAM");
@@ -79,10 +79,11 @@ bool stderr_is_the_journal()
 
 LogConfig log_config_from_environment()
 {
-    const LogDestination usual = stderr_is_the_journal() ? LogDestination::journal : LogDestination::standard_error;
-    const LogConfig defaults{log_error, usual, nullptr, nullptr};
+    const LogDestination default_destination =
+        stderr_is_the_journal() ? LogDestination::journal : LogDestination::standard_error;
+    const LogConfig defaults{log_error, default_destination, nullptr, nullptr};
 
-    // Not for programs that run with more rights than their caller, who could have them write to any file.
+    // Ignored in a program with more rights than its caller, who could make it write to any file.
     const char *value = secure_getenv("KORVANE_LOG");
     if (!value || *value == '\0')
         return defaults;

@@ -5,12 +5,12 @@ namespace kv::host {
 
 enum class LogDestination { standard_error, journal, file };
 
-/// What the environment asks of the log.
+/// The settings of the log, from the environment.
 struct LogConfig {
     int threshold;
     LogDestination destination;
-    const char *file;     ///< of the environment; for LogDestination::file only
-    const char *rejected; ///< the value of KORVANE_LOG when it made no sense and the defaults stand, else NULL
+    const char *file;     ///< for LogDestination::file; part of the environment
+    const char *rejected; ///< an invalid value of KORVANE_LOG, for which the defaults are used; else NULL
 };
 
 LogConfig log_config_from_environment();

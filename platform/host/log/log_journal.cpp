@@ -32,7 +32,7 @@ int syslog_priority(int priority)
     }
 }
 
-/// NAME=value; a value with a line break is written with its length before it.
+/// Appends NAME=value, or for a value with a line break NAME, its length and its bytes.
 void append_field(LogText &entry, const char *name, const char *value, std::size_t size)
 {
     entry.append(name);
@@ -70,12 +70,13 @@ int write_whole(int descriptor, const char *bytes, std::size_t size)
     return 0;
 }
 
-/// What is too long for a datagram goes as a sealed memory file, which the journal reads at its leisure.
+/// Sends an entry that is too long for a datagram as a sealed memory file.
 int send_as_file(int socket, msghdr message, const LogText &entry)
 {
-    const int file = memfd_create("korvane-log", MFD_CLOEXEC | MFD_ALLOW_SEALING);
-    if (file < 0)
+    const Fd owned{memfd_create("korvane-log", MFD_CLOEXEC | MFD_ALLOW_SEALING)};
+    if (!owned)
         return -errno;
+    const int file = owned.get();
     int result = write_whole(file, entry.data(), entry.size());
     if (result == 0 && fcntl(file, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL) < 0)
         result = -errno;
@@ -93,7 +94,6 @@ int send_as_file(int socket, msghdr message, const LogText &entry)
         if (send_message(socket, message) < 0)
             result = -errno;
     }
-    close(file);
     return result;
 }
 
@@ -121,9 +121,9 @@ int journal_send(int socket, const char *path, const LogLine &line)
     append_field(entry, "KORVANE_TAG", line.tag, strlen(line.tag));
     append_field(entry, "MESSAGE", line.message, line.size);
     if (entry.is_cut())
-        return -ENOMEM; // the journal would drop half an entry without a word
+        return -ENOMEM; // the journal drops an incomplete entry silently
 
-    // Addressed each time instead of connected: a restarted journal is found again.
+    // Addressed each time instead of connected, so that a restarted journal still receives entries.
     iovec part{const_cast<char *>(entry.data()), entry.size()};
     msghdr message{};
     message.msg_name = &address;

@@ -6,7 +6,7 @@
 namespace kv::host {
 
 const char *journal_socket_path();
-/// One entry in the journal's own datagram form: 0 or a negative errno. Takes messages of any size.
+/// Sends one entry of any size in the journal's datagram format. 0 or a negative errno.
 int journal_send(int socket, const char *path, const LogLine &line);
 
 } // namespace kv::host

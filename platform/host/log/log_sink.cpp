@@ -19,12 +19,12 @@ namespace kv::host {
 
 namespace {
 
-struct Look {
+struct Style {
     char letter;
     const char *colour;
 };
 
-Look look_of(int priority)
+Style style_of(int priority)
 {
     if (priority >= log_error)
         return {'E', "\033[31m"};
@@ -42,11 +42,11 @@ bool wants_colour(int descriptor)
     return !(refused && *refused) && terminal && strcmp(terminal, "dumb") != 0 && isatty(descriptor);
 }
 
-/// One line, one write; only what an interrupted write left over needs another. A reader that takes nothing for a while
-/// loses the rest, so that it cannot hold the application up for ever.
+/// Writes a line with one system call, or more if the write is interrupted. Gives up when the reader accepts nothing for
+/// 100 ms, so that it cannot block the application.
 int write_line(int descriptor, const char *bytes, std::size_t size)
 {
-    constexpr int patience_ms = 100;
+    constexpr int timeout_ms = 100;
     while (size > 0) {
         const ssize_t written = ::write(descriptor, bytes, size);
         if (written >= 0) {
@@ -59,31 +59,31 @@ int write_line(int descriptor, const char *bytes, std::size_t size)
         if (errno != EAGAIN)
             return -errno;
         pollfd writable{descriptor, POLLOUT, 0};
-        if (poll(&writable, 1, patience_ms) == 0)
+        if (poll(&writable, 1, timeout_ms) == 0)
             return -EAGAIN;
     }
     return 0;
 }
 
-int write_text(int descriptor, bool coloured, const LogLine &line)
+int write_text(int descriptor, bool in_colour, const LogLine &line)
 {
     timespec now{};
     tm local{};
     clock_gettime(CLOCK_REALTIME, &now);
     localtime_r(&now.tv_sec, &local);
 
-    const Look look = look_of(line.priority);
-    const bool painted = coloured && *look.colour;
+    const Style style = style_of(line.priority);
+    const bool coloured = in_colour && *style.colour;
     LogText text;
     text.append_format("%04d-%02d-%02d %02d:%02d:%02d.%03ld [%d] ", local.tm_year + 1900, local.tm_mon + 1,
                        local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, now.tv_nsec / 1'000'000, getpid());
-    if (painted)
-        text.append(look.colour);
-    text.append_format("%c ", look.letter);
+    if (coloured)
+        text.append(style.colour);
+    text.append_format("%c ", style.letter);
     text.append_escaped(line.tag, strlen(line.tag));
     text.append(": ");
     text.append_escaped(line.message, line.size);
-    if (painted)
+    if (coloured)
         text.append("\033[0m");
     text.append("\n");
     return write_line(descriptor, text.data(), text.size());
@@ -106,16 +106,15 @@ void LogSink::open(const LogConfig &config)
         break;
     }
     if (config.destination != LogDestination::standard_error && descriptor_ < 0)
-        complain_once("cannot open", name_, -errno);
+        report_once("cannot open", name_, -errno);
     else
         destination_ = config.destination;
 
     if (config.rejected) {
         LogText text;
-        text.append_format(
-            "KORVANE_LOG=\"%s\" is not understood: expected off, error, warning, info, debug or a digit, "
-            "then optionally :stderr, :journal or :file:PATH; using \"error\"",
-            config.rejected);
+        text.append_format("KORVANE_LOG=\"%s\" is not valid: give off, error, warning, info, debug or a digit, "
+                           "then optionally :stderr, :journal or :file:PATH; using \"error\"",
+                           config.rejected);
         write({log_warning, log_tag, text.data(), text.size()});
     }
 }
@@ -130,7 +129,7 @@ int LogSink::write(const LogLine &line)
     }
     if (result == 0)
         return 0;
-    complain_once("cannot write to", name_, result);
+    report_once("cannot write to", name_, result);
     return write_to_stderr(line);
 }
 
@@ -139,12 +138,12 @@ int LogSink::write_to_stderr(const LogLine &line) const
     return write_text(STDERR_FILENO, coloured_, line);
 }
 
-void LogSink::complain_once(const char *what, const char *name, int error)
+void LogSink::report_once(const char *what, const char *name, int error)
 {
-    if (complained_.exchange(true))
+    if (reported_.exchange(true))
         return;
     LogText text;
-    text.append_format("%s the log %s: %s; what it does not take appears here", what, name, strerror(-error));
+    text.append_format("%s the log %s: %s; writing its lines to stderr", what, name, strerror(-error));
     write_to_stderr({log_warning, log_tag, text.data(), text.size()});
 }
 

@@ -8,7 +8,7 @@
 
 namespace kv::host {
 
-/// One line on its way out. The message is as its writer formatted it, without the newline at its end.
+/// One line to write. The message is formatted and has no newline at its end.
 struct LogLine {
     int priority;
     const char *tag;
@@ -16,8 +16,8 @@ struct LogLine {
     std::size_t size;
 };
 
-/// Where lines go. Opened once, then used by any thread without a lock: each line is one write, which the kernel keeps
-/// whole. What the chosen destination does not take goes to stderr, after one line there that says why.
+/// The destination of the log. After open() any thread uses it without a lock: each line is one write, which the kernel does
+/// not mix with others. Lines that the destination does not accept are written to stderr, after one line with the reason.
 class LogSink {
 public:
     void open(const LogConfig &config);
@@ -25,13 +25,13 @@ public:
 
 private:
     int write_to_stderr(const LogLine &line) const;
-    void complain_once(const char *what, const char *name, int error);
+    void report_once(const char *what, const char *name, int error);
 
     LogDestination destination_ = LogDestination::standard_error;
-    const char *name_ = nullptr; // of the file or of the journal's socket
+    const char *name_ = nullptr; ///< of the file or of the journal's socket
     int descriptor_ = -1;
     bool coloured_ = false;
-    std::atomic<bool> complained_{false};
+    std::atomic<bool> reported_{false};
 };
 
 } // namespace kv::host

@@ -14,8 +14,8 @@ namespace {
 constexpr char cut_mark[] = " [cut: out of memory]";
 constexpr std::size_t cut_mark_size = sizeof cut_mark - 1;
 
-/// The length of the printable UTF-8 character at the front, 0 when there is none: a control character (of the second
-/// control block too, which terminals obey), an overlong form, a surrogate, or bytes that are no UTF-8 at all.
+/// The length of the printable UTF-8 character at the front. 0 for a control character (of the second control block too,
+/// which terminals obey), an overlong sequence, a surrogate, or bytes that are not UTF-8.
 std::size_t printable_length(const unsigned char *bytes, std::size_t size)
 {
     const unsigned char lead = bytes[0];
@@ -51,13 +51,7 @@ std::size_t printable_length(const unsigned char *bytes, std::size_t size)
 
 } // namespace
 
-LogText::~LogText()
-{
-    if (text_ != stack_)
-        free(text_);
-}
-
-/// Room for so many bytes beside the cut mark and a final NUL.
+/// Makes room for `more` bytes, the cut mark and a final NUL. False when out of memory.
 bool LogText::make_room(std::size_t more)
 {
     if (is_cut_)
@@ -68,11 +62,13 @@ bool LogText::make_room(std::size_t more)
     if (more > SIZE_MAX / 4)
         return false;
     const std::size_t capacity = std::max(capacity_ * 2, size_ + more + reserve);
-    char *text = static_cast<char *>(realloc(text_ == stack_ ? nullptr : text_, capacity));
+    auto *text = static_cast<char *>(realloc(heap_.get(), capacity));
     if (!text)
         return false;
-    if (text_ == stack_)
+    if (!heap_)
         memcpy(text, stack_, size_);
+    (void)heap_.release(); // realloc has released it
+    heap_.reset(text);
     text_ = text;
     capacity_ = capacity;
     return true;

@@ -4,14 +4,15 @@
 #include <cstdarg>
 #include <cstddef>
 
+#include "platform/host/owned.hpp"
+
 namespace kv::host {
 
-/// Text that grows: on the stack while it is short, on the heap beyond that. When the heap gives nothing the text is cut
-/// and ends in a mark that says so; nothing is ever lost unseen.
+/// Text that grows: on the stack while it is short, on the heap beyond that. Without memory the text is cut and ends with a
+/// mark that says so.
 class LogText {
 public:
     LogText() = default;
-    ~LogText();
     LogText(const LogText &) = delete;
     LogText &operator=(const LogText &) = delete;
 
@@ -19,8 +20,8 @@ public:
     void append(const char *text);
     [[gnu::format(printf, 2, 3)]] void append_format(const char *format, ...);
     [[gnu::format(printf, 2, 0)]] void append_format_list(const char *format, va_list arguments);
-    /// Appends foreign text so that it can neither steer a terminal nor start a line of its own: control characters and
-    /// bytes that are not UTF-8 become backslash escapes.
+    /// Appends text from outside so that it can neither control a terminal nor begin a new line: control characters and bytes
+    /// that are not UTF-8 become backslash escapes.
     void append_escaped(const char *bytes, std::size_t size);
     void drop_trailing_newlines();
 
@@ -34,6 +35,7 @@ private:
 
     static constexpr std::size_t stack_size = 1024;
     char stack_[stack_size];
+    CText heap_; ///< holds the text once it is too long for the stack
     char *text_ = stack_;
     std::size_t capacity_ = stack_size;
     std::size_t size_ = 0;

@@ -8,19 +8,18 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
 namespace kv::host {
 
 namespace {
 
-constexpr std::size_t longest_name = 128;
-constexpr std::size_t largest_entry = 64 * 1024;
+constexpr std::size_t max_name = 128;
+constexpr std::size_t max_entry = 64 * 1024;
 
 char *package_directory()
 {
-    // An entry names a program to be started, so a program with more rights than its caller does not take this from it.
+    // An entry names a program to start, so a program with more rights than its caller ignores the caller's directory.
     const char *chosen = secure_getenv("KORVANE_PACKAGE_DIR");
     if (chosen && *chosen)
         return g_strdup(chosen);
@@ -32,10 +31,10 @@ char *package_directory()
     return g_build_filename(g_get_home_dir(), ".local", "share", "korvane", "packages", nullptr);
 }
 
-/// The name becomes a file name, and comes from whoever asks.
+/// Whether the name, which becomes a file name, is valid.
 bool is_package_name(const char *name)
 {
-    if (!name || *name == '\0' || *name == '.' || strlen(name) > longest_name)
+    if (!name || *name == '\0' || *name == '.' || strlen(name) > max_name)
         return false;
     for (const char *c = name; *c; ++c) {
         if (!g_ascii_isalnum(*c) && !strchr("._-+", *c))
@@ -44,7 +43,7 @@ bool is_package_name(const char *name)
     return true;
 }
 
-/// Reads an open regular file of bounded size into text; 0 or a negative errno.
+/// Reads a regular file that is smaller than the capacity. 0 or a negative errno.
 int read_small_file(int descriptor, char *text, std::size_t capacity, std::size_t *size)
 {
     struct stat status;
@@ -81,7 +80,7 @@ int parse(GKeyFile *file, const char *path, const char *text, std::size_t size)
         return -EBADMSG;
     }
     if (*version == '\0') {
-        dlog_print(log_error, log_tag, "package entry %s is malformed: the version is empty", path);
+        dlog_print(log_error, log_tag, "package entry %s is malformed: Version is empty", path);
         return -EBADMSG;
     }
     return 0;
@@ -93,8 +92,8 @@ char *package_entry_path(const char *package)
 {
     if (!is_package_name(package)) {
         dlog_print(log_error, log_tag,
-                   "\"%s\" is no package name: 1 to %zu letters, digits and . _ - +, not beginning with a dot",
-                   package ? package : "(null)", longest_name);
+                   "\"%s\" is not a package name: use 1 to %zu letters, digits and . _ - +, with no dot in front",
+                   package ? package : "(null)", max_name);
         return nullptr;
     }
     g_autofree char *directory = package_directory();
@@ -103,8 +102,7 @@ char *package_entry_path(const char *package)
 
 PackageEntry::~PackageEntry()
 {
-    if (file_)
-        g_key_file_unref(file_);
+    g_clear_pointer(&file_, g_key_file_unref);
 }
 
 int PackageEntry::open(const char *package)
@@ -113,45 +111,41 @@ int PackageEntry::open(const char *package)
     if (!path)
         return -EINVAL;
 
-    // Non-blocking, so that a FIFO put there cannot hold the caller.
-    const int descriptor = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (descriptor < 0 && (errno == ENOENT || errno == ENOTDIR)) {
+    // Non-blocking, because a FIFO in its place would block the caller.
+    const Fd file{::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)};
+    if (!file && (errno == ENOENT || errno == ENOTDIR)) {
         dlog_print(log_info, log_tag, "package %s is not installed: there is no %s", package, path);
         return package_not_installed;
     }
     int result = 0;
     std::size_t size = 0;
-    g_autofree char *text = nullptr;
-    if (descriptor < 0) {
+    CText text;
+    if (!file) {
         result = -errno;
     } else {
-        text = static_cast<char *>(malloc(largest_entry));
-        result = text ? read_small_file(descriptor, text, largest_entry, &size) : -ENOMEM;
-        close(descriptor);
+        text.reset(static_cast<char *>(malloc(max_entry)));
+        result = text ? read_small_file(file.get(), text.get(), max_entry, &size) : -ENOMEM;
     }
     if (result != 0) {
-        dlog_print(log_error, log_tag, "package entry %s cannot be read: %s", path, strerror(-result));
+        dlog_print(log_error, log_tag, "cannot read package entry %s: %s", path, strerror(-result));
         return result;
     }
 
-    GKeyFile *file = g_key_file_new();
-    result = parse(file, path, text, size);
-    if (result != 0) {
-        g_key_file_unref(file);
+    g_autoptr(GKeyFile) parsed = g_key_file_new();
+    result = parse(parsed, path, text.get(), size);
+    if (result != 0)
         return result;
-    }
-    if (file_)
-        g_key_file_unref(file_);
-    file_ = file;
+    g_clear_pointer(&file_, g_key_file_unref);
+    file_ = g_steal_pointer(&parsed);
     return 0;
 }
 
-char *PackageEntry::string(const char *key) const
+CText PackageEntry::string(const char *key) const
 {
     if (!file_)
         return nullptr;
     g_autofree char *text = g_key_file_get_string(file_, package_group, key, nullptr);
-    return text ? strdup(text) : nullptr;
+    return text ? copy_text(text) : nullptr;
 }
 
 } // namespace kv::host

@@ -4,24 +4,19 @@
 #include "package_entry.hpp"
 
 #include <cerrno>
-#include <cstdlib>
-#include <new>
 
-using kv::host::PackageEntry;
+using namespace kv::host;
 
 extern "C" int package_info_create(const char *package, package_info_h *info)
 {
     if (!info)
         return -EINVAL;
-    void *memory = malloc(sizeof(PackageEntry));
-    if (!memory)
+    Owned<PackageEntry> entry = make<PackageEntry>();
+    if (!entry)
         return -ENOMEM;
-    auto *entry = new (memory) PackageEntry;
-    if (const int error = entry->open(package); error != 0) {
-        package_info_destroy(entry);
+    if (const int error = entry->open(package); error != 0)
         return error;
-    }
-    *info = entry;
+    *info = entry.release();
     return 0;
 }
 
@@ -29,18 +24,15 @@ extern "C" int package_info_get_version(package_info_h info, char **version)
 {
     if (!info || !version)
         return -EINVAL;
-    char *text = static_cast<const PackageEntry *>(info)->string(kv::host::package_key::version);
+    CText text = static_cast<const PackageEntry *>(info)->string(package_key::version);
     if (!text)
-        return -ENOMEM; // an entry that could be opened has a version
-    *version = text;
+        return -ENOMEM; // an open entry always has a version
+    *version = text.release();
     return 0;
 }
 
 extern "C" int package_info_destroy(package_info_h info)
 {
-    if (!info)
-        return 0;
-    static_cast<PackageEntry *>(info)->~PackageEntry();
-    free(info);
+    const Owned<PackageEntry> released{static_cast<PackageEntry *>(info)};
     return 0;
 }

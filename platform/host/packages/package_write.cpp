@@ -28,19 +28,15 @@ int write_and_sync(int descriptor, const char *bytes, std::size_t size)
         bytes += written;
         size -= static_cast<std::size_t>(written);
     }
-    // Entries hold nothing secret, and applications of any user ask for versions.
+    // Readable by all: entries hold no secrets, and applications of any user read versions.
     return fchmod(descriptor, 0644) == 0 && fsync(descriptor) == 0 ? 0 : -errno;
 }
 
-/// A name is only safe once its directory is.
+/// Makes a new name survive a power cut.
 int sync_directory(const char *directory)
 {
-    const int descriptor = open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0)
-        return -errno;
-    const int result = fsync(descriptor) == 0 ? 0 : -errno;
-    close(descriptor);
-    return result;
+    const Fd opened{open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    return opened && fsync(opened.get()) == 0 ? 0 : -errno;
 }
 
 int replace_file(const char *path, const char *text, std::size_t size)
@@ -48,13 +44,13 @@ int replace_file(const char *path, const char *text, std::size_t size)
     g_autofree char *directory = g_path_get_dirname(path);
     if (g_mkdir_with_parents(directory, 0755) < 0)
         return -errno;
-    // The leading dot keeps a leftover from being taken for a package.
+    // With a leading dot it is not a package entry if it is left behind.
     g_autofree char *temporary = g_strdup_printf("%s/.entry.XXXXXX", directory);
-    const int descriptor = mkostemp(temporary, O_CLOEXEC);
-    if (descriptor < 0)
+    Fd file{mkostemp(temporary, O_CLOEXEC)};
+    if (!file)
         return -errno;
-    int result = write_and_sync(descriptor, text, size);
-    close(descriptor);
+    int result = write_and_sync(file.get(), text, size);
+    file.reset();
     if (result == 0 && rename(temporary, path) < 0)
         result = -errno;
     if (result != 0) {
@@ -70,16 +66,16 @@ void set_optional(GKeyFile *file, const char *key, const char *value)
         g_key_file_set_string(file, package_group, key, value);
 }
 
-/// NULL, or why the reading side could not make sense of it.
+/// The reason why the values do not make a valid entry; NULL if they do.
 const char *objection(const char *version, const char *executable, const char *arguments, const char *group)
 {
     if (!version || *version == '\0')
-        return "a version is needed";
+        return "the version is missing";
     if (executable && *executable != '/')
         return "the executable is not an absolute path";
     for (const char *text : {version, executable, arguments, group}) {
         if (text && !g_utf8_validate(text, -1, nullptr))
-            return "not UTF-8";
+            return "a value is not UTF-8";
     }
     return nullptr;
 }
@@ -96,7 +92,7 @@ extern "C" int package_info_install(const char *package, const char *version, co
     if (!path)
         return -EINVAL;
     if (const char *why = objection(version, executable, arguments, group)) {
-        dlog_print(log_error, log_tag, "package %s cannot be entered: %s", package, why);
+        dlog_print(log_error, log_tag, "cannot install package %s: %s", package, why);
         return -EINVAL;
     }
 
@@ -110,7 +106,7 @@ extern "C" int package_info_install(const char *package, const char *version, co
 
     const int result = replace_file(path, text, size);
     if (result != 0)
-        dlog_print(log_error, log_tag, "package entry %s cannot be written: %s", path, strerror(-result));
+        dlog_print(log_error, log_tag, "cannot write package entry %s: %s", path, strerror(-result));
     return result;
 }
 
@@ -127,6 +123,6 @@ extern "C" int package_info_uninstall(const char *package)
     if (errno == ENOENT || errno == ENOTDIR)
         return 0;
     const int result = -errno;
-    dlog_print(log_error, log_tag, "package entry %s cannot be removed: %s", path, strerror(-result));
+    dlog_print(log_error, log_tag, "cannot remove package entry %s: %s", path, strerror(-result));
     return result;
 }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "byte_queue.hpp"
 
-#include <cstdlib>
 #include <cstring>
 
 namespace kv::host {
@@ -13,11 +12,11 @@ constexpr size_t ordinary_capacity = size_t{64} << 10;
 
 void ByteQueue::compact()
 {
-    if (start == 0 || start < size())
+    if (start_ == 0 || start_ < size())
         return;
-    memmove(bytes, bytes + start, size());
-    end -= start;
-    start = 0;
+    memmove(buffer_.bytes(), front(), size());
+    end_ -= start_;
+    start_ = 0;
 }
 
 bool ByteQueue::reserve(size_t more)
@@ -27,41 +26,37 @@ bool ByteQueue::reserve(size_t more)
     compact();
     if (room() >= more)
         return true;
-    size_t wanted = capacity ? capacity * 2 : ordinary_capacity;
-    if (wanted < end + more)
-        wanted = end + more;
-    auto *larger = static_cast<uint8_t *>(realloc(bytes, wanted));
-    if (!larger)
-        return false;
-    bytes = larger;
-    capacity = wanted;
-    return true;
+    size_t wanted = buffer_.capacity() ? buffer_.capacity() * 2 : ordinary_capacity;
+    if (wanted < end_ + more)
+        wanted = end_ + more;
+    return buffer_.grow(wanted);
 }
 
 bool ByteQueue::append(const uint8_t *data, size_t count)
 {
     if (!reserve(count))
         return false;
-    memcpy(bytes + end, data, count);
-    end += count;
+    memcpy(back(), data, count);
+    end_ += count;
     return true;
 }
 
 void ByteQueue::consume(size_t count)
 {
-    start += count;
-    if (start < end)
+    start_ += count;
+    if (start_ < end_)
         return;
-    start = 0;
-    end = 0;
-    if (capacity > ordinary_capacity)
-        clear();
+    start_ = 0;
+    end_ = 0;
+    if (buffer_.capacity() > ordinary_capacity)
+        buffer_.reset();
 }
 
 void ByteQueue::clear()
 {
-    free(bytes);
-    *this = {};
+    buffer_.reset();
+    start_ = 0;
+    end_ = 0;
 }
 
 } // namespace kv::host

@@ -5,7 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
+
+#include "platform/host/owned.hpp"
 
 #include "platform/host/ports/runtime/runtime_directory.hpp"
 
@@ -32,19 +33,18 @@ bool is_member(int descriptor, const PeerCredentials &peer, gid_t group)
         return false;
     if (peer.gid == group)
         return true;
-    // The kernel says how much room the list needs when there is too little.
+    // With too little room the kernel reports the size of the list.
     socklen_t size = 0;
     if (getsockopt(descriptor, SOL_SOCKET, SO_PEERGROUPS, nullptr, &size) == 0 || errno != ERANGE || size == 0)
         return false;
-    auto *groups = static_cast<gid_t *>(malloc(size));
+    const Allocated<gid_t> groups{static_cast<gid_t *>(malloc(size))};
     if (!groups)
         return false;
-    bool found = false;
-    if (getsockopt(descriptor, SOL_SOCKET, SO_PEERGROUPS, groups, &size) == 0)
-        for (size_t i = 0; i < size / sizeof(gid_t) && !found; i++)
-            found = groups[i] == group;
-    free(groups);
-    return found;
+    if (getsockopt(descriptor, SOL_SOCKET, SO_PEERGROUPS, groups.get(), &size) == 0)
+        for (size_t i = 0; i < size / sizeof(gid_t); i++)
+            if (groups.get()[i] == group)
+                return true;
+    return false;
 }
 
 } // namespace kv::host

@@ -5,7 +5,7 @@
 
 namespace kv::host {
 
-/// Who is at the other end, as the kernel says.
+/// User, group and process of a peer, as the kernel reports them.
 struct PeerCredentials {
     pid_t pid;
     uid_t uid;
@@ -13,9 +13,9 @@ struct PeerCredentials {
 };
 
 int read_credentials(int descriptor, PeerCredentials *peer);
-/// The same user and root.
+/// Whether the peer is the same user or root.
 bool is_own_or_root(const PeerCredentials &peer);
-/// Whether the peer ran with that group, as its own or a further one, when it connected or began to listen.
+/// Whether the peer had that group, as its primary or a supplementary one, when it connected or began to listen.
 bool is_member(int descriptor, const PeerCredentials &peer, gid_t group);
 
 } // namespace kv::host

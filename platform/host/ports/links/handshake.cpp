@@ -8,64 +8,63 @@
 namespace kv::host {
 namespace {
 
-constexpr uint32_t hello_mark = 0x4c504b56;  // "VKPL" as it lies in memory
-constexpr uint32_t answer_mark = 0x52504b56; // "VKPR"
+constexpr uint32_t request_mark = 0x4c504b56; // the bytes "VKPL"
+constexpr uint32_t reply_mark = 0x52504b56;   // the bytes "VKPR"
 
 } // namespace
 
-size_t write_hello(uint8_t *bytes, const Hello &hello)
+size_t write_handshake_request(uint8_t *bytes, const HandshakeRequest &request)
 {
-    const size_t length = strlen(hello.sender);
-    const size_t size = hello_head + length;
+    const size_t length = strlen(request.sender);
+    const size_t size = request_head + length;
     store_u32(bytes, static_cast<uint32_t>(size - frame_header));
-    store_u32(bytes + 4, hello_mark);
-    store_u32(bytes + 8, hello.version);
-    bytes[12] = hello.link;
-    memcpy(bytes + 13, hello.token, token_size);
+    store_u32(bytes + 4, request_mark);
+    store_u32(bytes + 8, request.version);
+    bytes[12] = request.link;
+    memcpy(bytes + 13, request.token, token_size);
     store_u32(bytes + 13 + token_size, static_cast<uint32_t>(length));
-    memcpy(bytes + hello_head, hello.sender, length);
+    memcpy(bytes + request_head, request.sender, length);
     return size;
 }
 
-Parsed read_hello(const uint8_t *bytes, size_t size, Hello *hello)
+Parsed read_handshake_request(const uint8_t *bytes, size_t size, HandshakeRequest *request)
 {
     if (size < frame_header)
         return Parsed::incomplete;
     const size_t whole = frame_header + size_t{load_u32(bytes)};
-    if (whole < hello_head || whole > longest_hello || size > whole)
+    if (whole < request_head || whole > max_request_size || size > whole)
         return Parsed::malformed;
-    if (size >= 8 && load_u32(bytes + 4) != hello_mark)
+    if (size >= 8 && load_u32(bytes + 4) != request_mark)
         return Parsed::malformed;
     if (size < whole)
         return Parsed::incomplete;
     const size_t length = load_u32(bytes + 13 + token_size);
-    if (length != whole - hello_head || memchr(bytes + hello_head, 0, length) || bytes[12] > 1)
+    if (length != whole - request_head || memchr(bytes + request_head, 0, length) || bytes[12] > 1)
         return Parsed::malformed;
-    hello->version = load_u32(bytes + 8);
-    hello->link = bytes[12];
-    memcpy(hello->token, bytes + 13, token_size);
-    memcpy(hello->sender, bytes + hello_head, length);
-    hello->sender[length] = '\0';
+    request->version = load_u32(bytes + 8);
+    request->link = bytes[12];
+    memcpy(request->token, bytes + 13, token_size);
+    memcpy(request->sender, bytes + request_head, length);
+    request->sender[length] = '\0';
     return Parsed::whole;
 }
 
-void write_answer(uint8_t *bytes, const Answer &answer)
+void write_handshake_reply(uint8_t *bytes, const HandshakeReply &reply)
 {
-    store_u32(bytes, answer_size - frame_header);
-    store_u32(bytes + 4, answer_mark);
-    store_u32(bytes + 8, answer.version);
-    store_u32(bytes + 12, static_cast<uint32_t>(answer.code));
+    store_u32(bytes, reply_size - frame_header);
+    store_u32(bytes + 4, reply_mark);
+    store_u32(bytes + 8, reply.version);
+    store_u32(bytes + 12, static_cast<uint32_t>(reply.code));
 }
 
-Parsed read_answer(const uint8_t *bytes, size_t size, Answer *answer)
+Parsed read_handshake_reply(const uint8_t *bytes, size_t size, HandshakeReply *reply)
 {
-    if ((size >= 4 && load_u32(bytes) != answer_size - frame_header) ||
-        (size >= 8 && load_u32(bytes + 4) != answer_mark))
+    if ((size >= 4 && load_u32(bytes) != reply_size - frame_header) || (size >= 8 && load_u32(bytes + 4) != reply_mark))
         return Parsed::malformed;
-    if (size < answer_size)
+    if (size < reply_size)
         return Parsed::incomplete;
-    answer->version = load_u32(bytes + 8);
-    answer->code = static_cast<int32_t>(load_u32(bytes + 12));
+    reply->version = load_u32(bytes + 8);
+    reply->code = static_cast<int32_t>(load_u32(bytes + 12));
     return Parsed::whole;
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a serving side sends: never blocking, since the peer may be waiting for this side at the same time.
+// What a stub sends. It never blocks: the peer may be waiting for this process at the same time.
 #include <sys/socket.h>
 
 #include <cerrno>
@@ -14,16 +14,16 @@
 namespace kv::host {
 namespace {
 
-// A peer may let this much wait before the parcel that is one too many; a single parcel may be larger.
-constexpr size_t outbox_limit = size_t{4} << 20;
-constexpr size_t held_limit = size_t{64} << 10;
+// A peer with more than this in its outbox is disconnected at the next parcel. A single parcel may be larger.
+constexpr size_t max_outbox = size_t{4} << 20;
+constexpr size_t max_held = size_t{64} << 10;
 
-// Bytes that went out, 0 when the peer takes nothing now, negative when the link broke.
+// The number of bytes sent: 0 if the peer accepts nothing now, negative if the link broke.
 ssize_t send_now(Port *port, const uint8_t *bytes, size_t size)
 {
     ssize_t sent;
     do {
-        sent = send(port->fd, bytes, size, MSG_NOSIGNAL | MSG_DONTWAIT);
+        sent = send(port->fd.get(), bytes, size, MSG_NOSIGNAL | MSG_DONTWAIT);
     } while (sent < 0 && errno == EINTR);
     if (sent >= 0)
         return sent;
@@ -34,7 +34,7 @@ ssize_t send_now(Port *port, const uint8_t *bytes, size_t size)
     return -1;
 }
 
-// The owner's source looks for room to write only while something waits. Told only of changes: each wakes its loop.
+// Watches for room to write only while something waits. Only a change reaches the source, because each wakes its loop.
 void watch_for_room(Port *port)
 {
     const bool waits = port->outbox.size() > 0 && !port->held && port->open();
@@ -49,7 +49,7 @@ void watch_for_room(Port *port)
     } else if (port->watch) {
         g_source_modify_unix_fd(port->source, port->watch, wanted);
     } else if (wanted != 0) {
-        port->watch = g_source_add_unix_fd(port->source, port->fd, wanted);
+        port->watch = g_source_add_unix_fd(port->source, port->fd.get(), wanted);
     }
 }
 
@@ -66,14 +66,14 @@ int port_queue_frame(Port *port, const uint8_t *bytes, size_t size)
         if (done == size) [[likely]]
             return 0;
     }
-    if (port->outbox.size() > outbox_limit) {
-        dlog_print(log_error, log_tag, "peer %s does not read: %zu bytes wait for it already; it is disconnected",
-                   port->owner, port->outbox.size());
+    if (port->outbox.size() > max_outbox) {
+        dlog_print(log_error, log_tag, "peer %s does not read: %zu bytes wait for it; disconnecting it", port->owner,
+                   port->outbox.size());
         port_break(port);
         return -ENOBUFS;
     }
     if (!port->outbox.append(bytes + done, size - done)) {
-        dlog_print(log_error, log_tag, "peer %s: out of memory for what waits for it; it is disconnected", port->owner);
+        dlog_print(log_error, log_tag, "peer %s: out of memory for its outbox; disconnecting it", port->owner);
         port_break(port);
         return -ENOMEM;
     }
@@ -81,8 +81,8 @@ int port_queue_frame(Port *port, const uint8_t *bytes, size_t size)
         watch_for_room(port);
     } else if (port->outbox.size() >= port->held_until) {
         port_flush(port);
-        // What the peer did not take now it will hardly take with the next parcel.
-        port->held_until = port->outbox.size() + held_limit;
+        // A peer that did not accept all of it now will hardly do so at the next parcel.
+        port->held_until = port->outbox.size() + max_held;
     }
     return 0;
 }
@@ -106,7 +106,7 @@ using namespace kv::host;
 
 namespace {
 
-bool serves(const Port *port)
+bool is_stub_port(const Port *port)
 {
     return port && (port->role == PortRole::server_main || port->role == PortRole::server_callback);
 }
@@ -116,10 +116,10 @@ bool serves(const Port *port)
 extern "C" int rpc_port_stub_hold(rpc_port_h handle)
 {
     auto *port = static_cast<Port *>(handle);
-    if (!serves(port))
+    if (!is_stub_port(port))
         return -EINVAL;
     port->held = true;
-    port->held_until = port->outbox.size() + held_limit;
+    port->held_until = port->outbox.size() + max_held;
     watch_for_room(port);
     return 0;
 }
@@ -127,7 +127,7 @@ extern "C" int rpc_port_stub_hold(rpc_port_h handle)
 extern "C" int rpc_port_stub_flush(rpc_port_h handle)
 {
     auto *port = static_cast<Port *>(handle);
-    if (!serves(port))
+    if (!is_stub_port(port))
         return -EINVAL;
     port->held = false;
     if (!port->open())
@@ -139,7 +139,7 @@ extern "C" int rpc_port_stub_flush(rpc_port_h handle)
 extern "C" int rpc_port_stub_send_raw(rpc_port_h handle, const void *bytes, size_t size)
 {
     auto *port = static_cast<Port *>(handle);
-    if (!serves(port) || (!bytes && size > 0))
+    if (!is_stub_port(port) || (!bytes && size > 0))
         return -EINVAL;
     if (!port->open())
         return -ENOTCONN;

@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <initializer_list>
@@ -18,45 +17,46 @@ uint32_t process_generation = 1;
 
 namespace {
 
-constexpr size_t least_receive = 4096;
-// An owner that never reads what it was told of must not fill the memory.
-constexpr size_t unread_limit = 2 * payload_limit;
+constexpr size_t min_receive = 4096;
+// An owner that ignores its events must not exhaust the memory.
+constexpr size_t max_unread = 2 * max_payload;
 
-[[gnu::constructor]] void notice_forks()
+[[gnu::constructor]] void count_forks()
 {
     pthread_atfork(nullptr, nullptr, [] { process_generation++; });
 }
 
 enum class Front { incomplete, whole, malformed };
 
-// What stands in the inbox behind so many bytes.
+// Examines the frame at an offset into the inbox.
 Front frame_at(const Port *port, size_t offset, size_t *size)
 {
-    const size_t there = port->inbox.size() - offset;
-    if (there < frame_header)
+    const size_t available = port->inbox.size() - offset;
+    if (available < frame_header)
         return Front::incomplete;
     const size_t payload = load_u32(port->inbox.front() + offset);
-    if (payload > payload_limit)
+    if (payload > max_payload)
         return Front::malformed;
     *size = frame_header + payload;
-    return there < *size ? Front::incomplete : Front::whole;
+    return available < *size ? Front::incomplete : Front::whole;
 }
 
 void break_malformed(Port *port, size_t offset)
 {
-    dlog_print(log_error, log_tag, "port %s: a parcel of %u bytes was announced, the limit is %zu; the link is closed",
-               port->owner, load_u32(port->inbox.front() + offset), payload_limit);
-    // What came before it is whole and may still be read.
-    port->inbox.end = port->inbox.start + offset;
+    dlog_print(log_error, log_tag,
+               "port %s: the peer announced a parcel of %u bytes, more than the limit of %zu; closing the link",
+               port->owner, load_u32(port->inbox.front() + offset), max_payload);
+    // The frames before it are complete and can still be read.
+    port->inbox.truncate(offset);
     port->end_of_stream = true;
     port_break(port);
 }
 
 int take_front(Port *port, Parcel *parcel, size_t size)
 {
-    if (parcel->capacity < size && !grow_parcel(parcel, size - frame_header))
+    if (parcel->buffer.capacity() < size && !grow_parcel(parcel, size - frame_header))
         return parcel->failure;
-    memcpy(parcel->bytes, port->inbox.front(), size);
+    memcpy(parcel->buffer.bytes(), port->inbox.front(), size);
     parcel->end = size;
     port->inbox.consume(size);
     port->announced -= port->announced < size ? port->announced : size;
@@ -68,15 +68,15 @@ int report_timeout(Port *port)
 {
     dlog_print(
         log_error, log_tag,
-        "port %s: no reply within %d ms (KORVANE_REPLY_TIMEOUT_MS); the link is closed, as a late reply could be "
+        "port %s: no reply within %d ms (KORVANE_REPLY_TIMEOUT_MS); closing the link, because a late reply could be "
         "taken for the next one",
         port->owner, port->timeout_ms);
     port_break(port);
     return -ETIMEDOUT;
 }
 
-// In a forked child the links are the parent's.
-bool is_parents(const Port *port)
+// A forked child must leave its parent's links alone.
+bool belongs_to_parent(const Port *port)
 {
     return port->opened_in != 0 && !port->open();
 }
@@ -87,7 +87,7 @@ int report_closed(Port *port)
     return -ECONNRESET;
 }
 
-// Milliseconds for poll until the request's deadline: -1 without one, 0 when it has passed.
+// Milliseconds until the call's deadline, for poll: -1 without a deadline, 0 when it has passed.
 int remaining_ms(const Port *port)
 {
     if (port->role != PortRole::caller_main || port->timeout_ms == 0)
@@ -102,13 +102,13 @@ bool may_wait(const Port *port)
            (port->role == PortRole::caller_main || port->role == PortRole::caller_callback);
 }
 
-// Through the inbox: for parcels that come in pieces or several at once, and whenever waiting needs a closer look.
+// Receives through the inbox: for frames that arrive in pieces or several at once, and whenever the rules for waiting matter.
 [[gnu::noinline]] int receive_slowly(Port *port, Parcel *parcel)
 {
-    if (is_parents(port))
+    if (belongs_to_parent(port))
         return -EPERM;
     for (;;) {
-        // Looked at before the inbox: parcels that are no reply do not prolong the time for the reply.
+        // Checked before the inbox, so that parcels other than the reply do not extend the deadline.
         if (may_wait(port) && remaining_ms(port) == 0)
             return report_timeout(port);
         size_t size = 0;
@@ -118,7 +118,7 @@ bool may_wait(const Port *port)
         case Front::incomplete: break;
         }
         if (may_wait(port)) {
-            pollfd waiting{port->fd, POLLIN, 0};
+            pollfd waiting{port->fd.get(), POLLIN, 0};
             if (poll(&waiting, 1, remaining_ms(port)) < 0 && errno != EINTR)
                 return report_closed(port);
             if (waiting.revents == 0)
@@ -135,10 +135,10 @@ bool may_wait(const Port *port)
     }
 }
 
-// What came with the usual receive but is not just one whole parcel.
+// Handles a usual receive that did not return exactly one frame.
 [[gnu::noinline]] int receive_rest(Port *port, Parcel *parcel, ssize_t received)
 {
-    if (received > 0 && !port->inbox.append(parcel->bytes, static_cast<size_t>(received))) {
+    if (received > 0 && !port->inbox.append(parcel->buffer.bytes(), static_cast<size_t>(received))) {
         port_break(port);
         return -ENOMEM;
     }
@@ -159,27 +159,28 @@ bool may_wait(const Port *port)
 
 int port_receive(Port *port, Parcel *parcel)
 {
-    // The reply to the request that was just sent: straight into the parcel; the system keeps the time.
+    // The usual case is the reply to the request just sent: it is received directly into the parcel, and the socket option
+    // SO_RCVTIMEO bounds the wait.
     if (port->reply_due && port->open() && port->inbox.size() == 0) [[likely]] {
-        const ssize_t received = recv(port->fd, parcel->bytes, parcel->capacity, 0);
+        const ssize_t received = recv(port->fd.get(), parcel->buffer.bytes(), parcel->buffer.capacity(), 0);
         if (received >= static_cast<ssize_t>(frame_header) &&
-            load_u32(parcel->bytes) == static_cast<size_t>(received) - frame_header) [[likely]] {
+            load_u32(parcel->buffer.bytes()) == static_cast<size_t>(received) - frame_header) [[likely]] {
             parcel->end = static_cast<size_t>(received);
             port->reply_due = false;
             return 0;
         }
         return receive_rest(port, parcel, received);
     }
-    // What the owner was told of is whole.
-    if (port->announced > 0 && !is_parents(port)) [[likely]]
+    // Frames with a raised event are complete.
+    if (port->announced > 0 && !belongs_to_parent(port)) [[likely]]
         return take_front(port, parcel, frame_header + load_u32(port->inbox.front()));
     return receive_slowly(port, parcel);
 }
 
-void port_open(Port *port, int fd, PortRole role, Port *sibling, const char *owner)
+void port_open(Port *port, Fd fd, PortRole role, Port *sibling, const char *owner)
 {
     *port = {};
-    port->fd = fd;
+    port->fd = std::move(fd);
     port->opened_in = process_generation;
     port->role = role;
     port->sibling = sibling;
@@ -188,9 +189,7 @@ void port_open(Port *port, int fd, PortRole role, Port *sibling, const char *own
 
 void port_close(Port *port)
 {
-    if (port->fd >= 0)
-        close(port->fd);
-    port->fd = -1;
+    port->fd.reset();
     port->opened_in = 0;
     port->source = nullptr;
     port->watch = nullptr;
@@ -204,8 +203,8 @@ void port_break(Port *port)
     for (Port *link : {port, port->sibling}) {
         if (!link || !link->open())
             continue;
-        // Wakes the peer and ends the stream here; the descriptor stays until the owner has raised the event.
-        shutdown(link->fd, SHUT_RDWR);
+        // Wakes the peer and ends the stream. The descriptor stays open until the owner has raised the event.
+        shutdown(link->fd.get(), SHUT_RDWR);
         link->opened_in = 0;
         link->outbox.clear();
         if (link->source)
@@ -215,26 +214,26 @@ void port_break(Port *port)
 
 Received port_fill(Port *port)
 {
-    if (port->fd < 0 || port->end_of_stream || is_parents(port))
+    if (!port->fd || port->end_of_stream || belongs_to_parent(port))
         return Received::end;
-    if (port->inbox.size() > unread_limit) {
-        dlog_print(log_error, log_tag, "port %s: %zu received bytes were never read; the link is closed", port->owner,
-                   port->inbox.size());
+    if (port->inbox.size() > max_unread) {
+        dlog_print(log_error, log_tag, "port %s: the program has not read %zu received bytes; closing the link",
+                   port->owner, port->inbox.size());
         port->end_of_stream = true;
         return Received::end;
     }
-    port->inbox.compact(); // so that a receive brings as much as it can
-    if (!port->inbox.reserve(least_receive)) {
-        dlog_print(log_error, log_tag, "port %s: out of memory; the link is closed", port->owner);
+    port->inbox.compact(); // makes the receive as large as possible
+    if (!port->inbox.reserve(min_receive)) {
+        dlog_print(log_error, log_tag, "port %s: out of memory; closing the link", port->owner);
         port->end_of_stream = true;
         return Received::end;
     }
     ssize_t received;
     do {
-        received = recv(port->fd, port->inbox.bytes + port->inbox.end, port->inbox.room(), MSG_DONTWAIT);
+        received = recv(port->fd.get(), port->inbox.back(), port->inbox.room(), MSG_DONTWAIT);
     } while (received < 0 && errno == EINTR);
     if (received > 0) {
-        port->inbox.end += static_cast<size_t>(received);
+        port->inbox.added(static_cast<size_t>(received));
         return Received::data;
     }
     if (received < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
@@ -243,7 +242,7 @@ Received port_fill(Port *port)
     return Received::end;
 }
 
-bool port_has_news(const Port *port)
+bool port_has_pending_frame(const Port *port)
 {
     size_t size = 0;
     return frame_at(port, port->announced, &size) != Front::incomplete;

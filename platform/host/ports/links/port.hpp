@@ -6,76 +6,80 @@
 #include <cstdint>
 
 #include "byte_queue.hpp"
+#include "platform/host/owned.hpp"
 
 namespace kv::host {
 
 struct Parcel;
 
-/// Which end of which link a port is. Only the main link has both requests and replies.
+/// Which end of which link a port is. Only the main link carries requests and replies.
 enum class PortRole : uint8_t { caller_main, caller_callback, server_main, server_callback };
 
-/// Goes up in a forked child, where the links are still the parent's: using them there would mix up its bytes.
+/// Incremented in a forked child. The links belong to the parent: the child must not use them.
 extern uint32_t process_generation;
 
-/// One end of one link. All zero but for the descriptor is a closed port.
+/// One end of one link. An rpc_port_h points to it.
 struct Port {
-    int fd;
-    uint32_t opened_in; ///< the process generation it is open in, 0 when it is closed or broken
-    PortRole role;
-    bool reply_due;      ///< a request was sent and nothing was read since
-    bool no_waiting;     ///< the last send failed: no reply can be expected
-    bool held;           ///< sends are collected
-    bool waits_for_room; ///< the owner's source looks for room to write
-    bool end_of_stream;  ///< the peer has closed and everything that it sent was taken from the system
-    int timeout_ms;      ///< from a request to its reply; 0 waits for ever
-    int64_t sent_at_ms;  ///< when the last request went out
-    size_t announced;    ///< bytes at the front of the inbox whose parcels the owner was told of
+    Fd fd;
+    uint32_t opened_in = 0; ///< the process generation that opened it; 0 when closed or broken
+    PortRole role = PortRole::caller_main;
+    bool reply_due = false;      ///< a request was sent and nothing was read since
+    bool no_waiting = false;     ///< the last send failed, so no reply will arrive
+    bool held = false;           ///< sends are collected
+    bool waits_for_room = false; ///< the owner's source watches for room to write
+    bool end_of_stream = false;  ///< the peer has closed, and all that it sent is in the inbox
+    int timeout_ms = 0;          ///< from a request to its reply; 0 means no limit
+    int64_t sent_at_ms = 0;      ///< when the last request was sent
+    size_t announced = 0;        ///< bytes at the front of the inbox for whose frames events were raised
     ByteQueue inbox;
-    ByteQueue outbox;  ///< of a serving port: what the peer does not take yet
-    size_t held_until; ///< while sends are collected: the size at which the outbox leaves
-    GSource *source;   ///< the owner's, made ready when the link breaks
-    void *watch;       ///< of the descriptor in that source, if there is one
-    Port *sibling;     ///< the other link of the same connection
-    const char *owner; ///< for log lines: the port's name, or the peer's
+    ByteQueue outbox;          ///< a stub's: what the peer has not accepted yet
+    size_t held_until = 0;     ///< while sends are collected: the outbox size at which they are sent
+    GSource *source = nullptr; ///< the owner's; made ready when the link breaks
+    void *watch = nullptr;     ///< of the descriptor in that source, if any
+    Port *sibling = nullptr;   ///< the other link of the same connection
+    const char *owner = "";    ///< for log lines: the port's name, or the peer's
 
     bool open() const { return opened_in == process_generation; }
 };
 
+/// Result of looking for the next pending frame.
 enum class Announce { none, one, broken };
+/// Result of one receive.
 enum class Received { data, nothing, end };
 
-void port_open(Port *port, int fd, PortRole role, Port *sibling, const char *owner);
-/// Closes the descriptor and frees what is buffered.
+void port_open(Port *port, Fd fd, PortRole role, Port *sibling, const char *owner);
+/// Closes the descriptor and releases all buffers.
 void port_close(Port *port);
-/// Nothing more can be sent on either link; what has arrived can still be read. The owner's source runs next.
+/// Shuts both links of the connection down. Frames that have arrived can still be read. The owner's source runs next.
 void port_break(Port *port);
 
-/// Waits for a parcel at most as long as the port's rules say.
+/// Receives one parcel. Waits only where the port's role and state allow it, at most until the call's deadline.
 int port_receive(Port *port, Parcel *parcel);
-/// Takes over what waits in the system, in one receive and without blocking.
-Received port_fill(Port *port);
-/// Counts one more whole parcel in the inbox as announced, if there is one.
-Announce port_announce(Port *port);
-/// Whether the inbox holds a whole parcel that was not announced yet.
-bool port_has_news(const Port *port);
 
-/// Sends or queues a frame, never blocking.
+/// Receives once without waiting.
+Received port_fill(Port *port);
+/// Takes note of the next pending frame, so that its event can be raised.
+Announce port_announce(Port *port);
+/// Whether a frame is pending for which no event was raised yet.
+bool port_has_pending_frame(const Port *port);
+
+/// Sends or queues a frame without blocking.
 int port_queue_frame(Port *port, const uint8_t *bytes, size_t size);
-/// Sends what is queued as far as the peer takes it.
+/// Sends from the outbox what the peer accepts now.
 void port_flush(Port *port);
 
 int64_t coarse_now_ms();
 
-/// Raises events for waiting parcels until there are none, the turn is over, or `raise` says that the owner is gone.
-/// A turn ends when it gets long or has raised so many: a flood must starve none of the loop's other sources. What is
-/// left keeps the source ready, by its prepare function: for the next turn, and for the loop that a callback may run.
+/// Raises events for pending frames until there are none, `raise` returns false because the owner is gone, or the turn is
+/// over. A turn ends after 4 ms or max_per_turn events, so that a flood starves no other source of the loop. The rest
+/// keeps the source ready by its prepare function: for the next turn, or for a loop that a callback runs.
 template <class Raise>
-void port_deliver(Port *port, int most_per_turn, Raise raise)
+void port_deliver(Port *port, int max_per_turn, Raise raise)
 {
-    constexpr int64_t longest_turn_ms = 4;
-    // The exact clock would take longer than an event. This one may tick early: then there is one turn more.
-    const int64_t turn_ends = coarse_now_ms() + longest_turn_ms;
-    for (int i = 0; i < most_per_turn; i++)
+    constexpr int64_t max_turn_ms = 4;
+    // Reading the exact clock would cost more than an event. The coarse one may only end a turn early.
+    const int64_t turn_ends = coarse_now_ms() + max_turn_ms;
+    for (int i = 0; i < max_per_turn; i++)
         if (port_announce(port) != Announce::one || !raise() || coarse_now_ms() >= turn_ends)
             return;
 }

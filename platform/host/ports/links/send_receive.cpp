@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The ports' common ground: sending and reading one parcel. The usual call is one send and one receive; whatever is
-// not usual is left to the functions further down and in port_link.cpp.
+// Sending and receiving one parcel. The usual call is one send and one receive; port.cpp handles the other cases.
 #include "port.hpp"
 
 #include <cerrno>
@@ -19,13 +18,13 @@ namespace {
 
 [[gnu::noinline]] int refuse_send(Port *port, int code)
 {
-    // The next read must not wait for a reply to what never went out.
+    // The next read must not wait for a reply to a request that was never sent.
     port->no_waiting = true;
     port->reply_due = false;
     return code;
 }
 
-// The descriptor may be taking a long parcel in pieces, or not at all.
+// The peer accepts a long parcel in pieces, or not at all.
 [[gnu::noinline]] int send_rest(Port *port, const Parcel *parcel, ssize_t sent)
 {
     const int64_t started = coarse_now_ms();
@@ -38,26 +37,26 @@ namespace {
         const bool expired = port->timeout_ms > 0 && coarse_now_ms() - started >= port->timeout_ms;
         if (sent < 0 && errno != EINTR) {
             const bool timed_out = errno == EAGAIN || errno == EWOULDBLOCK;
-            dlog_print(log_error, log_tag, "port %s: cannot send a parcel of %zu bytes: %s; the link is closed",
-                       port->owner, parcel->end, timed_out ? "the other side does not take it" : strerror(errno));
+            dlog_print(log_error, log_tag, "port %s: cannot send a parcel of %zu bytes: %s; closing the link",
+                       port->owner, parcel->end, timed_out ? "the peer does not accept it" : strerror(errno));
             port_break(port);
             return refuse_send(port, timed_out ? -ETIMEDOUT : -EPIPE);
         }
         if (expired) {
             dlog_print(log_error, log_tag,
-                       "port %s: a parcel of %zu bytes was not taken within %d ms; the link is closed", port->owner,
-                       parcel->end, port->timeout_ms);
+                       "port %s: the peer did not accept a parcel of %zu bytes within %d ms; closing the link",
+                       port->owner, parcel->end, port->timeout_ms);
             port_break(port);
             return refuse_send(port, -ETIMEDOUT);
         }
-        sent = send(port->fd, parcel->bytes + done, parcel->end - done, MSG_NOSIGNAL);
+        sent = send(port->fd.get(), parcel->buffer.bytes() + done, parcel->end - done, MSG_NOSIGNAL);
     }
     return 0;
 }
 
 int caller_send(Port *port, Parcel *parcel)
 {
-    const ssize_t sent = send(port->fd, parcel->bytes, parcel->end, MSG_NOSIGNAL);
+    const ssize_t sent = send(port->fd.get(), parcel->buffer.bytes(), parcel->end, MSG_NOSIGNAL);
     if (sent != static_cast<ssize_t>(parcel->end)) [[unlikely]] {
         const int result = send_rest(port, parcel, sent);
         if (result != 0)
@@ -93,8 +92,8 @@ extern "C" int rpc_port_parcel_send(rpc_port_parcel_h parcel_handle, rpc_port_h 
     if (port->role == PortRole::caller_main) [[likely]]
         return caller_send(port, parcel);
     if (port->role == PortRole::caller_callback)
-        return -EINVAL; // nobody reads there
-    return port_queue_frame(port, parcel->bytes, parcel->end);
+        return -EINVAL; // the agent does not read that link
+    return port_queue_frame(port, parcel->buffer.bytes(), parcel->end);
 }
 
 extern "C" int rpc_port_parcel_create_from_port(rpc_port_parcel_h *out, rpc_port_h port_handle)

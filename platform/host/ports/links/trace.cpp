@@ -37,7 +37,7 @@ int named_descriptor(const char *number)
     return static_cast<int>(descriptor);
 }
 
-// A reader of a pipe that goes would take the application with it, by SIGPIPE; of a socket it does not.
+// Not a pipe: if its reader ended, SIGPIPE would end the application. A socket allows MSG_NOSIGNAL.
 bool can_be_written(int descriptor)
 {
     struct stat status;
@@ -50,8 +50,8 @@ bool can_be_written(int descriptor)
     return false;
 }
 
-// Before main, so before the application has threads: it takes the variable out of the environment, as a descriptor's
-// number means something else in every program that this one starts.
+// Runs before main, so before the application has threads, because it removes the variable from the environment: the number
+// of a descriptor means something else in a program that this one starts.
 [[gnu::constructor]] void begin_trace()
 {
     const char *wanted = secure_getenv(variable);
@@ -65,8 +65,10 @@ bool can_be_written(int descriptor)
     if (descriptor >= 0 && can_be_written(descriptor)) {
         trace_to = descriptor;
     } else {
-        dlog_print(log_error, log_tag, "%s=%s: %s; it is a file, or fd:N for a descriptor of a file or a socket",
-                   variable, wanted, strerror(errno));
+        dlog_print(
+            log_error, log_tag,
+            "cannot write the trace to %s=%s: %s; give a file, or fd:N with the descriptor of a file or a socket",
+            variable, wanted, strerror(errno));
         if (descriptor >= 0 && !named)
             close(descriptor);
     }
@@ -109,12 +111,12 @@ void write_trace(const Port *port, bool sent, const Parcel *parcel)
     record.process = static_cast<uint32_t>(getpid());
     record.time_us = g_get_real_time();
     record.size = static_cast<uint32_t>(parcel->end - frame_header);
-    record.port = static_cast<uint32_t>(port->fd);
+    record.port = static_cast<uint32_t>(port->fd.get());
     record.link = static_cast<uint32_t>(port->role);
     record.sent = sent ? 1 : 0;
-    iovec parts[] = {{&record, sizeof record}, {parcel->bytes + frame_header, record.size}};
+    iovec parts[] = {{&record, sizeof record}, {parcel->buffer.bytes() + frame_header, record.size}};
     if (!write_all(parts, 2)) {
-        dlog_print(log_error, log_tag, "cannot write the trace: %s; it ends here", strerror(errno));
+        dlog_print(log_error, log_tag, "cannot write the trace: %s; the trace ends here", strerror(errno));
         close(trace_to);
         trace_to = -1;
     }

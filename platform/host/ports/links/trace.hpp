@@ -6,9 +6,10 @@
 
 namespace kv::host {
 
-/// Where what crosses the ports is written, as KORVANE_TRACE says; -1 for nowhere.
+/// The descriptor that KORVANE_TRACE names; -1 without a trace.
 extern int trace_to;
 
+/// Writes a record and the parcel's payload.
 void write_trace(const Port *port, bool sent, const Parcel *parcel);
 
 inline void trace(const Port *port, bool sent, const Parcel *parcel)

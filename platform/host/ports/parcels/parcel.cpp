@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How values lie in a parcel: numbers little-endian, a bool one byte, a string its length and its bytes without an
-// end mark, an array its count and then its elements, a structured value its fields and nothing of its own.
+// The encoding of values. A number is little-endian. A bool is one byte, 0 or 1. A string is its length and its bytes without
+// a terminator. An array is its count, then its elements. A structured value is its fields, with no header.
 #include "parcel.hpp"
 
 #include <cerrno>
@@ -15,13 +15,13 @@ using namespace kv::host;
 
 namespace {
 
-// Where the next n bytes go; nullptr when there is no room to be had.
+// Reserves `size` bytes at the end and returns them; null if that fails.
 uint8_t *append(Parcel *parcel, size_t size)
 {
-    if (parcel->capacity - parcel->end < size) [[unlikely]]
+    if (parcel->buffer.capacity() - parcel->end < size) [[unlikely]]
         if (!grow_parcel(parcel, size))
             return nullptr;
-    uint8_t *place = parcel->bytes + parcel->end;
+    uint8_t *place = parcel->buffer.bytes() + parcel->end;
     parcel->end += size;
     return place;
 }
@@ -31,13 +31,13 @@ size_t remaining(const Parcel *parcel)
     return parcel->end - parcel->position;
 }
 
-// After a write that failed nothing more goes in: a parcel with a hole must never look whole.
+// After a failed write every further write fails, so that a parcel with a missing value is never sent.
 bool writable(const Parcel *parcel)
 {
     return parcel && parcel->failure == 0;
 }
 
-int refusal(const Parcel *parcel)
+int write_failure(const Parcel *parcel)
 {
     return parcel ? parcel->failure : -EINVAL;
 }
@@ -45,7 +45,7 @@ int refusal(const Parcel *parcel)
 [[gnu::noinline]] int write_number_slowly(Parcel *parcel, uint32_t value, size_t size)
 {
     if (!writable(parcel))
-        return refusal(parcel);
+        return write_failure(parcel);
     uint8_t *place = append(parcel, size);
     if (!place)
         return parcel->failure;
@@ -53,34 +53,35 @@ int refusal(const Parcel *parcel)
     return 0;
 }
 
-// The low bytes of a number. What is not usual is kept apart, so that the usual needs no stack: a list is hundreds.
+// Writes the low bytes of a number. A list writes hundreds: the slow case is a separate function, so that this one needs
+// no stack frame.
 template <size_t Size>
 int write_number(Parcel *parcel, uint32_t value)
 {
     value = htole32(value);
-    if (!writable(parcel) || parcel->capacity - parcel->end < Size) [[unlikely]]
+    if (!writable(parcel) || parcel->buffer.capacity() - parcel->end < Size) [[unlikely]]
         return write_number_slowly(parcel, value, Size);
-    memcpy(parcel->bytes + parcel->end, &value, Size);
+    memcpy(parcel->buffer.bytes() + parcel->end, &value, Size);
     parcel->end += Size;
     return 0;
 }
 
-// There is room for it.
+// The caller has made room.
 int put_string(Parcel *parcel, const char *value, size_t length)
 {
-    uint8_t *place = parcel->bytes + parcel->end;
+    uint8_t *place = parcel->buffer.bytes() + parcel->end;
     parcel->end += 4 + length;
     store_u32(place, static_cast<uint32_t>(length));
     if (length > 0)
-        memcpy(place + 4, value, length); // NOLINT(bugprone-not-null-terminated-result): the wire has lengths instead
+        memcpy(place + 4, value, length); // NOLINT(bugprone-not-null-terminated-result): the length precedes it
     return 0;
 }
 
 [[gnu::noinline]] int write_string_slowly(Parcel *parcel, const char *value, size_t length)
 {
     if (!writable(parcel))
-        return refusal(parcel);
-    if (length > payload_limit)
+        return write_failure(parcel);
+    if (length > max_payload)
         return parcel->failure = -EMSGSIZE;
     if (!grow_parcel(parcel, 4 + length))
         return parcel->failure;
@@ -124,7 +125,7 @@ int rpc_port_parcel_write_string(rpc_port_parcel_h handle, const char *value)
 {
     auto *parcel = static_cast<Parcel *>(handle);
     const size_t length = value ? strlen(value) : 0;
-    if (!writable(parcel) || parcel->capacity - parcel->end < 4 + length) [[unlikely]]
+    if (!writable(parcel) || parcel->buffer.capacity() - parcel->end < 4 + length) [[unlikely]]
         return write_string_slowly(parcel, value, length);
     return put_string(parcel, value, length);
 }
@@ -149,7 +150,7 @@ int rpc_port_parcel_read_int32(rpc_port_parcel_h handle, int *value)
         return -EINVAL;
     if (remaining(parcel) < 4)
         return -ENODATA;
-    *value = static_cast<int>(load_u32(parcel->bytes + parcel->position));
+    *value = static_cast<int>(load_u32(parcel->buffer.bytes() + parcel->position));
     parcel->position += 4;
     return 0;
 }
@@ -161,7 +162,7 @@ int rpc_port_parcel_read_bool(rpc_port_parcel_h handle, bool *value)
         return -EINVAL;
     if (remaining(parcel) < 1)
         return -ENODATA;
-    const uint8_t byte = parcel->bytes[parcel->position];
+    const uint8_t byte = parcel->buffer.bytes()[parcel->position];
     if (byte > 1)
         return -EBADMSG;
     *value = byte == 1;
@@ -176,13 +177,13 @@ int rpc_port_parcel_read_string(rpc_port_parcel_h handle, char **value)
         return -EINVAL;
     if (remaining(parcel) < 4)
         return -ENODATA;
-    const size_t length = load_u32(parcel->bytes + parcel->position);
+    const size_t length = load_u32(parcel->buffer.bytes() + parcel->position);
     if (length > remaining(parcel) - 4)
         return -ENODATA;
-    const uint8_t *bytes = parcel->bytes + parcel->position + 4;
+    const uint8_t *bytes = parcel->buffer.bytes() + parcel->position + 4;
     if (length > 0 && memchr(bytes, 0, length))
-        return -EBADMSG; // as a C string it would silently be a shorter one
-    auto *text = static_cast<char *>(malloc(length + 1));
+        return -EBADMSG;                                  // a C string would end there
+    auto *text = static_cast<char *>(malloc(length + 1)); // the caller's from here on
     if (!text)
         return -ENOMEM;
     memcpy(text, bytes, length);
@@ -199,8 +200,8 @@ int rpc_port_parcel_read_array_count(rpc_port_parcel_h handle, int *count)
         return -EINVAL;
     if (remaining(parcel) < 4)
         return -ENODATA;
-    const uint32_t value = load_u32(parcel->bytes + parcel->position);
-    // No element is shorter than a byte. A negative count is a huge one here.
+    const uint32_t value = load_u32(parcel->buffer.bytes() + parcel->position);
+    // An element has at least one byte. A negative count is a huge unsigned one.
     if (value > remaining(parcel) - 4)
         return -EBADMSG;
     *count = static_cast<int>(value);
@@ -221,7 +222,7 @@ int rpc_port_parcel_get_raw(rpc_port_parcel_h handle, const void **bytes, size_t
     const auto *parcel = static_cast<Parcel *>(handle);
     if (!parcel || !bytes || !size)
         return -EINVAL;
-    *bytes = parcel->bytes + frame_header;
+    *bytes = parcel->buffer.bytes() + frame_header;
     *size = parcel->end - frame_header;
     return 0;
 }
@@ -230,7 +231,7 @@ int rpc_port_parcel_create_from_raw(rpc_port_parcel_h *out, const void *bytes, s
 {
     if (!out || (!bytes && size > 0))
         return -EINVAL;
-    if (size > payload_limit)
+    if (size > max_payload)
         return -EMSGSIZE;
     Parcel *parcel = take_parcel();
     if (!parcel)

@@ -7,44 +7,46 @@
 #include <cstdint>
 #include <cstring>
 
+#include "buffer.hpp"
+
 namespace kv::host {
 
-/// On a link every parcel is a frame: the payload's length as a little-endian 32-bit number, then the payload.
+/// A frame is the payload's length as a little-endian 32-bit number, then the payload.
 inline constexpr size_t frame_header = 4;
-inline constexpr size_t payload_limit = size_t{16} << 20;
+inline constexpr size_t max_payload = size_t{16} << 20;
 
-/// The header's place is kept in front of the payload, so that a parcel is sent and received as it lies in memory.
+/// A sequence of values. Its buffer holds the whole frame, header first, so that one system call sends or receives it.
 struct Parcel {
-    uint8_t *bytes;
-    size_t capacity;
-    size_t end;      ///< of what is written
-    size_t position; ///< of the next read
-    int failure;     ///< of the first write that failed; such a parcel is not sent
-    Parcel *next;    ///< while it waits to be used again
+    Buffer buffer;
+    size_t end = frame_header;      ///< of the written bytes
+    size_t position = frame_header; ///< of the next read
+    int failure = 0;                ///< result of the first failed write; such a parcel is not sent
+    Parcel *next = nullptr;         ///< in the pool
 };
 
-/// Parcels are used again: a call takes two and gives two back, so each thread keeps a few with their buffers.
+/// The unused parcels of one thread. A call takes two parcels and returns two, so it needs no allocation.
 struct ParcelPool {
     Parcel *first;
-    unsigned places; ///< free ones; none before the thread has seen to it that its pool is freed at its end
-    bool freed_at_thread_end;
+    unsigned free_places; ///< 0 until the thread's end is watched, because the pool must be emptied then
+    bool emptied_at_thread_end;
 };
 
-inline constexpr size_t kept_capacity = size_t{64} << 10;
+/// A parcel with a larger buffer is released instead of kept.
+inline constexpr size_t max_kept_capacity = size_t{64} << 10;
 
 [[gnu::tls_model("initial-exec")]] extern constinit thread_local ParcelPool parcel_pool;
 
 Parcel *make_parcel();
-void keep_or_free_parcel(Parcel *parcel);
+void keep_or_destroy_parcel(Parcel *parcel);
 
-/// An empty parcel; nullptr when out of memory.
+/// An empty parcel; null when out of memory.
 inline Parcel *take_parcel()
 {
     Parcel *parcel = parcel_pool.first;
     if (!parcel) [[unlikely]]
         return make_parcel();
     parcel_pool.first = parcel->next;
-    parcel_pool.places++;
+    parcel_pool.free_places++;
     parcel->end = frame_header;
     parcel->position = frame_header;
     parcel->failure = 0;
@@ -53,14 +55,15 @@ inline Parcel *take_parcel()
 
 inline void release_parcel(Parcel *parcel)
 {
-    if (parcel->capacity > kept_capacity || parcel_pool.places == 0) [[unlikely]]
-        return keep_or_free_parcel(parcel);
+    if (parcel->buffer.capacity() > max_kept_capacity || parcel_pool.free_places == 0) [[unlikely]]
+        return keep_or_destroy_parcel(parcel);
     parcel->next = parcel_pool.first;
     parcel_pool.first = parcel;
-    parcel_pool.places--;
+    parcel_pool.free_places--;
 }
 
-/// Makes room behind the end. False, with the failure remembered, over the limit or out of memory.
+/// Makes room for `more` bytes behind the end. False if the parcel would exceed max_payload or memory is short; the
+/// parcel keeps the failure.
 bool grow_parcel(Parcel *parcel, size_t more);
 
 inline uint32_t load_u32(const uint8_t *bytes)
@@ -78,7 +81,7 @@ inline void store_u32(uint8_t *bytes, uint32_t value)
 
 inline void store_frame_header(Parcel *parcel)
 {
-    store_u32(parcel->bytes, static_cast<uint32_t>(parcel->end - frame_header));
+    store_u32(parcel->buffer.bytes(), static_cast<uint32_t>(parcel->end - frame_header));
 }
 
 } // namespace kv::host

@@ -3,7 +3,7 @@
 
 namespace {
 
-// Initial-exec: the library is always loaded with its application, and this is read on every call.
+// Every call reads it. The initial-exec model makes that one load; it suits a library that is always loaded at start.
 [[gnu::tls_model("initial-exec")]] thread_local int last_result = 0;
 
 } // namespace

@@ -2,60 +2,44 @@
 #include "proxy.hpp"
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
 #include "platform/host/log/log.hpp"
 
 namespace kv::host {
 
-void proxy_hold(Proxy *proxy)
-{
-    proxy->holders++;
-}
-
-void proxy_release(Proxy *proxy)
-{
-    if (--proxy->holders > 0)
-        return;
-    free(proxy->appid);
-    free(proxy->port_name);
-    free(proxy);
-}
-
 namespace {
 
-// All that one receive usually brings.
-constexpr int most_events_per_turn = 4096;
+constexpr int max_events_per_turn = 4096; // what one receive usually returns
 
 } // namespace
 
 void proxy_serve(Proxy *proxy)
 {
     Port *port = &proxy->callback;
-    // While it is the proxy's, this connection is: callbacks may close it, and may even have connected again.
-    const GSource *source = proxy->source;
-    // What was pushed before the link broke is delivered before the end of the link is told.
-    if (!proxy->main.open() || (g_source_query_unix_fd(proxy->source, proxy->main_watch) & (G_IO_HUP | G_IO_ERR)))
+    // Identifies this connection: a callback may close it, and may even connect again.
+    GSource *source = proxy->source.get();
+    // The frames that arrived before the link broke are delivered before `disconnected` is raised.
+    if (!proxy->main.open() || (g_source_query_unix_fd(source, proxy->main_watch) & (G_IO_HUP | G_IO_ERR)))
         port_break(&proxy->main);
     const bool over = !proxy->main.open();
     Received received = Received::nothing;
-    if (over || g_source_query_unix_fd(proxy->source, proxy->callback_watch) != 0)
+    if (over || g_source_query_unix_fd(source, proxy->callback_watch) != 0)
         received = port_fill(port);
-    port_deliver(port, most_events_per_turn, [proxy, source] {
+    port_deliver(port, max_events_per_turn, [proxy, source] {
         if (proxy->received.function)
-            proxy->received.function(proxy->appid, proxy->port_name, proxy->received.data);
-        return proxy->source == source;
+            proxy->received.function(proxy->appid.get(), proxy->port_name.get(), proxy->received.data);
+        return proxy->source.get() == source;
     });
-    if (proxy->source != source || port_has_news(port))
+    if (proxy->source.get() != source || port_has_pending_frame(port))
         return;
     if (received == Received::end || (over && received == Received::nothing)) {
-        dlog_print(log_info, log_tag, "port %s of %s: disconnected", proxy->port_name, proxy->appid);
+        dlog_print(log_info, log_tag, "port %s of %s: disconnected", proxy->port_name.get(), proxy->appid.get());
         proxy_close(proxy);
         if (proxy->disconnected.function)
-            proxy->disconnected.function(proxy->appid, proxy->port_name, proxy->disconnected.data);
+            proxy->disconnected.function(proxy->appid.get(), proxy->port_name.get(), proxy->disconnected.data);
     } else if (over) {
-        g_source_set_ready_time(proxy->source, 0);
+        g_source_set_ready_time(source, 0);
     }
 }
 
@@ -74,20 +58,17 @@ int set_callback(rpc_port_proxy_h handle, EventCallback<Function> Proxy::*event,
     return 0;
 }
 
-// The names stay those of the first connect: callbacks that are still running hold them.
-int name_port(Proxy *proxy, const char *appid, const char *port_name)
+// Sets the names at the first connect. They do not change after that, because a running callback may use them.
+int set_names(Proxy *proxy, const char *appid, const char *port_name)
 {
     if (proxy->appid)
-        return strcmp(proxy->appid, appid) == 0 && strcmp(proxy->port_name, port_name) == 0 ? 0 : -EINVAL;
-    char *own_appid = strdup(appid);
-    char *own_port_name = strdup(port_name);
-    if (!own_appid || !own_port_name) {
-        free(own_appid);
-        free(own_port_name);
+        return strcmp(proxy->appid.get(), appid) == 0 && strcmp(proxy->port_name.get(), port_name) == 0 ? 0 : -EINVAL;
+    CText own_appid = copy_text(appid);
+    CText own_port_name = copy_text(port_name);
+    if (!own_appid || !own_port_name)
         return -ENOMEM;
-    }
-    proxy->appid = own_appid;
-    proxy->port_name = own_port_name;
+    proxy->appid = std::move(own_appid);
+    proxy->port_name = std::move(own_port_name);
     return 0;
 }
 
@@ -99,14 +80,10 @@ int rpc_port_proxy_create(rpc_port_proxy_h *out)
 {
     if (!out)
         return -EINVAL;
-    auto *proxy = static_cast<Proxy *>(calloc(1, sizeof(Proxy)));
+    Owned<Proxy> proxy = make<Proxy>();
     if (!proxy)
         return -ENOMEM;
-    proxy->holders = 1;
-    proxy->main.fd = -1;
-    proxy->callback.fd = -1;
-    proxy->starting_lock = -1;
-    *out = proxy;
+    *out = proxy.release();
     return 0;
 }
 
@@ -115,8 +92,8 @@ int rpc_port_proxy_destroy(rpc_port_proxy_h handle)
     auto *proxy = static_cast<Proxy *>(handle);
     if (!proxy)
         return -EINVAL;
+    const Ref<Proxy> creators = Ref<Proxy>::adopt(proxy);
     proxy_close(proxy);
-    proxy_release(proxy);
     return 0;
 }
 
@@ -127,7 +104,7 @@ int rpc_port_proxy_connect(rpc_port_proxy_h handle, const char *appid, const cha
         return -EINVAL;
     if (proxy->state != ProxyState::idle)
         return proxy->state == ProxyState::connected ? -EISCONN : -EALREADY;
-    if (const int code = name_port(proxy, appid, port_name))
+    if (const int code = set_names(proxy, appid, port_name))
         return code;
     return proxy_begin(proxy);
 }

@@ -2,35 +2,36 @@
 #pragma once
 
 #include <glib.h>
+#include <rpc_port.h>
 
+#include "platform/host/owned.hpp"
 #include "platform/host/ports/links/handshake.hpp"
 #include "platform/host/ports/links/port.hpp"
 #include "platform/host/ports/runtime/runtime_directory.hpp"
-#include <rpc_port.h>
 
 namespace kv::host {
 
-/// An event's function and what it is called with.
+/// An event's callback and its user data.
 template <class Function>
 struct EventCallback {
-    Function function;
-    void *data;
+    Function function = nullptr;
+    void *data = nullptr;
 };
 
 enum class ProxyState : uint8_t {
-    idle,     ///< not connected, or no more
-    waiting,  ///< for the agent's socket, as the agent is starting or its backlog is full
-    greeting, ///< both links are made, the agent's answer is awaited
+    idle,        ///< not connected
+    waiting,     ///< for the agent's socket: the agent is starting, or its backlog is full
+    handshaking, ///< both links are open; the agent has not replied
     connected,
 };
 
-/// The calling side of one port. It lives as long as somebody holds it: its creator, and every turn of its source.
+/// The application's side of one port. Its creator and every running turn of its source own it.
 struct Proxy {
-    unsigned holders;
-    ProxyState state;
-    uint32_t made_in; ///< the process generation of its source
-    char *appid;
-    char *port_name;
+    unsigned references = 1;
+    ProxyState state = ProxyState::idle;
+    uint32_t created_in = 0; ///< the process generation of its source
+    CText appid;
+    CText port_name;
     EventCallback<rpc_port_proxy_connected_event_cb> connected;
     EventCallback<rpc_port_proxy_disconnected_event_cb> disconnected;
     EventCallback<rpc_port_proxy_rejected_event_cb> rejected;
@@ -38,31 +39,28 @@ struct Proxy {
 
     Port main;
     Port callback;
-    GSource *source;
-    void *main_watch;
-    void *callback_watch;
+    Source source;
+    void *main_watch = nullptr;
+    void *callback_watch = nullptr;
 
     // While connecting.
-    PortPlace place;
-    gint64 gives_up_at;
-    int timeout_ms;
-    int starting_lock; ///< held by the one process that starts the agent, else -1
-    bool started;
-    bool startable;
-    uint8_t answer[answer_size];
-    size_t answered;
+    PortPaths paths;
+    gint64 deadline = 0; ///< of the connection, on the monotonic clock in microseconds
+    int timeout_ms = 0;
+    Fd starting_lock; ///< locked by the one process that starts the agent
+    bool started = false;
+    bool startable = false;
+    uint8_t reply[reply_size];
+    size_t reply_received = 0;
 };
 
-void proxy_hold(Proxy *proxy);
-void proxy_release(Proxy *proxy);
-
-/// Begins to connect. 0, or a negative code at once when there is nobody to connect to.
+/// Begins to connect: 0, or a negative code if the failure is known at once.
 int proxy_begin(Proxy *proxy);
-/// Closes the links and forgets the source, raising nothing.
+/// Closes the links and destroys the source without raising an event.
 void proxy_close(Proxy *proxy);
-/// One turn of the source while the connection is being made.
+/// Runs one turn of the source while the connection is being made.
 void proxy_continue_connecting(Proxy *proxy);
-/// One turn of the source on a connection.
+/// Runs one turn of the source of a connection.
 void proxy_serve(Proxy *proxy);
 
 } // namespace kv::host

@@ -10,7 +10,6 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
 #include <cstring>
 
 #include "platform/host/log/log.hpp"
@@ -19,7 +18,7 @@
 namespace kv::host {
 namespace {
 
-// From here to exec only what is safe between fork and exec in a program with threads.
+// From here to exec: only functions that are safe between fork and exec in a program with threads.
 
 void close_from(int first, int kept)
 {
@@ -34,10 +33,10 @@ void close_from(int first, int kept)
 
 void reset_signals()
 {
-    struct sigaction by_default = {};
-    by_default.sa_handler = SIG_DFL;
+    struct sigaction default_action = {};
+    default_action.sa_handler = SIG_DFL;
     for (int number = 1; number < NSIG; number++)
-        sigaction(number, &by_default, nullptr);
+        sigaction(number, &default_action, nullptr);
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -57,16 +56,16 @@ void reset_signals()
     if (agent < 0)
         report(report_to);
     if (agent > 0)
-        _exit(0); // the agent is nobody's child now
-    const int nowhere = open("/dev/null", O_RDWR);
-    if (nowhere < 0)
+        _exit(0); // init becomes the agent's parent
+    const int null_device = open("/dev/null", O_RDWR);
+    if (null_device < 0)
         report(report_to);
-    // The report's descriptor goes above the three that are replaced, and is closed by a successful exec.
+    // The descriptor of the report moves above the three that are replaced. A successful exec closes it.
     const int kept = fcntl(report_to, F_DUPFD_CLOEXEC, 3);
     if (kept < 0)
         report(report_to);
     for (int standard = 0; standard < 3; standard++)
-        dup2(nowhere, standard);
+        dup2(null_device, standard);
     close_from(3, kept);
     reset_signals();
     if (chdir("/") != 0)
@@ -75,15 +74,15 @@ void reset_signals()
     report(kept);
 }
 
-// Waits until exec has succeeded (the pipe closes) or failed (its errno comes).
-int wait_for_exec(int report_from, pid_t between)
+// Waits until exec has succeeded, which closes the pipe, or failed, which sends its errno.
+int wait_for_exec(int report_from, pid_t intermediate)
 {
     int error = 0;
     ssize_t got;
     do {
         got = read(report_from, &error, sizeof error);
     } while (got < 0 && errno == EINTR);
-    while (waitpid(between, nullptr, 0) < 0 && errno == EINTR) {
+    while (waitpid(intermediate, nullptr, 0) < 0 && errno == EINTR) {
     }
     return got == static_cast<ssize_t>(sizeof error) ? -error : 0;
 }
@@ -93,41 +92,39 @@ int run_detached(char *const *arguments)
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         return -errno;
-    // No handler of the application may run in the child before its signals are reset.
+    const Fd report_from{ends[0]};
+    Fd report_to{ends[1]};
+    // Blocked, because no handler of the application may run in the child before its signals are reset.
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
     pthread_sigmask(SIG_BLOCK, &all, &before);
-    const pid_t between = fork();
-    if (between == 0) {
-        close(ends[0]);
-        become_agent(arguments, ends[1]);
+    const pid_t intermediate = fork();
+    if (intermediate == 0) {
+        close(report_from.get());
+        become_agent(arguments, report_to.get());
     }
     const int fork_error = errno;
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    close(ends[1]);
-    const int result = between < 0 ? -fork_error : wait_for_exec(ends[0], between);
-    close(ends[0]);
-    return result;
+    report_to.reset();
+    return intermediate < 0 ? -fork_error : wait_for_exec(report_from.get(), intermediate);
 }
 
-int make_arguments(const char *appid, const char *executable, const char *further, char ***arguments)
+/// The executable and its arguments, ended by NULL; released with g_strfreev. Null after an error line.
+char **argument_list(const char *appid, const char *executable, const char *arguments)
 {
-    int count = 0;
-    char **parsed = nullptr;
-    GError *error = nullptr;
-    if (further && further[0] && !g_shell_parse_argv(further, &count, &parsed, &error)) {
-        dlog_print(log_error, log_tag, "package %s: its arguments '%s' cannot be read: %s", appid, further,
-                   error->message);
-        g_error_free(error);
-        return -EINVAL;
+    g_auto(GStrv) parsed = nullptr;
+    g_autoptr(GError) error = nullptr;
+    if (arguments && arguments[0] && !g_shell_parse_argv(arguments, nullptr, &parsed, &error)) {
+        dlog_print(log_error, log_tag, "package %s: cannot parse its arguments '%s': %s; correct the package entry",
+                   appid, arguments, error->message);
+        return nullptr;
     }
-    *arguments = g_new0(char *, static_cast<size_t>(count) + 2);
-    (*arguments)[0] = g_strdup(executable);
-    for (int i = 0; i < count; i++)
-        (*arguments)[i + 1] = parsed[i];
-    g_free(parsed);
-    return 0;
+    g_autoptr(GStrvBuilder) list = g_strv_builder_new();
+    g_strv_builder_add(list, executable);
+    if (parsed)
+        g_strv_builder_addv(list, const_cast<const char **>(parsed));
+    return g_strv_builder_end(list);
 }
 
 } // namespace
@@ -137,10 +134,8 @@ bool agent_is_startable(const char *appid)
     PackageEntry entry;
     if (entry.open(appid) != 0)
         return false;
-    char *executable = entry.string(package_key::executable);
-    const bool startable = executable && executable[0];
-    free(executable);
-    return startable;
+    const CText executable = entry.string(package_key::executable);
+    return executable && *executable;
 }
 
 int start_agent(const char *appid)
@@ -148,24 +143,18 @@ int start_agent(const char *appid)
     PackageEntry entry;
     if (entry.open(appid) != 0)
         return -ENOENT;
-    char *executable = entry.string(package_key::executable);
-    if (!executable || !executable[0]) {
-        free(executable);
+    const CText executable = entry.string(package_key::executable);
+    if (!executable || !*executable)
         return -ENOENT;
-    }
-    char *further = entry.string(package_key::arguments);
-    char **arguments = nullptr;
-    int result = make_arguments(appid, executable, further, &arguments);
-    if (result == 0) {
-        result = run_detached(arguments);
-        g_strfreev(arguments);
-        if (result != 0)
-            dlog_print(log_error, log_tag, "package %s: cannot start %s: %s", appid, executable, strerror(-result));
-        else
-            dlog_print(log_info, log_tag, "package %s: started %s", appid, executable);
-    }
-    free(further);
-    free(executable);
+    const CText arguments = entry.string(package_key::arguments);
+    g_auto(GStrv) list = argument_list(appid, executable.get(), arguments.get());
+    if (!list)
+        return -EINVAL;
+    const int result = run_detached(list);
+    if (result != 0)
+        dlog_print(log_error, log_tag, "package %s: cannot start %s: %s", appid, executable.get(), strerror(-result));
+    else
+        dlog_print(log_info, log_tag, "package %s: started %s", appid, executable.get());
     return result;
 }
 

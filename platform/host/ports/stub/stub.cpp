@@ -1,33 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "stub.hpp"
 
-#include <unistd.h>
-
 #include <cerrno>
-#include <cstdlib>
-#include <cstring>
-
-#include "platform/host/log/log.hpp"
-
-namespace kv::host {
-
-void stub_hold(Stub *stub)
-{
-    stub->holders++;
-}
-
-void stub_release(Stub *stub)
-{
-    if (--stub->holders > 0)
-        return;
-    if (stub->peers)
-        g_hash_table_unref(stub->peers);
-    free(stub->appid);
-    free(stub->port_name);
-    free(stub);
-}
-
-} // namespace kv::host
 
 using namespace kv::host;
 
@@ -40,7 +14,7 @@ Peer *find_peer(const Stub *stub, const char *instance)
     return static_cast<Peer *>(g_hash_table_lookup(stub->peers, instance));
 }
 
-// Not one whose `disconnected` is being raised: the stub may be destroyed in there.
+// Skips a peer whose `disconnected` event is running: that callback may be destroying the stub.
 Peer *any_live_peer(const Stub *stub)
 {
     const auto is_live = [](gpointer, gpointer peer, gpointer) -> gboolean { return !static_cast<Peer *>(peer)->gone; };
@@ -56,22 +30,17 @@ int rpc_port_stub_create(rpc_port_stub_h *out, const char *appid, const char *po
 {
     if (!out || !appid || !port_name || !events)
         return -EINVAL;
-    auto *stub = static_cast<Stub *>(calloc(1, sizeof(Stub)));
+    Owned<Stub> stub = make<Stub>();
     if (!stub)
         return -ENOMEM;
-    stub->holders = 1;
-    stub->lock = -1;
-    stub->listener = -1;
-    stub->appid = strdup(appid);
-    stub->port_name = strdup(port_name);
-    if (!stub->appid || !stub->port_name) {
-        stub_release(stub);
+    stub->appid = copy_text(appid);
+    stub->port_name = copy_text(port_name);
+    if (!stub->appid || !stub->port_name)
         return -ENOMEM;
-    }
     stub->events = *events;
     stub->data = data;
     stub->peers = g_hash_table_new(g_str_hash, g_str_equal);
-    *out = stub;
+    *out = stub.release();
     return 0;
 }
 
@@ -80,15 +49,13 @@ int rpc_port_stub_destroy(rpc_port_stub_h handle)
     auto *stub = static_cast<Stub *>(handle);
     if (!stub || stub->destroyed)
         return -EINVAL;
+    const Ref<Stub> creators = Ref<Stub>::adopt(stub);
     stub->destroyed = true;
     stub_stop_listening(stub);
     while (Peer *peer = any_live_peer(stub))
         peer_drop(peer);
-    // Held to the end: the next agent must not find the port free while this one still has peers.
-    if (stub->lock >= 0)
-        close(stub->lock);
-    stub->lock = -1;
-    stub_release(stub);
+    // Unlocked last: the port is free for another agent only when this one has no peers.
+    stub->lock.reset();
     return 0;
 }
 
@@ -97,7 +64,7 @@ int rpc_port_stub_listen(rpc_port_stub_h handle)
     auto *stub = static_cast<Stub *>(handle);
     if (!stub || stub->destroyed)
         return -EINVAL;
-    if (stub->listener >= 0)
+    if (stub->listener)
         return -EALREADY;
     return stub_listen(stub);
 }
@@ -107,7 +74,7 @@ int rpc_port_stub_get_directory(rpc_port_stub_h handle, const char **directory)
     if (!handle || !directory)
         return -EINVAL;
     const auto *stub = static_cast<const Stub *>(handle);
-    *directory = stub->listener >= 0 ? stub->place.directory : nullptr;
+    *directory = stub->listener ? stub->paths.directory : nullptr;
     return *directory ? 0 : -ENOTCONN;
 }
 

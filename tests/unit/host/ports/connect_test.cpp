@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Who may connect to whom, and where the sockets lie.
+// Connecting, credentials, and the runtime directory.
 #include <fcntl.h>
 #include <glib.h>
 #include <grp.h>
@@ -13,18 +13,18 @@
 #include <filesystem>
 #include <fstream>
 
-#include "host_ports_fixture.hpp"
+#include "fixture.hpp"
 
-namespace host_ports {
+namespace kv::test {
 namespace {
 
 constexpr uid_t nobody = 65534;
 constexpr gid_t nogroup = 65534;
 
-using Connecting = PortsTest;
-using ARuntimeDirectory = PortsTest;
-using TwoAgents = PortsTest;
-using AStranger = PortsTest;
+using ConnectTest = PortsTest;
+using CredentialsTest = PortsTest;
+using ListenTest = PortsTest;
+using RuntimeDirectoryTest = PortsTest;
 
 mode_t mode_of(const std::string &path)
 {
@@ -33,12 +33,7 @@ mode_t mode_of(const std::string &path)
     return now.st_mode & 07777;
 }
 
-bool has(const std::string &text, const std::string &part)
-{
-    return text.find(part) != std::string::npos;
-}
-
-TEST_F(Connecting, RaisesConnectedOnTheLoopAndNotBefore)
+TEST_F(ConnectTest, RaisesConnectedFromTheLoop)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -56,7 +51,7 @@ TEST_F(Connecting, RaisesConnectedOnTheLoopAndNotBefore)
     EXPECT_EQ(program_invocation_short_name, stub.last_sender);
 }
 
-TEST_F(Connecting, RunsOnTheContextThatWasTheThreadsDefault)
+TEST_F(ConnectTest, RunsOnTheThreadDefaultContext)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -66,7 +61,7 @@ TEST_F(Connecting, RunsOnTheContextThatWasTheThreadsDefault)
     ASSERT_EQ(0, proxy.connect());
     g_main_context_pop_thread_default(other);
     ASSERT_TRUE(run_until([&] { return stub.peers.size() == 1; }));
-    run_what_is_ready();
+    run_ready_sources();
     EXPECT_EQ(0, proxy.connected);
     while (proxy.connected == 0)
         g_main_context_iteration(other, TRUE);
@@ -74,10 +69,10 @@ TEST_F(Connecting, RunsOnTheContextThatWasTheThreadsDefault)
     g_main_context_unref(other);
 }
 
-TEST_F(Connecting, IsRejectedWhenTheAgentRefuses)
+TEST_F(ConnectTest, RaisesRejectedIfTheAgentRefuses)
 {
     Stub stub;
-    stub.verdict = -13;
+    stub.connecting_result = -13;
     ASSERT_EQ(0, stub.listen());
     Proxy proxy;
     EXPECT_FALSE(proxy.connected_now());
@@ -85,19 +80,19 @@ TEST_F(Connecting, IsRejectedWhenTheAgentRefuses)
     EXPECT_EQ(-13, proxy.last_result);
     EXPECT_EQ(0, proxy.disconnected);
     EXPECT_TRUE(stub.peers.empty());
-    EXPECT_TRUE(has(log(), "the agent refused the connection (-13)"));
+    EXPECT_TRUE(contains(log(), "the agent refused the connection (-13)"));
 }
 
-TEST_F(Connecting, FailsAtOnceWhenNobodyListensAndNothingCanBeStarted)
+TEST_F(ConnectTest, FailsAtOnceWithoutAnAgentOrAnExecutable)
 {
     Proxy proxy;
     EXPECT_EQ(-EIO, proxy.connect());
-    EXPECT_TRUE(has(log(), "nobody serves port kv_master of org.example.agent")) << log();
-    run_what_is_ready();
+    EXPECT_TRUE(contains(log(), "cannot connect to port kv_master of org.example.agent: no agent listens")) << log();
+    run_ready_sources();
     EXPECT_EQ(0, proxy.rejected);
 }
 
-TEST_F(Connecting, FailsAtOnceWhenOnlyAStaleSocketIsLeft)
+TEST_F(ConnectTest, FailsAtOnceOnAStaleSocket)
 {
     {
         RawListener dead(socket_path());
@@ -106,7 +101,7 @@ TEST_F(Connecting, FailsAtOnceWhenOnlyAStaleSocketIsLeft)
     EXPECT_EQ(-EIO, proxy.connect());
 }
 
-TEST_F(Connecting, AgainAfterwardsWorksForTheSamePortOnly)
+TEST_F(ConnectTest, WorksAgainForTheSamePortOnly)
 {
     Proxy proxy;
     EXPECT_EQ(-EIO, proxy.connect());
@@ -117,7 +112,7 @@ TEST_F(Connecting, AgainAfterwardsWorksForTheSamePortOnly)
     EXPECT_EQ(-EISCONN, proxy.connect());
 }
 
-TEST_F(Connecting, TwiceAtTheSameTimeIsRefused)
+TEST_F(ConnectTest, RefusesASecondAttemptDuringTheFirst)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -126,7 +121,7 @@ TEST_F(Connecting, TwiceAtTheSameTimeIsRefused)
     EXPECT_EQ(-EALREADY, proxy.connect());
 }
 
-TEST_F(Connecting, RefusesNamesThatLeaveTheDirectory)
+TEST_F(ConnectTest, RefusesNamesThatLeaveTheDirectory)
 {
     Proxy proxy;
     EXPECT_EQ(-EINVAL, rpc_port_proxy_connect(proxy.handle, "../x", "p"));
@@ -137,22 +132,22 @@ TEST_F(Connecting, RefusesNamesThatLeaveTheDirectory)
     EXPECT_EQ(-EINVAL, rpc_port_proxy_connect(third.handle, "a", ".p"));
 }
 
-TEST_F(Connecting, RefusesAPathThatIsTooLongForASocket)
+TEST_F(ConnectTest, RefusesAPathThatIsTooLongForASocket)
 {
     Setting dir("KORVANE_RUNTIME_DIR", "/tmp/" + std::string(150, 'x'));
     Proxy proxy;
     EXPECT_EQ(-ENAMETOOLONG, proxy.connect());
-    EXPECT_TRUE(has(log(), "KORVANE_RUNTIME_DIR")) << log();
+    EXPECT_TRUE(contains(log(), "KORVANE_RUNTIME_DIR")) << log();
 }
 
-TEST_F(Connecting, RefusesARelativeRuntimeDirectory)
+TEST_F(ConnectTest, RefusesARelativeRuntimeDirectory)
 {
     Setting dir("KORVANE_RUNTIME_DIR", "run");
     Proxy proxy;
     EXPECT_EQ(-EINVAL, proxy.connect());
 }
 
-TEST_F(Connecting, KeepsEveryDescriptorOutOfProgramsThatAreStarted)
+TEST_F(ConnectTest, ClosesEveryDescriptorOnExec)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -161,7 +156,7 @@ TEST_F(Connecting, KeepsEveryDescriptorOutOfProgramsThatAreStarted)
     int sockets = 0;
     for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code gone;
-        if (!has(std::filesystem::read_symlink(entry.path(), gone).string(), "socket:"))
+        if (!contains(std::filesystem::read_symlink(entry.path(), gone).string(), "socket:"))
             continue;
         const int flags = fcntl(std::stoi(entry.path().filename()), F_GETFD);
         sockets += flags == FD_CLOEXEC;
@@ -169,7 +164,7 @@ TEST_F(Connecting, KeepsEveryDescriptorOutOfProgramsThatAreStarted)
     EXPECT_GE(sockets, 5); // the listener and two ends of two links
 }
 
-TEST_F(Connecting, WaitsForAnAgentWhoseBacklogIsFull)
+TEST_F(ConnectTest, WaitsForAnAgentWithAFullBacklog)
 {
     RawListener listener(socket_path());
     std::vector<RawLink> filling;
@@ -182,11 +177,11 @@ TEST_F(Connecting, WaitsForAnAgentWhoseBacklogIsFull)
         listener.accept();
     ASSERT_TRUE(run_until([&] { return listener.has_waiting(); }));
     const RawLink main = listener.accept();
-    main.send(answer(0));
+    main.send(handshake_reply(0));
     EXPECT_TRUE(run_until([&] { return proxy.connected == 1; }));
 }
 
-// As another user, in a process of its own.
+// Changes the user of a child process.
 void as_nobody(const std::vector<gid_t> &groups = {})
 {
     ASSERT_EQ(0, setgroups(groups.size(), groups.data()));
@@ -198,29 +193,29 @@ void as_nobody(const std::vector<gid_t> &groups = {})
     if (geteuid() != 0)                                                                                                \
     GTEST_SKIP() << "only root can become another user"
 
-TEST_F(AStranger, CannotReachTheSocketInADirectoryThatIsNotItsOwn)
+TEST_F(CredentialsTest, KeepOtherUsersOutOfTheDirectory)
 {
     NEEDS_ROOT();
     Stub stub;
     ASSERT_EQ(0, stub.listen());
-    const auto result = host_test::in_child({}, [] {
+    const auto result = in_child({}, [] {
         as_nobody();
         Proxy proxy;
         EXPECT_EQ(-EACCES, proxy.connect());
     });
     EXPECT_EQ(0, result.status) << result.text();
-    EXPECT_TRUE(has(log(), "Permission denied")) << log();
+    EXPECT_TRUE(contains(log(), "Permission denied")) << log();
 }
 
-// Lets everybody up to the socket, so that only the credentials stand between.
-void open_the_way(const std::string &directory, const std::string &runtime, const std::string &socket)
+// Makes the socket reachable for all users, so that only the check of credentials refuses them.
+void make_reachable(const std::string &directory, const std::string &runtime, const std::string &socket)
 {
     chmod(directory.c_str(), 0755);
     chmod(runtime.c_str(), 0755);
     chmod(socket.c_str(), 0666);
 }
 
-int verdict_for_nobody(const std::vector<gid_t> &groups)
+int outcome_for_nobody(const std::vector<gid_t> &groups)
 {
     Child stranger([&](const auto &ready, const auto &) {
         as_nobody(groups);
@@ -240,18 +235,18 @@ int verdict_for_nobody(const std::vector<gid_t> &groups)
     return WEXITSTATUS(stranger.wait());
 }
 
-TEST_F(AStranger, IsTurnedAwayByTheAgentForItsCredentials)
+TEST_F(CredentialsTest, LetTheAgentRefuseOtherUsers)
 {
     NEEDS_ROOT();
     Stub stub;
     ASSERT_EQ(0, stub.listen());
-    open_the_way(directory.path(), runtime, socket_path());
-    EXPECT_EQ(3, verdict_for_nobody({}));
+    make_reachable(directory.path(), runtime, socket_path());
+    EXPECT_EQ(3, outcome_for_nobody({}));
     EXPECT_TRUE(stub.peers.empty());
-    EXPECT_TRUE(has(log(), "of user 65534 is turned away")) << log();
+    EXPECT_TRUE(contains(log(), "of user 65534: only user")) << log();
 }
 
-TEST_F(AStranger, InThePackagesGroupIsAdmitted)
+TEST_F(CredentialsTest, AdmitThePackagesGroup)
 {
     NEEDS_ROOT();
     install_package("Group=users\n");
@@ -262,12 +257,12 @@ TEST_F(AStranger, InThePackagesGroupIsAdmitted)
     EXPECT_EQ(0750u, mode_of(runtime));
     EXPECT_EQ(0660u, mode_of(socket_path()));
     chmod(directory.path().c_str(), 0755);
-    EXPECT_EQ(2, verdict_for_nobody({users->gr_gid}));
-    EXPECT_EQ(1, verdict_for_nobody({})) << "who is not in the group does not even reach the socket";
+    EXPECT_EQ(2, outcome_for_nobody({users->gr_gid}));
+    EXPECT_EQ(1, outcome_for_nobody({})) << "a user outside the group reached the socket";
     EXPECT_EQ(1u, stub.peers.size());
 }
 
-TEST_F(AStranger, CannotPassForTheAgent)
+TEST_F(CredentialsTest, LetTheProxyRefuseAnotherUsersAgent)
 {
     NEEDS_ROOT();
     mkdir(runtime.c_str(), 0777);
@@ -281,10 +276,10 @@ TEST_F(AStranger, CannotPassForTheAgent)
     });
     Proxy proxy;
     EXPECT_EQ(-EACCES, proxy.connect());
-    EXPECT_TRUE(has(log(), "is served by user 65534")) << log();
+    EXPECT_TRUE(contains(log(), "is served by user 65534")) << log();
 }
 
-TEST_F(ARuntimeDirectory, IsMadeForItsUserAlone)
+TEST_F(RuntimeDirectoryTest, IsPrivateToItsUser)
 {
     Stub stub;
     const mode_t before = umask(0);
@@ -295,38 +290,38 @@ TEST_F(ARuntimeDirectory, IsMadeForItsUserAlone)
     EXPECT_EQ(0600u, mode_of(runtime_file(".lock")));
 }
 
-TEST_F(ARuntimeDirectory, ThatCannotBeMadeIsSaidSo)
+TEST_F(RuntimeDirectoryTest, LogsWhyItCannotBeCreated)
 {
     std::ofstream(runtime) << "a file in the way";
     Stub stub;
     EXPECT_EQ(-ENOTDIR, stub.listen());
-    EXPECT_TRUE(has(log(), "cannot open the runtime directory " + runtime)) << log();
+    EXPECT_TRUE(contains(log(), "cannot open the runtime directory " + runtime)) << log();
     Setting below("KORVANE_RUNTIME_DIR", runtime + "/below");
     Stub second;
     EXPECT_EQ(-ENOTDIR, second.listen());
-    EXPECT_TRUE(has(log(), "cannot make the runtime directory " + runtime + "/below")) << log();
+    EXPECT_TRUE(contains(log(), "cannot create the runtime directory " + runtime + "/below")) << log();
 }
 
-TEST_F(ARuntimeDirectory, WhereOthersCanWriteIsNotUsed)
+TEST_F(RuntimeDirectoryTest, IsRefusedIfOthersCanWrite)
 {
     mkdir(runtime.c_str(), 0700);
     chmod(runtime.c_str(), 0770);
     Stub stub;
     EXPECT_EQ(-EACCES, stub.listen());
-    EXPECT_TRUE(has(log(), "others can write to the runtime directory")) << log();
+    EXPECT_TRUE(contains(log(), "other users can write to the runtime directory")) << log();
 }
 
-TEST_F(ARuntimeDirectory, OfAnotherUserIsNotUsed)
+TEST_F(RuntimeDirectoryTest, IsRefusedIfAnotherUserOwnsIt)
 {
     NEEDS_ROOT();
     mkdir(runtime.c_str(), 0700);
     ASSERT_EQ(0, chown(runtime.c_str(), nobody, nogroup));
     Stub stub;
     EXPECT_EQ(-EACCES, stub.listen());
-    EXPECT_TRUE(has(log(), "belongs to user 65534")) << log();
+    EXPECT_TRUE(contains(log(), "belongs to user 65534")) << log();
 }
 
-TEST_F(ARuntimeDirectory, IsBelowTheSessionsUnlessOneIsNamed)
+TEST_F(RuntimeDirectoryTest, DefaultsToTheSessionsDirectory)
 {
     Setting own("KORVANE_RUNTIME_DIR", "");
     Setting session("XDG_RUNTIME_DIR", directory.path());
@@ -337,20 +332,20 @@ TEST_F(ARuntimeDirectory, IsBelowTheSessionsUnlessOneIsNamed)
     EXPECT_NE(0, access((directory / "korvane/org.example.agent.kv_master.sock").c_str(), F_OK));
 }
 
-TEST_F(TwoAgents, ForOnePortTheSecondRefusesAndSaysWho)
+TEST_F(ListenTest, RefusesASecondAgentAndNamesTheFirst)
 {
     Agent first([](Stub &, rpc_port_h main, int request) { send_number(main, request); });
     Stub second;
     EXPECT_EQ(-EADDRINUSE, second.listen());
-    EXPECT_TRUE(has(log(), "is already served by process " + std::to_string(first.pid))) << log();
+    EXPECT_TRUE(contains(log(), "is already served by process " + std::to_string(first.pid))) << log();
     second.destroy();
     Proxy proxy;
-    ASSERT_TRUE(proxy.connected_now()) << "the first one must not have lost its socket";
+    ASSERT_TRUE(proxy.connected_now()) << "the first agent lost its socket";
     EXPECT_EQ(0, proxy.send(4));
     EXPECT_EQ(4, proxy.read());
 }
 
-TEST_F(TwoAgents, OneAfterTheOtherReplaceTheStaleSocket)
+TEST_F(ListenTest, ReplacesTheSocketOfADeadAgent)
 {
     {
         Agent first([](Stub &, rpc_port_h, int) {});
@@ -359,12 +354,12 @@ TEST_F(TwoAgents, OneAfterTheOtherReplaceTheStaleSocket)
     ASSERT_EQ(0, access(socket_path().c_str(), F_OK));
     Stub second;
     ASSERT_EQ(0, second.listen());
-    EXPECT_TRUE(has(log(), "a stale socket file was replaced")) << log();
+    EXPECT_TRUE(contains(log(), "replaced a stale socket file")) << log();
     Proxy proxy;
     EXPECT_TRUE(proxy.connected_now());
 }
 
-TEST_F(TwoAgents, OfDifferentPortsShareTheDirectory)
+TEST_F(ListenTest, AllowsTwoPortsInOneDirectory)
 {
     Stub first;
     ASSERT_EQ(0, first.listen());
@@ -376,4 +371,4 @@ TEST_F(TwoAgents, OfDifferentPortsShareTheDirectory)
 }
 
 } // namespace
-} // namespace host_ports
+} // namespace kv::test

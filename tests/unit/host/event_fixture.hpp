@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "app_event.h"
-#include "app_event_publish.h"
-#include "host_child.hpp"
+#include "child.hpp"
+#include <app_event.h>
+#include <app_event_publish.h>
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@
 #include <vector>
 
 /// Application events over a real message bus.
-namespace host_test {
+namespace kv::test {
 
 inline constexpr const char *update_status = "org.example.ServiceManager.UpdateStatus";
 
@@ -36,14 +36,14 @@ inline std::ptrdiff_t open_descriptors()
 
 inline bool loop_until(const std::function<bool()> &condition, GMainContext *context = nullptr)
 {
-    return comes_true([&] {
+    return wait_until([&] {
         while (g_main_context_iteration(context, FALSE)) {
         }
         return condition();
     });
 }
 
-/// Hears an event and keeps what it was told.
+/// Subscribes to an event and counts its deliveries.
 class Listener {
 public:
     explicit Listener(const char *name = update_status) : name_(name) { result = add(); }
@@ -78,9 +78,9 @@ private:
     event_handler_h handler_ = nullptr;
 };
 
-/// Returns when the bus knows what was registered on this thread: it learns in order, so a listener that was
-/// registered last stands for all.
-inline void let_the_bus_know(GMainContext *context = nullptr)
+/// Returns when the bus has processed every subscription of this thread. It processes them in order, so one more that
+/// receives an event proves the earlier ones.
+inline void wait_until_subscribed(GMainContext *context = nullptr)
 {
     constexpr const char *probe_event = "org.example.Test.Probe";
     Listener probe(probe_event);
@@ -107,7 +107,7 @@ inline std::string text_in(bundle *data, const char *key)
     return bundle_get_str(data, key, &text) == 0 ? text : "(none)";
 }
 
-/// The command as a process of its own.
+/// Starts a command.
 inline pid_t start(const std::vector<std::string> &command)
 {
     const pid_t child = fork();
@@ -118,11 +118,11 @@ inline pid_t start(const std::vector<std::string> &command)
         arguments.push_back(const_cast<char *>(argument.c_str()));
     arguments.push_back(nullptr);
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    dup2(nowhere, STDERR_FILENO); // what tests look at is ours alone
+    dup2(nowhere, STDERR_FILENO); // keeps its output out of the test's
     execvp(arguments[0], arguments.data());
     _exit(127);
 }
 
 inline const Environment errors_only = {{"KORVANE_LOG", "error:stderr"}};
 
-} // namespace host_test
+} // namespace kv::test

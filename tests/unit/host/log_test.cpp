@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "dlog.h"
-#include "host_child.hpp"
+#include "child.hpp"
+#include <dlog.h>
 
 #include <gtest/gtest.h>
 
@@ -26,8 +26,7 @@
 #include <string>
 #include <thread>
 
-using namespace host_test;
-
+namespace kv::test {
 namespace {
 
 constexpr int debug = 3;
@@ -43,7 +42,7 @@ constexpr bool has_address_sanitizer = __has_feature(address_sanitizer);
 constexpr bool has_address_sanitizer = false;
 #endif
 
-/// The environment of a log test: nothing of the outer one counts.
+/// An environment with only this log setting.
 Environment log_to(const std::optional<std::string> &setting)
 {
     return {{"KORVANE_LOG", setting}, {"JOURNAL_STREAM", {}}, {"NO_COLOR", {}}, {"KORVANE_JOURNAL_SOCKET", {}}};
@@ -74,13 +73,13 @@ std::string shown_with(const std::optional<std::string> &setting)
 
 } // namespace
 
-TEST(TheLogLevel, IsErrorUnlessSaidOtherwise)
+TEST(LogLevelTest, DefaultsToError)
 {
     EXPECT_EQ(shown_with(std::nullopt), "E");
     EXPECT_EQ(shown_with(""), "E");
 }
 
-TEST(TheLogLevel, IsChosenByName)
+TEST(LogLevelTest, AcceptsNames)
 {
     EXPECT_EQ(shown_with("off"), "");
     EXPECT_EQ(shown_with("error"), "E");
@@ -89,7 +88,7 @@ TEST(TheLogLevel, IsChosenByName)
     EXPECT_EQ(shown_with("debug"), "DIWE");
 }
 
-TEST(TheLogLevel, IsChosenByTheLowestPriorityToBeShown)
+TEST(LogLevelTest, AcceptsAPriority)
 {
     EXPECT_EQ(shown_with("6"), "E");
     EXPECT_EQ(shown_with("4:stderr"), "IWE");
@@ -97,7 +96,7 @@ TEST(TheLogLevel, IsChosenByTheLowestPriorityToBeShown)
     EXPECT_EQ(shown_with("7"), "");
 }
 
-TEST(ABadLogSetting, GivesOneWarningThatNamesItAndTheDefaults)
+TEST(LogLevelTest, UsesTheDefaultWithAWarningIfInvalid)
 {
     for (const char *bad :
          {"loud", "ERROR", "10", "-1", " error", "error:", "error:printer", "debug:file:", ":stderr"}) {
@@ -108,7 +107,7 @@ TEST(ABadLogSetting, GivesOneWarningThatNamesItAndTheDefaults)
     }
 }
 
-TEST(ALineBelowTheLevel, IsNotEvenFormatted)
+TEST(LogLevelTest, DoesNotFormatALineBelowIt)
 {
     const ChildResult result = in_child(log_to("error"), [] {
         dlog_print(error, "TAG", "the environment is read now");
@@ -119,13 +118,13 @@ TEST(ALineBelowTheLevel, IsNotEvenFormatted)
     EXPECT_EQ(result.lines().size(), 1U);
 }
 
-TEST(ALineBelowTheLevel, MakesNoSystemCall)
+TEST(LogLevelTest, MakesNoSystemCallForALineBelowIt)
 {
     if (has_address_sanitizer)
-        GTEST_SKIP() << "the sanitizer's runtime makes calls of its own";
+        GTEST_SKIP() << "the sanitizer makes system calls itself";
     const ChildResult result = in_child(log_to("error"), [] {
         dlog_print(info, "TAG", "the environment is read now");
-        // From here on anything but read, write and exit kills, and nothing may write.
+        // From here on a system call other than read, write and exit kills the process, and stderr is closed.
         close(STDERR_FILENO);
         if (prctl(PR_SET_SECCOMP, SECCOMP_MODE_STRICT) != 0)
             _exit(2);
@@ -137,7 +136,7 @@ TEST(ALineBelowTheLevel, MakesNoSystemCall)
     EXPECT_TRUE(result.writes.empty());
 }
 
-TEST(ALogLine, CarriesTimeProcessPriorityAndTagAndIsOneWrite)
+TEST(LogLineTest, HasTimeProcessPriorityAndTagInOneWrite)
 {
     const ChildResult result =
         in_child(log_to({}), [] { dlog_print(error, "KORVANE-API", "korvane.cpp: %s(%d)\n", "f", 12); });
@@ -151,7 +150,7 @@ TEST(ALogLine, CarriesTimeProcessPriorityAndTagAndIsOneWrite)
     EXPECT_EQ(form, "9999-99-99 99:99:99.999 [pid] E KORVANE-API: korvane.cpp: f(99)\n");
 }
 
-TEST(ALogLine, CannotSteerATerminalNorForgeAnotherLine)
+TEST(LogLineTest, EscapesControlCharacters)
 {
     const ChildResult result = in_child(log_to({}), [] {
         dlog_print(error, "T\033AG", "%s", "a\033[2Jb\rc\nd\te\x7f|\xc2\x9b|\xff|\xc0\xaf|\xed\xa0\x80|\xe2\x82|");
@@ -162,7 +161,7 @@ TEST(ALogLine, CannotSteerATerminalNorForgeAnotherLine)
         << result.text();
 }
 
-TEST(ALogLine, KeepsTextOfAllLanguages)
+TEST(LogLineTest, KeepsUtf8Text)
 {
     const std::string text = "Gr\xc3\xbc\xc3\x9f"
                              "e \xe2\x82\xac \xf0\x9f\x8f\xa0";
@@ -170,7 +169,7 @@ TEST(ALogLine, KeepsTextOfAllLanguages)
     EXPECT_NE(result.text().find("TAG: " + text + "\n"), std::string::npos) << result.text();
 }
 
-TEST(ALogLine, OfAnyLengthIsWrittenWholeAndAtOnce)
+TEST(LogLineTest, IsOneWriteAtAnyLength)
 {
     for (const std::size_t length : {900U, 1000U, 1010U, 1023U, 1024U, 1025U, 2048U, 100'000U}) {
         const std::string text(length, 'x');
@@ -180,10 +179,10 @@ TEST(ALogLine, OfAnyLengthIsWrittenWholeAndAtOnce)
     }
 }
 
-TEST(ALogLine, SaysThatItIsCutWhenThereIsNoMemoryForIt)
+TEST(LogLineTest, EndsWithAMarkIfCutWithoutMemory)
 {
     if (has_address_sanitizer)
-        GTEST_SKIP() << "the sanitizer needs the memory that is taken away here";
+        GTEST_SKIP() << "the sanitizer needs memory that this test withholds";
     const std::string text(32 << 20, 'x');
     const ChildResult result = in_child(log_to({}), [&] {
         dlog_print(error, "TAG", "warm");
@@ -198,10 +197,10 @@ TEST(ALogLine, SaysThatItIsCutWhenThereIsNoMemoryForIt)
     EXPECT_NE(lines[1].find("[cut: out of memory]"), std::string::npos) << lines[1].substr(lines[1].size() - 40);
 }
 
-TEST(ALogLine, LeavesErrnoAsItWas)
+TEST(LogLineTest, PreservesErrno)
 {
     const ChildResult result = in_child(log_to("debug:file:/nonexistent/log"), [] {
-        const std::string format = "%m%s"; // not for the compiler, which knows that %m is not C
+        const std::string format = "%m%s"; // not a literal, because the compiler warns about %m
         errno = ENOTTY;
         dlog_print(error, "TAG", format.c_str(), ".");
         EXPECT_EQ(errno, ENOTTY);
@@ -210,7 +209,7 @@ TEST(ALogLine, LeavesErrnoAsItWas)
     EXPECT_NE(result.text().find("TAG: Inappropriate ioctl for device"), std::string::npos) << result.text();
 }
 
-TEST(ALogLine, SurvivesInterruptedWrites)
+TEST(LogLineTest, CompletesInterruptedWrites)
 {
     static std::atomic<int> *interruptions = nullptr;
     void *shared = mmap(nullptr, sizeof *interruptions, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
@@ -218,7 +217,7 @@ TEST(ALogLine, SurvivesInterruptedWrites)
     interruptions = new (shared) std::atomic<int>(0);
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
-    const std::string text(300'000, 'x'); // more than a pipe takes
+    const std::string text(300'000, 'x'); // more than a pipe holds
 
     const pid_t child = fork();
     if (child == 0) {
@@ -236,7 +235,7 @@ TEST(ALogLine, SurvivesInterruptedWrites)
         _exit(0);
     }
     close(ends[1]);
-    EXPECT_TRUE(comes_true([] { return interruptions->load() > 20; }));
+    EXPECT_TRUE(wait_until([] { return interruptions->load() > 20; }));
     std::string got;
     char part[4096];
     for (ssize_t size; (size = read(ends[0], part, sizeof part)) > 0;)
@@ -249,7 +248,7 @@ TEST(ALogLine, SurvivesInterruptedWrites)
     EXPECT_NE(got.find("TAG: " + text + "\n"), std::string::npos);
 }
 
-TEST(LogLines, OfManyThreadsStayWhole)
+TEST(LogLineTest, StaysWholeAmongManyThreads)
 {
     constexpr int threads = 8;
     constexpr int each = 200;
@@ -275,7 +274,7 @@ TEST(LogLines, OfManyThreadsStayWhole)
 
 namespace {
 
-/// What one error line looks like on a terminal.
+/// One error line as a terminal receives it.
 std::string on_a_terminal(const Environment &environment)
 {
     const int outer = posix_openpt(O_RDWR | O_NOCTTY);
@@ -299,7 +298,7 @@ std::string on_a_terminal(const Environment &environment)
 
 } // namespace
 
-TEST(LogColour, IsForTerminalsThatWantIt)
+TEST(LogColourTest, IsUsedOnlyOnTerminalsThatAllowIt)
 {
     Environment environment = log_to({});
     environment["TERM"] = "xterm";
@@ -319,7 +318,7 @@ TEST(LogColour, IsForTerminalsThatWantIt)
 
 // Files
 
-TEST(ALogFile, IsAppendedToAndStaysClosedToOthers)
+TEST(LogFileTest, IsAppendedToAndPrivate)
 {
     const TemporaryDirectory directory;
     const std::string path = directory / "log";
@@ -333,7 +332,7 @@ TEST(ALogFile, IsAppendedToAndStaysClosedToOthers)
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 6);
 }
 
-TEST(ALogFile, ThatCannotBeOpenedLeavesTheLinesOnStderr)
+TEST(LogFileTest, FallsBackToStderrIfItCannotBeOpened)
 {
     const auto lines = in_child(log_to("warning:file:/nonexistent/log"), print_one_of_each).lines();
     ASSERT_EQ(lines.size(), 3U);
@@ -341,10 +340,12 @@ TEST(ALogFile, ThatCannotBeOpenedLeavesTheLinesOnStderr)
     EXPECT_EQ(letters_of(lines), "WWE");
 }
 
-TEST(ALogFile, OnAFullDiskLeavesTheLinesOnStderrAndComplainsOnce)
+TEST(LogFileTest, FallsBackToStderrWithOneWarningOnAFullDisk)
 {
     const auto lines = in_child(log_to("info:file:/dev/full"), print_one_of_each).lines();
     ASSERT_EQ(lines.size(), 4U);
     EXPECT_NE(lines[0].find("cannot write to the log /dev/full: No space left on device"), std::string::npos);
     EXPECT_EQ(letters_of(lines), "WIWE");
 }
+
+} // namespace kv::test

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Agents that are started on demand, and applications that fork. The agent is this program again, told so by its
-// arguments.
+// Agents that are started on demand, and applications that fork. The agent is this program with an argument.
 #include <fcntl.h>
 #include <glib.h>
 #include <signal.h>
@@ -13,20 +12,15 @@
 #include <filesystem>
 #include <fstream>
 
-#include "host_ports_fixture.hpp"
+#include "fixture.hpp"
 
-namespace host_ports {
+namespace kv::test {
 namespace {
 
-using AnAgentOnDemand = PortsTest;
-using AForkedChild = PortsTest;
+using AgentStartTest = PortsTest;
+using ForkTest = PortsTest;
 
-bool has(const std::string &text, const std::string &part)
-{
-    return text.find(part) != std::string::npos;
-}
-
-// What the kernel says of a process: a line of /proc/<pid>/status.
+// A line of /proc/<pid>/status.
 std::string status_line(const std::string &name, pid_t pid)
 {
     std::ifstream file("/proc/" + std::to_string(pid) + "/status");
@@ -39,16 +33,16 @@ std::string status_line(const std::string &name, pid_t pid)
 struct Run {
     Run()
     {
-        std::string arguments = host_test::contents_of("/proc/self/cmdline");
+        std::string arguments = contents_of("/proc/self/cmdline");
         const size_t at = arguments.find(std::string("\0--as-agent\0", 12));
         if (at != std::string::npos)
             serve(arguments.c_str() + at + 12);
     }
 
-    // Writes its process id to the file and serves until the last peer has gone.
+    // Writes its process id to the file and serves until the last peer disconnects.
     [[noreturn]] static void serve(const char *report)
     {
-        alarm(30); // if no peer ever comes
+        alarm(30); // in case no peer connects
         const int file = open(report, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
         const std::string line = std::to_string(getpid()) + "\n";
         if (write(file, line.data(), line.size()) < 0)
@@ -56,7 +50,7 @@ struct Run {
         close(file);
         Stub stub;
         stub.on_disconnected = [&] {
-            if (stub.gone.size() == stub.peers.size()) {
+            if (stub.disconnected.size() == stub.peers.size()) {
                 stub.destroy();
                 _exit(0);
             }
@@ -67,7 +61,7 @@ struct Run {
             g_main_context_iteration(nullptr, TRUE);
     }
 };
-const Run runs_as_agent_when_told;
+const Run runs_as_agent_on_request;
 
 std::string agent_package(const std::string &report)
 {
@@ -84,16 +78,16 @@ std::vector<pid_t> started(const std::string &report)
     return found;
 }
 
-// Whoever inherits orphans may take a while to collect a dead one.
-bool is_gone(pid_t pid)
+// Init may take a while to collect a dead process.
+bool has_ended(pid_t pid)
 {
-    return host_test::comes_true([pid] {
+    return wait_until([pid] {
         const std::string state = status_line("State", pid);
         return state.empty() || state.front() == 'Z';
     });
 }
 
-TEST_F(AnAgentOnDemand, IsStartedAndConnectedTo)
+TEST_F(AgentStartTest, StartsAndConnects)
 {
     install_package(agent_package(directory / "started here"));
     Proxy proxy;
@@ -101,15 +95,15 @@ TEST_F(AnAgentOnDemand, IsStartedAndConnectedTo)
     EXPECT_EQ(0, proxy.send(11));
     EXPECT_EQ(11, proxy.read());
     ASSERT_EQ(1u, started(directory / "started here").size());
-    EXPECT_TRUE(has(log(), "package org.example.agent: started ")) << log();
+    EXPECT_TRUE(contains(log(), "package org.example.agent: started ")) << log();
     proxy.destroy();
-    EXPECT_TRUE(is_gone(started(directory / "started here").front()));
+    EXPECT_TRUE(has_ended(started(directory / "started here").front()));
 }
 
-TEST_F(AnAgentOnDemand, IsDetachedFromTheApplication)
+TEST_F(AgentStartTest, DetachesTheAgent)
 {
     install_package(agent_package(directory / "report"));
-    // What must not be handed on: a descriptor, a blocked signal, an ignored one.
+    // An agent must not inherit a descriptor, a blocked signal or an ignored signal.
     const int inheritable = open("/dev/zero", O_RDONLY);
     sigset_t blocked;
     sigset_t before;
@@ -123,7 +117,7 @@ TEST_F(AnAgentOnDemand, IsDetachedFromTheApplication)
     sigprocmask(SIG_SETMASK, &before, &during);
     signal(SIGUSR2, ignored);
     close(inheritable);
-    EXPECT_EQ(1, sigismember(&during, SIGUSR1)) << "the application's own mask must be as it was";
+    EXPECT_EQ(1, sigismember(&during, SIGUSR1)) << "the application's signal mask has changed";
 
     ASSERT_EQ(1u, started(directory / "report").size());
     const pid_t agent = started(directory / "report").front();
@@ -134,17 +128,17 @@ TEST_F(AnAgentOnDemand, IsDetachedFromTheApplication)
     EXPECT_EQ("/", std::filesystem::read_symlink("/proc/" + std::to_string(agent) + "/cwd"));
     for (const auto &entry : std::filesystem::directory_iterator("/proc/" + std::to_string(agent) + "/fd")) {
         const std::string what = std::filesystem::read_symlink(entry.path());
-        EXPECT_TRUE(what == "/dev/null" || has(what, "socket:") || has(what, "anon_inode:") || has(what, "/log") ||
-                    has(what, ".lock"))
+        EXPECT_TRUE(what == "/dev/null" || contains(what, "socket:") || contains(what, "anon_inode:") ||
+                    contains(what, "/log") || contains(what, ".lock"))
             << what;
     }
-    EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG)) << "no child, not even a dead one, is left to the application";
+    EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG)) << "the application has a child";
     EXPECT_EQ(ECHILD, errno);
     proxy.destroy();
-    EXPECT_TRUE(is_gone(agent));
+    EXPECT_TRUE(has_ended(agent));
 }
 
-TEST_F(AnAgentOnDemand, IsStartedOnceBySeveralProxies)
+TEST_F(AgentStartTest, StartsOneAgentForSeveralProxies)
 {
     install_package(agent_package(directory / "report"));
     Proxy first;
@@ -155,10 +149,10 @@ TEST_F(AnAgentOnDemand, IsStartedOnceBySeveralProxies)
     EXPECT_EQ(1u, started(directory / "report").size());
     first.destroy();
     second.destroy();
-    EXPECT_TRUE(is_gone(started(directory / "report").front()));
+    EXPECT_TRUE(has_ended(started(directory / "report").front()));
 }
 
-TEST_F(AnAgentOnDemand, IsStartedOnceBySeveralApplications)
+TEST_F(AgentStartTest, StartsOneAgentForSeveralApplications)
 {
     install_package(agent_package(directory / "report"));
     const auto connect = [this](const auto &ready, const auto &serve) {
@@ -172,17 +166,17 @@ TEST_F(AnAgentOnDemand, IsStartedOnceBySeveralApplications)
         Child one(connect);
         Child two(connect);
         Child three(connect);
-        EXPECT_TRUE(host_test::comes_true([&] {
+        EXPECT_TRUE(wait_until([&] {
             return access((directory / std::to_string(one.pid)).c_str(), F_OK) == 0 &&
                    access((directory / std::to_string(two.pid)).c_str(), F_OK) == 0 &&
                    access((directory / std::to_string(three.pid)).c_str(), F_OK) == 0;
         })) << log();
         EXPECT_EQ(1u, started(directory / "report").size());
     }
-    EXPECT_TRUE(is_gone(started(directory / "report").front()));
+    EXPECT_TRUE(has_ended(started(directory / "report").front()));
 }
 
-TEST_F(AnAgentOnDemand, IsStartedAnewWhenOnlyItsSocketIsLeft)
+TEST_F(AgentStartTest, StartsAnAgentInPlaceOfADeadOne)
 {
     {
         RawListener dead(socket_path());
@@ -192,19 +186,19 @@ TEST_F(AnAgentOnDemand, IsStartedAnewWhenOnlyItsSocketIsLeft)
     Proxy proxy;
     ASSERT_TRUE(proxy.connected_now()) << log();
     proxy.destroy();
-    EXPECT_TRUE(is_gone(started(directory / "report").front()));
+    EXPECT_TRUE(has_ended(started(directory / "report").front()));
 }
 
-TEST_F(AnAgentOnDemand, ThatCannotBeExecutedFailsTheConnectAtOnce)
+TEST_F(AgentStartTest, FailsAtOnceIfTheExecutableIsMissing)
 {
     install_package("Executable=/nonexistent/agent\n");
     Proxy proxy;
     EXPECT_EQ(-EIO, proxy.connect());
-    EXPECT_TRUE(has(log(), "cannot start /nonexistent/agent: No such file or directory")) << log();
+    EXPECT_TRUE(contains(log(), "cannot start /nonexistent/agent: No such file or directory")) << log();
     EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG));
 }
 
-TEST_F(AnAgentOnDemand, ThatMayNotBeExecutedIsAPermissionMatter)
+TEST_F(AgentStartTest, ReportsAnExecutableWithoutPermission)
 {
     std::ofstream(directory / "agent") << "not executable";
     install_package("Executable=" + (directory / "agent") + "\n");
@@ -212,7 +206,7 @@ TEST_F(AnAgentOnDemand, ThatMayNotBeExecutedIsAPermissionMatter)
     EXPECT_EQ(-EACCES, proxy.connect());
 }
 
-TEST_F(AnAgentOnDemand, ThatNeverListensIsGivenUpAfterTheTimeout)
+TEST_F(AgentStartTest, IsRejectedIfTheAgentNeverListens)
 {
     Setting quick("KORVANE_CONNECT_TIMEOUT_MS", "100");
     install_package("Executable=/bin/true\n");
@@ -220,65 +214,65 @@ TEST_F(AnAgentOnDemand, ThatNeverListensIsGivenUpAfterTheTimeout)
     EXPECT_FALSE(proxy.connected_now());
     EXPECT_EQ(1, proxy.rejected);
     EXPECT_EQ(-5, proxy.last_result);
-    EXPECT_TRUE(has(log(), "no agent listens at")) << log();
+    EXPECT_TRUE(contains(log(), "no agent listens at")) << log();
 }
 
-TEST_F(AnAgentOnDemand, WithArgumentsThatCannotBeReadIsNotStarted)
+TEST_F(AgentStartTest, RefusesInvalidArguments)
 {
     install_package("Executable=/bin/true\nArguments='unclosed\n");
     Proxy proxy;
     EXPECT_EQ(-EIO, proxy.connect());
-    EXPECT_TRUE(has(log(), "its arguments")) << log();
+    EXPECT_TRUE(contains(log(), "cannot parse its arguments")) << log();
 }
 
-TEST_F(AnAgentOnDemand, NeedsARuntimeDirectoryThatCanBeMade)
+TEST_F(AgentStartTest, NeedsARuntimeDirectory)
 {
     Setting nowhere("KORVANE_RUNTIME_DIR", "/proc/nothing");
     install_package("Executable=/bin/true\n");
     Proxy proxy;
     EXPECT_EQ(-EIO, proxy.connect());
-    EXPECT_TRUE(has(log(), "cannot make the runtime directory /proc/nothing")) << log();
+    EXPECT_TRUE(contains(log(), "cannot create the runtime directory /proc/nothing")) << log();
 }
 
-TEST_F(AForkedChild, IsRefusedTheParentsLinksWhichStaySound)
+TEST_F(ForkTest, ChildCannotUseTheParentsLinks)
 {
     Agent agent([](Stub &, rpc_port_h main, int request) { send_number(main, request + 1); });
     Proxy proxy;
     ASSERT_TRUE(proxy.connected_now());
-    const auto result = host_test::in_child({}, [&] {
+    const auto result = in_child({}, [&] {
         EXPECT_EQ(-ENOTCONN, proxy.send(1));
         EXPECT_GT(0, proxy.read_code());
-        run_what_is_ready();
+        run_ready_sources();
         proxy.destroy();
     });
     EXPECT_EQ(0, result.status) << result.text();
-    run_what_is_ready();
+    run_ready_sources();
     EXPECT_EQ(0, proxy.disconnected);
     EXPECT_EQ(0, proxy.send(1));
     EXPECT_EQ(2, proxy.read());
 }
 
-TEST_F(AForkedChild, IsRefusedWhatItsParentHasAlreadyReceived)
+TEST_F(ForkTest, ChildCannotReadTheParentsParcels)
 {
     Proxy proxy;
     RawAgent agent(socket_path(), proxy);
     ASSERT_EQ(0, proxy.send(1));
     agent.main->send(frame(u32(1)) + frame(u32(2)));
     ASSERT_EQ(1, proxy.read());
-    const auto result = host_test::in_child({}, [&] { EXPECT_EQ(-EPERM, proxy.read_code()); });
+    const auto result = in_child({}, [&] { EXPECT_EQ(-EPERM, proxy.read_code()); });
     EXPECT_EQ(0, result.status) << result.text();
     EXPECT_EQ(2, proxy.read());
 }
 
-TEST_F(AForkedChild, TakesNoEventOfItsParent)
+TEST_F(ForkTest, ChildReceivesNoEventOfTheParent)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     Proxy proxy;
     ASSERT_TRUE(proxy.connected_now() && run_until([&] { return stub.peers.size() == 1; }));
     ASSERT_EQ(0, stub.push(5));
-    const auto result = host_test::in_child({}, [&] {
-        run_what_is_ready();
+    const auto result = in_child({}, [&] {
+        run_ready_sources();
         EXPECT_EQ(0, proxy.received);
     });
     EXPECT_EQ(0, result.status) << result.text();
@@ -286,29 +280,29 @@ TEST_F(AForkedChild, TakesNoEventOfItsParent)
     EXPECT_TRUE(run_until([&] { return proxy.received == 1; }));
 }
 
-TEST_F(AForkedChild, OfAnAgentLeavesItsSocketAndPeersAlone)
+TEST_F(ForkTest, ChildOfAnAgentKeepsItsSocketAndPeers)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     Proxy proxy;
     ASSERT_TRUE(proxy.connected_now() && run_until([&] { return stub.peers.size() == 1; }));
-    const auto result = host_test::in_child({}, [&] {
-        run_what_is_ready();
+    const auto result = in_child({}, [&] {
+        run_ready_sources();
         stub.destroy();
     });
     EXPECT_EQ(0, result.status) << result.text();
-    run_what_is_ready();
+    run_ready_sources();
     EXPECT_EQ(0, proxy.disconnected);
     Proxy another;
     EXPECT_TRUE(another.connected_now());
 }
 
-TEST_F(AForkedChild, MayConnectOnItsOwn)
+TEST_F(ForkTest, ChildCanConnect)
 {
     Agent agent([](Stub &, rpc_port_h main, int request) { send_number(main, request); });
     Proxy parents;
     ASSERT_TRUE(parents.connected_now());
-    const auto result = host_test::in_child({}, [] {
+    const auto result = in_child({}, [] {
         Proxy own;
         EXPECT_TRUE(own.connected_now());
         EXPECT_EQ(0, own.send(3));
@@ -318,4 +312,4 @@ TEST_F(AForkedChild, MayConnectOnItsOwn)
 }
 
 } // namespace
-} // namespace host_ports
+} // namespace kv::test

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The other side made by hand: bytes and sockets without the code under test.
+// Peers made by hand: bytes and sockets without the code under test.
 #include <glib.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -12,9 +12,9 @@
 #include <filesystem>
 #include <utility>
 
-#include "host_ports_fixture.hpp"
+#include "fixture.hpp"
 
-namespace host_ports {
+namespace kv::test {
 
 namespace {
 
@@ -41,12 +41,12 @@ std::string frame(const std::string &payload)
     return u32(static_cast<uint32_t>(payload.size())) + payload;
 }
 
-std::string hello(int link, const std::string &token, uint32_t version)
+std::string handshake_request(int link, const std::string &token, uint32_t version)
 {
     return frame("VKPL" + u32(version) + static_cast<char>(link) + token + u32(4) + "test");
 }
 
-std::string answer(int32_t code, uint32_t version)
+std::string handshake_reply(int32_t code, uint32_t version)
 {
     return frame("VKPR" + u32(version) + u32(static_cast<uint32_t>(code)));
 }
@@ -72,14 +72,14 @@ std::string RawLink::receive(size_t size) const
             bytes.append(some, static_cast<size_t>(got));
         if (bytes.size() == size || got == 0 || (got < 0 && errno != EAGAIN))
             return true;
-        g_main_context_wakeup(nullptr); // the loop does not know this link
+        g_main_context_wakeup(nullptr); // the loop does not watch this link
         return false;
     });
     EXPECT_TRUE(arrived);
     return bytes;
 }
 
-bool RawLink::is_closed_by_other_side() const
+bool RawLink::is_closed_by_peer() const
 {
     return run_until([this] {
         char some[4096];
@@ -123,9 +123,9 @@ bool RawListener::has_waiting() const
 
 RawProxy::RawProxy(const std::string &socket_path, const std::string &token) : main(socket_path), callback(socket_path)
 {
-    main.send(hello(0, token));
-    callback.send(hello(1, token));
-    EXPECT_EQ(answer(0), main.receive(answer(0).size()));
+    main.send(handshake_request(0, token));
+    callback.send(handshake_request(1, token));
+    EXPECT_EQ(handshake_reply(0), main.receive(handshake_reply(0).size()));
 }
 
 RawAgent::RawAgent(const std::string &socket_path, Proxy &proxy) : listener(socket_path)
@@ -133,9 +133,9 @@ RawAgent::RawAgent(const std::string &socket_path, Proxy &proxy) : listener(sock
     EXPECT_EQ(0, proxy.connect());
     main.emplace(listener.accept());
     callback.emplace(listener.accept());
-    main->send(answer(0));
+    main->send(handshake_reply(0));
     EXPECT_TRUE(run_until([&] { return proxy.connected + proxy.rejected > 0; }));
     EXPECT_EQ(1, proxy.connected);
 }
 
-} // namespace host_ports
+} // namespace kv::test

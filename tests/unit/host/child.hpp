@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-/// For what is decided once per process, by its environment, its user or its descriptors: a test's body in a child of
-/// its own. Whatever the child writes to stderr comes back.
-namespace host_test {
+/// Runs a part of a test in a child process, for what a process decides once: by its environment, its user or its
+/// descriptors.
+namespace kv::test {
 
 struct ChildResult {
     int status = -1;                 ///< as of waitpid; 0 for a body that returned
@@ -19,13 +19,13 @@ struct ChildResult {
     std::vector<std::string> lines() const;
 };
 
-using Environment = std::map<std::string, std::optional<std::string>>; ///< no value: unset
+using Environment = std::map<std::string, std::optional<std::string>>; ///< without a value the variable is unset
 
-/// Runs the body; a child that takes longer than the deadline is killed, which its status shows. In the child
-/// ASSERTs and EXPECTs of the body count through the exit status.
+/// Runs the body in a child and returns what it writes to stderr. A failed EXPECT or ASSERT of the body gives a status other
+/// than 0. A child that exceeds the deadline is killed.
 ChildResult in_child(const Environment &environment, const std::function<void()> &body);
 
-/// A directory that goes with everything in it.
+/// A directory that the destructor removes with its content.
 class TemporaryDirectory {
 public:
     TemporaryDirectory();
@@ -41,7 +41,12 @@ private:
 
 std::string contents_of(const std::string &path);
 
-/// Whether the condition came true before the deadline; asks again and again in between, giving the CPU away.
-bool comes_true(const std::function<bool()> &condition);
+/// Waits until the condition is true; false at the deadline.
+bool wait_until(const std::function<bool()> &condition);
 
-} // namespace host_test
+inline bool contains(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+} // namespace kv::test

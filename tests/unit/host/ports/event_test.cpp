@@ -1,24 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a proxy is told on the loop, and what its callbacks may do.
+// The events of a proxy, and what its callbacks may do.
 #include <glib.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
 
-#include "host_ports_fixture.hpp"
+#include "fixture.hpp"
 
-namespace host_ports {
+namespace kv::test {
 namespace {
 
-using AnEvent = PortsTest;
-using ADisconnection = PortsTest;
-
-bool has(const std::string &text, const std::string &part)
-{
-    return text.find(part) != std::string::npos;
-}
+using ConnectedEventTest = PortsTest;
+using DisconnectedEventTest = PortsTest;
+using ReceivedEventTest = PortsTest;
 
 struct Connection {
     Connection()
@@ -32,21 +28,21 @@ struct Connection {
     Proxy proxy;
 };
 
-TEST_F(AnEvent, IsRaisedOncePerParcelInOrder)
+TEST_F(ReceivedEventTest, IsRaisedOncePerParcelInOrder)
 {
     Connection link;
     std::vector<int> values;
     link.proxy.on_received = [&] { values.push_back(link.proxy.read(link.proxy.callback_port()).value_or(-1)); };
     for (int i = 0; i < 10; i++)
         ASSERT_EQ(0, link.stub.push(i));
-    EXPECT_TRUE(values.empty()) << "nothing is raised outside the loop";
+    EXPECT_TRUE(values.empty()) << "raised outside the loop";
     EXPECT_TRUE(run_until([&] { return values.size() == 10; }));
-    run_what_is_ready();
+    run_ready_sources();
     EXPECT_EQ((std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}), values);
     EXPECT_EQ(10, link.proxy.received);
 }
 
-TEST_F(AnEvent, IsRaisedWhenItsParcelIsWholeAndNotBefore)
+TEST_F(ReceivedEventTest, IsRaisedForWholeParcelsOnly)
 {
     Proxy proxy;
     RawAgent agent(socket_path(), proxy);
@@ -55,24 +51,24 @@ TEST_F(AnEvent, IsRaisedWhenItsParcelIsWholeAndNotBefore)
     const std::string whole = frame(u32(5));
     for (char byte : whole.substr(0, 7)) {
         agent.callback->send({byte});
-        run_what_is_ready();
+        run_ready_sources();
         EXPECT_EQ(0, proxy.received);
     }
     agent.callback->send(whole.substr(7));
-    run_what_is_ready();
+    run_ready_sources();
     EXPECT_EQ(5, value);
 }
 
-TEST_F(AnEvent, IsNeverRaisedForTheMainPort)
+TEST_F(ReceivedEventTest, IsNotRaisedForTheMainPort)
 {
     Proxy proxy;
     RawAgent agent(socket_path(), proxy);
     agent.main->send(frame(u32(1)));
-    run_what_is_ready();
+    run_ready_sources();
     EXPECT_EQ(0, proxy.received);
 }
 
-TEST_F(AnEvent, ThatIsNotReadIsNotRaisedAgain)
+TEST_F(ReceivedEventTest, IsNotRepeatedForAnUnreadParcel)
 {
     Connection link;
     link.stub.push(1);
@@ -80,13 +76,13 @@ TEST_F(AnEvent, ThatIsNotReadIsNotRaisedAgain)
     EXPECT_TRUE(run_until([&] { return link.proxy.received == 2; }));
     link.stub.push(3);
     EXPECT_TRUE(run_until([&] { return link.proxy.received == 3; }));
-    run_what_is_ready();
+    run_ready_sources();
     EXPECT_EQ(3, link.proxy.received);
     EXPECT_EQ(1, link.proxy.read(link.proxy.callback_port()));
     EXPECT_EQ(2, link.proxy.read(link.proxy.callback_port()));
 }
 
-TEST_F(AnEvent, ThatWasReadTogetherWithThePreviousIsNotRaised)
+TEST_F(ReceivedEventTest, IsNotRaisedForAParcelReadAhead)
 {
     Connection link;
     link.proxy.on_received = [&] {
@@ -99,11 +95,11 @@ TEST_F(AnEvent, ThatWasReadTogetherWithThePreviousIsNotRaised)
     link.stub.push(2);
     rpc_port_stub_flush(port);
     EXPECT_TRUE(run_until([&] { return link.proxy.received == 1; }));
-    run_what_is_ready();
+    run_ready_sources();
     EXPECT_EQ(1, link.proxy.received);
 }
 
-TEST_F(AnEvent, IsRaisedInALoopThatACallbackRuns)
+TEST_F(ReceivedEventTest, IsRaisedInALoopThatACallbackRuns)
 {
     Connection link;
     link.proxy.on_received = [&] {
@@ -117,18 +113,18 @@ TEST_F(AnEvent, IsRaisedInALoopThatACallbackRuns)
     EXPECT_TRUE(run_until([&] { return link.proxy.received == 2; }));
 }
 
-TEST_F(AnEvent, MayDestroyTheProxy)
+TEST_F(ReceivedEventTest, AllowsDestructionOfTheProxy)
 {
     Connection link;
     link.proxy.on_received = [&] { link.proxy.destroy(); };
     for (int i = 0; i < 5; i++)
         link.stub.push(i);
-    EXPECT_TRUE(run_until([&] { return link.stub.gone.size() == 1; }));
-    EXPECT_EQ(1, link.proxy.received) << "nothing is raised for a proxy that is gone";
+    EXPECT_TRUE(run_until([&] { return link.stub.disconnected.size() == 1; }));
+    EXPECT_EQ(1, link.proxy.received) << "an event was raised for a destroyed proxy";
     EXPECT_EQ(0, link.proxy.disconnected);
 }
 
-TEST_F(AnEvent, MayDestroyTheProxyInALoopOfItsOwn)
+TEST_F(ReceivedEventTest, AllowsDestructionInANestedLoop)
 {
     Connection link;
     link.proxy.on_received = [&] {
@@ -138,11 +134,11 @@ TEST_F(AnEvent, MayDestroyTheProxyInALoopOfItsOwn)
     };
     for (int i = 0; i < 5; i++)
         link.stub.push(i);
-    EXPECT_TRUE(run_until([&] { return link.stub.gone.size() == 1; }));
+    EXPECT_TRUE(run_until([&] { return link.stub.disconnected.size() == 1; }));
     EXPECT_EQ(2, link.proxy.received);
 }
 
-TEST_F(AnEvent, MayConnectTheProxyAgainAfterItWasDisconnected)
+TEST_F(DisconnectedEventTest, AllowsANewConnection)
 {
     Connection link;
     link.proxy.on_disconnected = [&] { EXPECT_EQ(0, link.proxy.connect()); };
@@ -151,19 +147,19 @@ TEST_F(AnEvent, MayConnectTheProxyAgainAfterItWasDisconnected)
     EXPECT_EQ(1, link.proxy.disconnected);
 }
 
-TEST_F(AnEvent, OfConnectionMayDestroyTheProxy)
+TEST_F(ConnectedEventTest, AllowsDestructionOfTheProxy)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     Proxy proxy;
     proxy.on_connected = [&] { proxy.destroy(); };
     ASSERT_EQ(0, proxy.connect());
-    EXPECT_TRUE(run_until([&] { return stub.gone.size() == 1; }));
+    EXPECT_TRUE(run_until([&] { return stub.disconnected.size() == 1; }));
     EXPECT_EQ(1, proxy.connected);
     EXPECT_EQ(0, proxy.disconnected);
 }
 
-TEST_F(AnEvent, OfConnectionMayMakeACall)
+TEST_F(ConnectedEventTest, AllowsACall)
 {
     Agent agent([](Stub &, rpc_port_h main, int request) { send_number(main, request + 1); });
     Proxy proxy;
@@ -176,9 +172,9 @@ TEST_F(AnEvent, OfConnectionMayMakeACall)
     EXPECT_EQ(2, reply);
 }
 
-TEST_F(AnEvent, MayMakeACallWhileFurtherEventsArrive)
+TEST_F(ReceivedEventTest, AllowsCallsDuringAFlood)
 {
-    // The agent pushes more than a socket holds before it answers: neither side waits for the other for ever.
+    // Before it replies the agent pushes more than a socket holds. Neither side may block.
     Agent agent([](Stub &stub, rpc_port_h main, int request) {
         if (request == 1)
             for (int i = 0; i < 20000; i++)
@@ -199,19 +195,19 @@ TEST_F(AnEvent, MayMakeACallWhileFurtherEventsArrive)
     EXPECT_TRUE(run_until([&] { return proxy.received == 20000; }));
 }
 
-TEST_F(AnEvent, AboveTheLimitEndsTheConnection)
+TEST_F(ReceivedEventTest, EndsTheConnectionAboveTheLimit)
 {
     Proxy proxy;
     RawAgent agent(socket_path(), proxy);
     proxy.on_received = [&] { EXPECT_EQ(4, proxy.read(proxy.callback_port())); };
     agent.callback->send(frame(u32(4)) + u32(0x7fffffff));
     EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
-    EXPECT_EQ(1, proxy.received) << "what came before it is whole";
-    EXPECT_TRUE(agent.main->is_closed_by_other_side());
-    EXPECT_TRUE(has(log(), "a parcel of 2147483647 bytes was announced")) << log();
+    EXPECT_EQ(1, proxy.received) << "the parcel before it is complete";
+    EXPECT_TRUE(agent.main->is_closed_by_peer());
+    EXPECT_TRUE(contains(log(), "announced a parcel of 2147483647 bytes")) << log();
 }
 
-TEST_F(AnEvent, CutShortAtEveryByteIsNotRaised)
+TEST_F(ReceivedEventTest, IsNotRaisedWhenCutAtAnyByte)
 {
     const std::string whole = frame(u32(4) + u32(5));
     for (size_t size = 0; size < whole.size(); size++) {
@@ -226,7 +222,7 @@ TEST_F(AnEvent, CutShortAtEveryByteIsNotRaised)
     }
 }
 
-TEST_F(ADisconnection, IsToldAfterTheEventsThatCameBeforeIt)
+TEST_F(DisconnectedEventTest, FollowsTheEventsThatArrivedBefore)
 {
     Proxy proxy;
     std::vector<int> values;
@@ -245,15 +241,15 @@ TEST_F(ADisconnection, IsToldAfterTheEventsThatCameBeforeIt)
     EXPECT_EQ(1000u, values.size());
 }
 
-TEST_F(ADisconnection, OfEitherLinkIsToldOnce)
+TEST_F(DisconnectedEventTest, IsRaisedOnceForEitherLink)
 {
     for (const bool main : {false, true}) {
         Proxy proxy;
         RawAgent agent(socket_path(), proxy);
         (main ? agent.main : agent.callback)->close_now();
         EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
-        EXPECT_TRUE((main ? agent.callback : agent.main)->is_closed_by_other_side());
-        run_what_is_ready();
+        EXPECT_TRUE((main ? agent.callback : agent.main)->is_closed_by_peer());
+        run_ready_sources();
         EXPECT_EQ(1, proxy.disconnected);
         EXPECT_GT(0, proxy.send(1));
         EXPECT_GT(0, proxy.read_code());
@@ -261,7 +257,7 @@ TEST_F(ADisconnection, OfEitherLinkIsToldOnce)
     }
 }
 
-TEST_F(ADisconnection, MayDestroyTheProxy)
+TEST_F(DisconnectedEventTest, AllowsDestructionOfTheProxy)
 {
     Connection link;
     link.proxy.on_disconnected = [&] { link.proxy.destroy(); };
@@ -269,14 +265,14 @@ TEST_F(ADisconnection, MayDestroyTheProxy)
     EXPECT_TRUE(run_until([&] { return link.proxy.disconnected == 1; }));
 }
 
-TEST_F(ADisconnection, IsNotToldToAProxyThatWasDestroyed)
+TEST_F(DisconnectedEventTest, IsNotRaisedForADestroyedProxy)
 {
     Connection link;
     link.stub.destroy();
     link.proxy.destroy();
-    run_what_is_ready();
+    run_ready_sources();
     EXPECT_EQ(0, link.proxy.disconnected);
 }
 
 } // namespace
-} // namespace host_ports
+} // namespace kv::test

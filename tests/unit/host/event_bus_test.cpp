@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Message buses that are absent, elsewhere, silent, or gone. Runs below one of its own (dbus-run-session).
-#include "host_event_fixture.hpp"
+// A message bus that is absent, at another address, silent, or ended. Runs under dbus-run-session.
+#include "event_fixture.hpp"
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -13,8 +13,7 @@
 #include <stdexcept>
 #include <thread>
 
-using namespace host_test;
-
+namespace kv::test {
 namespace {
 
 /// A message bus that can be killed.
@@ -28,7 +27,7 @@ public:
         daemon_ = start({"dbus-daemon", "--session", "--nofork", "--nosyslog", "--address=" + address,
                          "--print-address=" + std::to_string(ends[1])});
         close(ends[1]);
-        char ready[256]; // written when it listens
+        char ready[256]; // its address, printed once it listens
         if (read(ends[0], ready, sizeof ready) <= 0)
             throw std::runtime_error("dbus-daemon does not start");
         close(ends[0]);
@@ -54,7 +53,7 @@ private:
 
 } // namespace
 
-TEST(WithoutABus, RegisteringAndPublishingFailAtOnceWithALineEach)
+TEST(EventBusTest, FailsAtOnceWithOneLineWithoutABus)
 {
     const TemporaryDirectory directory;
     const Environment nothing_set = {{"DBUS_SESSION_BUS_ADDRESS", {}}, {"XDG_RUNTIME_DIR", {}}};
@@ -73,24 +72,24 @@ TEST(WithoutABus, RegisteringAndPublishingFailAtOnceWithALineEach)
         });
         EXPECT_EQ(result.status, 0);
         ASSERT_EQ(result.lines().size(), 2U) << result.text();
-        EXPECT_NE(result.text().find("no message bus, so no application events"), std::string::npos);
+        EXPECT_NE(result.text().find("cannot connect to the message bus"), std::string::npos);
     }
 }
 
-TEST(ABusOfItsOwnAddress, IsUsed)
+TEST(EventBusTest, UsesTheBusOfAnAddress)
 {
     const TemporaryDirectory directory;
     const OwnBus bus(directory);
     const ChildResult result = in_child({{"KORVANE_BUS", bus.address}, {"DBUS_SESSION_BUS_ADDRESS", {}}}, [] {
         Listener listener;
-        let_the_bus_know();
+        wait_until_subscribed();
         publish();
         EXPECT_TRUE(loop_until([&] { return listener.count == 1; }));
     });
     EXPECT_EQ(result.status, 0) << result.text();
 }
 
-TEST(ABusThatGoesAway, LeavesOneErrorLineAndAQuietLoop)
+TEST(EventBusTest, LogsOneLineAndStaysIdleWhenTheBusEnds)
 {
     const TemporaryDirectory directory;
     const ChildResult result = in_child(errors_only, [&] {
@@ -100,28 +99,28 @@ TEST(ABusThatGoesAway, LeavesOneErrorLineAndAQuietLoop)
         {
             Listener first;
             Listener second;
-            let_the_bus_know();
+            wait_until_subscribed();
             bus.stop();
             EXPECT_TRUE(loop_until([&] { return open_descriptors() == before; }));
             EXPECT_FALSE(g_main_context_pending(nullptr));
-        } // handlers that lost their bus can be removed
+        } // removing handlers without a bus works
         EXPECT_EQ(open_descriptors(), before);
         EXPECT_LT(Listener().result, 0);
         const OwnBus next(directory);
         Listener later;
         EXPECT_EQ(later.result, 0);
-        let_the_bus_know();
+        wait_until_subscribed();
     });
     EXPECT_EQ(result.status, 0);
     const auto lines = result.lines();
     ASSERT_EQ(lines.size(), 2U) << result.text();
-    EXPECT_NE(lines[0].find("the message bus is gone"), std::string::npos) << result.text();
-    EXPECT_NE(lines[1].find("no message bus"), std::string::npos) << result.text();
+    EXPECT_NE(lines[0].find("lost the connection to the message bus"), std::string::npos) << result.text();
+    EXPECT_NE(lines[1].find("cannot connect to the message bus"), std::string::npos) << result.text();
 }
 
 namespace {
 
-/// A socket that is no bus: it takes connections and says nothing.
+/// A socket that accepts connections and sends nothing.
 class SilentSocket {
 public:
     explicit SilentSocket(const std::string &path)
@@ -143,7 +142,7 @@ private:
 
 } // namespace
 
-TEST(ABusThatNeverAnswers, DoesNotHoldTheApplicationUp)
+TEST(EventBusTest, DoesNotBlockOnASilentBus)
 {
     const TemporaryDirectory directory;
     const SilentSocket silent(directory / "bus");
@@ -164,7 +163,7 @@ TEST(ABusThatNeverAnswers, DoesNotHoldTheApplicationUp)
     EXPECT_EQ(result.status, 0) << result.text();
 }
 
-TEST(ABusThatHangsUpAtOnce, LeavesOneErrorLine)
+TEST(EventBusTest, LogsOneLineWhenTheBusClosesAtOnce)
 {
     const TemporaryDirectory directory;
     const SilentSocket silent(directory / "bus");
@@ -180,11 +179,11 @@ TEST(ABusThatHangsUpAtOnce, LeavesOneErrorLine)
     EXPECT_EQ(result.lines().size(), 1U) << result.text();
 }
 
-TEST(AForkOfTheApplication, DisturbsNeitherTheParentsEventsNorItsOwnLoop)
+TEST(EventBusTest, WorksInTheParentAfterAFork)
 {
     const ChildResult result = in_child(errors_only, [] {
         Listener listener;
-        let_the_bus_know();
+        wait_until_subscribed();
         const pid_t child = fork();
         if (child == 0) {
             while (g_main_context_iteration(nullptr, FALSE)) {
@@ -200,3 +199,5 @@ TEST(AForkOfTheApplication, DisturbsNeitherTheParentsEventsNorItsOwnLoop)
     });
     EXPECT_EQ(result.status, 0) << result.text();
 }
+
+} // namespace kv::test

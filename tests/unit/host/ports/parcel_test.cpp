@@ -11,9 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include "rpc_port.h"
-#include "rpc_port_stub.h"
+#include <rpc_port.h>
+#include <rpc_port_stub.h>
 
+namespace kv::test {
 namespace {
 
 using Bytes = std::vector<unsigned char>;
@@ -43,7 +44,7 @@ private:
     rpc_port_parcel_h handle_ = nullptr;
 };
 
-TEST(AParcel, HoldsAnInt32AsFourBytesLittleEndian)
+TEST(ParcelTest, EncodesAnInt32AsFourBytesLittleEndian)
 {
     ParcelHandle parcel;
     EXPECT_EQ(0, rpc_port_parcel_write_int32(parcel, 0x01020304));
@@ -51,7 +52,7 @@ TEST(AParcel, HoldsAnInt32AsFourBytesLittleEndian)
     EXPECT_EQ((Bytes{4, 3, 2, 1, 0xfe, 0xff, 0xff, 0xff}), parcel.bytes());
 }
 
-TEST(AParcel, HoldsABoolAsOneByte)
+TEST(ParcelTest, EncodesABoolAsOneByte)
 {
     ParcelHandle parcel;
     EXPECT_EQ(0, rpc_port_parcel_write_bool(parcel, true));
@@ -59,14 +60,14 @@ TEST(AParcel, HoldsABoolAsOneByte)
     EXPECT_EQ((Bytes{1, 0}), parcel.bytes());
 }
 
-TEST(AParcel, HoldsAStringAsLengthAndBytesWithoutAnEndMark)
+TEST(ParcelTest, EncodesAStringAsLengthAndBytes)
 {
     ParcelHandle parcel;
     EXPECT_EQ(0, rpc_port_parcel_write_string(parcel, "ab\xc3\xa9"));
     EXPECT_EQ((Bytes{4, 0, 0, 0, 'a', 'b', 0xc3, 0xa9}), parcel.bytes());
 }
 
-TEST(AParcel, HoldsANullStringAsAnEmptyOne)
+TEST(ParcelTest, EncodesANullStringAsAnEmptyOne)
 {
     ParcelHandle parcel;
     EXPECT_EQ(0, rpc_port_parcel_write_string(parcel, nullptr));
@@ -93,7 +94,7 @@ rpc_port_parcelable_t point_form = {
     },
 };
 
-TEST(AParcel, HoldsStructuredValuesInlineWithoutAHeader)
+TEST(ParcelTest, EncodesStructuredValuesWithoutAHeader)
 {
     ParcelHandle parcel;
     Point written{1, 2};
@@ -136,20 +137,20 @@ void expect_failed_reads(const Bytes &bytes, unsigned kinds)
     EXPECT_EQ(&mark, text);
 }
 
-TEST(AFailedRead, LeavesTheValueAtEveryCutOfANumber)
+TEST(ParcelReadTest, LeavesTheValueUnchangedAtEveryCutOfANumber)
 {
     for (size_t size = 0; size < 4; size++)
         expect_failed_reads(Bytes(size, 1), size == 0 ? int32 | boolean | string | count : int32 | string | count);
 }
 
-TEST(AFailedRead, LeavesTheValueAtEveryCutOfAString)
+TEST(ParcelReadTest, LeavesTheValueUnchangedAtEveryCutOfAString)
 {
     const Bytes whole{3, 0, 0, 0, 'a', 'b', 'c'};
     for (size_t size = 0; size < whole.size(); size++)
         expect_failed_reads({whole.begin(), whole.begin() + static_cast<long>(size)}, string);
 }
 
-TEST(AFailedRead, LeavesThePlaceOfTheNextRead)
+TEST(ParcelReadTest, KeepsItsPositionOnFailure)
 {
     ParcelHandle parcel(Bytes{9, 0, 0, 0, 'a'});
     char *text = nullptr;
@@ -163,24 +164,24 @@ TEST(AFailedRead, LeavesThePlaceOfTheNextRead)
     EXPECT_EQ(9, number);
 }
 
-TEST(ABoolByte, OtherThanZeroAndOneIsAFailedRead)
+TEST(ParcelReadTest, RefusesABoolOtherThanZeroAndOne)
 {
     for (int value = 2; value < 256; value++)
         expect_failed_reads({static_cast<unsigned char>(value)}, boolean);
 }
 
-TEST(AStringWithAZeroByte, IsAFailedRead)
+TEST(ParcelReadTest, RefusesAStringWithAZeroByte)
 {
     expect_failed_reads({3, 0, 0, 0, 'a', 0, 'c'}, string);
 }
 
-TEST(AHugeLength, IsAFailedReadOfStringAndCount)
+TEST(ParcelReadTest, RefusesAHugeLength)
 {
     for (const unsigned char top : Bytes{0x7f, 0x80, 0xff})
         expect_failed_reads({0xff, 0xff, 0xff, top, 1, 2, 3}, string | count);
 }
 
-TEST(AnArrayCount, MayBeAsLargeAsTheBytesThatFollow)
+TEST(ParcelReadTest, AcceptsACountUpToTheRemainingBytes)
 {
     ParcelHandle parcel(Bytes{3, 0, 0, 0, 1, 2, 3});
     int count = 0;
@@ -188,13 +189,13 @@ TEST(AnArrayCount, MayBeAsLargeAsTheBytesThatFollow)
     EXPECT_EQ(3, count);
 }
 
-TEST(AnArrayCount, LargerThanTheBytesThatFollowIsAFailedRead)
+TEST(ParcelReadTest, RefusesACountOverTheRemainingBytes)
 {
     expect_failed_reads({4, 0, 0, 0, 1, 2, 3}, count);
     expect_failed_reads({0xff, 0xff, 0xff, 0xff, 1, 2, 3}, count);
 }
 
-TEST(AParcel, GrowsToTheLimitAndNotBeyond)
+TEST(ParcelTest, GrowsToTheLimitAndNotBeyond)
 {
     ParcelHandle parcel;
     const std::string megabyte((size_t{1} << 20) - 4, 'x');
@@ -206,7 +207,7 @@ TEST(AParcel, GrowsToTheLimitAndNotBeyond)
     EXPECT_EQ(size_t{16} << 20, parcel.bytes().size());
 }
 
-TEST(AFailedWrite, IsRememberedSoThatNothingElseGoesIn)
+TEST(ParcelTest, RefusesEveryWriteAfterAFailedOne)
 {
     ParcelHandle parcel;
     const std::string huge((size_t{16} << 20) + 1, 'x');
@@ -219,7 +220,7 @@ TEST(AFailedWrite, IsRememberedSoThatNothingElseGoesIn)
     EXPECT_EQ(Bytes{}, parcel.bytes());
 }
 
-TEST(AParcelThatIsUsedAgain, IsEmptyAndSound)
+TEST(ParcelPoolTest, ReturnsEmptyParcels)
 {
     {
         ParcelHandle spoilt;
@@ -233,7 +234,7 @@ TEST(AParcelThatIsUsedAgain, IsEmptyAndSound)
     EXPECT_EQ((Bytes{1, 0, 0, 0}), parcel.bytes());
 }
 
-TEST(AParcelThatIsUsedAgain, KeepsItsMemoryUpTo64KiB)
+TEST(ParcelPoolTest, KeepsBuffersUpTo64KiB)
 {
     const auto place = [](size_t size) {
         ParcelHandle parcel;
@@ -252,7 +253,7 @@ TEST(AParcelThatIsUsedAgain, KeepsItsMemoryUpTo64KiB)
     EXPECT_GE(before.uordblks + before.hblkhd, after.uordblks + after.hblkhd) << "a huge buffer is not kept";
 }
 
-TEST(AParcel, IsReadAgainFromItsStartAfterRewind)
+TEST(ParcelTest, ReadsFromTheStartAfterRewind)
 {
     ParcelHandle parcel(Bytes{1, 0, 0, 0});
     int number = 0;
@@ -262,7 +263,7 @@ TEST(AParcel, IsReadAgainFromItsStartAfterRewind)
     EXPECT_EQ(0, rpc_port_parcel_read_int32(parcel, &number));
 }
 
-TEST(AParcelMadeFromBytes, IsRefusedOverTheLimit)
+TEST(ParcelTest, RefusesRawBytesOverTheLimit)
 {
     const Bytes bytes((size_t{16} << 20) + 1);
     rpc_port_parcel_h parcel = nullptr;
@@ -270,7 +271,7 @@ TEST(AParcelMadeFromBytes, IsRefusedOverTheLimit)
     EXPECT_EQ(nullptr, parcel);
 }
 
-TEST(AParcel, MayBeMadeInOneThreadAndDestroyedInAnother)
+TEST(ParcelPoolTest, AllowsDestructionInAnotherThread)
 {
     // Run with the leak and address sanitizers: every thread frees what it has kept.
     for (int round = 0; round < 20; round++) {
@@ -288,7 +289,7 @@ TEST(AParcel, MayBeMadeInOneThreadAndDestroyedInAnother)
     }
 }
 
-TEST(NullArguments, AreRefusedByEveryParcelFunction)
+TEST(ParcelTest, RefusesNullInEveryFunction)
 {
     ParcelHandle parcel;
     Point point{1, 2};
@@ -311,3 +312,5 @@ TEST(NullArguments, AreRefusedByEveryParcelFunction)
 }
 
 } // namespace
+
+} // namespace kv::test

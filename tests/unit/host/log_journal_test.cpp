@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "dlog.h"
-#include "host_child.hpp"
+#include "child.hpp"
+#include <dlog.h>
 
 #include <gtest/gtest.h>
 
@@ -15,8 +15,7 @@
 #include <cstring>
 #include <stdexcept>
 
-using namespace host_test;
-
+namespace kv::test {
 namespace {
 
 constexpr int info = 4;
@@ -38,7 +37,7 @@ public:
     Journal(const Journal &) = delete;
     Journal &operator=(const Journal &) = delete;
 
-    /// The next waiting entry as its fields; none when nothing waits.
+    /// The fields of the next pending entry; empty if there is none.
     std::map<std::string, std::string> next()
     {
         std::string bytes(1 << 20, '\0');
@@ -50,14 +49,14 @@ public:
         message.msg_control = control;
         message.msg_controllen = sizeof control;
         const ssize_t size = recvmsg(socket_, &message, MSG_DONTWAIT);
-        came_as_file = false;
+        is_file = false;
         if (size < 0)
             return {};
         bytes.resize(static_cast<std::size_t>(size));
         if (const cmsghdr *header = CMSG_FIRSTHDR(&message); header && header->cmsg_type == SCM_RIGHTS) {
             int file = -1;
             memcpy(&file, CMSG_DATA(header), sizeof file);
-            came_as_file = true;
+            is_file = true;
             seals = fcntl(file, F_GET_SEALS);
             struct stat status {};
             fstat(file, &status);
@@ -68,7 +67,7 @@ public:
         return fields_of(bytes);
     }
 
-    bool came_as_file = false;
+    bool is_file = false;
     int seals = 0;
 
 private:
@@ -97,7 +96,7 @@ private:
     int socket_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
 };
 
-class TheJournal : public testing::Test {
+class LogJournalTest : public testing::Test {
 protected:
     Environment environment(const std::optional<std::string> &setting = "info:journal") const
     {
@@ -110,7 +109,7 @@ protected:
 
 } // namespace
 
-TEST_F(TheJournal, GetsPriorityProgramTagAndMessage)
+TEST_F(LogJournalTest, ReceivesPriorityProgramTagAndMessage)
 {
     Journal journal(path);
     const ChildResult result = in_child(environment(), [] {
@@ -129,7 +128,7 @@ TEST_F(TheJournal, GetsPriorityProgramTagAndMessage)
     EXPECT_TRUE(journal.next().empty());
 }
 
-TEST_F(TheJournal, GetsAMessageOfSeveralLinesAsOneThatForgesNoField)
+TEST_F(LogJournalTest, ReceivesSeveralLinesAsOneMessage)
 {
     Journal journal(path);
     in_child(environment(), [] { dlog_print(error, "TAG", "one\nPRIORITY=0\nthree"); });
@@ -138,18 +137,18 @@ TEST_F(TheJournal, GetsAMessageOfSeveralLinesAsOneThatForgesNoField)
     EXPECT_EQ(entry.at("PRIORITY"), "3");
 }
 
-TEST_F(TheJournal, GetsALargeMessageAsASealedFile)
+TEST_F(LogJournalTest, ReceivesALargeMessageAsASealedFile)
 {
     Journal journal(path);
     const std::string text(900'000, 'x');
     const ChildResult result = in_child(environment(), [&] { dlog_print(error, "TAG", "%s", text.c_str()); });
     EXPECT_TRUE(result.writes.empty()) << result.text().substr(0, 200);
     EXPECT_EQ(journal.next()["MESSAGE"], text);
-    EXPECT_TRUE(journal.came_as_file);
+    EXPECT_TRUE(journal.is_file);
     EXPECT_EQ(journal.seals, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL);
 }
 
-TEST_F(TheJournal, ThatIsAbsentLeavesTheLinesOnStderrAndIsComplainedOfOnce)
+TEST_F(LogJournalTest, FallsBackToStderrWithOneWarning)
 {
     const auto lines = in_child(environment(), [] {
                            dlog_print(error, "TAG", "one");
@@ -161,10 +160,10 @@ TEST_F(TheJournal, ThatIsAbsentLeavesTheLinesOnStderrAndIsComplainedOfOnce)
     EXPECT_NE(lines[2].find("TAG: two"), std::string::npos);
 }
 
-TEST_F(TheJournal, IsFoundAgainAfterARestart)
+TEST_F(LogJournalTest, WorksAgainAfterARestart)
 {
     const ChildResult result = in_child(environment(), [&] {
-        { // gone after one line
+        { // ends after one line
             Journal first(path);
             dlog_print(error, "TAG", "one");
             EXPECT_EQ(first.next()["MESSAGE"], "one");
@@ -177,7 +176,7 @@ TEST_F(TheJournal, IsFoundAgainAfterARestart)
     EXPECT_TRUE(result.writes.empty()) << result.text();
 }
 
-TEST_F(TheJournal, IsTheDefaultWhereTheServiceManagerConnectedStderrToIt)
+TEST_F(LogJournalTest, IsTheDefaultIfStderrIsTheJournal)
 {
     Journal journal(path);
     const ChildResult result = in_child(environment({}), [] {
@@ -190,7 +189,7 @@ TEST_F(TheJournal, IsTheDefaultWhereTheServiceManagerConnectedStderrToIt)
     EXPECT_EQ(journal.next()["MESSAGE"], "to the journal");
 }
 
-TEST_F(TheJournal, IsNotTheDefaultWhereStderrWasRedirectedSince)
+TEST_F(LogJournalTest, IsNotTheDefaultIfStderrIsRedirected)
 {
     Journal journal(path);
     Environment redirected = environment({});
@@ -199,3 +198,5 @@ TEST_F(TheJournal, IsNotTheDefaultWhereStderrWasRedirectedSince)
     EXPECT_EQ(result.lines().size(), 1U);
     EXPECT_TRUE(journal.next().empty());
 }
+
+} // namespace kv::test

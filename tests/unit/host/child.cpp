@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host_child.hpp"
+#include "child.hpp"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@
 #include <sstream>
 #include <stdexcept>
 
-namespace host_test {
+namespace kv::test {
 
 namespace {
 
@@ -53,7 +53,7 @@ std::vector<std::string> ChildResult::lines() const
 
 ChildResult in_child(const Environment &environment, const std::function<void()> &body)
 {
-    // A socket of packets keeps the child's writes apart.
+    // A packet socket preserves the boundaries of the child's writes.
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
         throw std::runtime_error("socketpair");
@@ -77,7 +77,7 @@ ChildResult in_child(const Environment &environment, const std::function<void()>
         pollfd readable{ends[0], POLLIN, 0};
         if (left <= 0 || poll(&readable, 1, static_cast<int>(left)) == 0) {
             kill(child, SIGKILL);
-            ADD_FAILURE() << "the child did not end in time";
+            ADD_FAILURE() << "the child exceeded the deadline";
             break;
         }
         const ssize_t size = recv(ends[0], packet.data(), packet.size(), 0);
@@ -110,7 +110,7 @@ std::string contents_of(const std::string &path)
     return text.str();
 }
 
-bool comes_true(const std::function<bool()> &condition)
+bool wait_until(const std::function<bool()> &condition)
 {
     const auto end = steady_clock::now() + deadline;
     while (!condition()) {
@@ -121,4 +121,4 @@ bool comes_true(const std::function<bool()> &condition)
     return true;
 }
 
-} // namespace host_test
+} // namespace kv::test

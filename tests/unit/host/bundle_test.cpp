@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "app_event_publish.h"
+#include <app_event_publish.h>
 
 #include <gtest/gtest.h>
 
@@ -9,18 +9,19 @@
 #include <string>
 #include <vector>
 
+namespace kv::test {
 namespace {
 
-class ABundle : public testing::Test {
+class BundleTest : public testing::Test {
 protected:
-    ~ABundle() override { bundle_free(data); }
+    ~BundleTest() override { bundle_free(data); }
 
     bundle *data = bundle_create();
 };
 
 } // namespace
 
-TEST_F(ABundle, GivesBackWhatWasAdded)
+TEST_F(BundleTest, ReturnsAddedValues)
 {
     const char *const names[] = {"one", "", "three"};
     const unsigned char bytes[] = {0, 1, 255};
@@ -45,7 +46,7 @@ TEST_F(ABundle, GivesBackWhatWasAdded)
     EXPECT_EQ(memcmp(got, bytes, size), 0);
 }
 
-TEST_F(ABundle, KnowsEmptyValuesFromMissingOnes)
+TEST_F(BundleTest, DistinguishesEmptyFromMissingValues)
 {
     ASSERT_EQ(bundle_add_str_array(data, "texts", nullptr, 0), 0);
     ASSERT_EQ(bundle_add_byte(data, "bytes", nullptr, 0), 0);
@@ -59,7 +60,7 @@ TEST_F(ABundle, KnowsEmptyValuesFromMissingOnes)
     EXPECT_EQ(size, 0U);
 }
 
-TEST_F(ABundle, LeavesOutValuesAloneWhenItHasNoSuchValue)
+TEST_F(BundleTest, LeavesOutArgumentsUnchangedOnFailure)
 {
     ASSERT_EQ(bundle_add_str(data, "text", "value"), 0);
     char untouched[] = "untouched";
@@ -76,7 +77,7 @@ TEST_F(ABundle, LeavesOutValuesAloneWhenItHasNoSuchValue)
     EXPECT_EQ(size, 7U);
 }
 
-TEST_F(ABundle, HasEachKeyOnce)
+TEST_F(BundleTest, RefusesASecondValueOfAKey)
 {
     const char *const names[] = {"one"};
     ASSERT_EQ(bundle_add_str(data, "key", "value"), 0);
@@ -88,7 +89,7 @@ TEST_F(ABundle, HasEachKeyOnce)
     EXPECT_STREQ(text, "value");
 }
 
-TEST_F(ABundle, RefusesWhatTheBusWouldRefuse)
+TEST_F(BundleTest, RefusesTextThatIsNotUtf8)
 {
     const char *const bad[] = {"one", "\xff"};
     const char *const null[] = {nullptr};
@@ -107,7 +108,7 @@ TEST_F(ABundle, RefusesWhatTheBusWouldRefuse)
     EXPECT_EQ(bundle_get_str(data, "key", &text), -ENOENT);
 }
 
-TEST_F(ABundle, ToleratesNull)
+TEST_F(BundleTest, ToleratesNull)
 {
     char *text = nullptr;
     int length = 0;
@@ -122,7 +123,7 @@ TEST_F(ABundle, ToleratesNull)
     EXPECT_EQ(bundle_get_str(data, "key", nullptr), -EINVAL);
 }
 
-TEST_F(ABundle, HoldsArraysOfAnyLength)
+TEST_F(BundleTest, KeepsArraysOfAnyLength)
 {
     for (int count = 0; count < 40; ++count) {
         const std::vector<const char *> texts(static_cast<size_t>(count), "text");
@@ -136,3 +137,5 @@ TEST_F(ABundle, HoldsArraysOfAnyLength)
         ASSERT_EQ(got[count], nullptr);
     }
 }
+
+} // namespace kv::test

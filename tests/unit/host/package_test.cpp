@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host_child.hpp"
-#include "package_info.h"
-#include "package_info_write.h"
+#include "child.hpp"
+#include <package_info.h>
+#include <package_info_write.h>
 
 #include <gtest/gtest.h>
 
@@ -18,14 +18,13 @@
 #include <fstream>
 #include <thread>
 
-using namespace host_test;
-
+namespace kv::test {
 namespace {
 
 constexpr int not_installed = -18153359;
 constexpr uid_t nobody = 65534;
 
-/// "1.2", or what went wrong as a number.
+/// The version, or the failure as a number.
 std::string version_of(const char *package)
 {
     package_info_h info = nullptr;
@@ -41,7 +40,7 @@ std::string version_of(const char *package)
     return text;
 }
 
-class Packages : public testing::Test {
+class PackageTest : public testing::Test {
 protected:
     void SetUp() override
     {
@@ -55,7 +54,7 @@ protected:
         std::ofstream(directory / (package + ".package"), std::ios::binary) << text;
     }
 
-    /// What asking for the package logs, in a process of its own.
+    /// The log of a lookup, made in a child process.
     ChildResult ask(const char *package, const std::string &expected) const
     {
         const ChildResult result = in_child({}, [&] {
@@ -72,13 +71,13 @@ protected:
 
 } // namespace
 
-TEST_F(Packages, AreKnownByTheirEntry)
+TEST_F(PackageTest, ReadsTheVersionOfAnEntry)
 {
     write_entry("org.example.agent", "# a comment\n[Package]\nVersion=2.3.1\nExecutable=/usr/bin/true\n[Other]\na=b\n");
     EXPECT_EQ(version_of("org.example.agent"), "2.3.1");
 }
 
-TEST_F(Packages, WithoutAnEntryAreNotInstalledWhichIsNoError)
+TEST_F(PackageTest, ReportsAMissingEntryAsNotInstalled)
 {
     EXPECT_EQ(version_of("org.example.agent"), std::to_string(not_installed));
     EXPECT_TRUE(ask("org.example.agent", std::to_string(not_installed)).writes.empty());
@@ -89,7 +88,7 @@ TEST_F(Packages, WithoutAnEntryAreNotInstalledWhichIsNoError)
     EXPECT_EQ(version_of("org.example.agent"), std::to_string(not_installed));
 }
 
-TEST_F(Packages, WithAMalformedEntryGiveAnErrorThatNamesFileAndReason)
+TEST_F(PackageTest, LogsFileAndReasonOfAMalformedEntry)
 {
     struct {
         const char *text;
@@ -99,7 +98,7 @@ TEST_F(Packages, WithAMalformedEntryGiveAnErrorThatNamesFileAndReason)
         {"no key file\n", "not a key-value pair"},
         {"Version=1.0\n", "group"},
         {"[Package]\nExecutable=/bin/true\n", "Version"},
-        {"[Package]\nVersion=\n", "version is empty"},
+        {"[Package]\nVersion=\n", "Version is empty"},
         {"[Package]\nVersion=\xff\xfe\n", "UTF-8"},
     };
     for (const auto &[text, reason] : cases) {
@@ -111,21 +110,21 @@ TEST_F(Packages, WithAMalformedEntryGiveAnErrorThatNamesFileAndReason)
     }
 }
 
-TEST_F(Packages, WhoseEntryIsNoFileGiveAnErrorAndDoNotBlock)
+TEST_F(PackageTest, RefusesAnEntryThatIsNotARegularFile)
 {
     mkdir((directory / "folder.package").c_str(), 0755);
     mkfifo((directory / "pipe.package").c_str(), 0644);
-    EXPECT_NE(ask("folder", std::to_string(-EISDIR)).text().find("cannot be read: Is a directory"), std::string::npos);
-    EXPECT_NE(ask("pipe", std::to_string(-EINVAL)).text().find("cannot be read"), std::string::npos);
+    EXPECT_NE(ask("folder", std::to_string(-EISDIR)).text().find("folder.package: Is a directory"), std::string::npos);
+    EXPECT_NE(ask("pipe", std::to_string(-EINVAL)).text().find("cannot read package entry"), std::string::npos);
 }
 
-TEST_F(Packages, WhoseEntryIsHugeGiveAnError)
+TEST_F(PackageTest, RefusesAHugeEntry)
 {
     write_entry("agent", "[Package]\nVersion=1.0\n#" + std::string(70'000, 'x') + "\n");
     EXPECT_NE(ask("agent", std::to_string(-EFBIG)).text().find("File too large"), std::string::npos);
 }
 
-TEST_F(Packages, WhoseEntryMayNotBeReadGiveAnError)
+TEST_F(PackageTest, ReportsAnUnreadableEntry)
 {
     write_entry("agent", "[Package]\nVersion=1.0\n");
     chmod((directory / "agent.package").c_str(), 0);
@@ -138,21 +137,21 @@ TEST_F(Packages, WhoseEntryMayNotBeReadGiveAnError)
     });
     EXPECT_EQ(result.status, 0);
     ASSERT_EQ(result.lines().size(), 1U);
-    EXPECT_NE(result.text().find("agent.package cannot be read: Permission denied"), std::string::npos);
+    EXPECT_NE(result.text().find("agent.package: Permission denied"), std::string::npos);
 }
 
-TEST_F(Packages, HaveNamesThatStayInsideTheDirectory)
+TEST_F(PackageTest, RefusesNamesThatLeaveTheDirectory)
 {
-    const std::string longest(128, 'a');
-    write_entry(longest, "[Package]\nVersion=1.0\n");
-    EXPECT_EQ(version_of(longest.c_str()), "1.0");
+    const std::string max_name(128, 'a');
+    write_entry(max_name, "[Package]\nVersion=1.0\n");
+    EXPECT_EQ(version_of(max_name.c_str()), "1.0");
     write_entry("A-b_c.d+9", "[Package]\nVersion=1.0\n");
     EXPECT_EQ(version_of("A-b_c.d+9"), "1.0");
 
     const std::string invalid = std::to_string(-EINVAL);
     for (const std::string &bad :
          {std::string(), std::string("."), std::string(".."), std::string(".hidden"), std::string("../etc/agent"),
-          std::string("a/b"), std::string("a b"), std::string("a\nb"), std::string("\xc3\xbc"), longest + "a"}) {
+          std::string("a/b"), std::string("a b"), std::string("a\nb"), std::string("\xc3\xbc"), max_name + "a"}) {
         EXPECT_EQ(version_of(bad.c_str()), invalid) << bad;
         EXPECT_EQ(package_info_install(bad.c_str(), "1.0", nullptr, nullptr, nullptr), -EINVAL) << bad;
         EXPECT_EQ(package_info_uninstall(bad.c_str()), -EINVAL) << bad;
@@ -160,7 +159,7 @@ TEST_F(Packages, HaveNamesThatStayInsideTheDirectory)
     EXPECT_EQ(version_of(nullptr), invalid);
 }
 
-TEST_F(Packages, ToleratesNullWhereThereIsNothing)
+TEST_F(PackageTest, RefusesNull)
 {
     package_info_h info = nullptr;
     char *version = nullptr;
@@ -173,7 +172,7 @@ TEST_F(Packages, ToleratesNullWhereThereIsNothing)
     package_info_destroy(info);
 }
 
-TEST_F(Packages, AreInstalledReplacedAndRemoved)
+TEST_F(PackageTest, InstallsReplacesAndRemovesAnEntry)
 {
     setenv("KORVANE_PACKAGE_DIR", (directory / "made/when/missing").c_str(), 1);
     ASSERT_EQ(package_info_install("agent", "1.0", "/usr/bin/agent", "--quiet 'a b'", "home"), 0);
@@ -188,14 +187,14 @@ TEST_F(Packages, AreInstalledReplacedAndRemoved)
     EXPECT_TRUE(std::filesystem::is_empty(directory / "made/when/missing"));
 }
 
-TEST_F(Packages, KeepWhatTheirValuesHold)
+TEST_F(PackageTest, KeepsSpecialCharactersInValues)
 {
     const std::string version = " 1.0\n[Other]\\ \t;x";
     ASSERT_EQ(package_info_install("agent", version.c_str(), nullptr, nullptr, nullptr), 0);
     EXPECT_EQ(version_of("agent"), version);
 }
 
-TEST_F(Packages, ThatMakeNoSenseAreNotInstalled)
+TEST_F(PackageTest, RefusesToInstallInvalidValues)
 {
     EXPECT_EQ(package_info_install("agent", nullptr, nullptr, nullptr, nullptr), -EINVAL);
     EXPECT_EQ(package_info_install("agent", "", nullptr, nullptr, nullptr), -EINVAL);
@@ -204,7 +203,7 @@ TEST_F(Packages, ThatMakeNoSenseAreNotInstalled)
     EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
 }
 
-TEST_F(Packages, KeepTheOldEntryWhenTheNewOneCannotBeWritten)
+TEST_F(PackageTest, KeepsTheOldEntryIfTheNewOneCannotBeWritten)
 {
     ASSERT_EQ(package_info_install("agent", "1.0", nullptr, nullptr, nullptr), 0);
     const ChildResult result = in_child({}, [] {
@@ -214,13 +213,13 @@ TEST_F(Packages, KeepTheOldEntryWhenTheNewOneCannotBeWritten)
         EXPECT_EQ(package_info_install("agent", "2.0", nullptr, nullptr, nullptr), -EFBIG);
     });
     EXPECT_EQ(result.status, 0);
-    EXPECT_NE(result.text().find("agent.package cannot be written: File too large"), std::string::npos);
+    EXPECT_NE(result.text().find("agent.package: File too large"), std::string::npos);
     EXPECT_EQ(version_of("agent"), "1.0");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.path()), {}), 1)
-        << "a temporary file is left";
+        << "a temporary file remains";
 }
 
-TEST_F(Packages, AreNeverSeenHalfWritten)
+TEST_F(PackageTest, ReplacesAnEntryAtomically)
 {
     ASSERT_EQ(package_info_install("agent", "1.0", nullptr, nullptr, nullptr), 0);
     std::atomic<bool> done{false};
@@ -236,7 +235,7 @@ TEST_F(Packages, AreNeverSeenHalfWritten)
     writer.join();
 }
 
-TEST_F(Packages, OfAUserAreLookedForInTheUsersDataDirectory)
+TEST_F(PackageTest, UsesTheUsersDataDirectory)
 {
     chmod(directory.path().c_str(), 0777);
     const auto as_user = [&](const Environment &environment, const std::string &expected) {
@@ -256,3 +255,5 @@ TEST_F(Packages, OfAUserAreLookedForInTheUsersDataDirectory)
     as_user({{"KORVANE_PACKAGE_DIR", {}}, {"XDG_DATA_HOME", "relative"}, {"HOME", directory / "other"}},
             directory / "other/.local/share/korvane/packages/agent.package");
 }
+
+} // namespace kv::test

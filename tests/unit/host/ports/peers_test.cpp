@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// An agent with its peers: many of them, slow ones, and what its callbacks may do.
+// Peers of a stub: many, slow ones, and what the callbacks may do.
 #include <glib.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -11,19 +11,13 @@
 #include <map>
 #include <memory>
 
-#include "host_ports_fixture.hpp"
+#include "fixture.hpp"
 
-namespace host_ports {
+namespace kv::test {
 namespace {
 
-using ManyPeers = PortsTest;
-using APeer = PortsTest;
-using AStub = PortsTest;
-
-bool has(const std::string &text, const std::string &part)
-{
-    return text.find(part) != std::string::npos;
-}
+using PeerTest = PortsTest;
+using StubTest = PortsTest;
 
 std::string token(int number)
 {
@@ -31,7 +25,7 @@ std::string token(int number)
     return bytes + std::string(16 - bytes.size(), '.');
 }
 
-TEST_F(ManyPeers, AreServedInTurn)
+TEST_F(PeerTest, IsServedDuringTheFloodOfAnother)
 {
     rlimit limit = {};
     getrlimit(RLIMIT_NOFILE, &limit);
@@ -46,7 +40,7 @@ TEST_F(ManyPeers, AreServedInTurn)
     for (size_t i = 0; i < count; i++)
         proxies.push_back(std::make_unique<RawProxy>(socket_path(), token(static_cast<int>(i))));
     ASSERT_EQ(count, stub.peers.size());
-    // One peer sends a flood, every other one a single request: nobody waits for the end of the flood.
+    // One peer sends a flood, the others one request each. They are served before the flood ends.
     std::string flood;
     for (uint32_t i = 0; i < 10000; i++)
         flood += frame(u32(i));
@@ -63,7 +57,7 @@ TEST_F(ManyPeers, AreServedInTurn)
         EXPECT_GT(256u + count, place) << peer;
 }
 
-TEST_F(ManyPeers, HaveInstancesOfTheirOwn)
+TEST_F(PeerTest, HasAUniqueInstance)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -74,7 +68,7 @@ TEST_F(ManyPeers, HaveInstancesOfTheirOwn)
     EXPECT_EQ(stub.peers.end(), std::unique(stub.peers.begin(), stub.peers.end()));
 }
 
-TEST_F(APeer, ThatDoesNotReadIsDisconnectedAndOthersAreServed)
+TEST_F(PeerTest, IsDisconnectedIfItDoesNotRead)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -88,16 +82,16 @@ TEST_F(APeer, ThatDoesNotReadIsDisconnectedAndOthersAreServed)
     for (; code == 0 && sent < 10000000; sent++)
         code = send_number(port, sent);
     EXPECT_EQ(-ENOBUFS, code);
-    EXPECT_TRUE(stub.gone.empty()) << "told on the loop, never inside a send";
+    EXPECT_TRUE(stub.disconnected.empty()) << "raised inside a send";
     EXPECT_EQ(-ENOTCONN, send_number(port, 1));
-    EXPECT_TRUE(run_until([&] { return stub.gone.size() == 1; }));
-    EXPECT_TRUE(has(log(), "does not read")) << log();
+    EXPECT_TRUE(run_until([&] { return stub.disconnected.size() == 1; }));
+    EXPECT_TRUE(contains(log(), "does not read")) << log();
     EXPECT_EQ(0, other.send(2));
     EXPECT_TRUE(run_until([&] { return stub.requests.size() == 1; }));
     EXPECT_EQ(2, other.read());
 }
 
-TEST_F(APeer, ThatReadsLateGetsEverythingInOrder)
+TEST_F(PeerTest, ReceivesEverythingInOrderIfItReadsLate)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -113,7 +107,7 @@ TEST_F(APeer, ThatReadsLateGetsEverythingInOrder)
     EXPECT_EQ(frame(u32(7)), late.callback.receive(8));
 }
 
-TEST_F(APeer, GetsHeldParcelsWhenTheyAreFlushed)
+TEST_F(PeerTest, ReceivesHeldParcelsAtTheFlush)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -126,14 +120,14 @@ TEST_F(APeer, GetsHeldParcelsWhenTheyAreFlushed)
         ASSERT_EQ(0, stub.push(static_cast<int>(i)));
         expected += frame(u32(i));
     }
-    run_what_is_ready();
+    run_ready_sources();
     char byte = 0;
     EXPECT_EQ(-1, recv(proxy.callback.descriptor(), &byte, 1, MSG_DONTWAIT | MSG_PEEK));
     EXPECT_EQ(0, rpc_port_stub_flush(port));
     EXPECT_EQ(expected, proxy.callback.receive(expected.size()));
 }
 
-TEST_F(APeer, GetsHeldParcelsBeforeTheyGrowTooMany)
+TEST_F(PeerTest, ReceivesHeldParcelsAtTheLimit)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -145,35 +139,35 @@ TEST_F(APeer, GetsHeldParcelsBeforeTheyGrowTooMany)
     EXPECT_EQ(size_t{64} << 10, proxy.callback.receive(size_t{64} << 10).size());
 }
 
-TEST_F(APeer, DisconnectedByTheAgentIsClosedAtOnceAndToldOnTheLoop)
+TEST_F(PeerTest, IsClosedAtOnceWhenTheAgentDisconnectsIt)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     Proxy proxy;
     ASSERT_TRUE(proxy.connected_now() && run_until([&] { return stub.peers.size() == 1; }));
     EXPECT_EQ(0, rpc_port_stub_disconnect(stub.handle, stub.peers.front().c_str()));
-    EXPECT_TRUE(stub.gone.empty());
+    EXPECT_TRUE(stub.disconnected.empty());
     EXPECT_EQ(-EPIPE, proxy.send(1));
-    EXPECT_TRUE(run_until([&] { return stub.gone.size() == 1 && proxy.disconnected == 1; }));
+    EXPECT_TRUE(run_until([&] { return stub.disconnected.size() == 1 && proxy.disconnected == 1; }));
     rpc_port_h port = nullptr;
     EXPECT_EQ(-ENOENT, rpc_port_stub_get_port(stub.handle, stub.peers.front().c_str(), RPC_PORT_PORT_MAIN, &port));
     EXPECT_EQ(nullptr, port);
     EXPECT_EQ(-ENOENT, rpc_port_stub_disconnect(stub.handle, stub.peers.front().c_str()));
 }
 
-TEST_F(APeer, MayBeDisconnectedInsideItsOwnRequest)
+TEST_F(PeerTest, AllowsDisconnectionInItsRequest)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     RawProxy proxy(socket_path());
     stub.on_request = [&](rpc_port_h, int) { rpc_port_stub_disconnect(stub.handle, stub.peers.front().c_str()); };
     proxy.main.send(frame(u32(1)) + frame(u32(2)));
-    EXPECT_TRUE(proxy.main.is_closed_by_other_side());
-    EXPECT_TRUE(run_until([&] { return stub.gone.size() == 1; }));
+    EXPECT_TRUE(proxy.main.is_closed_by_peer());
+    EXPECT_TRUE(run_until([&] { return stub.disconnected.size() == 1; }));
     EXPECT_EQ(std::vector<int>{1}, stub.requests);
 }
 
-TEST_F(APeer, ThatLeavesHasItsLastRequestsCarriedOut)
+TEST_F(PeerTest, HasItsLastRequestsServedAfterItCloses)
 {
     Stub stub;
     stub.on_request = [](rpc_port_h, int) {};
@@ -185,11 +179,11 @@ TEST_F(APeer, ThatLeavesHasItsLastRequestsCarriedOut)
         RawProxy proxy(socket_path());
         proxy.main.send(many);
     }
-    EXPECT_TRUE(run_until([&] { return stub.gone.size() == 1; }));
+    EXPECT_TRUE(run_until([&] { return stub.disconnected.size() == 1; }));
     EXPECT_EQ(1000u, stub.requests.size());
 }
 
-TEST_F(APeer, GetsRawBytesAsTheyStand)
+TEST_F(PeerTest, ReceivesRawBytesUnchanged)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -199,7 +193,7 @@ TEST_F(APeer, GetsRawBytesAsTheyStand)
     EXPECT_EQ("garbage", proxy.main.receive(7));
 }
 
-TEST_F(APeer, HasNothingToReadOutsideARequest)
+TEST_F(PeerTest, HasNothingToReadWithoutARequest)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -210,7 +204,7 @@ TEST_F(APeer, HasNothingToReadOutsideARequest)
     EXPECT_GT(0, rpc_port_parcel_create_from_port(&parcel, stub.port(RPC_PORT_PORT_CALLBACK)));
 }
 
-TEST_F(AStub, DestroyedTellsOfEveryPeerAndRemovesItsSocket)
+TEST_F(StubTest, RaisesDisconnectedAndRemovesItsSocketOnDestruction)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -218,13 +212,13 @@ TEST_F(AStub, DestroyedTellsOfEveryPeerAndRemovesItsSocket)
     RawProxy two(socket_path(), token(2));
     ASSERT_EQ(2u, stub.peers.size());
     stub.destroy();
-    EXPECT_EQ(2u, stub.gone.size());
+    EXPECT_EQ(2u, stub.disconnected.size());
     EXPECT_NE(0, access(socket_path().c_str(), F_OK));
-    EXPECT_TRUE(one.main.is_closed_by_other_side());
-    EXPECT_TRUE(two.callback.is_closed_by_other_side());
+    EXPECT_TRUE(one.main.is_closed_by_peer());
+    EXPECT_TRUE(two.callback.is_closed_by_peer());
 }
 
-TEST_F(AStub, MayBeDestroyedInsideARequest)
+TEST_F(StubTest, AllowsDestructionInARequest)
 {
     Stub stub;
     stub.on_request = [&](rpc_port_h, int) { stub.destroy(); };
@@ -233,13 +227,13 @@ TEST_F(AStub, MayBeDestroyedInsideARequest)
     RawProxy two(socket_path(), token(2));
     one.main.send(frame(u32(1)) + frame(u32(2)));
     two.main.send(frame(u32(3)));
-    EXPECT_TRUE(one.main.is_closed_by_other_side());
-    EXPECT_TRUE(two.main.is_closed_by_other_side());
+    EXPECT_TRUE(one.main.is_closed_by_peer());
+    EXPECT_TRUE(two.main.is_closed_by_peer());
     EXPECT_EQ(1u, stub.requests.size());
-    EXPECT_EQ(2u, stub.gone.size());
+    EXPECT_EQ(2u, stub.disconnected.size());
 }
 
-TEST_F(AStub, MayBeDestroyedWhenAPeerHasGone)
+TEST_F(StubTest, AllowsDestructionInDisconnected)
 {
     Stub stub;
     stub.on_disconnected = [&] { stub.destroy(); };
@@ -247,32 +241,32 @@ TEST_F(AStub, MayBeDestroyedWhenAPeerHasGone)
     auto one = std::make_unique<RawProxy>(socket_path(), token(1));
     RawProxy two(socket_path(), token(2));
     one.reset();
-    EXPECT_TRUE(run_until([&] { return stub.gone.size() == 2; }));
+    EXPECT_TRUE(run_until([&] { return stub.disconnected.size() == 2; }));
     EXPECT_EQ(nullptr, stub.handle);
 }
 
-TEST_F(AStub, WithoutDescriptorsWaitsAndGoesOn)
+TEST_F(StubTest, AcceptsAgainWhenDescriptorsAreFree)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     RawLink main(socket_path());
     RawLink callback(socket_path());
-    main.send(hello(0));
-    callback.send(hello(1));
+    main.send(handshake_request(0));
+    callback.send(handshake_request(1));
     std::vector<RawLink> all;
     for (int fd = dup(main.descriptor()); fd >= 0; fd = dup(main.descriptor()))
         all.emplace_back(fd);
     int turns = 0;
-    g_main_context_iteration(nullptr, TRUE); // tries, fails, and then sleeps: the loop must not spin
+    g_main_context_iteration(nullptr, TRUE); // fails once and then sleeps
     while (g_main_context_iteration(nullptr, FALSE))
         turns++;
     EXPECT_GE(2, turns);
     all.clear();
-    EXPECT_EQ(answer(0), main.receive(answer(0).size()));
-    EXPECT_TRUE(has(log(), "Too many open files")) << log();
+    EXPECT_EQ(handshake_reply(0), main.receive(handshake_reply(0).size()));
+    EXPECT_TRUE(contains(log(), "Too many open files")) << log();
 }
 
-TEST_F(AStub, RefusesSenselessArguments)
+TEST_F(StubTest, RefusesInvalidArguments)
 {
     Stub stub;
     rpc_port_stub_h none = nullptr;
@@ -294,4 +288,4 @@ TEST_F(AStub, RefusesSenselessArguments)
 }
 
 } // namespace
-} // namespace host_ports
+} // namespace kv::test

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Requests and replies on the main link, and every way in which a reply does not come.
+// Requests and replies on the main link, and every way in which a call fails.
 #include <malloc.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -13,20 +13,15 @@
 #include <cstring>
 #include <utility>
 
-#include "host_ports_fixture.hpp"
+#include "fixture.hpp"
 
-namespace host_ports {
+namespace kv::test {
 namespace {
 
-using ACall = PortsTest;
-using AReply = PortsTest;
-using ARequest = PortsTest;
+using CallTest = PortsTest;
+using ReplyTest = PortsTest;
+using RequestTest = PortsTest;
 using std::chrono::milliseconds;
-
-bool has(const std::string &text, const std::string &part)
-{
-    return text.find(part) != std::string::npos;
-}
 
 milliseconds time_of(const std::function<void()> &action)
 {
@@ -37,7 +32,7 @@ milliseconds time_of(const std::function<void()> &action)
 
 constexpr milliseconds at_once{1000}; // far less than the default reply timeout of 10 s
 
-TEST_F(ACall, ReturnsWhatTheAgentAnswers)
+TEST_F(CallTest, ReturnsTheReplyOfTheAgent)
 {
     Agent agent([](Stub &, rpc_port_h main, int request) { send_number(main, request * 2); });
     Proxy proxy;
@@ -48,7 +43,7 @@ TEST_F(ACall, ReturnsWhatTheAgentAnswers)
     }
 }
 
-// A string there and back, which the agent returns as it is.
+// Sends a string and expects the same string back.
 void expect_echo(Proxy &proxy, const std::string &text)
 {
     rpc_port_parcel_h parcel = nullptr;
@@ -64,7 +59,7 @@ void expect_echo(Proxy &proxy, const std::string &text)
     rpc_port_parcel_destroy(parcel);
 }
 
-TEST_F(ACall, CarriesParcelsOfEverySizeUpToTheLimit)
+TEST_F(CallTest, CarriesParcelsOfAllSizesUpToTheLimit)
 {
     Child agent([](const auto &ready, const auto &serve) {
         rpc_port_stub_events_t events = {};
@@ -89,7 +84,7 @@ TEST_F(ACall, CarriesParcelsOfEverySizeUpToTheLimit)
     expect_echo(proxy, "");
 }
 
-TEST_F(ACall, ThatIsTooLongIsRefusedAndTheNextReadDoesNotWait)
+TEST_F(CallTest, RefusesAParcelOverTheLimitWithoutWaiting)
 {
     Agent agent([](Stub &, rpc_port_h main, int request) { send_number(main, request); });
     Proxy proxy;
@@ -100,11 +95,11 @@ TEST_F(ACall, ThatIsTooLongIsRefusedAndTheNextReadDoesNotWait)
     EXPECT_EQ(-EMSGSIZE, rpc_port_parcel_send(parcel, proxy.main));
     rpc_port_parcel_destroy(parcel);
     EXPECT_GT(at_once, time_of([&] { EXPECT_GT(0, proxy.read_code()); }));
-    EXPECT_EQ(0, proxy.send(3)) << "the link itself is sound";
+    EXPECT_EQ(0, proxy.send(3)) << "the link still works";
     EXPECT_EQ(3, proxy.read());
 }
 
-TEST_F(ACall, AfterAFailedSendReadsWhatHasAlreadyArrived)
+TEST_F(CallTest, ReadsWhatHasArrivedAfterAFailedSend)
 {
     Proxy proxy;
     RawAgent agent(socket_path(), proxy);
@@ -116,7 +111,7 @@ TEST_F(ACall, AfterAFailedSendReadsWhatHasAlreadyArrived)
     EXPECT_GT(at_once, time_of([&] { EXPECT_GT(0, proxy.read_code()); }));
 }
 
-TEST_F(ACall, ToADeadAgentRaisesNoSignal)
+TEST_F(CallTest, RaisesNoSignalIfTheAgentIsDead)
 {
     ASSERT_EQ(SIG_DFL, signal(SIGPIPE, SIG_DFL));
     Agent agent([](Stub &, rpc_port_h, int) {});
@@ -129,7 +124,7 @@ TEST_F(ACall, ToADeadAgentRaisesNoSignal)
     EXPECT_EQ(0, rpc_port_proxy_destroy(std::exchange(proxy.handle, nullptr)));
 }
 
-TEST_F(ACall, OnTheCallbackPortIsRefused)
+TEST_F(CallTest, IsRefusedOnTheCallbackPort)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -138,11 +133,11 @@ TEST_F(ACall, OnTheCallbackPortIsRefused)
     EXPECT_EQ(-EINVAL, proxy.send(1, proxy.callback_port()));
 }
 
-TEST_F(ACall, IsNotDisturbedBySignals)
+TEST_F(CallTest, SurvivesSignals)
 {
     Agent agent([](Stub &, rpc_port_h main, int request) {
         const auto end = std::chrono::steady_clock::now() + milliseconds(30);
-        while (std::chrono::steady_clock::now() < end) { // an agent that takes its time
+        while (std::chrono::steady_clock::now() < end) { // a slow agent
         }
         send_number(main, request);
     });
@@ -151,7 +146,7 @@ TEST_F(ACall, IsNotDisturbedBySignals)
     static volatile sig_atomic_t alarms = 0;
     struct sigaction action = {};
     action.sa_handler = [](int) { alarms = alarms + 1; };
-    sigaction(SIGALRM, &action, nullptr); // without SA_RESTART: every system call sees it
+    sigaction(SIGALRM, &action, nullptr); // without SA_RESTART, so that it interrupts every system call
     const itimerval often = {{0, 1000}, {0, 1000}};
     setitimer(ITIMER_REAL, &often, nullptr);
     for (int i = 0; i < 5; i++) {
@@ -164,21 +159,21 @@ TEST_F(ACall, IsNotDisturbedBySignals)
     EXPECT_LT(10, alarms);
 }
 
-TEST_F(AReply, ThatNeverComesEndsTheCallWhenTheAgentDies)
+TEST_F(ReplyTest, EndsTheCallWhenTheAgentDies)
 {
     Agent agent([](Stub &, rpc_port_h, int) { raise(SIGKILL); });
     Proxy proxy;
     ASSERT_TRUE(proxy.connected_now());
     ASSERT_EQ(0, proxy.send(1));
     EXPECT_GT(at_once, time_of([&] { EXPECT_EQ(-ECONNRESET, proxy.read_code()); }));
-    EXPECT_EQ(0, proxy.disconnected) << "told on the loop, never inside a call";
+    EXPECT_EQ(0, proxy.disconnected) << "raised inside a call";
     EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
-    run_what_is_ready();
+    run_ready_sources();
     EXPECT_EQ(1, proxy.disconnected);
     agent.wait();
 }
 
-TEST_F(AReply, CutShortAtEveryByteEndsTheCallAtOnce)
+TEST_F(ReplyTest, EndsTheCallAtOnceWhenCutAtAnyByte)
 {
     const std::string whole = frame(u32(0) + u32(3) + "abc" + u32(7));
     for (size_t size = 0; size < whole.size(); size++) {
@@ -194,7 +189,7 @@ TEST_F(AReply, CutShortAtEveryByteEndsTheCallAtOnce)
     }
 }
 
-TEST_F(AReply, InPiecesIsPutTogether)
+TEST_F(ReplyTest, IsAssembledFromPieces)
 {
     Proxy proxy;
     RawAgent agent(socket_path(), proxy);
@@ -210,7 +205,7 @@ TEST_F(AReply, InPiecesIsPutTogether)
     }
 }
 
-TEST_F(AReply, TogetherWithOthersIsReadOneByOne)
+TEST_F(ReplyTest, IsReadSeparatelyFromOthersOfTheSameReceive)
 {
     Proxy proxy;
     RawAgent agent(socket_path(), proxy);
@@ -222,7 +217,7 @@ TEST_F(AReply, TogetherWithOthersIsReadOneByOne)
     EXPECT_EQ(0, proxy.received);
 }
 
-TEST_F(AReply, AboveTheLimitClosesTheLink)
+TEST_F(ReplyTest, ClosesTheLinkAboveTheLimit)
 {
     for (uint32_t size : {(uint32_t{16} << 20) + 1, uint32_t{0x7fffffff}, uint32_t{0xffffffff}}) {
         Proxy proxy;
@@ -230,14 +225,14 @@ TEST_F(AReply, AboveTheLimitClosesTheLink)
         ASSERT_EQ(0, proxy.send(1));
         agent.main->send(u32(size) + "some");
         EXPECT_EQ(-EPROTO, proxy.read_code());
-        EXPECT_TRUE(agent.main->is_closed_by_other_side());
+        EXPECT_TRUE(agent.main->is_closed_by_peer());
         EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
-        EXPECT_TRUE(has(log(), "a parcel of " + std::to_string(size) + " bytes was announced")) << log();
+        EXPECT_TRUE(contains(log(), "announced a parcel of " + std::to_string(size) + " bytes")) << log();
         unlink(socket_path().c_str());
     }
 }
 
-TEST_F(AReply, ThatAnnouncesMuchAndSendsLittleTakesLittleMemory)
+TEST_F(ReplyTest, AllocatesForReceivedNotAnnouncedBytes)
 {
     Proxy proxy;
     RawAgent agent(socket_path(), proxy);
@@ -250,7 +245,7 @@ TEST_F(AReply, ThatAnnouncesMuchAndSendsLittleTakesLittleMemory)
     EXPECT_LE(after.uordblks + after.hblkhd, before.uordblks + before.hblkhd + (size_t{80} << 10));
 }
 
-TEST_F(AReply, ThatNeverComesClosesTheLinkAfterTheTimeout)
+TEST_F(ReplyTest, ClosesTheLinkAtTheDeadline)
 {
     Setting quick("KORVANE_REPLY_TIMEOUT_MS", "60");
     Proxy proxy;
@@ -259,17 +254,17 @@ TEST_F(AReply, ThatNeverComesClosesTheLinkAfterTheTimeout)
     const milliseconds waited = time_of([&] { EXPECT_EQ(-ETIMEDOUT, proxy.read_code()); });
     EXPECT_LE(milliseconds(50), waited);
     EXPECT_GT(at_once, waited);
-    EXPECT_TRUE(has(log(), "port kv_master: no reply within 60 ms")) << log();
-    EXPECT_EQ(-ENOTCONN, proxy.send(2)) << "a late reply must not be taken for the next one's";
+    EXPECT_TRUE(contains(log(), "port kv_master: no reply within 60 ms")) << log();
+    EXPECT_EQ(-ENOTCONN, proxy.send(2)) << "a late reply could be taken for the next one";
     EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
 }
 
-TEST_F(AReply, IsNotAwaitedLongerBecauseOtherParcelsArrive)
+TEST_F(ReplyTest, KeepsItsDeadlineWhileOtherParcelsArrive)
 {
     Setting quick("KORVANE_REPLY_TIMEOUT_MS", "100");
     Proxy proxy;
     RawAgent agent(socket_path(), proxy);
-    const auto sent = std::chrono::steady_clock::now(); // from which the time is counted, however long the child takes
+    const auto sent = std::chrono::steady_clock::now(); // the deadline counts from here, however long the child takes
     ASSERT_EQ(0, proxy.send(1));
     Child chatter([&](const auto &ready, const auto &) {
         ready();
@@ -286,7 +281,7 @@ TEST_F(AReply, IsNotAwaitedLongerBecauseOtherParcelsArrive)
     EXPECT_GT(at_once, waited);
 }
 
-TEST_F(AReply, IsNotAwaitedLongerBecauseItComesDropByDrop)
+TEST_F(ReplyTest, KeepsItsDeadlineWhileItArrivesByteByByte)
 {
     Setting quick("KORVANE_REPLY_TIMEOUT_MS", "100");
     Proxy proxy;
@@ -303,7 +298,7 @@ TEST_F(AReply, IsNotAwaitedLongerBecauseItComesDropByDrop)
     EXPECT_GT(at_once, waited);
 }
 
-TEST_F(AReply, IsAwaitedForEverWhenTheTimeoutIsZero)
+TEST_F(ReplyTest, HasNoDeadlineIfTheTimeoutIsZero)
 {
     Setting never("KORVANE_REPLY_TIMEOUT_MS", "0");
     Agent agent([](Stub &, rpc_port_h main, int request) {
@@ -318,7 +313,7 @@ TEST_F(AReply, IsAwaitedForEverWhenTheTimeoutIsZero)
     EXPECT_EQ(1, proxy.read());
 }
 
-TEST_F(ARequest, ThatTheAgentDoesNotTakeTimesOutToo)
+TEST_F(RequestTest, TimesOutIfTheAgentDoesNotAcceptIt)
 {
     Setting quick("KORVANE_REPLY_TIMEOUT_MS", "60");
     Proxy proxy;
@@ -334,7 +329,7 @@ TEST_F(ARequest, ThatTheAgentDoesNotTakeTimesOutToo)
     EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
 }
 
-TEST_F(ARequest, CutShortAtEveryByteIsNeverServed)
+TEST_F(RequestTest, IsNotServedWhenCutAtAnyByte)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -344,12 +339,12 @@ TEST_F(ARequest, CutShortAtEveryByteIsNeverServed)
             RawProxy proxy(socket_path());
             proxy.main.send(whole.substr(0, size));
         }
-        EXPECT_TRUE(run_until([&] { return stub.gone.size() == size + 1; })) << "cut at " << size;
+        EXPECT_TRUE(run_until([&] { return stub.disconnected.size() == size + 1; })) << "cut at " << size;
     }
     EXPECT_TRUE(stub.requests.empty());
 }
 
-TEST_F(ARequest, AboveTheLimitClosesTheLinkOfThatPeerOnly)
+TEST_F(RequestTest, AboveTheLimitDisconnectsOnlyThatPeer)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -357,26 +352,26 @@ TEST_F(ARequest, AboveTheLimitClosesTheLinkOfThatPeerOnly)
     ASSERT_TRUE(other.connected_now());
     RawProxy proxy(socket_path());
     proxy.main.send(frame(u32(1)) + u32((uint32_t{16} << 20) + 1));
-    EXPECT_EQ(frame(u32(1)), proxy.main.receive(8)) << "what came before it is whole";
-    EXPECT_TRUE(proxy.main.is_closed_by_other_side());
-    EXPECT_TRUE(proxy.callback.is_closed_by_other_side());
-    EXPECT_EQ(1u, stub.gone.size());
+    EXPECT_EQ(frame(u32(1)), proxy.main.receive(8)) << "the request before it is complete";
+    EXPECT_TRUE(proxy.main.is_closed_by_peer());
+    EXPECT_TRUE(proxy.callback.is_closed_by_peer());
+    EXPECT_EQ(1u, stub.disconnected.size());
     EXPECT_EQ(0, other.send(2));
     EXPECT_TRUE(run_until([&] { return stub.requests.size() == 2; }));
     EXPECT_EQ(2, other.read());
 }
 
-TEST_F(ARequest, InPiecesIsPutTogether)
+TEST_F(RequestTest, IsAssembledFromPieces)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     RawProxy proxy(socket_path());
     for (char byte : frame(u32(77)) + frame(u32(78))) {
         proxy.main.send({byte});
-        run_what_is_ready();
+        run_ready_sources();
     }
     EXPECT_EQ((std::vector<int>{77, 78}), stub.requests);
 }
 
 } // namespace
-} // namespace host_ports
+} // namespace kv::test

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Many parcels at once: what one receive brings, in one turn of the loop or in several.
+// Many parcels from one receive, delivered in one turn of the loop or in several.
 #include <glib.h>
 #include <unistd.h>
 
@@ -8,13 +8,14 @@
 #include <chrono>
 #include <numeric>
 
-#include "host_ports_fixture.hpp"
+#include "fixture.hpp"
 
-namespace host_ports {
+namespace kv::test {
 namespace {
 
-using ABatch = PortsTest;
-using AStorm = PortsTest;
+using EventBatchTest = PortsTest;
+using EventFloodTest = PortsTest;
+using RequestBatchTest = PortsTest;
 
 std::string frames(uint32_t first, uint32_t count)
 {
@@ -44,7 +45,7 @@ struct Listening {
     std::vector<int> values;
 };
 
-/// Ticks with every turn of the loop, and keeps how much of something happened between two ticks at most.
+/// Ticks with every turn of the loop and records how far a count advances between two ticks.
 class Ticks {
 public:
     explicit Ticks(const int &count) : count_(count), timer_(g_timeout_add(0, tick, this)) {}
@@ -68,23 +69,23 @@ private:
     guint timer_;
 };
 
-TEST_F(ABatch, IsDeliveredInOneTurn)
+TEST_F(EventBatchTest, IsDeliveredInOneTurn)
 {
-    // A turn that is interrupted for long ends early, so not every one need show it.
+    // The scheduler may interrupt a turn, which then ends early, so several attempts are allowed.
     Listening link(socket_path());
-    size_t most_in_a_turn = 0;
-    for (int attempt = 0; attempt < 100 && most_in_a_turn < 3000; attempt++) {
+    size_t max_in_a_turn = 0;
+    for (int attempt = 0; attempt < 100 && max_in_a_turn < 3000; attempt++) {
         link.values.clear();
         link.agent.callback->send(frames(0, 3000));
         EXPECT_TRUE(g_main_context_iteration(nullptr, FALSE));
-        most_in_a_turn = std::max(most_in_a_turn, link.values.size());
-        run_what_is_ready();
+        max_in_a_turn = std::max(max_in_a_turn, link.values.size());
+        run_ready_sources();
         ASSERT_EQ(numbers(3000), link.values);
     }
-    EXPECT_EQ(3000u, most_in_a_turn);
+    EXPECT_EQ(3000u, max_in_a_turn);
 }
 
-TEST_F(ABatch, IsWholeHoweverItIsCutIntoReceives)
+TEST_F(EventBatchTest, ArrivesWholeInPiecesOfAnySize)
 {
     constexpr int count = 4000;
     const std::string bytes = frames(0, count);
@@ -92,14 +93,14 @@ TEST_F(ABatch, IsWholeHoweverItIsCutIntoReceives)
         Listening link(socket_path());
         for (size_t sent = 0; sent < bytes.size(); sent += step) {
             link.agent.callback->send(bytes.substr(sent, step));
-            run_what_is_ready();
+            run_ready_sources();
         }
         EXPECT_EQ(numbers(count), link.values) << "in steps of " << step;
         unlink(socket_path().c_str());
     }
 }
 
-TEST_F(ABatch, HoldsItsPlaceAroundAParcelLongerThanTheBuffer)
+TEST_F(EventBatchTest, KeepsItsOrderAroundALongParcel)
 {
     Listening link(socket_path());
     const std::string bytes = frames(0, 100) + frame(u32(100) + std::string(100'000, 'x')) + frames(101, 100);
@@ -108,7 +109,7 @@ TEST_F(ABatch, HoldsItsPlaceAroundAParcelLongerThanTheBuffer)
     EXPECT_EQ(numbers(201), link.values);
 }
 
-TEST_F(ABatch, EndsWhereTheProxyIsDestroyed)
+TEST_F(EventBatchTest, EndsWhenACallbackDestroysTheProxy)
 {
     Listening link(socket_path());
     link.proxy.on_received = [&] {
@@ -117,30 +118,30 @@ TEST_F(ABatch, EndsWhereTheProxyIsDestroyed)
             link.proxy.destroy();
     };
     link.agent.callback->send(frames(0, 1000));
-    EXPECT_TRUE(link.agent.main->is_closed_by_other_side());
-    run_what_is_ready();
+    EXPECT_TRUE(link.agent.main->is_closed_by_peer());
+    run_ready_sources();
     EXPECT_EQ(numbers(500), link.values);
     EXPECT_EQ(0, link.proxy.disconnected);
 }
 
-TEST_F(ABatch, IsTakenUpByALoopThatACallbackRuns)
+TEST_F(EventBatchTest, ContinuesInALoopThatACallbackRuns)
 {
     Listening link(socket_path());
-    size_t before_the_loop_returned = 0;
+    size_t in_the_nested_loop = 0;
     link.proxy.on_received = [&] {
         link.read();
         if (link.proxy.received == 500) {
             EXPECT_TRUE(run_until([&] { return link.proxy.received == 1000; }));
-            before_the_loop_returned = link.values.size();
+            in_the_nested_loop = link.values.size();
         }
     };
     link.agent.callback->send(frames(0, 1000));
     EXPECT_TRUE(run_until([&] { return link.proxy.received == 1000; }));
-    EXPECT_EQ(1000u, before_the_loop_returned);
-    EXPECT_EQ(numbers(1000), link.values) << "none twice, none lost, in order";
+    EXPECT_EQ(1000u, in_the_nested_loop);
+    EXPECT_EQ(numbers(1000), link.values) << "a parcel is repeated, lost or out of order";
 }
 
-TEST_F(ABatch, MayBeReadAheadInTheMiddle)
+TEST_F(EventBatchTest, RaisesNoEventForParcelsReadAhead)
 {
     Listening link(socket_path());
     link.proxy.on_received = [&] {
@@ -151,24 +152,24 @@ TEST_F(ABatch, MayBeReadAheadInTheMiddle)
     };
     link.agent.callback->send(frames(0, 1000));
     EXPECT_TRUE(run_until([&] { return link.values.size() == 1000; }));
-    run_what_is_ready();
+    run_ready_sources();
     EXPECT_EQ(numbers(1000), link.values);
-    EXPECT_EQ(900, link.proxy.received) << "what was read is not told of";
+    EXPECT_EQ(900, link.proxy.received) << "an event was raised for a parcel read ahead";
 }
 
-TEST_F(ABatch, WithAMalformedFrameIsDeliveredUpToIt)
+TEST_F(EventBatchTest, IsDeliveredUpToAMalformedFrame)
 {
     Listening link(socket_path());
     link.agent.callback->send(frames(0, 500) + u32(0x7fffffff) + frames(500, 500));
     EXPECT_TRUE(run_until([&] { return link.proxy.disconnected == 1; }));
-    run_what_is_ready();
+    run_ready_sources();
     EXPECT_EQ(numbers(500), link.values);
     EXPECT_EQ(1, link.proxy.disconnected);
-    EXPECT_TRUE(link.agent.main->is_closed_by_other_side());
-    EXPECT_NE(std::string::npos, log().find("a parcel of 2147483647 bytes was announced")) << log();
+    EXPECT_TRUE(link.agent.main->is_closed_by_peer());
+    EXPECT_NE(std::string::npos, log().find("announced a parcel of 2147483647 bytes")) << log();
 }
 
-TEST_F(ABatch, OfRequestsLongerThanATurnIsServedToItsEnd)
+TEST_F(RequestBatchTest, IsServedOverSeveralTurns)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -179,7 +180,7 @@ TEST_F(ABatch, OfRequestsLongerThanATurnIsServedToItsEnd)
     EXPECT_EQ(numbers(7000), stub.requests);
 }
 
-TEST_F(AStorm, StarvesNoTimer)
+TEST_F(EventFloodTest, DoesNotStarveATimer)
 {
     Listening link(socket_path());
     const Ticks ticks(link.proxy.received);
@@ -192,7 +193,7 @@ TEST_F(AStorm, StarvesNoTimer)
     EXPECT_GE(4096, ticks.largest_gap);
 }
 
-TEST_F(AStorm, OfLongCallbacksStarvesNoTimerEither)
+TEST_F(EventFloodTest, DoesNotStarveATimerWithLongCallbacks)
 {
     using std::chrono::steady_clock;
     constexpr auto long_callback = std::chrono::milliseconds(2);
@@ -212,4 +213,4 @@ TEST_F(AStorm, OfLongCallbacksStarvesNoTimerEither)
 }
 
 } // namespace
-} // namespace host_ports
+} // namespace kv::test

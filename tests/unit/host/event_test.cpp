@@ -1,20 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-// Runs below a message bus of its own (dbus-run-session).
-#include "host_event_fixture.hpp"
+// Application events over a real message bus. Runs under dbus-run-session.
+#include "event_fixture.hpp"
 
 #include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <thread>
 
-using namespace host_test;
-
+namespace kv::test {
 namespace {
 
 const bool had_bus_library_at_start = has_bus_library();
 
-/// Sends an event with another implementation of the bus's protocol than ours; the payload is GVariant text.
-void send_from_elsewhere(const std::string &payload)
+/// Sends an event with another implementation of the bus protocol. The payload is GVariant text.
+void send_with_gdbus(const std::string &payload)
 {
     const pid_t sender =
         start({"gdbus", "emit", "--session", "--object-path", "/any/path", "--signal", update_status, payload});
@@ -25,14 +24,14 @@ void send_from_elsewhere(const std::string &payload)
 
 } // namespace
 
-TEST(TheBusLibrary, IsLoadedWithTheFirstHandlerOnly)
+TEST(EventTest, LoadsTheBusLibraryWithTheFirstHandler)
 {
     EXPECT_FALSE(had_bus_library_at_start);
     const Listener listener;
     EXPECT_TRUE(has_bus_library());
 }
 
-TEST(AnEvent, ArrivesWithItsTextsArraysAndBytes)
+TEST(EventTest, DeliversTextsArraysAndBytes)
 {
     Listener listener;
     bool checked = false;
@@ -49,7 +48,7 @@ TEST(AnEvent, ArrivesWithItsTextsArraysAndBytes)
         EXPECT_EQ(memcmp(bytes, "\xfe\xff\xff\xff", 4), 0);
         checked = true;
     };
-    let_the_bus_know();
+    wait_until_subscribed();
     const char *const names[] = {"a", "b"};
     bundle *data = bundle_create();
     bundle_add_str(data, "Install", "org.example.agent");
@@ -61,19 +60,19 @@ TEST(AnEvent, ArrivesWithItsTextsArraysAndBytes)
     EXPECT_TRUE(checked);
 }
 
-TEST(AnEvent, WithoutDataArrives)
+TEST(EventTest, DeliversAnEventWithoutData)
 {
     Listener listener;
-    let_the_bus_know();
+    wait_until_subscribed();
     EXPECT_EQ(event_publish(update_status, nullptr), 0);
     EXPECT_TRUE(loop_until([&] { return listener.count == 1; }));
 }
 
-TEST(AnEvent, OfAnotherNameDoesNotArrive)
+TEST(EventTest, IgnoresEventsOfOtherNames)
 {
     Listener listener;
     Listener last("org.example.ServiceManager.Last");
-    let_the_bus_know();
+    wait_until_subscribed();
     publish("org.example.ServiceManager.Other");
     publish("org.example.Other.UpdateStatus");
     publish("org.example.ServiceManager.Last");
@@ -81,7 +80,7 @@ TEST(AnEvent, OfAnotherNameDoesNotArrive)
     EXPECT_EQ(listener.count, 0);
 }
 
-TEST(AnEvent, OfAForeignSenderKeepsTheFirstOfEqualKeysAndWhatABundleCanHold)
+TEST(EventTest, SkipsDuplicateKeysAndUnsupportedTypes)
 {
     Environment with_info = errors_only;
     with_info["KORVANE_LOG"] = "info:stderr";
@@ -93,18 +92,18 @@ TEST(AnEvent, OfAForeignSenderKeepsTheFirstOfEqualKeysAndWhatABundleCanHold)
             EXPECT_EQ(text_in(data, "nested"), "(none)");
             EXPECT_EQ(text_in(data, "z"), "last");
         };
-        let_the_bus_know();
-        send_from_elsewhere("{'a': <'first'>, 'a': <'second'>, 'number': <42>, 'nested': <<<[{'x': <(1, 'y')>}]>>>, "
-                            "'z': <'last'>}");
+        wait_until_subscribed();
+        send_with_gdbus("{'a': <'first'>, 'a': <'second'>, 'number': <42>, 'nested': <<<[{'x': <(1, 'y')>}]>>>, "
+                        "'z': <'last'>}");
         EXPECT_TRUE(loop_until([&] { return listener.count == 1; }));
     });
     EXPECT_EQ(result.status, 0);
-    EXPECT_NE(result.text().find("a second value of \"a\" is ignored"), std::string::npos) << result.text();
-    EXPECT_NE(result.text().find("\"number\" of type \"i\" is ignored"), std::string::npos) << result.text();
-    EXPECT_NE(result.text().find("\"nested\" of type \"v\" is ignored"), std::string::npos) << result.text();
+    EXPECT_NE(result.text().find("ignoring a second value of \"a\""), std::string::npos) << result.text();
+    EXPECT_NE(result.text().find("ignoring \"number\" of type \"i\""), std::string::npos) << result.text();
+    EXPECT_NE(result.text().find("ignoring \"nested\" of type \"v\""), std::string::npos) << result.text();
 }
 
-TEST(AnEvent, ThatIsMalformedOrBeyondMeasureIsDroppedWithALine)
+TEST(EventTest, DropsMalformedAndHugeEventsWithOneLine)
 {
     std::string many_entries = "{";
     for (int i = 0; i < 257; ++i)
@@ -114,7 +113,7 @@ TEST(AnEvent, ThatIsMalformedOrBeyondMeasureIsDroppedWithALine)
     for (int i = 0; i < 5000; ++i)
         many_texts += "'',";
     many_texts += "'']>}";
-    const std::string large = "{'a': <'" + std::string(120'000, 'x') + "'>}"; // and yet within measure
+    const std::string large = "{'a': <'" + std::string(120'000, 'x') + "'>}"; // below the limit
 
     struct {
         std::string payload;
@@ -128,38 +127,39 @@ TEST(AnEvent, ThatIsMalformedOrBeyondMeasureIsDroppedWithALine)
     for (const auto &[payload, reason] : cases) {
         const ChildResult result = in_child(errors_only, [&payload = payload, &large] {
             Listener listener;
-            let_the_bus_know();
-            send_from_elsewhere(payload);
-            send_from_elsewhere(large);
+            wait_until_subscribed();
+            send_with_gdbus(payload);
+            send_with_gdbus(large);
             EXPECT_TRUE(loop_until([&] { return listener.count == 1; }));
         });
         EXPECT_EQ(result.status, 0) << payload.substr(0, 40);
         ASSERT_EQ(result.lines().size(), 1U) << result.text();
-        EXPECT_NE(result.text().find("UpdateStatus is dropped: "), std::string::npos) << result.text();
+        EXPECT_NE(result.text().find("dropping event " + std::string(update_status)), std::string::npos)
+            << result.text();
         EXPECT_NE(result.text().find(reason), std::string::npos) << result.text();
     }
 }
 
 // Handlers
 
-TEST(Handlers, OfOneEventAreAllCalled)
+TEST(EventHandlerTest, CallsAllHandlersOfAnEvent)
 {
     Listener first;
     Listener second;
-    let_the_bus_know();
+    wait_until_subscribed();
     publish();
     EXPECT_TRUE(loop_until([&] { return first.count == 1 && second.count == 1; }));
 }
 
-TEST(Handlers, MayBeRemovedByTheirOwnCallback)
+TEST(EventHandlerTest, AllowsRemovalInItsOwnCallback)
 {
     const auto before = open_descriptors();
     Listener listener;
-    let_the_bus_know();
+    wait_until_subscribed();
     std::string seen;
     listener.then = [&](const char *name, bundle *data) {
-        listener.remove();                                   // the last one: the connection goes with it
-        seen = std::string(name) + text_in(data, "Install"); // both are still there
+        listener.remove();                                   // the last one, so the connection closes
+        seen = std::string(name) + text_in(data, "Install"); // both stay valid
     };
     publish();
     publish();
@@ -170,10 +170,10 @@ TEST(Handlers, MayBeRemovedByTheirOwnCallback)
     EXPECT_EQ(listener.count, 1);
 }
 
-TEST(Handlers, MayBeReplacedByTheirOwnCallback)
+TEST(EventHandlerTest, AllowsReplacementInItsOwnCallback)
 {
     Listener listener;
-    let_the_bus_know();
+    wait_until_subscribed();
     listener.then = [&](const char *, bundle *) {
         listener.then = nullptr;
         listener.remove();
@@ -181,17 +181,17 @@ TEST(Handlers, MayBeReplacedByTheirOwnCallback)
     };
     publish();
     EXPECT_TRUE(loop_until([&] { return listener.count == 1; }));
-    let_the_bus_know();
+    wait_until_subscribed();
     publish();
     EXPECT_TRUE(loop_until([&] { return listener.count == 2; }));
 }
 
-TEST(Handlers, MayBeRemovedByAnotherOnesCallback)
+TEST(EventHandlerTest, AllowsRemovalInAnotherCallback)
 {
     Listener first;
     Listener second;
     Listener last("org.example.ServiceManager.Last");
-    let_the_bus_know();
+    wait_until_subscribed();
     first.then = [&](const char *, bundle *) { second.remove(); };
     second.then = [&](const char *, bundle *) { first.remove(); };
     publish();
@@ -200,11 +200,11 @@ TEST(Handlers, MayBeRemovedByAnotherOnesCallback)
     EXPECT_EQ(first.count + second.count, 1);
 }
 
-TEST(Handlers, LeaveNothingBehindWhenTheyAreRemoved)
+TEST(EventHandlerTest, ReleasesTheConnectionWithTheLastHandler)
 {
-    { // whatever is loaded once
+    { // loads the library
         const Listener listener;
-        let_the_bus_know();
+        wait_until_subscribed();
     }
     const auto before = open_descriptors();
     for (int i = 0; i < 3; ++i) {
@@ -212,13 +212,13 @@ TEST(Handlers, LeaveNothingBehindWhenTheyAreRemoved)
         Listener second;
         EXPECT_EQ(open_descriptors(), before + 1) << "one connection serves all handlers";
         if (i > 0)
-            let_the_bus_know();
+            wait_until_subscribed();
     }
     EXPECT_EQ(open_descriptors(), before);
     EXPECT_FALSE(g_main_context_pending(nullptr));
 }
 
-TEST(Handlers, ThatAreNoneAreRefused)
+TEST(EventHandlerTest, RefusesNull)
 {
     event_handler_h handler = nullptr;
     EXPECT_EQ(event_add_event_handler(update_status, nullptr, nullptr, &handler), -EINVAL);
@@ -231,7 +231,7 @@ TEST(Handlers, ThatAreNoneAreRefused)
     EXPECT_EQ(event_remove_event_handler(nullptr), -EINVAL);
 }
 
-TEST(Handlers, HaveNamesOfInterfaceAndMember)
+TEST(EventHandlerTest, RefusesNamesWithoutInterfaceOrMember)
 {
     const std::string long_name = "a." + std::string(256, 'b') + ".Member";
     const std::string long_member = "a.b." + std::string(256, 'M');
@@ -246,7 +246,7 @@ TEST(Handlers, HaveNamesOfInterfaceAndMember)
     }
 }
 
-TEST(Handlers, RunOnTheMainContextThatWasTheThreadsDefault)
+TEST(EventHandlerTest, RunsOnTheThreadDefaultContext)
 {
     std::thread([] {
         GMainContext *context = g_main_context_new();
@@ -255,7 +255,7 @@ TEST(Handlers, RunOnTheMainContextThatWasTheThreadsDefault)
             Listener listener;
             std::thread::id called_on;
             listener.then = [&](const char *, bundle *) { called_on = std::this_thread::get_id(); };
-            let_the_bus_know(context);
+            wait_until_subscribed(context);
             publish();
             EXPECT_TRUE(loop_until([&] { return listener.count == 1; }, context));
             EXPECT_EQ(called_on, std::this_thread::get_id());
@@ -267,11 +267,11 @@ TEST(Handlers, RunOnTheMainContextThatWasTheThreadsDefault)
 
 // The main loop
 
-TEST(TheMainLoop, SleepsWhileNothingHappens)
+TEST(EventLoopTest, SleepsWithoutEvents)
 {
     static int polls = 0;
     const Listener listener;
-    let_the_bus_know();
+    wait_until_subscribed();
     ASSERT_TRUE(loop_until([] { return !g_main_context_pending(nullptr); }));
     const GPollFunc poll_function = g_main_context_get_poll_func(nullptr);
     polls = 0;
@@ -293,16 +293,16 @@ TEST(TheMainLoop, SleepsWhileNothingHappens)
     EXPECT_LE(polls, 5);
 }
 
-TEST(TheMainLoop, RunsItsOtherSourcesDuringAStormOfEvents)
+TEST(EventLoopTest, RunsOtherSourcesDuringAFlood)
 {
     constexpr int storm = 300;
     Listener listener;
-    let_the_bus_know();
+    wait_until_subscribed();
     for (int i = 0; i < storm; ++i)
         publish();
     int since_timer = 0;
-    int most_in_a_row = 0;
-    listener.then = [&](const char *, bundle *) { most_in_a_row = std::max(most_in_a_row, ++since_timer); };
+    int max_in_a_row = 0;
+    listener.then = [&](const char *, bundle *) { max_in_a_row = std::max(max_in_a_row, ++since_timer); };
     const guint timer = g_timeout_add(
         0,
         [](gpointer counter) -> gboolean {
@@ -310,12 +310,14 @@ TEST(TheMainLoop, RunsItsOtherSourcesDuringAStormOfEvents)
             return G_SOURCE_CONTINUE;
         },
         &since_timer);
-    EXPECT_TRUE(comes_true([&] {
+    EXPECT_TRUE(wait_until([&] {
         g_main_context_iteration(nullptr, TRUE);
         return listener.count == storm;
     }));
     g_source_remove(timer);
-    EXPECT_LE(most_in_a_row, 128); // two turns, as the order of sources in a turn is the loop's
+    EXPECT_LE(max_in_a_row, 128); // two turns, because the loop chooses the order of sources in a turn
 }
 
 // The bus
+
+} // namespace kv::test

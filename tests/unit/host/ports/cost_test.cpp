@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a call costs in system calls: the platform's sends, receives and polls are counted on their way.
+// The system calls of a call or an event. This program replaces the C library's functions and counts.
 #include <glib.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-#include "host_ports_fixture.hpp"
+#include "fixture.hpp"
 
 namespace {
 
@@ -17,12 +17,12 @@ struct Counts {
     int sends;
     int receives;
     int polls;
-    int writes; ///< the loop wakes itself with one
+    int writes; ///< the loop wakes itself by one
 } counts;
 
 } // namespace
 
-// The program's own definitions come before the C library's, for the platform's library, too.
+// The dynamic linker finds these before those of the C library, for the platform library too.
 extern "C" {
 
 [[gnu::visibility("default")]] ssize_t send(int fd, const void *bytes, size_t size, int flags)
@@ -51,15 +51,15 @@ extern "C" {
 
 } // extern "C"
 
-namespace host_ports {
+namespace kv::test {
 namespace {
 
-using ACall = PortsTest;
-using Events = PortsTest;
+using CallCostTest = PortsTest;
+using EventCostTest = PortsTest;
 
 constexpr int calls = 100;
 
-TEST_F(ACall, CostsTheCallerOneSendAndOneReceive)
+TEST_F(CallCostTest, IsOneSendAndOneReceiveForTheCaller)
 {
     Agent agent([](Stub &, rpc_port_h main, int request) { send_number(main, request); });
     Proxy proxy;
@@ -74,7 +74,7 @@ TEST_F(ACall, CostsTheCallerOneSendAndOneReceive)
     EXPECT_EQ(0, counts.polls);
 }
 
-TEST_F(ACall, CostsTheAgentOneSendAndOneReceiveAndItsLoopsPoll)
+TEST_F(CallCostTest, IsOneSendOneReceiveAndOnePollForTheAgent)
 {
     // Every reply says what it has cost so far.
     Agent agent([](Stub &, rpc_port_h main, int request) {
@@ -94,13 +94,13 @@ TEST_F(ACall, CostsTheAgentOneSendAndOneReceiveAndItsLoopsPoll)
     }
 }
 
-/// A proxy that reads what an agent made by hand sends it.
+/// A proxy that reads the events of an agent made by hand.
 struct Reading {
     explicit Reading(const std::string &socket_path) : agent(socket_path, proxy)
     {
         proxy.on_received = [this] { proxy.read(proxy.callback_port()); };
     }
-    /// What so many events cost that arrive together.
+    /// The cost of events that arrive together.
     Counts take(uint32_t count)
     {
         std::string many;
@@ -117,11 +117,11 @@ struct Reading {
     RawAgent agent;
 };
 
-TEST_F(Events, ThatArriveTogetherCostOneReceiveAndOnePoll)
+TEST_F(EventCostTest, IsOneReceiveAndOnePollForABatch)
 {
     Reading reading(socket_path());
     Counts cost = reading.take(3000);
-    // One turn takes them all unless it is interrupted for long.
+    // The scheduler may interrupt a turn, which then ends early, so several attempts are allowed.
     for (int attempt = 0; attempt < 100 && cost.polls > 1; attempt++)
         cost = reading.take(3000);
     EXPECT_EQ(1, cost.receives);
@@ -129,15 +129,15 @@ TEST_F(Events, ThatArriveTogetherCostOneReceiveAndOnePoll)
     EXPECT_EQ(0, cost.writes);
 }
 
-TEST_F(Events, ThatAreLeftForTheNextTurnCostNoWakeUp)
+TEST_F(EventCostTest, IsNoWakeUpForTheNextTurn)
 {
     Reading reading(socket_path());
     const Counts cost = reading.take(7000);
-    EXPECT_LT(1, cost.polls) << "this was one turn, and shows nothing";
+    EXPECT_LT(1, cost.polls) << "one turn delivered all events, so the test proves nothing";
     EXPECT_EQ(0, cost.writes);
 }
 
-TEST_F(Events, ThatWereHeldLeaveInOneSend)
+TEST_F(EventCostTest, IsOneSendForHeldParcels)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -153,7 +153,7 @@ TEST_F(Events, ThatWereHeldLeaveInOneSend)
     EXPECT_EQ(1, counts.sends);
 }
 
-/// A peer made by hand, which reads nothing until it is asked to, and more for it than its link holds.
+/// A peer made by hand that does not read, and a way to push more than its link holds.
 struct Unread {
     explicit Unread(const std::string &socket_path)
     {
@@ -167,7 +167,7 @@ struct Unread {
         for (int i = 0; i < events; i++)
             ASSERT_EQ(0, stub.push(i));
     }
-    /// Whether all of it comes in order once the peer reads.
+    /// Whether all events arrive in order once the peer reads.
     bool arrives() const
     {
         std::string all;
@@ -175,7 +175,7 @@ struct Unread {
         for (uint32_t i = 0; i < events; i++)
             expected += frame(u32(i));
         while (all.size() < expected.size()) {
-            run_what_is_ready();
+            run_ready_sources();
             const std::string more = proxy->callback.receive(std::min(expected.size() - all.size(), size_t{4096}));
             if (more.empty())
                 return false;
@@ -190,7 +190,7 @@ struct Unread {
     rpc_port_h port = nullptr;
 };
 
-TEST_F(Events, ThatAPeerDoesNotTakeWakeTheLoopOnce)
+TEST_F(EventCostTest, IsOneWakeUpForAPeerThatDoesNotRead)
 {
     const Unread peer(socket_path());
     counts = {};
@@ -199,19 +199,19 @@ TEST_F(Events, ThatAPeerDoesNotTakeWakeTheLoopOnce)
     EXPECT_TRUE(peer.arrives());
 }
 
-TEST_F(Events, ThatAreHeldAndNotTakenAreNotTriedOneByOne)
+TEST_F(EventCostTest, IsFewSendsForHeldParcelsThatWait)
 {
     const Unread peer(socket_path());
     counts = {};
     EXPECT_EQ(0, rpc_port_stub_hold(peer.port));
     peer.push_all();
     EXPECT_EQ(0, rpc_port_stub_flush(peer.port));
-    // 800 kB, as often as 64 KiB more are waiting, and the flush.
+    // 800 kB: one send for each 64 KiB more that wait, and one for the flush.
     EXPECT_GE(13, counts.sends);
     EXPECT_TRUE(peer.arrives());
 }
 
-TEST_F(Events, ThatAreHeldDoNotKeepTheLoopBusyWhenThereIsRoom)
+TEST_F(EventCostTest, IsNoBusyLoopForHeldParcels)
 {
     const Unread peer(socket_path());
     peer.push_all();
@@ -227,4 +227,4 @@ TEST_F(Events, ThatAreHeldDoNotKeepTheLoopBusyWhenThereIsRoom)
 }
 
 } // namespace
-} // namespace host_ports
+} // namespace kv::test

@@ -10,13 +10,13 @@
 #include <string>
 #include <vector>
 
-#include "host_child.hpp"
-#include "rpc_port.h"
-#include "rpc_port_stub.h"
+#include "unit/host/child.hpp"
+#include <rpc_port.h>
+#include <rpc_port_stub.h>
 
-/// Ports with everything real: sockets, processes, users, a GLib loop. The runtime and package directories are the
-/// test's own; what the platform logs is at hand.
-namespace host_ports {
+/// Tests of ports with real sockets, processes, users and a GLib loop. Each test has its own runtime and package directory
+/// and reads the platform's log.
+namespace kv::test {
 
 inline constexpr const char *appid = "org.example.agent";
 inline constexpr const char *port_name = "kv_master";
@@ -35,26 +35,26 @@ protected:
     /// The lines of this test so far.
     static std::string log();
 
-    host_test::TemporaryDirectory directory;
-    std::string runtime; ///< not there yet
+    TemporaryDirectory directory;
+    std::string runtime; ///< not created yet
     std::string packages;
 
 private:
     std::vector<std::string> descriptors_before_;
 };
 
-/// Runs the loop until the condition holds; false when that takes longer than any test may.
+/// Runs the loop until the condition is true; false at the deadline.
 bool run_until(const std::function<bool()> &condition);
-/// Whatever is ready now, and nothing that has to be waited for.
-void run_what_is_ready();
+/// Runs the sources that are ready, without waiting.
+void run_ready_sources();
 
-/// Bytes typed by hand, so that the two sides are not only held against each other.
+/// Bytes typed by hand, so that a mistake on both sides cannot go unnoticed.
 std::string u32(uint32_t value);
 std::string frame(const std::string &payload);
-std::string hello(int link, const std::string &token = std::string(16, 't'), uint32_t version = 1);
-std::string answer(int32_t code, uint32_t version = 1);
+std::string handshake_request(int link, const std::string &token = std::string(16, 't'), uint32_t version = 1);
+std::string handshake_reply(int32_t code, uint32_t version = 1);
 
-/// A proxy and what it was told.
+/// A proxy and the events that it has raised.
 class Proxy {
 public:
     Proxy();
@@ -63,13 +63,13 @@ public:
     Proxy &operator=(const Proxy &) = delete;
 
     int connect() { return rpc_port_proxy_connect(handle, appid, port_name); }
-    /// Connects and waits for it.
+    /// Connects and waits until `connected`.
     bool connected_now();
     void destroy();
     rpc_port_h callback_port() const;
 
     int send(int number, rpc_port_h to = nullptr) const;
-    /// One parcel with one number; negative for a failed read of either.
+    /// Sends and reads parcels with one number.
     std::optional<int> read(rpc_port_h from = nullptr) const;
     int read_code(rpc_port_h from = nullptr) const;
 
@@ -83,7 +83,7 @@ public:
     std::function<void()> on_connected, on_disconnected, on_rejected, on_received;
 };
 
-/// A stub in this process, on the same loop, and what it was told.
+/// A stub in this process, on the same loop, and the events that it has raised.
 class Stub {
 public:
     Stub();
@@ -93,29 +93,29 @@ public:
 
     int listen() const { return rpc_port_stub_listen(handle); }
     void destroy();
-    rpc_port_h port(rpc_port_port_type_e type) const; ///< of the peer that came last
+    rpc_port_h port(rpc_port_port_type_e type) const; ///< of the latest peer
     int push(int number) const;
 
     rpc_port_stub_h handle = nullptr;
-    std::vector<std::string> peers; ///< instances in the order of their coming
-    std::vector<std::string> gone;
+    std::vector<std::string> peers; ///< instances in the order of their connection
+    std::vector<std::string> disconnected;
     std::vector<int> requests;
     std::vector<std::string> requested_by;
     rpc_port_stub_peer_t last_peer = {};
     std::string last_sender;
-    int verdict = 0; ///< what `connecting` answers
+    int connecting_result = 0;
     std::function<void()> on_connecting, on_disconnected;
-    std::function<void(rpc_port_h main, int request)> on_request; ///< without it the number is sent back
+    std::function<void(rpc_port_h main, int request)> on_request; ///< default: send the number back
 };
 
 int send_number(rpc_port_h port, int number);
-/// What a parcel from the port holds, if it begins with a number.
+/// The number at the start of the next parcel; none if either is missing.
 std::optional<int> read_number(rpc_port_h port);
 
-/// Another process. It ends when the test destroys this, or dies.
+/// A child process. It ends when this object is destroyed or the test process ends.
 class Child {
 public:
-    /// The body gets a function to call when it is ready, and one that runs the loop until the test ends the child.
+    /// The body calls `ready` when it is, and `serve` to run the loop until the child ends.
     using Body = std::function<void(const std::function<void()> &ready, const std::function<void()> &serve)>;
     explicit Child(const Body &body);
     ~Child();
@@ -130,14 +130,14 @@ private:
     int control_ = -1;
 };
 
-/// A child that serves the port and does with each request as told.
+/// A child that serves the port and calls the handler for each request.
 class Agent : public Child {
 public:
     using Handler = std::function<void(Stub &stub, rpc_port_h main, int request)>;
     explicit Agent(const Handler &handler);
 };
 
-/// A link made by hand: to a stub, or to the listener that a test has in an agent's place.
+/// A link made by hand: to a stub, or accepted by a RawListener.
 class RawLink {
 public:
     explicit RawLink(int descriptor) : descriptor_(descriptor) {}
@@ -148,10 +148,10 @@ public:
     RawLink &operator=(const RawLink &) = delete;
 
     void send(const std::string &bytes) const;
-    /// Waits for so many bytes, or fewer if the link ends; nothing else.
+    /// Waits for that many bytes, or fewer if the link ends.
     std::string receive(size_t size) const;
-    /// Whether the other side closes, the loop running meanwhile.
-    bool is_closed_by_other_side() const;
+    /// Runs the loop until the peer closes the link.
+    bool is_closed_by_peer() const;
     void close_now();
     int descriptor() const { return descriptor_; }
 
@@ -159,7 +159,7 @@ private:
     int descriptor_;
 };
 
-/// A listening socket in an agent's place.
+/// A listening socket in place of an agent.
 class RawListener {
 public:
     explicit RawListener(const std::string &socket_path);
@@ -190,7 +190,7 @@ struct RawAgent {
     std::optional<RawLink> callback;
 };
 
-/// The environment variable for the life of this.
+/// Sets an environment variable until destruction.
 class Setting {
 public:
     Setting(const char *name, const std::string &value);
@@ -203,4 +203,4 @@ private:
     std::optional<std::string> before_;
 };
 
-} // namespace host_ports
+} // namespace kv::test

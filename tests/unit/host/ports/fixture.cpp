@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host_ports_fixture.hpp"
+#include "fixture.hpp"
 
 #include <glib.h>
 #include <poll.h>
@@ -16,17 +16,17 @@
 #include <fstream>
 #include <utility>
 
-#include "last_result.h"
+#include <last_result.h>
 
-namespace host_ports {
+namespace kv::test {
 
 namespace {
 
 constexpr auto deadline = std::chrono::seconds(20);
 
-// The log's destination is settled with its first line, so for the whole program.
+// The first line fixes the log's destination for the whole process.
 const std::string log_path = [] {
-    static const host_test::TemporaryDirectory log_directory;
+    static const TemporaryDirectory log_directory;
     const std::string path = log_directory / "log";
     setenv("KORVANE_LOG", ("info:file:" + path).c_str(), 1);
     return path;
@@ -56,11 +56,11 @@ bool wait_readable(int descriptor)
 
 PortsTest::PortsTest() : runtime(directory / "run"), packages(directory / "packages")
 {
-    g_main_context_default(); // its own descriptor is no leak of a test
+    g_main_context_default(); // creates its descriptor before they are counted
     mkdir(packages.c_str(), 0755);
     setenv("KORVANE_RUNTIME_DIR", runtime.c_str(), 1);
     setenv("KORVANE_PACKAGE_DIR", packages.c_str(), 1);
-    log_start = host_test::contents_of(log_path).size();
+    log_start = contents_of(log_path).size();
     descriptors_before_ = open_descriptors();
 }
 
@@ -69,7 +69,7 @@ PortsTest::~PortsTest()
     std::vector<std::string> now = open_descriptors();
     for (auto *descriptors : {&descriptors_before_, &now})
         std::erase_if(*descriptors, [](const std::string &what) { return what.ends_with("/log"); });
-    EXPECT_EQ(descriptors_before_, now) << "descriptors are left open";
+    EXPECT_EQ(descriptors_before_, now) << "the test leaks descriptors";
 }
 
 void PortsTest::install_package(const std::string &further_keys) const
@@ -79,7 +79,7 @@ void PortsTest::install_package(const std::string &further_keys) const
 
 std::string PortsTest::log()
 {
-    return host_test::contents_of(log_path).substr(log_start);
+    return contents_of(log_path).substr(log_start);
 }
 
 bool run_until(const std::function<bool()> &condition)
@@ -96,7 +96,7 @@ bool run_until(const std::function<bool()> &condition)
     return condition();
 }
 
-void run_what_is_ready()
+void run_ready_sources()
 {
     while (g_main_context_iteration(nullptr, FALSE)) {
     }
@@ -128,7 +128,7 @@ Proxy::Proxy()
 {
     EXPECT_EQ(0, rpc_port_proxy_create(&handle));
     static const auto run = [](const std::function<void()> &hook) {
-        if (const auto copy = hook) // the hook may replace itself
+        if (const auto copy = hook) // the hook may assign itself
             copy();
     };
     rpc_port_proxy_add_connected_event_cb(
@@ -140,7 +140,7 @@ Proxy::Proxy()
             proxy->connected++;
             proxy->main = port;
             run(proxy->on_connected);
-            EXPECT_STREQ(appid, endpoint) << "the names must last until the callback returns";
+            EXPECT_STREQ(appid, endpoint) << "the names must stay valid until the callback returns";
             EXPECT_STREQ(port_name, name);
         },
         this);
@@ -230,14 +230,14 @@ Stub::Stub()
             stub->last_sender = peer->sender;
             if (const auto hook = stub->on_connecting)
                 hook();
-            return stub->verdict;
+            return stub->connecting_result;
         },
         [](const rpc_port_stub_peer_t *peer, void *data) {
             static_cast<Stub *>(data)->peers.emplace_back(peer->instance);
         },
         [](const rpc_port_stub_peer_t *peer, void *data) {
             auto *stub = static_cast<Stub *>(data);
-            stub->gone.emplace_back(peer->instance);
+            stub->disconnected.emplace_back(peer->instance);
             if (const auto hook = stub->on_disconnected)
                 hook();
         },
@@ -271,7 +271,7 @@ rpc_port_h Stub::port(rpc_port_port_type_e type) const
 {
     rpc_port_h found = nullptr;
     if (peers.empty())
-        ADD_FAILURE() << "there is no peer";
+        ADD_FAILURE() << "no peer is connected";
     else
         EXPECT_EQ(0, rpc_port_stub_get_port(handle, peers.back().c_str(), type, &found));
     return found;
@@ -291,7 +291,7 @@ Child::Child(const Body &body)
     if (pid == 0) {
         close(ends[0]);
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        GMainContext *own = g_main_context_new(); // the parent's sources are the parent's
+        GMainContext *own = g_main_context_new(); // without the parent's sources
         g_main_context_push_thread_default(own);
         body([&] { [[maybe_unused]] const ssize_t sent = ::send(ends[1], "r", 1, MSG_NOSIGNAL); },
              [&] {
@@ -362,4 +362,4 @@ Setting::~Setting()
     before_ ? setenv(name_, before_->c_str(), 1) : unsetenv(name_);
 }
 
-} // namespace host_ports
+} // namespace kv::test

@@ -1,25 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How a connection begins, against peers made by hand: silent, cut short, wrong.
+// The handshake, against peers made by hand that are silent, cut short, or wrong.
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
 
-#include "host_ports_fixture.hpp"
+#include "fixture.hpp"
 
-namespace host_ports {
+namespace kv::test {
 namespace {
 
-using AnAgent = PortsTest;
-using AProxy = PortsTest;
+using ProxyHandshakeTest = PortsTest;
+using StubHandshakeTest = PortsTest;
 
-bool has(const std::string &text, const std::string &part)
-{
-    return text.find(part) != std::string::npos;
-}
-
-TEST_F(AnAgent, AcceptsAGreetingTypedByHand)
+TEST_F(StubHandshakeTest, AcceptsBytesTypedByHand)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
@@ -29,123 +24,123 @@ TEST_F(AnAgent, AcceptsAGreetingTypedByHand)
     EXPECT_EQ("test", stub.last_sender);
 }
 
-TEST_F(AnAgent, DropsAPeerThatSaysNothing)
+TEST_F(StubHandshakeTest, ClosesASilentLinkAtTheDeadline)
 {
     Setting quick("KORVANE_CONNECT_TIMEOUT_MS", "50");
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     RawLink silent(socket_path());
-    EXPECT_TRUE(silent.is_closed_by_other_side());
-    EXPECT_TRUE(has(log(), "connected and says nothing")) << log();
+    EXPECT_TRUE(silent.is_closed_by_peer());
+    EXPECT_TRUE(contains(log(), "sends no handshake")) << log();
 }
 
-TEST_F(AnAgent, DropsAPeerThatOpensOneOfTwoLinks)
+TEST_F(StubHandshakeTest, ClosesALoneLinkAtTheDeadline)
 {
     Setting quick("KORVANE_CONNECT_TIMEOUT_MS", "50");
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     RawLink lonely(socket_path());
-    lonely.send(hello(0));
-    EXPECT_TRUE(lonely.is_closed_by_other_side());
-    EXPECT_TRUE(has(log(), "opened one of two links only")) << log();
+    lonely.send(handshake_request(0));
+    EXPECT_TRUE(lonely.is_closed_by_peer());
+    EXPECT_TRUE(contains(log(), "opened only one of two links")) << log();
     EXPECT_TRUE(stub.peers.empty());
 }
 
-TEST_F(AnAgent, DropsAGreetingCutShortAtEveryByte)
+TEST_F(StubHandshakeTest, ClosesALinkWhoseRequestIsCutAtAnyByte)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
-    const std::string whole = hello(0);
+    const std::string whole = handshake_request(0);
     for (size_t size = 0; size < whole.size(); size++) {
         RawLink link(socket_path());
         link.send(whole.substr(0, size));
-        run_what_is_ready();
+        run_ready_sources();
         EXPECT_EQ(0, shutdown(link.descriptor(), SHUT_WR));
-        EXPECT_TRUE(link.is_closed_by_other_side()) << "cut at " << size;
+        EXPECT_TRUE(link.is_closed_by_peer()) << "cut at " << size;
     }
     EXPECT_TRUE(stub.peers.empty());
     Proxy proxy;
-    EXPECT_TRUE(proxy.connected_now()) << "the agent must go on serving others";
+    EXPECT_TRUE(proxy.connected_now()) << "the agent stopped serving others";
 }
 
-TEST_F(AnAgent, TakesAGreetingThatArrivesByteByByte)
+TEST_F(StubHandshakeTest, AcceptsARequestByteByByte)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     RawLink callback(socket_path());
-    callback.send(hello(1));
+    callback.send(handshake_request(1));
     RawLink main(socket_path());
-    for (char byte : hello(0)) {
+    for (char byte : handshake_request(0)) {
         main.send({byte});
-        run_what_is_ready();
+        run_ready_sources();
     }
-    EXPECT_EQ(answer(0), main.receive(answer(0).size()));
+    EXPECT_EQ(handshake_reply(0), main.receive(handshake_reply(0).size()));
 }
 
-TEST_F(AnAgent, DropsWhatIsNoGreeting)
+TEST_F(StubHandshakeTest, ClosesALinkWithAnotherProtocol)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
-    const std::string good = hello(0);
+    const std::string good = handshake_request(0);
     std::string long_name = good;
-    long_name[good.size() - 5] = 1; // a name longer than what follows
+    long_name[good.size() - 5] = 1; // a name longer than the rest of the frame
     for (const std::string &bad :
          {std::string("GET / HTTP/1.1\r\n\r\n"), u32(0x7fffffff), u32(0xffffffff), frame(""), frame("VKPL"),
-          frame(std::string(40, 'x')), hello(2), good + "more", long_name,
+          frame(std::string(40, 'x')), handshake_request(2), good + "more", long_name,
           frame("VKPL" + u32(1) + std::string(1, '\0') + std::string(16, 't') + u32(3) + std::string("a\0b", 3))}) {
         RawLink link(socket_path());
         link.send(bad);
-        EXPECT_TRUE(link.is_closed_by_other_side()) << testing::PrintToString(bad);
+        EXPECT_TRUE(link.is_closed_by_peer()) << testing::PrintToString(bad);
     }
-    EXPECT_TRUE(has(log(), "does not greet as a proxy does")) << log();
+    EXPECT_TRUE(contains(log(), "does not send the handshake of a proxy")) << log();
     EXPECT_TRUE(stub.peers.empty());
 }
 
-TEST_F(AnAgent, TellsAPeerOfAnotherVersionItsOwn)
+TEST_F(StubHandshakeTest, RepliesWithItsVersionToAnother)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     RawLink link(socket_path());
-    link.send(hello(0, std::string(16, 't'), 2));
-    EXPECT_EQ(answer(-93), link.receive(answer(0).size()));
-    EXPECT_TRUE(link.is_closed_by_other_side());
+    link.send(handshake_request(0, std::string(16, 't'), 2));
+    EXPECT_EQ(handshake_reply(-93), link.receive(handshake_reply(0).size()));
+    EXPECT_TRUE(link.is_closed_by_peer());
 }
 
-TEST_F(AnAgent, PairsLinksByTheirTokenOnly)
+TEST_F(StubHandshakeTest, PairsLinksByToken)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     RawLink main(socket_path());
-    main.send(hello(0, std::string(16, 'a')));
+    main.send(handshake_request(0, std::string(16, 'a')));
     RawLink other(socket_path());
-    other.send(hello(1, std::string(16, 'b')));
+    other.send(handshake_request(1, std::string(16, 'b')));
     RawLink same_side(socket_path());
-    same_side.send(hello(0, std::string(16, 'b')));
-    EXPECT_EQ(answer(0), same_side.receive(answer(0).size()));
+    same_side.send(handshake_request(0, std::string(16, 'b')));
+    EXPECT_EQ(handshake_reply(0), same_side.receive(handshake_reply(0).size()));
     EXPECT_EQ(1u, stub.peers.size());
     RawLink callback(socket_path());
-    callback.send(hello(1, std::string(16, 'a')));
-    EXPECT_EQ(answer(0), main.receive(answer(0).size()));
+    callback.send(handshake_request(1, std::string(16, 'a')));
+    EXPECT_EQ(handshake_reply(0), main.receive(handshake_reply(0).size()));
     EXPECT_EQ(2u, stub.peers.size());
 }
 
-TEST_F(AnAgent, ForgetsAPeerThatLeavesBeforeTheAnswer)
+TEST_F(StubHandshakeTest, DiscardsALinkClosedBeforeTheReply)
 {
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     {
         RawLink main(socket_path());
-        main.send(hello(0));
-        run_what_is_ready();
+        main.send(handshake_request(0));
+        run_ready_sources();
     }
-    run_what_is_ready();
+    run_ready_sources();
     RawLink callback(socket_path());
-    callback.send(hello(1));
-    run_what_is_ready();
+    callback.send(handshake_request(1));
+    run_ready_sources();
     EXPECT_TRUE(stub.peers.empty());
 }
 
-TEST_F(AnAgent, MayDestroyItselfWhileItDecides)
+TEST_F(StubHandshakeTest, AllowsDestructionInConnecting)
 {
     Stub stub;
     stub.on_connecting = [&] { stub.destroy(); };
@@ -155,7 +150,7 @@ TEST_F(AnAgent, MayDestroyItselfWhileItDecides)
     EXPECT_EQ(1, proxy.rejected);
 }
 
-TEST_F(AProxy, GivesUpOnAnAgentThatDoesNotAnswer)
+TEST_F(ProxyHandshakeTest, IsRejectedAtTheDeadline)
 {
     Setting quick("KORVANE_CONNECT_TIMEOUT_MS", "50");
     RawListener agent(socket_path());
@@ -165,12 +160,12 @@ TEST_F(AProxy, GivesUpOnAnAgentThatDoesNotAnswer)
     EXPECT_LE(std::chrono::milliseconds(50), std::chrono::steady_clock::now() - start);
     EXPECT_EQ(1, proxy.rejected);
     EXPECT_EQ(-5, proxy.last_result);
-    EXPECT_TRUE(has(log(), "does not answer the greeting")) << log();
+    EXPECT_TRUE(contains(log(), "does not reply to the handshake")) << log();
 }
 
-TEST_F(AProxy, IsRejectedByAnAnswerCutShortAtEveryByte)
+TEST_F(ProxyHandshakeTest, IsRejectedByAReplyCutAtAnyByte)
 {
-    const std::string whole = answer(0);
+    const std::string whole = handshake_reply(0);
     for (size_t size = 0; size < whole.size(); size++) {
         RawListener agent(socket_path());
         Proxy proxy;
@@ -178,7 +173,7 @@ TEST_F(AProxy, IsRejectedByAnAnswerCutShortAtEveryByte)
         {
             RawLink main = agent.accept();
             main.send(whole.substr(0, size));
-            run_what_is_ready();
+            run_ready_sources();
             EXPECT_EQ(0, proxy.connected + proxy.rejected);
         }
         EXPECT_TRUE(run_until([&] { return proxy.rejected == 1; })) << "cut at " << size;
@@ -187,10 +182,10 @@ TEST_F(AProxy, IsRejectedByAnAnswerCutShortAtEveryByte)
     }
 }
 
-TEST_F(AProxy, IsRejectedByAnAnswerThatIsNone)
+TEST_F(ProxyHandshakeTest, IsRejectedByAnotherProtocol)
 {
     for (const std::string &bad :
-         {std::string("HTTP/1.1 400 Bad\r\n"), u32(0x7fffffff), frame(std::string(12, 'x')), answer(0, 2)}) {
+         {std::string("HTTP/1.1 400 Bad\r\n"), u32(0x7fffffff), frame(std::string(12, 'x')), handshake_reply(0, 2)}) {
         RawListener agent(socket_path());
         Proxy proxy;
         ASSERT_EQ(0, proxy.connect());
@@ -200,38 +195,38 @@ TEST_F(AProxy, IsRejectedByAnAnswerThatIsNone)
         EXPECT_EQ(-5, proxy.last_result);
         unlink(socket_path().c_str());
     }
-    EXPECT_TRUE(has(log(), "does not speak this protocol")) << log();
+    EXPECT_TRUE(contains(log(), "does not speak version 1 of the protocol")) << log();
 }
 
-TEST_F(AProxy, TakesAnAnswerThatArrivesByteByByte)
+TEST_F(ProxyHandshakeTest, AcceptsAReplyByteByByte)
 {
     RawListener agent(socket_path());
     Proxy proxy;
     ASSERT_EQ(0, proxy.connect());
     RawLink main = agent.accept();
     RawLink callback = agent.accept();
-    for (char byte : answer(0)) {
+    for (char byte : handshake_reply(0)) {
         EXPECT_EQ(0, proxy.connected);
         main.send({byte});
-        run_what_is_ready();
+        run_ready_sources();
     }
     EXPECT_EQ(1, proxy.connected);
 }
 
-TEST_F(AProxy, MayBeDestroyedBeforeTheAnswer)
+TEST_F(ProxyHandshakeTest, AllowsDestructionBeforeTheReply)
 {
     RawListener agent(socket_path());
     Proxy proxy;
     ASSERT_EQ(0, proxy.connect());
     proxy.destroy();
-    run_what_is_ready();
+    run_ready_sources();
     EXPECT_EQ(0, proxy.connected + proxy.rejected + proxy.disconnected);
 }
 
-TEST_F(AProxy, MayBeDestroyedWhileItIsToldOfTheRefusal)
+TEST_F(ProxyHandshakeTest, AllowsDestructionInRejected)
 {
     Stub stub;
-    stub.verdict = -1;
+    stub.connecting_result = -1;
     ASSERT_EQ(0, stub.listen());
     Proxy proxy;
     proxy.on_rejected = [&] { proxy.destroy(); };
@@ -240,15 +235,15 @@ TEST_F(AProxy, MayBeDestroyedWhileItIsToldOfTheRefusal)
     EXPECT_EQ(-13, proxy.last_result);
 }
 
-TEST_F(AProxy, WithABadTimeoutSettingUsesTheDefaultAndSaysSo)
+TEST_F(ProxyHandshakeTest, UsesTheDefaultForAnInvalidTimeout)
 {
     Setting bad("KORVANE_CONNECT_TIMEOUT_MS", "soon");
     Stub stub;
     ASSERT_EQ(0, stub.listen());
     Proxy proxy;
     EXPECT_TRUE(proxy.connected_now());
-    EXPECT_TRUE(has(log(), "KORVANE_CONNECT_TIMEOUT_MS='soon' is not a number")) << log();
+    EXPECT_TRUE(contains(log(), "KORVANE_CONNECT_TIMEOUT_MS='soon' is not a number")) << log();
 }
 
 } // namespace
-} // namespace host_ports
+} // namespace kv::test

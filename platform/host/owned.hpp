@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The owning types of the host platform. They use malloc and free: the library is loaded by every application and carries
-// no C++ runtime. Allocation failure is a null pointer.
+// The owning types of the host platform. They use malloc and free: the library is loaded by every application and
+// carries no C++ runtime. Allocation failure is a null pointer.
 #pragma once
 
 #include <glib.h>

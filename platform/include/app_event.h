@@ -2,7 +2,7 @@
 #ifndef KORVANE_PLATFORM_APP_EVENT_H
 #define KORVANE_PLATFORM_APP_EVENT_H
 
-/* Events that other programs of the system announce. Handlers run on the main loop. */
+/* Events that other programs publish. Handlers run on the main loop. */
 
 #include "bundle.h"
 
@@ -12,7 +12,7 @@ extern "C" {
 
 typedef void *event_handler_h;
 
-/** The event data is valid during the call only. */
+/** The event data is valid only during the call. */
 typedef void (*event_cb)(const char *event_name, bundle *event_data, void *user_data);
 
 int event_add_event_handler(const char *event_name, event_cb callback, void *user_data, event_handler_h *handler);

@@ -2,7 +2,7 @@
 #ifndef KORVANE_PLATFORM_APP_EVENT_PUBLISH_H
 #define KORVANE_PLATFORM_APP_EVENT_PUBLISH_H
 
-/* The announcing side of the host platform's application events: bundles to fill, and a way to send them. */
+/* Publishing application events on the host platform. */
 
 #include <stddef.h>
 
@@ -19,15 +19,14 @@ bundle *bundle_create(void);
 /** Tolerates NULL. */
 void bundle_free(bundle *data);
 
-/* The values are copied. -EEXIST when the key is there already, -EINVAL for what is NULL or text that is not UTF-8. */
+/* Copy the value. -EEXIST if the bundle has the key, -EINVAL for NULL and for text that is not UTF-8. */
 int bundle_add_str(bundle *data, const char *key, const char *value);
 int bundle_add_str_array(bundle *data, const char *key, const char *const *values, int count);
 int bundle_add_byte(bundle *data, const char *key, const void *bytes, size_t size);
 
 /**
- * Announces an event to whoever listens. The name is that of a D-Bus interface and a member of it ("a.b.C.Member").
- * Blocks until the message bus has taken the event, a few milliseconds; a failure is logged. NULL for an event
- * without data.
+ * Sends an event to all subscribers. The name is a D-Bus interface and one of its members ("a.b.C.Member"). Blocks a
+ * few milliseconds, until the message bus has accepted the event, and logs a failure. With NULL the event has no data.
  */
 int event_publish(const char *event_name, bundle *data);
 

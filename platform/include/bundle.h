@@ -2,7 +2,7 @@
 #ifndef KORVANE_PLATFORM_BUNDLE_H
 #define KORVANE_PLATFORM_BUNDLE_H
 
-/* The data of an application event: values by key. Whatever is handed out stays the bundle's. */
+/* The data of an application event: values by key. The bundle owns the values that these functions return. */
 
 #include <stddef.h>
 
@@ -13,7 +13,7 @@ extern "C" {
 typedef struct bundle_s bundle;
 
 int bundle_get_str(bundle *data, const char *key, char **value);
-/** NULL when there is no string array under the key. */
+/** NULL if the key has no string array. */
 const char **bundle_get_str_array(bundle *data, const char *key, int *length);
 int bundle_get_byte(bundle *data, const char *key, void **bytes, size_t *size);
 

@@ -6,7 +6,7 @@
 extern "C" {
 #endif
 
-/** One line of the platform log. Priorities: 4 info, 5 warning, 6 error. */
+/** Writes one line to the log. Priorities: 4 info, 5 warning, 6 error. */
 int dlog_print(int priority, const char *tag, const char *format, ...)
 #if defined(__GNUC__)
     __attribute__((format(printf, 3, 4)))

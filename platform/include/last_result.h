@@ -2,7 +2,7 @@
 #ifndef KORVANE_PLATFORM_LAST_RESULT_H
 #define KORVANE_PLATFORM_LAST_RESULT_H
 
-/* One value per thread, 0 at first: how the last platform operation of that thread ended. */
+/* The result of the thread's last platform operation: one value per thread, initially 0. */
 
 #ifdef __cplusplus
 extern "C" {

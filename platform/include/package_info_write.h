@@ -2,24 +2,24 @@
 #ifndef KORVANE_PLATFORM_PACKAGE_INFO_WRITE_H
 #define KORVANE_PLATFORM_PACKAGE_INFO_WRITE_H
 
-/* The installing side of the host platform's packages: who writes the entries that package_info.h reads. */
+/* Installing packages on the host platform: writes the entries that package_info.h reads. */
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
 /**
- * Enters a package, or replaces its entry, in one step: a reader sees the old entry or the new one, also after a power
- * cut. Makes the package directory when it is missing.
+ * Installs a package or replaces its entry atomically: a reader sees the old entry or the new one, even after a power
+ * cut. Creates the package directory if it is missing.
  *
- * executable (an absolute path), arguments (quoted as for a shell) and group may be NULL: the package is then not
- * started on demand, started without arguments, or reached by its own user and root only.
+ * Without an executable (an absolute path) the agent is not started on demand; without arguments (quoted as for a
+ * shell) it is started with none; without a group only its own user and root may connect. Each may be NULL.
  *
- * Returns 0 or a negative errno-style code; an error line says why.
+ * Returns 0, or a negative errno-style code after an error line.
  */
 int package_info_install(const char *package, const char *version, const char *executable, const char *arguments,
                          const char *group);
-/** 0 also when the package was not installed. */
+/** Returns 0 if the package is not installed, too. */
 int package_info_uninstall(const char *package);
 
 #ifdef __cplusplus

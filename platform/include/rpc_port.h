@@ -3,9 +3,9 @@
 #define KORVANE_PLATFORM_RPC_PORT_H
 
 /*
- * RPC ports, the calling side: a proxy reaches a port of another application
- * over two links, the main one for requests and replies and the callback one
- * for what the other side pushes. What crosses them are parcels.
+ * RPC ports, the application's side. A proxy connects to a port of an agent
+ * over two links: requests and replies use the main link, events the callback
+ * link. All of them are parcels.
  *
  * Functions return 0 or a negative errno-style code.
  */
@@ -26,7 +26,7 @@ typedef enum {
     RPC_PORT_PORT_CALLBACK = 1,
 } rpc_port_port_type_e;
 
-/** How a structured value goes into a parcel and comes out of one. */
+/** Writes a structured value to a parcel and reads it from one. */
 typedef struct {
     void (*to)(rpc_port_parcel_h parcel, void *data);
     void (*from)(rpc_port_parcel_h parcel, void *data);
@@ -42,7 +42,7 @@ typedef void (*rpc_port_proxy_connected_event_cb)(const char *endpoint, const ch
 typedef void (*rpc_port_proxy_disconnected_event_cb)(const char *endpoint, const char *port_name, void *data);
 /** The last result is set before: -13 when the agent refused, -5 when the link failed. */
 typedef void (*rpc_port_proxy_rejected_event_cb)(const char *endpoint, const char *port_name, void *data);
-/** Raised once per whole parcel that waits on the callback port, never for the main port. */
+/** Raised once for each whole parcel on the callback port, never for the main port. */
 typedef void (*rpc_port_proxy_received_event_cb)(const char *endpoint, const char *port_name, void *data);
 
 int rpc_port_proxy_create(rpc_port_proxy_h *proxy);
@@ -69,12 +69,12 @@ int rpc_port_parcel_write_array_count(rpc_port_parcel_h parcel, int count);
 /** Calls parcelable->to(parcel, data). */
 int rpc_port_parcel_write(rpc_port_parcel_h parcel, rpc_port_parcelable_t *parcelable, void *data);
 
-/* Past the end of the parcel: a negative result, and the out value is left as it was. */
+/* Past the end of the parcel the result is negative and the out argument keeps its value. */
 int rpc_port_parcel_read_int32(rpc_port_parcel_h parcel, int *value);
 int rpc_port_parcel_read_bool(rpc_port_parcel_h parcel, bool *value);
-/** The string is a malloc'ed copy, the caller's. */
+/** The caller releases the string with free(). */
 int rpc_port_parcel_read_string(rpc_port_parcel_h parcel, char **value);
-/** A negative count, or one that the rest of the parcel cannot hold, is a failed read. */
+/** Fails for a negative count and for one that the rest of the parcel cannot hold. */
 int rpc_port_parcel_read_array_count(rpc_port_parcel_h parcel, int *count);
 /** Calls parcelable->from(parcel, data). */
 int rpc_port_parcel_read(rpc_port_parcel_h parcel, rpc_port_parcelable_t *parcelable, void *data);

@@ -3,17 +3,17 @@
 #define KORVANE_PLATFORM_RPC_PORT_STUB_H
 
 /*
- * RPC ports, the serving side: what an agent listens with, accepts or refuses
- * peers, reads requests, answers them, and pushes on the callback link.
+ * RPC ports, the agent's side. A stub listens, accepts or refuses peers, reads
+ * requests, replies, and sends events on the callback link.
  *
- * A peer is one connected proxy. It is named by an instance string that is
- * unique for the life of the stub. All events run on the GLib main context
- * that was the thread's default at rpc_port_stub_listen. A callback may
- * disconnect any peer and may destroy the stub.
+ * A peer is one connected proxy. Its instance, a string, is unique for the life
+ * of the stub. All events run on the GLib main context that was the thread's
+ * default at rpc_port_stub_listen. A callback may disconnect any peer and may
+ * destroy the stub.
  *
- * Parcels are those of rpc_port.h. Nothing that is sent from this side blocks:
- * what the peer does not take at once is queued up to a bound, and a peer that
- * lets the bound fill is disconnected.
+ * Parcels are those of rpc_port.h. Sending never blocks: parcels that the peer
+ * does not accept at once are queued up to a limit, and a peer that exceeds the
+ * limit is disconnected.
  */
 
 #include <stdbool.h>
@@ -26,7 +26,7 @@
 extern "C" {
 #endif
 
-/** Who a peer is, as the kernel says; sender is the name that the peer gave itself (its program's name). */
+/** A peer's process and user, as the kernel reports them, and the name of its program, as the peer reports it. */
 typedef struct {
     const char *instance;
     const char *sender;
@@ -34,17 +34,17 @@ typedef struct {
     uid_t uid;
 } rpc_port_stub_peer_t;
 
-/** Both links of a peer are there: 0 accepts it, a negative code refuses it with that code (-13 by custom). */
+/** Both links of a peer are open. Return 0 to accept it, or a negative code to refuse it (-13 by convention). */
 typedef int (*rpc_port_stub_connecting_event_cb)(const rpc_port_stub_peer_t *peer, void *data);
 /** The peer is accepted; its ports are open. */
 typedef void (*rpc_port_stub_connected_event_cb)(const rpc_port_stub_peer_t *peer, void *data);
-/** The peer is gone or was disconnected. Its ports are no longer valid after the callback. */
+/** The peer has closed its links or was disconnected. Its ports are invalid after the callback. */
 typedef void (*rpc_port_stub_disconnected_event_cb)(const rpc_port_stub_peer_t *peer, void *data);
-/** Raised once per whole parcel that waits on a peer's main port; read it with rpc_port_parcel_create_from_port. */
+/** Raised once for each whole parcel on a peer's main port; read it with rpc_port_parcel_create_from_port. */
 typedef void (*rpc_port_stub_received_event_cb)(const rpc_port_stub_peer_t *peer, rpc_port_h port, void *data);
 
 typedef struct {
-    rpc_port_stub_connecting_event_cb connecting; /* NULL accepts everyone whom the credentials admit */
+    rpc_port_stub_connecting_event_cb connecting; /* NULL accepts every peer with admitted credentials */
     rpc_port_stub_connected_event_cb connected;
     rpc_port_stub_disconnected_event_cb disconnected;
     rpc_port_stub_received_event_cb received;
@@ -55,35 +55,34 @@ int rpc_port_stub_create(rpc_port_stub_h *stub, const char *appid, const char *p
 /** Disconnects every peer (raising disconnected), stops listening and removes the socket file. */
 int rpc_port_stub_destroy(rpc_port_stub_h stub);
 /**
- * Starts to listen. -EADDRINUSE when another live agent already serves the port (a stale socket file of a dead
- * one is replaced); other negative codes when the runtime directory or the socket cannot be made. The reason is
- * logged at error level.
+ * Starts to listen and replaces the socket file of a dead agent. -EADDRINUSE if a live agent serves the port; another
+ * negative code if the runtime directory or the socket cannot be created. Logs the reason at error level.
  */
 int rpc_port_stub_listen(rpc_port_stub_h stub);
 /**
- * The directory of the socket, for what an agent keeps beside it; the stub's. NULL and -ENOTCONN before the stub
- * listens.
+ * The directory of the socket, for further files of the agent. The stub owns the text. NULL and -ENOTCONN before the
+ * stub listens.
  */
 int rpc_port_stub_get_directory(rpc_port_stub_h stub, const char **directory);
-/** The peer's port; NULL and -ENOENT when there is no such peer. Valid until its disconnected event returns. */
+/** The peer's port, valid until its disconnected event returns. NULL and -ENOENT for an unknown instance. */
 int rpc_port_stub_get_port(rpc_port_stub_h stub, const char *instance, rpc_port_port_type_e type, rpc_port_h *port);
-/** Closes both links of a peer at once; what was queued and not yet taken is lost. */
+/** Closes both links of a peer at once and discards the parcels in its queue. */
 int rpc_port_stub_disconnect(rpc_port_stub_h stub, const char *instance);
 
 /*
- * Between the calls, parcels sent on a callback port are held back and leave in as few writes as possible.
- * For an agent that pushes many events in a row.
+ * Between hold and flush the stub collects the parcels for a callback port and sends them in as few writes as possible.
+ * For an agent that sends many events in a row.
  */
 int rpc_port_stub_hold(rpc_port_h port);
 int rpc_port_stub_flush(rpc_port_h port);
 
-/** The parcel's payload as it stands; the parcel's, valid until it is written to or destroyed. */
+/** The parcel's payload. The parcel owns it; it is valid until the next write or the parcel's destruction. */
 int rpc_port_parcel_get_raw(rpc_port_parcel_h parcel, const void **bytes, size_t *size);
-/** A parcel that holds a copy of the bytes, to be read from its start. */
+/** Creates a parcel with a copy of the bytes. The first read begins at its start. */
 int rpc_port_parcel_create_from_raw(rpc_port_parcel_h *parcel, const void *bytes, size_t size);
-/** Starts reading again from the parcel's first byte. */
+/** Makes the next read begin at the start of the parcel. */
 int rpc_port_parcel_rewind(rpc_port_parcel_h parcel);
-/** Queues bytes on the link as they stand, without a frame around them: for tests and fault injection. */
+/** Queues bytes without a frame, for tests and fault injection. */
 int rpc_port_stub_send_raw(rpc_port_h port, const void *bytes, size_t size);
 
 #ifdef __cplusplus

@@ -3,14 +3,14 @@
 #define KORVANE_PLATFORM_RPC_PORT_TRACE_H
 
 /*
- * What the host platform writes where KORVANE_TRACE says: a file that it
- * appends to, or "fd:N", a descriptor of a file or of a stream socket. For each
- * parcel that a port sends or has received there is this header, in the
- * machine's byte order, and the parcel's payload. It holds what the parcels
- * hold, secrets included.
+ * The trace that the host platform writes for KORVANE_TRACE. The variable names
+ * a file, to which the trace is appended, or "fd:N", a descriptor of a file or
+ * of a stream socket. The trace has this header, in the machine's byte order,
+ * and the payload of each parcel that a port sends or receives. It contains
+ * secrets.
  *
- * The variable is taken out of the environment: programs that this one starts
- * are not traced with it.
+ * The variable is removed from the environment, so that programs which this one
+ * starts write no trace.
  */
 
 #include <stdint.h>
@@ -31,9 +31,9 @@ typedef enum {
 typedef struct {
     uint32_t magic;
     uint32_t process;
-    int64_t time_us; /* since 1970; before it was sent, or after it was received */
+    int64_t time_us; /* since 1970; before the send or after the receive */
     uint32_t size;   /* of the payload that follows */
-    uint32_t port;   /* tells the ports of one process apart */
+    uint32_t port;   /* identifies the port within the process */
     uint32_t link;   /* rpc_port_trace_link_e */
     uint32_t sent;   /* 1, or 0 for received */
 } rpc_port_trace_record_t;

@@ -47,8 +47,8 @@ struct BusLibrary {
 /// NULL after an error line if the library is missing or too old.
 const BusLibrary *bus_library();
 
-/// Begins to connect to the bus that KORVANE_BUS names: "session" (the default), "system" or an address. 0, or a negative
-/// errno after an error line.
+/// Begins to connect to the bus that KORVANE_BUS names: "session" (the default), "system" or an address. 0, or a
+/// negative errno after an error line.
 int open_bus(const BusLibrary &library, sd_bus **bus);
 
 /// An event's name, divided at its last dot: "a.b.C.Member" is a member of the interface "a.b.C".

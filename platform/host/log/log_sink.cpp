@@ -42,8 +42,8 @@ bool wants_colour(int descriptor)
     return !(refused && *refused) && terminal && strcmp(terminal, "dumb") != 0 && isatty(descriptor);
 }
 
-/// Writes a line with one system call, or more if the write is interrupted. Gives up when the reader accepts nothing for
-/// 100 ms, so that it cannot block the application.
+/// Writes a line with one system call, or more if the write is interrupted. Gives up when the reader accepts nothing
+/// for 100 ms, so that it cannot block the application.
 int write_line(int descriptor, const char *bytes, std::size_t size)
 {
     constexpr int timeout_ms = 100;

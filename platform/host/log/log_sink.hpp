@@ -16,8 +16,9 @@ struct LogLine {
     std::size_t size;
 };
 
-/// The destination of the log. After open() any thread uses it without a lock: each line is one write, which the kernel does
-/// not mix with others. Lines that the destination does not accept are written to stderr, after one line with the reason.
+/// The destination of the log. After open() any thread uses it without a lock: each line is one write, which the kernel
+/// does not mix with others. Lines that the destination does not accept are written to stderr, after one line with the
+/// reason.
 class LogSink {
 public:
     void open(const LogConfig &config);

@@ -14,8 +14,8 @@ namespace {
 constexpr char cut_mark[] = " [cut: out of memory]";
 constexpr std::size_t cut_mark_size = sizeof cut_mark - 1;
 
-/// The length of the printable UTF-8 character at the front. 0 for a control character (of the second control block too,
-/// which terminals obey), an overlong sequence, a surrogate, or bytes that are not UTF-8.
+/// The length of the printable UTF-8 character at the front. 0 for a control character (of the second control block
+/// too, which terminals obey), an overlong sequence, a surrogate, or bytes that are not UTF-8.
 std::size_t printable_length(const unsigned char *bytes, std::size_t size)
 {
     const unsigned char lead = bytes[0];

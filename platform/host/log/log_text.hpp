@@ -8,8 +8,8 @@
 
 namespace kv::host {
 
-/// Text that grows: on the stack while it is short, on the heap beyond that. Without memory the text is cut and ends with a
-/// mark that says so.
+/// Text that grows: on the stack while it is short, on the heap beyond that. Without memory the text is cut and ends
+/// with a mark that says so.
 class LogText {
 public:
     LogText() = default;
@@ -20,8 +20,8 @@ public:
     void append(const char *text);
     [[gnu::format(printf, 2, 3)]] void append_format(const char *format, ...);
     [[gnu::format(printf, 2, 0)]] void append_format_list(const char *format, va_list arguments);
-    /// Appends text from outside so that it can neither control a terminal nor begin a new line: control characters and bytes
-    /// that are not UTF-8 become backslash escapes.
+    /// Appends text from outside so that it can neither control a terminal nor begin a new line: control characters and
+    /// bytes that are not UTF-8 become backslash escapes.
     void append_escaped(const char *bytes, std::size_t size);
     void drop_trailing_newlines();
 

@@ -21,8 +21,8 @@ struct ChildResult {
 
 using Environment = std::map<std::string, std::optional<std::string>>; ///< without a value the variable is unset
 
-/// Runs the body in a child and returns what it writes to stderr. A failed EXPECT or ASSERT of the body gives a status other
-/// than 0. A child that exceeds the deadline is killed.
+/// Runs the body in a child and returns what it writes to stderr. A failed EXPECT or ASSERT of the body gives a status
+/// other than 0. A child that exceeds the deadline is killed.
 ChildResult in_child(const Environment &environment, const std::function<void()> &body);
 
 /// A directory that the destructor removes with its content.

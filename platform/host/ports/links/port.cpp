@@ -102,7 +102,8 @@ bool may_wait(const Port *port)
            (port->role == PortRole::caller_main || port->role == PortRole::caller_callback);
 }
 
-// Receives through the inbox: for frames that arrive in pieces or several at once, and whenever the rules for waiting matter.
+// Receives through the inbox: for frames that arrive in pieces or several at once, and whenever the rules for waiting
+// matter.
 [[gnu::noinline]] int receive_slowly(Port *port, Parcel *parcel)
 {
     if (belongs_to_parent(port))
@@ -159,8 +160,8 @@ bool may_wait(const Port *port)
 
 int port_receive(Port *port, Parcel *parcel)
 {
-    // The usual case is the reply to the request just sent: it is received directly into the parcel, and the socket option
-    // SO_RCVTIMEO bounds the wait.
+    // The usual case is the reply to the request just sent: it is received directly into the parcel, and the socket
+    // option SO_RCVTIMEO bounds the wait.
     if (port->reply_due && port->open() && port->inbox.size() == 0) [[likely]] {
         const ssize_t received = recv(port->fd.get(), parcel->buffer.bytes(), parcel->buffer.capacity(), 0);
         if (received >= static_cast<ssize_t>(frame_header) &&

@@ -70,9 +70,9 @@ void port_flush(Port *port);
 
 int64_t coarse_now_ms();
 
-/// Raises events for pending frames until there are none, `raise` returns false because the owner is gone, or the turn is
-/// over. A turn ends after 4 ms or max_per_turn events, so that a flood starves no other source of the loop. The rest
-/// keeps the source ready by its prepare function: for the next turn, or for a loop that a callback runs.
+/// Raises events for pending frames until there are none, `raise` returns false because the owner is gone, or the turn
+/// is over. A turn ends after 4 ms or max_per_turn events, so that a flood starves no other source of the loop. The
+/// rest keeps the source ready by its prepare function: for the next turn, or for a loop that a callback runs.
 template <class Raise>
 void port_deliver(Port *port, int max_per_turn, Raise raise)
 {

@@ -50,8 +50,8 @@ bool can_be_written(int descriptor)
     return false;
 }
 
-// Runs before main, so before the application has threads, because it removes the variable from the environment: the number
-// of a descriptor means something else in a program that this one starts.
+// Runs before main, so before the application has threads, because it removes the variable from the environment: the
+// number of a descriptor means something else in a program that this one starts.
 [[gnu::constructor]] void begin_trace()
 {
     const char *wanted = secure_getenv(variable);

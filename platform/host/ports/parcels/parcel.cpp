@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The encoding of values. A number is little-endian. A bool is one byte, 0 or 1. A string is its length and its bytes without
-// a terminator. An array is its count, then its elements. A structured value is its fields, with no header.
+// The encoding of values. A number is little-endian. A bool is one byte, 0 or 1. A string is its length and its bytes
+// without a terminator. An array is its count, then its elements. A structured value is its fields, with no header.
 #include "parcel.hpp"
 
 #include <cerrno>
@@ -53,8 +53,8 @@ int write_failure(const Parcel *parcel)
     return 0;
 }
 
-// Writes the low bytes of a number. A list writes hundreds: the slow case is a separate function, so that this one needs
-// no stack frame.
+// Writes the low bytes of a number. A list writes hundreds: the slow case is a separate function, so that this one
+// needs no stack frame.
 template <size_t Size>
 int write_number(Parcel *parcel, uint32_t value)
 {

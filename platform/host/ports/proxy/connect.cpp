@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From rpc_port_proxy_connect to `connected` or `rejected`: two links to the agent's socket, the handshake requests, the
-// reply. If no agent listens, the agent is started first.
+// From rpc_port_proxy_connect to `connected` or `rejected`: two links to the agent's socket, the handshake requests,
+// the reply. If no agent listens, the agent is started first.
 #include <fcntl.h>
 #include <last_result.h>
 #include <sys/random.h>
@@ -153,8 +153,8 @@ void reject(Proxy *proxy, int result)
         proxy->rejected.function(proxy->appid.get(), proxy->port_name.get(), proxy->rejected.data);
 }
 
-/// Starts the agent if this process gets the lock. Of all processes that find no agent one gets it; the others wait for the
-/// socket.
+/// Starts the agent if this process gets the lock. Of all processes that find no agent one gets it; the others wait for
+/// the socket.
 int start_once(Proxy *proxy)
 {
     if (proxy->started || !proxy->startable)

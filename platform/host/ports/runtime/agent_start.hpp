@@ -3,9 +3,9 @@
 
 namespace kv::host {
 
-/// Starts the executable that the package entry names, detached from this process: it is not a child, has its own session,
-/// and inherits neither descriptors nor signal settings. 0 once it runs; -ENOENT if the entry names no executable; another
-/// negative code after an error line.
+/// Starts the executable that the package entry names, detached from this process: it is not a child, has its own
+/// session, and inherits neither descriptors nor signal settings. 0 once it runs; -ENOENT if the entry names no
+/// executable; another negative code after an error line.
 int start_agent(const char *appid);
 /// Whether the package entry names an executable.
 bool agent_is_startable(const char *appid);

@@ -24,8 +24,8 @@ void serve(Peer *peer)
     Received received = Received::nothing;
     if (peer->main.open() && g_source_query_unix_fd(peer->source.get(), peer->main.watch) != 0)
         received = port_fill(&peer->main);
-    // A peer that the agent has disconnected, or that accepts no reply, is not served any more. A peer that has closed its
-    // end still has its last requests served.
+    // A peer that the agent has disconnected, or that accepts no reply, is not served any more. A peer that has closed
+    // its end still has its last requests served.
     if (peer->main.open())
         port_deliver(&peer->main, max_requests_per_turn, [peer] {
             if (peer->stub->events.received)

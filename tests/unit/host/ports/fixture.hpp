@@ -14,8 +14,8 @@
 #include <rpc_port.h>
 #include <rpc_port_stub.h>
 
-/// Tests of ports with real sockets, processes, users and a GLib loop. Each test has its own runtime and package directory
-/// and reads the platform's log.
+/// Tests of ports with real sockets, processes, users and a GLib loop. Each test has its own runtime and package
+/// directory and reads the platform's log.
 namespace kv::test {
 
 inline constexpr const char *appid = "org.example.agent";

@@ -60,7 +60,7 @@ int take_front(Port *port, Parcel *parcel, size_t size)
     parcel->end = size;
     port->inbox.consume(size);
     port->announced -= port->announced < size ? port->announced : size;
-    port->reply_due = false;
+    port->may_block_in_receive = false;
     return 0;
 }
 
@@ -87,15 +87,6 @@ int report_closed(Port *port)
     return -ECONNRESET;
 }
 
-// Milliseconds until the call's deadline, for poll: -1 without a deadline, 0 when it has passed.
-int remaining_ms(const Port *port)
-{
-    if (port->role != PortRole::caller_main || port->timeout_ms == 0)
-        return -1;
-    const int64_t left = port->sent_at_ms + port->timeout_ms - coarse_now_ms();
-    return left > 0 ? static_cast<int>(left) : 0;
-}
-
 bool may_wait(const Port *port)
 {
     return port->open() && !port->no_waiting && !port->end_of_stream &&
@@ -110,7 +101,7 @@ bool may_wait(const Port *port)
         return -EPERM;
     for (;;) {
         // Checked before the inbox, so that parcels other than the reply do not extend the deadline.
-        if (may_wait(port) && remaining_ms(port) == 0)
+        if (may_wait(port) && port_remaining_ms(port) == 0)
             return report_timeout(port);
         size_t size = 0;
         switch (frame_at(port, 0, &size)) {
@@ -120,7 +111,7 @@ bool may_wait(const Port *port)
         }
         if (may_wait(port)) {
             pollfd waiting{port->fd.get(), POLLIN, 0};
-            if (poll(&waiting, 1, remaining_ms(port)) < 0 && errno != EINTR)
+            if (poll(&waiting, 1, port_remaining_ms(port)) < 0 && errno != EINTR)
                 return report_closed(port);
             if (waiting.revents == 0)
                 continue;
@@ -158,16 +149,24 @@ bool may_wait(const Port *port)
 
 } // namespace
 
+int port_remaining_ms(const Port *port)
+{
+    if (port->role != PortRole::caller_main || port->timeout_ms == 0)
+        return -1;
+    const int64_t left = port->sent_at_ms + port->timeout_ms - coarse_now_ms();
+    return left > 0 ? static_cast<int>(left) : 0;
+}
+
 int port_receive(Port *port, Parcel *parcel)
 {
     // The usual case is the reply to the request just sent: it is received directly into the parcel, and the socket
     // option SO_RCVTIMEO bounds the wait.
-    if (port->reply_due && port->open() && port->inbox.size() == 0) [[likely]] {
+    if (port->may_block_in_receive && port->open() && port->inbox.size() == 0) [[likely]] {
         const ssize_t received = recv(port->fd.get(), parcel->buffer.bytes(), parcel->buffer.capacity(), 0);
         if (received >= static_cast<ssize_t>(frame_header) &&
             load_u32(parcel->buffer.bytes()) == static_cast<size_t>(received) - frame_header) [[likely]] {
             parcel->end = static_cast<size_t>(received);
-            port->reply_due = false;
+            port->may_block_in_receive = false;
             return 0;
         }
         return receive_rest(port, parcel, received);

@@ -23,14 +23,14 @@ struct Port {
     Fd fd;
     uint32_t opened_in = 0; ///< the process generation that opened it; 0 when closed or broken
     PortRole role = PortRole::caller_main;
-    bool reply_due = false;      ///< a request was sent and nothing was read since
-    bool no_waiting = false;     ///< the last send failed, so no reply will arrive
-    bool held = false;           ///< sends are collected
-    bool waits_for_room = false; ///< the owner's source watches for room to write
-    bool end_of_stream = false;  ///< the peer has closed, and all that it sent is in the inbox
-    int timeout_ms = 0;          ///< from a request to its reply; 0 means no limit
-    int64_t sent_at_ms = 0;      ///< when the last request was sent
-    size_t announced = 0;        ///< bytes at the front of the inbox for whose frames events were raised
+    bool may_block_in_receive = false; ///< a request was sent at once and its reply was not read yet
+    bool no_waiting = false;           ///< the last send failed, so no reply will arrive
+    bool held = false;                 ///< sends are collected
+    bool waits_for_room = false;       ///< the owner's source watches for room to write
+    bool end_of_stream = false;        ///< the peer has closed, and all that it sent is in the inbox
+    int timeout_ms = 0;                ///< of a call, its send and its receive together; 0 means no limit
+    int64_t sent_at_ms = 0;            ///< when the send of the last request began
+    size_t announced = 0;              ///< bytes at the front of the inbox for whose frames events were raised
     ByteQueue inbox;
     ByteQueue outbox;          ///< a stub's: what the peer has not accepted yet
     size_t held_until = 0;     ///< while sends are collected: the outbox size at which they are sent
@@ -69,6 +69,8 @@ int port_queue_frame(Port *port, const uint8_t *bytes, size_t size);
 void port_flush(Port *port);
 
 int64_t coarse_now_ms();
+/// Milliseconds until the deadline of the current call, for poll: -1 without a deadline, 0 when it has passed.
+int port_remaining_ms(const Port *port);
 
 /// Raises events for pending frames until there are none, `raise` returns false because the owner is gone, or the turn
 /// is over. A turn ends after 4 ms or max_per_turn events, so that a flood starves no other source of the loop. The

@@ -3,9 +3,12 @@
 // Sending and receiving one parcel. The usual call is one send and one receive; port.cpp handles the other cases.
 #include "port.hpp"
 
-#include <cerrno>
-#include <ctime>
+#include <poll.h>
 #include <sys/socket.h>
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
 
 #include "platform/host/log/log.hpp"
 #include "platform/host/ports/parcels/parcel.hpp"
@@ -20,50 +23,64 @@ namespace {
 {
     // The next read must not wait for a reply to a request that was never sent.
     port->no_waiting = true;
-    port->reply_due = false;
+    port->may_block_in_receive = false;
     return code;
 }
 
-// The peer accepts a long parcel in pieces, or not at all.
+int fail_send(Port *port, const Parcel *parcel, int error)
+{
+    dlog_print(log_error, log_tag, "port %s: cannot send a parcel of %zu bytes: %s; closing the link", port->owner,
+               parcel->end, strerror(error));
+    port_break(port);
+    return refuse_send(port, -EPIPE);
+}
+
+int fail_send_at_deadline(Port *port, const Parcel *parcel)
+{
+    dlog_print(
+        log_error, log_tag,
+        "port %s: the peer did not accept a parcel of %zu bytes within %d ms (KORVANE_REPLY_TIMEOUT_MS); closing "
+        "the link",
+        port->owner, parcel->end, port->timeout_ms);
+    port_break(port);
+    return refuse_send(port, -ETIMEDOUT);
+}
+
+// Sends the rest of a parcel that the peer accepts in pieces, or not at all. No send blocks, because the system would count
+// a timeout of its own for each piece.
 [[gnu::noinline]] int send_rest(Port *port, const Parcel *parcel, ssize_t sent)
 {
-    const int64_t started = coarse_now_ms();
     size_t done = 0;
     for (;;) {
         if (sent > 0)
             done += static_cast<size_t>(sent);
         if (done == parcel->end)
-            break;
-        const bool expired = port->timeout_ms > 0 && coarse_now_ms() - started >= port->timeout_ms;
-        if (sent < 0 && errno != EINTR) {
-            const bool timed_out = errno == EAGAIN || errno == EWOULDBLOCK;
-            dlog_print(log_error, log_tag, "port %s: cannot send a parcel of %zu bytes: %s; closing the link",
-                       port->owner, parcel->end, timed_out ? "the peer does not accept it" : strerror(errno));
-            port_break(port);
-            return refuse_send(port, timed_out ? -ETIMEDOUT : -EPIPE);
-        }
-        if (expired) {
-            dlog_print(log_error, log_tag,
-                       "port %s: the peer did not accept a parcel of %zu bytes within %d ms; closing the link",
-                       port->owner, parcel->end, port->timeout_ms);
-            port_break(port);
-            return refuse_send(port, -ETIMEDOUT);
-        }
-        sent = send(port->fd.get(), parcel->buffer.bytes() + done, parcel->end - done, MSG_NOSIGNAL);
+            return 0;
+        const int error = sent < 0 ? errno : 0;
+        if (error != 0 && error != EINTR && error != EAGAIN && error != EWOULDBLOCK)
+            return fail_send(port, parcel, error);
+        const int remaining = port_remaining_ms(port);
+        if (remaining == 0)
+            return fail_send_at_deadline(port, parcel);
+        pollfd writable{port->fd.get(), POLLOUT, 0};
+        if (poll(&writable, 1, remaining) < 0 && errno != EINTR)
+            return fail_send(port, parcel, errno);
+        sent = send(port->fd.get(), parcel->buffer.bytes() + done, parcel->end - done, MSG_NOSIGNAL | MSG_DONTWAIT);
     }
-    return 0;
 }
 
 int caller_send(Port *port, Parcel *parcel)
 {
-    const ssize_t sent = send(port->fd.get(), parcel->buffer.bytes(), parcel->end, MSG_NOSIGNAL);
+    port->sent_at_ms = coarse_now_ms();
+    const ssize_t sent = send(port->fd.get(), parcel->buffer.bytes(), parcel->end, MSG_NOSIGNAL | MSG_DONTWAIT);
+    bool at_once = true;
     if (sent != static_cast<ssize_t>(parcel->end)) [[unlikely]] {
         const int result = send_rest(port, parcel, sent);
         if (result != 0)
             return result;
+        at_once = false; // the send has used a part of the call's time, which a blocking receive would not count
     }
-    port->sent_at_ms = coarse_now_ms();
-    port->reply_due = true;
+    port->may_block_in_receive = at_once;
     port->no_waiting = false;
     return 0;
 }

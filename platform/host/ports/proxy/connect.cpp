@@ -196,10 +196,9 @@ void become_connected(Proxy *proxy)
     Port &main = proxy->main;
     main.timeout_ms = reply_timeout_ms();
     main.sent_at_ms = coarse_now_ms();
-    // From here on calls use the main link. They block, and the system bounds the wait.
+    // From here on calls use the main link. A receive blocks, and the system bounds the wait.
     timeval limit = {main.timeout_ms / 1000, main.timeout_ms % 1000 * 1000};
     setsockopt(main.fd.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    setsockopt(main.fd.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
     fcntl(main.fd.get(), F_SETFL, 0);
     // The loop watches the main link only for its end.
     GSource *source = proxy->source.get();

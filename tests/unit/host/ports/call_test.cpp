@@ -2,6 +2,7 @@
 //
 // Requests and replies on the main link, and every way in which a call fails.
 #include <malloc.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -327,6 +328,69 @@ TEST_F(RequestTest, TimesOutIfTheAgentDoesNotAcceptIt)
     rpc_port_parcel_destroy(parcel);
     EXPECT_GT(0, proxy.read_code());
     EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
+}
+
+/// A child that reads some bytes of a link every 40 ms, and stops after a number of reads.
+class SlowReader : public Child {
+public:
+    static constexpr size_t bytes_per_read = size_t{64} << 10;
+
+    SlowReader(const SlowReader &) = delete;
+    SlowReader &operator=(const SlowReader &) = delete;
+    SlowReader(const RawLink &link, int max_reads)
+        : Child([&link, max_reads](const auto &ready, const auto &) {
+              ready();
+              std::vector<char> bytes(bytes_per_read);
+              for (int i = 0; i < max_reads && recv(link.descriptor(), bytes.data(), bytes.size(), MSG_WAITALL) > 0;
+                   i++) {
+                  pollfd end{link.descriptor(), POLLRDHUP, 0};
+                  if (poll(&end, 1, 40) != 0)
+                      break;
+              }
+              while (recv(link.descriptor(), bytes.data(), bytes.size(), 0) > 0) {
+              }
+          })
+    {
+    }
+    ~SlowReader() { kill_now(); }
+};
+
+int send_text(rpc_port_h port, size_t size)
+{
+    rpc_port_parcel_h parcel = nullptr;
+    EXPECT_EQ(0, rpc_port_parcel_create(&parcel));
+    rpc_port_parcel_write_string(parcel, std::string(size, 'x').c_str());
+    const int result = rpc_port_parcel_send(parcel, port);
+    rpc_port_parcel_destroy(parcel);
+    return result;
+}
+
+TEST_F(RequestTest, KeepsItsDeadlineWhileTheAgentReadsSlowly)
+{
+    Setting quick("KORVANE_REPLY_TIMEOUT_MS", "200");
+    Proxy proxy;
+    RawAgent agent(socket_path(), proxy);
+    const SlowReader reader(*agent.main, 1000);
+    // Accepting all of it would take 5 s.
+    const milliseconds waited = time_of([&] { EXPECT_EQ(-ETIMEDOUT, send_text(proxy.main, size_t{8} << 20)); });
+    EXPECT_LE(milliseconds(190), waited);
+    EXPECT_GT(at_once, waited);
+    EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
+}
+
+TEST_F(RequestTest, SharesItsDeadlineWithTheReply)
+{
+    Setting quick("KORVANE_REPLY_TIMEOUT_MS", "1500");
+    Proxy proxy;
+    RawAgent agent(socket_path(), proxy);
+    const SlowReader reader(*agent.main, 25);
+    const milliseconds waited = time_of([&] {
+        const milliseconds sending = time_of([&] { EXPECT_EQ(0, send_text(proxy.main, size_t{8} << 20)); });
+        EXPECT_LE(milliseconds(900), sending) << "the request was accepted at once, so the test proves nothing";
+        EXPECT_EQ(-ETIMEDOUT, proxy.read_code());
+    });
+    EXPECT_LE(milliseconds(1490), waited);
+    EXPECT_GT(milliseconds(2300), waited);
 }
 
 TEST_F(RequestTest, IsNotServedWhenCutAtAnyByte)

@@ -98,7 +98,9 @@ void LogSink::open(const LogConfig &config)
     case LogDestination::standard_error: break;
     case LogDestination::file:
         name_ = config.file;
-        descriptor_ = ::open(name_, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY, 0640);
+        // Not through a symbolic link: another user may have placed one where the application can write and that user
+        // cannot.
+        descriptor_ = ::open(name_, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW, 0600);
         break;
     case LogDestination::journal:
         name_ = journal_socket_path();
@@ -143,7 +145,8 @@ void LogSink::report_once(const char *what, const char *name, int error)
     if (reported_.exchange(true))
         return;
     LogText text;
-    text.append_format("%s the log %s: %s; writing its lines to stderr", what, name, strerror(-error));
+    const char *reason = error == -ELOOP ? "it is a symbolic link; name the file itself" : strerror(-error);
+    text.append_format("%s the log %s: %s; writing its lines to stderr", what, name, reason);
     write_to_stderr({log_warning, log_tag, text.data(), text.size()});
 }
 

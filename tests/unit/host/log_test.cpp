@@ -327,9 +327,48 @@ TEST(LogFileTest, IsAppendedToAndPrivate)
         EXPECT_TRUE(in_child(log_to("info:file:" + path), print_one_of_each).writes.empty());
     struct stat status {};
     ASSERT_EQ(stat(path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0640U);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
     const std::string text = contents_of(path);
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 6);
+}
+
+TEST(LogFileTest, IsNotOpenedThroughASymbolicLink)
+{
+    const TemporaryDirectory directory;
+    const std::string link = directory / "link";
+    ASSERT_EQ(symlink((directory / "target").c_str(), link.c_str()), 0);
+    const auto lines = in_child(log_to("warning:file:" + link), print_one_of_each).lines();
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_TRUE(contains(lines[0], "cannot open the log " + link + ": it is a symbolic link")) << lines[0];
+    EXPECT_EQ(letters_of(lines), "WWE");
+    EXPECT_NE(access((directory / "target").c_str(), F_OK), 0);
+}
+
+/// Loads the platform library again, with this trace.
+ChildResult start_with_trace(const std::string &path)
+{
+    Environment environment = log_to("error:stderr");
+    environment["KORVANE_TRACE"] = path;
+    return in_child(environment, [] { execl("/proc/self/exe", "self", "--gtest_filter=none", nullptr); });
+}
+
+TEST(TraceFileTest, IsPrivate)
+{
+    const TemporaryDirectory directory;
+    umask(0022);
+    EXPECT_EQ(start_with_trace(directory / "trace").text(), "");
+    struct stat status {};
+    ASSERT_EQ(stat((directory / "trace").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+TEST(TraceFileTest, IsNotOpenedThroughASymbolicLink)
+{
+    const TemporaryDirectory directory;
+    ASSERT_EQ(symlink((directory / "target").c_str(), (directory / "link").c_str()), 0);
+    const ChildResult result = start_with_trace(directory / "link");
+    EXPECT_TRUE(contains(result.text(), "/link: it is a symbolic link")) << result.text();
+    EXPECT_NE(access((directory / "target").c_str(), F_OK), 0);
 }
 
 TEST(LogFileTest, FallsBackToStderrIfItCannotBeOpened)

@@ -68,7 +68,7 @@ bool can_be_written(int descriptor)
         dlog_print(
             log_error, log_tag,
             "cannot write the trace to %s=%s: %s; give a file, or fd:N with the descriptor of a file or a socket",
-            variable, wanted, strerror(errno));
+            variable, wanted, errno == ELOOP ? "it is a symbolic link" : strerror(errno));
         if (descriptor >= 0 && !named)
             close(descriptor);
     }

@@ -13,7 +13,13 @@
 namespace kv::host {
 namespace {
 
-constexpr unsigned max_handshakes = 1024;
+// The max number of links without a complete handshake. A proxy has two for a moment, so a peer with more is faulty or
+// hostile. Its oldest link is closed for a new one, so that other programs and other users can still connect.
+constexpr unsigned max_handshakes_of_process = 64;
+constexpr unsigned max_handshakes_of_user = 256;
+constexpr unsigned max_handshakes = 512;
+
+constexpr gint64 limit_log_interval_us = 1000000;
 
 /// Takes a handshake out of the stub's list.
 Owned<Handshake> remove(Handshake *handshake)
@@ -124,12 +130,53 @@ void create_source(Handshake *handshake)
     g_source_attach(source, handshake->stub->context);
 }
 
+/// Finds the link to close before a new one of this peer is added; null if no limit is reached.
+Handshake *find_link_over_limit(const Stub *stub, const PeerCredentials &peer)
+{
+    unsigned of_process = 0;
+    unsigned of_user = 0;
+    Handshake *oldest = nullptr;
+    Handshake *oldest_of_user = nullptr;
+    Handshake *oldest_of_process = nullptr;
+    for (Handshake *each = stub->handshakes.get(); each; each = each->next.get()) {
+        oldest = each;
+        if (each->credentials.uid != peer.uid)
+            continue;
+        of_user++;
+        oldest_of_user = each;
+        if (each->credentials.pid != peer.pid)
+            continue;
+        of_process++;
+        oldest_of_process = each;
+    }
+    if (of_process >= max_handshakes_of_process)
+        return oldest_of_process;
+    if (of_user >= max_handshakes_of_user)
+        return oldest_of_user;
+    return stub->handshake_count >= max_handshakes ? oldest : nullptr;
+}
+
+/// Logs at most once a second, because a peer could otherwise fill the log.
+void log_limit(Stub *stub, const PeerCredentials &peer)
+{
+    const gint64 now = g_get_monotonic_time();
+    if (stub->limit_logged_at != 0 && now - stub->limit_logged_at < limit_log_interval_us)
+        return;
+    stub->limit_logged_at = now;
+    dlog_print(log_error, log_tag,
+               "port %s of %s: process %d (user %u) has too many links without a handshake; closing the oldest",
+               stub->port_name.get(), stub->appid.get(), peer.pid, peer.uid);
+}
+
 void add(Stub *stub, Fd link, const PeerCredentials &credentials)
 {
-    Owned<Handshake> added = stub->handshake_count < max_handshakes ? make<Handshake>() : nullptr;
+    if (Handshake *over_limit = find_link_over_limit(stub, credentials)) {
+        log_limit(stub, over_limit->credentials);
+        close_link(over_limit, nullptr);
+    }
+    Owned<Handshake> added = make<Handshake>();
     if (!added) {
-        dlog_print(log_error, log_tag,
-                   "port %s of %s: too many links have sent no handshake; closing one of process %d",
+        dlog_print(log_error, log_tag, "port %s of %s: out of memory; closing a link of process %d",
                    stub->port_name.get(), stub->appid.get(), credentials.pid);
         return;
     }

@@ -48,6 +48,7 @@ struct Stub {
     void *watch = nullptr;
     Owned<Handshake> handshakes;
     unsigned handshake_count = 0;
+    gint64 limit_logged_at = 0;  ///< when the log last reported a peer with too many handshakes
     GHashTable *peers = nullptr; ///< by instance
     uint64_t instances = 0;      ///< assigned so far
 

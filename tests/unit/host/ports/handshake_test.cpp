@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The handshake, against peers made by hand that are silent, cut short, or wrong.
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 
 #include "fixture.hpp"
@@ -32,6 +34,38 @@ TEST_F(StubHandshakeTest, ClosesASilentLinkAtTheDeadline)
     RawLink silent(socket_path());
     EXPECT_TRUE(silent.is_closed_by_peer());
     EXPECT_TRUE(contains(log(), "sends no handshake")) << log();
+}
+
+void allow_descriptors(rlim_t count)
+{
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = std::min(limit.rlim_max, count);
+    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &limit));
+}
+
+TEST_F(StubHandshakeTest, AdmitsAProxyDuringAFloodOfSilentLinks)
+{
+    allow_descriptors(4096);
+    Stub stub;
+    ASSERT_EQ(0, stub.listen());
+    const auto open_silent_links = [this](const auto &ready, const auto &serve) {
+        std::vector<RawLink> links;
+        for (int i = 0; i < 400; i++)
+            links.emplace_back(socket_path());
+        ready();
+        serve();
+    };
+    {
+        Child one(open_silent_links);
+        Child two(open_silent_links);
+        Child three(open_silent_links);
+        Child four(open_silent_links);
+        run_ready_sources();
+        Proxy proxy;
+        EXPECT_TRUE(proxy.connected_now()) << log();
+    }
+    EXPECT_TRUE(contains(log(), "has too many links without a handshake")) << log();
 }
 
 TEST_F(StubHandshakeTest, ClosesALoneLinkAtTheDeadline)

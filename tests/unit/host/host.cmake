@@ -21,7 +21,7 @@ kv_add_test(host_ports_connect_test
 kv_add_test(host_ports_event_test
     SOURCES ${ports_dir}/event_test.cpp ${ports_dir}/batch_test.cpp ${ports_dir}/peers_test.cpp ${ports_fixture}
     LIBS kvplatform PkgConfig::GLIB)
-foreach(subject start call cost)
+foreach(subject start call cost memory)
     kv_add_test(host_ports_${subject}_test
         SOURCES ${ports_dir}/${subject}_test.cpp ${ports_fixture}
         LIBS kvplatform PkgConfig::GLIB)

@@ -29,7 +29,7 @@ bool ByteQueue::reserve(size_t more)
     size_t wanted = buffer_.capacity() ? buffer_.capacity() * 2 : ordinary_capacity;
     if (wanted < end_ + more)
         wanted = end_ + more;
-    return buffer_.grow(wanted);
+    return buffer_.resize(wanted);
 }
 
 bool ByteQueue::append(const uint8_t *data, size_t count)
@@ -50,6 +50,18 @@ void ByteQueue::consume(size_t count)
     end_ = 0;
     if (buffer_.capacity() > ordinary_capacity)
         buffer_.reset();
+}
+
+bool ByteQueue::take_buffer(size_t count, Buffer *taken)
+{
+    if (start_ != 0)
+        return false;
+    ByteQueue rest;
+    if (end_ > count && !rest.append(front() + count, end_ - count))
+        return false;
+    *taken = std::move(buffer_);
+    *this = std::move(rest);
+    return true;
 }
 
 void ByteQueue::clear()

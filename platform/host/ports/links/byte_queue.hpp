@@ -29,6 +29,9 @@ public:
     bool append(const uint8_t *data, size_t count);
     /// Removes bytes from the front.
     void consume(size_t count);
+    /// Moves the buffer to `taken` if the first `count` bytes are at its start, and copies the bytes behind them to a
+    /// new one. False if they are not at its start, or when out of memory.
+    bool take_buffer(size_t count, Buffer *taken);
     /// Keeps the first `count` bytes.
     void truncate(size_t count) { end_ = start_ + count; }
     void clear();

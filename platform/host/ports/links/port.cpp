@@ -54,11 +54,17 @@ void break_malformed(Port *port, size_t offset)
 
 int take_front(Port *port, Parcel *parcel, size_t size)
 {
-    if (parcel->buffer.capacity() < size && !grow_parcel(parcel, size - frame_header))
-        return parcel->failure;
-    memcpy(parcel->buffer.bytes(), port->inbox.front(), size);
+    // A long frame is handed over with its buffer, so that it is in memory once.
+    if (size <= max_kept_capacity || !port->inbox.take_buffer(size, &parcel->buffer)) {
+        if (parcel->buffer.capacity() < size && !grow_parcel(parcel, size - frame_header))
+            return parcel->failure;
+        memcpy(parcel->buffer.bytes(), port->inbox.front(), size);
+        port->inbox.consume(size);
+    }
+    // Writes to a parcel check only its capacity, so it must not exceed the limit.
+    if (parcel->buffer.capacity() > frame_header + max_payload)
+        parcel->buffer.resize(frame_header + max_payload);
     parcel->end = size;
-    port->inbox.consume(size);
     port->announced -= port->announced < size ? port->announced : size;
     port->may_block_in_receive = false;
     return 0;

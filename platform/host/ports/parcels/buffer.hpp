@@ -3,37 +3,34 @@
 
 #include <cstddef>
 #include <cstdint>
-
-#include "platform/host/owned.hpp"
+#include <utility>
 
 namespace kv::host {
 
-/// A block of bytes that can grow.
+/// A block of bytes of variable size. A large block is mapped from the system, so that releasing it returns the memory at
+/// once: malloc may keep what it has freed.
 class Buffer {
 public:
-    uint8_t *bytes() const { return bytes_.get(); }
+    Buffer() = default;
+    Buffer(Buffer &&other) noexcept { *this = std::move(other); }
+    Buffer &operator=(Buffer &&other) noexcept
+    {
+        reset();
+        bytes_ = std::exchange(other.bytes_, nullptr);
+        capacity_ = std::exchange(other.capacity_, 0);
+        return *this;
+    }
+    ~Buffer() { reset(); }
+
+    uint8_t *bytes() const { return bytes_; }
     size_t capacity() const { return capacity_; }
 
-    /// Keeps the content. False when out of memory; the buffer is then as it was.
-    bool grow(size_t capacity)
-    {
-        auto *bytes = static_cast<uint8_t *>(realloc(bytes_.get(), capacity));
-        if (!bytes)
-            return false;
-        (void)bytes_.release(); // realloc has released it
-        bytes_.reset(bytes);
-        capacity_ = capacity;
-        return true;
-    }
-
-    void reset()
-    {
-        bytes_.reset();
-        capacity_ = 0;
-    }
+    /// Keeps the content up to the smaller size. False when out of memory; the buffer is then as it was.
+    bool resize(size_t capacity);
+    void reset();
 
 private:
-    Allocated<uint8_t> bytes_;
+    uint8_t *bytes_ = nullptr;
     size_t capacity_ = 0;
 };
 

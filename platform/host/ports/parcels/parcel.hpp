@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "buffer.hpp"
+#include "platform/host/owned.hpp"
 
 namespace kv::host {
 

@@ -47,7 +47,7 @@ void empty_pool(void *pool_of_thread)
 Parcel *make_parcel()
 {
     Owned<Parcel> parcel = make<Parcel>();
-    return parcel && parcel->buffer.grow(first_capacity) ? parcel.release() : nullptr;
+    return parcel && parcel->buffer.resize(first_capacity) ? parcel.release() : nullptr;
 }
 
 void keep_or_destroy_parcel(Parcel *parcel)
@@ -75,7 +75,7 @@ bool grow_parcel(Parcel *parcel, size_t more)
         wanted = parcel->end + more;
     if (wanted > frame_header + max_payload)
         wanted = frame_header + max_payload; // writes check only the capacity, so it must respect the limit
-    if (!parcel->buffer.grow(wanted)) {
+    if (!parcel->buffer.resize(wanted)) {
         parcel->failure = -ENOMEM;
         return false;
     }

@@ -20,6 +20,8 @@ namespace kv::host {
 namespace {
 
 constexpr gint64 retry_after_us = 10000;
+// How long an attempt continues after the agent that was started has ended: another one may be about to listen.
+constexpr gint64 agent_end_grace_us = 50000;
 
 struct Links {
     Fd main;
@@ -51,6 +53,12 @@ int open_links(const PortPaths &paths, Links *links)
 bool is_not_listening(int code)
 {
     return code == -ENOENT || code == -ECONNREFUSED;
+}
+
+/// Whether a later attempt may succeed, because the process or the system has no descriptors or memory now.
+bool is_shortage(int code)
+{
+    return code == -EMFILE || code == -ENFILE || code == -ENOBUFS || code == -ENOMEM;
 }
 
 /// Refuses a socket that another user has put in place, because requests carry secrets.
@@ -134,8 +142,36 @@ void create_source(Proxy *proxy)
     g_source_attach(source, context);
 }
 
+/// Makes the loop notice the end of the agent's process.
+void watch_agent_process(Proxy *proxy)
+{
+    if (proxy->agent_process && !proxy->process_watch)
+        proxy->process_watch = g_source_add_unix_fd(proxy->source.get(), proxy->agent_process.get(), G_IO_IN);
+}
+
+void forget_agent_process(Proxy *proxy)
+{
+    if (proxy->process_watch)
+        g_source_remove_unix_fd(proxy->source.get(), proxy->process_watch);
+    proxy->process_watch = nullptr;
+    proxy->agent_process.reset();
+}
+
+/// Shortens the deadline if the process of the agent has ended.
+void check_agent_process(Proxy *proxy)
+{
+    if (!proxy->process_watch || g_source_query_unix_fd(proxy->source.get(), proxy->process_watch) == 0)
+        return;
+    forget_agent_process(proxy);
+    proxy->agent_ended = true;
+    const gint64 deadline = g_get_monotonic_time() + agent_end_grace_us;
+    if (deadline < proxy->deadline)
+        proxy->deadline = deadline;
+}
+
 void wait_for_reply(Proxy *proxy, Links links)
 {
+    forget_agent_process(proxy); // from here on the end of the link shows the end of the agent
     const char *name = proxy->port_name.get();
     port_open(&proxy->main, std::move(links.main), PortRole::caller_main, &proxy->callback, name);
     port_open(&proxy->callback, std::move(links.callback), PortRole::caller_callback, &proxy->main, name);
@@ -169,7 +205,12 @@ int start_once(Proxy *proxy)
     Links links;
     if (!is_not_listening(open_links(proxy->paths, &links)))
         return 0;
-    return start_agent(proxy->appid.get());
+    const int result = start_agent(proxy->appid.get(), &proxy->agent_process);
+    if (is_shortage(result)) {
+        proxy->started = false;
+        proxy->starting_lock.reset();
+    }
+    return result;
 }
 
 /// Returns 0 if an agent is being started, else the result of rpc_port_proxy_connect.
@@ -186,11 +227,12 @@ int start_if_possible(Proxy *proxy)
     int code = create_runtime_directory(proxy->paths.directory, no_group);
     if (code == 0)
         code = start_once(proxy);
-    return code == 0 || code == -EACCES ? code : -EIO;
+    return code == 0 || code == -EACCES || is_shortage(code) ? code : -EIO;
 }
 
 void become_connected(Proxy *proxy)
 {
+    forget_agent_process(proxy);
     proxy->starting_lock.reset();
     proxy->state = ProxyState::connected;
     Port &main = proxy->main;
@@ -228,8 +270,27 @@ int begin_handshake(Proxy *proxy, const Links &links)
     return code != 0 ? code : send_requests(links);
 }
 
+void log_missing_agent(const Proxy *proxy)
+{
+    const char *port_name = proxy->port_name.get();
+    const char *appid = proxy->appid.get();
+    if (proxy->agent_ended)
+        dlog_print(
+            log_error, log_tag,
+            "port %s of %s: the agent that was started ended before it listened at %s; run the executable of the "
+            "package entry in a terminal to see why",
+            port_name, appid, proxy->paths.socket.sun_path);
+    else if (proxy->shortage != 0)
+        dlog_print(log_error, log_tag, "port %s of %s: cannot connect within %d ms (KORVANE_CONNECT_TIMEOUT_MS): %s",
+                   port_name, appid, proxy->timeout_ms, strerror(proxy->shortage));
+    else
+        dlog_print(log_error, log_tag, "port %s of %s: no agent listens at %s after %d ms (KORVANE_CONNECT_TIMEOUT_MS)",
+                   port_name, appid, proxy->paths.socket.sun_path, proxy->timeout_ms);
+}
+
 void retry(Proxy *proxy)
 {
+    check_agent_process(proxy);
     Links links;
     int code = open_links(proxy->paths, &links);
     if (code == 0) {
@@ -238,12 +299,15 @@ void retry(Proxy *proxy)
             return wait_for_reply(proxy, std::move(links));
     } else if (is_not_listening(code) && proxy->startable) {
         code = start_once(proxy);
+        watch_agent_process(proxy);
     } else if (code == -EAGAIN || is_not_listening(code)) {
         code = 0;
     }
+    proxy->shortage = is_shortage(code) ? -code : 0;
+    if (proxy->shortage != 0)
+        code = 0;
     if (code == 0 && deadline_has_passed(proxy)) {
-        dlog_print(log_error, log_tag, "port %s of %s: no agent listens at %s after %d ms (KORVANE_CONNECT_TIMEOUT_MS)",
-                   proxy->port_name.get(), proxy->appid.get(), proxy->paths.socket.sun_path, proxy->timeout_ms);
+        log_missing_agent(proxy);
         code = -ETIMEDOUT;
     }
     if (code != 0)
@@ -300,6 +364,7 @@ int proxy_begin(Proxy *proxy)
     proxy->created_in = process_generation;
     proxy->started = false;
     proxy->startable = false;
+    proxy->agent_ended = false;
     proxy->timeout_ms = connect_timeout_ms();
     proxy->deadline = g_get_monotonic_time() + gint64{1000} * proxy->timeout_ms;
     Links links;
@@ -311,15 +376,18 @@ int proxy_begin(Proxy *proxy)
         code = start_if_possible(proxy);
     } else if (code == -EAGAIN) {
         code = 0; // the agent is there, but its backlog is full
-    } else {
+    } else if (!is_shortage(code)) {
         dlog_print(log_error, log_tag, "cannot connect to %s: %s", proxy->paths.socket.sun_path, strerror(-code));
         code = code == -EPERM ? -EACCES : code;
     }
+    if (!listening && is_shortage(code))
+        code = 0; // the loop tries again to start the agent
     if (code != 0) {
         proxy->starting_lock.reset();
         return code;
     }
     create_source(proxy);
+    watch_agent_process(proxy);
     if (listening) {
         wait_for_reply(proxy, std::move(links));
     } else {
@@ -341,6 +409,8 @@ void proxy_close(Proxy *proxy)
 {
     port_close(&proxy->main);
     port_close(&proxy->callback);
+    if (proxy->source)
+        forget_agent_process(proxy);
     proxy->starting_lock.reset();
     proxy->state = ProxyState::idle;
     proxy->main_watch = nullptr;

@@ -50,6 +50,10 @@ struct Proxy {
     Fd starting_lock; ///< locked by the one process that starts the agent
     bool started = false;
     bool startable = false;
+    Fd agent_process;              ///< of an agent that this proxy has started; readable when it has ended
+    void *process_watch = nullptr; ///< of that descriptor
+    bool agent_ended = false;
+    int shortage = 0; ///< the errno of the last attempt that failed for lack of descriptors or memory
     uint8_t reply[reply_size];
     size_t reply_received = 0;
 };

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <glib.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -51,12 +52,6 @@ void reset_signals()
 
 [[noreturn]] void become_agent(char *const *arguments, int report_to)
 {
-    setsid();
-    const pid_t agent = _Fork();
-    if (agent < 0)
-        report(report_to);
-    if (agent > 0)
-        _exit(0); // init becomes the agent's parent
     const int null_device = open("/dev/null", O_RDWR);
     if (null_device < 0)
         report(report_to);
@@ -74,25 +69,61 @@ void reset_signals()
     report(kept);
 }
 
-// Waits until exec has succeeded, which closes the pipe, or failed, which sends its errno.
-int wait_for_exec(int report_from, pid_t intermediate)
+// The process between the application and the agent. It reports the agent's process number and stays until the
+// application has opened that process: until then the number cannot belong to another one, because the agent has a
+// parent that does not collect it. Then it ends, and init becomes the agent's parent.
+[[noreturn]] void become_intermediate(char *const *arguments, int report_to)
 {
-    int error = 0;
-    ssize_t got;
-    do {
-        got = read(report_from, &error, sizeof error);
-    } while (got < 0 && errno == EINTR);
-    while (waitpid(intermediate, nullptr, 0) < 0 && errno == EINTR) {
+    setsid();
+    const pid_t agent = _Fork();
+    if (agent == 0)
+        become_agent(arguments, report_to);
+    if (agent < 0)
+        report(report_to);
+    const int message = -agent;
+    [[maybe_unused]] const ssize_t written = write(report_to, &message, sizeof message);
+    char byte;
+    while (read(report_to, &byte, 1) < 0 && errno == EINTR) {
     }
-    return got == static_cast<ssize_t>(sizeof error) ? -error : 0;
+    _exit(0);
 }
 
-int run_detached(char *const *arguments)
+/// Reads a message; false at the end of the reports.
+bool read_report(int report_from, int *message)
+{
+    ssize_t size;
+    do {
+        size = read(report_from, message, sizeof *message);
+    } while (size < 0 && errno == EINTR);
+    return size == static_cast<ssize_t>(sizeof *message);
+}
+
+// The intermediate process sends the agent's process number, negated; a failed fork or exec sends its errno. The
+// reports end when exec has succeeded, or failed, and the intermediate process has ended.
+int follow_start(int reports, pid_t intermediate, Fd *process)
+{
+    int error = 0;
+    for (int message = 0; read_report(reports, &message);) {
+        if (message > 0) {
+            error = message;
+            continue;
+        }
+        process->reset(static_cast<int>(syscall(SYS_pidfd_open, -message, 0)));
+        shutdown(reports, SHUT_WR); // lets the intermediate process end
+    }
+    while (waitpid(intermediate, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    if (error != 0)
+        process->reset();
+    return -error;
+}
+
+int run_detached(char *const *arguments, Fd *process)
 {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
         return -errno;
-    const Fd report_from{ends[0]};
+    const Fd reports{ends[0]};
     Fd report_to{ends[1]};
     // Blocked, because no handler of the application may run in the child before its signals are reset.
     sigset_t all;
@@ -101,13 +132,13 @@ int run_detached(char *const *arguments)
     pthread_sigmask(SIG_BLOCK, &all, &before);
     const pid_t intermediate = fork();
     if (intermediate == 0) {
-        close(report_from.get());
-        become_agent(arguments, report_to.get());
+        close(reports.get());
+        become_intermediate(arguments, report_to.get());
     }
     const int fork_error = errno;
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     report_to.reset();
-    return intermediate < 0 ? -fork_error : wait_for_exec(report_from.get(), intermediate);
+    return intermediate < 0 ? -fork_error : follow_start(reports.get(), intermediate, process);
 }
 
 /// The executable and its arguments, ended by NULL; released with g_strfreev. Null after an error line.
@@ -138,7 +169,7 @@ bool agent_is_startable(const char *appid)
     return executable && *executable;
 }
 
-int start_agent(const char *appid)
+int start_agent(const char *appid, Fd *process)
 {
     PackageEntry entry;
     if (entry.open(appid) != 0)
@@ -150,7 +181,7 @@ int start_agent(const char *appid)
     g_auto(GStrv) list = argument_list(appid, executable.get(), arguments.get());
     if (!list)
         return -EINVAL;
-    const int result = run_detached(list);
+    const int result = run_detached(list, process);
     if (result != 0)
         dlog_print(log_error, log_tag, "package %s: cannot start %s: %s", appid, executable.get(), strerror(-result));
     else

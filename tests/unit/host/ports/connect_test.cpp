@@ -181,6 +181,61 @@ TEST_F(ConnectTest, WaitsForAnAgentWithAFullBacklog)
     EXPECT_TRUE(run_until([&] { return proxy.connected == 1; }));
 }
 
+/// Opens descriptors until the process has no more.
+class NoDescriptors {
+public:
+    NoDescriptors()
+    {
+        for (int fd = dup(STDIN_FILENO); fd >= 0; fd = dup(STDIN_FILENO))
+            descriptors_.push_back(fd);
+        EXPECT_EQ(EMFILE, errno);
+    }
+    ~NoDescriptors() { free_all(); }
+    NoDescriptors(const NoDescriptors &) = delete;
+    NoDescriptors &operator=(const NoDescriptors &) = delete;
+    void free_all()
+    {
+        for (const int fd : descriptors_)
+            close(fd);
+        descriptors_.clear();
+    }
+
+private:
+    std::vector<int> descriptors_;
+};
+
+TEST_F(ConnectTest, ContinuesWhenDescriptorsAreFreeAgain)
+{
+    Stub stub;
+    ASSERT_EQ(0, stub.listen());
+    Proxy proxy;
+    NoDescriptors shortage;
+    EXPECT_EQ(0, proxy.connect());
+    for (int i = 0; i < 5; i++)
+        g_main_context_iteration(nullptr, TRUE);
+    EXPECT_EQ(0, proxy.connected + proxy.rejected);
+    shortage.free_all();
+    EXPECT_TRUE(run_until([&] { return proxy.connected + proxy.rejected == 1; }));
+    EXPECT_EQ(1, proxy.connected);
+}
+
+TEST_F(ConnectTest, IsRejectedAtTheDeadlineWithoutDescriptors)
+{
+    Setting quick("KORVANE_CONNECT_TIMEOUT_MS", "50");
+    Stub stub;
+    ASSERT_EQ(0, stub.listen());
+    Proxy proxy;
+    {
+        NoDescriptors shortage;
+        EXPECT_EQ(0, proxy.connect());
+        EXPECT_TRUE(run_until([&] { return proxy.connected + proxy.rejected == 1; }));
+    }
+    EXPECT_EQ(1, proxy.rejected);
+    EXPECT_EQ(-5, proxy.last_result);
+    EXPECT_TRUE(contains(log(), "Too many open files")) << log();
+    EXPECT_TRUE(proxy.connect() == 0 && run_until([&] { return proxy.connected == 1; })) << "a new attempt works";
+}
+
 // Changes the user of a child process.
 void as_nobody(const std::vector<gid_t> &groups = {})
 {

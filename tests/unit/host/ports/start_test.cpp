@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 
@@ -209,12 +210,27 @@ TEST_F(AgentStartTest, ReportsAnExecutableWithoutPermission)
 TEST_F(AgentStartTest, IsRejectedIfTheAgentNeverListens)
 {
     Setting quick("KORVANE_CONNECT_TIMEOUT_MS", "100");
-    install_package("Executable=/bin/true\n");
+    install_package("Executable=/bin/sleep\nArguments=2\n");
     Proxy proxy;
     EXPECT_FALSE(proxy.connected_now());
     EXPECT_EQ(1, proxy.rejected);
     EXPECT_EQ(-5, proxy.last_result);
     EXPECT_TRUE(contains(log(), "no agent listens at")) << log();
+}
+
+TEST_F(AgentStartTest, IsRejectedSoonAfterTheAgentEnds)
+{
+    using std::chrono::steady_clock;
+    install_package("Executable=/bin/sleep\nArguments=0.3\n");
+    Proxy proxy;
+    const auto start = steady_clock::now();
+    EXPECT_FALSE(proxy.connected_now());
+    const auto waited = steady_clock::now() - start;
+    EXPECT_LE(std::chrono::milliseconds(290), waited);
+    EXPECT_GT(std::chrono::milliseconds(1500), waited) << "far less than the timeout of 10 s";
+    EXPECT_EQ(1, proxy.rejected);
+    EXPECT_EQ(-5, proxy.last_result);
+    EXPECT_TRUE(contains(log(), "ended before it listened")) << log();
 }
 
 TEST_F(AgentStartTest, RefusesInvalidArguments)

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <glib.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -109,6 +110,18 @@ public:
 
 private:
     int descriptor_ = -1;
+};
+
+/// Holds a mutex until the end of a scope.
+class Lock {
+public:
+    explicit Lock(pthread_mutex_t *mutex) : mutex_(mutex) { pthread_mutex_lock(mutex_); }
+    ~Lock() { pthread_mutex_unlock(mutex_); }
+    Lock(const Lock &) = delete;
+    Lock &operator=(const Lock &) = delete;
+
+private:
+    pthread_mutex_t *mutex_;
 };
 
 /// A source of a main loop, removed from it by the destructor.

@@ -56,14 +56,19 @@ void load()
     take("sd_bus_process", library.process);
     take("sd_bus_send", library.send);
     take("sd_bus_call_method", library.call_method);
+    take("sd_bus_call_method_async", library.call_method_async);
     take("sd_bus_match_signal_async", library.match_signal_async);
     take("sd_bus_slot_unref", library.slot_unref);
+    take("sd_bus_slot_set_destroy_callback", library.slot_set_destroy_callback);
+    take("sd_bus_slot_set_floating", library.slot_set_floating);
     take("sd_bus_error_free", library.error_free);
     take("sd_bus_interface_name_is_valid", library.interface_name_is_valid);
     take("sd_bus_member_name_is_valid", library.member_name_is_valid);
     take("sd_bus_message_new_signal", library.message_new_signal);
     take("sd_bus_message_unref", library.message_unref);
     take("sd_bus_message_get_error", library.message_get_error);
+    take("sd_bus_message_get_sender", library.message_get_sender);
+    take("sd_bus_message_get_destination", library.message_get_destination);
     take("sd_bus_message_has_signature", library.message_has_signature);
     take("sd_bus_message_open_container", library.message_open_container);
     take("sd_bus_message_close_container", library.message_close_container);
@@ -89,12 +94,26 @@ const BusLibrary *bus_library()
     return is_loaded ? &library : nullptr;
 }
 
-int open_bus(const BusLibrary &lib, sd_bus **bus)
+const char *bus_setting()
 {
     const char *chosen = secure_getenv("KORVANE_BUS");
-    if (!chosen || *chosen == '\0')
-        chosen = "session";
+    return chosen && *chosen ? chosen : "session";
+}
 
+bool bus_is_shared()
+{
+    return strcmp(bus_setting(), "session") != 0;
+}
+
+const char *trusted_sender()
+{
+    const char *name = secure_getenv("KORVANE_EVENT_SENDER");
+    return name && *name ? name : nullptr;
+}
+
+int open_bus(const BusLibrary &lib, sd_bus **bus)
+{
+    const char *chosen = bus_setting();
     sd_bus *opened = nullptr;
     int result = 0;
     if (strcmp(chosen, "session") == 0) {

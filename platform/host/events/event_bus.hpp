@@ -23,14 +23,19 @@ struct BusLibrary {
     decltype(&sd_bus_process) process;
     decltype(&sd_bus_send) send;
     decltype(&sd_bus_call_method) call_method;
+    decltype(&sd_bus_call_method_async) call_method_async;
     decltype(&sd_bus_match_signal_async) match_signal_async;
     decltype(&sd_bus_slot_unref) slot_unref;
+    decltype(&sd_bus_slot_set_destroy_callback) slot_set_destroy_callback;
+    decltype(&sd_bus_slot_set_floating) slot_set_floating;
     decltype(&sd_bus_error_free) error_free;
     decltype(&sd_bus_interface_name_is_valid) interface_name_is_valid;
     decltype(&sd_bus_member_name_is_valid) member_name_is_valid;
     decltype(&sd_bus_message_new_signal) message_new_signal;
     decltype(&sd_bus_message_unref) message_unref;
     decltype(&sd_bus_message_get_error) message_get_error;
+    decltype(&sd_bus_message_get_sender) message_get_sender;
+    decltype(&sd_bus_message_get_destination) message_get_destination;
     decltype(&sd_bus_message_has_signature) message_has_signature;
     decltype(&sd_bus_message_open_container) message_open_container;
     decltype(&sd_bus_message_close_container) message_close_container;
@@ -46,6 +51,13 @@ struct BusLibrary {
 
 /// NULL after an error line if the library is missing or too old.
 const BusLibrary *bus_library();
+
+/// The value of KORVANE_BUS.
+const char *bus_setting();
+/// Whether any user can be connected to the bus. A session bus admits only its own user and root.
+bool bus_is_shared();
+/// The bus name that a publisher of events must own (KORVANE_EVENT_SENDER); NULL for any.
+const char *trusted_sender();
 
 /// Begins to connect to the bus that KORVANE_BUS names: "session" (the default), "system" or an address. 0, or a
 /// negative errno after an error line.

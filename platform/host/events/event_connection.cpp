@@ -2,6 +2,7 @@
 #include "event_connection.hpp"
 
 #include "platform/host/log/log.hpp"
+#include "platform/host/owned.hpp"
 
 #include <pthread.h>
 
@@ -19,14 +20,6 @@ namespace {
 constinit EventConnection *connections = nullptr;
 constinit pthread_mutex_t connections_mutex = PTHREAD_MUTEX_INITIALIZER;
 
-class Locked {
-public:
-    Locked() { pthread_mutex_lock(&connections_mutex); }
-    ~Locked() { pthread_mutex_unlock(&connections_mutex); }
-    Locked(const Locked &) = delete;
-    Locked &operator=(const Locked &) = delete;
-};
-
 EventConnection *connection_of(GSource *source)
 {
     return reinterpret_cast<EventConnection *>(source);
@@ -34,7 +27,7 @@ EventConnection *connection_of(GSource *source)
 
 void forget(EventConnection *connection)
 {
-    const Locked lock;
+    const Lock lock(&connections_mutex);
     for (EventConnection **link = &connections; *link; link = &(*link)->next) {
         if (*link == connection) {
             *link = connection->next;
@@ -125,7 +118,7 @@ constinit GSourceFuncs functions{prepare, check, dispatch, finalize, nullptr, nu
 int EventConnection::acquire(const BusLibrary &library, EventConnection **connection)
 {
     g_autoptr(GMainContext) context = g_main_context_ref_thread_default();
-    const Locked lock;
+    const Lock lock(&connections_mutex);
     for (EventConnection *open = connections; open; open = open->next) {
         if (open->context == context) {
             ++open->users;
@@ -161,7 +154,7 @@ int EventConnection::acquire(const BusLibrary &library, EventConnection **connec
 void EventConnection::release()
 {
     {
-        const Locked lock;
+        const Lock lock(&connections_mutex);
         if (--users > 0)
             return;
     }

@@ -4,6 +4,10 @@
 #include "event_bus.hpp"
 #include "event_payload.hpp"
 #include "platform/host/log/log.hpp"
+#include "platform/host/owned.hpp"
+
+#include <pthread.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -37,6 +41,71 @@ int send_event(const BusLibrary &lib, sd_bus *bus, const EventName &name, const 
     return result;
 }
 
+int logged(const EventName &name, int result)
+{
+    if (result < 0)
+        dlog_print(log_error, log_tag, "cannot publish event %s.%s: %s", name.interface, name.member,
+                   strerror(-result));
+    return result;
+}
+
+/// Publishes with a connection of its own.
+int publish_once(const BusLibrary &lib, const EventName &name, const bundle *data)
+{
+    sd_bus *bus = nullptr;
+    if (const int error = open_bus(lib, &bus); error < 0)
+        return error;
+    const int result = logged(name, send_event(lib, bus, name, data));
+    lib.close(bus);
+    lib.unref(bus);
+    return result;
+}
+
+/// This process's connection to a shared bus. It stays open after an event, because subscribers look up the sender's
+/// user.
+class SharedBusPublisher {
+public:
+    int publish(const BusLibrary &lib, const EventName &name, const bundle *data)
+    {
+        const Lock lock(&mutex_);
+        if (is_usable(lib) && send_event(lib, bus_, name, data) >= 0)
+            return 0;
+        // There is no connection, or the bus has been restarted since.
+        if (const int error = reopen(lib); error < 0)
+            return error;
+        return logged(name, send_event(lib, bus_, name, data));
+    }
+
+private:
+    bool is_usable(const BusLibrary &lib) const
+    {
+        return bus_ && process_ == getpid() && strcmp(setting_, bus_setting()) == 0 && lib.is_open(bus_) > 0;
+    }
+
+    int reopen(const BusLibrary &lib)
+    {
+        // A forked child leaves its parent's connection alone.
+        if (sd_bus *before = std::exchange(bus_, nullptr); before && process_ == getpid()) {
+            lib.close(before);
+            lib.unref(before);
+        }
+        const char *setting = bus_setting();
+        if (strlen(setting) >= sizeof setting_)
+            return -ENAMETOOLONG;
+        const int result = open_bus(lib, &bus_);
+        process_ = getpid();
+        strcpy(setting_, setting);
+        return result;
+    }
+
+    pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
+    sd_bus *bus_ = nullptr;
+    pid_t process_ = 0;
+    char setting_[512] = "";
+};
+
+constinit SharedBusPublisher shared_bus_publisher;
+
 } // namespace
 
 } // namespace kv::host
@@ -50,15 +119,7 @@ extern "C" int event_publish(const char *event_name, bundle *data)
     EventName name;
     if (const int error = read_event_name(*library, event_name, &name); error < 0)
         return error;
-    sd_bus *bus = nullptr;
-    if (const int error = open_bus(*library, &bus); error < 0)
-        return error;
-    const int result = send_event(*library, bus, name, data);
-    library->close(bus);
-    library->unref(bus);
-    if (result < 0) {
-        dlog_print(log_error, log_tag, "cannot publish event %s: %s", event_name, strerror(-result));
-        return result;
-    }
-    return 0;
+    const int result =
+        bus_is_shared() ? shared_bus_publisher.publish(*library, name, data) : publish_once(*library, name, data);
+    return result < 0 ? result : 0;
 }

@@ -10,6 +10,8 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <thread>
 
@@ -19,12 +21,13 @@ namespace {
 /// A message bus that can be killed.
 class OwnBus {
 public:
-    explicit OwnBus(const TemporaryDirectory &directory) : address("unix:path=" + (directory / "bus"))
+    explicit OwnBus(const TemporaryDirectory &directory, const std::string &configuration = "--session")
+        : address("unix:path=" + (directory / "bus"))
     {
         int ends[2];
         if (pipe(ends) != 0)
             throw std::runtime_error("pipe");
-        daemon_ = start({"dbus-daemon", "--session", "--nofork", "--nosyslog", "--address=" + address,
+        daemon_ = start({"dbus-daemon", configuration, "--nofork", "--nosyslog", "--address=" + address,
                          "--print-address=" + std::to_string(ends[1])});
         close(ends[1]);
         char ready[256]; // its address, printed once it listens
@@ -101,10 +104,11 @@ TEST(EventBusTest, LogsOneLineAndStaysIdleWhenTheBusEnds)
             Listener second;
             wait_until_subscribed();
             bus.stop();
-            EXPECT_TRUE(loop_until([&] { return open_descriptors() == before; }));
+            // The publisher's connection is in no loop and stays open until the next event.
+            EXPECT_TRUE(loop_until([&] { return open_descriptors() == before + 1; }));
             EXPECT_FALSE(g_main_context_pending(nullptr));
         } // removing handlers without a bus works
-        EXPECT_EQ(open_descriptors(), before);
+        EXPECT_EQ(open_descriptors(), before + 1);
         EXPECT_LT(Listener().result, 0);
         const OwnBus next(directory);
         Listener later;
@@ -177,6 +181,92 @@ TEST(EventBusTest, LogsOneLineWhenTheBusClosesAtOnce)
     });
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.lines().size(), 1U) << result.text();
+}
+
+/// The configuration of a bus to which every user may connect, as to the system bus.
+std::string shared_bus_configuration(const TemporaryDirectory &directory)
+{
+    std::ofstream(directory / "bus.conf") << "<busconfig><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>"
+                                             "<policy context=\"default\"><allow user=\"*\"/><allow own=\"*\"/>"
+                                             "<allow send_destination=\"*\"/><allow receive_sender=\"*\"/>"
+                                             "<allow send_type=\"signal\"/></policy></busconfig>";
+    return "--config-file=" + (directory / "bus.conf");
+}
+
+TEST(EventSenderTest, OfAnotherUserIsNotTrustedOnASharedBus)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can become another user";
+    constexpr uid_t nobody = 65534;
+    const TemporaryDirectory directory;
+    std::filesystem::permissions(directory.path(), std::filesystem::perms::all);
+    const OwnBus bus(directory, shared_bus_configuration(directory));
+    Environment environment = errors_only;
+    environment["KORVANE_BUS"] = bus.address;
+    const ChildResult result = in_child(environment, [] {
+        Listener listener;
+        Listener last("org.example.ServiceManager.Last");
+        wait_until_subscribed();
+        int published[2];
+        int end[2];
+        ASSERT_EQ(pipe(published) + pipe(end), 0);
+        const pid_t sender = fork();
+        if (sender == 0) {
+            close(end[1]);
+            const bool sent = setuid(nobody) == 0 && event_publish(update_status, nullptr) == 0;
+            char byte = sent ? 'y' : 'n';
+            if (write(published[1], &byte, 1) == 1 && read(end[0], &byte, 1) > 0) // connected until its user is checked
+                _exit(1);
+            _exit(0);
+        }
+        char byte = 0;
+        ASSERT_EQ(read(published[0], &byte, 1), 1);
+        EXPECT_EQ(byte, 'y');
+        publish("org.example.ServiceManager.Last");
+        EXPECT_TRUE(loop_until([&] { return last.count == 1; }));
+        EXPECT_EQ(listener.count, 0);
+        close(end[1]);
+        waitpid(sender, nullptr, 0);
+        publish();
+        EXPECT_TRUE(loop_until([&] { return listener.count >= 1; }));
+        EXPECT_EQ(listener.count, 1);
+    });
+    EXPECT_EQ(result.status, 0) << result.text();
+    EXPECT_TRUE(contains(result.text(), "UpdateStatus of user 65534: only user 0 and root")) << result.text();
+}
+
+TEST(EventSenderTest, IsForgottenWithARemovedHandler)
+{
+    const TemporaryDirectory directory;
+    const OwnBus bus(directory);
+    const ChildResult result = in_child({{"KORVANE_BUS", bus.address}, {"DBUS_SESSION_BUS_ADDRESS", {}}}, [] {
+        Listener last("org.example.ServiceManager.Last");
+        {
+            Listener removed;
+            wait_until_subscribed();
+            publish();
+            for (int i = 0; i < 3; ++i)
+                g_main_context_iteration(nullptr, FALSE);
+        }
+        publish("org.example.ServiceManager.Last");
+        EXPECT_TRUE(loop_until([&] { return last.count == 1; }));
+    });
+    EXPECT_EQ(result.status, 0) << result.text();
+}
+
+TEST(EventSenderTest, MustOwnTheConfiguredName)
+{
+    const ChildResult result = in_child({{"KORVANE_EVENT_SENDER", "org.example.ServiceManager"}}, [] {
+        Listener listener;
+        unsetenv("KORVANE_EVENT_SENDER");
+        Listener last("org.example.ServiceManager.Last");
+        wait_until_subscribed();
+        publish(); // by a connection without the name
+        publish("org.example.ServiceManager.Last");
+        EXPECT_TRUE(loop_until([&] { return last.count == 1; }));
+        EXPECT_EQ(listener.count, 0);
+    });
+    EXPECT_EQ(result.status, 0) << result.text();
 }
 
 TEST(EventBusTest, WorksInTheParentAfterAFork)

@@ -52,3 +52,9 @@ check_linker_flag(C -Wl,-z,noseparate-code KORVANE_SHARES_SEGMENTS)
 set(kv_small_link_options
     $<$<BOOL:${KORVANE_PACKS_RELOCATIONS}>:-Wl,-z,pack-relative-relocs>
     $<$<BOOL:${KORVANE_SHARES_SEGMENTS}>:-Wl,-z,noseparate-code>)
+
+# A shared library links only if every symbol it uses is defined. clang links the sanitizers' runtime into the program
+# and not into its libraries, so a library built by clang for a sanitizer always has undefined symbols.
+if(NOT (CMAKE_C_COMPILER_ID MATCHES Clang AND CMAKE_C_FLAGS MATCHES -fsanitize=))
+    set(kv_no_undefined_symbols -Wl,-z,defs)
+endif()

@@ -34,10 +34,10 @@ TEST_P(AnExampleWithAgent, IsAHubThatRepresentsOthers)
     EXPECT_EQ(home.journalled({R"("device_nos":[3],"presence":false)"}), since("1.4", 1));
     EXPECT_EQ(requests("common_interface"), since("2.0", 3)) << "the types";
     EXPECT_EQ(program.said("group: "), since("1.5", 1));
-    EXPECT_EQ(program.said("group: the agent does not tell"), 0);
+    EXPECT_EQ(program.said("group: no event from the agent"), 0);
     EXPECT_EQ(program.said("presence: lock-0001: 1"), since("1.6", 1));
     EXPECT_EQ(program.said("presence: fan-0001: 0"), since("1.6", 1));
-    EXPECT_EQ(program.said("presence: nobody is registered"), since("1.6", 1));
+    EXPECT_EQ(program.said("presence: no sub-device is registered"), since("1.6", 1));
     EXPECT_EQ(requests("unregister_sub_device"), since("1.1", 3));
     EXPECT_EQ(home.journalled({R"("problem")"}), 0);
     EXPECT_EQ(requests("stop"), 1);
@@ -87,7 +87,7 @@ TEST_F(OtherExamples, TheHubDoesNotWaitForEverForItsGroup)
     agent.tell("fault get_group_id result 0"); // is answered so, and nothing follows
     Program program{hub, {}};
     EXPECT_EQ(program.wait(), 0) << program.out();
-    EXPECT_EQ(program.said("group: the agent does not tell"), 1);
+    EXPECT_EQ(program.said("group: no event from the agent"), 1);
 }
 
 TEST_F(OtherExamples, AFailedStepOfTheHubShowsInItsExitStatus)

@@ -180,7 +180,7 @@ TEST_F(Washer, TakesNetworkNamesAsTheBytesThatTheyAre)
     Program program{washer, with({"--radio", radio})};
     ASSERT_TRUE(program.says("washer: ready"));
     agent.tell("emit scan_ap_cb [1]");
-    program.says("scan: 2 access points, 1 with a name that can be told");
+    program.says("scan: 2 access points, 1 with a name that can be sent");
     program.says("send_ap_list: NONE");
     const std::string in_json{"\xff\\u0001\\\"\\\\\\u001b\xc3 32 bytes, no UTF-8 text!\x80"};
     // The journal shows bytes that are no text as replacement characters.
@@ -200,7 +200,7 @@ TEST_F(Washer, SaysThatThereIsNothingToTellOfAnEmptyScan)
     program.says("send_ap_list: left out");
     file("radio", "[{]");
     agent.tell("emit scan_ap_cb [2]");
-    program.says("radio: " + path("radio") + ": it is no JSON array of access points");
+    program.says("radio: " + path("radio") + ": not a JSON array of access points");
     stops(program);
     EXPECT_EQ(home.journalled({R"("ap_list")"}), 0);
 }

@@ -122,11 +122,11 @@ INSTANTIATE_TEST_SUITE_P(
         WrongLine{"NoTime", {"--join-ms", "soon"}, "for --join-ms"},
         WrongLine{"NoValue", {"--state"}, "Missing argument for --state"},
         WrongLine{"NoRadio", {"--radio", "/nonexistent/radio"}, "/nonexistent/radio"},
-        WrongLine{"NoSigningRequest", {"--csr", "/nonexistent/csr"}, "/nonexistent/csr: there is no such file"},
+        WrongLine{"NoSigningRequest", {"--csr", "/nonexistent/csr"}, "/nonexistent/csr: no such file"},
         WrongLine{"NoAccount", {"--account", "/nonexistent/account"}, "/nonexistent/account"},
-        WrongLine{"AccountOfAnotherForm", {"--account", "RADIO"}, "it is no JSON object"},
+        WrongLine{"AccountOfAnotherForm", {"--account", "RADIO"}, "not a JSON object"},
         WrongLine{"StateOfAnotherForm", {"--state", "RADIO"}, "radio: "},
-        WrongLine{"RadioOfAnotherForm", {"--radio", "RADIO"}, "it is no JSON array of access points", "{}"},
+        WrongLine{"RadioOfAnotherForm", {"--radio", "RADIO"}, "not a JSON array of access points", "{}"},
         WrongLine{"NoObject", {"--radio", "RADIO"}, "access point 2: it is no object", R"([{"ssid":"a"},7])"},
         WrongLine{"NoName", {"--radio", "RADIO"}, "access point 1: it has either \"ssid\" or \"ssid_hex\"", "[{}]"},
         WrongLine{"TwoNames", {"--radio", "RADIO"}, "it has either", R"([{"ssid":"a","ssid_hex":"61"}])"},
@@ -151,7 +151,7 @@ INSTANTIATE_TEST_SUITE_P(
                   R"([{"ssid":"a","frequency":2412.5}])"},
         WrongLine{"NoText", {"--radio", "RADIO"}, "\"password\" is a text", R"([{"ssid":"a","password":1}])"},
         WrongLine{"MisspeltMember", {"--radio", "RADIO"}, "\"chanel\" is not known", R"([{"ssid":"a","chanel":1}])"},
-        WrongLine{"MoreThanJson", {"--radio", "RADIO"}, "it is no JSON array of access points", "[] []"},
+        WrongLine{"MoreThanJson", {"--radio", "RADIO"}, "not a JSON array of access points", "[] []"},
         WrongLine{"NoTruth", {"--radio", "RADIO"}, "\"gone\" is true or false", R"([{"ssid":"a","gone":1}])"}),
     [](const auto &line) { return std::string{line.param.name}; });
 

@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: Apache-2.0
 # kv_add_test(<name> SOURCES <file>... [LIBS <target>...] [DEFINITIONS <def>...] [DBUS] [TIMEOUT <seconds>])
 #
-# One gtest executable and one entry of ctest. DBUS runs it below a message bus of its own.
+# Adds one gtest executable and one ctest entry. DBUS runs it with a private message bus.
 
 find_package(GTest REQUIRED)
 
-# Reading these takes a third of the time of building a test, so it is done once for all of them.
+# These headers take a third of the compile time of a test, so they are precompiled once for all tests.
 add_library(kv_test_headers OBJECT ${CMAKE_CURRENT_LIST_DIR}/test_headers.cpp)
 target_link_libraries(kv_test_headers PRIVATE kv_warnings GTest::gtest)
 target_precompile_headers(kv_test_headers PRIVATE <gtest/gtest.h> <algorithm> <functional> <map> <memory> <optional>

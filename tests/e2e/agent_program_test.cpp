@@ -2,6 +2,7 @@
 // The agent as a program: its command line, its package entry, its commands, its ends.
 #include "support/agent_process.hpp"
 #include "support/program.hpp"
+#include "testing/support/wait.hpp"
 
 #include <package_info.h>
 
@@ -11,14 +12,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include <poll.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-using kv::test::AgentHome;
-using kv::test::AgentProcess;
-using kv::test::Program;
-using kv::test::run_agent;
+using namespace kv::test;
 
 namespace {
 
@@ -38,8 +32,8 @@ TEST(AgentProgram, SaysInOneLineThatItIsReady)
 {
     AgentHome home;
     Program agent{KORVANE_AGENT_PATH, {"--agent-version", "1.2"}};
-    agent.says("\n");
-    EXPECT_EQ(agent.out(), "korvane-agent 1.2 ready, process " + std::to_string(agent.pid()) + "\n");
+    agent.wait_for_output("\n");
+    EXPECT_EQ(agent.output(), "korvane-agent 1.2 ready, process " + std::to_string(agent.pid()) + "\n");
 }
 
 TEST(AgentProgram, EntersItselfAsTheInstalledAgent)
@@ -53,9 +47,9 @@ TEST(AgentProgram, CanBeInstalledAndUninstalledWithoutRunning)
 {
     AgentHome home;
     EXPECT_EQ(installed_version(), "");
-    EXPECT_EQ(run_agent({"--install", "--agent-version", "2.0"}).status, 0);
+    EXPECT_EQ(run_agent({"--install", "--agent-version", "2.0"}).exit_status, 0);
     EXPECT_EQ(installed_version(), "2.0");
-    EXPECT_EQ(run_agent({"--uninstall"}).status, 0);
+    EXPECT_EQ(run_agent({"--uninstall"}).exit_status, 0);
     EXPECT_EQ(installed_version(), "");
 }
 
@@ -63,37 +57,37 @@ TEST(AgentProgram, PutsItsDirectoriesWhereTheCommandLineSays)
 {
     AgentHome home;
     const std::string elsewhere = home.root() / "elsewhere";
-    EXPECT_EQ(run_agent({"--install", "--package-dir", elsewhere}).status, 0);
+    EXPECT_EQ(run_agent({"--install", "--package-dir", elsewhere}).exit_status, 0);
     EXPECT_EQ(installed_version(), "");
     EXPECT_FALSE(std::filesystem::is_empty(elsewhere));
 }
 
 TEST(AgentProgram, RefusesAVersionThatNeverWasAndNamesThoseThatWere)
 {
-    const auto finished = run_agent({"--agent-version", "2.4"});
-    EXPECT_EQ(finished.status, 2);
-    EXPECT_NE(finished.err.find("'2.4'"), std::string::npos) << finished.err;
-    EXPECT_NE(finished.err.find("1.0, 1.1, 1.2, 1.3, 1.4, 1.5, 1.6, 2.0, 2.1, 2.2, 2.3"), std::string::npos)
-        << finished.err;
-    EXPECT_EQ(finished.out, "");
+    const auto result = run_agent({"--agent-version", "2.4"});
+    EXPECT_EQ(result.exit_status, 2);
+    EXPECT_NE(result.error_output.find("'2.4'"), std::string::npos) << result.error_output;
+    EXPECT_NE(result.error_output.find("1.0, 1.1, 1.2, 1.3, 1.4, 1.5, 1.6, 2.0, 2.1, 2.2, 2.3"), std::string::npos)
+        << result.error_output;
+    EXPECT_EQ(result.output, "");
 }
 
 TEST(AgentProgram, RefusesWhatItDoesNotUnderstand)
 {
     for (const char *wrong : {"--no-such-option", "word", "--log", "--install=yes", "-x"}) {
-        const auto finished = run_agent({wrong});
-        EXPECT_EQ(finished.status, 2) << wrong;
-        EXPECT_NE(finished.err.find("korvane-agent: "), std::string::npos) << finished.err;
+        const auto result = run_agent({wrong});
+        EXPECT_EQ(result.exit_status, 2) << wrong;
+        EXPECT_NE(result.error_output.find("korvane-agent: "), std::string::npos) << result.error_output;
     }
 }
 
 TEST(AgentProgram, HelpsWithExamplesAndAllCommands)
 {
-    const auto finished = run_agent({"--help"});
-    EXPECT_EQ(finished.status, 0);
+    const auto result = run_agent({"--help"});
+    EXPECT_EQ(result.exit_status, 0);
     for (const char *part : {"Usage:", "--agent-version", "Commands:", "Faults:", "Examples:", "start_async_cb"})
-        EXPECT_NE(finished.out.find(part), std::string::npos) << part;
-    EXPECT_EQ(run_agent({"--version"}).status, 0);
+        EXPECT_NE(result.output.find(part), std::string::npos) << part;
+    EXPECT_EQ(run_agent({"--version"}).exit_status, 0);
 }
 
 TEST(AgentProgram, RefusesToBeTheSecondAndLeavesTheFirstsEntryAlone)
@@ -101,27 +95,27 @@ TEST(AgentProgram, RefusesToBeTheSecondAndLeavesTheFirstsEntryAlone)
     AgentHome home;
     AgentProcess first{home, {"--agent-version", "2.1"}};
     const auto second = run_agent({"--agent-version", "1.0"});
-    EXPECT_EQ(second.status, 3);
-    EXPECT_NE(second.err.find("another agent serves this port"), std::string::npos) << second.err;
+    EXPECT_EQ(second.exit_status, 3);
+    EXPECT_NE(second.error_output.find("another agent serves this port"), std::string::npos) << second.error_output;
     EXPECT_EQ(installed_version(), "2.1");
-    first.tell("state");
+    first.run_command("state");
 }
 
 TEST(AgentProgram, SaysWhyItCannotServe)
 {
     AgentHome home;
     std::ofstream{home.runtime()} << "a file where the directory should be";
-    const auto finished = run_agent({});
-    EXPECT_EQ(finished.status, 1);
-    EXPECT_NE(finished.err.find("cannot serve the port"), std::string::npos) << finished.err;
+    const auto result = run_agent({});
+    EXPECT_EQ(result.exit_status, 1);
+    EXPECT_NE(result.error_output.find("cannot serve the port"), std::string::npos) << result.error_output;
 }
 
 TEST(AgentProgram, SaysWhyItCannotOpenItsLog)
 {
     AgentHome home;
-    const auto finished = run_agent({"--log", home.root() / "missing" / "log"});
-    EXPECT_EQ(finished.status, 1);
-    EXPECT_NE(finished.err.find("cannot open the log"), std::string::npos) << finished.err;
+    const auto result = run_agent({"--log", home.root() / "missing" / "log"});
+    EXPECT_EQ(result.exit_status, 1);
+    EXPECT_NE(result.error_output.find("cannot open the log"), std::string::npos) << result.error_output;
 }
 
 TEST(AgentProgram, StopsCleanlyWhenAsked)
@@ -131,7 +125,7 @@ TEST(AgentProgram, StopsCleanlyWhenAsked)
         AgentProcess agent{home};
         agent.signal(signal);
         EXPECT_EQ(agent.wait(), 0);
-        EXPECT_EQ(home.journalled({R"("agent":"stopped")"}), 1);
+        EXPECT_EQ(home.count_in_journal({R"("agent":"stopped")"}), 1);
         AgentProcess next{home};
     }
 }
@@ -140,7 +134,7 @@ TEST(AgentProgram, StopsByCommand)
 {
     AgentHome home;
     AgentProcess agent{home};
-    agent.tell("quit");
+    agent.run_command("quit");
     EXPECT_EQ(agent.wait(), 0);
 }
 
@@ -153,38 +147,26 @@ TEST(AgentProgram, FollowsOneThatWasKilled)
         EXPECT_EQ(killed.wait(), -SIGKILL);
     }
     AgentProcess next{home};
-    next.tell("state");
+    next.run_command("state");
 }
 
 TEST(AgentProgram, EndsWithTheProgramThatStartedIt)
 {
     AgentHome home;
-    const auto journalled = [&home](const char *what) {
-        for (int waited = 0; waited < kv::test::deadline_ms; waited += 5) {
-            if (home.journalled({what}) > 0)
-                return true;
-            ::poll(nullptr, 0, 5);
-        }
-        return false;
-    };
-    const pid_t parent = ::fork();
-    if (parent == 0) {
-        const std::string line = std::string{KORVANE_AGENT_PATH} + " --exit-with-parent --log '" + home.log().string() +
-                                 "' >/dev/null & wait";
-        ::execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
-        ::_exit(127);
+    const std::string script =
+        std::string{KORVANE_AGENT_PATH} + " --exit-with-parent --log '" + home.log().string() + "' & wait";
+    {
+        Program parent{"sh", {"-c", script}};
+        EXPECT_TRUE(wait_until([&] { return home.count_in_journal({R"("agent":"ready")"}) == 1; }));
     }
-    EXPECT_TRUE(journalled(R"("agent":"ready")"));
-    ::kill(parent, SIGKILL);
-    ::waitpid(parent, nullptr, 0);
-    EXPECT_TRUE(journalled(R"("agent":"stopped")"));
+    EXPECT_TRUE(wait_until([&] { return home.count_in_journal({R"("agent":"stopped")"}) == 1; }));
 }
 
 TEST(AgentProgram, ShowsItsState)
 {
     AgentHome home;
     AgentProcess agent{home, {"--device-id", "11111111-2222-4333-8444-555555555555", "--update-ready"}};
-    const std::string state = agent.command("state");
+    const std::string state = agent.reply_to("state");
     for (const char *part : {R"("version":"2.3")", R"("device_id":"11111111-2222-4333-8444-555555555555")",
                              R"("running":false)", R"("update_ready":true)", R"("peers":[])", R"("faults":{})"})
         EXPECT_NE(state.find(part), std::string::npos) << state;
@@ -230,7 +212,7 @@ TEST(AgentProgram, AnswersEachWrongCommandWithTheReason)
         {"stop-play", "no scenario is being played"},
     };
     for (const auto &[line, reason] : wrong) {
-        const std::string answer = agent.command(line);
+        const std::string answer = agent.reply_to(line);
         EXPECT_EQ(answer.find(R"("ok":true)"), std::string::npos) << line << ": " << answer;
         EXPECT_NE(answer.find(reason), std::string::npos) << line << ": " << answer;
     }
@@ -241,9 +223,9 @@ TEST(AgentProgram, TakesNoCommandsFromAFileThatIsNoFifo)
     AgentHome home;
     const std::string file = home.root() / "commands";
     std::ofstream{file} << "quit\n";
-    const auto finished = run_agent({"--command-fifo", file});
-    EXPECT_EQ(finished.status, 1);
-    EXPECT_NE(finished.err.find("not a FIFO"), std::string::npos) << finished.err;
+    const auto result = run_agent({"--command-fifo", file});
+    EXPECT_EQ(result.exit_status, 1);
+    EXPECT_NE(result.error_output.find("not a FIFO"), std::string::npos) << result.error_output;
     EXPECT_TRUE(std::filesystem::exists(file));
 }
 

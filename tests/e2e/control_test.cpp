@@ -2,13 +2,13 @@
 // The control API as its clients meet it: what it answers, and what it refuses of whoever means no good.
 #include "control_client.hpp"
 #include "support/program.hpp"
+#include "testing/support/wait.hpp"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <fstream>
 
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -61,7 +61,7 @@ TEST_F(Control, RunsCommands)
     ControlConnection connection{home};
     EXPECT_EQ(connection.post("update", R"({"step":"ready","value":"on"})").body, R"({"ok":true})");
     EXPECT_EQ(connection.get("/v1/state?path=update_ready").body, R"({"ok":true,"state":true})");
-    EXPECT_EQ(connection.ask("POST", "/v1/state").status, 200) << "no body is an empty one";
+    EXPECT_EQ(connection.request("POST", "/v1/state").status, 200) << "no body is an empty one";
     EXPECT_EQ(connection.post("quit").body, R"({"ok":true})");
     EXPECT_EQ(agent.wait(), 0);
     EXPECT_FALSE(std::filesystem::exists(home.runtime() / "control"));
@@ -119,7 +119,7 @@ TEST_F(Control, SaysWhatIsWrongWithARequest)
     };
     for (const Wrong &one : wrong) {
         ControlConnection fresh{home};
-        const Response response = fresh.ask(one.method, one.target, {}, one.body);
+        const Response response = fresh.request(one.method, one.target, {}, one.body);
         EXPECT_EQ(response.status, one.status) << one.method << " " << one.target << " " << one.body.substr(0, 80);
         EXPECT_EQ(response.at("ok"), "false") << response.body;
         EXPECT_NE(response.at("error").find(one.reason), std::string::npos) << one.target << ": " << response.body;
@@ -166,12 +166,12 @@ TEST_F(Control, ReadsNoBodyThatIsTooLong)
         const Response response = connection.receive();
         EXPECT_EQ(response.status, 413) << length;
         EXPECT_EQ(response.at("error"), "the body must not be longer than 1 MiB");
-        EXPECT_TRUE(connection.is_closed_within(deadline_ms)) << "the rest is not waited for";
+        EXPECT_TRUE(connection.wait_for_close()) << "the rest is not waited for";
     }
     ControlConnection chunked{home};
     chunked.send(head + "Transfer-Encoding: chunked\r\n\r\n");
     EXPECT_EQ(chunked.receive().status, 411);
-    EXPECT_TRUE(chunked.is_closed_within(deadline_ms));
+    EXPECT_TRUE(chunked.wait_for_close());
 
     const std::string longest = R"({"event":")" + std::string((1 << 20) - 12, 'x') + R"("})";
     ASSERT_EQ(longest.size(), 1U << 20);
@@ -198,8 +198,8 @@ TEST_F(Control, ServesOthersWhileARequestIsHalfThereAndThenGivesItUp)
     ControlConnection not_even_a_head{home};
     not_even_a_head.send("POST /v1/em");
     EXPECT_EQ(ControlConnection{home}.get("/v1/count").status, 200);
-    EXPECT_TRUE(half.is_closed_within(2 * deadline_ms));
-    EXPECT_TRUE(not_even_a_head.is_closed_within(2 * deadline_ms));
+    EXPECT_TRUE(half.wait_for_close());
+    EXPECT_TRUE(not_even_a_head.wait_for_close());
     EXPECT_EQ(ControlConnection{home}.get("/v1/count").status, 200);
 }
 
@@ -214,14 +214,11 @@ TEST_F(Control, TurnsAwayMoreThan64Connections)
     const Response response = one_too_many.get("/v1/count");
     EXPECT_EQ(response.status, 503);
     EXPECT_EQ(response.at("error"), "there are 64 connections already; close one");
-    EXPECT_TRUE(one_too_many.is_closed_within(deadline_ms));
+    EXPECT_TRUE(one_too_many.wait_for_close());
 
     connections.pop_back();
     const auto is_served = [this] { return ControlConnection{home}.get("/v1/count").status == 200; };
-    bool served = false;
-    for (int i = 0; i < 1000 && !(served = is_served()); ++i)
-        ::poll(nullptr, 0, 10);
-    EXPECT_TRUE(served) << "when one has gone there is room again";
+    EXPECT_TRUE(wait_until(is_served)) << "when one has gone there is room again";
     EXPECT_EQ(connections.front().get("/v1/count").status, 200);
 }
 
@@ -254,7 +251,7 @@ TEST(ControlSocket, OfAnAgentThatWasKilledIsReplaced)
     EXPECT_EQ(ControlConnection{home}.get("/v1/state?path=running").status, 200);
     EXPECT_EQ(control_file(home).at("pid"), std::to_string(next.pid()));
 
-    EXPECT_EQ(run_agent({}).status, 3) << "one too many";
+    EXPECT_EQ(run_agent({}).exit_status, 3) << "one too many";
     EXPECT_EQ(ControlConnection{home}.get("/v1/count").status, 200) << "which has left the socket alone";
 }
 
@@ -264,9 +261,9 @@ TEST(ControlSocket, DoesNotReplaceWhatIsNoSocket)
     std::filesystem::create_directories(home.runtime());
     std::filesystem::permissions(home.runtime(), std::filesystem::perms::owner_all);
     std::ofstream{home.runtime() / "control"} << "precious";
-    const auto finished = run_agent({});
-    EXPECT_EQ(finished.status, 1);
-    EXPECT_NE(finished.err.find("there is something else; remove it"), std::string::npos) << finished.err;
+    const auto result = run_agent({});
+    EXPECT_EQ(result.exit_status, 1);
+    EXPECT_NE(result.error_output.find("there is something else; remove it"), std::string::npos) << result.error_output;
     EXPECT_TRUE(std::filesystem::exists(home.runtime() / "control"));
 }
 
@@ -274,19 +271,19 @@ TEST(ControlPortOfAnAgent, IsToldInTheReadyLine)
 {
     AgentHome home;
     Program agent{KORVANE_AGENT_PATH, {"--http", "0"}};
-    agent.says("\n");
+    agent.wait_for_output("\n");
     const Document told = control_file(home);
-    EXPECT_EQ(agent.out(), "korvane-agent 2.3 ready, process " + std::to_string(agent.pid()) +
-                               ", console http://127.0.0.1:" + told.at("http.port") + "/#" + told.at("http.token") +
-                               "\n");
+    EXPECT_EQ(agent.output(), "korvane-agent 2.3 ready, process " + std::to_string(agent.pid()) +
+                                  ", console http://127.0.0.1:" + told.at("http.port") + "/#" + told.at("http.token") +
+                                  "\n");
 }
 
 TEST_F(ControlPort, IsToldInTheFileAndTheJournal)
 {
     EXPECT_GT(port, 0);
     EXPECT_EQ(control_file(home).at("http.token"), token);
-    EXPECT_EQ(home.journalled({R"("agent":"ready")", R"("http":)" + std::to_string(port)}), 1);
-    EXPECT_EQ(home.journalled({token}), 0);
+    EXPECT_EQ(home.count_in_journal({R"("agent":"ready")", R"("http":)" + std::to_string(port)}), 1);
+    EXPECT_EQ(home.count_in_journal({token}), 0);
 }
 
 TEST_F(ControlPort, ShowsThePageToAnybodyAndTheRestToWhoeverKnowsTheToken)
@@ -300,7 +297,7 @@ TEST_F(ControlPort, ShowsThePageToAnybodyAndTheRestToWhoeverKnowsTheToken)
     for (const std::string wrong :
          {"Bearer ", "Bearer wrong-token-for-tests", "Bearer a-token-for-test", "bearer?", "Basic YTpi"}) {
         ControlConnection connection = connect();
-        EXPECT_EQ(connection.ask("GET", "/v1/count", "Authorization: " + wrong + "\r\n").status, 401) << wrong;
+        EXPECT_EQ(connection.request("GET", "/v1/count", "Authorization: " + wrong + "\r\n").status, 401) << wrong;
     }
     EXPECT_EQ(connect().get("/v1/count?token=" + token).status, 401) << "only a WebSocket may say it so";
     EXPECT_EQ(connect().upgrade("/v1/stream?token=" + token).status, 101);
@@ -328,25 +325,25 @@ TEST_F(ControlPort, CannotBeSteeredByAForeignPage)
     for (const std::string origin :
          {"http://evil.example", "null", "https://127.0.0.1", "http://127.0.0.1:1", "http://localhost"}) {
         const std::string header = "Origin: " + origin + "\r\n";
-        EXPECT_EQ(connect_with_token().ask("POST", "/v1/clear", header, "{}").status, 403) << origin;
+        EXPECT_EQ(connect_with_token().request("POST", "/v1/clear", header, "{}").status, 403) << origin;
         EXPECT_EQ(connect_with_token().upgrade("/v1/stream", header).status, 403) << origin;
-        EXPECT_EQ(connect_with_token().ask("GET", "/", header).status, 403) << origin;
+        EXPECT_EQ(connect_with_token().request("GET", "/", header).status, 403) << origin;
         const Response preflight =
-            connect().ask("OPTIONS", "/v1/clear", header + "Access-Control-Request-Method: POST\r\n");
+            connect().request("OPTIONS", "/v1/clear", header + "Access-Control-Request-Method: POST\r\n");
         EXPECT_EQ(preflight.status, 403);
         EXPECT_EQ(preflight.head.find("Access-Control-Allow"), std::string::npos);
     }
     const std::string own = "Origin: http://127.0.0.1:" + std::to_string(port) + "\r\n";
-    EXPECT_EQ(connect_with_token().ask("POST", "/v1/clear", own, "{}").status, 200);
+    EXPECT_EQ(connect_with_token().request("POST", "/v1/clear", own, "{}").status, 200);
     EXPECT_EQ(connect_with_token().upgrade("/v1/stream", own).status, 101);
 }
 
 TEST_F(ControlPort, ThatIsInUseIsSaid)
 {
     AgentHome another;
-    const auto finished = run_agent({"--http", std::to_string(port)});
-    EXPECT_EQ(finished.status, 1);
-    EXPECT_NE(finished.err.find("choose another one with --http"), std::string::npos) << finished.err;
+    const auto result = run_agent({"--http", std::to_string(port)});
+    EXPECT_EQ(result.exit_status, 1);
+    EXPECT_NE(result.error_output.find("choose another one with --http"), std::string::npos) << result.error_output;
 }
 
 TEST(ControlOptions, AreChecked)
@@ -357,9 +354,9 @@ TEST(ControlOptions, AreChecked)
                                                {"--http", "web"},
                                                {"--http-token", "short"},
                                                {"--http-token", "with space"}}) {
-        const auto finished = run_agent(wrong);
-        EXPECT_EQ(finished.status, 2) << wrong.back();
-        EXPECT_NE(finished.err.find(wrong.front()), std::string::npos) << finished.err;
+        const auto result = run_agent(wrong);
+        EXPECT_EQ(result.exit_status, 2) << wrong.back();
+        EXPECT_NE(result.error_output.find(wrong.front()), std::string::npos) << result.error_output;
     }
 }
 
@@ -367,9 +364,9 @@ TEST(ControlOptions, TakeTheTokenFromTheEnvironment)
 {
     AgentHome home;
     ::setenv("KORVANE_HTTP_TOKEN", "with space in it", 1);
-    const auto finished = run_agent({});
-    EXPECT_EQ(finished.status, 2);
-    EXPECT_NE(finished.err.find("KORVANE_HTTP_TOKEN wants"), std::string::npos) << finished.err;
+    const auto result = run_agent({});
+    EXPECT_EQ(result.exit_status, 2);
+    EXPECT_NE(result.error_output.find("KORVANE_HTTP_TOKEN wants"), std::string::npos) << result.error_output;
     ::setenv("KORVANE_HTTP_TOKEN", "a-token-that-is-not-shown", 1);
     AgentProcess agent{home, {"--http", "0"}};
     ::unsetenv("KORVANE_HTTP_TOKEN");

@@ -111,6 +111,14 @@ std::optional<std::string> wait_for_line(ChildProcess &agent, milliseconds timeo
     return line;
 }
 
+/// Whether the line is {"agent":"ready",...}.
+bool reports_ready(const std::string &line)
+{
+    const Json report = parse(line);
+    const char *state = cJSON_GetStringValue(member(report, "agent"));
+    return state && std::string_view{state} == "ready";
+}
+
 } // namespace
 
 struct korvane_test_agent_s {
@@ -119,7 +127,7 @@ struct korvane_test_agent_s {
           process({.words = command_line(options, directory), .error_file = directory / "agent.err"})
     {
         const std::optional<std::string> line = wait_for_line(process, reply_timeout);
-        if (!line || line->find(" ready, ") == std::string::npos)
+        if (!line || !reports_ready(*line))
             throw std::runtime_error{"the agent does not become ready: " + first_line_of_file(directory / "agent.err")};
     }
 

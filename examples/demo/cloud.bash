@@ -11,7 +11,7 @@ lives_in_the_cloud() {
     kill -TERM "$device"
     end_device
     await "$stage/agent" 'agent stopped'
-    agent_played_well
+    scenario_passed
     device_says 'cloud account: signed up' 'cloud session: signed in' 'cloud session: lost, error -104' \
         'cloud session: back after' 'nick name: The one in the cellar (device 0)'
     grep -q '^nick name=The one in the cellar$' "$stage/state" || fail 'the washer did not keep its name'

@@ -13,7 +13,7 @@ setup_with() {
     kill -TERM "$device"
     end_device
     await "$stage/agent" 'agent stopped'
-    agent_played_well
+    scenario_passed
     device_says 'display: PIN 20260417' 'display: dark' 'country: FR' 'join: failed: the password is wrong' \
         'join: failed: there is no such network' 'join: joined home' 'soft access point: stopped' 'setup status: 4' 'stop: NONE'
     grep -q '^language=fr-FR$' "$stage/state" || fail 'the washer did not keep its language'

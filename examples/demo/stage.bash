@@ -19,7 +19,7 @@ start_agent() {
     "$agent_program" --verbose --command-fifo "$stage/commands" "$@" >"$stage/answers" 2>"$stage/agent" &
     agent=$!
     disown # it may be killed, which is none of the shell's business
-    await "$stage/answers" ready
+    await "$stage/answers" '"agent":"ready"'
 }
 
 steer() {
@@ -59,7 +59,7 @@ await_count() {
 await_end_of_play() {
     local tries
     for ((tries = 0; tries < patience; tries++)); do
-        grep -qE '^(played well|failed: )' "$stage/answers" && return
+        grep -qF '"scenario":' "$stage/answers" && return
         sleep 0.02
     done
     fail 'the scenario does not end'
@@ -90,8 +90,8 @@ agent_does_not_note() {
     ! grep -qF -- "$1" "$stage/agent" || fail "the agent noted '$1'"
 }
 
-agent_played_well() {
-    grep -q '^played well' "$stage/answers" || fail "the scenario $(grep '^failed' "$stage/answers")"
+scenario_passed() {
+    grep -qxF '{"scenario":"passed"}' "$stage/answers" || fail "the scenario failed: $(grep -F '"scenario":' "$stage/answers")"
 }
 
 exits_with() {

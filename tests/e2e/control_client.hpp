@@ -32,6 +32,22 @@ private:
 
 std::string text_of(const cJSON *value);
 
+/// Status codes of responses.
+namespace http {
+inline constexpr int switching_protocols = 101;
+inline constexpr int ok = 200;
+inline constexpr int bad_request = 400;
+inline constexpr int unauthorized = 401;
+inline constexpr int forbidden = 403;
+inline constexpr int not_found = 404;
+inline constexpr int method_not_allowed = 405;
+inline constexpr int length_required = 411;
+inline constexpr int content_too_large = 413;
+inline constexpr int misdirected_request = 421;
+inline constexpr int upgrade_required = 426;
+inline constexpr int service_unavailable = 503;
+} // namespace http
+
 struct Response {
     int status = 0; // 0 if no response arrived
     std::string head{};

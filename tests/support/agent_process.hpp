@@ -62,6 +62,14 @@ private:
     std::optional<korvane::test::Agent> agent_{};
 };
 
+/// Exit statuses of the agent's program.
+namespace agent_exit {
+inline constexpr int stopped = 0;
+inline constexpr int failed = 1;
+inline constexpr int wrong_usage = 2;
+inline constexpr int port_in_use = 3;
+} // namespace agent_exit
+
 struct ProgramResult {
     int exit_status = -1; ///< or minus the number of a signal
     std::string output;

@@ -19,7 +19,7 @@ start_agent() {
     "$agent_program" --verbose --command-fifo "$dir/commands" "$@" >"$dir/answers" 2>"$dir/agent" &
     agent=$!
     disown # a section may kill the agent; the shell would report that
-    await "$dir/answers" ready
+    await "$dir/answers" '"agent":"ready"'
 }
 
 # command_agent COMMAND [ARGUMENT...]: runs a command of the agent and waits until it has succeeded.
@@ -60,7 +60,7 @@ await_count() {
 await_scenario_end() {
     local tries
     for ((tries = 0; tries < max_tries; tries++)); do
-        grep -qE '^(played well|failed: )' "$dir/answers" && return
+        grep -qF '"scenario":' "$dir/answers" && return
         sleep 0.02
     done
     fail 'the scenario did not end'
@@ -92,7 +92,7 @@ agent_did_not_log() {
 }
 
 scenario_passed() {
-    grep -q '^played well' "$dir/answers" || fail "the scenario $(grep '^failed' "$dir/answers")"
+    grep -qxF '{"scenario":"passed"}' "$dir/answers" || fail "the scenario failed: $(grep -F '"scenario":' "$dir/answers")"
 }
 
 exited_with() {

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int package_not_installed = -18153359;
 
-/// A version of absurd numbers stays above every minimum instead of wrapping around to below it.
+/// Numbers beyond the range of an int are limited, so that a huge version does not wrap to one below every minimum.
 int version_number(long major, long minor)
 {
     long number = 0;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// The agent's application id, by which the package manager and the ports know it.
+/// The agent's application id, for package manager and ports.
 #define KORVANE_AGENT_APPID "org.korvane.agent"
 /// The port on which the agent serves the kv_master interface.
 #define KORVANE_AGENT_PORT "kv_master"
@@ -16,10 +16,10 @@ constexpr int since(int major, int minor)
     return 1000 * major + minor;
 }
 
-/// The minimum of functions that every agent knows. An agent whose version cannot be read passes it.
+/// The minimum version of functions that every agent knows. An agent whose version cannot be read passes it.
 inline constexpr int any_agent = 0;
 
-/// What this process knows of the agent. Read and written on the application's main-loop thread only.
+/// The state of the installed agent, as far as this process knows it. Only the main-loop thread uses it.
 struct AgentState {
     enum Support : int { unknown = -1, absent = 0, present = 1 };
     enum Update : int { none = 0, started = 1, installing = 2 };
@@ -28,15 +28,15 @@ struct AgentState {
     int version = 0; // 0: not yet known
     int update = none;
 
-    /// Asks the package manager whether the agent is installed. Only its definite "no" counts as absent.
+    /// Asks the package manager whether the agent is installed. Only a definite "not installed" counts as absent.
     void determine_support();
-    /// The cached version, else read afresh; 0 when it cannot be read.
+    /// Returns the cached version, or reads it. Returns 0 if it cannot be read.
     int current_version();
 };
 
 extern AgentState agent;
 
-/// Reads the installed agent's version and caches it; 0, with nothing cached, when it cannot be read.
+/// Reads and caches the installed agent's version. Returns 0, and caches nothing, if it cannot be read.
 int _get_agent_version();
 
 } // namespace kv

@@ -5,7 +5,7 @@
 
 namespace kv {
 
-/// Text that is part of a type: a name in the interface description, the format of a log line.
+/// A text as part of a type: a name in the interface description, the format of a log line.
 template <std::size_t N>
 struct FixedText {
     char text[N]{};
@@ -37,7 +37,7 @@ consteval auto concatenated()
 
 } // namespace detail
 
-/// Said to be aligned as a text is, since compilers would otherwise round the place of a longer one up.
+/// Aligned as a text, since compilers round the position of a longer object up.
 template <FixedText... Parts>
 alignas(1) inline constexpr auto concat = detail::concatenated<Parts...>();
 

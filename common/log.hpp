@@ -5,7 +5,7 @@
 
 namespace kv {
 
-/// The version of the exported interface; it stands in every log line and is told to the agent.
+/// The version of the exported interface. Every log line contains it, and the agent receives it.
 struct ApiVersion {
     static constexpr int major = 2;
     static constexpr int minor = 3;
@@ -17,7 +17,7 @@ static_assert(ApiVersion::text.text[0] == '0' + ApiVersion::major &&
               ApiVersion::text.text[2] == '0' + ApiVersion::minor &&
               ApiVersion::text.text[4] == '0' + ApiVersion::patch && ApiVersion::text.length() == 5);
 
-/// A line under the application-facing tag. The file is the layer's, whichever file of it logs: people filter by it.
+/// A line under the tag that applications see. File names the layer, whichever of its files logs: people filter by it.
 template <FixedText File>
 struct TaggedSource {
     static constexpr const char *tag = "KORVANE-API";
@@ -35,12 +35,12 @@ struct TaggedSource {
     }
 };
 
-/// What exported functions, their trampolines and the gates in front of them log.
+/// For exported functions, their gates and trampolines.
 namespace api {
 using log = Logger<TaggedSource<"korvane.cpp">>;
 }
 
-/// What the runtime logs on its own account.
+/// For the runtime itself.
 namespace common {
 using log = Logger<TaggedSource<"korvane_common.cpp">>;
 }

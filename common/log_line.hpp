@@ -9,7 +9,7 @@
 
 namespace kv {
 
-/// Who writes a log line. As a default argument it is the function that the call stands in.
+/// The function that a log line names. As a default argument it is the function with the call.
 struct Caller {
     const char *function;
     int line;
@@ -20,7 +20,7 @@ struct Caller {
     }
 };
 
-/// A message with its printf conversions, as a type: written as "status [%d]"_fmt.
+/// A message with its printf conversions as a type, written as "status [%d]"_fmt.
 template <FixedText Message>
 struct Format {
 };
@@ -76,9 +76,9 @@ consteval bool takes()
 
 enum class Priority { info = 4, warning = 5, error = 6 };
 
-/// One line about to be written. The format that reaches the platform is put together by the compiler, so that a line
-/// below the log level costs one call and no formatting. A source says tag, prefix and suffix. Most messages have no
-/// conversions; those go to one format of the source, so that its prefix is not stored with each.
+/// Writes one line. The compiler concatenates the format that the platform receives, so a line below the log level costs
+/// one call and no formatting. Source defines tag, prefix and suffix. Messages without conversions share one format, so
+/// that the prefix is not stored with each of them.
 template <class Source>
 class LogLine {
 public:
@@ -95,7 +95,7 @@ public:
                        caller_.line, args...);
     }
 
-    /// A message that is taken as it is.
+    /// Writes a message without conversions.
     void text(const char *message) const { Source::print(static_cast<int>(priority_), caller_, message); }
 
 private:

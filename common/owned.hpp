@@ -8,11 +8,12 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace kv {
 
-/// Text from malloc, or none.
+/// Owns a text that was allocated with malloc, or null.
 class CText {
 public:
     CText() = default;
@@ -25,16 +26,16 @@ public:
     }
     ~CText() { free(text_); }
 
-    /// Empty when there was no memory; copying no text gives no text.
+    /// Holds null if `text` is null or memory runs out.
     static CText copy(const char *text) { return CText{text ? strdup(text) : nullptr}; }
 
     char *get() const { return text_; }
     explicit operator bool() const { return text_ != nullptr; }
     char *release() { return std::exchange(text_, nullptr); }
     void reset(char *text = nullptr) { free(std::exchange(text_, text)); }
-    /// The same where it is known to hold nothing yet.
+    /// Like reset(), for an object that is known to hold null.
     void fill(char *text) { text_ = text; }
-    /// For functions that hand out text through an argument. What was held is freed.
+    /// For functions that return a text through an argument. Frees the present text.
     char **out()
     {
         reset();
@@ -43,6 +44,49 @@ public:
 
 private:
     char *text_ = nullptr;
+};
+
+/// Returns a zero-filled object in memory from malloc, or null. Everything that an opaque handle refers to is made so.
+template <class T, class... Arguments>
+T *make_zeroed(Arguments... arguments)
+{
+    void *memory = calloc(1, sizeof(T));
+    return memory ? new (memory) T{arguments...} : nullptr;
+}
+
+template <class T>
+void destroy(T *object)
+{
+    object->~T();
+    free(object);
+}
+
+/// Owns an object of make_zeroed().
+template <class T>
+class Owned {
+public:
+    Owned() = default;
+    explicit Owned(T *object) : object_(object) {}
+    Owned(Owned &&other) noexcept : object_(other.release()) {}
+    Owned &operator=(Owned &&other) noexcept
+    {
+        reset(other.release());
+        return *this;
+    }
+    ~Owned() { reset(); }
+
+    T *get() const { return object_; }
+    T *operator->() const { return object_; }
+    explicit operator bool() const { return object_ != nullptr; }
+    T *release() { return std::exchange(object_, nullptr); }
+    void reset(T *object = nullptr)
+    {
+        if (T *old = std::exchange(object_, object))
+            destroy(old);
+    }
+
+private:
+    T *object_ = nullptr;
 };
 
 class PackageInfo {
@@ -89,8 +133,7 @@ private:
     event_handler_h handler_ = nullptr;
 };
 
-/// One idle source of the main context that was the thread's default when this object was made. It must not outlive what
-/// it calls.
+/// One idle source of the main context that was the thread's default when this object was made. Destruction removes it.
 class IdleSource {
 public:
     IdleSource() : context_(g_main_context_get_thread_default())
@@ -122,7 +165,7 @@ public:
         g_source_unref(source);
     }
 
-    /// The source is running and removes itself.
+    /// To be called by the source's function, which then returns G_SOURCE_REMOVE.
     void ran() { id_ = 0; }
 
     void remove()

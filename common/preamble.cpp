@@ -44,7 +44,7 @@ Preamble &Preamble::agent_present(int minimum_version)
     if (!require(agent.support != AgentState::absent, KORVANE_ERROR_NOT_SUPPORTED, "Not Supported"_fmt).passed())
         return *this;
 
-    // An agent whose version cannot be read counts as 0: it passes where every agent would, and nowhere else.
+    // A version that cannot be read counts as 0: it passes functions that every agent knows, and no others.
     return require(agent.current_version() >= minimum_version, KORVANE_ERROR_AGENT_VERSION_LOWER,
                    "agent version is lower!!"_fmt);
 }

@@ -7,8 +7,8 @@
 
 namespace kv {
 
-/// The beginning of an exported function: entry line, gates and argument checks, in the order in which they are written
-/// down. The first that fails logs its reason and decides the result; nothing after it logs or decides anything.
+/// The beginning of an exported function: entry line, gates and argument checks, in the order of the calls. The first that
+/// fails logs its reason and decides the result; later ones do nothing.
 class Preamble {
 public:
     explicit Preamble(Caller caller);
@@ -16,12 +16,12 @@ public:
     Preamble(const Preamble &) = delete;
     Preamble &operator=(const Preamble &) = delete;
 
-    /// The agent is installed and at least of this version (see since()).
+    /// Requires an installed agent of at least this version (see since()).
     Preamble &agent_present(int minimum_version);
 
     Preamble &require_handle(const void *handle);
 
-    /// The condition is computed even when an earlier check has failed, so it must only compare.
+    /// The caller evaluates the condition even if an earlier check has failed, so it must only compare.
     template <FixedText Message, class... Args>
     Preamble &require(bool holds, Format<Message> reason, Args... args)
     {
@@ -40,10 +40,10 @@ public:
         return *this;
     }
 
-    /// The same with a reason that is taken as it is.
+    /// The same with a reason without conversions.
     Preamble &require_as_said(bool holds, int code, const char *reason);
 
-    /// An argument that must not be NULL, by the name that the log gives it.
+    /// Requires an argument that is not NULL. `name` is for the log.
     Preamble &require_given(const void *argument, const char *name);
     template <class Result, class... Args>
     Preamble &require_given(Result (*callback)(Args...), const char *name)
@@ -51,10 +51,10 @@ public:
         return require_given(reinterpret_cast<const void *>(callback), name);
     }
 
-    /// What was to be allocated has been.
+    /// Requires an allocation to have succeeded.
     Preamble &require_memory(bool allocated);
 
-    /// The agent is not being replaced at the moment.
+    /// Requires that the agent is not being installed at the moment.
     Preamble &agent_not_installing();
 
     bool passed() const { return result_ == KORVANE_ERROR_NONE; }

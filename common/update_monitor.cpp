@@ -15,7 +15,7 @@ namespace {
 
 struct Failure {
     bool announced = false;
-    std::int32_t code = 0; // stays 0 when the data is too short to hold one
+    std::int32_t code = 0; // 0 if the data is too short
 };
 
 bool has_text(bundle *data, const char *key)
@@ -71,7 +71,7 @@ void _update_status_event_cb(const char *event_name, bundle *event_data, void *)
     if (failure.announced)
         log::error()(">>>> Agent update is failed, update_err=[%d]"_fmt, failure.code);
 
-    // Only an installation can have put another version in place; the next call reads it.
+    // Only an installation can have changed the version. The next call reads it again.
     if (complete && agent.update == AgentState::installing)
         agent.version = 0;
     agent.update = AgentState::none;

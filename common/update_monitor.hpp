@@ -5,7 +5,7 @@
 
 namespace kv {
 
-/// Follows the service manager's announcements of agent updates. Only which keys are there matters, not their values.
+/// Handles the service manager's event about updates of the agent. Only the presence of keys matters.
 void _update_status_event_cb(const char *event_name, bundle *event_data, void *user_data);
 
 } // namespace kv

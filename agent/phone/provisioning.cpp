@@ -17,9 +17,9 @@ Json request_of(int id)
 }
 
 template <class R>
-proxy::Owned<typename R::type> new_record(R)
+Owned<typename R::type> new_record(R)
 {
-    proxy::Owned<typename R::type> record{proxy::RecordCodec<R>::create()};
+    Owned<typename R::type> record{proxy::RecordCodec<R>::create()};
     if (!record)
         throw std::bad_alloc{};
     return record;

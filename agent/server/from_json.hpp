@@ -56,11 +56,11 @@ CText from_json(describe::String<Name>, const cJSON *value)
 }
 
 template <class R>
-proxy::Owned<typename R::type> record_from_json(const char *name, const cJSON *value)
+Owned<typename R::type> record_from_json(const char *name, const cJSON *value)
 {
     if (!cJSON_IsObject(value))
         wrong_value(name, "an object", value);
-    proxy::Owned<typename R::type> record{proxy::RecordCodec<R>::create()};
+    Owned<typename R::type> record{proxy::RecordCodec<R>::create()};
     if (!record)
         throw std::bad_alloc{};
     int known = 0;
@@ -77,7 +77,7 @@ proxy::Owned<typename R::type> record_from_json(const char *name, const cJSON *v
 }
 
 template <class R, FixedText Name>
-proxy::Owned<typename R::type> from_json(describe::Rec<R, Name>, const cJSON *value)
+Owned<typename R::type> from_json(describe::Rec<R, Name>, const cJSON *value)
 {
     return record_from_json<R>(Name.text, value);
 }
@@ -94,11 +94,11 @@ int item_from_json(describe::IntArray<Name>, const char *, const cJSON *value)
 }
 
 template <class A, FixedText Name>
-proxy::Owned<proxy::ArrayValue<A>> from_json(describe::Arr<A, Name>, const cJSON *value)
+Owned<proxy::ArrayValue<A>> from_json(describe::Arr<A, Name>, const cJSON *value)
 {
     if (!cJSON_IsArray(value))
         wrong_value(Name.text, "an array", value);
-    proxy::Owned<proxy::ArrayValue<A>> array{proxy::ArrayCodec<A>::create()};
+    Owned<proxy::ArrayValue<A>> array{proxy::ArrayCodec<A>::create()};
     if (!array)
         throw std::bad_alloc{};
     array->count = cJSON_GetArraySize(value);

@@ -3,9 +3,8 @@
 
 #include "common/agent_state.hpp"
 #include "common/log.hpp"
-
-#include "src/korvane/core/handle.hpp"
-#include "src/korvane_master_proxy/invoke.hpp"
+#include "src/korvane/core/session.hpp"
+#include "src/korvane_master_proxy/exchange.hpp"
 
 #include <last_result.h>
 
@@ -15,8 +14,8 @@ namespace kv::api {
 
 namespace {
 
-/// The handle that a connection handler was registered with; none, with the reason logged, when there is none.
-korvane_h entered_with(void *user_data, Caller caller = Caller::here())
+/// The handle that a connection handler was registered with; null, with the reason logged, if there is none.
+korvane_h enter(void *user_data, Caller caller = Caller::here())
 {
     log::info(caller)(">>> called"_fmt);
     if (!user_data)
@@ -24,59 +23,66 @@ korvane_h entered_with(void *user_data, Caller caller = Caller::here())
     return static_cast<korvane_h>(user_data);
 }
 
-/// The callback may deinitialise: nothing of the handle is touched after it.
-void tell(korvane_h handle, int result, korvane_connection_status status)
+/// Calls the application. Its callback may deinitialise, so nothing of the handle is used after it.
+void report(korvane_h handle, int result, korvane_connection_status status)
 {
     handle->connection_status_cb(result, handle, status, handle->connection_status_data);
 }
 
+/// Asks the agent whether it waits to be updated. Agents that know the method first learn the version of this library's
+/// interface; its failure does not matter. Events may arrive meanwhile: returns false if their callbacks have ended the
+/// session.
+bool ask_for_update(korvane_h handle, bool &update_ready)
+{
+    if (agent.current_version() > since(1, 0) &&
+        proxy::exchange<master::set_api_version>(handle->proxy, ApiVersion::major, ApiVersion::minor, ApiVersion::patch)
+            .proxy_destroyed)
+        return false;
+    return !proxy::exchange<master::is_update_ready>(handle->proxy, &update_ready).proxy_destroyed;
+}
+
 void _rpc_connected_cb(rpc_port_proxy_kv_master_h, void *user_data)
 {
-    korvane_h handle = entered_with(user_data);
-    if (!handle)
-        return;
-
-    // Agents that know the method are told before anything else; that one fails is no reason to stop.
-    if (agent.current_version() > since(1, 0))
-        proxy::invoke<master::set_api_version>(handle->proxy, ApiVersion::major, ApiVersion::minor, ApiVersion::patch);
+    korvane_h handle = enter(user_data);
     bool update_ready = false;
-    proxy::invoke<master::is_update_ready>(handle->proxy, &update_ready);
+    if (!handle || !ask_for_update(handle, update_ready))
+        return;
 
     if (update_ready) {
         log::info()("Now update ready mode, connection will be destroyed"_fmt);
         if (handle->connection_status_cb)
-            tell(handle, KORVANE_ERROR_SERVICE_UNAVAILABLE, KORVANE_CONNECTION_REJECTED);
+            report(handle, KORVANE_ERROR_SERVICE_UNAVAILABLE, KORVANE_CONNECTION_REJECTED);
     } else if (handle->connection_status_cb) {
         log::info()("RPC connected callback to app"_fmt);
-        tell(handle, KORVANE_ERROR_NONE, KORVANE_CONNECTION_CONNECTED);
+        report(handle, KORVANE_ERROR_NONE, KORVANE_CONNECTION_CONNECTED);
     }
 }
 
 void _rpc_disconnected_cb(rpc_port_proxy_kv_master_h, void *user_data)
 {
-    korvane_h handle = entered_with(user_data);
+    korvane_h handle = enter(user_data);
     if (!handle || !handle->connection_status_cb)
         return;
 
     if (agent.update <= AgentState::none) {
         log::info()("RPC disconnected callback to app"_fmt);
-        tell(handle, KORVANE_ERROR_NONE, KORVANE_CONNECTION_DISCONNECTED);
+        report(handle, KORVANE_ERROR_NONE, KORVANE_CONNECTION_DISCONNECTED);
     } else {
         log::info()("RPC disconnected-by-update"_fmt);
-        tell(handle, KORVANE_ERROR_SERVICE_UNAVAILABLE, KORVANE_CONNECTION_DISCONNECTED);
+        report(handle, KORVANE_ERROR_SERVICE_UNAVAILABLE, KORVANE_CONNECTION_DISCONNECTED);
     }
 }
 
 void _rpc_rejected_cb(rpc_port_proxy_kv_master_h, void *user_data)
 {
-    korvane_h handle = entered_with(user_data);
+    korvane_h handle = enter(user_data);
     if (!handle || !handle->connection_status_cb)
         return;
 
     log::info()("RPC rejected callback to app"_fmt);
-    // The status is shared with the update-ready case; the result tells the two apart and is never 0.
+    // An agent that waits to be updated has the same status; the result, which is never 0, distinguishes the two.
     const int result = get_last_result() == -EIO ? KORVANE_ERROR_IO_ERROR : KORVANE_ERROR_PERMISSION_DENIED;
-    tell(handle, result, KORVANE_CONNECTION_REJECTED);
+    report(handle, result, KORVANE_CONNECTION_REJECTED);
 }
 
 } // namespace

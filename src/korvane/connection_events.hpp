@@ -5,7 +5,7 @@
 
 namespace kv::api {
 
-/// What becomes of the proxy's connection, told to the application. The user data is the library's handle.
+/// The proxy's connection callbacks, which report to the application. Their user data is the session.
 extern const rpc_port_proxy_kv_master_callback_s connection_handlers;
 
 } // namespace kv::api

@@ -14,17 +14,17 @@ using namespace kv::api;
 
 namespace {
 
-/// What start and start_async send besides; the agent gives it no meaning that this library uses.
+/// The arguments of start and start_async. They mean something to the agent only.
 constexpr const char *start_text = "";
 constexpr int start_number = 0;
 
-/// Every initialisation asks the package manager afresh, whatever an earlier one has found.
+/// Makes the next check ask the package manager again.
 void forget_agent()
 {
     agent.support = AgentState::unknown;
     agent.version = 0;
-    if (live_handle)
-        live_handle->io_error_notice.remove();
+    if (live_session)
+        live_session->io_error_notice.remove();
 }
 
 int result_of_connect(int err)
@@ -38,14 +38,14 @@ int result_of_connect(int err)
 
 void release(korvane_h handle)
 {
-    live_handle = nullptr;
-    proxy::destroy(handle);
+    live_session = nullptr;
+    destroy(handle);
 }
 
 void _start_async_result_cb(void *user_data, int result)
 {
-    Answer answer{user_data};
-    answer.deliver<korvane_start_result_cb>(result);
+    CompletedRequest request{user_data};
+    request.deliver<korvane_start_result_cb>(result);
 }
 
 } // namespace
@@ -58,12 +58,12 @@ int korvane_initialize(korvane_h *handle, korvane_connection_status_cb callback,
     call.agent_present(any_agent).require_handle(handle);
     call.require(agent.update < AgentState::started, KORVANE_ERROR_SERVICE_UNAVAILABLE,
                  "Started to update agent, so service is unavailable"_fmt);
-    call.require(!live_handle, KORVANE_ERROR_OPERATION_FAILED, "Already initialized"_fmt);
+    call.require(!live_session, KORVANE_ERROR_OPERATION_FAILED, "Already initialized"_fmt);
     if (!call.passed())
         return call.result();
 
     *handle = nullptr;
-    proxy::Owned<korvane_s> made{proxy::make_zeroed<korvane_s>()};
+    Owned made{make_zeroed<korvane_s>()};
     if (!made) {
         log::error()("Memory allocation is failed"_fmt);
         return KORVANE_ERROR_OUT_OF_MEMORY;
@@ -76,19 +76,19 @@ int korvane_initialize(korvane_h *handle, korvane_connection_status_cb callback,
         log::error()("rpc_port_proxy_kv_master_create() is failed, err=[%d]"_fmt, err);
         return KORVANE_ERROR_OPERATION_FAILED;
     }
-    live_handle = made.release();
-    *handle = live_handle;
+    live_session = made.release();
+    *handle = live_session;
     set_last_result(0);
 
-    err = rpc_port_proxy_kv_master_connect(live_handle->proxy);
+    err = rpc_port_proxy_kv_master_connect(live_session->proxy);
     if (err != 0) {
         log::error()("rpc_port_proxy_kv_master_connect() is failed, err=[%d]"_fmt, err);
-        release(live_handle);
+        release(live_session);
         *handle = nullptr;
         return result_of_connect(err);
     }
 
-    err = live_handle->update_status.add(KORVANE_UPDATE_STATUS_EVENT, _update_status_event_cb, nullptr);
+    err = live_session->update_status.add(KORVANE_UPDATE_STATUS_EVENT, _update_status_event_cb, nullptr);
     if (err != 0)
         log::info()("event_add_event_handler() is failed, err=[%d]"_fmt, err);
     return KORVANE_ERROR_NONE;
@@ -127,7 +127,7 @@ int korvane_start_async(korvane_h handle, korvane_start_result_cb callback, void
 
 int korvane_stop(korvane_h handle)
 {
-    // Unlike start, it says nothing of its own about an agent that is not ready: the call itself fails then.
+    // Unlike start, it has no check for an agent that is not ready: the call fails by itself.
     AgentCall call{handle, any_agent};
     return call.invoke<master::stop>();
 }

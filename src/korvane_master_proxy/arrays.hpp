@@ -5,8 +5,8 @@
 #include "src/kv_master/interface.hpp"
 
 /*
- * The arrays by hand. All functions return 0, or -1 with the reason logged. set_array_... stores clones of the items and
- * replaces what was there; the table stays the caller's.
+ * The named functions of the arrays. All return 0, or -1 with a log line. set_array_... replaces the items by clones of
+ * those given, which the caller keeps.
  */
 
 using rpc_port_array_korvane_ap_info_h = kv::proxy::ArrayValue<kv::master::ap_info_array> *;

@@ -14,9 +14,11 @@ namespace {
 void __kv_master_on_connected(const char *endpoint, const char *port_name, rpc_port_h port, void *data)
 {
     auto *h = static_cast<rpc_port_proxy_kv_master_h>(data);
+    if (h->destroyed)
+        return;
     h->port = port;
     rpc_port_proxy_get_port(h->proxy, RPC_PORT_PORT_CALLBACK, &h->callback_port);
-    // The callback may destroy the proxy; what follows touches only what the platform keeps valid.
+    // The callback may destroy the proxy. Only endpoint and port_name, which the platform keeps valid, are used after it.
     if (h->callback.connected)
         h->callback.connected(h, h->user_data);
     log::info()("[__RPC_PORT__] endpoint(%s), port_name(%s)"_fmt, endpoint, port_name);
@@ -25,6 +27,8 @@ void __kv_master_on_connected(const char *endpoint, const char *port_name, rpc_p
 void __kv_master_on_disconnected(const char *endpoint, const char *port_name, void *data)
 {
     auto *h = static_cast<rpc_port_proxy_kv_master_h>(data);
+    if (h->destroyed)
+        return;
     h->port = nullptr;
     if (h->callback.disconnected)
         h->callback.disconnected(h, h->user_data);
@@ -34,6 +38,8 @@ void __kv_master_on_disconnected(const char *endpoint, const char *port_name, vo
 void __kv_master_on_rejected(const char *endpoint, const char *port_name, void *data)
 {
     auto *h = static_cast<rpc_port_proxy_kv_master_h>(data);
+    if (h->destroyed)
+        return;
     h->port = nullptr;
     if (h->callback.rejected)
         h->callback.rejected(h, h->user_data);
@@ -59,7 +65,7 @@ rpc_port_proxy_kv_master_h __create_kv_master(const char *stub_appid)
     return h.release();
 }
 
-/// Reports under the name of the function that registers.
+/// Logs under the name of the function that registers.
 bool watch_events(rpc_port_proxy_kv_master_h h, Caller caller = Caller::here())
 {
     if (int err = rpc_port_proxy_add_connected_event_cb(h->proxy, __kv_master_on_connected, h); err != 0) {
@@ -79,6 +85,14 @@ bool watch_events(rpc_port_proxy_kv_master_h h, Caller caller = Caller::here())
         return false;
     }
     return true;
+}
+
+[[gnu::noinline]] void release_reference(rpc_port_proxy_kv_master_h h)
+{
+    if (--h->references > 0)
+        return;
+    g_rec_mutex_clear(&h->mutex);
+    destroy(h);
 }
 
 } // namespace
@@ -122,11 +136,26 @@ int rpc_port_proxy_kv_master_destroy(rpc_port_proxy_kv_master_h h)
         log::error()("Invalid parameter"_fmt);
         return -1;
     }
-    g_rec_mutex_clear(&h->mutex);
-    if (h->delegates)
-        g_list_free_full(h->delegates, free);
-    if (h->proxy)
-        rpc_port_proxy_destroy(h->proxy);
-    destroy(h);
+    h->destroyed = true; // first, so that events raised by the platform from here on are ignored
+    h->port = nullptr;
+    h->callback = {};
+    g_list_free_full(std::exchange(h->delegates, nullptr), free);
+    if (rpc_port_proxy_h proxy = std::exchange(h->proxy, nullptr))
+        rpc_port_proxy_destroy(proxy);
+    release_reference(h);
     return 0;
 }
+
+namespace kv::proxy {
+
+ProxyReference::ProxyReference(rpc_port_proxy_kv_master_h proxy) : proxy_(proxy)
+{
+    ++proxy_->references;
+}
+
+ProxyReference::~ProxyReference()
+{
+    release_reference(proxy_);
+}
+
+} // namespace kv::proxy

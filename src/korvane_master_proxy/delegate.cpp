@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "delegate.hpp"
 
+#include "src/kv_master/name_table.hpp"
+
 #include <array>
 #include <atomic>
 
@@ -8,7 +10,7 @@ namespace kv::proxy {
 
 namespace {
 
-/// One counter for the process, across all types: a number tells a delegate from every other of its life.
+/// One counter for the process, across all types.
 constinit std::atomic<int> last_seq_id{0};
 
 const char *yes_or_no(bool value)
@@ -16,16 +18,16 @@ const char *yes_or_no(bool value)
     return value ? "true" : "false";
 }
 
+/// The positions of names in the name table, by delegate id. Ids begin at 1.
 template <class... D>
-constexpr auto names_of(describe::List<D...>)
+consteval auto name_offsets(describe::List<D...>)
 {
-    std::array<const char *, sizeof...(D) + 1> names{};
-    ((names[D::id] = D::name), ...);
-    return names;
+    std::array<std::uint16_t, sizeof...(D) + 1> offsets{};
+    ((offsets[D::id] = master::names.offset_of(D::name)), ...);
+    return offsets;
 }
 
-/// By delegate id; ids begin at 1.
-constexpr auto delegate_names = names_of(master::Delegates{});
+constexpr auto delegate_names = name_offsets(master::Delegates{});
 
 Caller named(int id, int line = __builtin_LINE())
 {
@@ -36,7 +38,7 @@ Caller named(int id, int line = __builtin_LINE())
 
 const char *name_of_delegate(int id)
 {
-    return delegate_names[static_cast<std::size_t>(id)];
+    return master::names.at(delegate_names[static_cast<std::size_t>(id)]);
 }
 
 void write_delegate(rpc_port_parcel_h parcel, void *data, int id)
@@ -67,23 +69,39 @@ void read_delegate(rpc_port_parcel_h parcel, void *data, int id)
                                 yes_or_no(delegate.once));
 }
 
-Delegate *create_delegate(int id, rpc_port_parcelable_t functions, AnyFunction callback, bool once, void *user_data)
+Delegate *number_delegate(Delegate *zeroed, int id, const rpc_port_parcelable_t &functions, AnyFunction callback,
+                          bool once, void *user_data)
 {
     using create_log = LogOf<"rpc_port_kv_master_", "_create">;
 
-    auto *delegate = make_zeroed<Delegate>();
-    if (!delegate) {
+    if (!zeroed) {
         create_log::error(named(id))("Out of memory"_fmt);
         return nullptr;
     }
-    delegate->functions = functions;
-    delegate->id = id;
-    delegate->seq_id = last_seq_id.fetch_add(1) + 1;
-    delegate->callback = callback;
-    delegate->once = once;
-    delegate->user_data = user_data;
-    create_log::info(named(id))("id(%d), seq_id(%d)"_fmt, delegate->id, delegate->seq_id);
-    return delegate;
+    zeroed->functions = functions;
+    zeroed->id = id;
+    zeroed->seq_id = last_seq_id.fetch_add(1) + 1;
+    zeroed->callback = callback;
+    zeroed->once = once;
+    zeroed->user_data = user_data;
+    create_log::info(named(id))("id(%d), seq_id(%d)"_fmt, zeroed->id, zeroed->seq_id);
+    return zeroed;
+}
+
+Delegate *create_delegate(int id, const rpc_port_parcelable_t &functions, AnyFunction callback, bool once,
+                          void *user_data)
+{
+    return number_delegate(make_zeroed<Delegate>(), id, functions, callback, once, user_data);
+}
+
+Delegate *find_delegate(rpc_port_proxy_kv_master_h h, int id, int seq_id)
+{
+    for (GList *node = h->delegates; node; node = node->next) {
+        auto *delegate = static_cast<Delegate *>(node->data);
+        if (delegate->seq_id == seq_id && delegate->id == id)
+            return delegate;
+    }
+    return nullptr;
 }
 
 int dispose_delegate(rpc_port_proxy_kv_master_h h, Delegate *delegate, int id)
@@ -101,8 +119,14 @@ int dispose_delegate(rpc_port_proxy_kv_master_h h, Delegate *delegate, int id)
     dispose_log::info(named(id))("id(%d), seq_id(%d), once(%s)"_fmt, delegate->id, delegate->seq_id,
                                  yes_or_no(delegate->once));
     h->delegates = g_list_delete_link(h->delegates, node);
-    free(delegate);
+    destroy(delegate);
     return 0;
+}
+
+int dispose_delegate(rpc_port_proxy_kv_master_h h, int id, int seq_id)
+{
+    Delegate *delegate = find_delegate(h, id, seq_id);
+    return delegate ? dispose_delegate(h, delegate, id) : -1;
 }
 
 } // namespace kv::proxy

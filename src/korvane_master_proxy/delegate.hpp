@@ -5,23 +5,25 @@
 #include "src/kv_master/array_codec.hpp"
 #include "src/kv_master/interface.hpp"
 
-/// Callbacks that go with requests.
+#include <type_traits>
+
+/// Delegates: what a request gives the agent to send events for.
 namespace kv::proxy {
 
 /// A function whose type is known elsewhere.
 using AnyFunction = void (*)();
 
-/// One callback in the agent's hands. From malloc, and freed with free.
+/// Allocated with malloc and released with free; types derived from it have no destructor to run. The sequence number identifies it for the life of the process; an
+/// address does not, since memory is used again.
 struct Delegate : Parcelable {
     int id = 0;
     int seq_id = 0;
-    AnyFunction callback = nullptr; // of the type that the delegate's description says
+    AnyFunction callback = nullptr; // of the type that the delegate's description demands
     bool once = false;
     void *user_data = nullptr;
-    bool listed = false; // on the proxy's list, which owns it from then on
 };
 
-/// One whose type the compiler knows.
+/// A delegate of one type.
 template <class D>
 struct TypedDelegate : Delegate {
 };
@@ -34,42 +36,47 @@ struct CallbackOf<describe::In<E...>> {
     using Type = void (*)(void *user_data, typename Wire<E>::View... values);
 };
 
-/// What a delegate calls: the user data, then the event's values.
+/// The function that dispatch calls: the user data first, then the event's values.
 template <class D>
 using DelegateCallback = typename CallbackOf<typename D::values>::Type;
 
-/// By id; log lines show it.
+/// The name of a delegate type, for log lines.
 const char *name_of_delegate(int id);
 
-/// Writes id, sequence number and once. The id is that of the type, for the log.
+/// Writes id, sequence number and once. `id` is that of the type, for the log.
 void write_delegate(rpc_port_parcel_h parcel, void *data, int id);
-/// Reads the same; an agent does that.
+/// Reads the same values; an agent does that.
 void read_delegate(rpc_port_parcel_h parcel, void *data, int id);
 
 template <class D>
 struct DelegateCodec {
     static void to(rpc_port_parcel_h parcel, void *data) { write_delegate(parcel, data, D::id); }
     static void from(rpc_port_parcel_h parcel, void *data) { read_delegate(parcel, data, D::id); }
+
+    static constexpr rpc_port_parcelable_t functions{to, from};
 };
 
-/// A numbered delegate, or none when there is no memory.
-Delegate *create_delegate(int id, rpc_port_parcelable_t functions, AnyFunction callback, bool once, void *user_data);
+/// Initialises a zero-filled delegate with the next sequence number, and logs it. Null stays null and logs why.
+Delegate *number_delegate(Delegate *zeroed, int id, const rpc_port_parcelable_t &functions, AnyFunction callback,
+                          bool once, void *user_data);
+
+/// Returns a new delegate, or null without memory.
+Delegate *create_delegate(int id, const rpc_port_parcelable_t &functions, AnyFunction callback, bool once,
+                          void *user_data);
 
 template <class D>
 TypedDelegate<D> *create_delegate(DelegateCallback<D> callback, bool once, void *user_data)
 {
-    // The type adds nothing to what a delegate is.
-    return static_cast<TypedDelegate<D> *>(create_delegate(D::id, {DelegateCodec<D>::to, DelegateCodec<D>::from},
-                                                           reinterpret_cast<AnyFunction>(callback), once, user_data));
+    // The type adds nothing to a delegate.
+    return static_cast<TypedDelegate<D> *>(
+        create_delegate(D::id, DelegateCodec<D>::functions, reinterpret_cast<AnyFunction>(callback), once, user_data));
 }
 
-/// Takes a delegate of this type from the proxy's list and frees it. -1, silently, for one that is not in the list.
-int dispose_delegate(rpc_port_proxy_kv_master_h h, Delegate *delegate, int id);
+/// Returns the delegate of this number on the proxy's list, or null.
+Delegate *find_delegate(rpc_port_proxy_kv_master_h h, int id, int seq_id);
 
-template <class D>
-struct Wire<describe::Callback<D>> {
-    static constexpr char letter = letter_of::delegate;
-    using Arg = TypedDelegate<D> *;
-};
+/// Takes a delegate from the proxy's list and frees it. Returns -1, without a log line, if the list does not hold it.
+int dispose_delegate(rpc_port_proxy_kv_master_h h, Delegate *delegate, int id);
+int dispose_delegate(rpc_port_proxy_kv_master_h h, int id, int seq_id);
 
 } // namespace kv::proxy

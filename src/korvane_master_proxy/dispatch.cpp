@@ -14,15 +14,15 @@ namespace {
 
 using event_log = LogOf<"__kv_master_delegate_">;
 
-/// Who logs: the delegate's own entry of the dispatch table.
+/// The delegate's entry of the dispatch table, under whose name the event is logged.
 Caller entry_of(int id, int line = __builtin_LINE())
 {
     return {name_of_delegate(id), line};
 }
 
-/// A delegate for the time of its call. Whatever the callback does to the proxy and its list, nothing of them is used
-/// after it: the callback is copied, and a once-delegate is taken off the list beforehand, so that a second event finds
-/// none even while the first is being handled.
+/// A delegate while its callback runs. The callback may do anything to the proxy and its list, so nothing of them is
+/// used after it: function and user data are copied, and a once-delegate leaves the list before the call. A second event
+/// for it then finds none, even while the first is handled.
 class Firing {
 public:
     Firing(GList **list, int id, int seq_id);
@@ -30,7 +30,7 @@ public:
     Firing &operator=(const Firing &) = delete;
     ~Firing();
 
-    AnyFunction callback = nullptr; // none when no delegate matches
+    AnyFunction callback = nullptr; // null if no delegate matches
     void *user_data = nullptr;
 
 private:
@@ -63,7 +63,7 @@ Firing::~Firing()
 
 using Entry = void (*)(GList **list, rpc_port_parcel_h parcel, int seq_id, int id);
 
-/// An event by the types of its values: delegates that bring the same share one.
+/// Handles an event whose values have these types. Delegates with the same types of values share an instance.
 template <class... Wires>
 void dispatch(GList **list, rpc_port_parcel_h parcel, int seq_id, int id)
 {
@@ -101,7 +101,7 @@ void __kv_master_process_received_event(GList **list, rpc_port_parcel_h parcel)
 {
     int id = 0;
     int seq_id = 0;
-    bool once = false; // the record knows better
+    bool once = false; // not used: the delegate itself says it
     if (rpc_port_parcel_read_int32(parcel, &id) != 0 || rpc_port_parcel_read_int32(parcel, &seq_id) != 0 ||
         rpc_port_parcel_read_bool(parcel, &once) != 0) {
         log::error()("Failed to read the event's delegate"_fmt);
@@ -121,6 +121,8 @@ void __kv_master_process_received_event(GList **list, rpc_port_parcel_h parcel)
 void __kv_master_on_received(const char *endpoint, const char *port_name, void *data)
 {
     auto *h = static_cast<rpc_port_proxy_kv_master_h>(data);
+    if (h->destroyed)
+        return;
     Parcel parcel;
     if (rpc_port_parcel_create_from_port(parcel.out(), h->callback_port) != 0) {
         log::error()("Failed to create parcel from port(%s)"_fmt, port_name);

@@ -3,10 +3,10 @@
 
 #include "src/kv_master/array_codec.hpp"
 
-/// What the named functions of records and arrays do. Each logs as the function in front of it.
+/// The implementation of the named functions of records and arrays. Each logs under the name of its caller.
 namespace kv::proxy {
 
-/// Whether an argument that must be there is, with a line when it is not.
+/// Returns whether a required argument is given, and logs if it is not.
 bool is_given(bool given, Caller caller);
 
 template <class T>
@@ -90,7 +90,7 @@ bool clone_item(describe::RecordArray<Name, R>, typename R::type *item, typename
     return clone_record<R>(item, &copy, caller) == 0;
 }
 
-/// Puts a copy of one of the items that are given behind those that the array has.
+/// Appends a copy of the item at the same index of `items`.
 using CloneNext = bool (*)(AnyArray &array, const void *items, Caller caller);
 
 int set_items(AnyArray *array, const void *items, int count, const ArrayShape &shape, CloneNext clone_next,

@@ -4,12 +4,12 @@
 #include "src/kv_master/record_types.hpp"
 
 /*
- * The records by hand: made, filled, read and copied. All return 0, or -1 with the reason logged.
+ * The named functions of the records. All return 0, or -1 with a log line.
  *
- * create    zero-filled, the caller's until destroy
- * clone     a copy of its own; a text that the source does not have, the copy does not have either
- * set_...   copies the text; NULL is refused
- * get_...   hands out a copy that the caller frees; a text that is not there is a failure
+ * create    stores a new, zero-filled record, which the caller destroys
+ * clone     stores a copy of a record; texts that are NULL stay NULL
+ * set_...   stores a copy of a text, or a number; a NULL text is refused
+ * get_...   stores a copy of a text, which the caller frees, or a number; fails for a text that is NULL
  */
 
 int rpc_port_korvane_ap_info_create(rpc_port_korvane_ap_info_h *h);

@@ -22,7 +22,7 @@ bool read_next(rpc_port_parcel_h parcel, AnyArray &array, const ArrayShape &shap
         reader_log::error(named(shape))("Failed to create handle"_fmt);
         return false;
     }
-    // Counted before it is read, so that a half-read item is released with the others.
+    // The item counts before it is read, so that the array releases it also after a failed read.
     return shape.read(parcel, array, array.present++);
 }
 

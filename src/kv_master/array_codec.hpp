@@ -9,20 +9,20 @@
 
 namespace kv::proxy {
 
-/// What all arrays have, whatever their items.
+/// The part of an array that does not depend on the type of its items.
 struct AnyArray : Parcelable {
-    int count = 0;   // as it stood on the wire, or as it was set
-    int present = 0; // how many items there are: fewer than count when a read stopped early
+    int count = 0;   // the count on the wire, or the count that was set
+    int present = 0; // the number of items: less than count after a read that failed
 
 protected:
-    /// The items' memory, with room for one more, made in growing steps: a count from outside is believed only as far as
-    /// items follow it. None, with the memory left as it is, when there is no more.
+    /// Returns the memory of the items with room for one more, or null, with the memory unchanged, without memory. It
+    /// grows in steps, so that a false count from a peer costs no more than the items that follow it.
     void *with_room(void *items, std::size_t item_size);
 
     int capacity_ = 0;
 };
 
-/// An array as it is sent and read. Item is int, or a pointer to a record that the array owns.
+/// An array. Item is int, or a pointer to a record that the array owns.
 template <class Item>
 struct Array : AnyArray {
     Item *items = nullptr;
@@ -50,7 +50,7 @@ struct Array : AnyArray {
     }
 };
 
-/// What the items of an array are, by its description: how one is written, read and made again.
+/// How an item of a described array is written, read and created.
 template <class A>
 struct ItemCodec;
 
@@ -60,7 +60,7 @@ struct ItemCodec<describe::RecordArray<Name, R>> {
 
     static bool write(rpc_port_parcel_h parcel, Item item) { return write_parcelable(parcel, item); }
     static bool read(rpc_port_parcel_h parcel, Item item) { return read_parcelable(parcel, item); }
-    /// An item to be read into; none when there is no memory.
+    /// Creates an item to read into. Returns false without memory.
     static bool make(Item &item)
     {
         item = RecordCodec<R>::create();
@@ -84,21 +84,21 @@ struct ItemCodec<describe::IntArray<Name>> {
 template <class A>
 using ArrayValue = Array<typename ItemCodec<A>::Item>;
 
-/// What differs from array to array.
+/// An array type as data.
 struct ArrayShape {
     const char *name;
     rpc_port_parcelable_t functions;
     bool (*write)(rpc_port_parcel_h parcel, const AnyArray &array, int index);
     void (*clear)(AnyArray &array);
     bool (*reserve_next)(AnyArray &array);
-    /// Makes the item behind those that are present; there is room for it.
+    /// Creates the item after those present. There is room for it.
     bool (*make_next)(AnyArray &array);
     bool (*read)(rpc_port_parcel_h parcel, AnyArray &array, int index);
 };
 
 void write_array(rpc_port_parcel_h parcel, void *data, const ArrayShape &shape);
 void read_array(rpc_port_parcel_h parcel, void *data, const ArrayShape &shape);
-/// Gives a new array its functions; there is none when there was no memory, which is logged.
+/// Sets the functions of a new array. Null stays null and is logged as a lack of memory.
 AnyArray *prepared(AnyArray *array, const ArrayShape &shape);
 
 template <class A>
@@ -127,7 +127,6 @@ struct ArrayCodec {
 template <class A, FixedText Name>
 struct Wire<describe::Arr<A, Name>> {
     using Shared = Wire;
-    static constexpr char letter = letter_of::parcelable;
     using Arg = ArrayValue<A> *;
     using Held = Owned<ArrayValue<A>>;
     using View = ArrayValue<A> *;

@@ -5,8 +5,8 @@
 
 #include <string_view>
 
-/// The words in which an RPC interface is described. A description is types only: nothing here stores or does anything.
-/// Each element has a name, which decoders and documentation show.
+/// The vocabulary in which an RPC interface is described. A description consists of types and runs no code. Each element
+/// has a name, which decoders and reference pages show.
 namespace kv::describe {
 
 template <FixedText Name>
@@ -29,8 +29,8 @@ template <FixedText Name>
 struct String : Named<Name> {
 };
 
-/// A string that no log, journal or trace shows: a password, a PIN, a token, a key, a document that holds one, or what
-/// is between the user and the cloud, as terms and diagnostics are.
+/// A string that no log, journal or trace shows: a password, a PIN, a token, a key, a text that may contain one, or what
+/// is private to user and cloud, as terms and diagnostics are.
 template <FixedText Name>
 struct Secret : String<Name> {
 };
@@ -45,7 +45,7 @@ struct Arr : Named<Name> {
     using array = ArrayDescription;
 };
 
-/// A callback that goes with a request: type, sequence number, and whether it serves once.
+/// A delegate in a request: type, sequence number, and whether it serves one event only.
 template <class DelegateDescription>
 struct Callback : Named<DelegateDescription::text> {
     using delegate = DelegateDescription;
@@ -68,7 +68,7 @@ struct Out {
     static constexpr int count = sizeof...(Elements);
 };
 
-/// The lowest agent version that knows the thing: 1000 x major + minor, as gates compare it.
+/// The lowest agent version that knows the method: 1000 x major + minor, as gates compare it.
 template <int Major, int Minor>
 struct Since {
     static constexpr int version = 1000 * Major + Minor;
@@ -83,14 +83,14 @@ struct Method : Named<Name> {
     using out = Outs;
 };
 
-/// An event: what the agent sends for a delegate of this type.
+/// The values of the event that the agent sends for a delegate of this type.
 template <int Id, FixedText Name, class... Elements>
 struct Delegate : Named<Name> {
     static constexpr int id = Id;
     using values = In<Elements...>;
 };
 
-/// One field of a record: the element and the member of the C++ struct that holds it.
+/// One field of a record: the element, and the member of the C++ struct for it.
 template <class Element, auto Member>
 struct Field {
     using element = Element;

@@ -4,7 +4,8 @@
 #include "describe.hpp"
 #include "record_types.hpp"
 
-/// The agent's kv_master interface. Ids, orders and wire types stand here and nowhere else.
+/// The agent's kv_master interface: the only place with an id, an order or a wire type. JSON documents are described in
+/// documents.hpp.
 namespace kv::master {
 
 using namespace describe;
@@ -12,8 +13,8 @@ using namespace describe;
 // One line each, in id order, reads best.
 // clang-format off
 
-// Records: fields in wire order. The agent fills ap_info for the chosen access point, where signal_level and max_rate
-// are not used, and the application fills it for each entry of a scan list.
+// Records: fields in wire order. The agent fills ap_info for the chosen access point, without signal_level and max_rate;
+// the application fills it for each entry of a scan list.
 
 using ap_info = Record<"korvane_ap_info", rpc_port_korvane_ap_info_s,
     Field<String<"ssid">, &rpc_port_korvane_ap_info_s::ssid>,
@@ -77,7 +78,7 @@ using ultrasound_pin_generate_cb = Delegate<11, "ultrasound_pin_generate_cb", Se
 using ultrasound_pin_stop_cb = Delegate<12, "ultrasound_pin_stop_cb">;
 using cloud_device_list_cb = Delegate<13, "cloud_device_list_cb", Arr<cloud_device_info_array, "devices">>;
 using otm_support_feature_cb = Delegate<14, "otm_support_feature_cb", Int32<"feature">>;
-using provisioning_vendor_info_cb = Delegate<15, "provisioning_vendor_info_cb", Int32<"value">, String<"text">>;
+using provisioning_vendor_info_cb = Delegate<15, "provisioning_vendor_info_cb", Int32<"value">, Secret<"text">>;
 using provisioning_language_cb = Delegate<16, "provisioning_language_cb", Int32<"req_id">, String<"type">, String<"value">>;
 using tnc_result_cb = Delegate<17, "tnc_result_cb", Secret<"result">>;
 using wifi_ap_prov_with_candidates_cb = Delegate<18, "wifi_ap_prov_with_candidates_cb", Secret<"ap_info">>;
@@ -87,7 +88,7 @@ using keepalive_result_cb = Delegate<21, "keepalive_result_cb", Int32<"result">>
 using signup_status_changed_cb = Delegate<22, "signup_status_changed_cb", Bool<"status">>;
 using signin_status_changed_cb = Delegate<23, "signin_status_changed_cb", Bool<"status">>;
 using tcp_session_disconnected_cb = Delegate<24, "tcp_session_disconnected_cb", Int32<"last_error_code">>;
-using provisioning_get_requested_cb = Delegate<25, "provisioning_get_requested_cb", String<"text">, Int32<"value">>;
+using provisioning_get_requested_cb = Delegate<25, "provisioning_get_requested_cb", Secret<"text">, Int32<"value">>;
 using get_group_id_cb = Delegate<26, "get_group_id_cb", String<"group_id">>;
 using start_async_cb = Delegate<27, "start_async_cb", Int32<"result">>;
 using create_hdr_token_info_cb = Delegate<28, "create_hdr_token_info_cb", Int32<"result">, Secret<"token_info">>;
@@ -96,7 +97,7 @@ using get_hdr_certificate_cb = Delegate<30, "get_hdr_certificate_cb", Int32<"res
 using diagnostics_cb = Delegate<31, "diagnostics_cb", Int32<"value">, Secret<"text">>;
 using create_hdr_token_info_custom_cb = Delegate<32, "create_hdr_token_info_custom_cb", Int32<"result">, Secret<"token_info">>;
 
-// Methods. What start and start_async mean by their text and integers is the agent's; this library sends "", 0, 0.
+// Methods. Only the agent knows the meaning of the text and integers of start and start_async; this library sends "", 0, 0.
 
 using is_update_ready = Method<2, "is_update_ready", Since<1, 0>, In<>, Out<Bool<"is_ready">>>;
 using start = Method<3, "start", Since<1, 0>, In<String<"name">, Int32<"mode">, Int32<"flags">>>;
@@ -248,7 +249,7 @@ using Methods = List<
     create_hdr_token_info_custom>;
 // clang-format on
 
-/// The first int32 of every parcel that is not a request. Ids of methods begin above.
+/// The first int32 of every parcel that is not a request. Method ids begin after these.
 enum Kind : int { result = 0, callback = 1 };
 
 static_assert(Records::count == 9 && names_are_unique(Records{}));

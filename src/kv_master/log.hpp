@@ -5,7 +5,7 @@
 
 namespace kv::proxy {
 
-/// Before and After stand around the function's name: what a family of functions has in common is stored once.
+/// Before and After surround the function's name, so that the common part of a family of names is stored once.
 template <FixedText Before, FixedText After>
 struct ProxySource {
     static constexpr const char *tag = "RPC_PORT_PROXY";
@@ -25,7 +25,7 @@ struct ProxySource {
 
 using log = Logger<ProxySource<"", "">>;
 
-/// What the functions of a family log, as callers that are named without what they have in common.
+/// Logs for a family of functions. Callers are named without the common part.
 template <FixedText Before, FixedText After = "">
 using LogOf = Logger<ProxySource<Before, After>>;
 

@@ -10,8 +10,13 @@ namespace kv::proxy {
 class Parcel {
 public:
     Parcel() = default;
-    Parcel(const Parcel &) = delete;
-    Parcel &operator=(const Parcel &) = delete;
+    Parcel(Parcel &&other) noexcept : parcel_(std::exchange(other.parcel_, nullptr)) {}
+    Parcel &operator=(Parcel &&other) noexcept
+    {
+        destroy();
+        parcel_ = std::exchange(other.parcel_, nullptr);
+        return *this;
+    }
     ~Parcel() { destroy(); }
 
     rpc_port_parcel_h get() const { return parcel_; }

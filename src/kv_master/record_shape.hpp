@@ -5,10 +5,10 @@
 #include "log.hpp"
 #include "record_types.hpp"
 
-/// Records lowered to tables of fields, so that what is done with a record is written once for all of them.
+/// Records as tables of fields, so that one routine of each kind serves all records.
 namespace kv::proxy {
 
-/// One field, in the terms of what every record derives from. It is a text or a number; the other pointer is none.
+/// One field, as a member of the base of all records. It is a text or a number; the other pointer is null.
 struct FieldShape {
     const char *name;
     CText Parcelable::*text;
@@ -20,7 +20,7 @@ struct RecordShape {
     rpc_port_parcelable_t functions;
     const FieldShape *fields;
     int count;
-    /// An empty record; none, with a line, when there is no memory.
+    /// Returns an empty record, or null with a log line without memory.
     Parcelable *(*create)();
     void (*destroy)(Parcelable *record);
 };
@@ -45,14 +45,14 @@ struct FieldTable<describe::List<F...>> {
     static constexpr FieldShape rows[] = {field_shape(F::element::name, F::member)...};
 };
 
-/// The fields in wire order; the record remembers whether all of them crossed.
+/// Write and read the fields in wire order. Afterwards the record's `complete` is true if all were transferred.
 void write_record(rpc_port_parcel_h parcel, void *data, const RecordShape &shape);
 void read_record(rpc_port_parcel_h parcel, void *data, const RecordShape &shape);
 
-/// Gives a new record its functions; there is none when there was no memory, which is logged.
+/// Sets the functions of a new record. Null stays null and is logged as a lack of memory.
 Parcelable *prepared(Parcelable *record, const RecordShape &shape);
 
-/// A copy of its own; none, with the reason logged, when there is no memory.
+/// Returns a copy, or null with a log line without memory.
 Parcelable *cloned(const Parcelable &source, const RecordShape &shape, Caller caller);
 
 } // namespace kv::proxy

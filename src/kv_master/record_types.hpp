@@ -7,8 +7,8 @@
 
 namespace kv::proxy {
 
-/// How every value that has its own writer and reader begins. The platform calls the pair and hears no result from it,
-/// so the value itself remembers whether it crossed whole.
+/// The beginning of every value with a writer and a reader of its own. The platform calls the two functions and takes no
+/// result from them, so the value itself records whether it was transferred completely.
 struct Parcelable {
     rpc_port_parcelable_t functions{};
     bool complete = true;
@@ -16,7 +16,7 @@ struct Parcelable {
 
 } // namespace kv::proxy
 
-// The records of the interface. Texts are owned; no text and no memory for one both read as NULL.
+// The records of the interface. They own their texts; a text is null if it was not set or if memory ran out.
 
 struct rpc_port_korvane_ap_info_s : kv::proxy::Parcelable {
     kv::CText ssid;

@@ -7,45 +7,17 @@
 
 #include <rpc_port.h>
 
-#include <cstdlib>
-#include <new>
-
-/// How described values go into parcels and come out of them.
+/// How values of described elements are written to parcels and read from them.
 namespace kv::proxy {
 
-/// A zero-filled object from malloc's memory, or none. Everything of this layer that has a handle is made so.
-template <class T>
-T *make_zeroed()
-{
-    void *memory = calloc(1, sizeof(T));
-    return memory ? new (memory) T{} : nullptr;
-}
-
-template <class T>
-void destroy(T *object)
-{
-    object->~T();
-    free(object);
-}
-
-/// The letters of elements in the lowered description.
-namespace letter_of {
-inline constexpr char number = 'i';
-inline constexpr char flag = 'b';
-inline constexpr char text = 's';
-inline constexpr char parcelable = 'p';
-inline constexpr char delegate = 'd';
-} // namespace letter_of
-
-/// What an element is in C++: Arg when it is sent, Held while it is read, View when it is shown to a callback, Released
-/// when it is handed out of a call. The name makes no difference, so elements of a type have one of these in common, the
-/// Shared one.
+/// The C++ types of an element: Arg is passed to a call that sends it, Held owns it after it is read, View is passed to a
+/// callback, Released is stored in an out argument. Elements of the same type share one instance, Shared: the name makes
+/// no difference.
 template <class Element>
 struct Wire;
 
 struct IntWire {
     using Shared = IntWire;
-    static constexpr char letter = letter_of::number;
     using Arg = int;
     using Held = int;
     using View = int;
@@ -58,7 +30,6 @@ struct IntWire {
 
 struct BoolWire {
     using Shared = BoolWire;
-    static constexpr char letter = letter_of::flag;
     using Arg = bool;
     using Held = bool;
     using View = bool;
@@ -71,13 +42,12 @@ struct BoolWire {
 
 struct TextWire {
     using Shared = TextWire;
-    static constexpr char letter = letter_of::text;
     using Arg = const char *;
     using Held = CText;
     using View = const char *;
     using Released = char *;
 
-    // No text crosses as the empty text.
+    // Null is written as the empty text.
     static bool write(rpc_port_parcel_h parcel, const char *value)
     {
         return rpc_port_parcel_write_string(parcel, value ? value : "") == 0;
@@ -116,7 +86,7 @@ inline bool read_parcelable(rpc_port_parcel_h parcel, Parcelable *value)
     return rpc_port_parcel_read(parcel, &value->functions, value) == 0 && value->complete;
 }
 
-/// Writer and reader of one record type.
+/// Writes, reads and creates records of one type.
 template <class R>
 struct RecordCodec {
     using Type = typename R::type;
@@ -131,38 +101,9 @@ struct RecordCodec {
                                        R::fields::count, make,       unmake};
 };
 
-/// Owns a value that is destroyed with destroy().
-template <class T>
-class Owned {
-public:
-    Owned() = default;
-    explicit Owned(T *object) : object_(object) {}
-    Owned(Owned &&other) noexcept : object_(other.release()) {}
-    Owned &operator=(Owned &&other) noexcept
-    {
-        reset(other.release());
-        return *this;
-    }
-    ~Owned() { reset(); }
-
-    T *get() const { return object_; }
-    T *operator->() const { return object_; }
-    explicit operator bool() const { return object_ != nullptr; }
-    T *release() { return std::exchange(object_, nullptr); }
-    void reset(T *object = nullptr)
-    {
-        if (T *old = std::exchange(object_, object))
-            destroy(old);
-    }
-
-private:
-    T *object_ = nullptr;
-};
-
 template <class R, FixedText Name>
 struct Wire<describe::Rec<R, Name>> {
     using Shared = Wire;
-    static constexpr char letter = letter_of::parcelable;
     using Arg = typename R::type *;
     using Held = Owned<typename R::type>;
     using View = typename R::type *;

@@ -2,7 +2,7 @@
 #include "clients.hpp"
 
 #include "connections.hpp"
-#include "src/korvane_master_proxy/methods.hpp"
+#include "src/korvane_master_proxy/functions/methods.hpp"
 
 #include <cstdlib>
 

@@ -4,7 +4,7 @@
 #include "clients.hpp"
 #include "connections.hpp"
 #include "src/korvane_master_proxy/arrays.hpp"
-#include "src/korvane_master_proxy/methods.hpp"
+#include "src/korvane_master_proxy/functions/methods.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 #include "src/kv_master/wire.hpp"
 
@@ -53,7 +53,7 @@ class RecordArray {
 public:
     RecordArray()
     {
-        std::vector<kv::proxy::Owned<rpc_port_korvane_ap_info_s>> owned;
+        std::vector<kv::Owned<rpc_port_korvane_ap_info_s>> owned;
         std::array<rpc_port_korvane_ap_info_h, list_length> records{};
         for (const AccessPoint &point : access_points()) {
             auto &record = records[owned.size()];

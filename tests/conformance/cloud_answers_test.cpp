@@ -224,7 +224,7 @@ TEST_P(CloudAnswer, MayEndTheLibraryInsideItsCallback)
     seen.inside = [&] { EXPECT_EQ(korvane_deinitialize(handle), ok); };
     answer_comes();
     EXPECT_EQ(seen.answers, (std::vector<std::string>{row.seen}));
-    EXPECT_EQ(kv::api::live_handle, nullptr);
+    EXPECT_EQ(kv::api::live_session, nullptr);
 }
 
 TEST_P(CloudAnswer, MayEndAndBeginTheLibraryInsideItsCallback)
@@ -237,7 +237,7 @@ TEST_P(CloudAnswer, MayEndAndBeginTheLibraryInsideItsCallback)
     };
     old_proxy->push_event(answer());
     EXPECT_EQ(seen.answers, (std::vector<std::string>{row.seen}));
-    EXPECT_EQ(kv::api::live_handle, handle);
+    EXPECT_EQ(kv::api::live_session, handle);
 }
 
 TEST_P(CloudAnswer, KeepsItsTextsOutOfTheLog)

@@ -101,9 +101,9 @@ const std::vector<Pair> pairs = {
      set<korvane_keepalive_result_cb, korvane_set_keepalive_result_cb, on_value<int>>,
      korvane_unset_keepalive_result_cb, i32(1), "1", "result [1]"},
     {"diagnostics_cb", 106, 107, 31, set<korvane_diagnostics_cb, korvane_set_diagnostics_cb, on_number_and_text>,
-     korvane_unset_diagnostics_cb, bytes(i32(2), str("dump")), "2 dump", "value [2]"},
+     korvane_unset_diagnostics_cb, bytes(i32(2), str("dump")), "2 dump", "value [2], text length [4]"},
     {"tnc_result_cb", 60, 61, 17, set<korvane_tnc_result_cb, korvane_set_tnc_result_cb, on_value<const char *>>,
-     korvane_unset_tnc_result_cb, str("agreed"), "agreed", ""},
+     korvane_unset_tnc_result_cb, str("agreed"), "agreed", "result length [6]"},
 };
 
 class CloudEvent : public CloudTest, public ::testing::WithParamInterface<Pair> {
@@ -265,7 +265,7 @@ TEST_P(CloudEvent, MayEndTheLibraryInsideItsCallback)
     seen.inside = [&] { EXPECT_EQ(korvane_deinitialize(handle), ok); };
     event_arrives(seq_id);
     EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen}));
-    EXPECT_EQ(kv::api::live_handle, nullptr);
+    EXPECT_EQ(kv::api::live_session, nullptr);
 }
 
 TEST_P(CloudEvent, MayEndAndBeginTheLibraryInsideItsCallback)
@@ -278,7 +278,7 @@ TEST_P(CloudEvent, MayEndAndBeginTheLibraryInsideItsCallback)
     };
     old_proxy->push_event(event(row.delegate, seq_id, false, row.values));
     EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen}));
-    EXPECT_EQ(kv::api::live_handle, handle);
+    EXPECT_EQ(kv::api::live_session, handle);
 }
 
 TEST_P(CloudEvent, IsRegisteredAnewAfterAFailureInTheMiddleOfMemory)

@@ -103,7 +103,7 @@ TEST_P(CloudRequestTest, IsNotSupportedWithoutTheAgent)
     EXPECT_EQ(expect_refused(absent), (LogLines{entry(), refusal("Not Supported")}));
     handle = nullptr;
     EXPECT_EQ(expect_refused(absent), (LogLines{entry(), refusal("Not Supported")}));
-    handle = kv::api::live_handle;
+    handle = kv::api::live_session;
 }
 
 TEST_P(CloudRequestTest, IsRefusedForEveryOlderAgent)
@@ -128,7 +128,7 @@ TEST_P(CloudRequestTest, IsRefusedForAnAgentOfUnknownVersionUnlessAnyWillDo)
     } else {
         handle = nullptr;
         EXPECT_EQ(expect_refused(bad_argument), (LogLines{entry(), refusal("handle is NULL")}));
-        handle = kv::api::live_handle;
+        handle = kv::api::live_session;
     }
 }
 

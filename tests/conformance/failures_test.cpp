@@ -52,7 +52,7 @@ TEST_F(Failures, OfPlatformCallsDuringInitializeAreUndone)
                                 seen[failure] = result;
                                 EXPECT_EQ(result, outcome_in(outcomes, failure));
                                 EXPECT_EQ(handle != nullptr, result == ok);
-                                EXPECT_EQ(kv::api::live_handle, handle);
+                                EXPECT_EQ(kv::api::live_session, handle);
                                 if (result != ok) {
                                     EXPECT_EQ(platform.alive(), std::vector<std::string>{});
                                 }
@@ -71,7 +71,7 @@ TEST_F(Failures, OfAllocationsDuringInitializeAreUndone)
                              const int expected = before < 0 ? ok : outcomes.at(static_cast<std::size_t>(before));
                              EXPECT_EQ(result, expected);
                              EXPECT_EQ(handle != nullptr, result == ok);
-                             EXPECT_EQ(kv::api::live_handle, handle);
+                             EXPECT_EQ(kv::api::live_session, handle);
                              EXPECT_EQ(platform.log.count("Memory allocation is failed"), before == 1 ? 1U : 0U);
                              EXPECT_EQ(platform.log.count("Out of memory"), before == 2 || before == 3 ? 1U : 0U);
                          });

@@ -58,7 +58,7 @@ int sent_by(Value value, Call call)
     return result;
 }
 
-std::vector<GoldenMethod> golden_methods_2_to_59();
-std::vector<GoldenMethod> golden_methods_60_to_108();
+std::vector<GoldenMethod> golden_setup_methods();
+std::vector<GoldenMethod> golden_cloud_methods();
 
 } // namespace kvtest

@@ -11,8 +11,8 @@ namespace {
 
 std::vector<GoldenMethod> all_methods()
 {
-    std::vector<GoldenMethod> all = golden_methods_2_to_59();
-    for (GoldenMethod &method : golden_methods_60_to_108())
+    std::vector<GoldenMethod> all = golden_setup_methods();
+    for (GoldenMethod &method : golden_cloud_methods())
         all.push_back(std::move(method));
     return all;
 }

@@ -17,10 +17,14 @@ constexpr int failed = KORVANE_ERROR_OPERATION_FAILED;
 /// The promise of an unset: when it has returned, with whatever result, none of the pair's callbacks runs again.
 class NoCallbackAfterUnset : public EveryPair {
 protected:
-    /// Unset once while the agent does this with the request; the events wait in the port before and after it.
+    /// Unsets once while the agent does this with the request. The platform raises events inside the send and inside the
+    /// wait; others wait in the port before and after it.
     void unset_and_hear_nothing(int expected, const std::function<void(Port &)> &answer)
     {
         begin_set();
+        for (const Moment moment : {Moment::send, Moment::wait})
+            for (std::size_t i = 0; i < pair().events.size(); ++i)
+                platform.proxy().raise_inside(moment, received(event_of(i, seq_id)));
         events_wait(seq_id);
         platform.main_port().on_sent = [&](Port &port, const Bytes &) {
             events_wait(seq_id);
@@ -135,19 +139,28 @@ TEST_P(ReplacedCallback, HearsNothingOfItsOldRegistrationWhenReplacingItFailed)
     EXPECT_EQ(second.told, Strings{});
 }
 
-TEST_P(WaitingEvent, IsDeliveredAfterTheCallThatWaitsForItsReplyAndNotInside)
+TEST_P(WaitingEvent, IsDeliveredOnceWhereverThePlatformRaisesIt)
 {
-    begin_set();
-    platform.main_port().on_sent = [&](Port &port, const Bytes &) {
-        events_wait(seq_id);
-        port.push(event_of(0, seq_id)); // and one on the wrong port, which is no reply either
-        port.push(reply(0));
-    };
-    EXPECT_EQ(korvane_stop(handle), ok);
-    EXPECT_EQ(recorder.told, Strings{});
-    platform.main_port().on_sent = nullptr;
-    main_loop_comes_to_them();
-    EXPECT_EQ(recorder.told, told_by_events());
+    // Null: the event arrives during the call and the main loop raises it afterwards.
+    for (const std::optional<Moment> moment : {std::optional{Moment::send}, std::optional{Moment::wait}, {}}) {
+        begin_set();
+        platform.main_port().on_sent = [&](Port &port, const Bytes &) {
+            EXPECT_EQ(recorder.told, moment == Moment::send ? told_by_events() : Strings{});
+            if (!moment)
+                events_wait(seq_id);
+            port.push(event_of(0, seq_id)); // and one on the wrong port, which is no reply either
+            port.push(reply(0));
+        };
+        for (std::size_t i = 0; moment && i < pair().events.size(); ++i)
+            platform.proxy().raise_inside(*moment, received(event_of(i, seq_id)));
+        EXPECT_EQ(korvane_stop(handle), ok);
+        EXPECT_EQ(recorder.told, moment ? told_by_events() : Strings{});
+        platform.main_port().on_sent = nullptr;
+        main_loop_comes_to_them();
+        EXPECT_EQ(recorder.told, told_by_events());
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+        recorder.told.clear();
+    }
 }
 
 TEST_P(WaitingEvent, OfALibraryThatEndedAndBeganAnewReachesNobody)
@@ -218,29 +231,39 @@ protected:
     int requests_in_step = 0;
 };
 
-TEST_F(EventStorm, ThatCameWhileTheApplicationWasBusyIsDeliveredWholeInOrderAndLeavesNothingBehind)
+TEST_F(EventStorm, IsDeliveredWholeInOrderAndLeavesNothingBehind)
 {
-    connect_to("2.3");
-    Seen seen{this};
-    ASSERT_EQ(korvane_set_status_changed_cb(handle, on_status, &seen), ok);
-    const int seq_id = last_seq_id(platform.log);
-    // Busy: in a call whose reply comes only after all of them.
-    platform.main_port().on_sent = [&](Port &port, const Bytes &) {
-        for (int i = 0; i < size; ++i)
-            platform.proxy().callback_port.push(event(1, seq_id, false, i32(i)));
-        port.push(reply(0));
-    };
-    EXPECT_EQ(korvane_stop(handle), ok);
-    EXPECT_EQ(seen.next, 0);
-    answers(0);
-
-    allocs::reset_largest();
-    for (int i = 0; i < size; ++i)
-        platform.proxy().fire_received();
-    EXPECT_EQ(seen.next, size);
-    EXPECT_EQ(seen.out_of_order, 0);
-    EXPECT_EQ(seen.blocks_late, seen.blocks_early);
-    EXPECT_LT(allocs::largest(), 4096U);
+    // Null: the events arrive during the call and the main loop raises them afterwards.
+    for (const std::optional<Moment> moment : {std::optional{Moment::send}, std::optional{Moment::wait}, {}}) {
+        connect_to("2.3");
+        Seen seen{this};
+        ASSERT_EQ(korvane_set_status_changed_cb(handle, on_status, &seen), ok);
+        const int seq_id = last_seq_id(platform.log);
+        const auto storm = [seq_id](Proxy &proxy) {
+            for (int i = 0; i < size; ++i)
+                proxy.push_event(event(1, seq_id, false, i32(i)));
+        };
+        allocs::reset_largest();
+        if (moment) {
+            platform.proxy().raise_inside(*moment, storm);
+            EXPECT_EQ(korvane_stop(handle), ok);
+        } else {
+            platform.main_port().on_sent = [&](Port &port, const Bytes &) {
+                for (int i = 0; i < size; ++i)
+                    platform.proxy().callback_port.push(event(1, seq_id, false, i32(i)));
+                port.push(reply(0));
+            };
+            EXPECT_EQ(korvane_stop(handle), ok);
+            EXPECT_EQ(seen.next, 0);
+            for (int i = 0; i < size; ++i)
+                platform.proxy().fire_received();
+        }
+        EXPECT_EQ(seen.next, size);
+        EXPECT_EQ(seen.out_of_order, 0);
+        EXPECT_EQ(seen.blocks_late, seen.blocks_early);
+        EXPECT_LT(allocs::largest(), 4096U);
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
 }
 
 TEST_F(EventStorm, ForNobodyIsDroppedWholeAndTheNextRegistrationWorks)

@@ -193,7 +193,7 @@ TEST_P(InitializeWithoutProxy, FailsAndMayBeTriedAgain)
               (LogLines{entered, api_version, agent_2_3, proxy_error(step.complaint_of, step.complaint),
                         refused("rpc_port_proxy_kv_master_create() is failed, err=[-1]")}));
     EXPECT_EQ(platform.alive(), std::vector<std::string>{});
-    EXPECT_EQ(kv::api::live_handle, nullptr);
+    EXPECT_EQ(kv::api::live_session, nullptr);
     EXPECT_EQ(platform.calls_to("rpc_port_proxy_connect"), 0U);
 
     platform.results.clear();
@@ -228,7 +228,7 @@ TEST_P(InitializeWithoutConnection, LeavesNoHandleAndNoInitialisedFlagSoThatItMa
                   proxy_error("rpc_port_proxy_kv_master_connect", "Failed to connect kv_master(org.korvane.agent)"),
                   refused("rpc_port_proxy_kv_master_connect() is failed, err=[" + code + "]")}));
     EXPECT_EQ(platform.alive(), std::vector<std::string>{});
-    EXPECT_EQ(kv::api::live_handle, nullptr);
+    EXPECT_EQ(kv::api::live_session, nullptr);
     EXPECT_EQ(platform.calls_to("event_add_event_handler"), 0U);
 
     platform.results.clear();
@@ -244,7 +244,7 @@ TEST_F(Deinitialize, DestroysTheProxyAndUnregistersTheEvent)
     EXPECT_EQ(platform.log.lines(), (LogLines{api_info("korvane_deinitialize", ">>> called")}));
     EXPECT_EQ(platform.calls, (std::vector<std::string>{"rpc_port_proxy_destroy", "event_remove_event_handler"}));
     EXPECT_EQ(platform.alive(), std::vector<std::string>{});
-    EXPECT_EQ(kv::api::live_handle, nullptr);
+    EXPECT_EQ(kv::api::live_session, nullptr);
 }
 
 TEST_F(Deinitialize, BeforeTheConnectionIsUpWorks)

@@ -26,8 +26,8 @@ void LibraryTest::end_run()
 {
     allocs::stop_failing();
     platform.faults.disarm();
-    if (kv::api::live_handle)
-        korvane_deinitialize(kv::api::live_handle);
+    if (kv::api::live_session)
+        korvane_deinitialize(kv::api::live_session);
     PlatformTest::end_run();
 }
 

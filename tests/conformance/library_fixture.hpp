@@ -10,7 +10,7 @@
 #include <vector>
 
 namespace kv::api {
-extern korvane_h live_handle; // what it points to is none of a test's business
+extern korvane_h live_session; // what it points to is none of a test's business
 }
 
 namespace kvtest {

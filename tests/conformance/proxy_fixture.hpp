@@ -4,7 +4,7 @@
 #include "platform_fixture.hpp"
 
 #include "src/korvane_master_proxy/connection.hpp"
-#include "src/korvane_master_proxy/methods.hpp"
+#include "src/korvane_master_proxy/functions/methods.hpp"
 
 #include <string>
 #include <vector>

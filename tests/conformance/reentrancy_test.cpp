@@ -86,7 +86,7 @@ protected:
         EXPECT_EQ(acted, 1);
         EXPECT_EQ(result, connected ? GetParam().connected : GetParam().not_connected);
         if (!GetParam().ends_the_handle) {
-            EXPECT_EQ(kv::api::live_handle, handle);
+            EXPECT_EQ(kv::api::live_session, handle);
         }
     }
 

@@ -302,6 +302,18 @@ TEST_F(LanguageList, WithoutMemoryForTheArrayNamesWhatFailed)
                   api_error("korvane_set_language_list", "rpc_port_array_korvane_language_info_create() failed")}));
 }
 
+TEST_F(LanguageList, WithoutMemoryForARecordNamesTheRecord)
+{
+    connect_to("2.3");
+    allocs::fail_nth(3); // after the array and the table of records
+    EXPECT_EQ(korvane_set_language_list(handle, &one_language, 1), KORVANE_ERROR_OUT_OF_MEMORY);
+    EXPECT_EQ(platform.log.errors(),
+              (LogLines{proxy_error("rpc_port_korvane_language_info_create", "Out of memory"),
+                        proxy_error("korvane_set_language_list", "Failed to create korvane_language_info handle"),
+                        api_error("korvane_set_language_list", "Memory allocation is failed")}));
+    EXPECT_TRUE(sent().empty());
+}
+
 class Pins : public SetupTest {};
 
 TEST_F(Pins, AreNeverLogged)

@@ -116,7 +116,10 @@ const std::vector<Pair> setup_pairs = {
      korvane_unset_provisioning_vendor_info_cb,
      52,
      53,
-     {{15, bytes(i32(4), str("{}")), "v 4 {}", {api_info("_provisioning_vendor_info_cb", "value [4]")}}}},
+     {{15,
+       bytes(i32(4), str("{}")),
+       "v 4 {}",
+       {api_info("_provisioning_vendor_info_cb", "value [4], text length [2]")}}}},
     {"OtmSupportFeature",
      "otm_support_feature_cb",
      1003,
@@ -138,7 +141,10 @@ const std::vector<Pair> setup_pairs = {
      korvane_unset_provisioning_get_requested_cb,
      95,
      96,
-     {{25, bytes(str("what"), i32(8)), "r what 8", {api_info("_provisioning_get_requested_cb", "value [8]")}}}},
+     {{25,
+       bytes(str("what"), i32(8)),
+       "r what 8",
+       {api_info("_provisioning_get_requested_cb", "text length [4], value [8]")}}}},
 };
 
 } // namespace kvtest

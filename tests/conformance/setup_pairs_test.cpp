@@ -136,16 +136,26 @@ TEST_P(SetupPair, EventsReachTheApplicationWithTheirValues)
     EXPECT_EQ(recorder.told, told_by_events(2));
 }
 
-TEST_P(SetupPair, EventsThatArriveWhileACallWaitsForItsReplyAreDeliveredAfterIt)
+/// A platform raises events from the main loop, inside a send or inside the wait for a reply.
+TEST_P(SetupPair, EventsAreDeliveredWhenThePlatformRaisesThemBeforeInsideOrAfterACall)
 {
     begin_set();
+    push_events(seq_id);
+    EXPECT_EQ(recorder.told, told_by_events(1));
+    unsigned inside = 1;
+    for (const Moment moment : {Moment::send, Moment::wait}) {
+        for (std::size_t i = 0; i < pair().events.size(); ++i)
+            platform.proxy().raise_inside(moment, received(event_of(i, seq_id)));
+        EXPECT_EQ(korvane_stop(handle), ok);
+        EXPECT_EQ(recorder.told, told_by_events(++inside));
+    }
     for (std::size_t i = 0; i < pair().events.size(); ++i)
         platform.proxy().callback_port.push(event_of(i, seq_id));
     EXPECT_EQ(korvane_stop(handle), ok);
-    EXPECT_EQ(recorder.told, Strings{});
+    EXPECT_EQ(recorder.told, told_by_events(3)); // nothing was raised inside this call
     for (std::size_t i = 0; i < pair().events.size(); ++i)
         platform.proxy().fire_received();
-    EXPECT_EQ(recorder.told, told_by_events());
+    EXPECT_EQ(recorder.told, told_by_events(4));
 }
 
 TEST_P(SetupPair, SettingTwiceWarnsOnceAndKeepsOneRegistration)
@@ -196,14 +206,12 @@ TEST_P(SetupPair, NoCallbackRunsAfterAnUnsetThatTheAgentRefused)
 TEST_P(SetupPair, AnEventThatCrossesItsUnsetOnTheWireIsDropped)
 {
     begin_set();
-    platform.main_port().on_sent = [&](Port &port, const Bytes &) {
-        for (std::size_t i = 0; i < pair().events.size(); ++i)
-            platform.proxy().callback_port.push(event_of(i, seq_id));
-        port.push(reply(0));
-    };
+    for (std::size_t i = 0; i < pair().events.size(); ++i) {
+        platform.proxy().raise_inside(Moment::send, received(event_of(i, seq_id)));
+        platform.proxy().raise_inside(Moment::wait, received(event_of(i, seq_id)));
+    }
     EXPECT_EQ(pair().unset(handle), ok);
-    for (std::size_t i = 0; i < pair().events.size(); ++i)
-        platform.proxy().fire_received();
+    push_events(seq_id);
     EXPECT_EQ(recorder.told, Strings{});
 }
 
@@ -363,7 +371,7 @@ TEST_P(SetupPair, TheCallbackMayDeinitialize)
     recorder.then = [&](korvane_h told) { EXPECT_EQ(korvane_deinitialize(told), ok); };
     platform.proxy().push_event(event_of(0, seq_id));
     EXPECT_EQ(recorder.told, Strings{pair().events.front().told});
-    EXPECT_EQ(kv::api::live_handle, nullptr);
+    EXPECT_EQ(kv::api::live_session, nullptr);
 }
 
 TEST_P(SetupPair, TheCallbackMayDeinitializeAndInitialize)

@@ -62,7 +62,6 @@ struct Callback<D, describe::In<E...>> {
 
 void give_to_agent(rpc_port_proxy_kv_master_h handle, proxy::Delegate *delegate, int number)
 {
-    delegate->listed = true;
     delegate->seq_id = number;
     handle->delegates = g_list_append(handle->delegates, delegate);
 }

@@ -3,7 +3,7 @@
 // with its length as one byte in front, so that an input can hold parcels of other kinds before the reply.
 
 #include "fuzz_link.hpp"
-#include "src/korvane_master_proxy/invoke.hpp"
+#include "src/korvane_master_proxy/exchange.hpp"
 
 #include <tuple>
 
@@ -30,17 +30,18 @@ struct Sample<describe::Secret<N>> : Sample<describe::String<N>> {
 };
 template <class R, FixedText N>
 struct Sample<describe::Rec<R, N>> {
-    proxy::Owned<typename R::type> owned{proxy::RecordCodec<R>::create()};
+    Owned<typename R::type> owned{proxy::RecordCodec<R>::create()};
     typename R::type *value = owned.get();
 };
 template <class A, FixedText N>
 struct Sample<describe::Arr<A, N>> {
-    proxy::Owned<proxy::ArrayValue<A>> owned{proxy::ArrayCodec<A>::create()};
+    Owned<proxy::ArrayValue<A>> owned{proxy::ArrayCodec<A>::create()};
     proxy::ArrayValue<A> *value = owned.get();
 };
 template <class D>
 struct Sample<describe::Callback<D>> {
-    proxy::TypedDelegate<D> *value = proxy::create_delegate<D>(nullptr, false, nullptr); // the proxy's once it is sent
+    Owned<proxy::Delegate> owned{proxy::create_delegate<D>(nullptr, false, nullptr)};
+    Owned<proxy::Delegate> *value = &owned;
 };
 
 template <class Held>
@@ -66,7 +67,7 @@ void call(rpc_port_proxy_kv_master_h handle, describe::In<I...>, describe::Out<O
     std::tuple<Out<typename proxy::Wire<O>::Held>...> outs;
     std::apply(
         [&](auto &...argument) {
-            std::apply([&](auto &...out) { proxy::invoke<M>(handle, argument.value..., &out.value...); }, outs);
+            std::apply([&](auto &...out) { proxy::exchange<M>(handle, argument.value..., &out.value...); }, outs);
         },
         arguments);
 }

@@ -23,7 +23,7 @@ int failed_checks()
 void Tally::print(const std::string &other_axis) const
 {
     std::cout << "[  MATRIX  ] " << functions << " functions x " << other_axis << " = " << cells
-              << " cells: " << as_told << " as told" << std::endl;
+              << " cells: " << as_expected << " as expected" << std::endl;
 }
 
 void MatrixTest::cell(Tally &tally, const std::string &name, const std::function<void()> &body)
@@ -35,7 +35,7 @@ void MatrixTest::cell(Tally &tally, const std::string &name, const std::function
     end_run();
     begin_run();
     if (failed_checks() == before)
-        ++tally.as_told;
+        ++tally.as_expected;
 }
 
 void MatrixTest::begin_run()

@@ -16,18 +16,18 @@ inline std::ostream &operator<<(std::ostream &out, const Function &function)
     return out << function.name;
 }
 
-/// How many cells of a matrix were run, and how many of them were as promised.
+/// How many cells of a matrix were run, and how many of them passed.
 struct Tally {
     int functions = 0;
     int cells = 0;
-    int as_told = 0;
+    int as_expected = 0;
 
-    /// "179 functions x 13 agents = 2327 cells: 2327 as told".
+    /// "179 functions x 13 agents = 2327 cells: 2327 as expected".
     void print(const std::string &other_axis) const;
 };
 
-/// One function's row of a matrix. Every cell is a process of its own, as far as the library can tell: nothing that one
-/// leaves behind reaches the next, and whatever it leaves behind fails it.
+/// One function's row of a matrix. Every cell begins with a library in which nothing was called yet. What a cell leaves
+/// behind fails it and does not reach the next one.
 class MatrixTest : public PlatformTest, public ::testing::WithParamInterface<Function> {
 protected:
     /// Runs one cell; its name is shown with everything that fails in it.

@@ -106,7 +106,7 @@ void World::begin(Subject subject, int agent)
 {
     if (subject != Subject::nothing) {
         agent_becomes(agent > unreadable ? agent : newest);
-        must(korvane_initialize(&handle, ignore_connection, nullptr), "korvane_initialize()");
+        must(korvane_initialize(&handle, count_disconnected, this), "korvane_initialize()");
         connect();
         make(subject, agent);
     }
@@ -116,8 +116,13 @@ void World::begin(Subject subject, int agent)
 
 void World::connect()
 {
-    platform().main_port().on_sent = [](Port &port, const Bytes &request) {
-        port.push(reply(0, out_values(number_at(request, 0))));
+    platform().main_port().on_sent = [this](Port &port, const Bytes &request) {
+        int result = 0;
+        if (!next_results.empty()) {
+            result = next_results.front();
+            next_results.pop_front();
+        }
+        port.push(reply(result, out_values(number_at(request, 0))));
     };
     platform().proxy().fire_connected();
     connected_ = &platform().proxy();
@@ -193,6 +198,11 @@ bool World::connected()
 Bytes World::subscribe(const Event &what)
 {
     must(function_named(what.asked_by).call(*this), what.asked_by.c_str());
+    return event_for_newest_delegate(what);
+}
+
+Bytes World::event_for_newest_delegate(const Event &what)
+{
     return event(what.id, seq_id_of(what.id, platform().log), once(what), what.values);
 }
 
@@ -219,6 +229,44 @@ int World::use_once_more()
     return korvane_stop(handle);
 }
 
+int World::call_inside_another(const Function &function)
+{
+    char *outer_text = std::exchange(text_, nullptr);
+    auto *outer_tcp_header = std::exchange(tcp_header, nullptr);
+    auto *outer_presences = std::exchange(presences, nullptr);
+    const int outer_presence_count = presence_count;
+    const int outer_number = number;
+    const bool outer_flag = flag;
+
+    const int result = function.call(*this);
+
+    release_outs();
+    text_ = outer_text;
+    tcp_header = outer_tcp_header;
+    presences = outer_presences;
+    presence_count = outer_presence_count;
+    number = outer_number;
+    flag = outer_flag;
+    return result;
+}
+
+bool World::outs_untouched() const
+{
+    return !text_ && !tcp_header && !presences && presence_count == 0 && number == 0 && !flag;
+}
+
+void World::release_outs()
+{
+    text();
+    if (tcp_header)
+        released(korvane_release_tcp_header_info, tcp_header);
+    if (presences)
+        korvane_release_sub_device_presence_list(std::exchange(presences, nullptr), presence_count);
+    presence_count = 0;
+    number = 0;
+    flag = false;
+}
+
 char **World::text()
 {
     free(std::exchange(text_, nullptr));
@@ -236,7 +284,8 @@ void World::end()
 {
     agent_becomes(newest);
     during_callback = nullptr;
-    text();
+    next_results.clear();
+    release_outs();
     if (ap_list)
         released(korvane_aplist_destroy, ap_list);
     if (cloud_info)
@@ -249,10 +298,6 @@ void World::end()
         released(korvane_device_profile_info_destroy, profile);
     if (terms)
         released(korvane_tnc_info_destroy, terms);
-    if (tcp_header)
-        released(korvane_release_tcp_header_info, tcp_header);
-    if (presences)
-        korvane_release_sub_device_presence_list(std::exchange(presences, nullptr), presence_count);
     if (handle)
         released(korvane_deinitialize, handle);
     ap_info = nullptr;

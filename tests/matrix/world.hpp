@@ -4,6 +4,7 @@
 #include "function_table.hpp"
 #include "support/fake_platform.hpp"
 
+#include <deque>
 #include <functional>
 #include <tuple>
 #include <type_traits>
@@ -41,11 +42,20 @@ public:
     void agent_becomes(int version);
     /// The application asks for the event; the parcel that the agent will send for it.
     Bytes subscribe(const Event &event);
+    /// The parcel that the agent will send for the delegate of this type that was made last.
+    Bytes event_for_newest_delegate(const Event &event);
     void arrives(const Bytes &event) { platform().proxy().push_event(event); }
     bool connected();
     /// The result of a call that asks the agent, of a library that is initialised if it is not.
     int use_once_more();
+    /// Calls the function inside another call of this world: what it returns through pointers is released, and the out
+    /// arguments are left as they were.
+    int call_inside_another(const Function &function);
+    /// Whether no call has stored anything in the out arguments.
+    bool outs_untouched() const;
 
+    /// The agent's results of the next requests, in the order in which they reach it; 0 once this is empty.
+    std::deque<int> next_results;
     /// What the next callback does, once.
     std::function<void()> during_callback;
     int callbacks = 0; // how many have run
@@ -87,6 +97,7 @@ private:
     void connect();
     void make(Subject subject, int agent);
     void forget_the_past();
+    void release_outs();
 
     void keep(auto) {}
     void keep(korvane_ap_info_h given) { ap_info = given; }
@@ -105,6 +116,13 @@ inline constexpr auto told = [](korvane_h, auto... values) {
 };
 
 inline void ignore_connection(int, korvane_h, int, void *) {}
+
+/// A connection status callback whose user data is the world. Only the end of the connection counts as a callback.
+inline void count_disconnected(int, korvane_h, int status, void *world)
+{
+    if (status == KORVANE_CONNECTION_DISCONNECTED)
+        static_cast<World *>(world)->told();
+}
 
 /// A call that releases what it is given. What was not released is still there.
 template <class T>

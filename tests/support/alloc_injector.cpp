@@ -6,7 +6,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <unordered_set>
+#include <unordered_map>
+#include <vector>
 
 namespace {
 
@@ -14,11 +15,33 @@ unsigned countdown = 0; // 0: nothing is to fail
 bool has_failed = false;
 std::size_t largest_size = 0;
 
-/// Never destroyed: blocks are freed until the very end of the process.
-std::unordered_set<void *> &live()
+/// Sizes of the blocks. Never destroyed: blocks are freed until the very end of the process.
+std::unordered_map<void *, std::size_t> &live()
 {
-    static auto *blocks = new std::unordered_set<void *>;
+    static auto *blocks = new std::unordered_map<void *, std::size_t>;
     return *blocks;
+}
+
+bool reuses_blocks = false;
+
+/// Blocks that were freed while blocks are reused, by size.
+std::unordered_map<std::size_t, std::vector<void *>> &freed()
+{
+    static auto *blocks = new std::unordered_map<std::size_t, std::vector<void *>>;
+    return *blocks;
+}
+
+/// The block of this size that was freed last; null if there is none.
+void *reused(std::size_t size)
+{
+    if (!reuses_blocks)
+        return nullptr;
+    std::vector<void *> &blocks = freed()[size];
+    if (blocks.empty())
+        return nullptr;
+    void *block = blocks.back();
+    blocks.pop_back();
+    return block;
 }
 
 bool fails(std::size_t size)
@@ -30,10 +53,10 @@ bool fails(std::size_t size)
     return true;
 }
 
-void *noted(void *block)
+void *noted(void *block, std::size_t size)
 {
     if (block)
-        live().insert(block);
+        live()[block] = size;
     return block;
 }
 
@@ -55,38 +78,48 @@ void __wrap_free(void *block);
 
 void *__wrap_malloc(std::size_t size)
 {
-    return fails(size) ? nullptr : noted(__real_malloc(size));
+    if (fails(size))
+        return nullptr;
+    void *block = reused(size);
+    return noted(block ? block : __real_malloc(size), size);
 }
 
 void *__wrap_calloc(std::size_t count, std::size_t size)
 {
-    return fails(count * size) ? nullptr : noted(__real_calloc(count, size));
+    if (fails(count * size))
+        return nullptr;
+    void *block = reused(count * size);
+    return noted(block ? std::memset(block, 0, count * size) : __real_calloc(count, size), count * size);
 }
 
 void *__wrap_realloc(void *block, std::size_t size)
 {
     if (fails(size))
         return nullptr;
-    const bool known = live().erase(block) != 0;
+    const auto known = live().extract(block);
     void *grown = __real_realloc(block, size);
     if (!grown && known && size != 0)
-        live().insert(block);
-    return noted(grown);
+        live()[block] = known.mapped();
+    return noted(grown, size);
 }
 
 char *__wrap_strdup(const char *text)
 {
-    if (fails(std::strlen(text) + 1))
+    const std::size_t size = std::strlen(text) + 1;
+    if (fails(size))
         return nullptr;
     char *copy = __real_strdup(text);
-    noted(copy);
+    noted(copy, size);
     return copy;
 }
 
 void __wrap_free(void *block)
 {
-    live().erase(block);
-    __real_free(block);
+    const auto known = live().extract(block);
+    if (known && reuses_blocks)
+        freed()[known.mapped()].push_back(block);
+    else
+        __real_free(block);
 }
 
 } // extern "C"
@@ -132,6 +165,20 @@ std::size_t largest()
 void reset_largest()
 {
     largest_size = 0;
+}
+
+ReuseBlocks::ReuseBlocks()
+{
+    reuses_blocks = true;
+}
+
+ReuseBlocks::~ReuseBlocks()
+{
+    reuses_blocks = false;
+    for (auto &[size, blocks] : freed())
+        for (void *block : blocks)
+            __real_free(block);
+    freed().clear();
 }
 
 } // namespace kvtest::allocs

@@ -22,4 +22,14 @@ std::size_t live_blocks();
 std::size_t largest();
 void reset_largest();
 
+/// While this is alive, an allocation is given the block of the same size that was freed last. Nothing is returned to
+/// the real allocator meanwhile, so the sanitizers see no use of a freed block.
+class ReuseBlocks {
+public:
+    ReuseBlocks();
+    ~ReuseBlocks();
+    ReuseBlocks(const ReuseBlocks &) = delete;
+    ReuseBlocks &operator=(const ReuseBlocks &) = delete;
+};
+
 } // namespace kvtest::allocs

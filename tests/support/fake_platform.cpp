@@ -50,6 +50,8 @@ void FakePlatform::reset()
 {
     agent_version = "2.3.1";
     trusts_array_counts = false;
+    finishes_after_destroy = false;
+    on_new_proxy = nullptr;
     results.clear();
     faults = {};
     log = {};
@@ -98,6 +100,9 @@ std::vector<std::string> FakePlatform::alive() const
 
 std::vector<std::string> FakePlatform::take_misuses()
 {
+    for (const auto &proxy : proxies_)
+        if (proxy->unraised() > 0)
+            misuse("a scheduled event was never raised");
     return std::exchange(misuses_, {});
 }
 

@@ -55,11 +55,22 @@ struct Parcel : Handle {
     std::size_t at = 0;
 };
 
-/// One end of a link. What arrives is queued by the test; with nothing queued a read fails at once, like on a closed
-/// link, so that no test can hang.
+struct Proxy;
+
+/// A point inside a platform call where the platform may raise events.
+enum class Moment {
+    send,    // rpc_port_parcel_send, before the request reaches the agent
+    wait,    // rpc_port_parcel_create_from_port of the main port, before it takes a parcel
+    destroy, // rpc_port_proxy_destroy, when the proxy and its ports are dead already
+};
+
+/// One end of a link. The test queues what arrives; a read of an empty port fails at once, as on a closed link, so that
+/// no test can hang.
 struct Port : Handle {
     Port() : Handle("port") {}
 
+    Proxy *proxy = nullptr;
+    bool broken = false; // since `disconnected`; sends and reads fail
     std::vector<Bytes> sent;
     std::deque<Bytes> incoming;
     std::deque<int> send_results; // for the next sends; 0 once it is empty. A failed send is not in sent
@@ -75,7 +86,7 @@ struct Proxy : Handle, std::enable_shared_from_this<Proxy> {
         void *data;
     };
 
-    Proxy() : Handle("proxy") {}
+    Proxy() : Handle("proxy") { main_port.proxy = callback_port.proxy = this; }
 
     std::string appid; // of the last connect
     std::string port_name;
@@ -87,17 +98,46 @@ struct Proxy : Handle, std::enable_shared_from_this<Proxy> {
     std::vector<Watcher<rpc_port_proxy_rejected_event_cb>> rejected;
     std::vector<Watcher<rpc_port_proxy_received_event_cb>> received;
 
-    // The platform's events, as the main loop would raise them. The proxy may be destroyed by what they call.
+    // The platform's events, as the main loop would raise them. The callbacks may destroy the proxy.
     void fire_connected();
+    /// The link is dead from here on.
     void fire_disconnected();
     void fire_rejected(int last_result);
     void fire_received();
     /// One parcel arrives on the callback port.
     void push_event(Bytes parcel);
 
+    using Raise = std::function<void(Proxy &)>;
+    /// Schedules an event for the n-th time that this proxy reaches the moment; 1 is the next time. Events of the same
+    /// moment are raised in the order in which they were scheduled, until a callback destroys the proxy.
+    void raise_inside(Moment moment, Raise raise, unsigned nth = 1);
+    /// Events that were scheduled and not raised yet.
+    unsigned unraised() const { return static_cast<unsigned>(scheduled_.size()); }
+
+    // For the platform functions only.
+
+    /// Raises what is scheduled for this point.
+    void reach(Moment moment);
+    void destroy();
+
 private:
+    struct Scheduled {
+        Moment moment;
+        unsigned at; // value of reached_ at which it is due
+        Raise raise;
+    };
+
     void fire(auto watchers, auto... port);
+
+    std::deque<Scheduled> scheduled_;
+    std::map<Moment, unsigned> reached_;
+    bool being_destroyed_ = false;
 };
+
+/// `received`, for a parcel that has arrived on the callback port.
+Proxy::Raise received(Bytes parcel);
+/// `disconnected`.
+Proxy::Raise disconnected();
 
 struct EventHandler : Handle {
     EventHandler() : Handle("event handler") {}
@@ -150,6 +190,10 @@ public:
     std::optional<std::string> agent_version = "2.3.1";
     /// Hands out array counts that the rest of the parcel cannot hold, as the real one does not.
     bool trusts_array_counts = false;
+    /// A send or a read whose proxy is destroyed by an event that it raised succeeds all the same.
+    bool finishes_after_destroy = false;
+    /// Called with each proxy that the library creates: to schedule events, or to put an agent behind it.
+    std::function<void(Proxy &)> on_new_proxy;
     /// Codes of functions that shall fail, by name.
     std::map<std::string, int> results;
     FaultPlan faults;
@@ -173,7 +217,8 @@ public:
 
     /// Kinds of the handles that are alive, but for ports, which go with their proxy.
     std::vector<std::string> alive() const;
-    /// Handles used after their end, ended twice, or never given out. Taking them clears the list.
+    /// Handles used after their end, ended twice, or never given out; also events that a test scheduled and that were
+    /// never raised. Taking them clears the list.
     std::vector<std::string> take_misuses();
     void misuse(std::string what) { misuses_.push_back(std::move(what)); }
 

@@ -57,6 +57,14 @@ int open_for_read(rpc_port_parcel_h handle, const char *function, Parcel *&parce
     return parcel ? 0 : -EINVAL;
 }
 
+/// Raises what is scheduled for this point; whether the port can still be used.
+bool raise_events(Port &port, Moment moment)
+{
+    const auto keep_alive = port.proxy->shared_from_this();
+    port.proxy->reach(moment);
+    return !port.broken && (port.alive || platform().finishes_after_destroy);
+}
+
 template <class Watchers, class Callback>
 int watch(rpc_port_proxy_h handle, const char *function, Watchers Proxy::*watchers, Callback callback, void *data)
 {
@@ -79,6 +87,8 @@ std::shared_ptr<Proxy> FakePlatform::make_proxy()
     for (Handle *handle : {static_cast<Handle *>(proxy.get()), static_cast<Handle *>(&proxy->main_port),
                            static_cast<Handle *>(&proxy->callback_port)})
         by_address_[handle] = handle;
+    if (on_new_proxy)
+        on_new_proxy(*proxy);
     return proxy;
 }
 
@@ -94,26 +104,29 @@ const Bytes &FakePlatform::content_of(rpc_port_parcel_h parcel)
     return dynamic_cast<Parcel &>(*static_cast<Handle *>(parcel)).content;
 }
 
-/// What is handed in is freed as soon as the callbacks have returned, so that a later use is seen.
+/// Frees endpoint and name as soon as the callbacks have returned, so that a later use is seen.
 void Proxy::fire(auto watchers, auto... port)
 {
     auto self = shared_from_this();
-    if (!alive)
+    if (!alive && !being_destroyed_)
         platform().misuse("an event of a dead proxy");
     auto endpoint = std::make_unique<std::string>(appid);
     auto name = std::make_unique<std::string>(port_name);
     for (const auto &watcher : watchers)
-        if (alive)
+        if (alive || being_destroyed_)
             watcher.callback(endpoint->c_str(), name->c_str(), port..., watcher.data);
 }
 
 void Proxy::fire_connected()
 {
+    main_port.broken = false;
     fire(connected, static_cast<Handle *>(&main_port));
 }
 
 void Proxy::fire_disconnected()
 {
+    main_port.broken = true;
+    main_port.incoming.clear();
     fire(disconnected);
 }
 
@@ -134,6 +147,48 @@ void Proxy::push_event(Bytes parcel)
     fire_received();
 }
 
+void Proxy::raise_inside(Moment moment, Raise raise, unsigned nth)
+{
+    scheduled_.push_back({moment, reached_[moment] + nth, std::move(raise)});
+}
+
+void Proxy::reach(Moment moment)
+{
+    const unsigned now = ++reached_[moment];
+    std::vector<Raise> due;
+    std::deque<Scheduled> later;
+    for (Scheduled &scheduled : scheduled_) {
+        if (scheduled.moment == moment && scheduled.at == now)
+            due.push_back(std::move(scheduled.raise));
+        else
+            later.push_back(std::move(scheduled));
+    }
+    scheduled_ = std::move(later);
+    const auto self = shared_from_this();
+    for (const Raise &raise : due)
+        if (alive || being_destroyed_)
+            raise(*this);
+}
+
+/// Everything is dead before the events are raised: they are to be ignored, and a use of a port in them is noted.
+void Proxy::destroy()
+{
+    alive = main_port.alive = callback_port.alive = false;
+    being_destroyed_ = true;
+    reach(Moment::destroy);
+    being_destroyed_ = false;
+}
+
+Proxy::Raise received(Bytes parcel)
+{
+    return [parcel = std::move(parcel)](Proxy &proxy) { proxy.push_event(parcel); };
+}
+
+Proxy::Raise disconnected()
+{
+    return [](Proxy &proxy) { proxy.fire_disconnected(); };
+}
+
 } // namespace kvtest
 
 extern "C" {
@@ -152,7 +207,7 @@ int rpc_port_proxy_destroy(rpc_port_proxy_h handle)
     auto *proxy = platform().open<Proxy>(handle, "rpc_port_proxy_destroy");
     if (!proxy)
         return -EINVAL;
-    proxy->alive = proxy->main_port.alive = proxy->callback_port.alive = false;
+    proxy->destroy();
     return code;
 }
 
@@ -219,6 +274,8 @@ int rpc_port_parcel_create_from_port(rpc_port_parcel_h *parcel, rpc_port_h handl
         port->incoming.clear(); // the link is broken for good
         return code;
     }
+    if (port == &port->proxy->main_port && !raise_events(*port, Moment::wait))
+        return -EIO;
     if (port->incoming.empty())
         return -EIO;
     *parcel = platform().parcel_of(std::move(port->incoming.front()));
@@ -237,6 +294,13 @@ int rpc_port_parcel_send(rpc_port_parcel_h handle, rpc_port_h port_handle)
         port->incoming.clear(); // the link is broken for good
         return code;
     }
+    const bool usable = raise_events(*port, Moment::send);
+    if (!parcel->alive)
+        platform().misuse("the parcel was destroyed inside its own send");
+    if (!usable)
+        return -EIO;
+    if (!port->alive)
+        return 0;
     if (!port->send_results.empty()) {
         const int scripted = port->send_results.front();
         port->send_results.pop_front();

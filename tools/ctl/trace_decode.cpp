@@ -62,7 +62,7 @@ Json show_record(const typename R::type &record)
     return fields;
 }
 template <class R, FixedText Name>
-Json show(describe::Rec<R, Name>, const proxy::Owned<typename R::type> &record)
+Json show(describe::Rec<R, Name>, const Owned<typename R::type> &record)
 {
     return show_record<R>(*record.get());
 }
@@ -78,7 +78,7 @@ Json show_item(describe::IntArray<Name>, int item)
     return item;
 }
 template <class A, FixedText Name>
-Json show(describe::Arr<A, Name>, const proxy::Owned<proxy::ArrayValue<A>> &array)
+Json show(describe::Arr<A, Name>, const Owned<proxy::ArrayValue<A>> &array)
 {
     Json items = Json::array();
     for (int i = 0; i < array->present; ++i)

@@ -1,35 +1,40 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/common_interface.hpp"
-#include "src/korvane/core/two_form_setter.hpp"
+#include "src/korvane/core/command_document.hpp"
+#include "src/korvane/core/versioned_text.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 
 using namespace kv;
 using namespace kv::api;
 
-struct korvane_cloud_info_s : TwoForm<rpc_port_korvane_cloud_info_s, since(2, 0)> {
-    using TwoForm::TwoForm;
+struct korvane_cloud_info_s : VersionedHandle<rpc_port_korvane_cloud_info_s, since(2, 0)> {
+    using VersionedHandle::VersionedHandle;
 };
 
 namespace {
 
+namespace document = master::commands::sign_up_cloud;
+
 template <int (*Set)(rpc_port_korvane_cloud_info_h record, const char *value)>
 constexpr auto in_record = set_record_text<rpc_port_korvane_cloud_info_s, Set>;
 
-constexpr TextField region{"region", any_agent, "region", in_record<rpc_port_korvane_cloud_info_set_region>};
-constexpr TextField auth_provider{"auth_provider", any_agent, "auth_provider",
+constexpr TextField region{"region", any_agent, document::region.key,
+                           in_record<rpc_port_korvane_cloud_info_set_region>};
+constexpr TextField auth_provider{"auth_provider", any_agent, document::auth_provider.key,
                                   in_record<rpc_port_korvane_cloud_info_set_auth_provider>};
-constexpr TextField access_token{"access_token", any_agent, "access_token",
+constexpr TextField access_token{"access_token", any_agent, document::access_token.key,
                                  in_record<rpc_port_korvane_cloud_info_set_access_token>};
-constexpr TextField refresh_token{"refresh_token", any_agent, "refresh_token",
+constexpr TextField refresh_token{"refresh_token", any_agent, document::refresh_token.key,
                                   in_record<rpc_port_korvane_cloud_info_set_refresh_token>};
-constexpr TextField user_id{"user_id", any_agent, "user_id", in_record<rpc_port_korvane_cloud_info_set_user_id>};
-constexpr TextField client_id{"client_id", any_agent, "client_id",
+constexpr TextField user_id{"user_id", any_agent, document::user_id.key,
+                            in_record<rpc_port_korvane_cloud_info_set_user_id>};
+constexpr TextField client_id{"client_id", any_agent, document::client_id.key,
                               in_record<rpc_port_korvane_cloud_info_set_client_id>};
-constexpr TextField ci_server{"ci_server", since(2, 0), "ci_server"};
-constexpr TextField deploy_env{"deploy_env", since(2, 0), "deploy_env"};
+constexpr TextField ci_server{"ci_server", since(2, 0), document::ci_server.key};
+constexpr TextField deploy_env{"deploy_env", since(2, 0), document::deploy_env.key};
 
-constexpr RecordMaker record_maker{make_record<rpc_port_korvane_cloud_info_create, rpc_port_korvane_cloud_info_s>,
-                                   "rpc_port_korvane_cloud_info_create"};
+constexpr RecordMaker record_maker{
+    create_record_with<rpc_port_korvane_cloud_info_create, rpc_port_korvane_cloud_info_s>,
+    "rpc_port_korvane_cloud_info_create"};
 
 } // namespace
 
@@ -39,65 +44,65 @@ int korvane_cloudinfo_create(korvane_cloud_info_h *cloud_info)
     if (!call.passed())
         return call.result();
 
-    return create_two_form(call, cloud_info, record_maker);
+    return create_versioned(call, cloud_info, record_maker);
 }
 
 int korvane_cloudinfo_destroy(korvane_cloud_info_h cloud_info)
 {
     LocalCall call{cloud_info, any_agent};
     if (call.passed())
-        proxy::destroy(cloud_info);
+        destroy(cloud_info);
     return call.result();
 }
 
 int korvane_cloudinfo_set_region(korvane_cloud_info_h cloud_info, const char *value)
 {
-    return set_two_form_text(Caller::here(), cloud_info, region, value);
+    return set_versioned_text(Caller::here(), cloud_info, region, value);
 }
 
 int korvane_cloudinfo_set_auth_provider(korvane_cloud_info_h cloud_info, const char *value)
 {
-    return set_two_form_text(Caller::here(), cloud_info, auth_provider, value);
+    return set_versioned_text(Caller::here(), cloud_info, auth_provider, value);
 }
 
 int korvane_cloudinfo_set_access_token(korvane_cloud_info_h cloud_info, const char *value)
 {
-    return set_two_form_text(Caller::here(), cloud_info, access_token, value);
+    return set_versioned_text(Caller::here(), cloud_info, access_token, value);
 }
 
 int korvane_cloudinfo_set_refresh_token(korvane_cloud_info_h cloud_info, const char *value)
 {
-    return set_two_form_text(Caller::here(), cloud_info, refresh_token, value);
+    return set_versioned_text(Caller::here(), cloud_info, refresh_token, value);
 }
 
 int korvane_cloudinfo_set_user_id(korvane_cloud_info_h cloud_info, const char *value)
 {
-    return set_two_form_text(Caller::here(), cloud_info, user_id, value);
+    return set_versioned_text(Caller::here(), cloud_info, user_id, value);
 }
 
 int korvane_cloudinfo_set_client_id(korvane_cloud_info_h cloud_info, const char *value)
 {
-    return set_two_form_text(Caller::here(), cloud_info, client_id, value);
+    return set_versioned_text(Caller::here(), cloud_info, client_id, value);
 }
 
 int korvane_cloudinfo_set_cloud_interface_server(korvane_cloud_info_h cloud_info, const char *value)
 {
-    return set_two_form_text(Caller::here(), cloud_info, ci_server, value);
+    return set_versioned_text(Caller::here(), cloud_info, ci_server, value);
 }
 
 int korvane_cloudinfo_set_deploy_environment(korvane_cloud_info_h cloud_info, const char *value)
 {
-    return set_two_form_text(Caller::here(), cloud_info, deploy_env, value);
+    return set_versioned_text(Caller::here(), cloud_info, deploy_env, value);
 }
 
 int korvane_cloudinfo_set_token_type(korvane_cloud_info_h cloud_info, unsigned int type)
 {
     LocalCall call{cloud_info, since(2, 0)};
-    if (!in_agents_form(call, cloud_info))
+    if (!require_agents_format(call, cloud_info))
         return call.result();
 
-    // Unlike the texts it is added, not replaced: the agent sees every type that was set.
-    const bool added = cJSON_AddNumberToObject(cloud_info->json.get(), "iatt", type) != nullptr;
+    // It is added, not replaced like the texts: the agent receives every type that was set.
+    const bool added = cJSON_AddNumberToObject(cloud_info->json.get(), document::token_type.key, type) != nullptr;
     return call.require_memory(added).result();
 }
 
@@ -105,14 +110,14 @@ int korvane_sign_up_cloud(korvane_h handle, korvane_cloud_info_h cloud_info)
 {
     AgentCall call{handle, any_agent};
     call.require_given(cloud_info, "cloud_info_h");
-    if (!in_agents_form(call, cloud_info) || !call.ready())
+    if (!require_agents_format(call, cloud_info) || !call.ready())
         return call.result();
 
-    if (cloud_info->form == Form::record)
+    if (cloud_info->format == WireFormat::record)
         return call.invoke<master::signup_cloud>(cloud_info->record());
 
-    // The command stays in the application's object: the next sign-up with it carries it once more.
-    if (!call.require_memory(add_command(cloud_info->json.get(), Command::sign_up_cloud)).passed())
+    // The command number stays in the application's document: the next sign-up with it sends one more.
+    if (!call.require_memory(add_command(cloud_info->json.get(), document::command.number)).passed())
         return call.result();
-    return invoke_common_interface(call, cloud_info->json.get());
+    return invoke_command(call, cloud_info->json.get());
 }

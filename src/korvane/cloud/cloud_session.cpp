@@ -1,47 +1,35 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/common_interface.hpp"
-#include "src/korvane/core/registration.hpp"
+#include "src/korvane/core/command_document.hpp"
+#include "src/korvane/core/event.hpp"
 
 using namespace kv;
 using namespace kv::api;
 
 namespace {
 
-void _signin_status_changed_cb(void *user_data, bool status)
-{
-    log::info()("status [%s]"_fmt, status ? "true" : "false");
-    deliver(&korvane_s::signin_status_changed, user_data, Caller::here(), status);
-}
-
-void _signup_status_changed_cb(void *user_data, bool status)
-{
-    log::info()("status [%s]"_fmt, status ? "true" : "false");
-    deliver(&korvane_s::signup_status_changed, user_data, Caller::here(), status);
-}
-
-void _tcp_session_disconnected_cb(void *user_data, int last_error_code)
-{
-    log::info()("last_error_code [%d]"_fmt, last_error_code);
-    deliver(&korvane_s::tcp_session_disconnected, user_data, Caller::here(), last_error_code);
-}
-
 using SigninStatusChanged =
-    Registration<&korvane_s::signin_status_changed, since(1, 4), master::set_signin_status_changed_cb,
-                 master::unset_signin_status_changed_cb, _signin_status_changed_cb>;
+    RegistrationOf<EventKind::signin_status_changed, master::set_signin_status_changed_cb,
+                   master::unset_signin_status_changed_cb, "callback is NULL",
+                   PlainEvent<master::signin_status_changed_cb, korvane_signin_status_changed_cb,
+                              "_signin_status_changed_cb", "status [%s]">>;
 
 using SignupStatusChanged =
-    Registration<&korvane_s::signup_status_changed, since(1, 4), master::set_signup_status_changed_cb,
-                 master::unset_signup_status_changed_cb, _signup_status_changed_cb>;
+    RegistrationOf<EventKind::signup_status_changed, master::set_signup_status_changed_cb,
+                   master::unset_signup_status_changed_cb, "callback is NULL",
+                   PlainEvent<master::signup_status_changed_cb, korvane_signup_status_changed_cb,
+                              "_signup_status_changed_cb", "status [%s]">>;
 
 using TcpSessionDisconnected =
-    Registration<&korvane_s::tcp_session_disconnected, since(1, 4), master::set_tcp_session_disconnected_cb,
-                 master::unset_tcp_session_disconnected_cb, _tcp_session_disconnected_cb>;
+    RegistrationOf<EventKind::tcp_session_disconnected, master::set_tcp_session_disconnected_cb,
+                   master::unset_tcp_session_disconnected_cb, "callback is NULL",
+                   PlainEvent<master::tcp_session_disconnected_cb, korvane_tcp_session_disconnected_cb,
+                              "_tcp_session_disconnected_cb", "last_error_code [%d]">>;
 
 } // namespace
 
 int korvane_set_signin_status_changed_cb(korvane_h handle, korvane_signin_status_changed_cb callback, void *user_data)
 {
-    return SigninStatusChanged::set(Caller::here(), handle, user_data, callback);
+    return SigninStatusChanged::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_signin_status_changed_cb(korvane_h handle)
@@ -51,7 +39,7 @@ int korvane_unset_signin_status_changed_cb(korvane_h handle)
 
 int korvane_set_signup_status_changed_cb(korvane_h handle, korvane_signup_status_changed_cb callback, void *user_data)
 {
-    return SignupStatusChanged::set(Caller::here(), handle, user_data, callback);
+    return SignupStatusChanged::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_signup_status_changed_cb(korvane_h handle)
@@ -62,7 +50,7 @@ int korvane_unset_signup_status_changed_cb(korvane_h handle)
 int korvane_set_tcp_session_disconnected_cb(korvane_h handle, korvane_tcp_session_disconnected_cb callback,
                                             void *user_data)
 {
-    return TcpSessionDisconnected::set(Caller::here(), handle, user_data, callback);
+    return TcpSessionDisconnected::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_tcp_session_disconnected_cb(korvane_h handle)
@@ -107,14 +95,12 @@ int korvane_disable_signin(korvane_h handle, bool disable)
     if (!call.ready())
         return call.result();
 
-    Json request{cJSON_CreateObject()};
-    if (!call.require(bool(request), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed())
+    const Json request = create_command(call, master::commands::disable_signin::command.number);
+    if (!call.passed())
         return call.result();
-    if (!call.require_memory(add_command(request.get(), Command::disable_signin)).passed())
-        return call.result();
-    // Without memory for the flag the request goes out without it: the agent judges such a request.
-    cJSON_AddBoolToObject(request.get(), "disable_signin", disable);
-    return invoke_common_interface(call, request.get());
+    // Without memory for the flag the request is sent without it, and the agent judges it.
+    cJSON_AddBoolToObject(request.get(), master::commands::disable_signin::disable.key, disable);
+    return invoke_command(call, request.get());
 }
 
 int korvane_disconnect_cloud_session(korvane_h handle)

@@ -8,14 +8,14 @@ namespace {
 
 void _create_hdr_certificate_cb(void *user_data, int result, const char *text)
 {
-    Answer answer{user_data};
-    answer.deliver<korvane_create_hdr_certificate_cb>(result, text);
+    CompletedRequest request{user_data};
+    request.deliver<korvane_create_hdr_certificate_cb>(result, text);
 }
 
 void _get_hdr_certificate_cb(void *user_data, int result, const char *text1, const char *text2)
 {
-    Answer answer{user_data};
-    answer.deliver<korvane_get_hdr_certificate_cb>(result, text1, text2);
+    CompletedRequest request{user_data};
+    request.deliver<korvane_get_hdr_certificate_cb>(result, text1, text2);
 }
 
 } // namespace

@@ -7,38 +7,39 @@ using namespace kv::api;
 
 namespace {
 
-/// The handle is the document itself, seen from outside.
+namespace token = master::documents::token;
+
+/// The handle is the document itself under an opaque type.
 const cJSON *document_of(const void *handle)
 {
     return static_cast<const cJSON *>(handle);
 }
 
-/// Both kinds of request are answered alike. The document lives as long as the callback runs.
+/// Both kinds of request are completed alike. The document exists while the callback runs.
 template <class Callback>
-void deliver_token(Answer &answer, int result, const char *text)
+void deliver_token(CompletedRequest &request, int result, const char *text)
 {
-    Json token{cJSON_Parse(text)};
-    answer.deliver<Callback>(result, reinterpret_cast<korvane_hdr_token_info_h>(token.get()));
+    const Json document{cJSON_Parse(text)};
+    request.deliver<Callback>(result, reinterpret_cast<korvane_hdr_token_info_h>(document.get()));
 }
 
 void _create_hdr_token_info_cb(void *user_data, int result, const char *text)
 {
-    Answer answer{user_data};
-    deliver_token<korvane_create_hdr_token_info_cb>(answer, result, text);
+    CompletedRequest request{user_data};
+    deliver_token<korvane_create_hdr_token_info_cb>(request, result, text);
 }
 
 void _create_hdr_token_info_custom_cb(void *user_data, int result, const char *text)
 {
-    Answer answer{user_data};
-    deliver_token<korvane_create_hdr_token_info_custom_cb>(answer, result, text);
+    CompletedRequest request{user_data};
+    deliver_token<korvane_create_hdr_token_info_custom_cb>(request, result, text);
 }
 
-constexpr JsonField uuid_field{"uuid", "uuid", since(2, 1)};
-constexpr JsonField server_name_field{"server_name", "server_name", since(2, 1)};
-constexpr JsonField server_url_field{"server_url", "server_url", since(2, 1)};
-constexpr JsonField expiration_time_field{"expiration_time", "expiration_time", since(2, 1)};
-// The document's own name for it; a member "token" would be something else.
-constexpr JsonField token_field{"access_token", "token", since(2, 1)};
+constexpr JsonField uuid_field{token::uuid.key, "uuid", since(2, 1)};
+constexpr JsonField server_name_field{token::server_name.key, "server_name", since(2, 1)};
+constexpr JsonField server_url_field{token::server_url.key, "server_url", since(2, 1)};
+constexpr JsonField expiration_time_field{token::expiration_time.key, "expiration_time", since(2, 1)};
+constexpr JsonField token_field{token::access_token.key, "token", since(2, 1)};
 
 } // namespace
 

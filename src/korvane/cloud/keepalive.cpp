@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/record_list.hpp"
-#include "src/korvane/core/registration.hpp"
+#include "src/korvane/core/event.hpp"
+#include "src/korvane/core/record_array.hpp"
 #include "src/korvane_master_proxy/arrays.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 
@@ -9,7 +9,7 @@ using namespace kv::api;
 
 namespace {
 
-// What the two tables of numbers differ in: the argument, the record of one number, the array of them, the method.
+// The two functions differ in the argument, the record of one number, the array of records, and the method.
 
 struct Intervals {
     using Array = master::keepalive_info_array;
@@ -35,7 +35,7 @@ struct Indexes {
 };
 
 template <class Table>
-bool fill(AgentCall &call, RecordList<typename Table::Array> &records, const int *numbers, int count)
+bool fill(AgentCall &call, RecordArray<typename Table::Array> &records, const int *numbers, int count)
 {
     if (!append_records(records, count, Table::create_record)) {
         proxy::log::error(call.caller())("Failed to create %s handle"_fmt, Table::record);
@@ -46,7 +46,7 @@ bool fill(AgentCall &call, RecordList<typename Table::Array> &records, const int
     return true;
 }
 
-/// The checks that both have, and what they log then.
+/// The checks of both functions, and their log line.
 bool enter(AgentCall &call, const char *argument, const int *numbers, int count)
 {
     call.require(numbers && count > 0, "Invalid param : %s=[%p], count=[%d]"_fmt, argument, numbers, count);
@@ -63,12 +63,12 @@ int send_numbers(Caller caller, korvane_h handle, const int *numbers, int count)
     if (!enter(call, Table::argument, numbers, count))
         return call.result();
 
-    RecordList<typename Table::Array> records;
+    RecordArray<typename Table::Array> records;
     if (!fill<Table>(call, records, numbers, count))
         return call.result();
-    RecordList<typename Table::Array> *created = nullptr;
+    RecordArray<typename Table::Array> *created = nullptr;
     Table::create_array(&created);
-    proxy::Owned<RecordList<typename Table::Array>> array{created};
+    Owned<RecordArray<typename Table::Array>> array{created};
     if (!call.require(bool(array), KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_%s_create() failed"_fmt, Table::record)
              .passed())
         return call.result();
@@ -80,14 +80,9 @@ int send_numbers(Caller caller, korvane_h handle, const int *numbers, int count)
     return call.invoke<typename Table::Method>(array.get());
 }
 
-void _keepalive_result_cb(void *user_data, int result)
-{
-    log::info()("result [%d]"_fmt, result);
-    deliver(&korvane_s::keepalive_result, user_data, Caller::here(), result);
-}
-
-using KeepaliveResult = Registration<&korvane_s::keepalive_result, since(1, 4), master::set_keepalive_result_cb,
-                                     master::unset_keepalive_result_cb, _keepalive_result_cb>;
+using KeepaliveResult = RegistrationOf<
+    EventKind::keepalive_result, master::set_keepalive_result_cb, master::unset_keepalive_result_cb, "callback is NULL",
+    PlainEvent<master::keepalive_result_cb, korvane_keepalive_result_cb, "_keepalive_result_cb", "result [%d]">>;
 
 } // namespace
 
@@ -119,7 +114,7 @@ int korvane_send_presence(korvane_h handle, int state)
 
 int korvane_set_keepalive_result_cb(korvane_h handle, korvane_keepalive_result_cb callback, void *user_data)
 {
-    return KeepaliveResult::set(Caller::here(), handle, user_data, callback);
+    return KeepaliveResult::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_keepalive_result_cb(korvane_h handle)

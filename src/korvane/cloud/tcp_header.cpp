@@ -4,7 +4,7 @@
 using namespace kv;
 using namespace kv::api;
 
-/// What the agent told of its connection, once.
+/// The state of the agent's TCP connection at one moment.
 struct korvane_tcp_header_info_s {
     Json document;
 };
@@ -16,20 +16,22 @@ const cJSON *document_of(const void *handle)
     return static_cast<const korvane_tcp_header_info_s *>(handle)->document.get();
 }
 
-constexpr JsonField field(const char *key, const char *name)
+namespace document = master::documents::tcp_header;
+
+constexpr JsonField field(const master::Member &member, const char *name)
 {
-    return {key, name, since(1, 4)};
+    return {member.key, name, document::document.since};
 }
 
-constexpr JsonField ip_version_field = field("tcp_header_info_ip_version", "ip_version");
-constexpr JsonField src_addr_field = field("tcp_header_info_src_addr", "src_addr");
-constexpr JsonField src_port_field = field("tcp_header_info_src_port", "src_port");
-constexpr JsonField dst_addr_field = field("tcp_header_info_dst_addr", "dst_addr");
-constexpr JsonField dst_port_field = field("tcp_header_info_dst_port", "dst_port");
-constexpr JsonField seq_num_field = field("tcp_header_info_seq_num", "seq_num");
-constexpr JsonField ack_num_field = field("tcp_header_info_ack_num", "ack_num");
-constexpr JsonField window_field = field("tcp_header_info_window", "window");
-constexpr JsonField window_scale_field = field("tcp_header_info_window_scale", "window_scale");
+constexpr JsonField ip_version_field = field(document::ip_version, "ip_version");
+constexpr JsonField src_addr_field = field(document::src_addr, "src_addr");
+constexpr JsonField src_port_field = field(document::src_port, "src_port");
+constexpr JsonField dst_addr_field = field(document::dst_addr, "dst_addr");
+constexpr JsonField dst_port_field = field(document::dst_port, "dst_port");
+constexpr JsonField seq_num_field = field(document::seq_num, "seq_num");
+constexpr JsonField ack_num_field = field(document::ack_num, "ack_num");
+constexpr JsonField window_field = field(document::window, "window");
+constexpr JsonField window_scale_field = field(document::window_scale, "window_scale");
 
 } // namespace
 
@@ -41,7 +43,7 @@ int korvane_get_tcp_header_info(korvane_h handle, korvane_tcp_header_info_h *tcp
 
     // Applications release what they find here after a failure, too.
     *tcp_header_info = nullptr;
-    proxy::Owned<korvane_tcp_header_info_s> info{proxy::make_zeroed<korvane_tcp_header_info_s>()};
+    Owned<korvane_tcp_header_info_s> info{make_zeroed<korvane_tcp_header_info_s>()};
     if (!call.require(bool(info), KORVANE_ERROR_OUT_OF_MEMORY, "_tcp_header_info_s is NULL"_fmt).passed())
         return call.result();
 
@@ -59,7 +61,7 @@ int korvane_release_tcp_header_info(korvane_tcp_header_info_h tcp_header_info)
 {
     LocalCall call{tcp_header_info, since(1, 4)};
     if (call.passed())
-        proxy::destroy(tcp_header_info);
+        destroy(tcp_header_info);
     return call.result();
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "src/korvane/core/event.hpp"
 #include "src/korvane/core/json_handle.hpp"
-#include "src/korvane/core/registration.hpp"
 
 using namespace kv;
 using namespace kv::api;
@@ -12,23 +12,18 @@ struct korvane_tnc_info_s : JsonHandle {
 
 namespace {
 
-constexpr JsonField version_field{"tnc_version", "version", since(1, 3)};
-constexpr JsonField header_field{"tnc_header", "header", since(1, 3)};
+constexpr JsonField version_field{master::documents::terms::version.key, "version", since(1, 3)};
+constexpr JsonField header_field{master::documents::terms::header.key, "header", since(1, 3)};
 
-/// Nothing is logged: what the user agreed to stays between the agent and the application.
-void _tnc_result_cb(void *user_data, const char *result)
-{
-    deliver(&korvane_s::tnc_result, user_data, Caller::here(), result);
-}
-
-using TncResult = Registration<&korvane_s::tnc_result, since(1, 3), master::set_tnc_result_cb,
-                               master::unset_tnc_result_cb, _tnc_result_cb>;
+using TncResult =
+    RegistrationOf<EventKind::tnc_result, master::set_tnc_result_cb, master::unset_tnc_result_cb, "callback is NULL",
+                   PlainEvent<master::tnc_result_cb, korvane_tnc_result_cb, "_tnc_result_cb", "result length [%d]">>;
 
 } // namespace
 
 int korvane_set_tnc_result_cb(korvane_h handle, korvane_tnc_result_cb callback, void *user_data)
 {
-    return TncResult::set(Caller::here(), handle, user_data, callback);
+    return TncResult::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_tnc_result_cb(korvane_h handle)

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "agent_call.hpp"
 
+#include "session.hpp"
+
 #include <last_result.h>
 
 #include <cerrno>
 
 namespace kv::api {
 
-constinit korvane_h live_handle = nullptr;
+constinit korvane_h live_session = nullptr;
 
 namespace {
 
@@ -15,7 +17,7 @@ gboolean _master_rpc_io_error_cb(void *data)
 {
     log::info()(">>> called"_fmt);
     auto *handle = static_cast<korvane_h>(data);
-    if (!live_handle) {
+    if (!live_session) {
         log::info()("Already deinitialized"_fmt);
         return G_SOURCE_REMOVE;
     }
@@ -40,11 +42,11 @@ HandleCall::HandleCall(korvane_h handle, int minimum_version, Caller caller) : P
 {
     agent_present(minimum_version)
         .require_handle(handle)
-        .require(handle == live_handle, "handle is not the live one"_fmt);
+        .require(handle == live_session, "handle is not the live one"_fmt);
 }
 
 AgentCall::AgentCall(korvane_h handle, int minimum_version, Caller caller)
-    : HandleCall(handle, minimum_version, caller), handle_(handle)
+    : HandleCall(handle, minimum_version, caller), session_(handle)
 {
 }
 
@@ -53,34 +55,38 @@ bool AgentCall::ready()
     return agent_not_installing().passed();
 }
 
-int AgentCall::invoke(const char *method_text, const proxy::Value *values)
+int AgentCall::invoke(const master::MethodRow &method, const proxy::Value *values)
 {
     if (!ready())
         return result();
     set_last_result(0);
-    const int err = proxy::invoke(handle_->proxy, method_text, values);
-    return err == 0 ? KORVANE_ERROR_NONE : fail(err, get_last_result());
+    const proxy::Outcome outcome = proxy::exchange(session_->proxy, method, values);
+    if (outcome.proxy_destroyed)
+        session_ = nullptr;
+    else if (outcome.result == 0)
+        return KORVANE_ERROR_NONE;
+    return fail(outcome.result, get_last_result());
 }
 
 int AgentCall::fail(int err, int last_result)
 {
     log::error(caller_)("%s() is failed, err=[%d] r=[%d]"_fmt, caller_.function, err, last_result);
-    if (last_result == -EIO) {
+    if (session_ && last_result == -EIO) {
         schedule_io_error_notice();
         result_ = KORVANE_ERROR_IO_ERROR;
     } else {
-        result_ = err == -EACCES ? KORVANE_ERROR_PERMISSION_DENIED : KORVANE_ERROR_OPERATION_FAILED;
+        result_ = session_ && err == -EACCES ? KORVANE_ERROR_PERMISSION_DENIED : KORVANE_ERROR_OPERATION_FAILED;
     }
     return result_;
 }
 
-/// One notice at a time: failures while it is pending are told with it.
+/// At most one notice is pending: it also reports the failures that follow until it runs.
 void AgentCall::schedule_io_error_notice()
 {
-    if (handle_->io_error_notice.pending() || !handle_->rpc_io_error_cb)
+    if (session_->io_error_notice.pending() || !session_->rpc_io_error_cb)
         return;
     log::info(caller_)("rpc io error callback will be called"_fmt);
-    handle_->io_error_notice.add(_master_rpc_io_error_cb, handle_);
+    session_->io_error_notice.add(_master_rpc_io_error_cb, session_);
 }
 
 } // namespace kv::api

@@ -3,15 +3,13 @@
 
 #include "common/agent_state.hpp"
 #include "common/preamble.hpp"
+#include "src/korvane_master_proxy/exchange.hpp"
 
-#include "handle.hpp"
-#include "src/korvane_master_proxy/invoke.hpp"
-
-/// How exported functions begin. Which type a function uses says what it may do: one that does not ask the agent has no
-/// update gate and nothing to invoke with.
+/// How exported functions begin. The type that a function uses bounds what it may do: a function that does not ask the
+/// agent has no update gate and nothing to call a method with.
 namespace kv::api {
 
-/// A function over an object of the application's: a list, a record, data of an event.
+/// A function over an object of the application: a list, a record, data of an event.
 class LocalCall : public Preamble {
 public:
     LocalCall(const void *handle, int minimum_version, Caller caller = Caller::here());
@@ -46,25 +44,26 @@ public:
         return *this;
     }
 
-    /// After the function's own checks: whether the agent may be asked. Only functions that do more than invoke then ask.
+    /// Closes the checks: returns whether the agent may be asked. Only functions that do more than invoke() need it.
     bool ready();
 
-    /// Calls a method of the agent, if all checks hold and the agent may be asked, and maps what became of it to a result
-    /// code.
+    /// Calls a method of the agent, if all checks hold and the agent may be asked, and maps the outcome to a result code.
+    /// The application's callbacks may run meanwhile and do anything, deinitialise included; see session().
     template <class Method, class... Values>
     int invoke(Values... values)
     {
-        return invoke(proxy::text_of_method<Method>.text, proxy::Arguments<Method>{values...}.values.data());
+        return invoke(master::row_of<Method>, proxy::Arguments<Method>{values...}.values.data());
     }
-    int invoke(const char *method_text, const proxy::Value *values);
+    int invoke(const master::MethodRow &method, const proxy::Value *values);
 
-    korvane_h handle() const { return handle_; }
+    /// The session, or null after an invoke() inside which the application has ended it.
+    korvane_h session() const { return session_; }
 
 private:
     int fail(int err, int last_result);
     void schedule_io_error_notice();
 
-    korvane_h handle_;
+    korvane_h session_;
 };
 
 } // namespace kv::api

@@ -5,8 +5,7 @@
 
 #include <utility>
 
-/// Owning types over cJSON, and the few additions that the requests are made of. A document that ran out of memory is
-/// told by a false result; cJSON itself would leave the member out.
+/// Owning types over cJSON. cJSON leaves a member out when memory runs out, so every addition is checked.
 namespace kv::api {
 
 class Json {
@@ -30,7 +29,7 @@ private:
     cJSON *item_ = nullptr;
 };
 
-/// Printed JSON. cJSON_free is what matches cJSON_Print, whatever allocator is set.
+/// Owns printed JSON. cJSON_free matches cJSON_Print with any allocator that is set.
 class JsonText {
 public:
     explicit JsonText(char *text) : text_(text) {}

@@ -7,7 +7,7 @@ JsonHandle *new_json_handle(Preamble &call)
 {
     if (!call.passed())
         return nullptr;
-    proxy::Owned<JsonHandle> made{proxy::make_zeroed<JsonHandle>()};
+    Owned<JsonHandle> made{make_zeroed<JsonHandle>()};
     if (!call.require_memory(bool(made)).passed())
         return nullptr;
     made->object.reset(cJSON_CreateObject());
@@ -20,7 +20,7 @@ int destroy_json_handle(Caller caller, JsonHandle *handle, int minimum)
 {
     LocalCall call{handle, minimum, caller};
     if (call.passed())
-        proxy::destroy(handle);
+        destroy(handle);
     return call.result();
 }
 

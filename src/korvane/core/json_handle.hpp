@@ -4,15 +4,15 @@
 #include "json_members.hpp"
 #include "src/kv_master/wire.hpp"
 
-/// Handles that hold one JSON object, whatever the agent's version. A type of handle derives from JsonHandle, adds nothing
-/// to it, and says its object_name, which log lines show, and the lowest agent version that knows it.
+/// Handles with one JSON document for every agent version. A type of handle derives from JsonHandle without adding members,
+/// and defines object_name, for log lines, and minimum, the lowest agent version that knows it.
 namespace kv::api {
 
 struct JsonHandle {
     Json object;
 };
 
-/// A handle with an empty object; none, with the call refused, when there is no memory or the call is refused already.
+/// Returns a handle with an empty document. Returns null if the call is refused already, and refuses it without memory.
 JsonHandle *new_json_handle(Preamble &call);
 
 template <class T>
@@ -32,7 +32,7 @@ int destroy_json_handle(Caller caller, T *handle)
     return destroy_json_handle(caller, handle, T::minimum);
 }
 
-/// Only a damaged handle is without its object. Asked once the handle is known to be there.
+/// Requires the document of a handle, which is not null. Only a damaged handle lacks it.
 bool has_object(Preamble &call, const JsonHandle *handle, const char *object_name);
 
 template <class T>

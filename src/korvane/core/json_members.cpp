@@ -34,7 +34,7 @@ int hand_out(Preamble &call, const cJSON *member, char **out)
 
 int hand_out(Preamble &call, const cJSON *member, int *out)
 {
-    // valueint is the number within the range of an int: what is beyond ends at its limits.
+    // valueint is limited to the range of an int.
     if (is_there(call, member))
         *out = member->valueint;
     return call.result();

@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "common/log.hpp"
-
+#include "common/owned.hpp"
 #include "src/korvane_master_proxy/delegate.hpp"
 
 #include <korvane.h>
 
-/// Requests whose answer comes later, once.
+/// One-shot requests that wait for the event that completes them.
 namespace kv::api {
 
-/// What such a request leaves behind until its answer comes: whom to tell.
+/// A pending one-shot request and its callback. Its delegate carries it as user data; both end together.
 struct kv_cb_info {
     korvane_h handle = nullptr;
     proxy::AnyFunction callback = nullptr; // of the type that the request's exported function takes
     void *user_data = nullptr;
+    int seq_id = 0; // of the delegate: identifies the request
 
     kv_cb_info *next = nullptr;
-    kv_cb_info **link = nullptr; // what points to this record on its handle's list
+    kv_cb_info **link = nullptr; // the pointer to this record in the session's list
 
     kv_cb_info() = default;
     kv_cb_info(const kv_cb_info &) = delete;
@@ -27,40 +27,20 @@ struct kv_cb_info {
     void unlink();
 };
 
-/// The records of one handle. They go with it, uncalled.
-class OneShotRecords {
+/// The pending one-shot requests of a session. They are released with it, without a call of their callbacks.
+class OneShotRequests {
 public:
-    OneShotRecords() = default;
-    OneShotRecords(const OneShotRecords &) = delete;
-    OneShotRecords &operator=(const OneShotRecords &) = delete;
-    ~OneShotRecords();
+    OneShotRequests() = default;
+    OneShotRequests(const OneShotRequests &) = delete;
+    OneShotRequests &operator=(const OneShotRequests &) = delete;
+    ~OneShotRequests();
 
-    void add(kv_cb_info &record);
+    void add(Owned<kv_cb_info> record);
+    /// Releases the request of this delegate. Does nothing if its event has completed it.
+    void remove(int seq_id);
 
 private:
     kv_cb_info *first_ = nullptr;
-};
-
-/// An answer that has come, for the time of its callback. The record is off its handle's list by then, so it is freed
-/// once whatever the callback does.
-class Answer {
-public:
-    explicit Answer(void *kv_cb_info, Caller caller = Caller::here());
-    Answer(const Answer &) = delete;
-    Answer &operator=(const Answer &) = delete;
-
-    template <class Callback, class... Values>
-    void deliver(Values... values)
-    {
-        if (!record_ || !record_->callback)
-            return;
-        log::info(caller_)("callback to app"_fmt);
-        reinterpret_cast<Callback>(record_->callback)(record_->handle, values..., record_->user_data);
-    }
-
-private:
-    proxy::Owned<kv_cb_info> record_;
-    Caller caller_;
 };
 
 } // namespace kv::api

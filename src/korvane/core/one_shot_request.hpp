@@ -2,22 +2,24 @@
 #pragma once
 
 #include "agent_call.hpp"
+#include "session.hpp"
 
 #include <tuple>
 
+/// Sending one-shot requests, and handling the events that complete them.
 namespace kv::api {
 
-/// A kind of such requests: its method, and how its delegate is made, with the record as user data.
+/// A kind of one-shot request: its method, and how its delegate is made.
 struct OneShotKind {
-    const char *method_text;
+    const master::MethodRow &method;
     int delegate_id;
     proxy::Delegate *(*create_delegate)(kv_cb_info *record);
 };
 
-/// Calls the method with these values and the delegate, whose place among them is told. Once the request is under way,
-/// record and delegate wait for the answer; else both are taken back.
+/// Calls the method with a new delegate, which is stored at `delegate_value` among the values. Its event may arrive, and
+/// the callback run, before this returns. A request that fails leaves nothing behind.
 int request_once(AgentCall &call, const OneShotKind &kind, AnyFunction callback, void *user_data,
-                 const proxy::Value *values, proxy::Value &delegate);
+                 const proxy::Value *values, proxy::Value &delegate_value);
 
 /// The last argument of a method.
 template <class Ins>
@@ -28,18 +30,41 @@ struct LastOf<describe::In<E...>> {
     using Type = std::tuple_element_t<sizeof...(E) - 1, std::tuple<E...>>;
 };
 
-/// Calls a method whose last argument is the delegate that the answer comes by; the trampoline takes the answer.
+/// Calls a method whose last argument is the delegate of the completing event; the trampoline handles that event.
 template <class Method, auto Trampoline, class Callback, class... Values>
 int request_once(AgentCall &call, Callback callback, void *user_data, Values... values)
 {
     using D = typename LastOf<typename Method::in>::Type::delegate;
-    static constexpr OneShotKind kind{
-        proxy::text_of_method<Method>.text, D::id,
-        [](kv_cb_info *record) -> proxy::Delegate * { return proxy::create_delegate<D>(Trampoline, true, record); }};
+    static constexpr OneShotKind kind{master::row_of<Method>, D::id, [](kv_cb_info *record) -> proxy::Delegate * {
+                                          return proxy::create_delegate<D>(Trampoline, true, record);
+                                      }};
 
     proxy::Arguments<Method> arguments{values..., nullptr};
     return request_once(call, kind, reinterpret_cast<AnyFunction>(callback), user_data, arguments.values.data(),
                         arguments.values.back());
 }
+
+/// A one-shot request while its callback runs. It has left the session's list by then, so it is released once, whatever
+/// the callback does.
+class CompletedRequest {
+public:
+    /// `user_data` is that of the delegate. Logs as the trampoline.
+    explicit CompletedRequest(void *user_data, Caller caller = Caller::here());
+    CompletedRequest(const CompletedRequest &) = delete;
+    CompletedRequest &operator=(const CompletedRequest &) = delete;
+
+    template <class Callback, class... Values>
+    void deliver(Values... values)
+    {
+        if (!record_ || !record_->callback)
+            return;
+        log::info(caller_)("callback to app"_fmt);
+        reinterpret_cast<Callback>(record_->callback)(record_->handle, values..., record_->user_data);
+    }
+
+private:
+    Owned<kv_cb_info> record_;
+    Caller caller_;
+};
 
 } // namespace kv::api

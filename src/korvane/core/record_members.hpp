@@ -5,7 +5,7 @@
 
 namespace kv::api {
 
-/// A getter of a record, by the name that the log gives it.
+/// A getter of a record, and its name for the log.
 template <class Record, class Value>
 struct RecordGetter {
     const char *name;

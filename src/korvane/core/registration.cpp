@@ -2,88 +2,199 @@
 #include "registration.hpp"
 
 #include <algorithm>
+#include <climits>
 
 namespace kv::api {
 
-Slot::~Slot() = default; // here, since every handle has many
+namespace {
 
-bool SlotEnds::empty() const
+/// Calls `visit` with each delegate of this type on the proxy's list. `visit` may dispose of the delegate.
+template <class Visit>
+void for_each_delegate(korvane_h session, int id, Visit visit)
 {
-    return std::none_of(ends, ends + count, [](const SlotEnd &end) { return end.delegate != nullptr; });
+    rpc_port_proxy_kv_master_h proxy = session->proxy;
+    for (GList *node = proxy->delegates; node;) {
+        auto *delegate = static_cast<proxy::Delegate *>(node->data);
+        node = node->next;
+        if (delegate->id == id)
+            visit(*static_cast<RegisteredDelegate *>(delegate));
+    }
 }
 
-void SlotEnds::dispose_delegates(korvane_h handle) const
+} // namespace
+
+RegisteredDelegate *create_registered(int id, const rpc_port_parcelable_t &functions, AnyFunction trampoline)
 {
-    for (int i = 0; i < count; ++i) {
-        if (proxy::Delegate *delegate = ends[i].delegate; delegate && delegate->listed) {
-            ends[i].delegate = nullptr;
-            proxy::dispose_delegate(handle->proxy, delegate, delegate->id);
+    auto *delegate = make_zeroed<RegisteredDelegate>();
+    proxy::number_delegate(delegate, id, functions, trampoline, false, delegate);
+    return delegate;
+}
+
+bool Registration::exists() const
+{
+    bool found = false;
+    for (int i = 0; i < row_.count; ++i) {
+        found = found || slot_.unsent[i];
+        for_each_delegate(session_, row_.delegate_ids[i], [&](RegisteredDelegate &) { found = true; });
+    }
+    return found;
+}
+
+void Registration::dispose()
+{
+    for (int i = 0; i < row_.count; ++i) {
+        slot_.unsent[i].reset();
+        for_each_delegate(session_, row_.delegate_ids[i], [&](RegisteredDelegate &delegate) {
+            if (delegate.being_set)
+                delegate.app_callback = nullptr;
+            else
+                proxy::dispose_delegate(session_->proxy, &delegate, delegate.id);
+        });
+    }
+}
+
+int Registration::send(AgentCall &call)
+{
+    for (int i = 0; i < row_.count; ++i) {
+        RegisteredDelegate *delegate = row_.create[i]();
+        created_[i].reset(delegate);
+        if (!delegate)
+            continue; // without memory the proxy refuses the call
+        delegate->session = session_;
+        delegate->app_callback = slot_.callbacks[i];
+        delegate->app_data = slot_.user_data;
+        delegate->being_set = true;
+        seq_ids_[i] = delegate->seq_id;
+    }
+    const proxy::Value values[] = {&created_[0], &created_[max_callbacks - 1]};
+    return call.invoke(*row_.set_method, values);
+}
+
+RegisteredDelegate *Registration::sent(int index) const
+{
+    return static_cast<RegisteredDelegate *>(
+        proxy::find_delegate(session_->proxy, row_.delegate_ids[index], seq_ids_[index]));
+}
+
+void Registration::confirm(const AnyFunction *callbacks, void *user_data)
+{
+    std::copy_n(callbacks, row_.count, slot_.callbacks);
+    slot_.user_data = user_data;
+    keep();
+    for (int i = 0; i < row_.count; ++i) {
+        // The callback that was set before is replaced now, also for delegates of nested sets that the agent refused.
+        for_each_delegate(session_, row_.delegate_ids[i], [&](RegisteredDelegate &delegate) {
+            if (!delegate.confirmed)
+                delegate.app_callback = nullptr;
+        });
+        if (RegisteredDelegate *delegate = sent(i)) {
+            delegate->app_callback = callbacks[i];
+            delegate->app_data = user_data;
+            delegate->confirmed = true;
         }
-        ends[i].forget_delegate();
+    }
+    redirect_other_generation(seq_ids_[0]);
+}
+
+void Registration::keep()
+{
+    for (int i = 0; i < row_.count; ++i) {
+        if (RegisteredDelegate *delegate = sent(i))
+            delegate->being_set = false;
+        else
+            slot_.unsent[i] = std::move(created_[i]);
     }
 }
 
-void SlotEnds::replace_delegates(const AgentCall &call) const
+void Registration::withdraw()
 {
-    if (!empty()) {
+    for (int i = 0; i < row_.count; ++i)
+        proxy::dispose_delegate(session_->proxy, row_.delegate_ids[i], seq_ids_[i]);
+}
+
+void Registration::end()
+{
+    std::fill_n(slot_.callbacks, max_callbacks, nullptr);
+    slot_.user_data = nullptr;
+    redirect_other_generation(INT_MAX);
+    dispose();
+}
+
+/// The delegates stay, and their events go to the callback that counts now. Those from `end_seq_id` on were set inside
+/// this call and keep their own.
+void Registration::redirect_other_generation(int end_seq_id)
+{
+    for_each_delegate(session_, row_.other_generation, [&](RegisteredDelegate &delegate) {
+        if (delegate.seq_id >= end_seq_id)
+            return;
+        delegate.app_callback = delegate.being_set ? nullptr : slot_.callbacks[0];
+        delegate.app_data = slot_.user_data;
+    });
+}
+
+int set_registration(AgentCall &call, const RegistrationRow &row, AnyFunction first, AnyFunction second,
+                     void *user_data)
+{
+    Registration registration{call.session(), row};
+    if (registration.exists()) {
         log::warning(call.caller())("rpc cb_h already exists"_fmt);
-        dispose_delegates(call.handle());
+        registration.dispose();
     }
-    for (int i = 0; i < count; ++i)
-        ends[i].delegate = create[i](call.handle());
-}
-
-void SlotEnds::drop_delegates(const AgentCall &call) const
-{
-    for (int i = 0; i < count; ++i)
-        ends[i].callback = nullptr;
-    if (empty())
-        log::warning(call.caller())("rpc cb_h doesn't exist"_fmt);
+    const int code = registration.send(call);
+    if (!call.session())
+        return code;
+    const AnyFunction callbacks[] = {first, second};
+    if (code == KORVANE_ERROR_NONE)
+        registration.confirm(callbacks, user_data);
+    else if (row.other_generation)
+        registration.withdraw();
     else
-        dispose_delegates(call.handle());
+        registration.keep();
+    return code;
 }
 
-int Pair::set(Caller caller, korvane_h handle, AnyFunction callback, void *user_data) const
+int unset_registration(AgentCall &call, const RegistrationRow &row)
 {
-    return set(caller, handle, &callback, user_data);
+    Registration registration{call.session(), row};
+    if (!registration.exists())
+        log::warning(call.caller())("rpc cb_h doesn't exist"_fmt);
+    registration.end();
+    const int code = call.invoke(*row.unset_method, nullptr);
+    // A callback inside the call may have set another one, which this call takes back: it returns last.
+    if (call.session())
+        registration.end();
+    return code;
 }
 
-int Pair::set(Caller caller, korvane_h handle, const AnyFunction *callbacks, void *user_data) const
+int set_callbacks(Caller caller, const RegistrationRow &row, korvane_h handle, AnyFunction first, AnyFunction second,
+                  void *user_data)
 {
-    AgentCall call{handle, minimum_version, caller};
-    const bool complete = std::none_of(callbacks, callbacks + ends, [](AnyFunction callback) { return !callback; });
-    if (!call.require_as_said(complete, KORVANE_ERROR_INVALID_PARAMETER, null_text).ready())
+    AgentCall call{handle, row.minimum_version, caller};
+    const bool complete = first && (second || row.count == 1);
+    if (!call.require_as_said(complete, KORVANE_ERROR_INVALID_PARAMETER, row.null_text).ready())
         return call.result();
 
-    Slot &slot = cleared_slot(handle);
-    SlotEnds{slot.ends, create, ends}.replace_delegates(call);
-    // A delegate that could not be made goes along as none, and the proxy refuses the call.
-    const proxy::Value delegates[] = {slot.ends[0].delegate, slot.ends[most_ends - 1].delegate};
-    if (int code = call.invoke(set_method, delegates))
-        return code;
-    for (int i = 0; i < ends; ++i)
-        slot.ends[i].callback = callbacks[i];
-    slot.user_data = user_data;
-    return KORVANE_ERROR_NONE;
+    if (row.release_event_data)
+        row.release_event_data(handle->event_data);
+    return set_registration(call, row, first, second, user_data);
 }
 
-int Pair::unset(Caller caller, korvane_h handle) const
+int unset_callbacks(Caller caller, const RegistrationRow &row, korvane_h handle)
 {
-    AgentCall call{handle, minimum_version, caller};
+    AgentCall call{handle, row.minimum_version, caller};
     if (!call.ready())
         return call.result();
 
-    Slot &slot = cleared_slot(handle);
-    slot.user_data = nullptr;
-    SlotEnds{slot.ends, create, ends}.drop_delegates(call);
-    return call.invoke(unset_method, nullptr);
+    if (row.release_event_data)
+        row.release_event_data(handle->event_data);
+    return unset_registration(call, row);
 }
 
-korvane_h handle_of(void *user_data, Caller caller)
+const RegisteredDelegate *delegate_of(void *user_data, Caller caller)
 {
     if (!user_data)
         log::error(caller)("No user data"_fmt);
-    return static_cast<korvane_h>(user_data);
+    return static_cast<const RegisteredDelegate *>(user_data);
 }
 
 } // namespace kv::api

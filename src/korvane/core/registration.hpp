@@ -2,118 +2,111 @@
 #pragma once
 
 #include "agent_call.hpp"
+#include "session.hpp"
 
-#include <type_traits>
-#include <utility>
+#include <cstdint>
 
-/// The pairs korvane_set_..._cb and korvane_unset_..._cb.
+/// The functions korvane_set_..._cb and korvane_unset_..._cb.
+///
+/// A set function sends the agent a delegate that carries the application's callback. The callback counts once the set
+/// function succeeds; until then, and after a failure, the delegate's events still reach the callback that was set
+/// before. The application may set and unset the same kind of event from a callback that runs inside another set or
+/// unset of it: the delegates of calls that have not returned are left alone, and the call that returns last decides.
 namespace kv::api {
 
-/// Makes the delegate of one end, for this handle.
-using CreateDelegate = proxy::Delegate *(*)(korvane_h handle);
+/// Returns a new delegate of one type, or null without memory.
+using CreateDelegate = RegisteredDelegate *(*)();
 
-/// The ends of a slot that are set and unset together, and how their delegates are made.
-struct SlotEnds {
-    SlotEnd *ends;
-    const CreateDelegate *create;
-    int count;
+/// Releases what the session keeps of the last event of a kind.
+using ReleaseEventData = void (*)(EventData &data);
 
-    /// New delegates in place of those that were there.
-    void replace_delegates(const AgentCall &call) const;
-    void drop_delegates(const AgentCall &call) const;
-    void dispose_delegates(korvane_h handle) const;
-    bool empty() const;
+struct DelegateRow {
+    CreateDelegate create;
+    std::uint8_t id;
 };
 
-/// A pair as a row of what it does not share with the others. What setting and unsetting do is written once.
-struct Pair {
-    /// Its slot. What the slot keeps of its last event is let go first.
-    Slot &(*cleared_slot)(korvane_h handle);
-    const CreateDelegate *create;
-    const char *set_method;
-    const char *unset_method;
-    const char *null_text; // said of a missing callback
-    int ends;
-    int minimum_version;
+/// Returns a new delegate with itself as user data, or null without memory.
+RegisteredDelegate *create_registered(int id, const rpc_port_parcelable_t &functions, AnyFunction trampoline);
 
-    int set(Caller caller, korvane_h handle, AnyFunction callback, void *user_data) const;
-    /// The callbacks in the order of the ends.
-    int set(Caller caller, korvane_h handle, const AnyFunction *callbacks, void *user_data) const;
-    /// Here the callbacks are forgotten whatever the agent answers: none of them runs again.
-    int unset(Caller caller, korvane_h handle) const;
+/// A delegate whose events `Trampoline` handles.
+template <class D, proxy::DelegateCallback<D> Trampoline>
+inline constexpr DelegateRow delegate_row{[] {
+                                              return create_registered(D::id, proxy::DelegateCodec<D>::functions,
+                                                                       reinterpret_cast<AnyFunction>(Trampoline));
+                                          },
+                                          D::id};
+
+/// A kind of registration as data: what it does not share with the others.
+struct RegistrationRow {
+    const char *null_text; // logged if a callback is missing
+    const master::MethodRow *set_method;
+    const master::MethodRow *unset_method;
+    ReleaseEventData release_event_data; // null if the session keeps nothing of such events
+    CreateDelegate create[max_callbacks];
+    std::uint8_t delegate_ids[max_callbacks];
+    std::uint8_t count; // of delegates, each with one callback of the application
+    EventKind kind;
+    std::int16_t minimum_version;
+    /// The delegate of another generation of the same event, which may be left from before an update of the agent; 0 if
+    /// there is one generation. Such a registration keeps no delegate that the agent refused.
+    std::uint8_t other_generation;
+
+    EventSlot &slot_in(korvane_h session) const { return session->event_slots[static_cast<int>(kind)]; }
 };
 
-/// The delegates of a pair, as the method that sets it takes them, with the trampolines that they call.
-template <class Ins, auto... Trampolines>
-struct Ends;
-
-template <class... D, auto... Trampolines>
-struct Ends<describe::In<describe::Callback<D>...>, Trampolines...> {
-    static constexpr CreateDelegate create[] = {
-        [](korvane_h handle) -> proxy::Delegate * { return proxy::create_delegate<D>(Trampolines, false, handle); }...};
-};
-
-/// A pair that follows the rule: its slot, the lowest agent version, the agent's two methods, and a trampoline for each
-/// delegate that the set method takes, in that order.
-template <FixedText NullText, auto SlotMember, int Minimum, class SetMethod, class UnsetMethod, auto... Trampolines>
-class RegistrationWith {
+/// The steps of a set or unset function: what it does with the delegates of one kind.
+class Registration {
 public:
-    template <class Callback>
-    static int set(Caller caller, korvane_h handle, void *user_data, Callback callback)
-    {
-        return pair.set(caller, handle, untyped<0>(callback), user_data);
-    }
+    Registration(korvane_h session, const RegistrationRow &row) : session_(session), row_(row) {}
 
-    template <class First, class Second>
-    static int set(Caller caller, korvane_h handle, void *user_data, First first, Second second)
-    {
-        const AnyFunction callbacks[] = {untyped<0>(first), untyped<1>(second)};
-        return pair.set(caller, handle, callbacks, user_data);
-    }
-
-    static int unset(Caller caller, korvane_h handle) { return pair.unset(caller, handle); }
+    /// Whether a delegate was created since the last unset, be it that the agent never received it.
+    bool exists() const;
+    /// Disposes of all delegates, except that those of set functions that have not returned only lose the callback that
+    /// was set before them.
+    void dispose();
+    /// Creates new delegates and calls the set method with them. Afterwards call.session() is null if the session has ended.
+    int send(AgentCall &call);
+    /// Ends a successful set: the new delegates' events go to these callbacks from now on.
+    void confirm(const AnyFunction *callbacks, void *user_data);
+    /// Ends a failed set: the new delegates stay, and their events go to the callback that was set before.
+    void keep();
+    /// Ends a failed set: the new delegates are disposed of.
+    void withdraw();
+    /// Makes events of this kind go to no callback, and disposes of the delegates as dispose() does.
+    void end();
 
 private:
-    using SlotType = std::remove_reference_t<decltype(std::declval<korvane_s &>().*SlotMember)>;
+    RegisteredDelegate *sent(int index) const;
+    void redirect_other_generation(int end_seq_id);
 
-    static Slot &cleared_slot(korvane_h handle)
-    {
-        auto &slot = handle->*SlotMember;
-        slot.let_go();
-        return slot;
-    }
-
-    template <std::size_t I>
-    static AnyFunction untyped(typename SlotType::template Callback<I> callback)
-    {
-        return reinterpret_cast<AnyFunction>(callback);
-    }
-
-    static constexpr Pair pair{cleared_slot,
-                               Ends<typename SetMethod::in, Trampolines...>::create,
-                               proxy::text_of_method<SetMethod>.text,
-                               proxy::text_of_method<UnsetMethod>.text,
-                               concat<NullText>.text,
-                               sizeof...(Trampolines),
-                               Minimum};
+    korvane_h session_;
+    const RegistrationRow &row_;
+    EventSlot &slot_ = row_.slot_in(session_);
+    Owned<proxy::Delegate> created_[max_callbacks];
+    int seq_ids_[max_callbacks]{};
 };
 
-template <auto SlotMember, int Minimum, class SetMethod, class UnsetMethod, auto... Trampolines>
-using Registration = RegistrationWith<"callback is NULL", SlotMember, Minimum, SetMethod, UnsetMethod, Trampolines...>;
+/// A set function. `second` is null for an event with one callback.
+int set_callbacks(Caller caller, const RegistrationRow &row, korvane_h handle, AnyFunction first, AnyFunction second,
+                  void *user_data);
+int unset_callbacks(Caller caller, const RegistrationRow &row, korvane_h handle);
 
-/// The library's handle behind a trampoline's user data; none, with the reason logged, when there is none.
-korvane_h handle_of(void *user_data, Caller caller);
+/// The same after the checks, for a call that is ready.
+int set_registration(AgentCall &call, const RegistrationRow &row, AnyFunction first, AnyFunction second,
+                     void *user_data);
+int unset_registration(AgentCall &call, const RegistrationRow &row);
 
-/// Hands an event to the application. The callback may unset itself or deinitialise: nothing is touched after it.
-template <std::size_t I = 0, class SlotType, class... Values>
-void deliver(SlotType korvane_s::*slot_member, void *user_data, Caller caller, Values... values)
+/// Returns the delegate behind a trampoline's user data, or null with a log line if there is none.
+const RegisteredDelegate *delegate_of(void *user_data, Caller caller = Caller::here());
+
+/// Calls the application's callback of the delegate that `user_data` points to. The callback may unset itself or
+/// deinitialise, so nothing is used after it.
+template <class AppCallback, class... Values>
+[[gnu::noinline]] void deliver(void *user_data, Caller caller, Values... values)
 {
-    korvane_h handle = handle_of(user_data, caller);
-    if (!handle)
-        return;
-    const auto &slot = handle->*slot_member;
-    if (auto callback = slot.template callback<I>())
-        callback(handle, values..., slot.user_data);
+    const RegisteredDelegate *delegate = delegate_of(user_data, caller);
+    if (delegate && delegate->app_callback)
+        reinterpret_cast<AppCallback>(delegate->app_callback)(delegate->session, values..., delegate->app_data);
 }
 
 } // namespace kv::api

@@ -1,47 +1,39 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/common_interface.hpp"
-#include "src/korvane/core/registration.hpp"
+#include "src/korvane/core/command_document.hpp"
+#include "src/korvane/core/event.hpp"
 
 using namespace kv;
 using namespace kv::api;
 
 namespace {
 
-void _status_changed_cb(void *user_data, int status)
+namespace property = master::commands::set_device_property;
+
+using StatusChanged = RegistrationOf<
+    EventKind::status_changed, master::set_status_changed_cb, master::unset_status_changed_cb, "callback is NULL",
+    PlainEvent<master::status_changed_cb, korvane_status_changed_cb, "_status_changed_cb", "status [%d]">>;
+
+using UserConfirm = RegistrationOf<EventKind::user_confirm, master::set_user_confirm_cb, master::unset_user_confirm_cb,
+                                   "callback is NULL",
+                                   PlainEvent<master::user_confirm_cb, korvane_user_confirm_cb, "_user_confirm_cb">>;
+
+using ResetConfirm =
+    RegistrationOf<EventKind::reset_confirm, master::set_reset_confirm_cb, master::unset_reset_confirm_cb,
+                   "callback is NULL",
+                   PlainEvent<master::reset_confirm_cb, korvane_reset_confirm_cb, "_reset_confirm_cb">>;
+
+using ResetResult =
+    RegistrationOf<EventKind::reset_result, master::set_reset_result_cb, master::unset_reset_result_cb,
+                   "callback is NULL",
+                   PlainEvent<master::reset_result_cb, korvane_reset_result_cb, "_reset_result_cb", "result [%s]">>;
+
+/// For log lines that are written before the arguments are checked.
+const char *or_null(const char *text)
 {
-    log::info()("status [%d]"_fmt, status);
-    deliver(&korvane_s::status_changed, user_data, Caller::here(), status);
+    return text ? text : "(null)";
 }
 
-void _user_confirm_cb(void *user_data)
-{
-    deliver(&korvane_s::user_confirm, user_data, Caller::here());
-}
-
-void _reset_confirm_cb(void *user_data)
-{
-    deliver(&korvane_s::reset_confirm, user_data, Caller::here());
-}
-
-void _reset_result_cb(void *user_data, bool result)
-{
-    log::info()("result [%s]"_fmt, result ? "true" : "false");
-    deliver(&korvane_s::reset_result, user_data, Caller::here(), result);
-}
-
-using StatusChanged = Registration<&korvane_s::status_changed, any_agent, master::set_status_changed_cb,
-                                   master::unset_status_changed_cb, _status_changed_cb>;
-
-using UserConfirm = Registration<&korvane_s::user_confirm, any_agent, master::set_user_confirm_cb,
-                                 master::unset_user_confirm_cb, _user_confirm_cb>;
-
-using ResetConfirm = Registration<&korvane_s::reset_confirm, any_agent, master::set_reset_confirm_cb,
-                                  master::unset_reset_confirm_cb, _reset_confirm_cb>;
-
-using ResetResult = Registration<&korvane_s::reset_result, any_agent, master::set_reset_result_cb,
-                                 master::unset_reset_result_cb, _reset_result_cb>;
-
-/// The checks that both device-property functions have, in their order.
+/// The checks of both functions for device properties, in their order.
 void require_property(AgentCall &call, const char *dev_name, int wifi_mode, int wifi_freq)
 {
     call.require_given(dev_name, "dev_name")
@@ -53,7 +45,7 @@ void require_property(AgentCall &call, const char *dev_name, int wifi_mode, int 
 
 int korvane_set_status_changed_cb(korvane_h handle, korvane_status_changed_cb callback, void *user_data)
 {
-    return StatusChanged::set(Caller::here(), handle, user_data, callback);
+    return StatusChanged::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_status_changed_cb(korvane_h handle)
@@ -63,7 +55,7 @@ int korvane_unset_status_changed_cb(korvane_h handle)
 
 int korvane_set_user_confirm_cb(korvane_h handle, korvane_user_confirm_cb callback, void *user_data)
 {
-    return UserConfirm::set(Caller::here(), handle, user_data, callback);
+    return UserConfirm::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_user_confirm_cb(korvane_h handle)
@@ -73,7 +65,7 @@ int korvane_unset_user_confirm_cb(korvane_h handle)
 
 int korvane_set_reset_confirm_cb(korvane_h handle, korvane_reset_confirm_cb callback, void *user_data)
 {
-    return ResetConfirm::set(Caller::here(), handle, user_data, callback);
+    return ResetConfirm::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_reset_confirm_cb(korvane_h handle)
@@ -83,7 +75,7 @@ int korvane_unset_reset_confirm_cb(korvane_h handle)
 
 int korvane_set_reset_result_cb(korvane_h handle, korvane_reset_result_cb callback, void *user_data)
 {
-    return ResetResult::set(Caller::here(), handle, user_data, callback);
+    return ResetResult::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_reset_result_cb(korvane_h handle)
@@ -131,7 +123,7 @@ int korvane_send_user_confirm(korvane_h handle, bool confirm)
 
 int korvane_set_device_property(korvane_h handle, const char *dev_name, int wifi_mode, int wifi_freq)
 {
-    log::info()("dev_name [%s], wifi_mode [0x%x], wifi_freq [0x%x]"_fmt, dev_name, wifi_mode, wifi_freq);
+    log::info()("dev_name [%s], wifi_mode [0x%x], wifi_freq [0x%x]"_fmt, or_null(dev_name), wifi_mode, wifi_freq);
     AgentCall call{handle, any_agent};
     require_property(call, dev_name, wifi_mode, wifi_freq);
     if (!call.ready())
@@ -143,8 +135,8 @@ int korvane_set_device_property(korvane_h handle, const char *dev_name, int wifi
 int korvane_set_device_property_with_wifi_authtype(korvane_h handle, const char *dev_name, int wifi_mode, int wifi_freq,
                                                    const int *wifi_authtype_array, int wifi_authtype_count)
 {
-    log::info()("dev_name [%s], wifi_mode [0x%x], wifi_freq [0x%x], wifi authtype count [%d]"_fmt, dev_name, wifi_mode,
-                wifi_freq, wifi_authtype_count);
+    log::info()("dev_name [%s], wifi_mode [0x%x], wifi_freq [0x%x], wifi authtype count [%d]"_fmt, or_null(dev_name),
+                wifi_mode, wifi_freq, wifi_authtype_count);
     AgentCall call{handle, since(2, 2)};
     require_property(call, dev_name, wifi_mode, wifi_freq);
     call.require(wifi_authtype_array && wifi_authtype_count > 0,
@@ -153,17 +145,16 @@ int korvane_set_device_property_with_wifi_authtype(korvane_h handle, const char 
     if (!call.ready())
         return call.result();
 
-    Json request{cJSON_CreateObject()};
-    if (!call.require(bool(request), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed())
+    const Json request = create_command(call, property::command.number);
+    if (!call.passed())
         return call.result();
     Json authtypes{cJSON_CreateIntArray(wifi_authtype_array, wifi_authtype_count)};
-    const bool whole = add_command(request.get(), Command::set_device_property) &&
-                       cJSON_AddStringToObject(request.get(), "dev_name", dev_name) &&
-                       cJSON_AddNumberToObject(request.get(), "wifi_mode", wifi_mode) &&
-                       cJSON_AddNumberToObject(request.get(), "wifi_freq", wifi_freq) && authtypes &&
-                       cJSON_AddItemToObject(request.get(), "wifi_authtype", authtypes.get());
+    const bool whole = cJSON_AddStringToObject(request.get(), property::dev_name.key, dev_name) &&
+                       cJSON_AddNumberToObject(request.get(), property::wifi_mode.key, wifi_mode) &&
+                       cJSON_AddNumberToObject(request.get(), property::wifi_freq.key, wifi_freq) && authtypes &&
+                       cJSON_AddItemToObject(request.get(), property::wifi_authtype.key, authtypes.get());
     if (!call.require_memory(whole).passed())
         return call.result();
     authtypes.release();
-    return invoke_common_interface(call, request.get());
+    return invoke_command(call, request.get());
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/block.hpp"
-#include "src/korvane/core/common_interface.hpp"
-#include "src/korvane/core/registration.hpp"
+#include "src/korvane/core/command_document.hpp"
+#include "src/korvane/core/event.hpp"
+#include "src/korvane/core/zeroed_array.hpp"
 #include "src/korvane_master_proxy/arrays.hpp"
 
 using namespace kv;
@@ -9,41 +9,39 @@ using namespace kv::api;
 
 namespace {
 
-void _nick_changed_cb(void *user_data, int device_no, const char *nick)
-{
-    log::info()("device_no [%d], nick [%s]"_fmt, device_no, nick);
-    deliver(&korvane_s::nick_changed, user_data, Caller::here(), device_no, nick);
-}
+namespace device_type_command = master::commands::set_device_type;
 
 void _cloud_device_list_cb(void *user_data, rpc_port_array_korvane_cloud_device_info_h devices)
 {
     const int count = devices->present;
     log::info()("count [%d]"_fmt, count);
-    // The application sees plain texts, which the records keep for the time of its call. Room for one more, since a
-    // row of none is allowed to be NULL.
-    Block<const char *> device_ids{count + 1};
+    // The application receives plain texts, which the records own during the call. One item more than needed, since an
+    // allocation of no bytes may return null.
+    ZeroedArray<const char *> device_ids{count + 1};
     if (!device_ids) {
         log::error()("Memory allocation is failed"_fmt);
         return;
     }
     for (int i = 0; i < count; ++i)
         device_ids[i] = devices->items[i]->device_id.get();
-    deliver(&korvane_s::cloud_device_list, user_data, Caller::here(),
-            static_cast<const char *const *>(device_ids.get()), count);
+    deliver<korvane_cloud_device_list_cb>(user_data, Caller::here(), static_cast<const char *const *>(device_ids.get()),
+                                          count);
 }
 
-using NickChanged = Registration<&korvane_s::nick_changed, since(1, 3), master::set_nick_changed_cb,
-                                 master::unset_nick_changed_cb, _nick_changed_cb>;
+using NickChanged = RegistrationOf<
+    EventKind::nick_changed, master::set_nick_changed_cb, master::unset_nick_changed_cb, "callback is NULL",
+    PlainEvent<master::nick_changed_cb, korvane_nick_changed_cb, "_nick_changed_cb", "device_no [%d], nick [%s]">>;
 
 using CloudDeviceList =
-    RegistrationWith<"cloud_device_list_cb is NULL", &korvane_s::cloud_device_list, since(1, 1),
-                     master::set_cloud_device_list_cb, master::unset_cloud_device_list_cb, _cloud_device_list_cb>;
+    RegistrationOf<EventKind::cloud_device_list, master::set_cloud_device_list_cb, master::unset_cloud_device_list_cb,
+                   "cloud_device_list_cb is NULL",
+                   ConvertedEvent<master::cloud_device_list_cb, korvane_cloud_device_list_cb, _cloud_device_list_cb>>;
 
 } // namespace
 
 int korvane_set_nick_changed_cb(korvane_h handle, korvane_nick_changed_cb callback, void *user_data)
 {
-    return NickChanged::set(Caller::here(), handle, user_data, callback);
+    return NickChanged::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_nick_changed_cb(korvane_h handle)
@@ -53,7 +51,7 @@ int korvane_unset_nick_changed_cb(korvane_h handle)
 
 int korvane_set_cloud_device_list_cb(korvane_h handle, korvane_cloud_device_list_cb callback, void *user_data)
 {
-    return CloudDeviceList::set(Caller::here(), handle, user_data, callback);
+    return CloudDeviceList::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_cloud_device_list_cb(korvane_h handle)
@@ -117,13 +115,12 @@ int korvane_set_device_type_with_device_no(korvane_h handle, int device_no, cons
         return call.result();
 
     log::info()("device_type [%s], device_no [%d]"_fmt, device_type, device_no);
-    Json request{cJSON_CreateObject()};
-    if (!call.require(bool(request), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed())
+    const Json request = create_command(call, device_type_command::command.number);
+    if (!call.passed())
         return call.result();
-    const bool whole = add_command(request.get(), Command::set_device_type) &&
-                       cJSON_AddNumberToObject(request.get(), "device_no", device_no) &&
-                       cJSON_AddStringToObject(request.get(), "device_type", device_type);
+    const bool whole = cJSON_AddNumberToObject(request.get(), master::commands::device_no.key, device_no) &&
+                       cJSON_AddStringToObject(request.get(), device_type_command::device_type.key, device_type);
     if (!call.require_memory(whole).passed())
         return call.result();
-    return invoke_common_interface(call, request.get());
+    return invoke_command(call, request.get());
 }

@@ -11,12 +11,14 @@ struct korvane_device_profile_info_s : JsonHandle {
 
 namespace {
 
-constexpr JsonField nick_field{"nick", "nick", since(1, 3)};
-constexpr JsonField locale_field{"locale", "locale", since(1, 3)};
-constexpr JsonField push_reg_id_field{"pushregid", "push_reg_id", since(1, 3)};
-constexpr JsonField push_app_id_field{"pushappid", "push_app_id", since(1, 3)};
-constexpr JsonField push_provider_field{"pushprovider", "push_provider", since(1, 3)};
-constexpr JsonField serial_number_field{"sn", "serial_number", since(2, 0)};
+namespace document = master::documents::device_profile;
+
+constexpr JsonField nick_field{document::nick.key, "nick", since(1, 3)};
+constexpr JsonField locale_field{document::locale.key, "locale", since(1, 3)};
+constexpr JsonField push_reg_id_field{document::push_reg_id.key, "push_reg_id", since(1, 3)};
+constexpr JsonField push_app_id_field{document::push_app_id.key, "push_app_id", since(1, 3)};
+constexpr JsonField push_provider_field{document::push_provider.key, "push_provider", since(1, 3)};
+constexpr JsonField serial_number_field{document::serial_number.key, "serial_number", document::serial_number.since};
 
 constexpr int device_itself = 0;
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/registration.hpp"
+#include "src/korvane/core/event.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 
 using namespace kv;
@@ -13,20 +13,16 @@ rpc_port_korvane_last_status_info_h record_of(korvane_last_status_info_h handle)
     return reinterpret_cast<rpc_port_korvane_last_status_info_h>(handle);
 }
 
-void _last_status_changed_cb(void *user_data, const char *last_status)
-{
-    log::info()("last_status [%s]"_fmt, last_status);
-    deliver(&korvane_s::last_status_changed, user_data, Caller::here(), last_status);
-}
-
-using LastStatusChanged = Registration<&korvane_s::last_status_changed, since(1, 4), master::set_last_status_changed_cb,
-                                       master::unset_last_status_changed_cb, _last_status_changed_cb>;
+using LastStatusChanged = RegistrationOf<EventKind::last_status_changed, master::set_last_status_changed_cb,
+                                         master::unset_last_status_changed_cb, "callback is NULL",
+                                         PlainEvent<master::last_status_changed_cb, korvane_last_status_changed_cb,
+                                                    "_last_status_changed_cb", "last_status [%s]">>;
 
 } // namespace
 
 int korvane_set_last_status_changed_cb(korvane_h handle, korvane_last_status_changed_cb callback, void *user_data)
 {
-    return LastStatusChanged::set(Caller::here(), handle, user_data, callback);
+    return LastStatusChanged::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_last_status_changed_cb(korvane_h handle)
@@ -67,7 +63,7 @@ int korvane_laststatusinfo_set_timestamp(korvane_last_status_info_h last_status_
 int korvane_laststatusinfo_set_error_code(korvane_last_status_info_h last_status_info, const char *error_code)
 {
     LocalCall call{last_status_info, since(1, 1)};
-    // Of a text that could not be copied the log tells; the result stays good, as for every record.
+    // A failed copy has its log line; the result stays 0, as in every setter of a record.
     if (call.require_given(error_code, "error_code").passed())
         rpc_port_korvane_last_status_info_set_error_code(record_of(last_status_info), error_code);
     return call.result();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/block.hpp"
-#include "src/korvane/core/json.hpp"
+#include "src/korvane/core/json_members.hpp"
 #include "src/korvane/core/one_shot_request.hpp"
+#include "src/korvane/core/zeroed_array.hpp"
 #include "src/korvane_master_proxy/arrays.hpp"
 
 using namespace kv;
@@ -15,15 +15,15 @@ struct korvane_sub_dev_prs_s {
 
 namespace {
 
-/// Tolerates items that were never made.
+/// Items may be null.
 void destroy_items(korvane_sub_dev_prs_h *items, int count)
 {
     for (int i = 0; i < count; ++i)
         if (items[i])
-            proxy::destroy(items[i]);
+            destroy(items[i]);
 }
 
-/// A list while it is being filled; what is not handed out is released.
+/// Owns a list until it is released to the application.
 class PresenceList {
 public:
     explicit PresenceList(int count) : items_(count), count_(count) {}
@@ -36,16 +36,16 @@ public:
     explicit operator bool() const { return bool(items_); }
     korvane_sub_dev_prs_h *release() { return items_.release(); }
 
-    /// False, with the reason logged, when the document's element is none or there is no memory.
+    /// Adds an element of the document. Returns false, with a log line, if it lacks a member or memory runs out.
     bool fill(AgentCall &call, int index, const cJSON *element)
     {
-        const cJSON *device_id = cJSON_GetObjectItem(element, "di");
-        const cJSON *presence = cJSON_GetObjectItem(element, "prs");
+        const cJSON *device_id = cJSON_GetObjectItem(element, master::documents::presence::device_id.key);
+        const cJSON *presence = cJSON_GetObjectItem(element, master::documents::presence::state.key);
         if (!call.require(cJSON_IsString(device_id) && cJSON_IsNumber(presence), KORVANE_ERROR_OPERATION_FAILED,
                           "cJSON_GetObjectItem() failed"_fmt)
                  .passed())
             return false;
-        proxy::Owned<korvane_sub_dev_prs_s> made{proxy::make_zeroed<korvane_sub_dev_prs_s>()};
+        Owned<korvane_sub_dev_prs_s> made{make_zeroed<korvane_sub_dev_prs_s>()};
         if (made) {
             made->device_id = CText::copy(device_id->valuestring);
             made->presence = presence->valueint;
@@ -59,14 +59,14 @@ public:
     }
 
 private:
-    Block<korvane_sub_dev_prs_h> items_;
+    ZeroedArray<korvane_sub_dev_prs_h> items_;
     int count_;
 };
 
 void _get_group_id_cb(void *user_data, const char *group_id)
 {
-    Answer answer{user_data};
-    answer.deliver<korvane_get_group_id_cb>(group_id);
+    CompletedRequest request{user_data};
+    request.deliver<korvane_get_group_id_cb>(group_id);
 }
 
 } // namespace
@@ -101,7 +101,7 @@ int korvane_set_sub_device_presence(korvane_h handle, const int *device_no_list,
     log::info()("device_count [%d], presence [%s]"_fmt, device_count, presence ? "true" : "false");
     rpc_port_array_int_h created = nullptr;
     rpc_port_array_int_create(&created);
-    proxy::Owned<proxy::Array<int>> numbers{created};
+    Owned<proxy::Array<int>> numbers{created};
     if (!call.require(bool(numbers), KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_int_create() is failed"_fmt).passed())
         return call.result();
     if (!call.require(rpc_port_array_int_set_array_ints(numbers.get(), device_no_list, device_count) == 0,

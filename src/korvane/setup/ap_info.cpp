@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "src/korvane/core/event_slot.hpp"
 #include "src/korvane/core/json_members.hpp"
 #include "src/korvane/core/record_members.hpp"
 #include "src/korvane_master_proxy/records.hpp"
@@ -8,35 +9,38 @@ using namespace kv::api;
 
 namespace {
 
-/// A member of the access point in both forms, side by side: its JSON key, the out argument's name for the log, and the
-/// lowest agent version that knows it; its getter in the record. Records go to agents that do not know the last two.
+namespace document = master::documents::wifi_ap;
+
+/// A member of the access point in both formats: its JSON key, the out argument's name for the log, the lowest agent
+/// version that knows it, and its getter in the record. Agents that send records do not know the last two.
 template <class Value>
 struct Member {
     JsonField in_document;
     RecordGetter<rpc_port_korvane_ap_info_s, Value> in_record;
 };
 
-constexpr Member<char *> ssid_member{{"ap_ssid", "ssid", any_agent},
+constexpr Member<char *> ssid_member{{document::ssid.key, "ssid", any_agent},
                                      {"rpc_port_korvane_ap_info_get_ssid", rpc_port_korvane_ap_info_get_ssid}};
-constexpr Member<char *> pwd_member{{"ap_pwd", "pwd", any_agent},
+constexpr Member<char *> pwd_member{{document::password.key, "pwd", any_agent},
                                     {"rpc_port_korvane_ap_info_get_pwd", rpc_port_korvane_ap_info_get_pwd}};
-constexpr Member<int> authtype_member{{"ap_authtype", "authtype", any_agent},
+constexpr Member<int> authtype_member{{document::authtype.key, "authtype", any_agent},
                                       {"rpc_port_korvane_ap_info_get_authtype", rpc_port_korvane_ap_info_get_authtype}};
-constexpr Member<int> enctype_member{{"ap_enctype", "enctype", any_agent},
+constexpr Member<int> enctype_member{{document::enctype.key, "enctype", any_agent},
                                      {"rpc_port_korvane_ap_info_get_enctype", rpc_port_korvane_ap_info_get_enctype}};
-constexpr Member<int> channel_member{{"ap_channel", "channel", any_agent},
+constexpr Member<int> channel_member{{document::channel.key, "channel", any_agent},
                                      {"rpc_port_korvane_ap_info_get_channel", rpc_port_korvane_ap_info_get_channel}};
-constexpr Member<char *> candidates_member{{"ap_candidates", "candidate_ap_json", since(1, 3)}, {}};
-constexpr Member<char *> bssid_member{{"ap_bssid", "bssid", since(1, 4)}, {}};
+constexpr Member<char *> candidates_member{{document::candidates.key, "candidate_ap_json", document::candidates.since},
+                                           {}};
+constexpr Member<char *> bssid_member{{document::bssid.key, "bssid", document::bssid.since}, {}};
 
 template <class Value>
 [[gnu::noinline]] int read(Caller caller, korvane_ap_info_h ap_info, const Member<Value> &member, Value *value)
 {
     LocalCall call{ap_info, member.in_document.minimum, caller};
     call.require_given(value, member.in_document.name);
-    if (!in_agents_form(call, ap_info))
+    if (!require_agents_format(call, ap_info))
         return call.result();
-    if (ap_info->form == Form::record)
+    if (ap_info->format == WireFormat::record)
         return read_member(call, ap_info->record(), member.in_record, value);
     return hand_out(call, cJSON_GetObjectItem(ap_info->json.get(), member.in_document.key), value);
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "src/korvane/core/event.hpp"
 #include "src/korvane/core/record_members.hpp"
-#include "src/korvane/core/registration.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 
 using namespace kv;
@@ -8,27 +8,27 @@ using namespace kv::api;
 
 namespace {
 
-/// The application reads the data also after its callback, so it is given a clone, which lives until the next event. An
-/// event whose data cannot be cloned is dropped.
+/// The application may read the data after its callback, too, so it receives a clone, which exists until the next event.
+/// An event whose data cannot be cloned is dropped.
 void _device_provisioning_cb(void *user_data, rpc_port_korvane_device_prov_info_h received)
 {
-    korvane_h handle = handle_of(user_data, Caller::here());
-    if (!handle)
+    const RegisteredDelegate *delegate = delegate_of(user_data);
+    if (!delegate)
         return;
-    DeviceProvisioningSlot &slot = handle->device_provisioning;
-    slot.let_go();
-    auto callback = slot.callback<0>();
-    if (!callback)
-        return;
+    korvane_device_prov_info_s &info = delegate->session->event_data.device_prov_info;
+    info.record.reset();
     rpc_port_korvane_device_prov_info_h clone = nullptr;
-    if (rpc_port_korvane_device_prov_info_clone(received, &clone) != 0)
+    if (!delegate->app_callback || rpc_port_korvane_device_prov_info_clone(received, &clone) != 0)
         return;
-    slot.held.record.reset(clone);
-    callback(handle, &slot.held, slot.user_data);
+    info.record.reset(clone);
+    deliver<korvane_device_provisioning_cb>(user_data, Caller::here(), &info);
 }
 
-using DeviceProvisioning = Registration<&korvane_s::device_provisioning, any_agent, master::set_device_provisioning_cb,
-                                        master::unset_device_provisioning_cb, _device_provisioning_cb>;
+using DeviceProvisioning = RegistrationOf<
+    EventKind::device_provisioning, master::set_device_provisioning_cb, master::unset_device_provisioning_cb,
+    "callback is NULL",
+    ConvertedEvent<master::device_provisioning_cb, korvane_device_provisioning_cb, _device_provisioning_cb,
+                   [](EventData &data) { data.device_prov_info.record.reset(); }>>;
 
 /// A text of the data: the out argument's name for the log, the lowest agent version that knows it, and its getter.
 struct Text {
@@ -64,7 +64,7 @@ int read(Caller caller, korvane_device_prov_info_h info, const Text &text, char 
 
 int korvane_set_device_provisioning_cb(korvane_h handle, korvane_device_provisioning_cb callback, void *user_data)
 {
-    return DeviceProvisioning::set(Caller::here(), handle, user_data, callback);
+    return DeviceProvisioning::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_device_provisioning_cb(korvane_h handle)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/registration.hpp"
+#include "src/korvane/core/event.hpp"
 
-/// PINs of each kind, the end of the soft access point, and two switches. No PIN is ever logged.
+/// PINs of each kind, the end of the soft access point, and two switches. No line logs a PIN or its length.
 
 using namespace kv;
 using namespace kv::api;
@@ -11,46 +11,36 @@ namespace {
 void _pin_generated_cb(void *user_data, const char *pin, int value)
 {
     log::info()("value [%d]"_fmt, value);
-    deliver<0>(&korvane_s::pin, user_data, Caller::here(), pin, value);
-}
-
-void _pin_display_closed_cb(void *user_data)
-{
-    deliver<1>(&korvane_s::pin, user_data, Caller::here());
+    deliver<korvane_pin_generated_cb>(user_data, Caller::here(), pin, value);
 }
 
 void _ultrasound_pin_generated_cb(void *user_data, const char *pin, int value)
 {
     log::info()("value [%d]"_fmt, value);
-    deliver<0>(&korvane_s::ultrasound_pin, user_data, Caller::here(), pin, value);
+    deliver<korvane_ultrasound_pin_generated_cb>(user_data, Caller::here(), pin, value);
 }
 
-void _ultrasound_pin_stop_cb(void *user_data)
-{
-    deliver<1>(&korvane_s::ultrasound_pin, user_data, Caller::here());
-}
+using Pin =
+    RegistrationOf<EventKind::pin, master::set_pin_cb, master::unset_pin_cb, "callback is NULL",
+                   ConvertedEvent<master::pin_generate_cb, korvane_pin_generated_cb, _pin_generated_cb>,
+                   PlainEvent<master::pin_display_close_cb, korvane_pin_display_closed_cb, "_pin_display_closed_cb">>;
 
-void _softap_stop_cb(void *user_data)
-{
-    deliver(&korvane_s::stop_soft_ap, user_data, Caller::here());
-}
+using UltrasoundPin = RegistrationOf<
+    EventKind::ultrasound_pin, master::set_ultrasound_pin_cb, master::unset_ultrasound_pin_cb, "callback is NULL",
+    ConvertedEvent<master::ultrasound_pin_generate_cb, korvane_ultrasound_pin_generated_cb,
+                   _ultrasound_pin_generated_cb>,
+    PlainEvent<master::ultrasound_pin_stop_cb, korvane_ultrasound_pin_stopped_cb, "_ultrasound_pin_stop_cb">>;
 
-using Pin = Registration<&korvane_s::pin, any_agent, master::set_pin_cb, master::unset_pin_cb, _pin_generated_cb,
-                         _pin_display_closed_cb>;
-
-using UltrasoundPin =
-    Registration<&korvane_s::ultrasound_pin, since(1, 1), master::set_ultrasound_pin_cb,
-                 master::unset_ultrasound_pin_cb, _ultrasound_pin_generated_cb, _ultrasound_pin_stop_cb>;
-
-using StopSoftAp = Registration<&korvane_s::stop_soft_ap, any_agent, master::set_softap_stop_cb,
-                                master::unset_softap_stop_cb, _softap_stop_cb>;
+using StopSoftAp =
+    RegistrationOf<EventKind::stop_soft_ap, master::set_softap_stop_cb, master::unset_softap_stop_cb,
+                   "callback is NULL", PlainEvent<master::softap_stop_cb, korvane_stop_soft_ap_cb, "_softap_stop_cb">>;
 
 } // namespace
 
 int korvane_set_pin_cb(korvane_h handle, korvane_pin_generated_cb generated,
                        korvane_pin_display_closed_cb display_closed, void *user_data)
 {
-    return Pin::set(Caller::here(), handle, user_data, generated, display_closed);
+    return Pin::set(Caller::here(), handle, generated, display_closed, user_data);
 }
 
 int korvane_unset_pin_cb(korvane_h handle)
@@ -61,7 +51,7 @@ int korvane_unset_pin_cb(korvane_h handle)
 int korvane_set_ultrasound_pin_cb(korvane_h handle, korvane_ultrasound_pin_generated_cb generated,
                                   korvane_ultrasound_pin_stopped_cb stopped, void *user_data)
 {
-    return UltrasoundPin::set(Caller::here(), handle, user_data, generated, stopped);
+    return UltrasoundPin::set(Caller::here(), handle, generated, stopped, user_data);
 }
 
 int korvane_unset_ultrasound_pin_cb(korvane_h handle)
@@ -92,7 +82,7 @@ int korvane_set_preconfigured_pin(korvane_h handle, const char *pin)
 
 int korvane_set_stop_soft_ap_cb(korvane_h handle, korvane_stop_soft_ap_cb callback, void *user_data)
 {
-    return StopSoftAp::set(Caller::here(), handle, user_data, callback);
+    return StopSoftAp::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_stop_soft_ap_cb(korvane_h handle)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/record_list.hpp"
-#include "src/korvane/core/registration.hpp"
+#include "src/korvane/core/event.hpp"
+#include "src/korvane/core/record_array.hpp"
 #include "src/korvane_master_proxy/arrays.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 
@@ -13,57 +13,48 @@ void _provisioning_language_cb(void *user_data, int req_id, const char *type, co
 {
     const auto request = static_cast<unsigned>(req_id);
     log::info()("req_id [%u], type [%s], value [%s]"_fmt, request, type, value);
-    deliver(&korvane_s::provisioning_language, user_data, Caller::here(), request, type, value);
+    deliver<korvane_provisioning_language_cb>(user_data, Caller::here(), request, type, value);
 }
 
-// A text in the agent's or the vendor's own format may hold a secret: such an event logs its number only.
-
-void _provisioning_vendor_info_cb(void *user_data, int value, const char *text)
-{
-    log::info()("value [%d]"_fmt, value);
-    deliver(&korvane_s::provisioning_vendor_info, user_data, Caller::here(), value, text);
-}
-
-void _otm_support_feature_cb(void *user_data, int feature)
-{
-    log::info()("feature [%d]"_fmt, feature);
-    deliver(&korvane_s::otm_support_feature, user_data, Caller::here(), feature);
-}
-
-void _provisioning_get_requested_cb(void *user_data, const char *text, int value)
-{
-    log::info()("value [%d]"_fmt, value);
-    deliver(&korvane_s::provisioning_get_requested, user_data, Caller::here(), text, value);
-}
-
-using ProvisioningLanguage = RegistrationWith<"provisioning_language_cb is NULL", &korvane_s::provisioning_language,
-                                              since(1, 3), master::set_provisioning_language_cb,
-                                              master::unset_provisioning_language_cb, _provisioning_language_cb>;
+using ProvisioningLanguage = RegistrationOf<
+    EventKind::provisioning_language, master::set_provisioning_language_cb, master::unset_provisioning_language_cb,
+    "provisioning_language_cb is NULL",
+    ConvertedEvent<master::provisioning_language_cb, korvane_provisioning_language_cb, _provisioning_language_cb>>;
 
 using ProvisioningVendorInfo =
-    RegistrationWith<"prov_vendor_info_cb is NULL", &korvane_s::provisioning_vendor_info, since(1, 3),
-                     master::set_provisioning_vendor_info_cb, master::unset_provisioning_vendor_info_cb,
-                     _provisioning_vendor_info_cb>;
+    RegistrationOf<EventKind::provisioning_vendor_info, master::set_provisioning_vendor_info_cb,
+                   master::unset_provisioning_vendor_info_cb, "prov_vendor_info_cb is NULL",
+                   PlainEvent<master::provisioning_vendor_info_cb, korvane_provisioning_vendor_info_cb,
+                              "_provisioning_vendor_info_cb", "value [%d], text length [%d]">>;
 
-using OtmSupportFeature =
-    RegistrationWith<"otm_support_feature_cb is NULL", &korvane_s::otm_support_feature, since(1, 3),
-                     master::set_otm_support_feature_cb, master::unset_otm_support_feature_cb, _otm_support_feature_cb>;
+using OtmSupportFeature = RegistrationOf<EventKind::otm_support_feature, master::set_otm_support_feature_cb,
+                                         master::unset_otm_support_feature_cb, "otm_support_feature_cb is NULL",
+                                         PlainEvent<master::otm_support_feature_cb, korvane_otm_support_feature_cb,
+                                                    "_otm_support_feature_cb", "feature [%d]">>;
 
 using ProvisioningGetRequested =
-    Registration<&korvane_s::provisioning_get_requested, since(1, 4), master::set_provisioning_get_requested_cb,
-                 master::unset_provisioning_get_requested_cb, _provisioning_get_requested_cb>;
+    RegistrationOf<EventKind::provisioning_get_requested, master::set_provisioning_get_requested_cb,
+                   master::unset_provisioning_get_requested_cb, "callback is NULL",
+                   PlainEvent<master::provisioning_get_requested_cb, korvane_provisioning_get_requested_cb,
+                              "_provisioning_get_requested_cb", "text length [%d], value [%d]">>;
 
-using Languages = RecordList<master::language_info_array>;
+using Languages = RecordArray<master::language_info_array>;
 
-/// One record for each of the texts.
+/// Appends one record for each of the texts.
 bool fill(AgentCall &call, Languages &records, const char *const *texts, int count)
 {
-    bool whole = append_records(records, count, rpc_port_korvane_language_info_create);
-    for (int i = 0; whole && call.passed() && i < count; ++i) {
-        call.require(texts[i] != nullptr, "Invalid param : language_list[%d] is NULL"_fmt, i);
-        whole = !call.passed() || rpc_port_korvane_language_info_set_language(records.items[i], texts[i]) == 0;
+    if (!append_records(records, count, rpc_port_korvane_language_info_create)) {
+        proxy::log::error(call.caller())("Failed to create korvane_language_info handle"_fmt);
+        return call.require_memory(false).passed();
     }
-    return call.require_memory(whole).passed();
+    for (int i = 0; i < count; ++i) {
+        if (!call.require(texts[i] != nullptr, "Invalid param : language_list[%d] is NULL"_fmt, i).passed())
+            return false;
+        const int err = rpc_port_korvane_language_info_set_language(records.items[i], texts[i]);
+        if (!call.require_memory(err == 0).passed())
+            return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -82,7 +73,7 @@ int korvane_set_language_list(korvane_h handle, const char *const *language_list
                       "rpc_port_array_korvane_language_info_create() failed"_fmt)
              .passed())
         return call.result();
-    const proxy::Owned owned{array};
+    const Owned owner{array};
 
     Languages records;
     if (!fill(call, records, language_list, count))
@@ -93,7 +84,7 @@ int korvane_set_language_list(korvane_h handle, const char *const *language_list
                       "rpc_port_array_korvane_language_info_set_array_korvane_language_infos() failed"_fmt)
              .passed())
         return call.result();
-    records.clear(); // not held while the agent is waited for
+    records.clear(); // the clones are enough while the agent is waited for
     return call.invoke<master::set_language_list>(array);
 }
 
@@ -143,7 +134,7 @@ int korvane_set_easysetup_version_info(korvane_h handle, const char *es_version_
 
 int korvane_set_provisioning_language_cb(korvane_h handle, korvane_provisioning_language_cb callback, void *user_data)
 {
-    return ProvisioningLanguage::set(Caller::here(), handle, user_data, callback);
+    return ProvisioningLanguage::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_provisioning_language_cb(korvane_h handle)
@@ -154,7 +145,7 @@ int korvane_unset_provisioning_language_cb(korvane_h handle)
 int korvane_set_provisioning_vendor_info_cb(korvane_h handle, korvane_provisioning_vendor_info_cb callback,
                                             void *user_data)
 {
-    return ProvisioningVendorInfo::set(Caller::here(), handle, user_data, callback);
+    return ProvisioningVendorInfo::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_provisioning_vendor_info_cb(korvane_h handle)
@@ -164,7 +155,7 @@ int korvane_unset_provisioning_vendor_info_cb(korvane_h handle)
 
 int korvane_set_otm_support_feature_cb(korvane_h handle, korvane_otm_support_feature_cb callback, void *user_data)
 {
-    return OtmSupportFeature::set(Caller::here(), handle, user_data, callback);
+    return OtmSupportFeature::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_otm_support_feature_cb(korvane_h handle)
@@ -175,7 +166,7 @@ int korvane_unset_otm_support_feature_cb(korvane_h handle)
 int korvane_set_provisioning_get_requested_cb(korvane_h handle, korvane_provisioning_get_requested_cb callback,
                                               void *user_data)
 {
-    return ProvisioningGetRequested::set(Caller::here(), handle, user_data, callback);
+    return ProvisioningGetRequested::set(Caller::here(), handle, callback, user_data);
 }
 
 int korvane_unset_provisioning_get_requested_cb(korvane_h handle)

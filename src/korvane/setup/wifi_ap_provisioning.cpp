@@ -1,38 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/registration.hpp"
+#include "src/korvane/core/event.hpp"
 #include "src/korvane_master_proxy/records.hpp"
+
+/// The access point to join. There are two generations of the event: a record from older agents, a JSON document from
+/// newer ones. Each has its delegate and methods; the application's callback is the same.
 
 using namespace kv;
 using namespace kv::api;
 
 namespace {
 
-WifiApSlot &slot_of(korvane_h handle)
+/// Returns a handle over a copy of the record, or null without memory.
+Owned<korvane_ap_info_s> clone_record(rpc_port_korvane_ap_info_h received)
 {
-    return handle->wifi_ap_provisioning;
-}
-
-/// Takes what the event brought, if somebody is to be told, in place of what the last event brought. The callback may
-/// do anything, deinitialise included: nothing is touched after it.
-template <class Convert>
-void hold_and_deliver(void *user_data, Caller caller, Convert convert)
-{
-    korvane_h handle = handle_of(user_data, caller);
-    if (!handle)
-        return;
-    WifiApSlot &slot = slot_of(handle);
-    slot.held.reset();
-    auto callback = slot.callback<0>();
-    if (!callback)
-        return;
-    slot.held = convert();
-    callback(handle, slot.held.get(), slot.user_data);
-}
-
-/// The access point, or none when there is no memory: the application is told all the same that there was one.
-proxy::Owned<korvane_ap_info_s> held_clone(rpc_port_korvane_ap_info_h received)
-{
-    auto ap_info = make_two_form<korvane_ap_info_s>(Form::record);
+    Owned ap_info{make_zeroed<korvane_ap_info_s>(WireFormat::record)};
     rpc_port_korvane_ap_info_h clone = nullptr;
     if (!ap_info || rpc_port_korvane_ap_info_clone(received, &clone) != 0)
         return {};
@@ -40,69 +21,74 @@ proxy::Owned<korvane_ap_info_s> held_clone(rpc_port_korvane_ap_info_h received)
     return ap_info;
 }
 
-proxy::Owned<korvane_ap_info_s> held_document(const char *text)
+/// Returns a handle over the document, or null if the text is no JSON or memory runs out.
+Owned<korvane_ap_info_s> parse_document(const char *text)
 {
-    auto ap_info = make_two_form<korvane_ap_info_s>(Form::json);
+    Owned ap_info{make_zeroed<korvane_ap_info_s>(WireFormat::json)};
     if (!ap_info)
         return {};
     ap_info->json.reset(cJSON_Parse(text));
-    return ap_info->json ? std::move(ap_info) : proxy::Owned<korvane_ap_info_s>{};
+    return ap_info->json ? std::move(ap_info) : Owned<korvane_ap_info_s>{};
+}
+
+/// Keeps the data of the event in the session in place of the last event's, and calls the application, with NULL if the
+/// data could not be converted.
+template <auto Convert, class Received>
+void keep_and_deliver(void *user_data, Caller caller, Received received)
+{
+    const RegisteredDelegate *delegate = delegate_of(user_data, caller);
+    if (!delegate)
+        return;
+    Owned<korvane_ap_info_s> &ap_info = delegate->session->event_data.ap_info;
+    ap_info.reset();
+    if (!delegate->app_callback)
+        return;
+    ap_info = Convert(received);
+    deliver<korvane_wifi_ap_provisioning_cb>(user_data, caller, ap_info.get());
 }
 
 void _wifi_ap_provisioning_cb(void *user_data, rpc_port_korvane_ap_info_h received)
 {
-    hold_and_deliver(user_data, Caller::here(), [=] { return held_clone(received); });
+    keep_and_deliver<clone_record>(user_data, Caller::here(), received);
 }
 
 void _wifi_ap_provisioning_cb_v2(void *user_data, const char *text)
 {
-    hold_and_deliver(user_data, Caller::here(), [=] { return held_document(text); });
+    keep_and_deliver<parse_document>(user_data, Caller::here(), text);
 }
 
-/// What a generation of agents has of its own: an end of the slot, and the methods that carry its delegate.
-struct Generation {
-    int end;
-    const CreateDelegate *create;
-    const char *set_method;
-    const char *unset_method;
-};
+using RecordGeneration = RegistrationOf<
+    EventKind::wifi_ap_provisioning, master::set_wifi_ap_provisioning_cb, master::unset_wifi_ap_provisioning_cb,
+    "callback is NULL",
+    ConvertedEvent<master::wifi_ap_provisioning_cb, korvane_wifi_ap_provisioning_cb, _wifi_ap_provisioning_cb>>;
 
-template <class SetMethod, class UnsetMethod, auto Trampoline>
-constexpr Generation generation_with_end(int end)
+using JsonGeneration = RegistrationOf<EventKind::wifi_ap_provisioning, master::set_wifi_ap_provisioning_cb_v2,
+                                      master::unset_wifi_ap_provisioning_cb_v2, "callback is NULL",
+                                      ConvertedEvent<master::wifi_ap_prov_with_candidates_cb,
+                                                     korvane_wifi_ap_provisioning_cb, _wifi_ap_provisioning_cb_v2>>;
+
+consteval RegistrationRow beside(RegistrationRow row, const RegistrationRow &other)
 {
-    return {end, Ends<typename SetMethod::in, Trampoline>::create, proxy::text_of_method<SetMethod>.text,
-            proxy::text_of_method<UnsetMethod>.text};
+    row.other_generation = other.delegate_ids[0];
+    row.minimum_version = any_agent; // the set function chooses a generation that the agent knows
+    return row;
 }
 
-constexpr Generation record_generation =
-    generation_with_end<master::set_wifi_ap_provisioning_cb, master::unset_wifi_ap_provisioning_cb,
-                        _wifi_ap_provisioning_cb>(0);
-constexpr Generation json_generation =
-    generation_with_end<master::set_wifi_ap_provisioning_cb_v2, master::unset_wifi_ap_provisioning_cb_v2,
-                        _wifi_ap_provisioning_cb_v2>(1);
+constexpr RegistrationRow record_row = beside(RecordGeneration::row, JsonGeneration::row);
+constexpr RegistrationRow json_row = beside(JsonGeneration::row, RecordGeneration::row);
 
-const Generation &generation_of_agent()
+const RegistrationRow &row_of_agent()
 {
-    return korvane_ap_info_s::of_agent() == Form::record ? record_generation : json_generation;
+    return korvane_ap_info_s::of_agent() == WireFormat::record ? record_row : json_row;
 }
 
-/// The end that the installed agent uses. The other one, left from before an update, is left alone.
-SlotEnds end_in_use(WifiApSlot &slot, const Generation &generation)
+/// Releases the data of the last event. `logged` says whether a present one is worth a line.
+void release_ap_info(AgentCall &call, bool logged)
 {
-    return {&slot.ends[generation.end], generation.create, 1};
-}
-
-void set_callback(WifiApSlot &slot, korvane_wifi_ap_provisioning_cb callback, void *user_data)
-{
-    for (SlotEnd &end : slot.ends)
-        end.callback = reinterpret_cast<AnyFunction>(callback);
-    slot.user_data = user_data;
-}
-
-void let_go_aloud(WifiApSlot &slot, Caller caller)
-{
-    log::info(caller)("ap_info_h is already allocated, thus it will be released now"_fmt);
-    slot.held.reset();
+    Owned<korvane_ap_info_s> &ap_info = call.session()->event_data.ap_info;
+    if (ap_info && logged)
+        log::info(call.caller())("ap_info_h is already allocated, thus it will be released now"_fmt);
+    ap_info.reset();
 }
 
 } // namespace
@@ -113,20 +99,8 @@ int korvane_set_wifi_ap_provisioning_cb(korvane_h handle, korvane_wifi_ap_provis
     if (!call.require_given(callback, "callback").ready())
         return call.result();
 
-    WifiApSlot &slot = slot_of(handle);
-    if (slot.held)
-        let_go_aloud(slot, call.caller());
-    const Generation &generation = generation_of_agent();
-    const SlotEnds end = end_in_use(slot, generation);
-    end.replace_delegates(call);
-    const proxy::Value delegate{end.ends->delegate};
-    const int code = call.invoke(generation.set_method, &delegate);
-    // Unlike other pairs, this one keeps no delegate that the agent did not take.
-    if (code == KORVANE_ERROR_NONE)
-        set_callback(slot, callback, user_data);
-    else
-        end.dispose_delegates(handle);
-    return code;
+    release_ap_info(call, true);
+    return set_registration(call, row_of_agent(), reinterpret_cast<AnyFunction>(callback), nullptr, user_data);
 }
 
 int korvane_unset_wifi_ap_provisioning_cb(korvane_h handle)
@@ -135,13 +109,7 @@ int korvane_unset_wifi_ap_provisioning_cb(korvane_h handle)
     if (!call.ready())
         return call.result();
 
-    WifiApSlot &slot = slot_of(handle);
-    set_callback(slot, nullptr, nullptr);
-    // The record is released without a word here.
-    if (slot.held && slot.held->form == Form::json)
-        let_go_aloud(slot, call.caller());
-    slot.held.reset();
-    const Generation &generation = generation_of_agent();
-    end_in_use(slot, generation).drop_delegates(call);
-    return call.invoke(generation.unset_method, nullptr);
+    const auto &ap_info = handle->event_data.ap_info;
+    release_ap_info(call, ap_info && ap_info->format == WireFormat::json);
+    return unset_registration(call, row_of_agent());
 }

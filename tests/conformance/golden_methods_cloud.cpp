@@ -5,7 +5,7 @@ namespace kvtest {
 
 using H = ProxyHandle;
 
-std::vector<GoldenMethod> golden_methods_60_to_108()
+std::vector<GoldenMethod> golden_cloud_methods()
 {
     return {
         method("unset_tnc_result_cb", bytes(i32(61)), rpc_port_proxy_kv_master_invoke_unset_tnc_result_cb),

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "arrays.hpp"
 #include "delegates.hpp"
-#include "records.hpp"
+#include "src/korvane_master_proxy/arrays.hpp"
+#include "src/korvane_master_proxy/records.hpp"
 
 /*
- * One synchronous call each: sends the request, waits for the reply and returns the agent's result; -1 when there was
- * none. The last result tells the two apart: -5 when the link failed, 0 otherwise. Out values are written only with a
- * result of 0; texts among them are the caller's to free. A delegate becomes the proxy's once the request holds it.
+ * The named functions of the methods. Each sends its request, waits for the reply and returns the agent's result, or -1
+ * without a whole reply; the thread's last result is then -5 if the link failed, and 0 otherwise. Out values are stored
+ * only with a result of 0; texts among them are the caller's to free. The proxy owns a delegate once the request holds it.
  */
 
 int rpc_port_proxy_kv_master_invoke_is_update_ready(rpc_port_proxy_kv_master_h h, bool *is_ready);

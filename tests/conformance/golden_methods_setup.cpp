@@ -5,7 +5,7 @@ namespace kvtest {
 
 using H = ProxyHandle;
 
-std::vector<GoldenMethod> golden_methods_2_to_59()
+std::vector<GoldenMethod> golden_setup_methods()
 {
     return {
         method_with_out<bool>("is_update_ready", bytes(i32(2)), rpc_port_proxy_kv_master_invoke_is_update_ready,

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "delegate.hpp"
+#include "src/korvane_master_proxy/delegate.hpp"
 
 /*
- * The delegates by hand.
+ * The named functions of the delegates.
  *
- * ..._create   a delegate that calls the callback with user_data first and the event's values after it. NULL when there
- *              is no memory. The caller's, until the request that carries it is written; then the proxy's.
- * ..._dispose  takes a delegate from the proxy's list and frees it. -1, silently, for one that is not in the list.
+ * ..._create   returns a delegate whose events call `callback` with user_data first and the event's values after it;
+ *              NULL without memory. The caller owns it until a request that carries it is written, then the proxy.
+ * ..._dispose  takes a delegate from the proxy's list and frees it. Returns -1, without a log line, if the list does
+ *              not hold it.
  */
 
 using rpc_port_kv_master_status_changed_cb_h = kv::proxy::TypedDelegate<kv::master::status_changed_cb> *;

@@ -7,15 +7,14 @@
 
 namespace kv::api {
 
-/// Zero-filled items in a row, as many as are known beforehand; none when there is no memory. It frees the row, not
-/// what its items point to.
+/// Owns an array of zero-filled items, or null without memory. It frees the array, not what its items point to.
 template <class T>
-class Block {
+class ZeroedArray {
 public:
-    explicit Block(int count) : items_(static_cast<T *>(calloc(static_cast<std::size_t>(count), sizeof(T)))) {}
-    Block(const Block &) = delete;
-    Block &operator=(const Block &) = delete;
-    ~Block() { free(items_); }
+    explicit ZeroedArray(int count) : items_(static_cast<T *>(calloc(static_cast<std::size_t>(count), sizeof(T)))) {}
+    ZeroedArray(const ZeroedArray &) = delete;
+    ZeroedArray &operator=(const ZeroedArray &) = delete;
+    ~ZeroedArray() { free(items_); }
 
     explicit operator bool() const { return items_ != nullptr; }
     T *get() const { return items_; }

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "agent_call.hpp"
+#include "json.hpp"
+#include "src/kv_master/documents.hpp"
+
+/// Sending the documents of the generic method.
+namespace kv::api {
+
+/// Returns a new document with its command number. Without memory it logs why, refuses the call and returns null.
+Json create_command(AgentCall &call, int command_number);
+
+/// Adds the command number as the next member. Returns false without memory.
+bool add_command(cJSON *object, int command_number);
+
+/// Prints the document and sends it. The text of the reply is not used.
+int invoke_command(AgentCall &call, const cJSON *object);
+
+} // namespace kv::api

@@ -1,0 +1,322 @@
+// SPDX-License-Identifier: Apache-2.0
+// One-shot requests whose answer arrives while the request is still being made.
+#include "nested_fixture.hpp"
+
+namespace kvtest {
+namespace {
+
+struct OneShot {
+    std::string name;
+    int (*request)(korvane_h handle, Recorder *recorder);
+    int delegate_id;
+    Bytes values; // of the answer
+    std::string noted;
+};
+
+void note_token(korvane_h handle, int result, korvane_hdr_token_info_h token, void *recorder)
+{
+    static_cast<Recorder *>(recorder)->note(handle, "token " + std::to_string(result) + (token ? "" : " missing"));
+}
+
+void note_two_texts(korvane_h handle, int result, const char *one, const char *two, void *recorder)
+{
+    static_cast<Recorder *>(recorder)->note(handle, std::to_string(result) + " " + one + " " + two);
+}
+
+const Bytes token = bytes(i32(0), str("{\"uuid\":\"u\"}"));
+
+// One row a request.
+// clang-format off
+const OneShot one_shots[] = {
+    {"StartAsync", [](korvane_h h, Recorder *r) { return korvane_start_async(h, Note<'s', int>::call, r); }, 27, i32(-5),
+     "s -5"},
+    {"GetGroupId", [](korvane_h h, Recorder *r) { return korvane_get_group_id(h, Note<'g', const char *>::call, r); }, 26,
+     str("group"), "g group"},
+    {"CreateToken", [](korvane_h h, Recorder *r) { return korvane_create_hdr_token_info(h, note_token, r); }, 28, token,
+     "token 0"},
+    {"CreateCertificate",
+     [](korvane_h h, Recorder *r) {
+         return korvane_create_hdr_certificate(h, "type", "csr", Note<'c', int, const char *>::call, r);
+     },
+     29, bytes(i32(0), str("pem")), "c 0 pem"},
+    {"GetCertificate",
+     [](korvane_h h, Recorder *r) { return korvane_get_hdr_certificate(h, "type", "arn", note_two_texts, r); }, 30,
+     bytes(i32(0), str("one"), str("two")), "0 one two"},
+    {"CreateTokenCustom",
+     [](korvane_h h, Recorder *r) { return korvane_create_hdr_token_info_custom(h, "{}", note_token, r); }, 32, token,
+     "token 0"},
+};
+// clang-format on
+
+std::ostream &operator<<(std::ostream &out, const OneShot &one_shot)
+{
+    return out << one_shot.name;
+}
+
+/// How the agent ends the request whose answer has arrived already.
+struct End {
+    std::string name;
+    std::optional<int> reply; // null: it never replies
+    int result;
+};
+
+const End ends[] = {
+    {"agreed", 0, ok},
+    {"refused", -13, KORVANE_ERROR_PERMISSION_DENIED},
+    {"failed", 7, failed},
+    {"never replied", std::nullopt, KORVANE_ERROR_IO_ERROR},
+};
+
+class EarlyAnswer : public NestedTest, public ::testing::WithParamInterface<OneShot> {
+protected:
+    using Check = std::function<void(Moment moment, const End &end)>;
+
+    /// Runs the check in a fresh session for each point at which the answer can arrive and each end of the request.
+    void for_each_case(const Check &check, bool asks_again_inside = false)
+    {
+        for (const Moment moment : inside_a_call)
+            for (const End &end : ends) {
+                // Agents reply in the order of the requests: the nested request would have no reply either.
+                if (asks_again_inside && moment == Moment::wait && !end.reply)
+                    continue;
+                SCOPED_TRACE(name_of(moment) + ", the agent " + end.name);
+                end_run();
+                begin_run();
+                begin();
+                ends_with(1, end);
+                check(moment, end);
+            }
+    }
+
+    void ends_with(int request, const End &end)
+    {
+        results.erase(request);
+        unanswered.erase(request);
+        if (end.reply)
+            results[request] = *end.reply;
+        else
+            unanswered.insert(request);
+    }
+
+    /// The agent's answer to the request that is made last when the platform raises it.
+    Bytes answer() const
+    {
+        return event(GetParam().delegate_id, last_seq_id(FakePlatform::instance().log), true, GetParam().values);
+    }
+    void answer_inside(Moment moment, unsigned times = 1)
+    {
+        platform.proxy().raise_inside(moment, [this, times](Proxy &proxy) {
+            last_answer = answer();
+            for (unsigned i = 0; i < times && proxy.alive; ++i)
+                proxy.push_event(last_answer);
+        });
+    }
+    int request(Recorder &given) { return GetParam().request(handle, &given); }
+    Strings once() const { return {GetParam().noted}; }
+
+    /// A further request of the same kind is made and answered as usual.
+    void expect_works_on()
+    {
+        results.clear();
+        unanswered.clear();
+        Recorder later;
+        EXPECT_EQ(request(later), ok);
+        EXPECT_EQ(later.told, Strings{});
+        platform.proxy().push_event(answer());
+        EXPECT_EQ(later.told, once());
+    }
+
+    Bytes last_answer;
+    Recorder other; // of a nested request
+};
+
+INSTANTIATE_TEST_SUITE_P(Of, EarlyAnswer, ::testing::ValuesIn(one_shots),
+                         [](const auto &row) { return row.param.name; });
+
+TEST_P(EarlyAnswer, IsDeliveredOnceAndAtOnceWhateverTheAgentReplies)
+{
+    for_each_case([this](Moment moment, const End &end) {
+        answer_inside(moment);
+        EXPECT_EQ(request(recorder), end.result);
+        EXPECT_EQ(recorder.told, once());
+        platform.proxy().push_event(last_answer);
+        EXPECT_EQ(recorder.told, once());
+        expect_works_on();
+    });
+}
+
+TEST_P(EarlyAnswer, SentTwiceIsDeliveredOnce)
+{
+    for_each_case([this](Moment moment, const End &end) {
+        answer_inside(moment, 2);
+        recorder.then = [this](korvane_h) { platform.proxy().push_event(last_answer); };
+        EXPECT_EQ(request(recorder), end.result);
+        EXPECT_EQ(recorder.told, once());
+        expect_works_on();
+    });
+}
+
+TEST_P(EarlyAnswer, InsideTheSendAndAgainInsideTheWait)
+{
+    for (const End &end : ends) {
+        end_run();
+        begin_run();
+        begin();
+        ends_with(1, end);
+        answer_inside(Moment::send);
+        answer_inside(Moment::wait);
+        EXPECT_EQ(request(recorder), end.result);
+        EXPECT_EQ(recorder.told, once());
+        expect_works_on();
+    }
+}
+
+TEST_P(EarlyAnswer, OfARequestWhoseSendThenFails)
+{
+    begin();
+    platform.main_port().send_results = {-32};
+    answer_inside(Moment::send);
+    EXPECT_EQ(request(recorder), KORVANE_ERROR_IO_ERROR);
+    EXPECT_EQ(recorder.told, once());
+    expect_works_on();
+}
+
+/// Record and delegate of the outer request are freed before the nested request is made, so the nested one may have
+/// their addresses. It is outstanding when the outer request ends, and stays so.
+TEST_P(EarlyAnswer, LeavesTheNestedRequestThatItsCallbackMakes)
+{
+    for (int round = 0; round < 3; ++round) {
+        const allocs::ReuseBlocks reuse;
+        for_each_case(
+            [this](Moment moment, const End &end) {
+                other = {};
+                const int outer_number = moment == Moment::send ? 2 : 1; // in the order in which they reach the agent
+                ends_with(1, ends[0]);
+                ends_with(outer_number, end);
+                answer_inside(moment);
+                Bytes nested_answer;
+                recorder.then = [&](korvane_h) {
+                    EXPECT_EQ(request(other), ok);
+                    nested_answer = answer();
+                };
+                EXPECT_EQ(request(recorder), end.result);
+                EXPECT_EQ(recorder.told, once());
+                EXPECT_EQ(other.told, Strings{});
+                platform.proxy().push_event(nested_answer);
+                EXPECT_EQ(other.told, once());
+                platform.proxy().push_event(nested_answer);
+                EXPECT_EQ(other.told, once());
+                EXPECT_EQ(recorder.told, once());
+                expect_works_on();
+                ASSERT_EQ(korvane_deinitialize(handle), ok);
+            },
+            true);
+    }
+}
+
+TEST_P(EarlyAnswer, LeavesANestedRequestThatIsNeverAnsweredToDeinitialize)
+{
+    for_each_case(
+        [this](Moment moment, const End &end) {
+            other = {};
+            ends_with(1, ends[0]);
+            ends_with(moment == Moment::send ? 2 : 1, end);
+            answer_inside(moment);
+            recorder.then = [this](korvane_h) { EXPECT_EQ(request(other), ok); };
+            EXPECT_EQ(request(recorder), end.result);
+            EXPECT_EQ(korvane_deinitialize(handle), ok);
+            EXPECT_EQ(recorder.told, once());
+            EXPECT_EQ(other.told, Strings{});
+        },
+        true);
+}
+
+/// Inside another event of the same call the answer of the outer request is still to come.
+TEST_P(EarlyAnswer, ToANestedRequestInsideAnotherEvent)
+{
+    for_each_case(
+        [this](Moment moment, const End &end) {
+            other = {};
+            ends_with(1, ends[0]);
+            ends_with(moment == Moment::send ? 2 : 1, end);
+            Bytes outer_answer;
+            inside(moment, [&](korvane_h) {
+                outer_answer = answer();
+                answer_inside(Moment::wait);
+                EXPECT_EQ(request(other), ok);
+                EXPECT_EQ(other.told, once());
+            });
+            EXPECT_EQ(request(recorder), end.result);
+            EXPECT_EQ(recorder.told, Strings{});
+            platform.proxy().push_event(outer_answer);
+            EXPECT_EQ(recorder.told, end.result == ok ? once() : Strings{});
+            EXPECT_EQ(other.told, once());
+            expect_works_on();
+        },
+        true);
+}
+
+TEST_P(EarlyAnswer, WhoseCallbackDeinitializesFailsTheRequest)
+{
+    for (const bool finishes : {false, true})
+        for_each_case([&](Moment moment, const End &) {
+            platform.finishes_after_destroy = finishes;
+            answer_inside(moment, 2);
+            recorder.then = [](korvane_h called_with) { EXPECT_EQ(korvane_deinitialize(called_with), ok); };
+            EXPECT_EQ(request(recorder), failed);
+            EXPECT_EQ(recorder.told, once());
+            EXPECT_EQ(run_main_loop(), 0U);
+        });
+}
+
+TEST_P(EarlyAnswer, WhoseCallbackBeginsANewSessionFailsTheRequestAndLeavesTheSessionAlone)
+{
+    for (const bool finishes : {false, true}) {
+        const allocs::ReuseBlocks reuse;
+        for_each_case([&](Moment moment, const End &) {
+            other = {};
+            platform.finishes_after_destroy = finishes;
+            answer_inside(moment);
+            Bytes nested_answer;
+            recorder.then = [&](korvane_h called_with) {
+                ASSERT_EQ(korvane_deinitialize(called_with), ok);
+                results.clear();
+                unanswered.clear();
+                initialize();
+                ASSERT_EQ(korvane_set_rpc_io_error_cb(handle, on_io_error, &notices), ok);
+                number_requests();
+                platform.proxy().fire_connected();
+                ASSERT_EQ(request(other), ok);
+                nested_answer = answer();
+            };
+            EXPECT_EQ(request(recorder), failed);
+            EXPECT_EQ(recorder.told, once());
+            EXPECT_EQ(run_main_loop(), 0U);
+            EXPECT_EQ(notices, 0);
+            platform.proxy().push_event(last_answer);
+            EXPECT_EQ(recorder.told, once());
+            platform.proxy().push_event(nested_answer);
+            EXPECT_EQ(other.told, once());
+            expect_works_on();
+            ASSERT_EQ(korvane_deinitialize(handle), ok);
+            statuses.clear();
+        });
+    }
+}
+
+/// A link that breaks inside the request: the answer never comes, and the request leaves nothing behind.
+TEST_P(EarlyAnswer, IsNeverDeliveredWhenTheLinkBreaksInsideTheRequest)
+{
+    for (const Moment moment : inside_a_call) {
+        begin();
+        platform.proxy().raise_inside(moment, disconnected());
+        const std::size_t blocks = allocs::live_blocks();
+        EXPECT_EQ(request(recorder), KORVANE_ERROR_IO_ERROR);
+        EXPECT_EQ(allocs::live_blocks(), blocks);
+        EXPECT_EQ(recorder.told, Strings{});
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+} // namespace
+} // namespace kvtest

@@ -21,7 +21,7 @@ enum ExitStatus { stopped = 0, failed = 1, wrong_usage = 2, port_in_use = 3 };
 
 using Loop = std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)>;
 
-/// When what has to be sent yet was sent: whoever has asked for the end waits for an answer.
+/// Ends the loop after everything that is ready to be sent, including the reply to the command that ended it.
 void quit_soon(GMainLoop *loop)
 {
     const auto quit = [](gpointer data) -> gboolean {
@@ -45,20 +45,54 @@ void use_directories(const Options &options)
         setenv("KORVANE_RUNTIME_DIR", options.runtime_dir.c_str(), true);
 }
 
-/// False when the parent is gone already, which no signal will tell any more.
+/// Has the kernel stop this process with its parent. Returns false if the parent has already ended, because then no
+/// signal arrives any more.
 bool end_with_parent(pid_t parent)
 {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     return getppid() == parent;
 }
 
-Json ready_facts(const State &state, const ControlPlace &place)
+/// Prints a line on standard output: a sentence if a person reads it on a terminal, otherwise a JSON object for the
+/// program that does.
+void report(const Json &facts, const std::string &sentence)
 {
-    Json facts = Json::object();
-    facts.set("agent", "ready").set("version", state.version.text()).set("pid", static_cast<int>(getpid()));
+    std::printf("%s\n", isatty(STDOUT_FILENO) == 1 ? sentence.c_str() : facts.text().c_str());
+    std::fflush(stdout);
+}
+
+void report_ready(const State &state, const ControlPlace &place, Journal &journal)
+{
+    const std::string version = state.version.text();
+    const int pid = getpid();
+    const Json facts = std::move(Json::object().set("agent", "ready").set("version", version).set("pid", pid));
+
+    Json noted = facts.copy();
     if (place.port)
-        facts.set("http", *place.port);
-    return facts;
+        noted.set("http", *place.port);
+    journal.write(Journal::now(), noted, "agent " + version + " ready");
+
+    // The address of the console contains its access token, which the journal must not show.
+    Json printed = facts.copy();
+    if (place.port)
+        printed.set("console", place.console());
+    report(printed, "korvane-agent " + version + " is ready, process " + std::to_string(pid) +
+                        (place.port ? ", console " + place.console() : ""));
+}
+
+void report_scenario(const std::string &problem)
+{
+    if (problem.empty())
+        report(Json::object().set("scenario", "passed"), "scenario passed");
+    else
+        report(Json::object().set("scenario", "failed").set("problem", problem), "scenario failed: " + problem);
+}
+
+void report_stopped(Journal &journal)
+{
+    const Json facts = std::move(Json::object().set("agent", "stopped"));
+    journal.write(Journal::now(), facts, "agent stopped");
+    report(facts, "korvane-agent stopped");
 }
 
 ControlPlace open_control(HttpControl &http, const std::string &directory, const Options &options)
@@ -78,9 +112,9 @@ int serve(const Options &options)
     Loop loop{g_main_loop_new(nullptr, false), g_main_loop_unref};
     g_unix_signal_add(SIGTERM, quit_loop, loop.get());
     g_unix_signal_add(SIGINT, quit_loop, loop.get());
-    signal(SIGPIPE, SIG_IGN); // whoever reads our output may go before us
+    signal(SIGPIPE, SIG_IGN); // the reader of our output may end before us
 
-    Scenario scenario; // read first: one with a mistake is not begun
+    Scenario scenario; // loaded before anything starts, so that a mistake in it prevents the start
     for (const std::string &path : options.scenarios)
         scenario.append(Scenario::load(path));
 
@@ -105,8 +139,8 @@ int serve(const Options &options)
     LineControl lines{steered};
     HttpControl http{steered};
 
-    // The port comes first: an agent that is one too many must leave the other's package entry alone. Nobody is served
-    // before the loop runs.
+    // The port is taken first, because a second agent must not change the package entry of the first. No application is
+    // served before the loop runs.
     server.listen();
     package.install(state.version);
     const ControlPlace place = open_control(http, server.directory(), options);
@@ -116,32 +150,28 @@ int serve(const Options &options)
     if (!options.command_fifo.empty())
         lines.read_fifo(options.command_fifo);
 
-    // When a play is over the agent stays for as long as applications do, so that they can end as they please.
-    bool played_well = true;
-    bool over = false;
-    const auto leave_when_alone = [&](const Journal::Entry &) {
-        if (over && server.peers() == 0)
+    // After its scenarios the agent runs until the last application has disconnected.
+    bool scenario_passed = true;
+    bool scenario_ended = false;
+    const auto stop_without_applications = [&](const Journal::Entry &) {
+        if (scenario_ended && server.peers() == 0)
             g_main_loop_quit(loop.get());
     };
-    const Journal::Listener listener = options.scenarios.empty() ? nullptr : journal.listen(leave_when_alone);
+    const Journal::Listener listener = options.scenarios.empty() ? nullptr : journal.listen(stop_without_applications);
     if (listener)
         plays.start(steered, std::move(scenario), [&](const std::string &problem) {
-            played_well = problem.empty();
-            over = true;
-            std::printf("%s\n", played_well ? "played well" : ("failed: " + problem).c_str());
-            std::fflush(stdout);
-            leave_when_alone({});
+            scenario_passed = problem.empty();
+            scenario_ended = true;
+            report_scenario(problem);
+            stop_without_applications({});
         });
 
-    journal.write(Journal::now(), ready_facts(state, place), "agent " + state.version.text() + " ready");
-    std::printf("korvane-agent %s ready, process %d%s\n", state.version.text().c_str(), static_cast<int>(getpid()),
-                place.port ? (", console " + place.console()).c_str() : "");
-    std::fflush(stdout);
+    report_ready(state, place, journal);
     g_main_loop_run(loop.get());
 
     server.stop();
-    journal.write(Journal::now(), Json::object().set("agent", "stopped"), "agent stopped");
-    return played_well ? stopped : failed;
+    report_stopped(journal);
+    return scenario_passed ? stopped : failed;
 }
 
 int run(int argc, char **argv)
@@ -171,7 +201,7 @@ int main(int argc, char **argv)
     try {
         return run(argc, argv);
     } catch (const UsageError &problem) {
-        std::fprintf(stderr, "korvane-agent: %s\nTry korvane-agent --help\n", problem.what());
+        std::fprintf(stderr, "korvane-agent: %s\nTry 'korvane-agent --help'\n", problem.what());
         return wrong_usage;
     } catch (const PortInUse &problem) {
         std::fprintf(stderr, "korvane-agent: %s\n", problem.what());

@@ -14,12 +14,12 @@ namespace kv::virtual_agent {
 
 namespace {
 
-constexpr std::size_t shortest_token = 8;
+constexpr std::size_t min_token_length = 8;
 
 struct Option {
     const char *name;
-    const char *value; // what it takes, NULL for nothing
-    void (*take)(Options &, const char *value);
+    const char *value; // the placeholder of its value; null if it has none
+    void (*apply)(Options &, const char *value);
     const char *help;
 };
 
@@ -32,21 +32,21 @@ int port_from(const char *text)
 {
     const int port = parse_number(text, "--http");
     if (port < 0 || port > 65535)
-        throw std::invalid_argument{"--http wants a port, 0 to 65535, not " + std::string{text}};
+        throw std::invalid_argument{"--http must be a port from 0 to 65535, not " + std::string{text}};
     return port;
 }
 
 constexpr const char *token_variable = "KORVANE_HTTP_TOKEN";
 
-/// It stands in addresses and headers as it is.
+/// Accepts only characters that need no escaping in addresses and headers.
 std::string token_from(const char *text, const char *given_by)
 {
     std::string token = text;
-    if (token.size() < shortest_token ||
+    if (token.size() < min_token_length ||
         token.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~") !=
             std::string::npos)
-        throw std::invalid_argument{std::string{given_by} + " wants " + std::to_string(shortest_token) +
-                                    " or more letters, digits or -._~"};
+        throw std::invalid_argument{std::string{given_by} + " must be at least " + std::to_string(min_token_length) +
+                                    " letters, digits or -._~"};
     return token;
 }
 
@@ -54,40 +54,40 @@ std::string token_from(const char *text, const char *given_by)
 // clang-format off
 constexpr Option option_table[] = {
     {"agent-version", "X.Y[.Z]", [](Options &o, const char *v) { o.version = Version::parse(v); },
-     "the version to be: 1.0 to 2.3 (default 2.3)"},
+     "version of the agent, 1.0 to 2.3 (default 2.3)"},
     {"device-id", "ID", [](Options &o, const char *v) { o.device_id = v; },
-     "the device's id (default: this machine's, the same each time)"},
+     "id of the device (default: derived from the id of this machine)"},
     {"update-ready", nullptr, [](Options &o, const char *) { o.update_ready = true; },
-     "says that it waits to be updated"},
-    {"refuse", nullptr, [](Options &o, const char *) { o.refuse = true; }, "refuses every application that connects"},
+     "report that an update is ready to be installed"},
+    {"refuse", nullptr, [](Options &o, const char *) { o.refuse = true; }, "refuse every application that connects"},
     {"package-dir", "DIR", [](Options &o, const char *v) { o.package_dir = absolute(v); },
-     "where package entries are (default: KORVANE_PACKAGE_DIR)"},
+     "directory of the package entries (default: KORVANE_PACKAGE_DIR)"},
     {"runtime-dir", "DIR", [](Options &o, const char *v) { o.runtime_dir = absolute(v); },
-     "where ports are (default: KORVANE_RUNTIME_DIR)"},
+     "directory of the ports (default: KORVANE_RUNTIME_DIR)"},
     {"log", "FILE", [](Options &o, const char *v) { o.log = absolute(v); },
-     "appends each request, event and connection to FILE, as lines of JSON"},
-    {"verbose", nullptr, [](Options &o, const char *) { o.verbose = true; }, "says the same in words on stderr"},
+     "append each request, event and connection to FILE, one JSON object per line"},
+    {"verbose", nullptr, [](Options &o, const char *) { o.verbose = true; }, "print the same for people on standard error"},
     {"ca-dir", "DIR", [](Options &o, const char *v) { o.ca_dir = absolute(v); },
-     "where the cloud's certificate authority is kept, and made if there is none (default: in memory)"},
+     "directory of the cloud's certificate authority, created if missing (default: in memory)"},
     {"commands", nullptr, [](Options &o, const char *) { o.commands = true; },
-     "takes commands from standard input; its end stops the agent"},
+     "read commands from standard input; stop at its end"},
     {"command-fifo", "PATH", [](Options &o, const char *v) { o.command_fifo = absolute(v); },
-     "takes commands from a FIFO, which is made"},
+     "read commands from a FIFO, created if missing"},
     {"http", "PORT", [](Options &o, const char *v) { o.http_port = port_from(v); },
-     "shows the web console and the control API on this port of 127.0.0.1; 0 for any that is free"},
+     "serve the web console and the control API on this port of 127.0.0.1; 0 for any free port"},
     {"http-token", "TEXT", [](Options &o, const char *v) { o.http_token = token_from(v, "--http-token"); },
-     "what whoever uses that port must know (default: KORVANE_HTTP_TOKEN, which no list of processes shows, or\n                            something random)"},
+     "access token for the HTTP port (default: KORVANE_HTTP_TOKEN, which process lists do not show, or\n                          a random one)"},
     {"scenario", "FILE", [](Options &o, const char *v) { o.scenarios.push_back(absolute(v)); },
-     "plays a scenario, or several in turn, and stops when the applications have gone; the exit\n                            status says how it went"},
+     "run a scenario, or several in order, then stop when the last application has disconnected;\n                          exit status 1 if it failed"},
     {"exit-with-parent", nullptr, [](Options &o, const char *) { o.exit_with_parent = true; },
-     "stops when the program that started it ends"},
+     "stop when the program that started the agent ends"},
     {"install", nullptr, [](Options &o, const char *) { o.action = Options::Action::install; },
-     "only enters the agent as a package, to be started on demand"},
+     "install the package entry, so that the agent is started on demand, and exit"},
     {"uninstall", nullptr, [](Options &o, const char *) { o.action = Options::Action::uninstall; },
-     "only removes that entry"},
+     "remove the package entry and exit"},
     {"version", nullptr, [](Options &o, const char *) { o.action = Options::Action::show_version; },
-     "says which program this is"},
-    {"help", nullptr, [](Options &o, const char *) { o.action = Options::Action::show_help; }, "this text"},
+     "print the version of this program and exit"},
+    {"help", nullptr, [](Options &o, const char *) { o.action = Options::Action::show_help; }, "print this text and exit"},
 };
 // clang-format on
 
@@ -112,15 +112,15 @@ Options Options::parse(int argc, char **argv)
     optind = 1;
     for (int found = 0; (found = getopt_long(argc, argv, "", forms.data(), &index)) != -1;) {
         if (found != 0)
-            throw UsageError{std::string{"'"} + argv[optind - 1] + "' is not understood"};
+            throw UsageError{std::string{"'"} + argv[optind - 1] + "' is not an option, or its value is missing"};
         try {
-            option_table[index].take(options, optarg);
+            option_table[index].apply(options, optarg);
         } catch (const std::invalid_argument &problem) {
             throw UsageError{problem.what()};
         }
     }
     if (optind < argc)
-        throw UsageError{std::string{"'"} + argv[optind] + "' is not understood"};
+        throw UsageError{std::string{"unexpected argument '"} + argv[optind] + "'"};
     return options;
 }
 
@@ -146,10 +146,13 @@ std::vector<std::string> Options::for_start_on_demand() const
 std::string usage()
 {
     std::ostringstream text;
-    text << "Usage: korvane-agent [OPTION]...\n"
-            "The virtual agent: serves applications as an agent on a device does. It enters itself as the installed\n"
-            "agent, prints one line when it is ready, and runs until it is stopped (SIGTERM, SIGINT).\n\n"
-            "Options:\n";
+    text
+        << "Usage: korvane-agent [OPTION]...\n"
+           "Run a virtual agent, which serves applications as the agent of a device does. Installs its package entry,\n"
+           "prints a line when it is ready, and runs until SIGTERM, SIGINT or the command 'quit' stops it. If "
+           "standard\n"
+           "output is not a terminal, each line is a JSON object.\n\n"
+           "Options:\n";
     for (const Option &known : option_table) {
         std::string left = std::string{"--"} + known.name + (known.value ? std::string{" "} + known.value : "");
         left.resize(std::max<std::size_t>(left.size() + 1, 26), ' ');
@@ -158,10 +161,10 @@ std::string usage()
     text << '\n'
          << command_help()
          << "\nExamples:\n"
-            "  korvane-agent --verbose                       an agent 2.3; watch what applications ask\n"
-            "  korvane-agent --agent-version 1.2             an old one\n"
-            "  korvane-agent --install                       be started when an application connects\n"
-            "  echo 'fault start result -1' > commands.fifo  with --command-fifo commands.fifo\n"
+            "  korvane-agent --verbose                       agent 2.3; print each request\n"
+            "  korvane-agent --agent-version 1.2             an older version\n"
+            "  korvane-agent --install                       start when an application connects\n"
+            "  echo 'fault start result -1' > commands.fifo  for --command-fifo commands.fifo\n"
             "\nExit status: 0 stopped, 1 failed, 2 wrong usage, 3 another agent serves the port.\n";
     return text.str();
 }

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# What every target of the tree shares: language level, warnings, and what the library does without.
+# Build options that all targets share: language level, warnings, and options for code in a device application.
 
 set(CMAKE_C_STANDARD 11)
 set(CMAKE_C_STANDARD_REQUIRED ON)
@@ -14,7 +14,7 @@ if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
 endif()
 
-# Everything of ours is compiled with these.
+# Warnings for all code of this tree.
 add_library(kv_warnings INTERFACE)
 target_compile_options(kv_warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wformat -Wformat-security -Wundef -Wvla
@@ -22,17 +22,17 @@ target_compile_options(kv_warnings INTERFACE
     $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>
     $<$<BOOL:${KORVANE_WERROR}>:-Werror>)
 
-# What is linked into a device application: no exceptions, no RTTI, and so no C++ runtime to load.
+# Options for code that is linked into a device application: no exceptions and no RTTI, so that no C++ runtime is loaded.
 add_library(kv_device_code INTERFACE)
 target_compile_options(kv_device_code INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
     -ffunction-sections -fdata-sections)
 target_link_libraries(kv_device_code INTERFACE kv_warnings)
 
-# The library itself is kept small: flash and memory of a device are dearer than the few instructions that this costs a
-# call. Nothing is unwound through it, neither by an exception, which no callback may throw, nor by anything else; a
-# debugger finds its frames in the debug information. Some compilers make less than this of -Os, or round the places of
-# tables up.
+# Options that make the library small: on a device, flash and memory cost more than the few instructions per call that this
+# adds. Nothing is unwound through the library, because no callback may throw; a debugger uses the debug information. -Oz and
+# -malign-data=abi are used where the compiler has them: -Os is larger, and some compilers align tables to more than the ABI
+# requires.
 include(CheckCXXCompilerFlag)
 check_cxx_compiler_flag(-Oz KORVANE_HAS_OZ)
 check_cxx_compiler_flag(-malign-data=abi KORVANE_HAS_ALIGN_DATA)
@@ -43,12 +43,18 @@ target_compile_options(kv_small_code INTERFACE
     -fno-asynchronous-unwind-tables -fno-unwind-tables)
 target_link_libraries(kv_small_code INTERFACE kv_device_code)
 
-# Its tables hold addresses, which all move by the same: packed, their relocations take bits instead of 24 bytes each
-# (the loader needs glibc 2.36). Code and constants share a segment, as is usual on other processors: filling both up to
-# whole pages would take more than some of the parts.
+# Linker options that make the library small. Packed relocations take bits instead of 24 bytes for each address in a table
+# (the loader needs glibc 2.36). Code and constants share a segment, because padding both to whole pages is larger than some
+# of them.
 include(CheckLinkerFlag)
 check_linker_flag(C -Wl,-z,pack-relative-relocs KORVANE_PACKS_RELOCATIONS)
 check_linker_flag(C -Wl,-z,noseparate-code KORVANE_SHARES_SEGMENTS)
 set(kv_small_link_options
     $<$<BOOL:${KORVANE_PACKS_RELOCATIONS}>:-Wl,-z,pack-relative-relocs>
     $<$<BOOL:${KORVANE_SHARES_SEGMENTS}>:-Wl,-z,noseparate-code>)
+
+# A shared library links only if every symbol it uses is defined. clang links the sanitizers' runtime into the program
+# and not into its libraries, so a library built by clang for a sanitizer always has undefined symbols.
+if(NOT (CMAKE_C_COMPILER_ID MATCHES Clang AND CMAKE_C_FLAGS MATCHES -fsanitize=))
+    set(kv_no_undefined_symbols -Wl,-z,defs)
+endif()

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# What an installed Korvane consists of, and how others find it: pkg-config and a CMake package, both relocatable.
+# Installs Korvane, with files for pkg-config and CMake. The installed tree can be moved.
 
 include(CMakePackageConfigHelpers)
 
@@ -10,8 +10,8 @@ target_include_directories(korvane INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL
 target_include_directories(kv_platform_api INTERFACE $<INSTALL_INTERFACE:${platform_include_dir}>)
 set_target_properties(kv_platform_api PROPERTIES EXPORT_NAME platform_api)
 
-# The parts find each other wherever the prefix is moved to. A distribution, whose directories the loader knows, turns
-# this off with CMAKE_SKIP_INSTALL_RPATH.
+# A relative rpath lets programs and libraries find each other in a prefix that was moved. A distribution installs to the
+# loader's default directories and disables the rpath with CMAKE_SKIP_INSTALL_RPATH.
 set_target_properties(korvane PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(TARGETS korvane kv_platform_api EXPORT korvane-targets)
 install(FILES ${PROJECT_SOURCE_DIR}/include/korvane.h TYPE INCLUDE)
@@ -26,7 +26,7 @@ if(KORVANE_PLATFORM STREQUAL "host")
     install(TARGETS korvane-test EXPORT korvane-targets)
     install(FILES ${PROJECT_SOURCE_DIR}/testing/korvane_test.h ${PROJECT_SOURCE_DIR}/testing/korvane_test.hpp TYPE INCLUDE)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/testing/example DESTINATION ${CMAKE_INSTALL_DOCDIR}/testing)
-    # The scripts are the program's own; each only asks it.
+    # korvanectl prints these scripts; each calls korvanectl for its completions.
     foreach(shell_and_place IN ITEMS
             "bash|${CMAKE_INSTALL_DATADIR}/bash-completion/completions/korvanectl"
             "zsh|${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions/_korvanectl")
@@ -52,7 +52,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/korvaneConfigVersion.cmak
 install(FILES ${PROJECT_BINARY_DIR}/korvaneConfig.cmake ${PROJECT_BINARY_DIR}/korvaneConfigVersion.cmake
     DESTINATION ${package_dir})
 
-# For pkg-config: the prefix is given from where the file itself lies.
+# For pkg-config. The prefix is relative to the directory of the file.
 set(pkg_config_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH from_pkg_config_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" from_pkg_config_to_prefix "${from_pkg_config_to_prefix}")

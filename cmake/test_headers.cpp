@@ -1,2 +1,2 @@
 // SPDX-License-Identifier: Apache-2.0
-// Owns what all tests have compiled in advance.
+// The source file of the target with the tests' precompiled headers.

@@ -9,10 +9,11 @@ extern "C" {
 #endif
 
 /**
- * A private virtual agent for a test of an application.
+ * @file
+ * A private virtual agent for unit tests of an application.
  *
- * It runs as a process of its own, in temporary directories that nobody else sees, and is gone with the test. What is
- * written here is plain C; korvane_test.hpp has the same for C++.
+ * The agent runs as a child process with its own temporary directories, so that no other process sees it. It ends with
+ * the test, even if the test crashes. Link `korvane-test` beside `korvane`. korvane_test.hpp is the same for C++.
  *
  *     korvane_test_agent *agent = korvane_test_start(NULL);
  *     korvane_h device = my_device_connect();                  // the application's own code
@@ -23,97 +24,164 @@ extern "C" {
  *         puts(korvane_test_problem(agent));
  *     korvane_test_stop(agent);
  *
- * Whatever waits runs the GLib main context of the calling thread, so that the application's callbacks come meanwhile.
- * One agent at a time in a process; all from one thread.
+ * Every function that waits runs the thread-default GLib main context of the calling thread, so that the callbacks of
+ * the application run meanwhile. Do not call the functions of this header from such a callback: the agent replies in
+ * order, and the outer call would receive the reply to the inner one.
+ *
+ * A process can have one agent at a time. Call all functions from the thread that called korvane_test_start().
+ *
+ * Commands, methods, events and the members of the state are those of the virtual agent: `korvane-agent --help` lists
+ * them.
  */
+
+/** A running virtual agent. Created by korvane_test_start(), released by korvane_test_stop(). */
 typedef struct korvane_test_agent_s korvane_test_agent;
 
-/** How the agent is to be. Zero means what is said for each; the structure may be NULL for all of it. */
+/** Options of korvane_test_start(). A member that is NULL has its default. */
 typedef struct {
-    const char *version; /**< the version to be, "1.0" to "2.3"; NULL for the newest */
-    const char
-        *program; /**< the agent's program; NULL for KORVANE_AGENT of the environment, else korvane-agent on the PATH */
-    const char *const *arguments; /**< more of its arguments, a list that ends with NULL; NULL for none */
-    const char *directory;        /**< where its files are: an existing directory, which stays. An agent that is started
-                                       where another has been is the same one to the application, replaced. NULL for a
-                                       temporary one, which is removed with the agent */
+    /** The agent's version, "1.0" to "2.3". Default: the newest. */
+    const char *version;
+    /** The path of the agent's program. Default: the value of the environment variable KORVANE_AGENT; if that is not
+     *  set, `korvane-agent`, searched in PATH. */
+    const char *program;
+    /** Further arguments for the program: an array that ends with NULL. Default: none. */
+    const char *const *arguments;
+    /** An existing directory for the agent's files. It is not removed. To the application an agent that is started in the
+     *  directory of an earlier one is the same agent, restarted. Default: a temporary directory, which is removed when
+     *  the agent is stopped. */
+    const char *directory;
 } korvane_test_options;
 
 /**
  * Starts an agent and waits until it is ready.
  *
- * Sets KORVANE_PACKAGE_DIR and KORVANE_RUNTIME_DIR of this process to the agent's directories until it is stopped, so
- * that korvane_initialize() finds it.
+ * Sets the environment variables KORVANE_PACKAGE_DIR and KORVANE_RUNTIME_DIR of this process, so that
+ * korvane_initialize() finds this agent. korvane_test_stop() restores their previous values.
  *
- * @param options copied; may be NULL
- * @return the agent, to be given to korvane_test_stop(); NULL when it cannot be started or does not become ready within
- *         ten seconds: korvane_test_problem(NULL) says why
+ * @param options  read during the call only; NULL for all defaults
+ *
+ * @return the agent, to be released with korvane_test_stop(); NULL if the program cannot be run, refuses its arguments or
+ *         is not ready within 10 seconds. korvane_test_problem(NULL) then describes the failure.
  */
 korvane_test_agent *korvane_test_start(const korvane_test_options *options);
 
-/** Ends the agent, waits for its end and removes its directories. NULL is nothing to end. */
+/**
+ * Kills the agent, waits until its process has ended and removes its temporary directory.
+ *
+ * @param agent  released; pointers that korvane_test_problem() and korvane_test_directory() returned for it become
+ *               invalid. Does nothing if NULL.
+ */
 void korvane_test_stop(korvane_test_agent *agent);
 
 /**
- * Carries out a command, as `korvane-agent --help` lists them.
+ * Runs a command of the agent and returns its reply. Waits up to 10 seconds for it.
  *
- * @return the answer as a JSON object, to be given to free(); NULL when the command was refused or the agent has died:
- *         korvane_test_problem() says why
+ * @param agent    a running agent
+ * @param command  one line, for example "emit status_changed_cb [2]" or "state setup"
+ *
+ * @return the reply as a JSON object, to be released with free(); NULL if the agent refuses the command, does not reply
+ *         in time or has ended. korvane_test_problem() then describes the failure.
  */
 char *korvane_test_ask(korvane_test_agent *agent, const char *command);
 
-/** The same when the answer does not matter. @return false when the command was refused */
+/**
+ * Runs a command of the agent, as korvane_test_ask(), without its reply.
+ *
+ * @param agent    a running agent
+ * @param command  one line
+ *
+ * @return true if the command succeeded; otherwise korvane_test_problem() describes the failure
+ */
 bool korvane_test_tell(korvane_test_agent *agent, const char *command);
 
 /**
  * Waits until the application has called a method.
  *
- * Calls are looked at in the order in which they came, each once: the next wait goes on behind the one that was found.
+ * Searches the calls in the order in which the agent received them, beginning after the call that the previous wait
+ * found, or with the first call. Calls before the one that is found are skipped. A call that has already been received
+ * is found at once.
  *
- * @param method the method's name, as the agent's log shows it
- * @param with what its arguments must hold, a JSON object; NULL for any
- * @param within_ms how long to wait at most, in milliseconds
- * @return false when it was not called so in time
+ * @param agent      a running agent
+ * @param method     the method's name, as in the agent's log
+ * @param with       a JSON object of arguments that the call must have; it may have others besides. NULL: any arguments
+ * @param within_ms  the longest wait in milliseconds, 0 to 600000
+ *
+ * @return true if such a call was found; otherwise korvane_test_problem() names the call that was nearest
  */
 bool korvane_test_wait_for_call(korvane_test_agent *agent, const char *method, const char *with, int within_ms);
 
 /**
- * Waits until the agent's state is such.
+ * Waits until a member of the agent's state has a value.
  *
- * @param path where to look in what the command `state` shows: "setup.networks.0.ssid"; a last "#" counts
- * @param value what must be there, as JSON: "true", "\"home\"", "{\"at_least\":2}"
- * @param within_ms how long to wait at most, in milliseconds
- * @return false when it does not become so in time
+ * @param agent      a running agent
+ * @param path       the path of the member in the reply to the command `state`, for example "setup.networks.0.ssid". A
+ *                   last part "#" stands for the number of elements of an array or object.
+ * @param value      the expected value as JSON, for example "true", "\"home\"" or "{\"at_least\":2}"
+ * @param within_ms  the longest wait in milliseconds
+ *
+ * @return true if the member got the value; otherwise korvane_test_problem() describes the difference
  */
 bool korvane_test_until(korvane_test_agent *agent, const char *path, const char *value, int within_ms);
 
-/** How often a method was called since the agent was started. */
+/**
+ * Counts the calls of a method since the agent was started.
+ *
+ * @param agent   a running agent
+ * @param method  the method's name, as in the agent's log
+ *
+ * @return the number of calls; 0 also if the agent does not reply, when korvane_test_problem() is not empty
+ */
 int korvane_test_count_calls(korvane_test_agent *agent, const char *method);
 
 /**
- * Plays a scenario to its end.
+ * Runs a scenario to its end.
  *
- * @param path the scenario's file
- * @param within_ms how long it may take, in milliseconds
- * @return false when a step of it failed, or it has a mistake
+ * @param agent      a running agent
+ * @param path       the path of the scenario's file
+ * @param within_ms  the longest time the scenario may take in milliseconds; it is stopped after that
+ *
+ * @return true if all steps succeeded; otherwise korvane_test_problem() names the step that failed, or the mistake in
+ *         the file
  */
 bool korvane_test_play(korvane_test_agent *agent, const char *path, int within_ms);
 
 /**
- * Runs the main context until something has become true.
+ * Runs the main loop until a condition holds.
  *
- * @param so asked again whenever something has happened, with the user data
- * @return false when it has not become true in time
+ * @param condition  called with `user_data` after each dispatch and every few milliseconds; returns whether it holds
+ * @param user_data  passed to `condition`; may be NULL
+ * @param within_ms  the longest wait in milliseconds
+ *
+ * @return true if the condition holds; false if it does not within that time
  */
-bool korvane_test_run_until(bool (*so)(void *user_data), void *user_data, int within_ms);
+bool korvane_test_run_until(bool (*condition)(void *user_data), void *user_data, int within_ms);
 
-/** What went wrong last, as a sentence; empty when nothing has. Valid until the next call. NULL: with starting. */
+/**
+ * Describes the last failure.
+ *
+ * @param agent  a running agent; NULL for the last call of korvane_test_start()
+ *
+ * @return a sentence, or an empty string if the last call succeeded. Valid until the next call for this agent.
+ */
 const char *korvane_test_problem(const korvane_test_agent *agent);
 
-/** The agent's directory: its log is agent.log, what it complains of is agent.err. Valid until it is stopped. */
+/**
+ * Returns the agent's directory. It contains agent.log, the journal as lines of JSON, and agent.err, what the agent wrote
+ * to standard error.
+ *
+ * @param agent  a running agent
+ *
+ * @return a path; valid until the agent is stopped
+ */
 const char *korvane_test_directory(const korvane_test_agent *agent);
 
-/** The agent's process. */
+/**
+ * Returns the process id of the agent, for example to kill it.
+ *
+ * @param agent  a running agent
+ *
+ * @return the process id; valid until the agent is stopped, even if the process has ended
+ */
 int korvane_test_pid(const korvane_test_agent *agent);
 
 #ifdef __cplusplus

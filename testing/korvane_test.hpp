@@ -10,8 +10,8 @@
 
 namespace korvane::test {
 
-/// A private virtual agent, as korvane_test.h tells, that lives as long as its object. Whatever fails throws
-/// std::runtime_error with the reason.
+/// A private virtual agent, described in korvane_test.h. It runs as long as its object exists. A member function that
+/// fails throws std::runtime_error with the reason.
 class Agent {
 public:
     explicit Agent(const char *version = nullptr) : Agent(korvane_test_options{version, nullptr, nullptr, nullptr}) {}
@@ -24,29 +24,33 @@ public:
     Agent &operator=(const Agent &) = delete;
     ~Agent() { korvane_test_stop(agent_); }
 
-    /// The answer to a command, as JSON.
+    /// Runs a command and returns the reply as JSON.
     std::string ask(const std::string &command)
     {
-        char *answer = korvane_test_ask(agent_, command.c_str());
-        must(answer != nullptr);
-        std::string text = answer;
-        std::free(answer);
+        char *reply = korvane_test_ask(agent_, command.c_str());
+        check(reply != nullptr);
+        std::string text = reply;
+        std::free(reply);
         return text;
     }
-    void tell(const std::string &command) { must(korvane_test_tell(agent_, command.c_str())); }
+    /// Runs a command.
+    void tell(const std::string &command) { check(korvane_test_tell(agent_, command.c_str())); }
 
+    /// Waits until the application has called a method, with the arguments `with` if given.
     void wait_for_call(const char *method, int within_ms = 5000) { wait_for_call(method, nullptr, within_ms); }
     void wait_for_call(const char *method, const char *with, int within_ms = 5000)
     {
-        must(korvane_test_wait_for_call(agent_, method, with, within_ms));
+        check(korvane_test_wait_for_call(agent_, method, with, within_ms));
     }
+    /// Waits until the member of the state at a path has a value.
     void until(const char *path, const char *value, int within_ms = 5000)
     {
-        must(korvane_test_until(agent_, path, value, within_ms));
+        check(korvane_test_until(agent_, path, value, within_ms));
     }
+    /// Runs a scenario to its end.
     void play(const std::string &path, int within_ms = 60'000)
     {
-        must(korvane_test_play(agent_, path.c_str(), within_ms));
+        check(korvane_test_play(agent_, path.c_str(), within_ms));
     }
     int count_calls(const char *method) { return korvane_test_count_calls(agent_, method); }
 
@@ -54,9 +58,9 @@ public:
     int pid() const { return korvane_test_pid(agent_); }
 
 private:
-    void must(bool well)
+    void check(bool succeeded)
     {
-        if (!well)
+        if (!succeeded)
             throw std::runtime_error{korvane_test_problem(agent_)};
     }
 

@@ -37,7 +37,7 @@ static void append_printable(GString *line, const char *text)
     }
 }
 
-void say(const char *what, const char *how, ...)
+void print(const char *what, const char *how, ...)
 {
     va_list values;
     va_start(values, how);
@@ -78,7 +78,7 @@ const char *name_of(int result)
 bool step(const char *what, int result)
 {
     bool too_old = result == KORVANE_ERROR_AGENT_VERSION_LOWER;
-    say(what, "%s%s", name_of(result), too_old ? ", this agent is too old for it" : "");
+    print(what, "%s%s", name_of(result), too_old ? ", this agent is too old for it" : "");
     return result == KORVANE_ERROR_NONE;
 }
 
@@ -89,7 +89,7 @@ bool make_calls(korvane_h device, const struct call *calls, void *user_data)
         if (step(calls->name, result) || result == KORVANE_ERROR_AGENT_VERSION_LOWER)
             continue;
         if (result == KORVANE_ERROR_IO_ERROR || result == KORVANE_ERROR_SERVICE_UNAVAILABLE)
-            return false; /* the notice of the broken link or of the update follows */
+            return false; /* on_io_error() or on_connection() follows */
         life.call_failed = true;
     }
     return true;
@@ -99,7 +99,7 @@ bool start_service(korvane_h device)
 {
     int result = korvane_start(device);
     step("start", result);
-    /* When the link broke or an update has begun, that is told as well, and is no failure of the start. */
+    /* After a broken link or the begin of an update, a callback follows: the start itself did not fail. */
     if (result != KORVANE_ERROR_NONE && result != KORVANE_ERROR_IO_ERROR && result != KORVANE_ERROR_SERVICE_UNAVAILABLE)
         end_application(STEP_FAILED);
     return result == KORVANE_ERROR_NONE;
@@ -128,7 +128,7 @@ static void try_again_later(void)
     life.delay_ms = MIN(2 * life.delay_ms, (guint)LONGEST_DELAY_MS);
 }
 
-static void forget_link(void)
+static void drop_link(void)
 {
     if (life.connected && life.application->lost)
         life.application->lost(life.application->user_data);
@@ -137,14 +137,14 @@ static void forget_link(void)
 
 static void on_link_lost(void)
 {
-    forget_link();
+    drop_link();
     if (life.application->stay)
         try_again_later();
     else
         end_application(LINK_BROKEN);
 }
 
-/* Refused, not reachable, or the agent is about to be updated. Waiting helps unless it was a refusal. */
+/* The agent refused the link, cannot be reached, or has a pending update. A retry helps unless it refused. */
 static void on_rejected(int result)
 {
     bool will_come = result == KORVANE_ERROR_SERVICE_UNAVAILABLE || life.was_connected;
@@ -180,7 +180,7 @@ static void on_io_error(korvane_h handle, void *user_data)
 {
     (void)handle;
     (void)user_data;
-    say("io error", "the link to the agent broke during a call");
+    print("io error", "the link to the agent broke during a call");
     on_link_lost();
 }
 
@@ -191,8 +191,8 @@ static bool initialize(void)
     return step("set_rpc_io_error_cb", korvane_set_rpc_io_error_cb(life.handle, on_io_error, NULL));
 }
 
-/* The old handle knows whether the agent is being replaced: every call is refused then. Only when that is over is it
- * given up, and a new one finds the new agent. */
+/* Replaces the handle by a new one, which finds the new agent. While the agent is being replaced, every call with the old
+ * handle returns SERVICE_UNAVAILABLE; the old handle is kept until then. */
 static gboolean connect_again(gpointer unused)
 {
     (void)unused;
@@ -201,7 +201,7 @@ static gboolean connect_again(gpointer unused)
         bool set_up = false;
         if (korvane_get_easysetup_status(life.handle, &set_up) == KORVANE_ERROR_SERVICE_UNAVAILABLE) {
             if (!life.waiting_for_update)
-                say("agent", "is being replaced, waiting");
+                print("agent", "is being replaced, waiting");
             life.waiting_for_update = true;
             try_again_later();
             return G_SOURCE_REMOVE;
@@ -235,7 +235,7 @@ int run_application(const struct application *application)
     else
         life.outcome = NOT_REACHED;
 
-    forget_link();
+    drop_link();
     if (life.handle)
         step("deinitialize", korvane_deinitialize(life.handle));
     life.handle = NULL;

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* What the examples share: a line for each step, the life of the connection, the manners of the command line. */
+/* Code that the examples share: a printed line for each step, connecting and reconnecting, the command line. */
 #ifndef EXAMPLES_APPLICATION_H
 #define EXAMPLES_APPLICATION_H
 
@@ -7,53 +7,53 @@
 
 #include <glib.h>
 
-/* NOT_REACHED also stands for a wrong command line: nothing has been tried then. */
+/* NOT_REACHED is also the status of a wrong command line. */
 enum exit_status { DONE = 0, STEP_FAILED = 1, NOT_REACHED = 2, LINK_BROKEN = 3 };
 
 struct application {
-    /* The link is up: register callbacks, tell the agent what it must know, start the service. */
+    /* Called when the link is up: registers callbacks, describes the device, starts the service. */
     void (*ready)(korvane_h device, void *user_data);
-    /* The link is gone and all that was registered with it; may be NULL. Also called at the end. */
+    /* Called when the link and its registrations are lost, and at the end; may be NULL. */
     void (*lost)(void *user_data);
     void *user_data;
-    /* An agent that goes away or is replaced does not end the application: it connects to the new one. */
+    /* Reconnect when the agent ends or is replaced, instead of ending the application. */
     bool stay;
 };
 
-/* Runs until the end, and says what the process's exit status is to be. SIGTERM and SIGINT stop the service first. */
+/* Runs the application and returns the exit status of the process. SIGTERM and SIGINT stop the service first. */
 int run_application(const struct application *application);
 
-/* Ends the application from inside the main loop. */
+/* Ends the main loop, and so the application. */
 void end_application(enum exit_status status);
 
-/* The live handle while the link is up, else NULL. */
+/* Returns the handle while the link is up, else NULL. */
 korvane_h connected_device(void);
 
-/* Prints what happens, and when: "HH:MM:SS.uuuuuu  what: how". Bytes that are no printable text appear as \xNN: much of
- * it comes from outside, and a line must stay a line. */
-void say(const char *what, const char *how, ...) G_GNUC_PRINTF(2, 3);
+/* Prints a line with the time: "HH:MM:SS.uuuuuu  what: how". Bytes that are not printable text are printed as \xNN,
+ * because the text may come from another process and must not break the line. */
+void print(const char *what, const char *how, ...) G_GNUC_PRINTF(2, 3);
 
-/* Prints a step with its result, and says whether it was a success. */
+/* Prints a step with its result. Returns true for KORVANE_ERROR_NONE. */
 bool step(const char *what, int result);
 const char *name_of(int result);
 
-/* A call of the library, as a row of a table; a row without a name ends the table. */
+/* A call of the library as a row of a table. A row without a name ends the table. */
 struct call {
     const char *name;
     int (*make)(korvane_h device, void *user_data);
 };
 
-/* Makes the calls one after another and prints each result. What the installed agent is too old for is left out. A call
- * that fails costs no other, but makes DONE a STEP_FAILED in the end. false when there is no use in going on, because
- * the link broke or the agent is being replaced. */
+/* Makes the calls in order and prints each result. A call for which the installed agent is too old is skipped. After a
+ * failed call the others are made nevertheless, and the exit status is STEP_FAILED instead of DONE. Returns false if the
+ * link broke or the agent is being replaced; the remaining calls are not made then. */
 bool make_calls(korvane_h device, const struct call *calls, void *user_data);
 
-/* Starts the service. Nothing works without it, so a refusal ends the application. */
+/* Starts the service. Ends the application if the agent refuses. */
 bool start_service(korvane_h device);
 
-/* Reads the options; false, with a message on stderr, when the command line is wrong. --help ends the process. */
+/* Reads the options. Returns false, with a message on stderr, if the command line is wrong. --help ends the process. */
 bool parse_command_line(int *argc, char ***argv, const GOptionEntry *options, const char *summary);
-/* The message for an option whose value makes no sense. */
+/* Prints the message for an option with a wrong value. */
 void wrong_command_line(const char *problem, ...) G_GNUC_PRINTF(1, 2);
 
 #endif

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # korvane_example(<name> SOURCES <file>... [PACKAGES <pkg-config name>...])
 #
-# An application in C99, inside the tree or against an installed Korvane.
+# Builds an application in C99, inside the tree or against an installed Korvane.
 
 find_package(PkgConfig REQUIRED)
 if(PROJECT_IS_TOP_LEVEL)

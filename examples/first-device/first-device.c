@@ -34,8 +34,8 @@ static const char *name_of(int result)
     }
 }
 
-/* Prints what happens, and when. */
-static void say(const char *what, const char *how)
+/* Prints a line with the time. */
+static void print(const char *what, const char *how)
 {
     GDateTime *now = g_date_time_new_now_local();
     char *time = g_date_time_format(now, "%H:%M:%S.%f");
@@ -45,10 +45,10 @@ static void say(const char *what, const char *how)
     g_date_time_unref(now);
 }
 
-/* Prints a step with its result, and says whether it was a success. */
+/* Prints a step with its result. Returns true for KORVANE_ERROR_NONE. */
 static bool step(const char *what, int result)
 {
-    say(what, name_of(result));
+    print(what, name_of(result));
     return result == KORVANE_ERROR_NONE;
 }
 
@@ -58,20 +58,20 @@ static void end(enum exit_status status)
     g_main_loop_quit(loop);
 }
 
-/* The link is up: the service can start. */
+/* Starts the service; called when the link is up. */
 static void run_service(void)
 {
     int result = korvane_start(device);
     step("start", result);
     if (result == KORVANE_ERROR_IO_ERROR)
-        return; /* the link broke: on_io_error() follows */
+        return; /* on_io_error() follows */
     if (result != KORVANE_ERROR_NONE) {
         end(STEP_FAILED);
         return;
     }
     char *id = NULL;
     if (step("get_device_id", korvane_get_device_id(device, &id)))
-        say("device id", id);
+        print("device id", id);
     free(id);
     if (!stay)
         end(step("stop", korvane_stop(device)) ? DONE : STEP_FAILED);
@@ -95,7 +95,7 @@ static void on_connection(int result, korvane_h handle, int status, void *user_d
         else
             end(LINK_BROKEN);
         break;
-    default: /* refused, or the agent is about to be updated */
+    default: /* the agent refused the link or has a pending update */
         step("rejected", result);
         end(NOT_REACHED);
         break;
@@ -106,7 +106,7 @@ static void on_io_error(korvane_h handle, void *user_data)
 {
     (void)handle;
     (void)user_data;
-    say("io error", "the link to the agent broke during a call");
+    print("io error", "the link to the agent broke during a call");
     if (!stay)
         end(LINK_BROKEN);
 }
@@ -119,7 +119,8 @@ static bool initialize(void)
     return step("set_rpc_io_error_cb", korvane_set_rpc_io_error_cb(device, on_io_error, NULL));
 }
 
-/* While the agent is being replaced every call is refused. When that is over, a new handle finds the new agent. */
+/* Replaces the handle by a new one, which finds the new agent. While the agent is being replaced, every call returns
+ * SERVICE_UNAVAILABLE; the old handle is kept until then. */
 static gboolean connect_again(gpointer unused)
 {
     (void)unused;

@@ -1,12 +1,12 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* A hub: represents devices that cannot speak to the cloud themselves. See README.md. */
+/* A hub: represents devices that have no connection to the cloud of their own. See README.md. */
 #include "../common/application.h"
 
 #include <stdlib.h>
 
-enum { PATIENCE_MS = 3000 };
+enum { GROUP_TIMEOUT_MS = 3000 };
 
-/* The hub itself is device 0, what it represents is numbered from 1. */
+/* The hub itself is device 0; sub-devices are numbered from 1. */
 static const struct sub_device {
     int number;
     const char *id;
@@ -21,36 +21,36 @@ static const struct sub_device {
 };
 
 static gboolean stay;
-static guint patience;
+static guint group_timeout;
 
-/* ---- telling of one sub-device ----------------------------------------------------------------------------------- */
+/* ---- one sub-device ---------------------------------------------------------------------------------------------- */
 
-static int tell_id(korvane_h device, void *user_data)
+static int register_it(korvane_h device, void *user_data)
 {
     const struct sub_device *sub = user_data;
     return korvane_register_sub_device(device, sub->number, sub->id);
 }
 
-/* Take care: whether the number or the text comes first differs from function to function. */
-static int tell_name(korvane_h device, void *user_data)
+/* The order of number and text differs between the functions. */
+static int set_name(korvane_h device, void *user_data)
 {
     const struct sub_device *sub = user_data;
     return korvane_set_device_name_with_device_no(device, sub->name, sub->number);
 }
 
-static int tell_nick(korvane_h device, void *user_data)
+static int set_nick(korvane_h device, void *user_data)
 {
     const struct sub_device *sub = user_data;
     return korvane_set_nick_name(device, sub->number, sub->name);
 }
 
-static int tell_type(korvane_h device, void *user_data)
+static int set_type(korvane_h device, void *user_data)
 {
     const struct sub_device *sub = user_data;
     return korvane_set_device_type_with_device_no(device, sub->number, sub->type);
 }
 
-static int tell_platform(korvane_h device, void *user_data)
+static int set_platform(korvane_h device, void *user_data)
 {
     const struct sub_device *sub = user_data;
     korvane_platform_info_h info = NULL;
@@ -63,23 +63,23 @@ static int tell_platform(korvane_h device, void *user_data)
     return result;
 }
 
-static int forget(korvane_h device, void *user_data)
+static int unregister(korvane_h device, void *user_data)
 {
     const struct sub_device *sub = user_data;
     return korvane_unregister_sub_device(device, sub->number);
 }
 
 static const struct call introduction[] = {
-    {"register_sub_device", tell_id},
-    {"set_device_name_with_device_no", tell_name},
-    {"set_nick_name", tell_nick},
-    {"set_device_type_with_device_no", tell_type},
-    {"set_platform_info_with_device_no", tell_platform},
+    {"register_sub_device", register_it},
+    {"set_device_name_with_device_no", set_name},
+    {"set_nick_name", set_nick},
+    {"set_device_type_with_device_no", set_type},
+    {"set_platform_info_with_device_no", set_platform},
     {NULL, NULL},
 };
 
 static const struct call farewell[] = {
-    {"unregister_sub_device", forget},
+    {"unregister_sub_device", unregister},
     {NULL, NULL},
 };
 
@@ -87,17 +87,17 @@ static bool for_each_sub_device(korvane_h device, const struct call *calls)
 {
     for (size_t i = 0; i < G_N_ELEMENTS(sub_devices); ++i) {
         struct sub_device sub = sub_devices[i];
-        say("sub-device", "%d %s", sub.number, sub.id);
+        print("sub-device", "%d %s", sub.number, sub.id);
         if (!make_calls(device, calls, &sub))
             return false;
     }
     return true;
 }
 
-/* ---- telling of all ---------------------------------------------------------------------------------------------- */
+/* ---- presence of all --------------------------------------------------------------------------------------------- */
 
-/* One request for all that are there, one for all that are not. */
-static int tell_presence(korvane_h device, bool here)
+/* Sends one request for all sub-devices that are present, or for all that are not. */
+static int set_presence(korvane_h device, bool here)
 {
     int numbers[G_N_ELEMENTS(sub_devices)];
     int count = 0;
@@ -107,19 +107,19 @@ static int tell_presence(korvane_h device, bool here)
     return korvane_set_sub_device_presence(device, numbers, count, here);
 }
 
-static int tell_who_is_here(korvane_h device, void *unused)
+static int set_present(korvane_h device, void *unused)
 {
     (void)unused;
-    return tell_presence(device, true);
+    return set_presence(device, true);
 }
 
-static int tell_who_is_away(korvane_h device, void *unused)
+static int set_absent(korvane_h device, void *unused)
 {
     (void)unused;
-    return tell_presence(device, false);
+    return set_presence(device, false);
 }
 
-/* That there is no sub-device is an answer, with a code of its own. */
+/* NO_DATA means that no sub-device is registered, which is not a failure here. */
 static int read_presence(korvane_h device, void *unused)
 {
     (void)unused;
@@ -127,7 +127,7 @@ static int read_presence(korvane_h device, void *unused)
     int count = 0;
     int result = korvane_get_sub_device_presence_list(device, &list, &count);
     if (result == KORVANE_ERROR_NO_DATA) {
-        say("presence", "nobody is registered");
+        print("presence", "no sub-device is registered");
         return KORVANE_ERROR_NONE;
     }
     if (result != KORVANE_ERROR_NONE)
@@ -136,15 +136,15 @@ static int read_presence(korvane_h device, void *unused)
         char *id = NULL;
         int presence = 0;
         if (korvane_get_sub_device_presence(list[i], &id, &presence) == KORVANE_ERROR_NONE)
-            say("presence", "%s: %d", id, presence);
+            print("presence", "%s: %d", id, presence);
         free(id);
     }
     return korvane_release_sub_device_presence_list(list, count);
 }
 
 static const struct call presence[] = {
-    {"set_sub_device_presence (here)", tell_who_is_here},
-    {"set_sub_device_presence (away)", tell_who_is_away},
+    {"set_sub_device_presence (here)", set_present},
+    {"set_sub_device_presence (away)", set_absent},
     {"get_sub_device_presence_list", read_presence},
     {NULL, NULL},
 };
@@ -154,18 +154,18 @@ static const struct call last_look[] = {
     {NULL, NULL},
 };
 
-/* ---- the course of things ---------------------------------------------------------------------------------------- */
+/* ---- order of the steps ------------------------------------------------------------------------------------------ */
 
-static void forget_patience(void)
+static void cancel_group_timeout(void)
 {
-    if (patience != 0)
-        g_source_remove(patience);
-    patience = 0;
+    if (group_timeout != 0)
+        g_source_remove(group_timeout);
+    group_timeout = 0;
 }
 
 static void finish(korvane_h device)
 {
-    say("hub", "ready");
+    print("hub", "ready");
     if (!stay && for_each_sub_device(device, farewell) && make_calls(device, last_look, NULL))
         end_application(step("stop", korvane_stop(device)) ? DONE : STEP_FAILED);
 }
@@ -173,17 +173,17 @@ static void finish(korvane_h device)
 static void on_group_id(korvane_h device, const char *group_id, void *user_data)
 {
     (void)user_data;
-    say("group", "%s", group_id);
-    if (patience == 0)
-        return; /* it was not waited for any longer */
-    forget_patience();
+    print("group", "%s", group_id);
+    if (group_timeout == 0)
+        return; /* the timeout has passed */
+    cancel_group_timeout();
     finish(device);
 }
 
-static gboolean on_patience_ends(gpointer device)
+static gboolean on_group_timeout(gpointer device)
 {
-    patience = 0;
-    say("group", "the agent does not tell");
+    group_timeout = 0;
+    print("group", "no event from the agent");
     finish(device);
     return G_SOURCE_REMOVE;
 }
@@ -196,7 +196,7 @@ static void on_ready(korvane_h device, void *user_data)
     int result = korvane_get_group_id(device, on_group_id, NULL);
     step("get_group_id", result);
     if (result == KORVANE_ERROR_NONE)
-        patience = g_timeout_add(PATIENCE_MS, on_patience_ends, device);
+        group_timeout = g_timeout_add(GROUP_TIMEOUT_MS, on_group_timeout, device);
     else if (result != KORVANE_ERROR_IO_ERROR)
         finish(device);
 }
@@ -204,7 +204,7 @@ static void on_ready(korvane_h device, void *user_data)
 static void on_lost(void *user_data)
 {
     (void)user_data;
-    forget_patience();
+    cancel_group_timeout();
 }
 
 int main(int argc, char **argv)

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* A sensor that lives on a battery: it wakes up, does all its work at once, and sleeps. See README.md. */
+/* A sensor on a battery: it wakes up, does its work in one short period, and sleeps. See README.md. */
 #include "../common/application.h"
 
 #include <stdlib.h>
@@ -11,15 +11,15 @@ static gboolean once;
 static int sleep_ms = 10000;
 static int awake_ms = 1000;
 
-static guint alarm_clock; /* the end of the sleep or of being awake */
+static guint alarm_clock; /* ends the sleep or the time awake */
 static bool awake;
 static int wake_ups;
 
 /* ---- keep-alive -------------------------------------------------------------------------------------------------- */
 
-/* The longer the interval the better for the battery, but networks drop connections that are silent too long. The agent
- * is given a table and the places of those that it may try. */
-static int give_intervals(korvane_h device, void *unused)
+/* Long intervals save the battery, but networks drop connections that are idle for too long. The agent receives a table
+ * of intervals and the indexes of those that it may use. */
+static int set_intervals(korvane_h device, void *unused)
 {
     (void)unused;
     static const int intervals[] = {2 * MINUTES, 4 * MINUTES, 8 * MINUTES, 16 * MINUTES, 32 * MINUTES};
@@ -29,8 +29,8 @@ static int give_intervals(korvane_h device, void *unused)
 static int select_intervals(korvane_h device, void *unused)
 {
     (void)unused;
-    static const int places[] = {1, 2, 3};
-    return korvane_select_keepalive_intervals(device, places, (int)G_N_ELEMENTS(places));
+    static const int indexes[] = {1, 2, 3};
+    return korvane_select_keepalive_intervals(device, indexes, (int)G_N_ELEMENTS(indexes));
 }
 
 static void go_to_sleep(korvane_h device);
@@ -38,9 +38,9 @@ static void go_to_sleep(korvane_h device);
 static void on_keepalive(korvane_h device, int result, void *user_data)
 {
     (void)user_data;
-    say("keep-alive", "result %d", result);
+    print("keep-alive", "result %d", result);
     if (awake)
-        go_to_sleep(device); /* that was the last thing to wait for */
+        go_to_sleep(device); /* the work is complete */
 }
 
 static int follow_keepalives(korvane_h device, void *unused)
@@ -51,14 +51,14 @@ static int follow_keepalives(korvane_h device, void *unused)
 
 static const struct call preparation[] = {
     {"set_keepalive_result_cb", follow_keepalives},
-    {"set_keepalive_intervals", give_intervals},
+    {"set_keepalive_intervals", set_intervals},
     {"select_keepalive_intervals", select_intervals},
     {NULL, NULL},
 };
 
 /* ---- the agent's connection -------------------------------------------------------------------------------------- */
 
-/* With these fields the network hardware can send keep-alives while everything else sleeps. */
+/* With these fields the network hardware can send keep-alives while the processor sleeps. */
 static const struct {
     const char *name;
     int (*get)(korvane_tcp_header_info_h header, int *value);
@@ -90,13 +90,13 @@ static int read_tcp_header(korvane_h device, void *unused)
     for (size_t i = 0; i < G_N_ELEMENTS(addresses); ++i) {
         char *text = NULL;
         if (addresses[i].get(header, &text) == KORVANE_ERROR_NONE && text)
-            say("tcp header", "%s %s", addresses[i].name, text);
+            print("tcp header", "%s %s", addresses[i].name, text);
         free(text);
     }
     for (size_t i = 0; i < G_N_ELEMENTS(numbers); ++i) {
         int value = 0;
         if (numbers[i].get(header, &value) == KORVANE_ERROR_NONE)
-            say("tcp header", "%s %d", numbers[i].name, value);
+            print("tcp header", "%s %d", numbers[i].name, value);
     }
     return korvane_release_tcp_header_info(header);
 }
@@ -140,10 +140,10 @@ static void set_alarm(int milliseconds, GSourceFunc then, korvane_h device)
     alarm_clock = then ? g_timeout_add((guint)milliseconds, then, device) : 0;
 }
 
-static gboolean on_day_ends(gpointer device)
+static gboolean on_awake_timeout(gpointer device)
 {
     alarm_clock = 0;
-    say("keep-alive", "no result");
+    print("keep-alive", "no result");
     go_to_sleep(device);
     return G_SOURCE_REMOVE;
 }
@@ -153,9 +153,9 @@ static gboolean wake_up(gpointer device)
     alarm_clock = 0;
     awake = true;
     ++wake_ups;
-    say("awake", "time %d", wake_ups);
+    print("awake", "time %d", wake_ups);
     if (make_calls(device, work, NULL))
-        set_alarm(awake_ms, on_day_ends, device);
+        set_alarm(awake_ms, on_awake_timeout, device);
     return G_SOURCE_REMOVE;
 }
 
@@ -169,7 +169,7 @@ static void go_to_sleep(korvane_h device)
         end_application(step("stop", korvane_stop(device)) ? DONE : STEP_FAILED);
         return;
     }
-    say("asleep", "for %d ms", sleep_ms);
+    print("asleep", "for %d ms", sleep_ms);
     set_alarm(sleep_ms, wake_up, device);
 }
 

@@ -1,12 +1,12 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* The cloud: sign-up, session, and what comes from there. */
+/* The cloud: sign-up, session, names, status and other events from it. */
 #include "washer.h"
 
 #include <string.h>
 
 /* ---- sign-up ----------------------------------------------------------------------------------------------------- */
 
-/* The members of an account, and where they go. */
+/* The members of an account, and their setters. */
 static const struct {
     const char *name;
     int (*set)(korvane_cloud_info_h info, const char *text);
@@ -38,7 +38,7 @@ static int sign_up(korvane_h device, const cJSON *account)
         if (text)
             result = account_texts[i].set(info, text);
         if (result == KORVANE_ERROR_AGENT_VERSION_LOWER)
-            result = KORVANE_ERROR_NONE; /* this agent knows its server itself */
+            result = KORVANE_ERROR_NONE; /* an agent before 2.0 chooses its server itself */
     }
     if (result == KORVANE_ERROR_NONE)
         result = korvane_sign_up_cloud(device, info);
@@ -46,7 +46,7 @@ static int sign_up(korvane_h device, const cJSON *account)
     return result;
 }
 
-/* Does nothing when there is nobody to sign up for, or it has been done. */
+/* Signs up, unless there is no account or the device is signed up already. */
 void cloud_sign_up(struct washer *washer)
 {
     korvane_h device = connected_device();
@@ -61,7 +61,7 @@ static void on_signup(korvane_h device, bool status, void *user_data)
     (void)device;
     struct washer *washer = user_data;
     washer->signed_up = status;
-    say("cloud account", "%s", status ? "signed up" : "signed off");
+    print("cloud account", "%s", status ? "signed up" : "signed off");
 }
 
 /* ---- the session ------------------------------------------------------------------------------------------------- */
@@ -71,24 +71,24 @@ static void on_signin(korvane_h device, bool status, void *user_data)
     (void)device;
     struct washer *washer = user_data;
     if (!status) {
-        say("cloud session", "signed out");
+        print("cloud session", "signed out");
         return;
     }
     if (washer->session_lost_us != 0)
-        say("cloud session", "back after %" G_GINT64_FORMAT " ms",
-            (g_get_monotonic_time() - washer->session_lost_us) / 1000);
+        print("cloud session", "back after %" G_GINT64_FORMAT " ms",
+              (g_get_monotonic_time() - washer->session_lost_us) / 1000);
     else
-        say("cloud session", "signed in");
+        print("cloud session", "signed in");
     washer->session_lost_us = 0;
     credentials_ask(washer);
 }
 
-/* The agent connects again by itself; the washer goes on washing. */
+/* The agent restores the session by itself, so the washer only prints the event. */
 static void on_session_lost(korvane_h device, int last_error_code, void *user_data)
 {
     (void)device;
     struct washer *washer = user_data;
-    say("cloud session", "lost, error %d", last_error_code);
+    print("cloud session", "lost, error %d", last_error_code);
     washer->session_lost_us = g_get_monotonic_time();
 }
 
@@ -96,10 +96,10 @@ static void on_keepalive(korvane_h device, int result, void *user_data)
 {
     (void)device;
     (void)user_data;
-    say("keep-alive", "result %d", result);
+    print("keep-alive", "result %d", result);
 }
 
-/* What has happened before this process came: events tell changes only. */
+/* Reads the status at the start of the link, because events report only later changes. */
 void cloud_follow(struct washer *washer)
 {
     korvane_h device = connected_device();
@@ -107,21 +107,21 @@ void cloud_follow(struct washer *washer)
     washer->signed_up = false;
     if (step("get_signup_status", korvane_get_signup_status(device, &washer->signed_up)) &&
         step("get_signin_status", korvane_get_signin_status(device, &signed_in)))
-        say("cloud", "%s, %s", washer->signed_up ? "signed up" : "not signed up",
-            signed_in ? "signed in" : "not signed in");
+        print("cloud", "%s, %s", washer->signed_up ? "signed up" : "not signed up",
+              signed_in ? "signed in" : "not signed in");
     if (signed_in)
         credentials_ask(washer);
     if (washer->sign_up || washer->joined)
         cloud_sign_up(washer);
 }
 
-void cloud_forget(struct washer *washer)
+void cloud_reset_link(struct washer *washer)
 {
-    washer->credentials_asked = false; /* what was under way went with the link */
+    washer->credentials_asked = false; /* pending requests ended with the link */
     washer->session_lost_us = 0;
 }
 
-/* ---- what comes from there --------------------------------------------------------------------------------------- */
+/* ---- other events ------------------------------------------------------------------------------------------------ */
 
 static void on_renamed(korvane_h device, int device_no, const char *nick, void *user_data)
 {
@@ -129,14 +129,14 @@ static void on_renamed(korvane_h device, int device_no, const char *nick, void *
     struct washer *washer = user_data;
     if (device_no == 0)
         state_set(&washer->state, "nick name", nick);
-    say("nick name", "%s (device %d)", nick, device_no);
+    print("nick name", "%s (device %d)", nick, device_no);
 }
 
 static void on_last_status(korvane_h device, const char *last_status, void *user_data)
 {
     (void)device;
     (void)user_data;
-    say("last status", "%s", last_status);
+    print("last status", "%s", last_status);
 }
 
 static void on_device_list(korvane_h device, const char *const *device_ids, int count, void *user_data)
@@ -147,7 +147,7 @@ static void on_device_list(korvane_h device, const char *const *device_ids, int 
     GString *ids = g_string_new(NULL);
     for (int i = 0; i < MIN(count, (int)FEW); ++i)
         g_string_append_printf(ids, "%s%s", i > 0 ? ", " : "", device_ids[i]);
-    say("cloud devices", "%d: %s%s", count, ids->str, count > (int)FEW ? ", ..." : "");
+    print("cloud devices", "%d: %s%s", count, ids->str, count > (int)FEW ? ", ..." : "");
     g_string_free(ids, TRUE);
 }
 
@@ -155,7 +155,7 @@ static void on_diagnostics(korvane_h device, int value, const char *text, void *
 {
     (void)device;
     (void)user_data;
-    say("diagnostics wanted", "%s (%d)", text, value);
+    print("diagnostics wanted", "%s (%d)", text, value);
 }
 
 REGISTRATION(signup_status_changed, on_signup)

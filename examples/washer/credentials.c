@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* A certificate of the washer's own, for a key that never leaves it, and a token for its maker's server. */
+/* The washer's certificate, for a private key that never leaves the device, and a token for its maker's server. */
 #include "washer.h"
 
 #include <openssl/bio.h>
@@ -13,7 +13,7 @@
 
 /* ---- key and signing request ------------------------------------------------------------------------------------- */
 
-/* The key lies beside the state; without a state it lives as long as the process. */
+/* The key is stored next to the state; without a state it ends with the process. */
 static char *key_path(const struct washer *washer)
 {
     return washer->state_path ? g_strconcat(washer->state_path, ".key", NULL) : NULL;
@@ -25,16 +25,16 @@ static EVP_PKEY *read_key(const char *path)
     gsize length = 0;
     GError *error = NULL;
     if (!g_file_get_contents(path, &pem, &length, &error)) {
-        say("key", "%s", error->message);
+        print("key", "%s", error->message);
         g_clear_error(&error);
         return NULL;
     }
-    /* Nobody is there to be asked for a passphrase: it is the empty one. */
+    /* An empty passphrase: OpenSSL must not prompt for one. */
     static char passphrase[] = "";
     BIO *bio = BIO_new_mem_buf(pem, (int)length);
     EVP_PKEY *key = bio ? PEM_read_bio_PrivateKey(bio, NULL, NULL, passphrase) : NULL;
     if (!key)
-        say("key", "%s holds no private key; move it away to have a new one made", path);
+        print("key", "%s holds no private key; move it away to create a new one", path);
     BIO_free(bio);
     OPENSSL_cleanse(pem, length);
     g_free(pem);
@@ -50,7 +50,7 @@ static bool save_key(EVP_PKEY *key, const char *path)
     GError *error = NULL;
     good = good && g_file_set_contents_full(path, pem, length, G_FILE_SET_CONTENTS_CONSISTENT, 0600, &error);
     if (!good)
-        say("key", "not saved: %s", error ? error->message : "no memory");
+        print("key", "not saved: %s", error ? error->message : "no memory");
     g_clear_error(&error);
     BIO_free(bio);
     return good;
@@ -59,8 +59,8 @@ static bool save_key(EVP_PKEY *key, const char *path)
 static EVP_PKEY *make_key(const char *path)
 {
     EVP_PKEY *key = EVP_EC_gen("P-256");
-    say("key", "%s", key ? "made" : "could not be made");
-    /* A certificate for a key that is lost with the power would be worth nothing. */
+    print("key", "%s", key ? "made" : "could not be made");
+    /* A key that cannot be saved is not used: its certificate would be useless after a restart. */
     if (key && path && !save_key(key, path)) {
         EVP_PKEY_free(key);
         key = NULL;
@@ -73,7 +73,7 @@ static EVP_PKEY *own_key(const struct washer *washer)
     char *path = key_path(washer);
     EVP_PKEY *key = NULL;
     if (path && g_file_test(path, G_FILE_TEST_EXISTS))
-        key = read_key(path); /* one that cannot be read is never replaced: a certificate may depend on it */
+        key = read_key(path); /* never replace an unreadable key: a certificate may depend on it */
     else
         key = make_key(path);
     g_free(path);
@@ -115,18 +115,18 @@ static void on_certificate_found(korvane_h device, int result, const char *text1
     (void)device;
     (void)user_data;
     if (result == 0)
-        say("certificate", "found, %zu and %zu bytes", strlen(text1), strlen(text2));
+        print("certificate", "found, %zu and %zu bytes", strlen(text1), strlen(text2));
     else
-        say("certificate", "not found, the agent's code is %d", result);
+        print("certificate", "not found, the agent's code is %d", result);
 }
 
-/* The agent tells the certificate and its name, by which it is found again; or the name alone. */
+/* The event carries the certificate and its name, by which it can be found again; or only the name. */
 static void on_certificate_made(korvane_h device, int result, const char *text, void *user_data)
 {
     (void)device;
     struct washer *washer = user_data;
     if (result != 0) {
-        say("certificate", "refused, the agent's code is %d", result);
+        print("certificate", "refused, the agent's code is %d", result);
         return;
     }
     cJSON *made = cJSON_Parse(text);
@@ -134,7 +134,7 @@ static void on_certificate_made(korvane_h device, int result, const char *text, 
     if (!name)
         name = text;
     state_set(&washer->state, "certificate", name);
-    say("certificate", "made, its name has %zu bytes", strlen(name));
+    print("certificate", "made, its name has %zu bytes", strlen(name));
     cJSON_Delete(made);
 }
 
@@ -144,7 +144,7 @@ static char *signing_request(korvane_h device, const struct washer *washer)
     if (washer->csr_path) {
         GError *error = NULL;
         if (!g_file_get_contents(washer->csr_path, &text, NULL, &error))
-            say("signing request", "%s", error->message);
+            print("signing request", "%s", error->message);
         g_clear_error(&error);
         return text;
     }
@@ -152,7 +152,7 @@ static char *signing_request(korvane_h device, const struct washer *washer)
     if (korvane_get_device_id(device, &id) == KORVANE_ERROR_NONE)
         text = make_request(washer, id);
     free(id);
-    say("signing request", "%s", text ? "made" : "could not be made");
+    print("signing request", "%s", text ? "made" : "could not be made");
     return text;
 }
 
@@ -177,7 +177,7 @@ static void on_token(korvane_h device, int result, korvane_hdr_token_info_h toke
     (void)device;
     (void)user_data;
     if (result != 0 || !token_info) {
-        say("token", "none, the agent's code is %d", result);
+        print("token", "none, the agent's code is %d", result);
         return;
     }
     char *server = NULL;
@@ -185,12 +185,12 @@ static void on_token(korvane_h device, int result, korvane_hdr_token_info_h toke
     bool has_server = korvane_hdr_token_info_get_server_url(token_info, &server) == KORVANE_ERROR_NONE && server;
     bool has_end = korvane_hdr_token_info_get_expiration_time(token_info, &expires) == KORVANE_ERROR_NONE;
     char *end = has_end ? g_strdup_printf("expires at %d", expires) : g_strdup("without an end");
-    say("token", "for %s, %s", has_server ? server : "an unnamed server", end);
+    print("token", "for %s, %s", has_server ? server : "an unnamed server", end);
     g_free(end);
     free(server);
 }
 
-/* Once for each connection to the agent, when the washer is signed in. */
+/* Requests token and certificate, once for each link, when the washer is signed in. */
 void credentials_ask(struct washer *washer)
 {
     korvane_h device = connected_device();
@@ -199,6 +199,6 @@ void credentials_ask(struct washer *washer)
     washer->credentials_asked = true;
     int result = korvane_create_hdr_token_info(device, on_token, washer);
     step("create_hdr_token_info", result);
-    if (result == KORVANE_ERROR_NONE) /* an agent that knows no tokens knows no certificates either */
+    if (result == KORVANE_ERROR_NONE) /* an agent without tokens has no certificates either */
         ask_for_certificate(device, washer);
 }

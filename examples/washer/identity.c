@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* What the agent is told of this washer before its service starts. */
+/* The description of this washer, sent to the agent before the service starts. */
 #include "washer.h"
 
 #include <stdlib.h>
@@ -12,7 +12,7 @@ static const char model[] = "WM-7";
 static const char firmware[] = "4.1.2";
 static const char *const languages[] = {"en-GB", "en-US", "de-DE", "fr-FR", "ko-KR"};
 
-/* Bit masks and codes are the agent's. */
+/* The agent defines these bit masks and codes. */
 enum { WIFI_MODE_BGN = 0x0b, WIFI_FREQ_2_4_AND_5_GHZ = 0x03 };
 enum { TERMS_OF_USE = 0x01, NOT_YET_AGREED = 0 };
 static const int authtypes[] = {0, 4, 5};
@@ -25,7 +25,7 @@ bool identity_speaks(const char *language)
     return false;
 }
 
-static int tell_property(korvane_h device, void *washer)
+static int send_property(korvane_h device, void *washer)
 {
     (void)washer;
     int result = korvane_set_device_property_with_wifi_authtype(
@@ -35,14 +35,14 @@ static int tell_property(korvane_h device, void *washer)
     return korvane_set_device_property(device, device_name, WIFI_MODE_BGN, WIFI_FREQ_2_4_AND_5_GHZ);
 }
 
-static int tell_platform(korvane_h device, void *washer)
+static int send_platform(korvane_h device, void *washer)
 {
     (void)washer;
     korvane_platform_info_h info = NULL;
     int result = korvane_platforminfo_create(&info);
     if (result != KORVANE_ERROR_NONE)
         return result;
-    /* What is newer than the agent is refused and left out. */
+    /* A field that is newer than the agent is refused and left out. */
     korvane_platforminfo_set_model_number(info, model);
     korvane_platforminfo_set_platform_version(info, "4");
     korvane_platforminfo_set_vendor_id(info, "vendor-0001");
@@ -53,7 +53,7 @@ static int tell_platform(korvane_h device, void *washer)
     return result;
 }
 
-static int tell_profile(korvane_h device, void *user_data)
+static int send_profile(korvane_h device, void *user_data)
 {
     struct washer *washer = user_data;
     korvane_device_profile_info_h profile = NULL;
@@ -72,7 +72,7 @@ static int tell_profile(korvane_h device, void *user_data)
     return result;
 }
 
-static int tell_terms(korvane_h device, void *washer)
+static int send_terms(korvane_h device, void *washer)
 {
     (void)washer;
     korvane_tnc_info_h terms = NULL;
@@ -86,25 +86,25 @@ static int tell_terms(korvane_h device, void *washer)
     return result;
 }
 
-static int tell_terms_url(korvane_h device, void *washer)
+static int send_terms_url(korvane_h device, void *washer)
 {
     (void)washer;
     return korvane_set_tnc_url(device, "https://washer.example/terms");
 }
 
-static int tell_terms_type(korvane_h device, void *washer)
+static int send_terms_type(korvane_h device, void *washer)
 {
     (void)washer;
     return korvane_set_tnc_type(device, TERMS_OF_USE);
 }
 
-static int tell_terms_status(korvane_h device, void *washer)
+static int send_terms_status(korvane_h device, void *washer)
 {
     (void)washer;
     return korvane_set_tnc_status(device, NOT_YET_AGREED);
 }
 
-static int tell_last_status(korvane_h device, void *washer)
+static int send_last_status(korvane_h device, void *washer)
 {
     (void)washer;
     korvane_last_status_info_h status = NULL;
@@ -118,31 +118,31 @@ static int tell_last_status(korvane_h device, void *washer)
     return result;
 }
 
-static int tell_name(korvane_h device, void *washer)
+static int send_name(korvane_h device, void *washer)
 {
     (void)washer;
     return korvane_set_device_name(device, device_name);
 }
 
-static int tell_type(korvane_h device, void *washer)
+static int send_type(korvane_h device, void *washer)
 {
     (void)washer;
     return korvane_set_device_type_with_device_no(device, 0, device_type);
 }
 
-static int tell_languages(korvane_h device, void *washer)
+static int send_languages(korvane_h device, void *washer)
 {
     (void)washer;
     return korvane_set_language_list(device, languages, (int)G_N_ELEMENTS(languages));
 }
 
-static int tell_setup_version(korvane_h device, void *washer)
+static int send_setup_version(korvane_h device, void *washer)
 {
     (void)washer;
     return korvane_set_easysetup_version_info(device, "1.0");
 }
 
-int identity_give_vendor_info(korvane_h device, void *user_data)
+int identity_send_vendor_info(korvane_h device, void *user_data)
 {
     const struct washer *washer = user_data;
     cJSON *info = cJSON_CreateObject();
@@ -157,18 +157,18 @@ int identity_give_vendor_info(korvane_h device, void *user_data)
 }
 
 const struct call identity_calls[] = {
-    {"set_device_property", tell_property},
-    {"set_device_name", tell_name},
-    {"set_device_type_with_device_no", tell_type},
-    {"set_platform_info", tell_platform},
-    {"set_device_profile_info", tell_profile},
-    {"set_last_status_info", tell_last_status},
-    {"set_language_list", tell_languages},
-    {"set_easysetup_version_info", tell_setup_version},
-    {"set_provisioning_vendor_info", identity_give_vendor_info},
-    {"set_tnc_info", tell_terms},
-    {"set_tnc_url", tell_terms_url},
-    {"set_tnc_type", tell_terms_type},
-    {"set_tnc_status", tell_terms_status},
+    {"set_device_property", send_property},
+    {"set_device_name", send_name},
+    {"set_device_type_with_device_no", send_type},
+    {"set_platform_info", send_platform},
+    {"set_device_profile_info", send_profile},
+    {"set_last_status_info", send_last_status},
+    {"set_language_list", send_languages},
+    {"set_easysetup_version_info", send_setup_version},
+    {"set_provisioning_vendor_info", identity_send_vendor_info},
+    {"set_tnc_info", send_terms},
+    {"set_tnc_url", send_terms_url},
+    {"set_tnc_type", send_terms_type},
+    {"set_tnc_status", send_terms_status},
     {NULL, NULL},
 };

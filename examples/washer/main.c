@@ -6,31 +6,31 @@
 
 static const char summary[] = "A washer that a phone sets up and that then lives in the cloud.";
 
-/* Stands for what the maker's phone application would bring. */
+/* A sample of the account that the maker's phone application sends. */
 static const char sample_account[] =
     "{\"region\":\"EU\",\"auth_provider\":\"washer.example\",\"user_id\":\"sample\","
     "\"client_id\":\"washer\",\"access_token\":\"sample\",\"refresh_token\":\"sample\"}";
 
 static void on_ready(korvane_h device, void *user_data)
 {
-    static const struct call *const conversation[] = {setup_registrations, wifi_registrations, cloud_registrations,
-                                                      identity_calls};
-    for (size_t i = 0; i < G_N_ELEMENTS(conversation); ++i)
-        if (!make_calls(device, conversation[i], user_data))
+    static const struct call *const steps[] = {setup_registrations, wifi_registrations, cloud_registrations,
+                                               identity_calls};
+    for (size_t i = 0; i < G_N_ELEMENTS(steps); ++i)
+        if (!make_calls(device, steps[i], user_data))
             return;
     if (!start_service(device))
         return;
     char *id = NULL;
     if (korvane_get_device_id(device, &id) == KORVANE_ERROR_NONE)
-        say("device id", "%s", id);
+        print("device id", "%s", id);
     free(id);
     cloud_follow(user_data);
-    say("washer", "ready");
+    print("washer", "ready");
 }
 
 static void on_lost(void *user_data)
 {
-    cloud_forget(user_data);
+    cloud_reset_link(user_data);
 }
 
 /* ---- the command line -------------------------------------------------------------------------------------------- */
@@ -47,11 +47,11 @@ static cJSON *read_account(const char *path, GError **error)
     if (cJSON_IsObject(account))
         return account;
     cJSON_Delete(account);
-    g_set_error(error, g_quark_from_static_string("account"), 0, "%s: it is no JSON object", path);
+    g_set_error(error, g_quark_from_static_string("account"), 0, "%s: not a JSON object", path);
     return NULL;
 }
 
-/* What the files of the command line hold is looked at before anything else happens. */
+/* Reads the files of the command line, so that a mistake in one is reported before anything else happens. */
 static bool open_files(struct washer *washer, GError **error)
 {
     GPtrArray *scan = radio_scan(washer->radio_path, error);
@@ -59,7 +59,7 @@ static bool open_files(struct washer *washer, GError **error)
         return false;
     g_ptr_array_unref(scan);
     if (washer->csr_path && !g_file_test(washer->csr_path, G_FILE_TEST_IS_REGULAR)) {
-        g_set_error(error, g_quark_from_static_string("csr"), 0, "%s: there is no such file", washer->csr_path);
+        g_set_error(error, g_quark_from_static_string("csr"), 0, "%s: no such file", washer->csr_path);
         return false;
     }
     if (washer->sign_up || washer->account_path) {
@@ -74,18 +74,17 @@ static bool configure(struct washer *washer, int argc, char **argv)
 {
     const GOptionEntry options[] = {
         {"radio", 0, 0, G_OPTION_ARG_FILENAME, &washer->radio_path,
-         "what the radio receives, a JSON file that is read again at each scan and join", "FILE"},
-        {"join-ms", 0, 0, G_OPTION_ARG_INT, &washer->join_ms, "how long joining a network takes (500)", "N"},
+         "the networks that the radio receives, a JSON file that is read at each scan and join", "FILE"},
+        {"join-ms", 0, 0, G_OPTION_ARG_INT, &washer->join_ms, "duration of joining a network (500)", "N"},
         {"state", 0, 0, G_OPTION_ARG_FILENAME, &washer->state_path,
-         "where language, country, name and certificate are kept; the key is kept in FILE.key", "FILE"},
-        {"refuse-confirm", 0, 0, G_OPTION_ARG_NONE, &washer->refuse_confirm, "the user says no to setup and reset",
-         NULL},
+         "file for language, country, name and certificate; the key is stored in FILE.key", "FILE"},
+        {"refuse-confirm", 0, 0, G_OPTION_ARG_NONE, &washer->refuse_confirm, "the user refuses setup and reset", NULL},
         {"sign-up", 0, 0, G_OPTION_ARG_NONE, &washer->sign_up,
          "sign up to the cloud at once, with the account of --account or a sample", NULL},
         {"account", 0, 0, G_OPTION_ARG_FILENAME, &washer->account_path,
          "the user's account as a JSON file; the washer signs up when it has joined a network", "FILE"},
         {"csr", 0, 0, G_OPTION_ARG_FILENAME, &washer->csr_path,
-         "ask for a certificate with this signing request instead of making one", "FILE"},
+         "request a certificate with this signing request instead of creating one", "FILE"},
         {NULL, 0, 0, G_OPTION_ARG_NONE, NULL, NULL, NULL},
     };
     if (!parse_command_line(&argc, &argv, options, summary))
@@ -104,7 +103,7 @@ static bool configure(struct washer *washer, int argc, char **argv)
 
 static void clear(struct washer *washer)
 {
-    wifi_forget(washer);
+    wifi_cancel_join(washer);
     cloud_take_account(washer, NULL);
     state_close(&washer->state);
     g_free(washer->radio_path);

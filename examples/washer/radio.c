@@ -15,11 +15,11 @@ static const char built_in[] =
     "{\"ssid\":\"caf\xc3\xa9\",\"bssid\":\"02:00:00:00:00:03\",\"channel\":11,"
     "\"frequency\":2462,\"signal_level\":-70,\"max_rate\":54}]";
 
-/* The numbers of an access point: how the file calls them, where they are, how they are told. */
+/* The numbers of an access point: their names in the file, their places in the struct, their setters. */
 static const struct number {
     const char *name;
     size_t offset;
-    int (*tell)(korvane_aplist_h list, int index, int value);
+    int (*set)(korvane_aplist_h list, int index, int value);
 } numbers[] = {
     {"authtype", offsetof(struct access_point, authtype), korvane_aplist_set_authtype},
     {"enctype", offsetof(struct access_point, enctype), korvane_aplist_set_enctype},
@@ -44,7 +44,7 @@ static void free_access_point(gpointer item)
 
 /* ---- reading ----------------------------------------------------------------------------------------------------- */
 
-/* With the name that is concerned, where there is one. */
+/* Sets an error about a member, or about the whole access point if `name` is NULL. Returns false. */
 static bool wrong(GError **error, int place, const char *name, const char *problem)
 {
     g_set_error(error, g_quark_from_static_string("radio"), 0, "access point %d: %s%s%s %s", place, name ? "\"" : "",
@@ -102,14 +102,14 @@ static bool read_number(const cJSON *object, const struct number *number, struct
     const cJSON *value = cJSON_GetObjectItemCaseSensitive(object, number->name);
     if (!value)
         return true;
-    double given = cJSON_GetNumberValue(value); /* not a number, when it is none */
+    double given = cJSON_GetNumberValue(value); /* NaN if the value is not a number */
     if (!(given >= INT_MIN && given <= INT_MAX) || given != (double)(int)given)
         return wrong(error, place, number->name, "is a whole number of 32 bits");
     *(int *)member(access_point, number->offset) = (int)given;
     return true;
 }
 
-/* A name that is misspelt would otherwise change nothing, silently. */
+/* Refuses unknown members, so that a misspelt name is reported. */
 static bool knows_members(const cJSON *object, int place, GError **error)
 {
     static const char *const others[] = {"ssid", "ssid_hex", "bssid", "password", "gone", NULL};
@@ -154,7 +154,7 @@ static GPtrArray *read_all(const char *text, GError **error)
     GPtrArray *all = g_ptr_array_new_with_free_func(free_access_point);
     bool good = cJSON_IsArray(list);
     if (!good)
-        g_set_error(error, g_quark_from_static_string("radio"), 0, "it is no JSON array of access points");
+        g_set_error(error, g_quark_from_static_string("radio"), 0, "not a JSON array of access points");
     int place = 1;
     for (const cJSON *item = good ? list->child : NULL; item && good; item = item->next, ++place) {
         struct access_point *access_point = g_new0(struct access_point, 1);
@@ -203,21 +203,21 @@ const struct access_point *radio_find(const GPtrArray *scan, const char *ssid, c
     return NULL;
 }
 
-bool radio_can_tell(const struct access_point *access_point)
+bool radio_can_send(const struct access_point *access_point)
 {
     return memchr(access_point->ssid, '\0', access_point->ssid_length) == NULL;
 }
 
-int radio_tell(korvane_aplist_h list, int index, const struct access_point *access_point)
+int radio_fill_entry(korvane_aplist_h list, int index, const struct access_point *access_point)
 {
     int result = korvane_aplist_set_ssid(list, index, access_point->ssid);
     if (result == KORVANE_ERROR_NONE && access_point->bssid)
         result = korvane_aplist_set_bssid(list, index, access_point->bssid);
     for (size_t i = 0; i < G_N_ELEMENTS(numbers) && result == KORVANE_ERROR_NONE; ++i) {
         const int *value = (const int *)(const void *)((const char *)access_point + numbers[i].offset);
-        result = numbers[i].tell(list, index, *value);
+        result = numbers[i].set(list, index, *value);
         if (result == KORVANE_ERROR_AGENT_VERSION_LOWER)
-            result = KORVANE_ERROR_NONE; /* the frequency, for agents that do not ask for it */
+            result = KORVANE_ERROR_NONE; /* agents before 2.3 have no frequency */
     }
     return result;
 }

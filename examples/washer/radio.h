@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* The washer's radio. There is none: a file says what it would receive. */
+/* The washer's radio, simulated: a file lists the networks that it receives. */
 #ifndef WASHER_RADIO_H
 #define WASHER_RADIO_H
 
@@ -10,7 +10,7 @@
 enum { LONGEST_SSID = 32 };
 
 struct access_point {
-    /* A network name is any 1 to 32 bytes, and rarely says in which encoding. */
+    /* A network name is 1 to 32 bytes in an unknown encoding. */
     char ssid[LONGEST_SSID + 1];
     size_t ssid_length;
     char *bssid;
@@ -24,17 +24,17 @@ struct access_point {
     gboolean gone;
 };
 
-/* What the radio receives now, strongest first; NULL, with the reason, when the file cannot be read. Without a path, a
- * list that is built in. To be released with g_ptr_array_unref(). */
+/* Returns the access points that the radio receives now, strongest first; NULL, with the reason, if the file cannot be
+ * read. Without a path, a built-in list. Release it with g_ptr_array_unref(). */
 GPtrArray *radio_scan(const char *path, GError **error);
 
-/* The strongest access point of a network, or the one with this hardware address; NULL when there is none. */
+/* Returns the strongest access point of a network, or the one with this hardware address; NULL if there is none. */
 const struct access_point *radio_find(const GPtrArray *scan, const char *ssid, const char *bssid);
 
-/* Whether the name can be told: names travel as C strings, so one with a zero byte in it cannot. */
-bool radio_can_tell(const struct access_point *access_point);
+/* Returns whether the name can be sent: names are sent as C strings, so a name with a zero byte cannot. */
+bool radio_can_send(const struct access_point *access_point);
 
-/* Fills an entry of the answer to a scan. */
-int radio_tell(korvane_aplist_h list, int index, const struct access_point *access_point);
+/* Fills an entry of the reply to a scan. */
+int radio_fill_entry(korvane_aplist_h list, int index, const struct access_point *access_point);
 
 #endif

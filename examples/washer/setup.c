@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* The easy setup, apart from the network: what phone, washer and user say to each other. */
+/* The setup, apart from the network: confirmations, PINs, provisioning data, language, terms, reset. */
 #include "washer.h"
 
 #include <stdlib.h>
@@ -9,17 +9,17 @@ static void on_status(korvane_h device, int status, void *user_data)
 {
     (void)device;
     (void)user_data;
-    say("setup status", "%d", status);
+    print("setup status", "%d", status);
 }
 
-/* ---- questions to the user --------------------------------------------------------------------------------------- */
+/* ---- confirmations by the user ----------------------------------------------------------------------------------- */
 
-/* On a real washer someone presses a key; this one's user has decided on the command line. */
+/* Sends the user's decision. On a real washer the user presses a key; here the command line decides. */
 static void answer(const char *question, const char *call, korvane_h device, int (*send)(korvane_h, bool),
                    const struct washer *washer)
 {
     bool yes = !washer->refuse_confirm;
-    say(question, "the user says %s", yes ? "yes" : "no");
+    print(question, "the user says %s", yes ? "yes" : "no");
     step(call, send(device, yes));
 }
 
@@ -38,15 +38,15 @@ static void on_reset_result(korvane_h device, bool result, void *user_data)
     (void)device;
     struct washer *washer = user_data;
     if (!result) {
-        say("reset", "did not happen");
+        print("reset", "did not happen");
         return;
     }
-    state_forget_all(&washer->state);
-    wifi_forget(washer);
+    state_clear(&washer->state);
+    wifi_cancel_join(washer);
     washer->joined = false;
     cloud_take_account(washer, NULL);
     washer->signed_up = false;
-    say("reset", "done: all that users left here is forgotten");
+    print("reset", "done: all that users left here is forgotten");
 }
 
 /* ---- PINs -------------------------------------------------------------------------------------------------------- */
@@ -56,35 +56,35 @@ static void on_pin(korvane_h device, const char *pin, int value, void *user_data
     (void)device;
     (void)value;
     (void)user_data;
-    say("display", "PIN %s", pin);
+    print("display", "PIN %s", pin);
 }
 
 static void on_pin_closed(korvane_h device, void *user_data)
 {
     (void)device;
     (void)user_data;
-    say("display", "dark");
+    print("display", "dark");
 }
 
-/* What is played is not printed: the display is for the other kind. */
+/* This PIN is for the loudspeaker only, so it is not printed. */
 static void on_ultrasound_pin(korvane_h device, const char *pin, int value, void *user_data)
 {
     (void)device;
     (void)value;
     (void)user_data;
-    say("loudspeaker", "plays a PIN of %zu digits", strlen(pin));
+    print("loudspeaker", "plays a PIN of %zu digits", strlen(pin));
 }
 
 static void on_ultrasound_stopped(korvane_h device, void *user_data)
 {
     (void)device;
     (void)user_data;
-    say("loudspeaker", "silent");
+    print("loudspeaker", "silent");
 }
 
 /* ---- user and place ---------------------------------------------------------------------------------------------- */
 
-/* What the phone tells, and the name under which the washer keeps it; NULL for what it does not keep. */
+/* The data from the phone, the name under which it is printed and stored, and whether it is stored. */
 static const struct {
     const char *name;
     int (*get)(korvane_device_prov_info_h info, char **text);
@@ -103,20 +103,20 @@ static void on_provisioning(korvane_h device, korvane_device_prov_info_h info, v
     for (size_t i = 0; i < G_N_ELEMENTS(provisioned); ++i) {
         char *text = NULL;
         if (provisioned[i].get(info, &text) == KORVANE_ERROR_NONE && *text != '\0') {
-            say(provisioned[i].name, "%s", text);
+            print(provisioned[i].name, "%s", text);
             if (provisioned[i].kept)
                 state_set(&washer->state, provisioned[i].name, text);
         }
         free(text);
     }
-    say("provisioning", "taken");
+    print("provisioning", "taken");
 }
 
 static void on_language(korvane_h device, unsigned int req_id, const char *type, const char *value, void *user_data)
 {
     struct washer *washer = user_data;
     bool known = identity_speaks(value);
-    say("language wanted", "%s (%s), %s", value, type, known ? "changed" : "not spoken here");
+    print("language wanted", "%s (%s), %s", value, type, known ? "changed" : "not spoken here");
     if (known)
         state_set(&washer->state, "language", value);
     step("send_provisioning_language_setting_result",
@@ -125,12 +125,12 @@ static void on_language(korvane_h device, unsigned int req_id, const char *type,
 
 /* ---- the maker's own data ---------------------------------------------------------------------------------------- */
 
-/* This maker's phone application may send the user's account along, which is a secret: no word of it is printed. */
+/* This maker's phone application may include the user's account, which is a secret and is never printed. */
 static void on_vendor_info(korvane_h device, int value, const char *text, void *user_data)
 {
     (void)device;
     struct washer *washer = user_data;
-    say("vendor data", "%zu bytes of kind %d", strlen(text), value);
+    print("vendor data", "%zu bytes of kind %d", strlen(text), value);
     cJSON *data = cJSON_Parse(text);
     cJSON *account = cJSON_DetachItemFromObjectCaseSensitive(data, "account");
     cJSON_Delete(data);
@@ -143,29 +143,29 @@ static void on_vendor_info(korvane_h device, int value, const char *text, void *
 
 static void on_get_requested(korvane_h device, const char *text, int value, void *user_data)
 {
-    say("vendor data wanted", "%s (%d)", text, value);
-    step("set_provisioning_vendor_info", identity_give_vendor_info(device, user_data));
+    print("vendor data wanted", "%s (%d)", text, value);
+    step("set_provisioning_vendor_info", identity_send_vendor_info(device, user_data));
 }
 
 static void on_otm_feature(korvane_h device, int feature, void *user_data)
 {
     (void)device;
     (void)user_data;
-    say("on-boarding feature", "%d", feature);
+    print("on-boarding feature", "%d", feature);
 }
 
 static void on_terms_result(korvane_h device, const char *result, void *user_data)
 {
     (void)device;
     (void)user_data;
-    say("terms", "the user's answer: %s", result);
+    print("terms", "the user's answer: %s", result);
 }
 
 static void on_stop_soft_ap(korvane_h device, void *user_data)
 {
     (void)device;
     (void)user_data;
-    say("soft access point", "stopped");
+    print("soft access point", "stopped");
 }
 
 REGISTRATION(status_changed, on_status)

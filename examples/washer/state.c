@@ -14,10 +14,10 @@ static void save(const struct state *state)
     gsize length = 0;
     char *data = g_key_file_to_data(state->texts, &length, NULL);
     GError *error = NULL;
-    /* For its owner's eyes only: where its user lives and what it is called is nobody else's business. */
+    /* Only the owner can read the file: the user's country and the device's name are private. */
     if (!g_file_set_contents_full(state->path, data, (gssize)length,
                                   G_FILE_SET_CONTENTS_CONSISTENT | G_FILE_SET_CONTENTS_DURABLE, 0600, &error))
-        say("state", "not saved: %s", error->message);
+        print("state", "not saved: %s", error->message);
     g_clear_error(&error);
     g_free(data);
 }
@@ -49,7 +49,7 @@ char *state_get(const struct state *state, const char *name)
 void state_set(struct state *state, const char *name, const char *text)
 {
     char *known = state_get(state, name);
-    char *valid = g_utf8_make_valid(text, -1); /* a key file holds nothing else */
+    char *valid = g_utf8_make_valid(text, -1); /* a key file must be UTF-8 */
     if (g_strcmp0(known, valid) != 0) {
         g_key_file_set_string(state->texts, group, name, valid);
         save(state);
@@ -58,7 +58,7 @@ void state_set(struct state *state, const char *name, const char *text)
     g_free(known);
 }
 
-void state_forget_all(struct state *state)
+void state_clear(struct state *state)
 {
     if (g_key_file_remove_group(state->texts, group, NULL))
         save(state);

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* What the washer still knows after it was switched off: texts by name, in a file. */
+/* The washer's persistent state: texts by name, in a file. */
 #ifndef WASHER_STATE_H
 #define WASHER_STATE_H
 
@@ -7,18 +7,18 @@
 #include <stdbool.h>
 
 struct state {
-    const char *path; /* NULL: it is forgotten with the process */
+    const char *path; /* NULL: the state ends with the process */
     GKeyFile *texts;
 };
 
-/* A file that is not there is an empty one. */
+/* Reads the file. A missing file is an empty state. */
 bool state_open(struct state *state, const char *path, GError **error);
 void state_close(struct state *state);
 
-/* To be freed with g_free(); NULL when nothing is known. */
+/* Returns a copy to be freed with g_free(); NULL if nothing is stored under the name. */
 char *state_get(const struct state *state, const char *name);
-/* The file is replaced as a whole: whenever the power fails, it is the old one or the new one. */
+/* Stores a text. The file is replaced as a whole, so after a power failure it is either the old or the new one. */
 void state_set(struct state *state, const char *name, const char *text);
-void state_forget_all(struct state *state);
+void state_clear(struct state *state);
 
 #endif

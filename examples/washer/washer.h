@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* A washer: what its parts know of each other. See README.md. */
+/* The interface between the parts of the washer. See README.md. */
 #ifndef WASHER_H
 #define WASHER_H
 
@@ -9,7 +9,7 @@
 
 #include <cjson/cJSON.h>
 
-/* The agent passes these on to the phone, which shows what to do. The numbers are this washer's own: its phone
+/* Sent to the agent, which passes them on to the phone. The numbers are defined by the maker of this washer, whose phone
  * application knows them. */
 enum wifi_error {
     WIFI_NETWORK_NOT_FOUND = 1,
@@ -18,7 +18,7 @@ enum wifi_error {
 };
 
 struct washer {
-    /* As the command line has it. */
+    /* From the command line. */
     gboolean refuse_confirm;
     gboolean sign_up;
     char *radio_path;
@@ -28,17 +28,17 @@ struct washer {
     int join_ms;
 
     struct state state;
-    struct wifi_join *join; /* the attempt under way */
+    struct wifi_join *join; /* the attempt in progress */
     bool joined;
 
-    cJSON *account; /* the user's, until the sign-up has been asked for */
+    cJSON *account; /* the user's account, until the sign-up request is sent */
     bool signed_up;
     bool credentials_asked;
     gint64 session_lost_us; /* 0 while the session is up or has never been */
 };
 
-/* Each event's setter takes a callback of its own type. This makes it a row of a table: set_pin() for
- * korvane_set_pin_cb() with the callbacks that are given. */
+/* Each event's set function takes a callback of its own type. REGISTRATION wraps one as a row of a table: set_pin()
+ * calls korvane_set_pin_cb() with the given callbacks. */
 #define REGISTRATION(event, ...)                                                                                       \
     static int set_##event(korvane_h device, void *washer)                                                             \
     {                                                                                                                  \
@@ -49,16 +49,16 @@ struct washer {
         "set_" #event "_cb", set_##event                                                                               \
     }
 
-/* setup.c: what happens between the phone, the washer and its user. */
+/* setup.c: confirmations, PINs, provisioning data, language, terms, reset. */
 extern const struct call setup_registrations[];
 
-/* wifi.c: scans, and joining the network that the phone has chosen. */
+/* wifi.c: scans, and joining the chosen network. */
 extern const struct call wifi_registrations[];
-void wifi_forget(struct washer *washer);
+void wifi_cancel_join(struct washer *washer);
 
-/* identity.c: what the agent is told of this washer. */
+/* identity.c: the description of this washer. */
 extern const struct call identity_calls[];
-int identity_give_vendor_info(korvane_h device, void *washer);
+int identity_send_vendor_info(korvane_h device, void *washer);
 extern const char device_type[];
 bool identity_speaks(const char *language);
 
@@ -67,7 +67,7 @@ extern const struct call cloud_registrations[];
 void cloud_take_account(struct washer *washer, cJSON *account);
 void cloud_sign_up(struct washer *washer);
 void cloud_follow(struct washer *washer);
-void cloud_forget(struct washer *washer);
+void cloud_reset_link(struct washer *washer);
 
 /* credentials.c: certificate and token. */
 void credentials_ask(struct washer *washer);

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* The network that the washer is to join. */
+/* Replies to scans, and joins the network that the phone has chosen. */
 #include "washer.h"
 
 #include <stdlib.h>
@@ -12,7 +12,7 @@ static GPtrArray *scan(const struct washer *washer)
     GError *error = NULL;
     GPtrArray *found = radio_scan(washer->radio_path, &error);
     if (!found)
-        say("radio", "%s", error->message);
+        print("radio", "%s", error->message);
     g_clear_error(&error);
     return found;
 }
@@ -25,8 +25,8 @@ static int send_list(korvane_h device, const GPtrArray *found, int count, int re
         return result;
     int index = 0;
     for (guint i = 0; i < found->len && result == KORVANE_ERROR_NONE; ++i)
-        if (radio_can_tell(found->pdata[i]))
-            result = radio_tell(list, index++, found->pdata[i]);
+        if (radio_can_send(found->pdata[i]))
+            result = radio_fill_entry(list, index++, found->pdata[i]);
     if (result == KORVANE_ERROR_NONE)
         result = korvane_send_ap_list(device, list, req_id);
     korvane_aplist_destroy(list);
@@ -40,12 +40,12 @@ static void on_scan(korvane_h device, int req_id, void *user_data)
         return;
     int count = 0;
     for (guint i = 0; i < found->len; ++i)
-        count += radio_can_tell(found->pdata[i]) ? 1 : 0;
-    say("scan", "%u access points, %d with a name that can be told", found->len, count);
+        count += radio_can_send(found->pdata[i]) ? 1 : 0;
+    print("scan", "%u access points, %d with a name that can be sent", found->len, count);
     if (count > 0)
         step("send_ap_list", send_list(device, found, count, req_id));
     else
-        say("send_ap_list", "left out: there is no empty list, and the phone asks again");
+        print("send_ap_list", "left out: there is no empty list, and the phone asks again");
     g_ptr_array_unref(found);
 }
 
@@ -59,7 +59,7 @@ struct wifi_join {
     char *bssid;
 };
 
-void wifi_forget(struct washer *washer)
+void wifi_cancel_join(struct washer *washer)
 {
     struct wifi_join *join = washer->join;
     if (!join)
@@ -77,13 +77,13 @@ void wifi_forget(struct washer *washer)
 
 static void report_failure(enum wifi_error error, const char *why)
 {
-    say("join", "failed: %s", why);
+    print("join", "failed: %s", why);
     korvane_h device = connected_device();
     if (device)
         step("set_wifi_connection_error_code", korvane_set_wifi_connection_error_code(device, (int)error));
 }
 
-/* A moment later the radio knows. Whatever it is, the next attempt needs no restart. */
+/* Reports the outcome of joining, after the time that joining takes. Another attempt needs no restart. */
 static gboolean on_join_ends(gpointer user_data)
 {
     struct wifi_join *join = user_data;
@@ -97,23 +97,23 @@ static gboolean on_join_ends(gpointer user_data)
         report_failure(WIFI_WRONG_PASSWORD, "the password is wrong");
     } else {
         washer->joined = true;
-        say("join", "joined %s on channel %d", join->ssid, chosen->channel);
+        print("join", "joined %s on channel %d", join->ssid, chosen->channel);
     }
     if (found)
         g_ptr_array_unref(found);
-    wifi_forget(washer);
+    wifi_cancel_join(washer);
     if (washer->joined)
         cloud_sign_up(washer);
     return G_SOURCE_REMOVE;
 }
 
-/* Which access points the device may try as well is for radios that roam; this one only counts them. */
-static void say_candidates(korvane_ap_info_h ap_info)
+/* The candidates are other access points of the network, for radios that roam; this radio only counts them. */
+static void print_candidates(korvane_ap_info_h ap_info)
 {
     char *text = NULL;
     if (korvane_apinfo_get_candidate_ap(ap_info, &text) == KORVANE_ERROR_NONE && text) {
         cJSON *candidates = cJSON_Parse(text);
-        say("candidates", "%d", cJSON_IsArray(candidates) ? cJSON_GetArraySize(candidates) : 0);
+        print("candidates", "%d", cJSON_IsArray(candidates) ? cJSON_GetArraySize(candidates) : 0);
         cJSON_Delete(candidates);
     }
     free(text);
@@ -123,23 +123,23 @@ static void on_access_point(korvane_h device, korvane_ap_info_h ap_info, void *u
 {
     (void)device;
     struct washer *washer = user_data;
-    wifi_forget(washer); /* the user has chosen anew */
+    wifi_cancel_join(washer); /* the user has chosen again */
     washer->joined = false;
     struct wifi_join *join = g_new0(struct wifi_join, 1);
     join->washer = washer;
     washer->join = join;
-    /* The event had no readable data at all when there is no handle. */
+    /* Without a handle, the data of the event could not be decoded. */
     if (!ap_info || korvane_apinfo_get_ssid(ap_info, &join->ssid) != KORVANE_ERROR_NONE || !join->ssid) {
         report_failure(WIFI_REQUEST_UNREADABLE, "the phone's choice cannot be read");
-        wifi_forget(washer);
+        wifi_cancel_join(washer);
         return;
     }
-    /* An open network has no password, an old agent tells no address. */
+    /* An open network has no password; an old agent sends no address. */
     if (korvane_apinfo_get_password(ap_info, &join->password) != KORVANE_ERROR_NONE || !join->password)
         join->password = calloc(1, 1);
     korvane_apinfo_get_bssid(ap_info, &join->bssid);
-    say("join", "trying %s", join->ssid);
-    say_candidates(ap_info);
+    print("join", "trying %s", join->ssid);
+    print_candidates(ap_info);
     join->timer = g_timeout_add((guint)washer->join_ms, on_join_ends, join);
 }
 

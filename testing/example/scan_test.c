@@ -1,12 +1,12 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* A unit test of an application's own code, here one that answers scans: begin with this file. See ../README.md. */
+/* A unit test of an application, here one that answers scans. Start with a copy of this file. See ../README.md. */
 #include <korvane.h>
 #include <korvane_test.h>
 
 #include <stdio.h>
 #include <stdlib.h>
 
-/* ---- the application's code that is tested ----------------------------------------------------------------------- */
+/* ---- the code under test ----------------------------------------------------------------------------------- */
 
 static void on_scan(korvane_h device, int req_id, void *user_data)
 {
@@ -33,10 +33,10 @@ static void on_connection(int result, korvane_h device, int status, void *user_d
 
 static korvane_test_agent *agent;
 
-static void check(const char *what, bool good)
+static void check(const char *step, bool succeeded)
 {
-    printf("%s: %s\n", what, good ? "ok" : korvane_test_problem(agent));
-    if (!good)
+    printf("%s: %s\n", step, succeeded ? "ok" : korvane_test_problem(agent));
+    if (!succeeded)
         exit(EXIT_FAILURE);
 }
 
@@ -49,19 +49,19 @@ int main(int argc, char **argv)
 {
     const korvane_test_options options = {.version = argc > 1 ? argv[1] : NULL};
     agent = korvane_test_start(&options);
-    check("there is an agent", agent != NULL);
+    check("start an agent", agent != NULL);
 
     korvane_h device = NULL;
     bool started = false;
-    check("initialize", korvane_initialize(&device, on_connection, &started) == KORVANE_ERROR_NONE);
+    check("initialize the library", korvane_initialize(&device, on_connection, &started) == KORVANE_ERROR_NONE);
     check("the application starts its service", korvane_test_run_until(is_true, &started, 2000));
-    check("which the agent has seen", korvane_test_wait_for_call(agent, "start", NULL, 2000));
+    check("the agent receives the call", korvane_test_wait_for_call(agent, "start", NULL, 2000));
 
-    check("a phone connects", korvane_test_tell(agent, "phone connect"));
-    check("it asks for the networks", korvane_test_tell(agent, "phone scan"));
-    check("one is told", korvane_test_until(agent, "setup.networks.#", "1", 2000));
-    check("by its name", korvane_test_until(agent, "setup.networks.0.ssid", "\"home\"", 2000));
-    check("nothing was reset", korvane_test_count_calls(agent, "reset") == 0);
+    check("the phone connects", korvane_test_tell(agent, "phone connect"));
+    check("the phone asks for the networks", korvane_test_tell(agent, "phone scan"));
+    check("the application sends one network", korvane_test_until(agent, "setup.networks.#", "1", 2000));
+    check("the network has its name", korvane_test_until(agent, "setup.networks.0.ssid", "\"home\"", 2000));
+    check("the application resets nothing", korvane_test_count_calls(agent, "reset") == 0);
 
     korvane_deinitialize(device);
     korvane_test_stop(agent);

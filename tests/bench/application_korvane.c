@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* application_korvane SECONDS: one of many. Connects, says so, and from SIGUSR1 on calls the agent as often as it can for
- * that long, from an idle source, so that its events come in between. Prints its calls, its events and the longest time
- * that one call or the way to it took, in microseconds. */
+/* application_korvane SECONDS: one of many applications. Connects and prints a line. After SIGUSR1 it calls the agent as
+ * often as possible for that time, from an idle source, so that events are dispatched in between. Then it prints the number
+ * of its calls and events, and the longest time from the end of one call to the end of the next in microseconds. */
 #include <glib-unix.h>
 #include <korvane.h>
 #include <stdio.h>
@@ -10,7 +10,7 @@
 static korvane_h device;
 static gint64 end_us;
 static gint64 last_us;
-static gint64 longest_us;
+static gint64 max_us;
 static long calls;
 static long events;
 
@@ -30,7 +30,7 @@ static gboolean call_once(gpointer loop)
     free(id);
     calls++;
     const gint64 now = g_get_monotonic_time();
-    longest_us = MAX(longest_us, now - last_us);
+    max_us = MAX(max_us, now - last_us);
     last_us = now;
     if (now < end_us)
         return G_SOURCE_CONTINUE;
@@ -69,7 +69,7 @@ int main(int argc, char **argv)
     if (korvane_initialize(&device, on_status, NULL) != KORVANE_ERROR_NONE)
         return 1;
     g_main_loop_run(run.loop);
-    printf("%ld %ld %lld\n", calls, events, (long long)longest_us);
+    printf("%ld %ld %lld\n", calls, events, (long long)max_us);
     korvane_deinitialize(device);
     g_main_loop_unref(run.loop);
     return 0;

@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <thread>
 
-namespace bench {
+namespace kv::test {
 
 namespace {
 
@@ -18,12 +18,12 @@ constexpr int many = 200;
 constexpr int seconds = 5;
 constexpr int events_to_send = 50;
 constexpr auto between_events = std::chrono::milliseconds{50};
-constexpr double least_of_one = 0.5;  // of what one application alone gets done
-constexpr double least_of_mean = 0.5; // that the slowest of many gets done
-constexpr double most_idle_mb = 8;    // private to an agent that serves nobody
-constexpr double most_kb_of_connection = 64;
+constexpr double min_of_one = 0.5;  // rate of all applications, compared with that of one alone
+constexpr double min_of_mean = 0.5; // calls of the slowest application, compared with the mean
+constexpr double max_idle_mb = 8;   // private memory of an agent without applications
+constexpr double max_kb_of_connection = 64;
 
-/// What the process has for itself, in kB.
+/// Private memory of a process in kB.
 double private_kb(pid_t pid)
 {
     std::ifstream file("/proc/" + std::to_string(pid) + "/smaps_rollup");
@@ -40,12 +40,12 @@ double private_kb(pid_t pid)
 struct Share {
     long calls = 0;
     long events = 0;
-    long long longest_us = 0;
+    long long max_us = 0;
 };
 
 struct Outcome {
     std::vector<Share> shares;
-    double agent_kb = 0; // with all of them connected
+    double agent_kb = 0; // while all are connected
 
     double calls_per_second() const
     {
@@ -54,26 +54,25 @@ struct Outcome {
         return static_cast<double>(calls) / seconds;
     }
     template <class T>
-    T least(T Share::*figure) const
+    T min(T Share::*figure) const
     {
         const auto less = [figure](const Share &a, const Share &b) { return a.*figure < b.*figure; };
         return (*std::min_element(shares.begin(), shares.end(), less)).*figure;
     }
-    long long longest_us() const
+    long long max_us() const
     {
-        const auto less = [](const Share &a, const Share &b) { return a.longest_us < b.longest_us; };
-        return std::max_element(shares.begin(), shares.end(), less)->longest_us;
+        const auto less = [](const Share &a, const Share &b) { return a.max_us < b.max_us; };
+        return std::max_element(shares.begin(), shares.end(), less)->max_us;
     }
 };
 
-Outcome run_applications(Child &agent, int count)
+Outcome run_applications(ChildProcess &agent, int count)
 {
-    std::vector<std::unique_ptr<Child>> applications;
+    std::vector<std::unique_ptr<ChildProcess>> applications;
     for (int i = 0; i < count; ++i)
-        applications.push_back(
-            std::make_unique<Child>(std::vector{program("korvane-bench-application"), std::to_string(seconds)}));
+        applications.push_back(start({program("korvane-bench-application"), std::to_string(seconds)}));
     for (const auto &application : applications)
-        application->read_line();
+        next_line(*application);
 
     Outcome outcome;
     outcome.agent_kb = private_kb(agent.pid());
@@ -82,12 +81,12 @@ Outcome run_applications(Child &agent, int count)
     for (int sent = 0; sent < events_to_send; ++sent) {
         std::this_thread::sleep_for(between_events);
         agent.write_line("emit status_changed_cb [1]");
-        agent.read_line();
+        next_line(agent);
     }
     for (const auto &application : applications) {
-        const std::string line = application->finish();
+        const std::string line = rest_of_output(*application);
         Share share;
-        if (sscanf(line.c_str(), "%ld %ld %lld", &share.calls, &share.events, &share.longest_us) != 3)
+        if (sscanf(line.c_str(), "%ld %ld %lld", &share.calls, &share.events, &share.max_us) != 3)
             throw std::runtime_error("an application printed: " + line);
         outcome.shares.push_back(share);
     }
@@ -98,12 +97,12 @@ Outcome run_applications(Child &agent, int count)
 
 void measure_applications(const Setting &setting, Report &report)
 {
-    report.section(format("%d applications at one virtual agent, each calling it and hearing its events", many));
+    report.section(format("%d applications at one virtual agent, each calling it and receiving its events", many));
     if (!has_virtual_agent())
         return report.not_measured("applications", "this build has no virtual agent");
     const auto agent = setting.serve_commands();
     agent->write_line("state version");
-    agent->read_line();
+    next_line(*agent);
     const double idle_kb = private_kb(agent->pid());
     const Outcome alone = run_applications(*agent, 1);
     const Outcome together = run_applications(*agent, many);
@@ -111,20 +110,20 @@ void measure_applications(const Setting &setting, Report &report)
     const double rate = together.calls_per_second() / alone.calls_per_second();
     report.row("one application alone", format("%9.0f calls/s", alone.calls_per_second()));
     report.row("all together", format("%9.0f calls/s  %5.2f x", together.calls_per_second(), rate),
-               format(">= %.2f x one", least_of_one), rate >= least_of_one);
+               format(">= %.2f x one", min_of_one), rate >= min_of_one);
     const double mean = together.calls_per_second() * seconds / many;
-    const double slowest = static_cast<double>(together.least(&Share::calls)) / mean;
-    report.row("the slowest of them beside the mean", format("%5.2f x", slowest), format(">= %.2f x", least_of_mean),
-               slowest >= least_of_mean);
-    report.row("longest wait for one call", format("%7.1f ms", static_cast<double>(together.longest_us()) / 1000));
-    const long heard = together.least(&Share::events);
-    report.row(format("events heard by each, of %d", events_to_send), format("%ld", heard), "all",
-               heard == events_to_send);
+    const double slowest = static_cast<double>(together.min(&Share::calls)) / mean;
+    report.row("the slowest, compared with the mean", format("%5.2f x", slowest), format(">= %.2f x", min_of_mean),
+               slowest >= min_of_mean);
+    report.row("longest wait for one call", format("%7.1f ms", static_cast<double>(together.max_us()) / 1000));
+    const long received = together.min(&Share::events);
+    report.row(format("events received by each, of %d", events_to_send), format("%ld", received), "all",
+               received == events_to_send);
     const double kb = (together.agent_kb - idle_kb) / many;
     report.row("private memory of the agent, per connection", format("%7.1f kB", kb),
-               format("<= %.0f kB", most_kb_of_connection), kb <= most_kb_of_connection);
+               format("<= %.0f kB", max_kb_of_connection), kb <= max_kb_of_connection);
     report.row("private memory of the agent, idle", format("%7.2f MB", idle_kb / 1024),
-               format("<= %.0f MB", most_idle_mb), idle_kb / 1024 <= most_idle_mb);
+               format("<= %.0f MB", max_idle_mb), idle_kb / 1024 <= max_idle_mb);
 }
 
-} // namespace bench
+} // namespace kv::test

@@ -4,9 +4,9 @@
 #include "report.hpp"
 #include "setting.hpp"
 
-namespace bench {
+namespace kv::test {
 
-/// Many applications at once at one virtual agent: what they do together, whether one is starved, what each costs it.
+/// Measures many applications at one virtual agent: their total rate, the slowest one, the agent's memory for each.
 void measure_applications(const Setting &setting, Report &report);
 
-} // namespace bench
+} // namespace kv::test

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // korvane-bench-calls PEER FOLDER N
-// Makes N calls after a few to warm up. Prints how many allocations they made, if something counts them, and how long one
-// took on average in microseconds, without what prepares it.
-// With BENCH_TRACE set it asks to be traced and stops right before and right after the N calls.
+// Makes N calls after a few for warming up. Prints the number of their allocations, if count_allocations is preloaded, and
+// the mean time of a call in microseconds, without its preparation. With BENCH_TRACE set the process can be traced and
+// stops before and after the N calls.
 
 #include "clients.hpp"
 
@@ -27,7 +27,7 @@ unsigned long allocations()
     return bench_allocations ? bench_allocations() : 0;
 }
 
-Clock::duration make_prepared_calls(bench::Client &client, int count)
+Clock::duration make_prepared_calls(kv::test::Client &client, int count)
 {
     Clock::duration taken{};
     for (int i = 0; i < count; ++i) {
@@ -39,9 +39,9 @@ Clock::duration make_prepared_calls(bench::Client &client, int count)
     return taken;
 }
 
-Clock::duration make_calls(bench::Client &client, int count)
+Clock::duration make_calls(kv::test::Client &client, int count)
 {
-    if (client.prepares())
+    if (client.needs_preparation())
         return make_prepared_calls(client, count);
     const auto start = Clock::now();
     for (int i = 0; i < count; ++i)
@@ -56,7 +56,7 @@ int main(int argc, char **argv)
     if (argc != 4)
         return 2;
     try {
-        const auto client = bench::connect_to(argv[1], argv[2]);
+        const auto client = kv::test::connect_to(argv[1], argv[2]);
         const int calls = atoi(argv[3]);
         const bool traced = getenv("BENCH_TRACE") && ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0;
         make_calls(*client, warm_up);

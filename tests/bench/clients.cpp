@@ -6,7 +6,7 @@
 
 #include <cstdlib>
 
-namespace bench {
+namespace kv::test {
 
 namespace {
 
@@ -88,4 +88,4 @@ std::unique_ptr<Client> connect_to(const std::string &peer, const std::string &f
     fail("no such peer: " + peer);
 }
 
-} // namespace bench
+} // namespace kv::test

@@ -2,6 +2,7 @@
 #include "connections.hpp"
 
 #include "common/agent_state.hpp"
+#include "testing/support/wait.hpp"
 
 #include <cerrno>
 #include <cstdio>
@@ -13,7 +14,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-namespace bench {
+namespace kv::test {
 
 void fail(const std::string &what)
 {
@@ -24,12 +25,6 @@ void die(const char *what)
 {
     fprintf(stderr, "%s\n", what);
     exit(1);
-}
-
-void run_until(const bool &flag)
-{
-    while (!flag)
-        g_main_context_iteration(nullptr, TRUE);
 }
 
 Socket::Socket(const std::string &path) : descriptor_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
@@ -55,7 +50,7 @@ void Socket::send_all(const void *bytes, std::size_t size) const
 void Socket::receive_whole(void *bytes, std::size_t size) const
 {
     if (recv(descriptor_, bytes, size, 0) != static_cast<ssize_t>(size))
-        fail("socket: what was expected did not come");
+        fail("socket: the reply is incomplete");
 }
 
 BusLink::BusLink(const std::string &path)
@@ -69,19 +64,21 @@ ProxyLink::ProxyLink()
     const rpc_port_proxy_kv_master_callback_s callbacks{
         [](rpc_port_proxy_kv_master_h, void *self) { static_cast<ProxyLink *>(self)->connected_ = true; },
         [](rpc_port_proxy_kv_master_h, void *) {},
-        [](rpc_port_proxy_kv_master_h, void *) { die("proxy: the agent refused"); },
+        [](rpc_port_proxy_kv_master_h, void *) { die("proxy: the agent refused the connection"); },
     };
     if (rpc_port_proxy_kv_master_create(KORVANE_AGENT_APPID, &callbacks, this, &proxy_) != 0 ||
         rpc_port_proxy_kv_master_connect(proxy_) != 0)
         fail("proxy: cannot connect");
-    run_until(connected_);
+    if (!run_main_loop_until([this] { return connected_; }))
+        fail("proxy: not connected");
 }
 
 ApiLink::ApiLink()
 {
     if (korvane_initialize(&handle_, on_status, this) != KORVANE_ERROR_NONE)
         fail("api: cannot initialise");
-    run_until(connected_);
+    if (!run_main_loop_until([this] { return connected_; }))
+        fail("api: not connected");
 }
 
 void ApiLink::on_status(int result, korvane_h, int status, void *self)
@@ -91,4 +88,4 @@ void ApiLink::on_status(int result, korvane_h, int status, void *self)
     static_cast<ApiLink *>(self)->connected_ = true;
 }
 
-} // namespace bench
+} // namespace kv::test

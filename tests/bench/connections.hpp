@@ -9,17 +9,14 @@
 
 #include <systemd/sd-bus.h>
 
-/// What the clients are connected by. All of it throws when it cannot be made.
-namespace bench {
+/// Connections of the clients. Their constructors throw if there is no connection.
+namespace kv::test {
 
 [[noreturn]] void fail(const std::string &what);
-/// From a callback that C code has called: nothing may be thrown there.
+/// Ends the process. For callbacks that C code calls, from which no exception may leave.
 [[noreturn]] void die(const char *what);
 
-/// Runs the main loop until the flag is set.
-void run_until(const bool &flag);
-
-/// A blocking stream socket, connected.
+/// A connected stream socket that blocks.
 class Socket {
 public:
     explicit Socket(const std::string &path);
@@ -29,14 +26,14 @@ public:
 
     int descriptor() const { return descriptor_; }
     void send_all(const void *bytes, std::size_t size) const;
-    /// One receive, which must bring all of it.
+    /// Receives exactly `size` bytes with one system call.
     void receive_whole(void *bytes, std::size_t size) const;
 
 private:
     int descriptor_;
 };
 
-/// A bus link to one peer, without a daemon.
+/// A D-Bus connection to one peer, without a daemon.
 class BusLink {
 public:
     explicit BusLink(const std::string &path);
@@ -64,7 +61,7 @@ private:
     bool connected_ = false;
 };
 
-/// The library, initialised and connected: there is one of it in a process.
+/// The library, initialised and connected. At most one per process.
 class ApiLink {
 public:
     ApiLink();
@@ -81,4 +78,4 @@ private:
     bool connected_ = false;
 };
 
-} // namespace bench
+} // namespace kv::test

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* Preloaded: counts every allocation of the process, whoever asks for it. */
+/* A library to preload: counts every allocation of the process. */
 
 #include <stddef.h>
 

@@ -7,28 +7,29 @@
 
 #include <cmath>
 
-namespace bench {
+namespace kv::test {
 
 namespace {
 
-constexpr double most_instructions = 1000;
+constexpr double max_instructions = 1000;
 constexpr int traced_calls = 500;
 
-/// A peer with its server and what the counts of its calls should be.
+/// A peer and the aims of its counts.
 struct Counted {
     const char *name;
     const char *title;
-    double most_allocations = -1; // no aim below zero
+    double max_allocations = -1; // negative: no aim
 
-    bool is_ours() const { return most_allocations >= 0; }
+    bool is_ours() const { return max_allocations >= 0; }
 };
 
-constexpr Counted counted[] = {{peer::bare, "bare"},
-                               {peer::sdbus, "sd-bus, peer to peer"},
-                               {peer::proxy, "get_device_id through the proxy", 1}, // the text that is handed out
-                               {peer::api, "korvane_start", 0}};
+constexpr Counted counted[] = {
+    {.name = peer::bare, .title = "bare"},
+    {.name = peer::sdbus, .title = "sd-bus, peer to peer"},
+    {.name = peer::proxy, .title = "get_device_id through the proxy", .max_allocations = 1}, // the text it returns
+    {.name = peer::api, .title = "korvane_start", .max_allocations = 0}};
 
-std::unique_ptr<Child> server_of(const Setting &setting, const Counted &peer)
+std::unique_ptr<ChildProcess> server_of(const Setting &setting, const Counted &peer)
 {
     return peer.is_ours() ? setting.serve(AgentKind::stub) : setting.serve(peer.name);
 }
@@ -42,8 +43,8 @@ void measure_instructions(const Setting &setting, Report &report)
         const auto server = server_of(setting, peer);
         const double per_call = instructions_per_call(setting, peer.name, few, many);
         if (peer.is_ours())
-            report.row(peer.title, format("%7.0f", per_call), format("<= %.0f", most_instructions),
-                       per_call <= most_instructions);
+            report.row(peer.title, format("%7.0f", per_call), format("<= %.0f", max_instructions),
+                       per_call <= max_instructions);
         else
             report.row(peer.title, format("%7.0f", per_call));
     }
@@ -55,7 +56,7 @@ void report_side(const char *title, const SyscallCounts &counts, bool with_aim, 
     const double receives = static_cast<double>(counts.receives) / traced_calls;
     const std::string figures =
         format("%5.2f, %5.2f, %5.2f", sends, receives, static_cast<double>(counts.others) / traced_calls);
-    // Attaching to a server that waits may restart one of its calls.
+    // Attaching to a server that waits in a system call may restart that call.
     const auto is_one = [](double count) { return std::abs(count - 1) < 0.01; };
     if (with_aim)
         report.row(title, figures, "exactly 1, 1", is_one(sends) && is_one(receives));
@@ -86,8 +87,8 @@ void measure_allocations(const Setting &setting, Report &report)
         const auto server = server_of(setting, peer);
         const double per_call = allocations_per_call(setting, peer.name, calls);
         if (peer.is_ours())
-            report.row(peer.title, format("%7.3f", per_call), format("<= %.0f", peer.most_allocations),
-                       per_call <= peer.most_allocations);
+            report.row(peer.title, format("%7.3f", per_call), format("<= %.0f", peer.max_allocations),
+                       per_call <= peer.max_allocations);
         else
             report.row(peer.title, format("%7.3f", per_call));
     }
@@ -102,4 +103,4 @@ void measure_counts(const Setting &setting, Report &report)
     measure_allocations(setting, report);
 }
 
-} // namespace bench
+} // namespace kv::test

@@ -4,10 +4,10 @@
 #include "report.hpp"
 #include "setting.hpp"
 
-namespace bench {
+namespace kv::test {
 
-/// Instructions in user space, system calls and heap allocations per call. Ours is served by the stub side alone:
-/// what an agent does besides belongs to the agent.
+/// Measures instructions in user space, system calls and heap allocations per call. The library is served by the stub
+/// alone, without the work of an agent.
 void measure_counts(const Setting &setting, Report &report);
 
-} // namespace bench
+} // namespace kv::test

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Clients that receive events. One by one: each is asked for when the one before has been received. In bursts: all have
-// left in one write before the first is looked at.
+// Clients that receive events, either one by one, each requested after the one before, or in bursts, which the server
+// sends with one write.
 
 #include "clients.hpp"
 #include "connections.hpp"
@@ -13,28 +13,28 @@
 
 #include <sys/socket.h>
 
-namespace bench {
+namespace kv::test {
 
 namespace {
 
 enum class Way { one_by_one, bursts };
 
-/// Counts what it receives, and knows how to wait for so many.
+/// Receives and counts events.
 class Receiver {
 public:
     virtual ~Receiver() = default;
-    /// Waits until so many events have come since the beginning.
+    /// Waits until `count` events have been received in total.
     virtual void receive_until(unsigned long count) = 0;
 
 protected:
     unsigned long received_ = 0;
 };
 
-/// Takes frames out of what one receive brings; the status of each goes to a function that is not inlined, as an
-/// application's callback would be.
+/// Splits received bytes into frames. The status of each frame is passed to a function that is not inlined, like the
+/// callback of an application.
 class Frames {
 public:
-    /// The frames that a receive has completed.
+    /// Receives once and returns the number of frames that it completed.
     unsigned long receive(int link)
     {
         const ssize_t size = recv(link, bytes_.data() + kept_, bytes_.size() - kept_, 0);
@@ -190,38 +190,43 @@ struct EventPeer {
 class EventClient : public Client {
 public:
     EventClient(const EventPeer &peer, const std::string &folder)
-        : orders_(order_path(peer.server, folder)), receiver_(receiver_of(peer.server, folder)), way_(peer.way)
+        : commands_(event_command_path(peer.server, folder)), receiver_(receiver_of(peer.server, folder)),
+          way_(peer.way)
     {
     }
 
-    bool prepares() const override { return way_ == Way::bursts; }
+    bool needs_preparation() const override { return way_ == Way::bursts; }
     void prepare() override
     {
         char ready = 0;
-        orders_.send_all(&order::prepare, 1);
-        orders_.receive_whole(&ready, 1);
+        commands_.send_all(&event_command::prepare, 1);
+        commands_.receive_whole(&ready, 1);
     }
 
     void call() override
     {
         const bool one = way_ == Way::one_by_one;
         expected_ += one ? 1 : burst_size;
-        orders_.send_all(one ? &order::one : &order::release, 1);
+        commands_.send_all(one ? &event_command::one : &event_command::send_burst, 1);
         receiver_->receive_until(expected_);
     }
 
 private:
-    Socket orders_; // connected first: so the server takes its clients
+    Socket commands_; // connected first: the server accepts its connections in this order
     std::unique_ptr<Receiver> receiver_;
     Way way_;
     unsigned long expected_ = 0;
 };
 
 constexpr EventPeer event_peers[] = {
-    {peer::bare_event, peer::bare, Way::one_by_one},   {peer::glib_event, peer::glib, Way::one_by_one},
-    {peer::sdbus_event, peer::sdbus, Way::one_by_one}, {peer::api_event, peer::stub, Way::one_by_one},
-    {peer::bare_burst, peer::bare, Way::bursts},       {peer::glib_burst, peer::glib, Way::bursts},
-    {peer::sdbus_burst, peer::sdbus, Way::bursts},     {peer::api_burst, peer::stub, Way::bursts},
+    {.name = peer::bare_event, .server = peer::bare, .way = Way::one_by_one},
+    {.name = peer::glib_event, .server = peer::glib, .way = Way::one_by_one},
+    {.name = peer::sdbus_event, .server = peer::sdbus, .way = Way::one_by_one},
+    {.name = peer::api_event, .server = peer::stub, .way = Way::one_by_one},
+    {.name = peer::bare_burst, .server = peer::bare, .way = Way::bursts},
+    {.name = peer::glib_burst, .server = peer::glib, .way = Way::bursts},
+    {.name = peer::sdbus_burst, .server = peer::sdbus, .way = Way::bursts},
+    {.name = peer::api_burst, .server = peer::stub, .way = Way::bursts},
 };
 
 } // namespace
@@ -234,4 +239,4 @@ std::unique_ptr<Client> connect_event_client(const std::string &peer, const std:
     return nullptr;
 }
 
-} // namespace bench
+} // namespace kv::test

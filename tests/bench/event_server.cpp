@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // korvane-bench-event-server bare|glib|sdbus|stub FOLDER
-// Sends events as it is ordered, to one client after the other until it is killed; prints a line when it listens.
+// Sends events on command, to one client after another, until it is killed. Prints a line when it listens.
 
 #include "clients.hpp"
 #include "serving.hpp"
@@ -14,7 +14,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-namespace bench {
+namespace kv::test {
 
 namespace {
 
@@ -24,24 +24,24 @@ class Sender {
 public:
     virtual ~Sender() = default;
     virtual void send_one() = 0;
-    /// Makes a burst ready, and lets it go.
+    /// Prepares a burst, and sends it.
     virtual void prepare() = 0;
     virtual void release() = 0;
 };
 
-/// Carries out one order; false when the client is gone.
-bool obey(int orders, Sender &sender)
+/// Runs one command. Returns false if the client has disconnected.
+bool run_command(int commands, Sender &sender)
 {
     char what = 0;
-    if (recv(orders, &what, 1, 0) != 1)
+    if (recv(commands, &what, 1, 0) != 1)
         return false;
-    if (what == order::one) {
+    if (what == event_command::one) {
         sender.send_one();
-    } else if (what == order::release) {
+    } else if (what == event_command::send_burst) {
         sender.release();
     } else {
         sender.prepare();
-        require(send(orders, &what, 1, MSG_NOSIGNAL) == 1, "orders");
+        require(send(commands, &what, 1, MSG_NOSIGNAL) == 1, "commands");
     }
     return true;
 }
@@ -73,7 +73,7 @@ private:
     std::vector<unsigned char> burst_;
 };
 
-/// It has no queue that could be filled beforehand: a burst is composed and written when it is let go.
+/// sd-bus has no queue that could be filled in advance: a burst is composed when it is sent.
 class BusSender : public Sender {
 public:
     explicit BusSender(int link) : bus_(serve_bus_on(link))
@@ -100,7 +100,7 @@ private:
     sd_bus *bus_;
 };
 
-/// Through the platform's callback port, to the delegate that a request brought.
+/// Sends on the platform's callback port, to the delegate of a request.
 class PortSender : public Sender {
 public:
     void take(rpc_port_h callback_port, rpc_port_parcel_h request)
@@ -156,18 +156,18 @@ void on_parcel(const rpc_port_stub_peer_t *peer, rpc_port_h port, void *)
     answer_request(port, method);
 }
 
-/// On the main loop: orders for a sender, which is the client's when it stands for one link.
-struct Ordering {
+/// A source on the main loop that reads commands for a sender. It owns the sender if that belongs to one connection.
+struct CommandSource {
     Sender *sender;
     std::unique_ptr<Sender> owned;
 };
 
-gboolean on_order(int orders, GIOCondition, void *data)
+gboolean on_command(int commands, GIOCondition, void *data)
 {
-    auto *client = static_cast<Ordering *>(data);
-    if (obey(orders, *client->sender))
+    auto *client = static_cast<CommandSource *>(data);
+    if (run_command(commands, *client->sender))
         return G_SOURCE_CONTINUE;
-    close(orders);
+    close(commands);
     delete client;
     return G_SOURCE_REMOVE;
 }
@@ -176,56 +176,55 @@ int listening_for_events = -1;
 
 gboolean on_client(int listening, GIOCondition, void *)
 {
-    const int orders = accept_from(listening);
-    auto *client = new Ordering{&port_sender, nullptr};
+    const int commands = accept_from(listening);
+    auto *client = new CommandSource{&port_sender, nullptr};
     if (listening_for_events >= 0) {
         client->owned = std::make_unique<BareSender>(accept_from(listening_for_events));
         client->sender = client->owned.get();
     }
-    g_unix_fd_add(orders, G_IO_IN, on_order, client);
+    g_unix_fd_add(commands, G_IO_IN, on_command, client);
     return G_SOURCE_CONTINUE;
 }
 
 template <class S>
-void serve_blocking(int listening_for_orders)
+void serve_blocking(int command_listener)
 {
-    say_ready();
+    report_ready();
     for (;;) {
-        const int orders = accept_from(listening_for_orders);
+        const int commands = accept_from(command_listener);
         S sender(accept_from(listening_for_events));
-        while (obey(orders, sender)) {
+        while (run_command(commands, sender)) {
         }
-        close(orders);
+        close(commands);
     }
 }
 
 void serve(const std::string &kind, const std::string &folder)
 {
-    const int listening_for_orders = listen_at(order_path(kind, folder));
+    const int command_listener = listen_at(event_command_path(kind, folder));
     if (kind == peer::stub)
         stub = listen_as_agent(on_parcel);
     else
         listening_for_events = listen_at(event_path(kind, folder));
     if (kind == peer::bare)
-        serve_blocking<BareSender>(listening_for_orders);
+        serve_blocking<BareSender>(command_listener);
     if (kind == peer::sdbus)
-        serve_blocking<BusSender>(listening_for_orders);
-    g_unix_fd_add(listening_for_orders, G_IO_IN, on_client, nullptr);
-    say_ready();
+        serve_blocking<BusSender>(command_listener);
+    g_unix_fd_add(command_listener, G_IO_IN, on_client, nullptr);
+    report_ready();
     run_main_loop();
 }
 
 } // namespace
 
-} // namespace bench
+} // namespace kv::test
 
 int main(int argc, char **argv)
 {
-    bench::die_with_parent();
     try {
         if (argc != 3)
             throw std::invalid_argument("which peer, and where?");
-        bench::serve(argv[1], argv[2]);
+        kv::test::serve(argv[1], argv[2]);
         return 0;
     } catch (const std::exception &e) {
         fprintf(stderr, "korvane-bench-event-server: %s\n", e.what());

@@ -5,15 +5,15 @@
 #include "runs.hpp"
 #include "trace.hpp"
 
-namespace bench {
+namespace kv::test {
 
 namespace {
 
 constexpr int rounds = 21;
-constexpr double least_of_bare_rate = 0.95;
-constexpr double least_burst_rate = 10e6;
+constexpr double min_of_bare_rate = 0.95;
+constexpr double min_burst_rate = 10e6;
 
-/// Ours is the last of each, the reader on a GLib loop the second.
+/// In each list the second is the reader on a GLib loop, the last is the library.
 const std::vector<Timed> one_by_one = {{peer::bare_event, "bare, blocking reader and sender"},
                                        {peer::glib_event, "bare, reader and sender in GLib loops"},
                                        {peer::sdbus_event, "sd-bus signals"},
@@ -25,7 +25,7 @@ const std::vector<Timed> bursts = {{peer::bare_burst, "bare, blocking reader and
 
 void measure_one_by_one(const Setting &setting, Report &report)
 {
-    report.section("Events per second, each sent as the one before was received, on one CPU");
+    report.section("Events per second, each sent when the one before was received, on one CPU");
     std::vector<Timed> peers = one_by_one;
     time_in_turn(setting, peers, rounds, 5000);
     const Timed &glib = peers[1];
@@ -35,7 +35,7 @@ void measure_one_by_one(const Setting &setting, Report &report)
         const double rate = median_ratio(glib.rounds, peer.rounds);
         const std::string figures = format("%9.0f /s  %5.2f x GLib", 1e6 / median(peer.rounds), rate);
         if (&peer == &ours)
-            report.row(peer.title, figures, format(">= %.2f x GLib", least_of_bare_rate), rate >= least_of_bare_rate);
+            report.row(peer.title, figures, format(">= %.2f x GLib", min_of_bare_rate), rate >= min_of_bare_rate);
         else
             report.row(peer.title, figures);
     }
@@ -43,24 +43,24 @@ void measure_one_by_one(const Setting &setting, Report &report)
 
 void measure_bursts(const Setting &setting, Report &report)
 {
-    report.section(format("Events per second, %d that left in one write, on one CPU", burst_size));
+    report.section(format("Events per second, %d sent with one write, on one CPU", burst_size));
     std::vector<Timed> peers = bursts;
     time_in_turn(setting, peers, rounds, 100);
     const auto rate = [](const Timed &peer) { return burst_size / median(peer.rounds) * 1e6; };
     for (const Timed &peer : peers) {
         const std::string figures = format("%7.2f million /s", rate(peer) / 1e6);
         if (&peer == &peers.back())
-            report.row(peer.title, figures, format(">= %.0f million /s", least_burst_rate / 1e6),
-                       rate(peer) >= least_burst_rate);
+            report.row(peer.title, figures, format(">= %.0f million /s", min_burst_rate / 1e6),
+                       rate(peer) >= min_burst_rate);
         else
             report.row(peer.title, figures);
     }
 }
 
-void count_receives(const Setting &setting, const std::unique_ptr<Child> &server, Report &report)
+void count_receives(const Setting &setting, const std::unique_ptr<ChildProcess> &server, Report &report)
 {
     constexpr int calls = 200;
-    report.section("System calls of the reader: sending its orders, receiving, other (waiting)");
+    report.section("System calls of the reader: sending its commands, receiving, other (waiting)");
     const auto counts = trace(calls_to(setting, peer::api_event, calls), server->pid());
     if (!counts)
         return report.not_measured("per event", "tracing is not permitted here");
@@ -71,13 +71,13 @@ void count_receives(const Setting &setting, const std::unique_ptr<Child> &server
                "one receive", per_call(counts->client.receives) < 1.01);
 }
 
-void count_receives_of_bursts(const Setting &setting, const std::unique_ptr<Child> &server, Report &report)
+void count_receives_of_bursts(const Setting &setting, const std::unique_ptr<ChildProcess> &server, Report &report)
 {
     constexpr int calls = 200;
     const auto counts = trace(calls_to(setting, peer::api_burst, calls), server->pid());
     if (!counts)
         return report.not_measured("per burst", "tracing is not permitted here");
-    // Making a burst ready is an order and its answer.
+    // Preparing a burst takes one command and its confirmation.
     const auto per_call = [&](unsigned long count) { return static_cast<double>(count) / calls; };
     const double receives = per_call(counts->client.receives) - 1;
     report.row(
@@ -109,11 +109,11 @@ void measure_events(const Setting &setting, Report &report)
     measure_one_by_one(setting, report);
     measure_bursts(setting, report);
     count_instructions(setting, report);
-    // A server that was traced serves nobody afterwards.
+    // A server that was traced cannot be used any more.
     count_receives(setting, stub, report);
     stub.reset();
     stub = setting.serve_events(peer::stub);
     count_receives_of_bursts(setting, stub, report);
 }
 
-} // namespace bench
+} // namespace kv::test

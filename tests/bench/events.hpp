@@ -4,9 +4,9 @@
 #include "report.hpp"
 #include "setting.hpp"
 
-namespace bench {
+namespace kv::test {
 
-/// Events into an application's callback, sent one by one and in bursts, beside readers of bare sockets.
+/// Measures events that reach an application's callback, one by one and in bursts, and readers of bare sockets.
 void measure_events(const Setting &setting, Report &report);
 
-} // namespace bench
+} // namespace kv::test

@@ -15,7 +15,7 @@
 #include <cstring>
 #include <vector>
 
-namespace bench {
+namespace kv::test {
 
 namespace {
 
@@ -48,7 +48,7 @@ void require(bool holds, const char *what)
         fail(what);
 }
 
-/// The array as the proxy takes it.
+/// The array as the proxy accepts it.
 class RecordArray {
 public:
     RecordArray()
@@ -81,7 +81,7 @@ private:
     rpc_port_array_korvane_ap_info_h array_ = nullptr;
 };
 
-/// The bytes that the proxy sends, their length in front.
+/// The bytes that the proxy sends, with their length in front.
 std::vector<unsigned char> list_request()
 {
     const RecordArray array;
@@ -160,7 +160,7 @@ private:
     RecordArray array_;
 };
 
-/// A list of the library's, in the form that the installed agent wants.
+/// A list of the library, in the wire format of the installed agent.
 class ApiList {
 public:
     explicit ApiList(const std::vector<AccessPoint> &points)
@@ -227,4 +227,4 @@ std::unique_ptr<Client> connect_list_client(const std::string &peer, const std::
     return nullptr;
 }
 
-} // namespace bench
+} // namespace kv::test

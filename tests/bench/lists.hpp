@@ -4,10 +4,10 @@
 #include "report.hpp"
 #include "setting.hpp"
 
-namespace bench {
+namespace kv::test {
 
-/// A call that brings a list of 32 access points: time beside the bare exchange of the same bytes, instructions,
-/// allocations.
+/// Measures a call that sends a list of 32 access points: time, compared with a bare exchange of the same bytes,
+/// instructions and allocations.
 void measure_lists(const Setting &setting, AgentKind agent, Report &report);
 
-} // namespace bench
+} // namespace kv::test

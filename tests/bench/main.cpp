@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // korvane-bench [--stub] [calls|counts|lists|events|start|applications ...]
-// Without arguments: everything, ours served by the virtual agent. --stub: by the platform's serving side alone.
+// Without arguments: all measurements, with the library served by the virtual agent. --stub: served by the stub alone.
 
 #include "applications.hpp"
 #include "counts.hpp"
@@ -17,41 +17,41 @@
 
 int main(int argc, char **argv)
 {
-    using namespace bench;
+    using namespace kv::test;
     AgentKind agent = has_virtual_agent() ? AgentKind::virtual_agent : AgentKind::stub;
     const std::set<std::string> parts = {"calls", "counts", "lists", "events", "start", "applications"};
-    std::set<std::string> wanted;
+    std::set<std::string> selected;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
         if (word == "--stub") {
             agent = AgentKind::stub;
         } else if (parts.count(word) > 0) {
-            wanted.insert(word);
+            selected.insert(word);
         } else {
             fprintf(stderr, "usage: korvane-bench [--stub] [calls|counts|lists|events|start|applications ...]\n");
             return 2;
         }
     }
-    const auto is_wanted = [&](const char *part) { return wanted.empty() || wanted.count(part) > 0; };
+    const auto is_selected = [&](const char *part) { return selected.empty() || selected.count(part) > 0; };
 
     try {
         const Setting setting;
         Report report;
-        if (is_wanted("calls")) {
+        if (is_selected("calls")) {
             measure_round_trips(setting, agent, report);
             measure_unwanted_log_line(report);
         }
-        if (is_wanted("counts"))
+        if (is_selected("counts"))
             measure_counts(setting, report);
-        if (is_wanted("lists"))
+        if (is_selected("lists"))
             measure_lists(setting, agent, report);
-        if (is_wanted("events"))
+        if (is_selected("events"))
             measure_events(setting, report);
-        if (is_wanted("start")) {
+        if (is_selected("start")) {
             measure_start(setting, agent, report);
             measure_size(setting, report);
         }
-        if (is_wanted("applications"))
+        if (is_selected("applications"))
             measure_applications(setting, report);
         report.close();
         return 0;

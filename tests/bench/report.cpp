@@ -5,7 +5,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-namespace bench {
+namespace kv::test {
 
 void Report::section(const std::string &title)
 {
@@ -69,4 +69,4 @@ double median_ratio(const std::vector<double> &values, const std::vector<double>
     return median(std::move(ratios));
 }
 
-} // namespace bench
+} // namespace kv::test

@@ -4,18 +4,18 @@
 #include <string>
 #include <vector>
 
-namespace bench {
+namespace kv::test {
 
-/// The one table of a run. A row with an aim says whether it was met.
+/// Prints the table of a run. A row with an aim shows whether it was met.
 class Report {
 public:
     void section(const std::string &title);
-    /// A figure without an aim: a peer's, or one to look at.
+    /// A result without an aim, for comparison.
     void row(const std::string &what, const std::string &result);
     void row(const std::string &what, const std::string &result, const std::string &aim, bool met);
-    /// What could not be measured, and why.
+    /// A measurement that was not possible, with the reason.
     void not_measured(const std::string &what, const std::string &why);
-    /// The verdict: every missed aim by name.
+    /// Prints the summary with every missed aim.
     void close() const;
 
 private:
@@ -28,7 +28,7 @@ private:
 std::string format(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 double median(std::vector<double> values);
-/// The median of the quotients of the same round: what disturbs a round disturbs both.
+/// The median of the ratios within each round: a disturbance of a round affects both values.
 double median_ratio(const std::vector<double> &values, const std::vector<double> &base);
 
-} // namespace bench
+} // namespace kv::test

@@ -7,7 +7,7 @@
 
 #include <chrono>
 
-namespace bench {
+namespace kv::test {
 
 namespace {
 
@@ -17,8 +17,8 @@ using Clock = std::chrono::steady_clock;
 constexpr int rounds = 41;
 constexpr int calls_per_round = 1000;
 
-constexpr double most_over_bare = 1.70;
-constexpr double most_over_bus = 0.75;
+constexpr double max_over_bare = 1.70;
+constexpr double max_over_bus = 0.75;
 
 /// Microseconds per call.
 double time_round(Client &client)
@@ -43,8 +43,8 @@ std::string figures(const Peer &peer, const Peer &bare)
 
 void measure_where_they_are(const Setting &setting, AgentKind agent, bool with_aims, Report &report)
 {
-    const std::unique_ptr<Child> servers[] = {setting.serve(peer::bare), setting.serve(peer::glib),
-                                              setting.serve(peer::sdbus), setting.serve(agent)};
+    const std::unique_ptr<ChildProcess> servers[] = {setting.serve(peer::bare), setting.serve(peer::glib),
+                                                     setting.serve(peer::sdbus), setting.serve(agent)};
     Peer peers[] = {{peer::bare, "bare, blocking server"},
                     {peer::glib, "bare, server in a GLib loop"},
                     {peer::sdbus, "sd-bus, peer to peer"},
@@ -68,10 +68,10 @@ void measure_where_they_are(const Setting &setting, AgentKind agent, bool with_a
         }
         const double over_bare = median_ratio(peer->rounds, bare.rounds);
         const double over_bus = median_ratio(peer->rounds, sdbus.rounds);
-        report.row(peer->title, figures(*peer, bare), format("<= %.2f x bare", most_over_bare),
-                   over_bare <= most_over_bare);
+        report.row(peer->title, figures(*peer, bare), format("<= %.2f x bare", max_over_bare),
+                   over_bare <= max_over_bare);
         report.row(format("%s, to sd-bus", peer->title), format("%22.2f x sd-bus", over_bus),
-                   format("<= %.2f x sd-bus", most_over_bus), over_bus <= most_over_bus);
+                   format("<= %.2f x sd-bus", max_over_bus), over_bus <= max_over_bus);
     }
 }
 
@@ -82,11 +82,11 @@ void measure_round_trips(const Setting &setting, AgentKind agent, Report &report
     const bool with_agent = agent == AgentKind::virtual_agent;
     {
         const OnOneCpu pinned;
-        report.section(format("One call, client and servers on one CPU; ours served by %s",
-                              with_agent ? "the virtual agent" : "the stub side alone"));
+        report.section(format("One call, client and servers on one CPU; the library served by %s",
+                              with_agent ? "the virtual agent" : "the stub alone"));
         measure_where_they_are(setting, agent, true, report);
         if (with_agent) {
-            report.section("The same, ours served by the stub side alone: the difference is the agent's own");
+            report.section("The same, the library served by the stub alone: the difference is the agent's work");
             measure_where_they_are(setting, AgentKind::stub, false, report);
         }
     }
@@ -97,14 +97,14 @@ void measure_round_trips(const Setting &setting, AgentKind agent, Report &report
 void measure_unwanted_log_line(Report &report)
 {
     constexpr int lines = 5'000'000;
-    constexpr double most_ns = 20;
+    constexpr double max_ns = 20;
     const OnOneCpu pinned;
     const auto start = Clock::now();
     for (int i = 0; i < lines; ++i)
         kv::api::log::info()("status [%d]"_fmt, i);
     const double ns = std::chrono::duration<double, std::nano>(Clock::now() - start).count() / lines;
     report.section("Logging");
-    report.row("a line below the level", format("%7.2f ns", ns), format("<= %.0f ns", most_ns), ns <= most_ns);
+    report.row("a line below the level", format("%7.2f ns", ns), format("<= %.0f ns", max_ns), ns <= max_ns);
 }
 
-} // namespace bench
+} // namespace kv::test

@@ -4,13 +4,13 @@
 #include "report.hpp"
 #include "setting.hpp"
 
-namespace bench {
+namespace kv::test {
 
-/// Times calls to every peer, one round of each after the other, with the client and all servers on one CPU and then
-/// where the scheduler puts them.
+/// Times calls to every peer in turn, round by round: first with the client and all servers on one CPU, then placed by the
+/// scheduler.
 void measure_round_trips(const Setting &setting, AgentKind agent, Report &report);
 
-/// What a log line costs whose level is not wanted.
+/// Times a log line below the log level.
 void measure_unwanted_log_line(Report &report);
 
-} // namespace bench
+} // namespace kv::test

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <stdexcept>
 
-namespace bench {
+namespace kv::test {
 
 namespace {
 
@@ -14,7 +14,7 @@ struct Outcome {
     double microseconds = 0;
 };
 
-Outcome outcome_of(const std::vector<std::string> &command, const std::vector<std::string> &environment = {})
+Outcome outcome_of(const std::vector<std::string> &command, const Environment &environment = {})
 {
     Outcome outcome;
     const std::string output = run(command, environment);
@@ -59,7 +59,7 @@ double instructions_per_call(const Setting &setting, const std::string &client, 
 
 double allocations_per_call(const Setting &setting, const std::string &client, int calls)
 {
-    const auto outcome = outcome_of(calls_to(setting, client, calls), {"LD_PRELOAD=" BENCH_COUNT_ALLOCATIONS});
+    const auto outcome = outcome_of(calls_to(setting, client, calls), {{"LD_PRELOAD", BENCH_COUNT_ALLOCATIONS}});
     return static_cast<double>(outcome.allocations) / calls;
 }
 
@@ -70,4 +70,4 @@ void time_in_turn(const Setting &setting, std::vector<Timed> &peers, int rounds,
             peer.rounds.push_back(microseconds_per_call(setting, peer.client, calls_per_round));
 }
 
-} // namespace bench
+} // namespace kv::test

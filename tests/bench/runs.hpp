@@ -6,17 +6,17 @@
 #include <string>
 #include <vector>
 
-/// What runs of korvane-bench-calls tell of a client that they make calls with.
-namespace bench {
+// Measurements of one client by runs of korvane-bench-calls.
+namespace kv::test {
 
 std::vector<std::string> calls_to(const Setting &setting, const std::string &client, int calls);
 
 double microseconds_per_call(const Setting &setting, const std::string &client, int calls);
-/// In user space: what the longer of two runs has more, by the calls that it makes more.
+/// In user space: the difference of two runs, divided by the difference of their calls.
 double instructions_per_call(const Setting &setting, const std::string &client, int few, int many);
 double allocations_per_call(const Setting &setting, const std::string &client, int calls);
 
-/// A client to be timed beside others, one round of each after the other.
+/// A client that is timed in turn with others.
 struct Timed {
     const char *client;
     const char *title;
@@ -25,4 +25,4 @@ struct Timed {
 
 void time_in_turn(const Setting &setting, std::vector<Timed> &peers, int rounds, int calls_per_round);
 
-} // namespace bench
+} // namespace kv::test

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // korvane-bench-server bare|glib|sdbus FOLDER
-// korvane-bench-server stub            (the environment says where)
+// korvane-bench-server stub            (the environment names the directories)
 // Serves one peer after the other until it is killed; prints a line when it listens.
 
 #include "clients.hpp"
@@ -16,7 +16,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-namespace bench {
+namespace kv::test {
 
 namespace {
 
@@ -43,7 +43,7 @@ bool answer(int peer)
 void serve_bare(const std::string &path)
 {
     const int listening = listen_at(path);
-    say_ready();
+    report_ready();
     for (;;) {
         const int peer = accept_from(listening);
         while (answer(peer)) {
@@ -69,7 +69,7 @@ gboolean on_connection(int listening, GIOCondition, void *)
 void serve_glib(const std::string &path)
 {
     g_unix_fd_add(listen_at(path), G_IO_IN, on_connection, nullptr);
-    say_ready();
+    report_ready();
     run_main_loop();
 }
 
@@ -91,7 +91,7 @@ const sd_bus_vtable bus_vtable[] = {
 void serve_bus(const std::string &path)
 {
     const int listening = listen_at(path);
-    say_ready();
+    report_ready();
     for (;;) {
         sd_bus *bus = serve_bus_on(accept_from(listening));
         require(sd_bus_add_object_vtable(bus, nullptr, bus_path, bus_interface, bus_vtable, nullptr) >= 0, "vtable");
@@ -115,18 +115,17 @@ void on_parcel(const rpc_port_stub_peer_t *, rpc_port_h port, void *)
 void serve_stub()
 {
     listen_as_agent(on_parcel);
-    say_ready();
+    report_ready();
     run_main_loop();
 }
 
 } // namespace
 
-} // namespace bench
+} // namespace kv::test
 
 int main(int argc, char **argv)
 {
-    using namespace bench;
-    die_with_parent();
+    using namespace kv::test;
     try {
         const std::string kind = argc > 1 ? argv[1] : "";
         if (kind == peer::stub)

@@ -8,16 +8,14 @@
 #include <glib.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <system_error>
 
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-namespace bench {
+namespace kv::test {
 
 void require(bool holds, const char *what)
 {
@@ -25,7 +23,7 @@ void require(bool holds, const char *what)
         throw std::system_error(errno, std::generic_category(), what);
 }
 
-void say_ready()
+void report_ready()
 {
     puts("ready");
     fflush(stdout);
@@ -36,11 +34,6 @@ void run_main_loop()
     GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
     g_main_loop_run(loop);
     g_main_loop_unref(loop);
-}
-
-void die_with_parent()
-{
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
 }
 
 int listen_at(const std::string &path)
@@ -106,4 +99,4 @@ void answer_request(rpc_port_h port, int method)
     rpc_port_parcel_destroy(reply);
 }
 
-} // namespace bench
+} // namespace kv::test

@@ -6,27 +6,26 @@
 #include <rpc_port_stub.h>
 #include <systemd/sd-bus.h>
 
-/// What the servers have in common. A server has no purpose without the one who measures, and dies with it.
-namespace bench {
+// Functions that the servers share.
+namespace kv::test {
 
-/// Throws with errno's text.
+/// Throws std::system_error with errno unless `holds`.
 void require(bool holds, const char *what);
-void say_ready();
+void report_ready();
 void run_main_loop();
-void die_with_parent();
 
 int listen_at(const std::string &path);
 int accept_from(int listening);
 
-/// The serving end of a bus link without a daemon.
+/// The server's end of a D-Bus connection without a daemon.
 sd_bus *serve_bus_on(int link);
-/// Waits and processes once; false when the link has ended.
+/// Waits for and processes messages once. Returns false if the connection has ended.
 bool bus_turn(sd_bus *bus);
 
-/// The agent's port, served by the platform's serving side alone, without an agent's state and records.
+/// Serves the agent's port with the stub of the platform alone, without an agent's state and records.
 rpc_port_stub_h listen_as_agent(rpc_port_stub_received_event_cb on_parcel);
 
-/// The answer to the request: no values but those that the method has, and a result of 0.
+/// Sends the reply to a request: default values for the out arguments of the method, and the result 0.
 void answer_request(rpc_port_h port, int method);
 
-} // namespace bench
+} // namespace kv::test

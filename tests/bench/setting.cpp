@@ -10,7 +10,7 @@
 #include <fstream>
 #include <stdexcept>
 
-namespace bench {
+namespace kv::test {
 
 namespace {
 
@@ -24,9 +24,9 @@ void install(const std::string &packages, const std::string &version)
     std::ofstream(packages + "/" KORVANE_AGENT_APPID ".package") << "[Package]\nVersion=" << version << ".0\n";
 }
 
-std::unique_ptr<Child> started(std::unique_ptr<Child> server)
+std::unique_ptr<ChildProcess> started(std::unique_ptr<ChildProcess> server)
 {
-    server->read_line();
+    next_line(*server);
     return server;
 }
 
@@ -45,29 +45,28 @@ Setting::Setting()
     unsetenv("KORVANE_LOG");
 }
 
-std::unique_ptr<Child> Setting::serve(const std::string &peer) const
+std::unique_ptr<ChildProcess> Setting::serve(const std::string &peer) const
 {
-    return started(std::make_unique<Child>(std::vector{program("korvane-bench-server"), peer, folder()}));
+    return started(start({program("korvane-bench-server"), peer, folder()}));
 }
 
-std::unique_ptr<Child> Setting::serve(AgentKind kind, const char *version) const
+std::unique_ptr<ChildProcess> Setting::serve(AgentKind kind, const char *version) const
 {
     install(packages_of(folder()), version);
     if (kind == AgentKind::stub)
-        return started(std::make_unique<Child>(std::vector{program("korvane-bench-server"), std::string(peer::stub)}));
-    return started(std::make_unique<Child>(std::vector<std::string>{BENCH_AGENT, "--agent-version", version}));
+        return started(start({program("korvane-bench-server"), peer::stub}));
+    return started(start({BENCH_AGENT, "--agent-version", version}));
 }
 
-std::unique_ptr<Child> Setting::serve_commands(const char *version) const
+std::unique_ptr<ChildProcess> Setting::serve_commands(const char *version) const
 {
     install(packages_of(folder()), version);
-    return started(
-        std::make_unique<Child>(std::vector<std::string>{BENCH_AGENT, "--commands", "--agent-version", version}));
+    return started(start({BENCH_AGENT, "--commands", "--agent-version", version}));
 }
 
-std::unique_ptr<Child> Setting::serve_events(const std::string &peer) const
+std::unique_ptr<ChildProcess> Setting::serve_events(const std::string &peer) const
 {
-    return started(std::make_unique<Child>(std::vector{program("korvane-bench-event-server"), peer, folder()}));
+    return started(start({program("korvane-bench-event-server"), peer, folder()}));
 }
 
 bool has_virtual_agent()
@@ -80,4 +79,4 @@ std::string program(const std::string &name)
     return std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
 }
 
-} // namespace bench
+} // namespace kv::test

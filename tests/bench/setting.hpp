@@ -1,46 +1,49 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "process.hpp"
+#include "one_cpu.hpp"
+#include "programs.hpp"
+
+#include "testing/support/temporary_directory.hpp"
 
 #include <memory>
 #include <string>
 #include <vector>
 
-namespace bench {
+namespace kv::test {
 
-/// Who serves the calls that go through the library.
+/// The server of calls that use the library.
 enum class AgentKind {
     virtual_agent, ///< the agent of this tree
-    stub,          ///< the platform's serving side alone
+    stub,          ///< the stub of the platform alone
 };
 
-/// A folder with an installed agent package and a runtime directory. Making it points this process's environment, and
-/// so that of every child, at it.
+/// A temporary directory with an installed agent package and a runtime directory. The environment of this process, and so
+/// of its children, names them.
 class Setting {
 public:
     static constexpr const char *newest_version = "2.3";
 
     Setting();
 
-    const std::string &folder() const { return folder_.path(); }
+    std::string folder() const { return folder_.path(); }
     /// Starts the server of a bare or sd-bus peer and waits until it listens.
-    std::unique_ptr<Child> serve(const std::string &peer) const;
-    /// An agent of that version, which is the newest there is unless something older is to be spoken.
-    std::unique_ptr<Child> serve(AgentKind kind, const char *version = newest_version) const;
-    /// A virtual agent that takes commands, a line each, and answers them.
-    std::unique_ptr<Child> serve_commands(const char *version = newest_version) const;
-    /// Starts the server of events of a peer.
-    std::unique_ptr<Child> serve_events(const std::string &peer) const;
+    std::unique_ptr<ChildProcess> serve(const std::string &peer) const;
+    /// Starts an agent of a version and waits until it listens.
+    std::unique_ptr<ChildProcess> serve(AgentKind kind, const char *version = newest_version) const;
+    /// Starts a virtual agent that reads commands, one per line, and prints a reply to each.
+    std::unique_ptr<ChildProcess> serve_commands(const char *version = newest_version) const;
+    /// Starts the server of events of a peer and waits until it listens.
+    std::unique_ptr<ChildProcess> serve_events(const std::string &peer) const;
 
 private:
-    TemporaryFolder folder_;
+    TemporaryDirectory folder_{"korvane-bench"};
 };
 
-/// Whether this build has a virtual agent to measure with.
+/// Whether this build has a virtual agent.
 bool has_virtual_agent();
 
-/// A program of this folder of the build tree.
+/// The path of a program of the benchmarks.
 std::string program(const std::string &name);
 
-} // namespace bench
+} // namespace kv::test

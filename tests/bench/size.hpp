@@ -4,9 +4,9 @@
 #include "report.hpp"
 #include "setting.hpp"
 
-namespace bench {
+namespace kv::test {
 
-/// What the libraries take of a device: flash, and heap that is held from initialising on.
+/// Measures the flash that the libraries need, and the heap that stays in use after initialising.
 void measure_size(const Setting &setting, Report &report);
 
-} // namespace bench
+} // namespace kv::test

@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* size_korvane: prints by how many bytes korvane_initialize makes the heap that is in use grow, whoever allocated them. */
+/* size_korvane: prints the number of heap bytes in use after korvane_initialize that were not in use before, including
+ * those of other libraries. */
 #include <glib.h>
 #include <korvane.h>
 #include <malloc.h>
@@ -14,7 +15,7 @@ static size_t in_use(void)
 int main(void)
 {
     korvane_h handle;
-    GMainLoop *loop = g_main_loop_new(NULL, FALSE); /* an application's own */
+    GMainLoop *loop = g_main_loop_new(NULL, FALSE); /* as an application has one */
     size_t before = in_use();
     if (korvane_initialize(&handle, NULL, NULL) != KORVANE_ERROR_NONE)
         return 1;

@@ -8,18 +8,18 @@
 
 #include <time.h>
 
-namespace bench {
+namespace kv::test {
 
 namespace {
 
 constexpr int rounds = 41;
-constexpr double most_over_bare = 2.0;
-constexpr double most_resident_mb = 4.9;
+constexpr double max_over_bare = 2.0;
+constexpr double max_resident_mb = 4.9;
 
 struct Starter {
     const char *title;
     std::vector<std::string> command;
-    std::vector<std::string> environment = {};
+    Environment environment = {};
     std::vector<double> us = {};
     std::vector<double> resident_kb = {};
 
@@ -54,8 +54,8 @@ void measure_start(const Setting &setting, AgentKind agent, Report &report)
     Starter with_bus{"korvane, with a bus", {program("korvane-bench-start")}};
     Starter without_bus{"korvane, without a bus",
                         {program("korvane-bench-start")},
-                        {"KORVANE_BUS=unix:path=/nonexistent", "KORVANE_LOG=off"}};
-    bare.start_once(); // brings the files into memory
+                        {{"KORVANE_BUS", "unix:path=/nonexistent"}, {"KORVANE_LOG", "off"}}};
+    bare.start_once(); // loads the files into the page cache
     if (has_bus)
         with_bus.start_once();
     for (int round = 0; round < rounds; ++round) {
@@ -71,11 +71,11 @@ void measure_start(const Setting &setting, AgentKind agent, Report &report)
     report.section("From process start to the first reply, on one CPU");
     report.row(bare.title, figures(bare));
     report.row(without_bus.title, figures(without_bus));
-    const std::string time_aim = format("<= %.1f x bare", most_over_bare);
-    const std::string memory_aim = format("<= %.1f MB", most_resident_mb);
+    const std::string time_aim = format("<= %.1f x bare", max_over_bare);
+    const std::string memory_aim = format("<= %.1f MB", max_resident_mb);
     if (has_bus) {
         const double ratio = median_ratio(with_bus.us, bare.us);
-        report.row(with_bus.title, figures(with_bus), time_aim, ratio <= most_over_bare);
+        report.row(with_bus.title, figures(with_bus), time_aim, ratio <= max_over_bare);
     } else {
         report.not_measured(with_bus.title, "there is no session bus here");
     }
@@ -85,9 +85,9 @@ void measure_start(const Setting &setting, AgentKind agent, Report &report)
     report.row(without_bus.title, format("%7.2f MB", without_bus.resident_mb()));
     if (has_bus)
         report.row(with_bus.title, format("%7.2f MB", with_bus.resident_mb()), memory_aim,
-                   with_bus.resident_mb() <= most_resident_mb);
+                   with_bus.resident_mb() <= max_resident_mb);
     else
         report.not_measured(with_bus.title, "there is no session bus here");
 }
 
-} // namespace bench
+} // namespace kv::test

@@ -4,9 +4,10 @@
 #include "report.hpp"
 #include "setting.hpp"
 
-namespace bench {
+namespace kv::test {
 
-/// From process start to the first reply, and what is resident then, beside a bare client that links GLib.
+/// Measures the time from process start to the first reply, and the resident memory then, compared with a bare client
+/// that links GLib.
 void measure_start(const Setting &setting, AgentKind agent, Report &report);
 
-} // namespace bench
+} // namespace kv::test

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* start_bare SOCKET: the least that a client on a GLib loop can be: it connects, asks once, and reports. */
+/* start_bare SOCKET: a minimal client on a GLib loop, which connects, sends one request and reports. */
 #define _GNU_SOURCE
 #include "start_report.h"
 

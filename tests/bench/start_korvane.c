@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* start_korvane: initialises, waits for the connection, starts the service, and reports when that has been answered. */
+/* start_korvane: initialises, waits for the connection, starts the service and reports after the reply. */
 #define _GNU_SOURCE
 #include "start_report.h"
 

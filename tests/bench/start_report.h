@@ -7,7 +7,7 @@
 #include <time.h>
 #include <unistd.h>
 
-/* Prints the moment (ns of the monotonic clock) and the resident size in kB, both as they are when it is called. */
+/* Prints the time (ns of the monotonic clock) and the resident memory in kB at the moment of the call. */
 static inline void report_first_reply(void)
 {
     struct timespec now;

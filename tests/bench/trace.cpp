@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trace.hpp"
 
-#include "process.hpp"
+#include "programs.hpp"
 
 #include <cerrno>
 #include <csignal>
@@ -12,7 +12,7 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
-namespace bench {
+namespace kv::test {
 
 namespace {
 
@@ -45,32 +45,32 @@ void resume(pid_t pid, int signal = 0)
 std::optional<TracedCalls> trace(const std::vector<std::string> &command, pid_t server)
 {
     TracedCalls counts;
-    Child client{command, {"BENCH_TRACE=1"}};
+    const std::unique_ptr<ChildProcess> client = start(command, {{"BENCH_TRACE", "1"}});
     const auto wait_for = [](pid_t pid, int &status) {
         if (waitpid(pid, &status, __WALL) < 0)
             throw std::system_error(errno, std::generic_category(), "waitpid");
     };
 
-    // A client that may not be traced does not stop; it runs through and ends.
+    // A client that cannot be traced does not stop: it runs to its end.
     int status = 0;
-    wait_for(client.pid(), status);
+    wait_for(client->pid(), status);
     if (!WIFSTOPPED(status)) {
-        client.reaped();
+        client->set_reaped();
         return std::nullopt;
     }
-    if (ptrace(PTRACE_SETOPTIONS, client.pid(), nullptr, PTRACE_O_TRACESYSGOOD) != 0 ||
+    if (ptrace(PTRACE_SETOPTIONS, client->pid(), nullptr, PTRACE_O_TRACESYSGOOD) != 0 ||
         ptrace(PTRACE_SEIZE, server, nullptr, PTRACE_O_TRACESYSGOOD) != 0)
         return std::nullopt;
     ptrace(PTRACE_INTERRUPT, server, nullptr, nullptr);
     wait_for(server, status);
     resume(server);
-    resume(client.pid());
+    resume(client->pid());
 
     for (bool stopped_again = false; !stopped_again;) {
         const pid_t pid = waitpid(-1, &status, __WALL);
         if (pid < 0 || !WIFSTOPPED(status))
             throw std::runtime_error("a traced process ended early");
-        const bool is_client = pid == client.pid();
+        const bool is_client = pid == client->pid();
         if (WSTOPSIG(status) == (SIGTRAP | 0x80)) {
             count_entry(pid, is_client ? counts.client : counts.server);
             resume(pid);
@@ -81,9 +81,9 @@ std::optional<TracedCalls> trace(const std::vector<std::string> &command, pid_t 
             resume(pid, is_event ? 0 : WSTOPSIG(status));
         }
     }
-    ptrace(PTRACE_DETACH, client.pid(), nullptr, nullptr);
-    client.finish();
+    ptrace(PTRACE_DETACH, client->pid(), nullptr, nullptr);
+    rest_of_output(*client);
     return counts;
 }
 
-} // namespace bench
+} // namespace kv::test

@@ -6,7 +6,7 @@
 #include <sys/types.h>
 #include <vector>
 
-namespace bench {
+namespace kv::test {
 
 struct SyscallCounts {
     unsigned long sends = 0;
@@ -19,8 +19,8 @@ struct TracedCalls {
     SyscallCounts server;
 };
 
-/// Counts the system calls of korvane-bench-calls between its two stops, and those of its server meanwhile, a child too.
-/// The server stays traced and serves nobody afterwards. None when the system does not let processes be traced.
+/// Counts the system calls of korvane-bench-calls between its two stops, and those of its server, also a child of this
+/// process. The server stays traced and cannot be used any more. Returns `nullopt` if the system does not permit tracing.
 std::optional<TracedCalls> trace(const std::vector<std::string> &client, pid_t server);
 
-} // namespace bench
+} // namespace kv::test

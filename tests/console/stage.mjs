@@ -64,7 +64,7 @@ export class Stage {
 
   async startAgent(...args) {
     this.agent = await this.start(process.env.KORVANE_AGENT, '--exit-with-parent', '--http', '0', ...args);
-    await this.agent.says(/ ready/);
+    await this.agent.says(/"agent":"ready"/);
     ({http: this.http} = JSON.parse(readFileSync(join(this.env.KORVANE_RUNTIME_DIR, 'control.json'), 'utf8')));
     this.origin = `http://127.0.0.1:${this.http.port}`;
     this.address = `${this.origin}/#${this.http.token}`;

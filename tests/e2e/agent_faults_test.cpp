@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What each fault puts on the link, byte by byte, seen by a client that has a socket and nothing of the platform.
 #include "support/agent_process.hpp"
+#include "testing/support/file_descriptor.hpp"
+#include "testing/support/wait.hpp"
 
 #include <gtest/gtest.h>
 
@@ -49,27 +51,24 @@ public:
         address.sun_family = AF_UNIX;
         const std::string path = home.runtime() / "org.korvane.agent.kv_master.sock";
         path.copy(address.sun_path, sizeof address.sun_path - 1);
-        EXPECT_EQ(::connect(fd_, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0) << path;
+        EXPECT_EQ(::connect(socket_.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0) << path;
         send(frame("VKPL" + int32(1) + which + Bytes(16, 't') + text("raw")));
     }
-    Link(const Link &) = delete;
-    Link &operator=(const Link &) = delete;
-    ~Link() { ::close(fd_); }
 
     void send(const Bytes &bytes) const
     {
-        EXPECT_EQ(::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
+        EXPECT_EQ(::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
     }
     /// So many bytes, or fewer when the link ends before or nothing more comes in that time.
-    Bytes receive(std::size_t size, int within_ms = deadline_ms)
+    Bytes receive(std::size_t size, int timeout_ms = static_cast<int>(test_timeout.count()))
     {
         Bytes received;
         while (received.size() < size && !ended_) {
-            pollfd ready{fd_, POLLIN, 0};
-            if (::poll(&ready, 1, within_ms) <= 0)
+            pollfd ready{socket_.get(), POLLIN, 0};
+            if (::poll(&ready, 1, timeout_ms) <= 0)
                 break;
             char byte = 0;
-            ended_ = ::recv(fd_, &byte, 1, 0) <= 0;
+            ended_ = ::recv(socket_.get(), &byte, 1, 0) <= 0;
             if (!ended_)
                 received += byte;
         }
@@ -79,7 +78,7 @@ public:
     bool ends() { return receive(1).empty() && ended_; }
 
 private:
-    int fd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    FileDescriptor socket_{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
     bool ended_ = false;
 };
 
@@ -125,7 +124,7 @@ TEST_F(AgentFaults, NoneIsTheWholeAnswer)
 
 TEST_F(AgentFaults, ResultIsThatResultAndNothingElse)
 {
-    agent.tell("fault get_device_id result -5");
+    agent.run_command("fault get_device_id result -5");
     const Bytes refusal = frame(int32(0) + text("") + int32(-5));
     EXPECT_EQ(client.ask().receive(refusal.size()), refusal);
     goes_on();
@@ -133,7 +132,7 @@ TEST_F(AgentFaults, ResultIsThatResultAndNothingElse)
 
 TEST_F(AgentFaults, KindIsAnotherFirstNumber)
 {
-    agent.tell("fault get_device_id kind 7");
+    agent.run_command("fault get_device_id kind 7");
     EXPECT_EQ(client.ask().receive(answer.size()), frame(int32(7) + payload.substr(4)));
     goes_on();
 }
@@ -141,16 +140,16 @@ TEST_F(AgentFaults, KindIsAnotherFirstNumber)
 TEST_F(AgentFaults, CutIsAShorterFrame)
 {
     for (std::size_t size = 0; size <= payload.size(); ++size) {
-        agent.tell("fault get_device_id cut " + std::to_string(size));
+        agent.run_command("fault get_device_id cut " + std::to_string(size));
         EXPECT_EQ(client.ask().receive(4 + size), frame(payload.substr(0, size))) << size;
     }
-    agent.tell("fault get_device_id cut 1000");
+    agent.run_command("fault get_device_id cut 1000");
     goes_on();
 }
 
 TEST_F(AgentFaults, HalfIsTheBeginningOfTheFrameAndThenAnAgentThatDied)
 {
-    agent.tell("fault get_device_id half 9");
+    agent.run_command("fault get_device_id half 9");
     EXPECT_EQ(client.ask().receive(9), answer.substr(0, 9));
     EXPECT_TRUE(client.main().ends());
     EXPECT_EQ(agent.wait(), -SIGKILL);
@@ -158,14 +157,14 @@ TEST_F(AgentFaults, HalfIsTheBeginningOfTheFrameAndThenAnAgentThatDied)
 
 TEST_F(AgentFaults, DieIsNoByteOfAnAnswer)
 {
-    agent.tell("fault get_device_id die");
+    agent.run_command("fault get_device_id die");
     EXPECT_TRUE(client.ask().ends());
     EXPECT_EQ(agent.wait(), -SIGKILL);
 }
 
 TEST_F(AgentFaults, CloseEndsTheLinkOnly)
 {
-    agent.tell("fault get_device_id close");
+    agent.run_command("fault get_device_id close");
     EXPECT_TRUE(client.ask().ends());
     RawClient other{home};
     EXPECT_EQ(other.ask().receive(answer.size()), answer);
@@ -173,14 +172,14 @@ TEST_F(AgentFaults, CloseEndsTheLinkOnly)
 
 TEST_F(AgentFaults, SilentIsNoAnswerToThatRequest)
 {
-    agent.tell("fault get_device_id silent");
+    agent.run_command("fault get_device_id silent");
     EXPECT_EQ(client.ask().receive(1, at_once_ms), "");
     goes_on();
 }
 
 TEST_F(AgentFaults, DelayIsTheSameAnswerLater)
 {
-    agent.tell("fault get_device_id delay 150");
+    agent.run_command("fault get_device_id delay 150");
     const auto asked = Clock::now();
     EXPECT_EQ(client.ask().receive(answer.size()), answer);
     EXPECT_GE(Clock::now() - asked, std::chrono::milliseconds{149});
@@ -189,7 +188,7 @@ TEST_F(AgentFaults, DelayIsTheSameAnswerLater)
 
 TEST_F(AgentFaults, GarbageIsARandomFrameOfThatSize)
 {
-    agent.tell("fault get_device_id garbage 64 2");
+    agent.run_command("fault get_device_id garbage 64 2");
     const Bytes first = client.ask().receive(68);
     const Bytes second = client.ask().receive(68);
     EXPECT_EQ(first.size(), 68U);
@@ -201,7 +200,7 @@ TEST_F(AgentFaults, GarbageIsARandomFrameOfThatSize)
 
 TEST_F(AgentFaults, ComeAsOftenAsTheyAreToldToAndForEveryMethod)
 {
-    agent.tell("fault all kind 3 2");
+    agent.run_command("fault all kind 3 2");
     EXPECT_EQ(client.ask().receive(answer.size()), frame(int32(3) + payload.substr(4)));
     client.main().send(frame(int32(4))); // stop
     EXPECT_EQ(client.main().receive(12), frame(int32(3) + int32(0)));

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// The agent as a program: its command line, its package entry, its commands, its ends.
+// The program korvane-agent: its command line, its output, its package entry, its commands, its exit statuses.
 #include "support/agent_process.hpp"
 #include "support/program.hpp"
+#include "testing/support/wait.hpp"
 
 #include <package_info.h>
 
@@ -11,14 +12,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include <poll.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-using kv::test::AgentHome;
-using kv::test::AgentProcess;
-using kv::test::Program;
-using kv::test::run_agent;
+using namespace kv::test;
 
 namespace {
 
@@ -34,117 +28,152 @@ std::string installed_version()
     return version;
 }
 
-TEST(AgentProgram, SaysInOneLineThatItIsReady)
+TEST(AgentProgram, PrintsALineOfJsonWhenItIsReadyAndWhenItHasStopped)
 {
     AgentHome home;
     Program agent{KORVANE_AGENT_PATH, {"--agent-version", "1.2"}};
-    agent.says("\n");
-    EXPECT_EQ(agent.out(), "korvane-agent 1.2 ready, process " + std::to_string(agent.pid()) + "\n");
+    ASSERT_TRUE(agent.wait_for_output("\n"));
+    const std::string ready = R"({"agent":"ready","version":"1.2","pid":)" + std::to_string(agent.pid()) + "}\n";
+    EXPECT_EQ(agent.output(), ready);
+    agent.signal(SIGTERM);
+    EXPECT_EQ(agent.wait(), agent_exit::stopped);
+    EXPECT_EQ(agent.output(), ready + R"({"agent":"stopped"})" + "\n");
 }
 
-TEST(AgentProgram, EntersItselfAsTheInstalledAgent)
+TEST(AgentProgram, PrintsALineOfJsonAboutItsScenario)
+{
+    AgentHome home;
+    const std::string path = home.root() / "scenario.json";
+    std::ofstream{path} << R"({"steps":[{"until":{"running":false}}]})";
+    const auto passed = run_agent({"--scenario", path});
+    EXPECT_EQ(passed.exit_status, agent_exit::stopped);
+    EXPECT_NE(passed.output.find("\n{\"scenario\":\"passed\"}\n"), std::string::npos) << passed.output;
+
+    std::ofstream{path} << R"({"steps":[{"expect":"start","within_ms":1}]})";
+    const auto failed = run_agent({"--scenario", path});
+    EXPECT_EQ(failed.exit_status, agent_exit::failed);
+    EXPECT_NE(failed.output.find("\n{\"scenario\":\"failed\",\"problem\":\"" + path +
+                                 ", line 1, expect start: not within 1 ms; nothing was called\"}\n"),
+              std::string::npos)
+        << failed.output;
+}
+
+TEST(AgentProgram, PrintsSentencesOnATerminal)
+{
+    AgentHome home;
+    // script(1) runs the agent on a terminal of its own.
+    Program terminal{"script", {"-q", "-c", KORVANE_AGENT_PATH " --log " + home.log().string(), "/dev/null"}};
+    ASSERT_TRUE(terminal.wait_for_output("\n"));
+    const pid_t agent = home.latest_agent();
+    EXPECT_EQ(terminal.output(), "korvane-agent 2.3 is ready, process " + std::to_string(agent) + "\r\n");
+    ASSERT_EQ(::kill(agent, SIGTERM), 0);
+    EXPECT_EQ(terminal.wait(), 0);
+    EXPECT_EQ(terminal.count_in_output("korvane-agent stopped\r\n"), 1);
+}
+
+TEST(AgentProgram, InstallsItsPackageEntry)
 {
     AgentHome home;
     AgentProcess agent{home, {"--agent-version", "1.4.7"}};
     EXPECT_EQ(installed_version(), "1.4.7");
 }
 
-TEST(AgentProgram, CanBeInstalledAndUninstalledWithoutRunning)
+TEST(AgentProgram, InstallsAndUninstallsItsPackageEntryWithoutServing)
 {
     AgentHome home;
     EXPECT_EQ(installed_version(), "");
-    EXPECT_EQ(run_agent({"--install", "--agent-version", "2.0"}).status, 0);
+    EXPECT_EQ(run_agent({"--install", "--agent-version", "2.0"}).exit_status, agent_exit::stopped);
     EXPECT_EQ(installed_version(), "2.0");
-    EXPECT_EQ(run_agent({"--uninstall"}).status, 0);
+    EXPECT_EQ(run_agent({"--uninstall"}).exit_status, agent_exit::stopped);
     EXPECT_EQ(installed_version(), "");
 }
 
-TEST(AgentProgram, PutsItsDirectoriesWhereTheCommandLineSays)
+TEST(AgentProgram, UsesTheDirectoriesOfTheCommandLine)
 {
     AgentHome home;
     const std::string elsewhere = home.root() / "elsewhere";
-    EXPECT_EQ(run_agent({"--install", "--package-dir", elsewhere}).status, 0);
+    EXPECT_EQ(run_agent({"--install", "--package-dir", elsewhere}).exit_status, agent_exit::stopped);
     EXPECT_EQ(installed_version(), "");
     EXPECT_FALSE(std::filesystem::is_empty(elsewhere));
 }
 
-TEST(AgentProgram, RefusesAVersionThatNeverWasAndNamesThoseThatWere)
+TEST(AgentProgram, RefusesAnUnknownVersionAndListsTheKnownOnes)
 {
-    const auto finished = run_agent({"--agent-version", "2.4"});
-    EXPECT_EQ(finished.status, 2);
-    EXPECT_NE(finished.err.find("'2.4'"), std::string::npos) << finished.err;
-    EXPECT_NE(finished.err.find("1.0, 1.1, 1.2, 1.3, 1.4, 1.5, 1.6, 2.0, 2.1, 2.2, 2.3"), std::string::npos)
-        << finished.err;
-    EXPECT_EQ(finished.out, "");
+    const auto result = run_agent({"--agent-version", "2.4"});
+    EXPECT_EQ(result.exit_status, agent_exit::wrong_usage);
+    EXPECT_NE(result.error_output.find("'2.4'"), std::string::npos) << result.error_output;
+    EXPECT_NE(result.error_output.find("1.0, 1.1, 1.2, 1.3, 1.4, 1.5, 1.6, 2.0, 2.1, 2.2, 2.3"), std::string::npos)
+        << result.error_output;
+    EXPECT_EQ(result.output, "");
 }
 
-TEST(AgentProgram, RefusesWhatItDoesNotUnderstand)
+TEST(AgentProgram, RefusesAWrongCommandLine)
 {
     for (const char *wrong : {"--no-such-option", "word", "--log", "--install=yes", "-x"}) {
-        const auto finished = run_agent({wrong});
-        EXPECT_EQ(finished.status, 2) << wrong;
-        EXPECT_NE(finished.err.find("korvane-agent: "), std::string::npos) << finished.err;
+        const auto result = run_agent({wrong});
+        EXPECT_EQ(result.exit_status, agent_exit::wrong_usage) << wrong;
+        EXPECT_NE(result.error_output.find("korvane-agent: "), std::string::npos) << result.error_output;
     }
 }
 
-TEST(AgentProgram, HelpsWithExamplesAndAllCommands)
+TEST(AgentProgram, PrintsHelpWithExamplesAndAllCommands)
 {
-    const auto finished = run_agent({"--help"});
-    EXPECT_EQ(finished.status, 0);
+    const auto result = run_agent({"--help"});
+    EXPECT_EQ(result.exit_status, agent_exit::stopped);
     for (const char *part : {"Usage:", "--agent-version", "Commands:", "Faults:", "Examples:", "start_async_cb"})
-        EXPECT_NE(finished.out.find(part), std::string::npos) << part;
-    EXPECT_EQ(run_agent({"--version"}).status, 0);
+        EXPECT_NE(result.output.find(part), std::string::npos) << part;
+    EXPECT_EQ(run_agent({"--version"}).exit_status, agent_exit::stopped);
 }
 
-TEST(AgentProgram, RefusesToBeTheSecondAndLeavesTheFirstsEntryAlone)
+TEST(AgentProgram, RefusesToRunBesideAnotherAgentAndKeepsItsPackageEntry)
 {
     AgentHome home;
     AgentProcess first{home, {"--agent-version", "2.1"}};
     const auto second = run_agent({"--agent-version", "1.0"});
-    EXPECT_EQ(second.status, 3);
-    EXPECT_NE(second.err.find("another agent serves this port"), std::string::npos) << second.err;
+    EXPECT_EQ(second.exit_status, agent_exit::port_in_use);
+    EXPECT_NE(second.error_output.find("another agent serves this port"), std::string::npos) << second.error_output;
     EXPECT_EQ(installed_version(), "2.1");
-    first.tell("state");
+    first.run_command("state");
 }
 
-TEST(AgentProgram, SaysWhyItCannotServe)
+TEST(AgentProgram, ReportsWhyItCannotServe)
 {
     AgentHome home;
     std::ofstream{home.runtime()} << "a file where the directory should be";
-    const auto finished = run_agent({});
-    EXPECT_EQ(finished.status, 1);
-    EXPECT_NE(finished.err.find("cannot serve the port"), std::string::npos) << finished.err;
+    const auto result = run_agent({});
+    EXPECT_EQ(result.exit_status, agent_exit::failed);
+    EXPECT_NE(result.error_output.find("cannot serve the port"), std::string::npos) << result.error_output;
 }
 
-TEST(AgentProgram, SaysWhyItCannotOpenItsLog)
+TEST(AgentProgram, ReportsWhyItCannotOpenItsLog)
 {
     AgentHome home;
-    const auto finished = run_agent({"--log", home.root() / "missing" / "log"});
-    EXPECT_EQ(finished.status, 1);
-    EXPECT_NE(finished.err.find("cannot open the log"), std::string::npos) << finished.err;
+    const auto result = run_agent({"--log", home.root() / "missing" / "log"});
+    EXPECT_EQ(result.exit_status, agent_exit::failed);
+    EXPECT_NE(result.error_output.find("cannot open the log"), std::string::npos) << result.error_output;
 }
 
-TEST(AgentProgram, StopsCleanlyWhenAsked)
+TEST(AgentProgram, StopsOnSigtermAndSigint)
 {
     for (int signal : {SIGTERM, SIGINT}) {
         AgentHome home;
         AgentProcess agent{home};
         agent.signal(signal);
-        EXPECT_EQ(agent.wait(), 0);
-        EXPECT_EQ(home.journalled({R"("agent":"stopped")"}), 1);
+        EXPECT_EQ(agent.wait(), agent_exit::stopped);
+        EXPECT_EQ(home.count_in_journal({R"("agent":"stopped")"}), 1);
         AgentProcess next{home};
     }
 }
 
-TEST(AgentProgram, StopsByCommand)
+TEST(AgentProgram, StopsOnTheCommandQuit)
 {
     AgentHome home;
     AgentProcess agent{home};
-    agent.tell("quit");
-    EXPECT_EQ(agent.wait(), 0);
+    agent.run_command("quit");
+    EXPECT_EQ(agent.wait(), agent_exit::stopped);
 }
 
-TEST(AgentProgram, FollowsOneThatWasKilled)
+TEST(AgentProgram, ReplacesAnAgentThatWasKilled)
 {
     AgentHome home;
     {
@@ -153,107 +182,99 @@ TEST(AgentProgram, FollowsOneThatWasKilled)
         EXPECT_EQ(killed.wait(), -SIGKILL);
     }
     AgentProcess next{home};
-    next.tell("state");
+    next.run_command("state");
 }
 
-TEST(AgentProgram, EndsWithTheProgramThatStartedIt)
+TEST(AgentProgram, StopsWhenTheProgramThatStartedItEnds)
 {
     AgentHome home;
-    const auto journalled = [&home](const char *what) {
-        for (int waited = 0; waited < kv::test::deadline_ms; waited += 5) {
-            if (home.journalled({what}) > 0)
-                return true;
-            ::poll(nullptr, 0, 5);
-        }
-        return false;
-    };
-    const pid_t parent = ::fork();
-    if (parent == 0) {
-        const std::string line = std::string{KORVANE_AGENT_PATH} + " --exit-with-parent --log '" + home.log().string() +
-                                 "' >/dev/null & wait";
-        ::execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
-        ::_exit(127);
+    const std::string script =
+        std::string{KORVANE_AGENT_PATH} + " --exit-with-parent --log '" + home.log().string() + "' & wait";
+    {
+        Program parent{"sh", {"-c", script}};
+        EXPECT_TRUE(wait_until([&] { return home.count_in_journal({R"("agent":"ready")"}) == 1; }));
     }
-    EXPECT_TRUE(journalled(R"("agent":"ready")"));
-    ::kill(parent, SIGKILL);
-    ::waitpid(parent, nullptr, 0);
-    EXPECT_TRUE(journalled(R"("agent":"stopped")"));
+    EXPECT_TRUE(wait_until([&] { return home.count_in_journal({R"("agent":"stopped")"}) == 1; }));
 }
 
-TEST(AgentProgram, ShowsItsState)
+TEST(AgentProgram, PrintsItsState)
 {
     AgentHome home;
     AgentProcess agent{home, {"--device-id", "11111111-2222-4333-8444-555555555555", "--update-ready"}};
-    const std::string state = agent.command("state");
+    const std::string state = agent.reply_to("state");
     for (const char *part : {R"("version":"2.3")", R"("device_id":"11111111-2222-4333-8444-555555555555")",
                              R"("running":false)", R"("update_ready":true)", R"("peers":[])", R"("faults":{})"})
         EXPECT_NE(state.find(part), std::string::npos) << state;
 }
 
-TEST(AgentProgram, AnswersEachWrongCommandWithTheReason)
+TEST(AgentProgram, RefusesEachWrongCommandWithTheReason)
 {
     AgentHome home;
     AgentProcess agent{home};
-    const std::pair<const char *, const char *> wrong[] = {
-        {"no-such-command", "there is no command 'no-such-command'"},
-        {"emit", "'event' is missing; it is emit EVENT [VALUES]"},
-        {"emit no_such_cb []", "there is no event 'no_such_cb'"},
-        {"emit status_changed_cb []", "status_changed_cb carries [status]"},
-        {"emit status_changed_cb [", "not JSON"},
-        {"fault no_such_method die", "there is no method 'no_such_method'"},
-        {"fault start no_such_fault", "there is no fault 'no_such_fault'"},
-        {"fault start delay", "fault delay wants MS"},
-        {"fault start die 7", "fault die takes no number"},
-        {"fault start cut -1", "N must be 0 to 1000000"},
-        {"fault start garbage 1000001", "N must be 0 to 1000000"},
-        {"fault start delay 99999999999", "must be a whole number"},
-        {"fault start delay 1 2 3", "nothing can follow here: 3"},
-        {"update", "'step' is missing"},
-        {"update start 1.2", "nothing can follow here: 1.2"},
-        {"update fail now", "must be a whole number"},
-        {"update ready", "ready is on or off, not missing"},
-        {"phone", "'step' is missing"},
-        {"phone dance", "the phone has no step 'dance'; 'help' lists them"},
-        {"phone connect []", "the arguments must be a JSON object"},
-        {"clock advance 5", "only a clock that stands can be moved on"},
-        {"clock jump", "the clock can stand, run or advance, not 'jump'"},
-        {"update begin", "an update has no step 'begin'"},
-        {"update complete 9.9", "there is no agent version '9.9'"},
-        {"state now", "the state has no 'now'"},
-        {"state running now", "nothing can follow here: now"},
-        {"journal -1", "'since' cannot be negative"},
-        {"count []", "'filter' must be an object"},
-        {"wait {} 600001", "'within_ms' is at most 600000"},
-        {"wait {} 10 0 0", "nothing can follow here: 0"},
-        {"play []", "a scenario is an object with an array 'steps'"},
-        {R"(play "/no/such/file")", "cannot read the scenario /no/such/file"},
-        {"stop-play", "no scenario is being played"},
+    struct Refusal {
+        const char *command;
+        const char *reason;
     };
-    for (const auto &[line, reason] : wrong) {
-        const std::string answer = agent.command(line);
-        EXPECT_EQ(answer.find(R"("ok":true)"), std::string::npos) << line << ": " << answer;
-        EXPECT_NE(answer.find(reason), std::string::npos) << line << ": " << answer;
+    const Refusal refusals[] = {
+        {.command = "no-such-command", .reason = "there is no command 'no-such-command'"},
+        {.command = "emit", .reason = "'event' is missing; it is emit EVENT [VALUES]"},
+        {.command = "emit no_such_cb []", .reason = "there is no event 'no_such_cb'"},
+        {.command = "emit status_changed_cb []", .reason = "status_changed_cb carries [status]"},
+        {.command = "emit status_changed_cb [", .reason = "not JSON"},
+        {.command = "fault no_such_method die", .reason = "there is no method 'no_such_method'"},
+        {.command = "fault start no_such_fault", .reason = "there is no fault 'no_such_fault'"},
+        {.command = "fault start delay", .reason = "fault delay wants MS"},
+        {.command = "fault start die 7", .reason = "fault die takes no number"},
+        {.command = "fault start cut -1", .reason = "N must be 0 to 1000000"},
+        {.command = "fault start garbage 1000001", .reason = "N must be 0 to 1000000"},
+        {.command = "fault start delay 99999999999", .reason = "must be a whole number"},
+        {.command = "fault start delay 1 2 3", .reason = "nothing can follow here: 3"},
+        {.command = "update", .reason = "'step' is missing"},
+        {.command = "update start 1.2", .reason = "nothing can follow here: 1.2"},
+        {.command = "update fail now", .reason = "must be a whole number"},
+        {.command = "update ready", .reason = "ready is on or off, not missing"},
+        {.command = "phone", .reason = "'step' is missing"},
+        {.command = "phone dance", .reason = "the phone has no step 'dance'; 'help' lists them"},
+        {.command = "phone connect []", .reason = "the arguments must be a JSON object"},
+        {.command = "clock advance 5", .reason = "only a clock that stands can be moved on"},
+        {.command = "clock jump", .reason = "the clock can stand, run or advance, not 'jump'"},
+        {.command = "update begin", .reason = "an update has no step 'begin'"},
+        {.command = "update complete 9.9", .reason = "there is no agent version '9.9'"},
+        {.command = "state now", .reason = "the state has no 'now'"},
+        {.command = "state running now", .reason = "nothing can follow here: now"},
+        {.command = "journal -1", .reason = "'since' cannot be negative"},
+        {.command = "count []", .reason = "'filter' must be an object"},
+        {.command = "wait {} 600001", .reason = "'within_ms' is at most 600000"},
+        {.command = "wait {} 10 0 0", .reason = "nothing can follow here: 0"},
+        {.command = "play []", .reason = "a scenario is an object with an array 'steps'"},
+        {.command = R"(play "/no/such/file")", .reason = "cannot read the scenario /no/such/file"},
+        {.command = "stop-play", .reason = "no scenario is being played"},
+    };
+    for (const Refusal &refusal : refusals) {
+        const std::string reply = agent.reply_to(refusal.command);
+        EXPECT_EQ(reply.find(R"("ok":true)"), std::string::npos) << refusal.command << ": " << reply;
+        EXPECT_NE(reply.find(refusal.reason), std::string::npos) << refusal.command << ": " << reply;
     }
 }
 
-TEST(AgentProgram, TakesNoCommandsFromAFileThatIsNoFifo)
+TEST(AgentProgram, RefusesACommandFifoThatIsARegularFile)
 {
     AgentHome home;
     const std::string file = home.root() / "commands";
     std::ofstream{file} << "quit\n";
-    const auto finished = run_agent({"--command-fifo", file});
-    EXPECT_EQ(finished.status, 1);
-    EXPECT_NE(finished.err.find("not a FIFO"), std::string::npos) << finished.err;
+    const auto result = run_agent({"--command-fifo", file});
+    EXPECT_EQ(result.exit_status, agent_exit::failed);
+    EXPECT_NE(result.error_output.find("not a FIFO"), std::string::npos) << result.error_output;
     EXPECT_TRUE(std::filesystem::exists(file));
 }
 
-TEST(AgentProgram, TakesCommandsFromAFifo)
+TEST(AgentProgram, ReadsCommandsFromAFifo)
 {
     AgentHome home;
     const std::string fifo = home.root() / "commands";
     AgentProcess agent{home, {"--command-fifo", fifo}};
     std::ofstream{fifo} << "quit\n";
-    EXPECT_EQ(agent.wait(), 0);
+    EXPECT_EQ(agent.wait(), agent_exit::stopped);
     EXPECT_FALSE(std::filesystem::exists(fifo));
 }
 

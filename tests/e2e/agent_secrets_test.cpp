@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Whatever passes through the virtual agent, its journal, its words and its answers to commands show no secret.
 #include "application.hpp"
+#include "testing/support/read_file.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -37,11 +36,7 @@ public:
         ::close(before_);
     }
 
-    std::string text() const
-    {
-        std::ifstream file{path_};
-        return {std::istreambuf_iterator<char>{file}, {}};
-    }
+    std::string text() const { return read_file(path_); }
 
 private:
     std::string path_;
@@ -148,15 +143,11 @@ protected:
         for (const std::string &line : home.journal())
             journal += line + "\n";
         return {
-            {"journal", journal}, {"words", words()}, {"library", errors.text()}, {"state", agent.command("state")}};
+            {"journal", journal}, {"words", words()}, {"library", errors.text()}, {"state", agent.reply_to("state")}};
     }
 
     /// What the agent says aloud.
-    std::string words() const
-    {
-        std::ifstream file{home.root() / "agent.err"};
-        return {std::istreambuf_iterator<char>{file}, {}};
-    }
+    std::string words() const { return read_file(home.root() / "agent.err"); }
 
     AgentHome home;
     CaughtErrors errors{home.root() / "words"};
@@ -176,7 +167,7 @@ TEST_P(AgentSecrets, OfRequestsAreShownByTheirLengthOnly)
         if (!knows(row.minimum_version))
             continue;
         EXPECT_EQ(row.tell(application.handle, secret.c_str()), ok) << row.method;
-        EXPECT_GT(home.journalled({std::string{R"("method":")"} + row.method, "<secret, "}), 0) << row.method;
+        EXPECT_GT(home.count_in_journal({std::string{R"("method":")"} + row.method, "<secret, "}), 0) << row.method;
     }
     for (const auto &[what, text] : shown()) {
         EXPECT_EQ(text.find(secret), std::string::npos) << what << ": " << text;
@@ -196,15 +187,17 @@ TEST_P(AgentSecrets, OfEventsAreShownByTheirLengthOnly)
         int heard = 0;
         ASSERT_EQ(row.listen(application.handle, &heard), ok);
         std::string values = row.values;
-        agent.tell(std::string{"emit "} + row.event + " " + values.replace(values.find('@'), 1, secret));
-        EXPECT_TRUE(run_until([&] { return heard == 1; }));
-        EXPECT_EQ(home.journalled({std::string{R"("event":")"} + row.event, "<secret, "}), 1);
+        agent.run_command(std::string{"emit "} + row.event + " " + values.replace(values.find('@'), 1, secret));
+        EXPECT_TRUE(run_main_loop_until([&] { return heard == 1; }));
+        EXPECT_EQ(home.count_in_journal({std::string{R"("event":")"} + row.event, "<secret, "}), 1);
     }
     if (knows(2001)) {
         const auto listen = [](korvane_h, int, const char *, const char *, void *) {};
         EXPECT_EQ(korvane_get_hdr_certificate(application.handle, "lamp", "arn", listen, nullptr), ok);
         EXPECT_EQ(korvane_create_hdr_token_info(application.handle, ignore, nullptr), ok);
-        EXPECT_TRUE(run_until([&] { return home.journalled({"create_hdr_token_info_cb", "<secret, "}) == 1; }));
+        EXPECT_TRUE(run_main_loop_until([&] {
+            return home.count_in_journal({"create_hdr_token_info_cb", "<secret, "}) == 1;
+        }));
     }
     for (const auto &[what, text] : shown())
         for (const std::string &one : {secret, std::string{"virtual-agent-certificate"},
@@ -219,12 +212,12 @@ TEST_P(AgentSecrets, OfRequestsThatGoWrongAreShownByTheirLengthOnly)
     ::setenv("KORVANE_REPLY_TIMEOUT_MS", "200", 1); // a reply of another kind is waited out
     for (const char *fault : {"result -13", "cut 4", "kind 9", "close"}) {
         ASSERT_TRUE(application.connect());
-        agent.tell(std::string{"fault set_preconfigured_pin "} + fault);
+        agent.run_command(std::string{"fault set_preconfigured_pin "} + fault);
         EXPECT_NE(korvane_set_preconfigured_pin(application.handle, secret.c_str()), ok) << fault;
         application.deinitialize();
     }
     ::unsetenv("KORVANE_REPLY_TIMEOUT_MS");
-    EXPECT_EQ(home.journalled({R"("fault")", masked}), 4);
+    EXPECT_EQ(home.count_in_journal({R"("fault")", masked}), 4);
     for (const auto &[what, text] : shown())
         EXPECT_EQ(text.find(secret), std::string::npos) << what << ": " << text;
 }

@@ -23,8 +23,8 @@ TEST(AgentWire, RefusesMethodsThatAreNewerThanItIs)
               int32(0) + int32(-1))
         << "start_async, since 2.0";
     EXPECT_EQ(client.ask(int32(66) + int32(1)), int32(0) + int32(0)) << "send_presence, since 1.3";
-    EXPECT_EQ(home.journalled({"agent 1.3 does not know this method"}), 2);
-    EXPECT_NE(agent.command("state").find(R"("running":false)"), std::string::npos);
+    EXPECT_EQ(home.count_in_journal({"agent 1.3 does not know this method"}), 2);
+    EXPECT_NE(agent.reply_to("state").find(R"("running":false)"), std::string::npos);
 }
 
 TEST(AgentWire, RefusesIdsThatAreNoMethods)
@@ -35,7 +35,7 @@ TEST(AgentWire, RefusesIdsThatAreNoMethods)
     ASSERT_TRUE(client.connect());
     for (int id : {0, 1, 5, 30, 31, 109, -1, 2147483647, -2147483647 - 1})
         EXPECT_EQ(client.ask(int32(id)), int32(0) + int32(-1)) << id;
-    EXPECT_EQ(home.journalled({"unknown method id"}), 9);
+    EXPECT_EQ(home.count_in_journal({"unknown method id"}), 9);
     EXPECT_EQ(client.ask(int32(4)), int32(0) + int32(0)) << "the link stays in step";
 }
 
@@ -48,9 +48,9 @@ TEST(AgentWire, ClosesTheLinkOnARequestThatItCannotDecode)
         Client client;
         ASSERT_TRUE(client.connect()) << size;
         EXPECT_EQ(client.ask(start.substr(0, size)), "closed") << size;
-        EXPECT_TRUE(run_until([&] { return !client.is_connected(); })) << size;
+        EXPECT_TRUE(run_main_loop_until([&] { return !client.is_connected(); })) << size;
     }
-    EXPECT_EQ(home.journalled({R"("problem")"}), static_cast<int>(start.size()));
+    EXPECT_EQ(home.count_in_journal({R"("problem")"}), static_cast<int>(start.size()));
     Client client;
     ASSERT_TRUE(client.connect());
     EXPECT_EQ(client.ask(start), int32(0) + int32(0));
@@ -66,7 +66,7 @@ TEST(AgentWire, SurvivesCountsAndLengthsThatNothingFollows)
         ASSERT_TRUE(client.connect());
         EXPECT_EQ(client.ask(request), "closed");
     }
-    agent.tell("state");
+    agent.run_command("state");
 }
 
 TEST(AgentWire, TellsEachPeersCallbacksFromTheOthers)
@@ -79,11 +79,11 @@ TEST(AgentWire, TellsEachPeersCallbacksFromTheOthers)
     ASSERT_TRUE(second.connect());
     const Bytes set = int32(6) + int32(1) + int32(1) + Bytes(1, '\0');
     EXPECT_EQ(first.ask(set), int32(0) + int32(0));
-    EXPECT_NE(agent.command("emit status_changed_cb [1]").find(R"("peers":1)"), std::string::npos);
+    EXPECT_NE(agent.reply_to("emit status_changed_cb [1]").find(R"("peers":1)"), std::string::npos);
     EXPECT_EQ(second.ask(set), int32(0) + int32(0));
-    EXPECT_NE(agent.command("emit status_changed_cb [1]").find(R"("peers":2)"), std::string::npos);
+    EXPECT_NE(agent.reply_to("emit status_changed_cb [1]").find(R"("peers":2)"), std::string::npos);
     EXPECT_EQ(first.ask(int32(7)), int32(0) + int32(0));
-    EXPECT_NE(agent.command("emit status_changed_cb [1]").find(R"("peers":1)"), std::string::npos);
+    EXPECT_NE(agent.reply_to("emit status_changed_cb [1]").find(R"("peers":1)"), std::string::npos);
 }
 
 TEST(AgentWire, ServesTwoHundredPeersAtOnce)
@@ -93,7 +93,7 @@ TEST(AgentWire, ServesTwoHundredPeersAtOnce)
     std::list<Client> clients(200);
     for (Client &client : clients)
         client.begin();
-    ASSERT_TRUE(run_until([&] {
+    ASSERT_TRUE(run_main_loop_until([&] {
         for (const Client &client : clients)
             if (!client.is_connected())
                 return false;
@@ -105,7 +105,7 @@ TEST(AgentWire, ServesTwoHundredPeersAtOnce)
         for (Client &client : clients)
             EXPECT_EQ(client.receive(), int32(0) + int32(0));
     }
-    EXPECT_EQ(home.journalled({R"("method":"stop")"}), 600);
+    EXPECT_EQ(home.count_in_journal({R"("method":"stop")"}), 600);
 }
 
 } // namespace

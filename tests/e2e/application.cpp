@@ -5,24 +5,9 @@
 
 namespace kv::test {
 
-bool run_until(const std::function<bool()> &holds, int milliseconds)
-{
-    constexpr unsigned look_again_ms = 2;
-    const gint64 deadline = g_get_monotonic_time() + milliseconds * G_TIME_SPAN_MILLISECOND;
-    const guint tick = g_timeout_add(
-        look_again_ms, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
-    bool held = holds();
-    while (!held && g_get_monotonic_time() < deadline) {
-        g_main_context_iteration(nullptr, true);
-        held = holds();
-    }
-    g_source_remove(tick);
-    return held;
-}
-
 int open_descriptors()
 {
-    g_main_context_default(); // has one of its own as soon as anybody asks for it
+    g_main_context_default(); // opens a descriptor when it is used for the first time
     int count = 0;
     for ([[maybe_unused]] const auto &entry : std::filesystem::directory_iterator{"/proc/self/fd"})
         ++count;
@@ -57,7 +42,7 @@ bool Application::connect()
 
 bool Application::wait_for_changes(std::size_t count)
 {
-    return run_until([&] { return changes.size() >= count; });
+    return run_main_loop_until([&] { return changes.size() >= count; });
 }
 
 int Application::start_async()

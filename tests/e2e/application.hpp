@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/agent_process.hpp"
+#include "testing/support/wait.hpp"
 
 #include <korvane.h>
 
@@ -13,14 +14,10 @@
 
 namespace kv::test {
 
-/// Runs the default main loop until the condition holds; false when it does not within the deadline. Conditions outside
-/// this process are looked at every few milliseconds.
-bool run_until(const std::function<bool()> &holds, int milliseconds = deadline_ms);
-
-/// How many descriptors this process has open, that of the main context included.
+/// The number of open descriptors of this process, including that of the main context.
 int open_descriptors();
 
-/// An application: what it did is what the library told it.
+/// An application that records the callbacks of the library.
 class Application {
 public:
     struct Change {
@@ -37,7 +34,7 @@ public:
 
     int initialize();
     int deinitialize();
-    /// Initialises, and waits until the connection is there.
+    /// Initialises the library and waits until it is connected.
     bool connect();
     bool wait_for_changes(std::size_t count);
 
@@ -45,7 +42,7 @@ public:
     std::vector<Change> changes;
     int io_errors = 0;
     std::vector<int> start_results;
-    /// Called besides, from inside the callback.
+    /// Called from inside the callback after it has been recorded.
     std::function<void(const Change &)> on_change;
     std::function<void()> on_io_error;
     std::function<void(int)> on_start_result;

@@ -68,8 +68,10 @@ protected:
     }
     void expect_broken_link()
     {
-        EXPECT_TRUE(run_until([this] { return application.io_errors == 1 && application.changes.size() == 2; }))
-            << application.io_errors << " notices, " << application.changes.size() << " changes";
+        EXPECT_TRUE(run_main_loop_until([this] {
+            return application.io_errors == 1 && application.changes.size() == 2;
+        })) << application.io_errors
+            << " notices, " << application.changes.size() << " changes";
         EXPECT_EQ(application.changes.back(), disconnected);
         EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_OPERATION_FAILED) << "nothing is connected now";
         EXPECT_EQ(application.io_errors, 1);
@@ -87,7 +89,7 @@ private:
 TEST_F(BrokenAgent, ThatDiesInsteadOfAnsweringIsAnIoErrorAtOnce)
 {
     begin();
-    agent->tell("fault start die");
+    agent->run_command("fault start die");
     EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
     EXPECT_LT(took_ms, reply_timeout_ms);
     EXPECT_EQ(application.io_errors, 0) << "never inside the call";
@@ -100,7 +102,7 @@ TEST_F(BrokenAgent, ThatDiesInTheMiddleOfAReplyIsAnIoErrorAtOnceWhereverThatIs)
     for (int sent = 0; sent < frame_head + 2 * number; ++sent) {
         SCOPED_TRACE(sent);
         begin();
-        agent->tell("fault start half " + std::to_string(sent));
+        agent->run_command("fault start half " + std::to_string(sent));
         EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
         EXPECT_LT(took_ms, reply_timeout_ms);
         expect_broken_link();
@@ -110,7 +112,7 @@ TEST_F(BrokenAgent, ThatDiesInTheMiddleOfAReplyIsAnIoErrorAtOnceWhereverThatIs)
 TEST_F(BrokenAgent, ThatDiesRightAfterAReplyHasAnswered)
 {
     begin();
-    agent->tell("fault start half " + std::to_string(frame_head + 2 * number));
+    agent->run_command("fault start half " + std::to_string(frame_head + 2 * number));
     EXPECT_EQ(start(), KORVANE_ERROR_NONE);
     EXPECT_TRUE(application.wait_for_changes(2));
     EXPECT_EQ(application.changes.back(), disconnected);
@@ -120,17 +122,17 @@ TEST_F(BrokenAgent, ThatDiesRightAfterAReplyHasAnswered)
 TEST_F(BrokenAgent, ThatClosesTheLinkIsAnIoErrorAtOnce)
 {
     begin();
-    agent->tell("fault start close");
+    agent->run_command("fault start close");
     EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
     EXPECT_LT(took_ms, reply_timeout_ms);
     expect_broken_link();
-    agent->tell("state");
+    agent->run_command("state");
 }
 
 TEST_F(BrokenAgent, ThatNeverAnswersIsAnIoErrorAfterTheReplyTimeout)
 {
     begin();
-    agent->tell("fault start silent");
+    agent->run_command("fault start silent");
     EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
     EXPECT_GE(took_ms, reply_timeout_ms - 10);
     EXPECT_LT(took_ms, 4 * reply_timeout_ms);
@@ -140,7 +142,7 @@ TEST_F(BrokenAgent, ThatNeverAnswersIsAnIoErrorAfterTheReplyTimeout)
 TEST_F(BrokenAgent, ThatAnswersInTimeHasAnsweredHoweverLate)
 {
     begin();
-    agent->tell("fault start delay 100");
+    agent->run_command("fault start delay 100");
     EXPECT_EQ(start(), KORVANE_ERROR_NONE);
     EXPECT_GE(took_ms, 90);
 }
@@ -148,7 +150,7 @@ TEST_F(BrokenAgent, ThatAnswersInTimeHasAnsweredHoweverLate)
 TEST_F(BrokenAgent, ThatAnswersTooLateIsAnIoErrorAndItsAnswerIsTakenForNoOther)
 {
     begin();
-    agent->tell("fault start delay " + std::to_string(2 * reply_timeout_ms));
+    agent->run_command("fault start delay " + std::to_string(2 * reply_timeout_ms));
     EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
     expect_broken_link();
 }
@@ -160,11 +162,11 @@ TEST_F(BrokenAgent, WhoseReplyEndsEarlyHasFailedWhereverItEnds)
     begin();
     for (int size = number; size < whole; ++size) {
         SCOPED_TRACE(size);
-        agent->tell("fault get_device_id cut " + std::to_string(size));
+        agent->run_command("fault get_device_id cut " + std::to_string(size));
         EXPECT_EQ(get_device_id(), KORVANE_ERROR_OPERATION_FAILED);
         EXPECT_LT(took_ms, reply_timeout_ms);
     }
-    agent->tell("fault get_device_id cut " + std::to_string(whole));
+    agent->run_command("fault get_device_id cut " + std::to_string(whole));
     EXPECT_EQ(get_device_id(), KORVANE_ERROR_NONE) << "the link has stayed in step";
     EXPECT_EQ(application.io_errors, 0);
 }
@@ -174,7 +176,7 @@ TEST_F(BrokenAgent, WhoseReplyHasNoWholeKindIsWaitedForInVain)
     for (int size = 0; size < number; ++size) {
         SCOPED_TRACE(size);
         begin();
-        agent->tell("fault start cut " + std::to_string(size));
+        agent->run_command("fault start cut " + std::to_string(size));
         EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
         EXPECT_LT(took_ms, 4 * reply_timeout_ms);
         expect_broken_link();
@@ -186,7 +188,7 @@ TEST_F(BrokenAgent, WhoseReplyIsOfAnotherKindIsWaitedForInVain)
     for (int kind : {1, 2, -1, 2147483647}) {
         SCOPED_TRACE(kind);
         begin();
-        agent->tell("fault start kind " + std::to_string(kind));
+        agent->run_command("fault start kind " + std::to_string(kind));
         EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
         EXPECT_LT(took_ms, 4 * reply_timeout_ms);
         expect_broken_link();
@@ -201,7 +203,7 @@ TEST_F(BrokenAgent, ThatAnswersWithAFailureHasItMapped)
                                             {1, KORVANE_ERROR_OPERATION_FAILED},
                                             {-2147483647, KORVANE_ERROR_OPERATION_FAILED}};
     for (const auto &[code, result] : outcomes) {
-        agent->tell("fault start result " + std::to_string(code));
+        agent->run_command("fault start result " + std::to_string(code));
         EXPECT_EQ(start(), result) << code;
     }
     EXPECT_EQ(start(), KORVANE_ERROR_NONE) << "a fault is for one request";
@@ -210,9 +212,9 @@ TEST_F(BrokenAgent, ThatAnswersWithAFailureHasItMapped)
 TEST_F(BrokenAgent, ThatFailsAStartNeverCallsBack)
 {
     begin();
-    agent->tell("fault start_async result -1");
+    agent->run_command("fault start_async result -1");
     EXPECT_EQ(application.start_async(), KORVANE_ERROR_OPERATION_FAILED);
-    EXPECT_NE(agent->command("emit start_async_cb [0]").find(R"("peers":0)"), std::string::npos);
+    EXPECT_NE(agent->reply_to("emit start_async_cb [0]").find(R"("peers":0)"), std::string::npos);
     EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_NONE);
     EXPECT_TRUE(application.start_results.empty());
 }
@@ -229,7 +231,7 @@ TEST_F(BrokenAgent, ThatDiesBetweenCallsIsADisconnection)
 TEST_F(BrokenAgent, CanBeReplacedByOneThatWorks)
 {
     begin();
-    agent->tell("fault start die");
+    agent->run_command("fault start die");
     EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
     expect_broken_link();
     begin();
@@ -249,7 +251,7 @@ TEST_F(BrokenAgent, LeavesTheDisconnectionCallbackFreeToBeginAnew)
         agent = std::make_unique<AgentProcess>(home);
         EXPECT_EQ(application.initialize(), KORVANE_ERROR_NONE);
     };
-    agent->tell("quit");
+    agent->run_command("quit");
     EXPECT_TRUE(application.wait_for_changes(3));
     EXPECT_EQ(application.changes.back(), connected);
     EXPECT_EQ(start(), KORVANE_ERROR_NONE);
@@ -265,16 +267,17 @@ TEST_F(BrokenAgent, LeavesTheIoErrorCallbackFreeToBeginAnew)
         agent = std::make_unique<AgentProcess>(home);
         EXPECT_EQ(application.initialize(), KORVANE_ERROR_NONE);
     };
-    agent->tell("fault start die");
+    agent->run_command("fault start die");
     EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
-    EXPECT_TRUE(run_until([&] { return application.io_errors == 1 && application.changes.back() == connected; }));
+    EXPECT_TRUE(
+        run_main_loop_until([&] { return application.io_errors == 1 && application.changes.back() == connected; }));
     EXPECT_EQ(start(), KORVANE_ERROR_NONE);
 }
 
 TEST_F(BrokenAgent, IsNotHeardOfAfterTheApplicationHasEndedTheSession)
 {
     begin();
-    agent->tell("fault start die");
+    agent->run_command("fault start die");
     EXPECT_EQ(start(), KORVANE_ERROR_IO_ERROR);
     application.deinitialize();
     EXPECT_EQ(agent->wait(), -SIGKILL);

@@ -36,7 +36,7 @@ using Awaited = std::optional<Answer>;
 template <class Answer>
 Answer wait_for(const Awaited<Answer> &answer)
 {
-    run_until([&] { return answer.has_value(); });
+    run_main_loop_until([&] { return answer.has_value(); });
     return answer.value_or(Answer{});
 }
 

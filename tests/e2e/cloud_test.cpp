@@ -20,7 +20,7 @@ class CloudOf : public testing::TestWithParam<const char *> {
 protected:
     void SetUp() override
     {
-        agent.tell("clock stand");
+        agent.run_command("clock stand");
         ASSERT_TRUE(device.connect());
         ASSERT_TRUE(device.listen());
     }
@@ -31,14 +31,14 @@ protected:
     Heard as_heard(Heard wanted) const { return knows(1004) ? wanted : Heard{}; }
     bool hears(const Heard &wanted)
     {
-        const bool heard = run_until([&] { return device.heard.size() >= as_heard(wanted).size(); });
+        const bool heard = run_main_loop_until([&] { return device.heard.size() >= as_heard(wanted).size(); });
         EXPECT_EQ(device.heard, as_heard(wanted));
         device.heard.clear();
         return heard;
     }
     bool state_has(const std::string &part)
     {
-        const std::string state = agent.command("state");
+        const std::string state = agent.reply_to("state");
         EXPECT_NE(state.find(part), std::string::npos) << part << " in " << state;
         return state.find(part) != std::string::npos;
     }
@@ -59,7 +59,7 @@ TEST_P(CloudOf, SignsTheDeviceUpAndIn)
     EXPECT_TRUE(hears({"signed up 1", "signed in 1"}));
     EXPECT_TRUE(state_has(R"("signed_up":true,"signed_in":true,"thing_status":2)"));
     EXPECT_TRUE(state_has(R"("credentials":{"region":"eu","auth_provider":"","access_token":"<secret, 14 bytes>")"));
-    EXPECT_EQ(home.journalled({"very secret"}), 0);
+    EXPECT_EQ(home.count_in_journal({"very secret"}), 0);
     if (!knows(1004))
         return;
     bool signed_up = false;
@@ -82,25 +82,25 @@ TEST_P(CloudOf, RefusesASignUpWithoutAnAccessToken)
 
 TEST_P(CloudOf, LetsASignUpFailAndAnotherTakeItsTime)
 {
-    agent.tell(R"(cloud next-sign-up {"outcome":"fail"})");
+    agent.run_command(R"(cloud next-sign-up {"outcome":"fail"})");
     EXPECT_EQ(device.sign_up(), KORVANE_ERROR_NONE);
     EXPECT_TRUE(hears({"signed up 0"}));
 
-    agent.tell(R"(cloud next-sign-up {"outcome":"succeed","after_ms":5000})");
+    agent.run_command(R"(cloud next-sign-up {"outcome":"succeed","after_ms":5000})");
     EXPECT_EQ(device.sign_up(), KORVANE_ERROR_NONE);
-    agent.tell("clock advance 4999");
+    agent.run_command("clock advance 4999");
     EXPECT_TRUE(state_has(R"("signed_up":false)"));
-    agent.tell("clock advance 1");
+    agent.run_command("clock advance 1");
     EXPECT_TRUE(hears({"signed up 1", "signed in 1"}));
 }
 
 TEST_P(CloudOf, LosesItsSessionAndGetsItBack)
 {
     sign_in();
-    agent.tell(R"(cloud drop-session {"code":-104,"after_ms":3000})");
+    agent.run_command(R"(cloud drop-session {"code":-104,"after_ms":3000})");
     EXPECT_TRUE(hears({"session lost -104", "signed in 0"}));
     EXPECT_TRUE(state_has(R"("signed_in":false,"thing_status":1)"));
-    agent.tell("clock advance 3000");
+    agent.run_command("clock advance 3000");
     EXPECT_TRUE(hears({"signed in 1"}));
     EXPECT_TRUE(state_has(R"("signed_in":true,"thing_status":2)"));
 
@@ -108,7 +108,7 @@ TEST_P(CloudOf, LosesItsSessionAndGetsItBack)
         return;
     EXPECT_EQ(korvane_disconnect_cloud_session(device.handle()), KORVANE_ERROR_NONE);
     EXPECT_TRUE(hears({"session lost 0", "signed in 0"}));
-    agent.tell("cloud restore-session");
+    agent.run_command("cloud restore-session");
     EXPECT_TRUE(hears({"signed in 1"}));
 }
 
@@ -121,7 +121,7 @@ TEST_P(CloudOf, CanBeKeptFromSigningIn)
     sign_in();
     EXPECT_EQ(korvane_disable_signin(device.handle(), true), KORVANE_ERROR_NONE);
     EXPECT_TRUE(hears({"signed in 0"}));
-    EXPECT_NE(agent.command("cloud sign-in").find("disabled signing in"), std::string::npos);
+    EXPECT_NE(agent.reply_to("cloud sign-in").find("disabled signing in"), std::string::npos);
     EXPECT_EQ(korvane_disable_signin(device.handle(), false), KORVANE_ERROR_NONE);
     EXPECT_TRUE(hears({"signed in 1"}));
 }
@@ -138,11 +138,11 @@ TEST_P(CloudOf, KeepsAliveByTheIntervalsThatTheApplicationHasSelected)
     EXPECT_EQ(korvane_set_keepalive_intervals(device.handle(), intervals, 2), KORVANE_ERROR_NONE);
     EXPECT_EQ(korvane_select_keepalive_intervals(device.handle(), selected, 1), KORVANE_ERROR_NONE);
     sign_in();
-    agent.tell("clock advance 86400000");
+    agent.run_command("clock advance 86400000");
     EXPECT_TRUE(hears(Heard(24, "keep-alive 0")));
     EXPECT_TRUE(state_has(R"("intervals":[10,3600],"selected":[1],"interval_s":3600,"result":0,"rounds":24)"));
 
-    agent.tell(R"(cloud keepalive {"result":-110})");
+    agent.run_command(R"(cloud keepalive {"result":-110})");
     EXPECT_EQ(korvane_send_keepalive(device.handle()), KORVANE_ERROR_NONE);
     EXPECT_TRUE(hears({"keep-alive -110"}));
     EXPECT_TRUE(state_has(R"("sent":300,"received":300)")) << "twelve bytes each";
@@ -196,7 +196,7 @@ TEST_P(CloudOf, TellsTheHeaderOfAConnectionThatTheKernelHas)
     std::free(to);
     EXPECT_EQ(korvane_release_tcp_header_info(header), KORVANE_ERROR_NONE);
 
-    agent.tell("cloud drop-session");
+    agent.run_command("cloud drop-session");
     EXPECT_EQ(line_of(hex_port(numbers[1]), hex_port(numbers[2])), "");
 }
 
@@ -209,8 +209,8 @@ TEST_P(CloudOf, KnowsSubDevicesAndBringsTheirList)
     EXPECT_EQ(korvane_register_sub_device(device.handle(), 1, "lamp"), KORVANE_ERROR_NONE);
     EXPECT_EQ(korvane_register_sub_device(device.handle(), 2, "fan"), KORVANE_ERROR_NONE);
     EXPECT_EQ(korvane_unregister_sub_device(device.handle(), 3), KORVANE_ERROR_OPERATION_FAILED);
-    agent.tell("cloud device-list");
-    EXPECT_TRUE(run_until([&] { return !device.device_ids.empty(); }));
+    agent.run_command("cloud device-list");
+    EXPECT_TRUE(run_main_loop_until([&] { return !device.device_ids.empty(); }));
     EXPECT_EQ(device.device_ids, (std::vector<std::string>{"lamp", "fan"}));
 
     int second[] = {2};
@@ -233,7 +233,7 @@ TEST_P(CloudOf, KnowsSubDevicesAndBringsTheirList)
 
 TEST_P(CloudOf, IsInTheGroupOfItsOwner)
 {
-    agent.tell(R"(cloud own {"owner":"ann"})");
+    agent.run_command(R"(cloud own {"owner":"ann"})");
     if (knows(1002)) {
         bool owned = false;
         EXPECT_EQ(korvane_get_device_owned_status(device.handle(), &owned), KORVANE_ERROR_NONE);
@@ -244,19 +244,19 @@ TEST_P(CloudOf, IsInTheGroupOfItsOwner)
     const std::string group = device.group_id();
     EXPECT_TRUE(g_uuid_string_is_valid(group.c_str())) << group;
     EXPECT_EQ(device.group_id(), group);
-    agent.tell("cloud disown");
+    agent.run_command("cloud disown");
     EXPECT_EQ(device.group_id(), "") << "nobody's device is in no group";
 }
 
 TEST_P(CloudOf, GetsACertificateThatCanBeVerified)
 {
     if (!knows(2001)) {
-        EXPECT_NE(agent.command("cloud authority").find("does not know 'authority'"), std::string::npos);
+        EXPECT_NE(agent.reply_to("cloud authority").find("does not know 'authority'"), std::string::npos);
         return;
     }
     const auto made = device.create_certificate("x.d.lamp", request_for(new_key().get()));
     ASSERT_EQ(made.result, 0) << made.text;
-    const std::string authority = device.member(agent.command("cloud authority"), "certificate");
+    const std::string authority = device.member(agent.reply_to("cloud authority"), "certificate");
     const std::string id = device.member(made.text, "certificate_arn");
     EXPECT_TRUE(verifies(device.member(made.text, "certificate"), authority)) << made.text;
 
@@ -278,7 +278,7 @@ TEST_P(CloudOf, GetsATokenThatCanBeVerified)
         EXPECT_EQ(korvane_create_hdr_token_info(device.handle(), unheard, nullptr), KORVANE_ERROR_AGENT_VERSION_LOWER);
         return;
     }
-    const std::string authority = device.member(agent.command("cloud authority"), "certificate");
+    const std::string authority = device.member(agent.reply_to("cloud authority"), "certificate");
     std::vector<CloudDevice::Token> tokens{device.token()};
     if (knows(2003))
         tokens.push_back(device.token(R"({"scope":"diagnose"})"));
@@ -290,7 +290,7 @@ TEST_P(CloudOf, GetsATokenThatCanBeVerified)
         const std::size_t end = token.text.rfind('.');
         ASSERT_NE(end, std::string::npos);
         EXPECT_TRUE(es256_verifies(token.text.substr(0, end), from_base64url(token.text.substr(end + 1)), authority));
-        EXPECT_EQ(home.journalled({token.text}), 0) << "never shown";
+        EXPECT_EQ(home.count_in_journal({token.text}), 0) << "never shown";
     }
     if (knows(2003)) {
         EXPECT_EQ(device.token("no document").result, -22);
@@ -299,7 +299,7 @@ TEST_P(CloudOf, GetsATokenThatCanBeVerified)
 
 TEST_P(CloudOf, IsAskedForDiagnostics)
 {
-    const std::string answer = agent.command(R"(cloud diagnostics {"value":3,"text":"all"})");
+    const std::string answer = agent.reply_to(R"(cloud diagnostics {"value":3,"text":"all"})");
     if (!knows(2002)) {
         EXPECT_NE(answer.find("only 2.2 and newer ones do"), std::string::npos) << answer;
         return;

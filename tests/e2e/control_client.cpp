@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "control_client.hpp"
 
+#include "testing/support/read_file.hpp"
+#include "testing/support/wait.hpp"
+
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 
 #include <arpa/inet.h>
@@ -19,17 +20,16 @@ namespace kv::test {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 template <class Address>
-int connect_to(int family, const Address &address)
+FileDescriptor connect_to(int family, const Address &address)
 {
-    const int fd = ::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0)
-        return fd;
-    ::close(fd);
-    return -1;
+    FileDescriptor socket{::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    if (::connect(socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
+        socket.close();
+    return socket;
 }
+
+constexpr int timeout_ms = static_cast<int>(test_timeout.count());
 
 std::size_t content_length(const std::string &head)
 {
@@ -70,7 +70,7 @@ ControlConnection::ControlConnection(const AgentHome &home)
     address.sun_family = AF_UNIX;
     const std::string path = home.runtime() / "control";
     path.copy(address.sun_path, sizeof address.sun_path - 1);
-    fd_ = connect_to(AF_UNIX, address);
+    socket_ = connect_to(AF_UNIX, address);
 }
 
 ControlConnection::ControlConnection(int port)
@@ -79,23 +79,17 @@ ControlConnection::ControlConnection(int port)
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<std::uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    fd_ = connect_to(AF_INET, address);
+    socket_ = connect_to(AF_INET, address);
     host = "127.0.0.1:" + std::to_string(port);
-}
-
-ControlConnection::~ControlConnection()
-{
-    if (fd_ >= 0)
-        ::close(fd_);
 }
 
 bool ControlConnection::send(std::string_view bytes)
 {
     while (!bytes.empty()) {
-        pollfd wait{fd_, POLLOUT, 0};
-        if (::poll(&wait, 1, deadline_ms) <= 0)
+        pollfd wait{socket_.get(), POLLOUT, 0};
+        if (::poll(&wait, 1, timeout_ms) <= 0)
             return false;
-        const ssize_t count = ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        const ssize_t count = ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         if (count < 0)
             return false;
         bytes.remove_prefix(static_cast<std::size_t>(count));
@@ -103,13 +97,13 @@ bool ControlConnection::send(std::string_view bytes)
     return true;
 }
 
-bool ControlConnection::read_more(int milliseconds)
+bool ControlConnection::read_more()
 {
-    pollfd wait{fd_, POLLIN, 0};
-    if (at_end_ || ::poll(&wait, 1, milliseconds) <= 0)
+    pollfd wait{socket_.get(), POLLIN, 0};
+    if (at_end_ || ::poll(&wait, 1, timeout_ms) <= 0)
         return false;
     char bytes[65536];
-    const ssize_t count = ::read(fd_, bytes, sizeof bytes);
+    const ssize_t count = ::read(socket_.get(), bytes, sizeof bytes);
     at_end_ = count <= 0;
     if (!at_end_)
         received_.append(bytes, static_cast<std::size_t>(count));
@@ -119,17 +113,16 @@ bool ControlConnection::read_more(int milliseconds)
 bool ControlConnection::fill(std::size_t size)
 {
     while (received_.size() < size)
-        if (!read_more(deadline_ms))
+        if (!read_more())
             return false;
     return true;
 }
 
-bool ControlConnection::is_closed_within(int milliseconds)
+bool ControlConnection::wait_for_close()
 {
-    const auto deadline = Clock::now() + std::chrono::milliseconds{milliseconds};
-    while (!at_end_ && Clock::now() < deadline) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-        read_more(static_cast<int>(left));
+    const Deadline deadline{test_timeout};
+    while (!at_end_ && !deadline.has_passed()) {
+        read_more();
         received_.clear();
     }
     return at_end_;
@@ -140,7 +133,7 @@ Response ControlConnection::receive()
     Response response;
     std::size_t end = 0;
     while ((end = received_.find("\r\n\r\n")) == std::string::npos)
-        if (!read_more(deadline_ms)) {
+        if (!read_more()) {
             response.closed = at_end_;
             return response;
         }
@@ -154,22 +147,22 @@ Response ControlConnection::receive()
     return response;
 }
 
-Response ControlConnection::ask(const std::string &method, const std::string &target, const std::string &headers,
-                                const std::string &body)
+Response ControlConnection::request(const std::string &method, const std::string &target, const std::string &headers,
+                                    const std::string &body)
 {
-    std::string request = method + " " + target + " HTTP/1.1\r\nHost: " + host + "\r\n" + authorization + headers;
+    std::string text = method + " " + target + " HTTP/1.1\r\nHost: " + host + "\r\n" + authorization + headers;
     if (!body.empty())
-        request += "Content-Length: " + std::to_string(body.size()) + "\r\n";
-    send(request + "\r\n" + body);
+        text += "Content-Length: " + std::to_string(body.size()) + "\r\n";
+    send(text + "\r\n" + body);
     return receive();
 }
 
 Response ControlConnection::upgrade(const std::string &target, const std::string &headers)
 {
-    return ask("GET", target,
-               "Upgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
-               "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n" +
-                   headers);
+    return request("GET", target,
+                   "Upgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
+                   "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n" +
+                       headers);
 }
 
 Frame ControlConnection::next_frame()
@@ -196,7 +189,7 @@ Frame ControlConnection::next_frame()
 
 void ControlConnection::send_frame(int opcode, const std::string &payload)
 {
-    // A client's frames are masked; with zeros the bytes stay as they are.
+    // The frames of a client are masked. A mask of zeros does not change the bytes.
     const std::size_t size = payload.size();
     std::string frame{static_cast<char>(0x80 | opcode)};
     const int length_bytes = size < 126 ? 0 : size < 65536 ? 2 : 8;
@@ -208,8 +201,7 @@ void ControlConnection::send_frame(int opcode, const std::string &payload)
 
 Document control_file(const AgentHome &home)
 {
-    std::ifstream file{home.runtime() / "control.json"};
-    return Document{{std::istreambuf_iterator<char>{file}, {}}};
+    return Document{read_file(home.runtime() / "control.json")};
 }
 
 } // namespace kv::test

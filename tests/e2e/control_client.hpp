@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/agent_process.hpp"
+#include "testing/support/file_descriptor.hpp"
 
 #include <cjson/cJSON.h>
 
@@ -9,18 +10,17 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
-/// A client of the control API that only knows bytes, so that it can also send what no HTTP library would.
+/// A client of the control API that builds its own requests, so that it can also send malformed ones.
 namespace kv::test {
 
-/// A JSON value that was read. What is not there reads as nothing.
+/// A parsed JSON value.
 class Document {
 public:
     explicit Document(const std::string &text) : value_(cJSON_Parse(text.c_str())) {}
 
     const cJSON *get() const { return value_.get(); }
-    /// The text of the part at a path of member names: a.b.c; empty when there is none.
+    /// The text of the value at a path of member names, such as a.b.c; empty if there is none.
     std::string at(const std::string &path) const;
 
 private:
@@ -32,19 +32,35 @@ private:
 
 std::string text_of(const cJSON *value);
 
+/// Status codes of responses.
+namespace http {
+inline constexpr int switching_protocols = 101;
+inline constexpr int ok = 200;
+inline constexpr int bad_request = 400;
+inline constexpr int unauthorized = 401;
+inline constexpr int forbidden = 403;
+inline constexpr int not_found = 404;
+inline constexpr int method_not_allowed = 405;
+inline constexpr int length_required = 411;
+inline constexpr int content_too_large = 413;
+inline constexpr int misdirected_request = 421;
+inline constexpr int upgrade_required = 426;
+inline constexpr int service_unavailable = 503;
+} // namespace http
+
 struct Response {
-    int status = 0; // 0: none came
+    int status = 0; // 0 if no response arrived
     std::string head{};
     std::string body{};
-    bool closed = false; // instead of it, or before its end
+    bool closed = false; // before the end of the response
 
     std::string at(const std::string &path) const { return Document{body}.at(path); }
     bool has_header(std::string_view line) const { return head.find(std::string{line} + "\r\n") != std::string::npos; }
 };
 
-/// What a WebSocket has brought.
+/// A frame of a WebSocket.
 struct Frame {
-    int opcode = -1; // 1 text, 8 close, 9 ping; -1 when none came
+    int opcode = -1; // 1 text, 8 close, 9 ping, 10 pong; -1 if no frame arrived
     std::string payload{};
 
     int close_code() const;
@@ -54,46 +70,42 @@ class ControlConnection {
 public:
     explicit ControlConnection(const AgentHome &home);
     explicit ControlConnection(int port);
-    ControlConnection(const ControlConnection &) = delete;
-    ControlConnection &operator=(const ControlConnection &) = delete;
-    ControlConnection(ControlConnection &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    ~ControlConnection();
 
-    bool is_open() const { return fd_ >= 0; }
-    /// False when the other side takes no more.
+    bool is_open() const { return socket_.is_open(); }
+    /// Returns false if the agent has closed the connection.
     bool send(std::string_view bytes);
     Response receive();
-    /// Whether the other side closes within that time; what it sends before is thrown away.
-    bool is_closed_within(int milliseconds);
+    /// Waits until the agent closes the connection; discards what it sends before.
+    bool wait_for_close();
 
-    /// Headers end with \r\n each.
-    Response ask(const std::string &method, const std::string &target, const std::string &headers = {},
-                 const std::string &body = {});
-    Response get(const std::string &target) { return ask("GET", target); }
+    /// Sends a request and returns the response. Each header ends with \r\n.
+    Response request(const std::string &method, const std::string &target, const std::string &headers = {},
+                     const std::string &body = {});
+    Response get(const std::string &target) { return request("GET", target); }
     Response post(const std::string &command, const std::string &body = "{}")
     {
-        return ask("POST", "/v1/" + command, {}, body);
+        return request("POST", "/v1/" + command, {}, body);
     }
 
-    /// Asks for a WebSocket; the answer is 101 when it is one from now on.
+    /// Requests a WebSocket. With response 101 the connection is one from then on.
     Response upgrade(const std::string &target, const std::string &headers = {});
     Frame next_frame();
     void send_frame(int opcode, const std::string &payload);
 
-    std::string host = "agent";  // what requests say
-    std::string authorization{}; // a header, or nothing
+    std::string host = "agent";  // the header Host of requests
+    std::string authorization{}; // one more header line, or empty
 
 private:
-    /// At least so many bytes are there; false when they do not come.
+    /// Reads until `size` bytes have been received. Returns false at the end of the connection or on timeout.
     bool fill(std::size_t size);
-    bool read_more(int milliseconds);
+    bool read_more();
 
-    int fd_ = -1;
+    FileDescriptor socket_{};
     bool at_end_ = false;
     std::string received_{};
 };
 
-/// What control.json says.
+/// The content of control.json.
 Document control_file(const AgentHome &home);
 
 } // namespace kv::test

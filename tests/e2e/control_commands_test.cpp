@@ -26,7 +26,7 @@ protected:
     void restore(const std::string &snapshot) { post("restore", R"({"snapshot":)" + snapshot + "}"); }
     bool becomes(const std::string &path, const std::string &value)
     {
-        return run_until([&] { return state(path) == value; });
+        return run_main_loop_until([&] { return state(path) == value; });
     }
 
     AgentHome home;
@@ -122,26 +122,26 @@ TEST_F(Commands, WaitForNobodyWhoHasGone)
             waiting.emplace_back(home);
             ASSERT_TRUE(waiting.back().send(request));
         }
-        ASSERT_TRUE(run_until([&] { return ControlConnection{home}.get("/v1/count").status == 503; }));
+        ASSERT_TRUE(run_main_loop_until([&] { return ControlConnection{home}.get("/v1/count").status == 503; }));
     }
-    EXPECT_TRUE(run_until([&] { return ControlConnection{home}.get("/v1/count").status == 200; }));
+    EXPECT_TRUE(run_main_loop_until([&] { return ControlConnection{home}.get("/v1/count").status == 200; }));
     ControlConnection left{home};
     left.send(request);
-    EXPECT_EQ(agent.command("quit"), R"({"ok":true})");
+    EXPECT_EQ(agent.reply_to("quit"), R"({"ok":true})");
     EXPECT_EQ(agent.wait(), 0) << "one that still waits does not keep the agent";
 }
 
 TEST_F(Commands, WaitInLinesToo)
 {
-    EXPECT_NE(agent.command(R"(wait {"agent":"ready"} 1000 0)").find(R"("entry":{"seq":1,)"), std::string::npos);
-    EXPECT_EQ(agent.command("wait - 10"), "not within 10 ms; nothing was noted");
+    EXPECT_NE(agent.reply_to(R"(wait {"agent":"ready"} 1000 0)").find(R"("entry":{"seq":1,)"), std::string::npos);
+    EXPECT_EQ(agent.reply_to("wait - 10"), "not within 10 ms; nothing was noted");
 }
 
 TEST_F(Commands, AreNotedWhenTheyChangeSomething)
 {
     post("state");
     api.post("emit", R"({"event":"no_such_cb"})");
-    agent.command("clock run");
+    agent.reply_to("clock run");
     const Response response = post("journal", R"({"since":2})");
     EXPECT_EQ(response.at("entries.0.command"), "emit");
     EXPECT_EQ(response.at("entries.0.ok"), "false");
@@ -279,7 +279,7 @@ TEST_F(Commands, MakeItAnotherDevice)
     EXPECT_EQ(application.ask(int32(48) + int32(14) + int32(1) + Bytes(1, '\0')), int32(0) + int32(-1)) << "of 1.3";
 
     post("personality", R"({"name":"under-update"})");
-    EXPECT_TRUE(run_until([&] { return !application.is_connected(); }));
+    EXPECT_TRUE(run_main_loop_until([&] { return !application.is_connected(); }));
     EXPECT_EQ(state("peers"), "[]") << "the control API stays";
     post("update", R"({"step":"complete","value":"2.1"})");
     EXPECT_EQ(state("version"), "2.1");

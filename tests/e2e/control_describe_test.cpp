@@ -123,7 +123,7 @@ TEST_P(Described, EveryEventReachesWhoeverRegisteredForIt)
             const Response response = api.post("emit", R"({"event":")" + name + "\"" + values + "}");
             EXPECT_EQ(response.at("peers"), "1") << name << ": " << response.body;
             const Bytes head = int32(1) + int32(event_ids.at(name)) + int32(sequence) + Bytes(1, '\0');
-            EXPECT_TRUE(run_until([&] {
+            EXPECT_TRUE(run_main_loop_until([&] {
                 for (const Bytes &came : application.events)
                     if (came.substr(0, head.size()) == head)
                         return true;
@@ -152,10 +152,10 @@ TEST_P(Described, EverythingCanStandInAScenario)
     const Response begun = api.post("play", R"({"scenario":{"steps":[)" + steps + "]}}");
     ASSERT_EQ(begun.status, 200) << begun.body;
     const std::string first = std::string{"expect "} + text(list("methods"), "name");
-    EXPECT_TRUE(run_until([&] { return api.get("/v1/state?path=play.step").at("state") == first; }));
+    EXPECT_TRUE(run_main_loop_until([&] { return api.get("/v1/state?path=play.step").at("state") == first; }));
     for (const cJSON *method = list("methods"); method; method = method->next)
         application.ask(request_of(method));
-    EXPECT_TRUE(run_until([&] { return api.get("/v1/state?path=play.running").at("state") == "false"; }));
+    EXPECT_TRUE(run_main_loop_until([&] { return api.get("/v1/state?path=play.running").at("state") == "false"; }));
     EXPECT_EQ(api.get("/v1/state?path=play.problem").at("state"), "");
 }
 

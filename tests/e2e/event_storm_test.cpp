@@ -3,21 +3,17 @@
 // own. Either all of them arrive, in order, or the link is closed and the application is told; nothing is lost in
 // silence, nothing grows without bound, and no timer starves.
 #include "application.hpp"
+#include "testing/support/child_process.hpp"
 
 #include <package_info_write.h>
 #include <rpc_port_stub.h>
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <iterator>
-
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <optional>
 
 using namespace kv::test;
 
@@ -26,7 +22,6 @@ namespace {
 constexpr int storm = 100'000;
 // What the main loop may deliver before it looks at anything else.
 constexpr int most_between_two_ticks = 4096;
-constexpr int patience_ms = 60'000;
 
 #ifdef __SANITIZE_ADDRESS__
 constexpr bool memory_is_measured = false; // freed memory is kept back on purpose
@@ -56,7 +51,7 @@ long memory_of_this_process(const std::string &line_start)
 /// An agent that knows a few methods: reset brings the storm after its reply, stop before it.
 class StormingAgent {
 public:
-    StormingAgent(const std::string &text, int report) : text_(text), report_(report)
+    explicit StormingAgent(std::string text) : text_(std::move(text))
     {
         static const rpc_port_stub_events_t events = {
             nullptr, nullptr, nullptr, [](const rpc_port_stub_peer_t *peer, rpc_port_h port, void *data) {
@@ -115,11 +110,11 @@ private:
             rpc_port_parcel_destroy(event);
         }
         sent.peak_kb = memory_of_this_process("VmHWM:");
-        [[maybe_unused]] const ssize_t told = ::write(report_, &sent, sizeof sent);
+        std::printf("%d %d %ld\n", sent.events, static_cast<int>(sent.cut_off), sent.peak_kb);
+        std::fflush(stdout);
     }
 
-    std::string text_; // of every event, besides its number; none: the event is a number only
-    int report_;
+    std::string text_; // of every event, after its number; empty: the event is a number only
     rpc_port_stub_h stub_ = nullptr;
     int id_ = 0;
     int seq_id_ = 0;
@@ -127,63 +122,37 @@ private:
 
 class EventStorm : public testing::Test {
 protected:
-    ~EventStorm() override
-    {
-        application.deinitialize();
-        if (agent_ > 0) {
-            ::kill(agent_, SIGKILL);
-            ::waitpid(agent_, nullptr, 0);
-        }
-        ::close(report_);
-    }
+    ~EventStorm() override { application.deinitialize(); }
 
-    /// The agent in a process of its own, and the application connected to it.
+    /// Starts the agent as a child process and connects the application to it.
     void begin(const std::string &text = {})
     {
         std::filesystem::create_directories(home.packages());
         ASSERT_EQ(package_info_install("org.korvane.agent", "2.3", nullptr, nullptr, nullptr), 0);
-        int ends[2];
-        ASSERT_EQ(::pipe(ends), 0);
-        const pid_t test = ::getpid();
-        agent_ = ::fork();
-        if (agent_ == 0) {
-            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-            if (::getppid() != test)
-                ::_exit(126);
-            ::dup2(::open(log().c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDERR_FILENO);
-            GMainContext *own = g_main_context_new();
-            g_main_context_push_thread_default(own);
-            StormingAgent agent{text, ends[1]};
-            const char ready = agent.listen() ? 'y' : 'n';
-            if (::write(ends[1], &ready, 1) == 1)
-                for (;;)
-                    g_main_context_iteration(own, true);
-            ::_exit(1);
-        }
-        ::close(ends[1]);
-        report_ = ends[0];
-        char ready = 'n';
-        ASSERT_TRUE(readable() && ::read(report_, &ready, 1) == 1 && ready == 'y');
+        agent_.emplace([text] {
+            GMainContext *context = g_main_context_new();
+            g_main_context_push_thread_default(context);
+            StormingAgent agent{text};
+            std::puts(agent.listen() ? "ready" : "cannot listen");
+            std::fflush(stdout);
+            for (;;)
+                g_main_context_iteration(context, true);
+            return 0;
+        });
+        ASSERT_EQ(agent_->wait_for_line(), "ready");
         ASSERT_TRUE(application.connect());
     }
 
-    std::string log() const { return home.root() / "storm.log"; }
-    bool agent_logged(const std::string &text) const
-    {
-        std::ifstream file{log()};
-        return std::string{std::istreambuf_iterator<char>{file}, {}}.find(text) != std::string::npos;
-    }
+    bool agent_logged(const std::string &text) const { return agent_->error_output().find(text) != std::string::npos; }
 
-    bool readable() const
-    {
-        pollfd wait{report_, POLLIN, 0};
-        return ::poll(&wait, 1, patience_ms) == 1;
-    }
     /// Blocks until the agent has sent all that it could.
     void wait_for_the_agent()
     {
-        ASSERT_TRUE(readable());
-        ASSERT_EQ(::read(report_, &sent, sizeof sent), static_cast<ssize_t>(sizeof sent));
+        const std::optional<std::string> line = agent_->wait_for_line();
+        ASSERT_TRUE(line);
+        int cut_off = 0;
+        ASSERT_EQ(std::sscanf(line->c_str(), "%d %d %ld", &sent.events, &cut_off, &sent.peak_kb), 3) << *line;
+        sent.cut_off = cut_off != 0;
     }
 
     /// The application does not come back from its first event before the agent has sent all of them.
@@ -228,8 +197,7 @@ protected:
     int at_last_tick = 0;
 
 private:
-    pid_t agent_ = -1;
-    int report_ = -1;
+    std::optional<ChildProcess> agent_{};
     guint timer_ = 0;
 };
 
@@ -240,7 +208,7 @@ TEST_F(EventStorm, WhileTheFirstCallbackBlocksArrivesWholeInOrderWithTimersInBet
     const long before_kb = memory_of_this_process("VmHWM:");
     start_ticking();
     ASSERT_EQ(korvane_reset(application.handle), KORVANE_ERROR_NONE);
-    EXPECT_TRUE(run_until([this] { return received == storm; }, patience_ms)) << received << " arrived";
+    EXPECT_TRUE(run_main_loop_until([this] { return received == storm; })) << received << " arrived";
     stop_ticking();
     EXPECT_EQ(sent.events, storm);
     EXPECT_FALSE(sent.cut_off);
@@ -264,7 +232,7 @@ TEST_F(EventStorm, ThatComesBeforeAReplyArrivesWholeInOrderAfterTheCall)
     EXPECT_EQ(received, 0) << "never inside a call";
     wait_for_the_agent();
     EXPECT_FALSE(sent.cut_off);
-    EXPECT_TRUE(run_until([this] { return received == storm; }, patience_ms)) << received << " arrived";
+    EXPECT_TRUE(run_main_loop_until([this] { return received == storm; })) << received << " arrived";
     EXPECT_EQ(out_of_order, 0);
     EXPECT_EQ(application.changes, std::vector{connected});
 }
@@ -279,7 +247,7 @@ TEST_F(EventStorm, ThatOutgrowsTheAgentsQueueEndsTheLinkAndIsToldAfterWhatHadArr
     ASSERT_EQ(korvane_reset(application.handle), KORVANE_ERROR_NONE);
     int received_when_told = -1;
     application.on_change = [&](const Application::Change &) { received_when_told = received; };
-    EXPECT_TRUE(run_until([this] { return application.changes.size() == 2; }, patience_ms));
+    EXPECT_TRUE(run_main_loop_until([this] { return application.changes.size() == 2; }));
     stop_ticking();
     EXPECT_EQ(application.changes, (std::vector{connected, disconnected}));
     EXPECT_TRUE(sent.cut_off);
@@ -304,7 +272,7 @@ TEST_F(EventStorm, ThatEndedTheLinkDoesNotKeepTheApplicationFromBeginningAnew)
     begin(std::string(text_size, 'x'));
     ASSERT_EQ(korvane_set_nick_changed_cb(application.handle, on_nick, this), KORVANE_ERROR_NONE);
     ASSERT_EQ(korvane_reset(application.handle), KORVANE_ERROR_NONE);
-    ASSERT_TRUE(run_until([this] { return application.changes.size() == 2; }, patience_ms));
+    ASSERT_TRUE(run_main_loop_until([this] { return application.changes.size() == 2; }));
     const int of_the_first_link = received;
     ASSERT_EQ(application.deinitialize(), KORVANE_ERROR_NONE);
     EXPECT_TRUE(application.connect());

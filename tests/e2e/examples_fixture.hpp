@@ -3,12 +3,12 @@
 
 #include "application.hpp"
 #include "support/program.hpp"
+#include "testing/support/read_file.hpp"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <fstream>
-#include <sstream>
 
 /// The examples as programs, played against the virtual agent.
 namespace kv::test {
@@ -42,31 +42,26 @@ protected:
         return home.root() / name;
     }
     std::string path(const std::string &name) const { return home.root() / name; }
-    std::string content(const std::string &name) const
-    {
-        std::ifstream stream{home.root() / name};
-        std::ostringstream text;
-        text << stream.rdbuf();
-        return text.str();
-    }
+    std::string content(const std::string &name) const { return read_file(home.root() / name); }
 
     /// Waits until the agent's journal has so many lines with all of the texts.
-    void journal_has(const std::vector<std::string> &texts, int times = 1, const char *at = __builtin_FILE(),
-                     int line = __builtin_LINE()) const
+    void expect_in_journal(const std::vector<std::string> &texts, int times = 1, const char *at = __builtin_FILE(),
+                           int line = __builtin_LINE()) const
     {
-        if (!run_until([&] { return home.journalled(texts) >= times; }) || home.journalled(texts) != times)
-            ADD_FAILURE_AT(at, line) << texts.back() << " is there " << home.journalled(texts) << "x, not " << times
-                                     << " in\n"
+        if (!run_main_loop_until([&] { return home.count_in_journal(texts) >= times; }) ||
+            home.count_in_journal(texts) != times)
+            ADD_FAILURE_AT(at, line) << texts.back() << " is there " << home.count_in_journal(texts) << "x, not "
+                                     << times << " in\n"
                                      << content("agent.log");
     }
-    int requests(const std::string &method) const { return home.journalled({R"("method":")" + method + R"(")"}); }
+    int requests(const std::string &method) const { return home.count_in_journal({R"("method":")" + method + R"(")"}); }
 
     static void stops(Program &program)
     {
         program.signal(SIGTERM);
-        EXPECT_EQ(program.wait(), 0) << program.out();
-        EXPECT_TRUE(program.said("stop: NONE") == 1) << program.out();
-        EXPECT_EQ(program.err(), "");
+        EXPECT_EQ(program.wait(), 0) << program.output();
+        EXPECT_TRUE(program.count_in_output("stop: NONE") == 1) << program.output();
+        EXPECT_EQ(program.error_output(), "");
     }
 
     AgentHome home;

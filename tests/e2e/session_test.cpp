@@ -36,7 +36,7 @@ TEST_P(ASessionWithAgent, StartsTheServiceReadsTheDeviceIdAndStopsIt)
     AgentProcess agent{home, {"--agent-version", GetParam(), "--device-id", "01234567-89ab-4cde-8f01-23456789abcd"}};
     ASSERT_TRUE(application.connect());
     EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_NONE);
-    EXPECT_NE(agent.command("state").find(R"("running":true)"), std::string::npos);
+    EXPECT_NE(agent.reply_to("state").find(R"("running":true)"), std::string::npos);
 
     char *id = nullptr;
     EXPECT_EQ(korvane_get_device_id(application.handle, &id), KORVANE_ERROR_NONE);
@@ -44,14 +44,14 @@ TEST_P(ASessionWithAgent, StartsTheServiceReadsTheDeviceIdAndStopsIt)
     std::free(id);
 
     EXPECT_EQ(korvane_stop(application.handle), KORVANE_ERROR_NONE);
-    EXPECT_NE(agent.command("state").find(R"("running":false)"), std::string::npos);
+    EXPECT_NE(agent.reply_to("state").find(R"("running":false)"), std::string::npos);
     EXPECT_EQ(application.deinitialize(), KORVANE_ERROR_NONE);
     EXPECT_EQ(application.changes, std::vector{connected}) << "an application is not told of what it did itself";
 
-    EXPECT_EQ(home.journalled({R"("method":"start","id":3)", R"("arguments":{"name":"","mode":0,"flags":0})",
-                               R"("answer":{"result":0})"}),
+    EXPECT_EQ(home.count_in_journal({R"("method":"start","id":3)", R"("arguments":{"name":"","mode":0,"flags":0})",
+                                     R"("answer":{"result":0})"}),
               1);
-    EXPECT_EQ(home.journalled({R"("method":"stop")"}), 1);
+    EXPECT_EQ(home.count_in_journal({R"("method":"stop")"}), 1);
 }
 
 TEST_P(ASessionWithAgent, TellsTheApiVersionToAgentsThatKnowTheMethod)
@@ -59,9 +59,9 @@ TEST_P(ASessionWithAgent, TellsTheApiVersionToAgentsThatKnowTheMethod)
     AgentProcess agent{home, {"--agent-version", GetParam()}};
     ASSERT_TRUE(application.connect());
     const bool told = std::string{"1.0"} != GetParam();
-    EXPECT_EQ(home.journalled({"set_api_version", R"({"major":2,"minor":3,"patch":3})"}), told ? 1 : 0);
-    EXPECT_EQ(agent.command("state").find(R"("api_version":"2.3.3")") != std::string::npos, told);
-    EXPECT_EQ(home.journalled({R"("problem")"}), 0) << "nothing is asked that the agent does not know";
+    EXPECT_EQ(home.count_in_journal({"set_api_version", R"({"major":2,"minor":3,"patch":3})"}), told ? 1 : 0);
+    EXPECT_EQ(agent.reply_to("state").find(R"("api_version":"2.3.3")") != std::string::npos, told);
+    EXPECT_EQ(home.count_in_journal({R"("problem")"}), 0) << "nothing is asked that the agent does not know";
 }
 
 TEST_P(ASessionWithAgent, RemembersTheLastThatItWasToldAndShowsNoSecretOfIt)
@@ -72,13 +72,13 @@ TEST_P(ASessionWithAgent, RemembersTheLastThatItWasToldAndShowsNoSecretOfIt)
     ASSERT_EQ(korvane_set_device_property(application.handle, "attic lamp", 3, 4), KORVANE_ERROR_NONE);
     ASSERT_EQ(korvane_set_preconfigured_pin(application.handle, "4711-0815"), KORVANE_ERROR_NONE);
 
-    const std::string state = agent.command("state");
+    const std::string state = agent.reply_to("state");
     EXPECT_NE(state.find(R"("set_device_property":{"device_name":"attic lamp","wifi_mode":3,"wifi_freq":4})"),
               std::string::npos)
         << state;
     EXPECT_NE(state.find(R"("set_preconfigured_pin":{"pin":"<secret, 9 bytes>"})"), std::string::npos) << state;
     EXPECT_EQ(state.find("4711-0815"), std::string::npos) << state;
-    EXPECT_EQ(home.journalled({"4711-0815"}), 0);
+    EXPECT_EQ(home.count_in_journal({"4711-0815"}), 0);
 }
 
 TEST_P(ASessionWithAgent, StartsTheServiceAsynchronouslySinceAgent2)
@@ -90,11 +90,11 @@ TEST_P(ASessionWithAgent, StartsTheServiceAsynchronouslySinceAgent2)
         return;
     }
     EXPECT_EQ(application.start_async(), KORVANE_ERROR_NONE);
-    EXPECT_TRUE(run_until([&] { return !application.start_results.empty(); }));
+    EXPECT_TRUE(run_main_loop_until([&] { return !application.start_results.empty(); }));
     EXPECT_EQ(application.start_results, std::vector{0});
-    EXPECT_NE(agent.command("state").find(R"("running":true)"), std::string::npos);
-    agent.tell("emit start_async_cb [1]"); // reaches nobody: it has been served
-    EXPECT_NE(agent.command("emit start_async_cb [1]").find(R"("peers":0)"), std::string::npos);
+    EXPECT_NE(agent.reply_to("state").find(R"("running":true)"), std::string::npos);
+    agent.run_command("emit start_async_cb [1]"); // reaches nobody: it has been served
+    EXPECT_NE(agent.reply_to("emit start_async_cb [1]").find(R"("peers":0)"), std::string::npos);
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEveryVersion, ASessionWithAgent,
@@ -111,7 +111,7 @@ TEST_F(Session, WithoutAnAgentIsNotSupported)
 
 TEST_F(Session, WithAnAgentThatIsInstalledButCannotBeReachedIsUnavailable)
 {
-    ASSERT_EQ(run_agent({"--install", "--runtime-dir", home.root() / "elsewhere"}).status, 0);
+    ASSERT_EQ(run_agent({"--install", "--runtime-dir", home.root() / "elsewhere"}).exit_status, 0);
     std::filesystem::create_directories(home.packages());
     for (const auto &entry : std::filesystem::directory_iterator{home.packages()})
         std::ofstream{entry.path()} << "[Package]\nVersion=2.3\n"; // nothing that could be started
@@ -126,7 +126,7 @@ TEST_F(Session, IsRefusedByAnAgentThatRefuses)
     ASSERT_TRUE(application.wait_for_changes(1));
     EXPECT_EQ(application.changes, std::vector{refused});
     EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_OPERATION_FAILED);
-    EXPECT_EQ(home.journalled({R"("connection":"refused")"}), 1);
+    EXPECT_EQ(home.count_in_journal({R"("connection":"refused")"}), 1);
 }
 
 TEST_F(Session, IsToldThatTheAgentWaitsToBeUpdated)
@@ -139,33 +139,33 @@ TEST_F(Session, IsToldThatTheAgentWaitsToBeUpdated)
 
 TEST_F(Session, StartsAnAgentOnDemand)
 {
-    ASSERT_EQ(run_agent({"--install", "--agent-version", "2.2", "--log", home.log()}).status, 0);
+    ASSERT_EQ(run_agent({"--install", "--agent-version", "2.2", "--log", home.log()}).exit_status, 0);
     ASSERT_TRUE(application.connect());
     EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_NONE);
-    ASSERT_EQ(home.journalled({R"("agent":"ready","version":"2.2")"}), 1);
+    ASSERT_EQ(home.count_in_journal({R"("agent":"ready","version":"2.2")"}), 1);
 
     const pid_t agent = home.latest_agent();
     ASSERT_GT(agent, 1);
     ASSERT_EQ(::kill(agent, SIGTERM), 0);
     EXPECT_TRUE(application.wait_for_changes(2));
     EXPECT_EQ(application.changes.back(), disconnected);
-    EXPECT_TRUE(run_until([&] { return ::kill(agent, 0) != 0; })) << "it is nobody's zombie";
+    EXPECT_TRUE(run_main_loop_until([&] { return ::kill(agent, 0) != 0; })) << "it is nobody's zombie";
 }
 
 TEST_F(Session, StartsTheVersionToWhichAnAgentWasUpdatedOnDemand)
 {
     {
         AgentProcess agent{home, {"--agent-version", "1.6"}};
-        agent.tell("update complete 2.2");
-        agent.tell("quit");
+        agent.run_command("update complete 2.2");
+        agent.run_command("quit");
         ASSERT_EQ(agent.wait(), 0);
     }
     ASSERT_TRUE(application.connect());
-    EXPECT_EQ(home.journalled({R"("agent":"ready","version":"2.2")"}), 1);
+    EXPECT_EQ(home.count_in_journal({R"("agent":"ready","version":"2.2")"}), 1);
     const pid_t agent = home.latest_agent();
     ASSERT_GT(agent, 1);
     ASSERT_EQ(::kill(agent, SIGTERM), 0);
-    EXPECT_TRUE(run_until([&] { return ::kill(agent, 0) != 0; }));
+    EXPECT_TRUE(run_main_loop_until([&] { return ::kill(agent, 0) != 0; }));
 }
 
 TEST_F(Session, DeliversTheEventsOfTheAgent)
@@ -178,13 +178,13 @@ TEST_F(Session, DeliversTheEventsOfTheAgent)
     };
     ASSERT_EQ(korvane_set_status_changed_cb(application.handle, note, &statuses), KORVANE_ERROR_NONE);
     for (int status = 1; status <= 100; ++status)
-        agent.tell("emit status_changed_cb [" + std::to_string(status) + "]");
-    EXPECT_TRUE(run_until([&] { return statuses.size() == 100; }));
+        agent.run_command("emit status_changed_cb [" + std::to_string(status) + "]");
+    EXPECT_TRUE(run_main_loop_until([&] { return statuses.size() == 100; }));
     for (int status = 1; status <= 100; ++status)
         EXPECT_EQ(statuses[static_cast<std::size_t>(status) - 1], status);
 
     ASSERT_EQ(korvane_unset_status_changed_cb(application.handle), KORVANE_ERROR_NONE);
-    EXPECT_NE(agent.command("emit status_changed_cb [7]").find(R"("peers":0)"), std::string::npos);
+    EXPECT_NE(agent.reply_to("emit status_changed_cb [7]").find(R"("peers":0)"), std::string::npos);
 }
 
 TEST_F(Session, CanBeBegunAgainAndAgain)
@@ -222,7 +222,7 @@ TEST_F(Session, GoesOnWithoutAMessageBus)
     ::setenv("KORVANE_BUS", "unix:path=/nonexistent/bus", 1);
     EXPECT_TRUE(application.connect());
     EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_NONE);
-    EXPECT_NE(agent.command("state").find(R"("running":true)"), std::string::npos);
+    EXPECT_NE(agent.reply_to("state").find(R"("running":true)"), std::string::npos);
     ::unsetenv("KORVANE_BUS");
 }
 
@@ -238,7 +238,7 @@ TEST_F(Session, PassesAnUnreadablePackageFileWhereNoVersionIsNeeded)
 
 TEST_F(Session, FailsWhereTheRuntimeDirectoryCannotBeMade)
 {
-    ASSERT_EQ(run_agent({"--install"}).status, 0);
+    ASSERT_EQ(run_agent({"--install"}).exit_status, 0);
     std::ofstream{home.runtime()} << "a file where the directory should be";
     const int result = application.initialize();
     EXPECT_TRUE(result == KORVANE_ERROR_SERVICE_UNAVAILABLE || result == KORVANE_ERROR_PERMISSION_DENIED ||
@@ -261,7 +261,7 @@ TEST_F(Session, LetsTheConnectionCallbackDoEverything)
             results.push_back(application.initialize());
     };
     ASSERT_EQ(application.initialize(), KORVANE_ERROR_NONE);
-    EXPECT_TRUE(run_until([&] { return rounds == 5; }));
+    EXPECT_TRUE(run_main_loop_until([&] { return rounds == 5; }));
     EXPECT_EQ(results, std::vector(5U * 5U - 1U, static_cast<int>(KORVANE_ERROR_NONE)));
 }
 
@@ -291,7 +291,7 @@ TEST_F(Session, LetsAnEventCallbackEndItAndBeginAnew)
         EXPECT_EQ(self.initialize(), KORVANE_ERROR_NONE);
     };
     ASSERT_EQ(korvane_set_status_changed_cb(application.handle, begin_anew, &application), KORVANE_ERROR_NONE);
-    agent.tell("emit status_changed_cb [1]");
+    agent.run_command("emit status_changed_cb [1]");
     EXPECT_TRUE(application.wait_for_changes(2));
     EXPECT_EQ(application.changes, std::vector(2, connected));
     EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_NONE);

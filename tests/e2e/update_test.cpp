@@ -26,7 +26,7 @@ public:
         EXPECT_EQ(count("org.korvane.ServiceManager.UpdateStatus", heard_, handler_), 0);
         EXPECT_EQ(count(probe, probes_heard_, probe_handler_), 0);
         // The bus learns in the background who listens. The last to be registered is the last it learns of.
-        EXPECT_TRUE(run_until([this] { return event_publish(probe, nullptr) == 0 && probes_heard_ > 0; }));
+        EXPECT_TRUE(run_main_loop_until([this] { return event_publish(probe, nullptr) == 0 && probes_heard_ > 0; }));
     }
     Announcements(const Announcements &) = delete;
     Announcements &operator=(const Announcements &) = delete;
@@ -38,7 +38,7 @@ public:
 
     bool wait_for(int announcements)
     {
-        return run_until([&] { return heard_ >= announcements; });
+        return run_main_loop_until([&] { return heard_ >= announcements; });
     }
 
 private:
@@ -63,11 +63,11 @@ TEST_F(Update, IsSeenAsADisconnectionByUpdateThenAsUnavailabilityThenAsANewAgent
     Announcements announcements;
     EXPECT_EQ(application.start_async(), KORVANE_ERROR_AGENT_VERSION_LOWER);
 
-    agent.tell("update start");
+    agent.run_command("update start");
     ASSERT_TRUE(announcements.wait_for(1));
     EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_NONE) << "an update that has only begun hinders nothing";
 
-    agent.tell("update install");
+    agent.run_command("update install");
     ASSERT_TRUE(announcements.wait_for(2));
     EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     ASSERT_TRUE(application.wait_for_changes(2));
@@ -76,14 +76,14 @@ TEST_F(Update, IsSeenAsADisconnectionByUpdateThenAsUnavailabilityThenAsANewAgent
     korvane_h second = nullptr;
     EXPECT_EQ(korvane_initialize(&second, nullptr, nullptr), KORVANE_ERROR_SERVICE_UNAVAILABLE);
 
-    agent.tell("update complete 2.3");
+    agent.run_command("update complete 2.3");
     ASSERT_TRUE(announcements.wait_for(3));
     EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_OPERATION_FAILED) << "the old link is gone";
     EXPECT_EQ(application.deinitialize(), KORVANE_ERROR_NONE);
     ASSERT_TRUE(application.connect());
     EXPECT_EQ(application.start_async(), KORVANE_ERROR_NONE) << "which an agent 1.6 does not know";
-    EXPECT_TRUE(run_until([&] { return !application.start_results.empty(); }));
-    EXPECT_NE(agent.command("state").find(R"("version":"2.3")"), std::string::npos);
+    EXPECT_TRUE(run_main_loop_until([&] { return !application.start_results.empty(); }));
+    EXPECT_NE(agent.reply_to("state").find(R"("version":"2.3")"), std::string::npos);
 }
 
 TEST_F(Update, ThatFailsLeavesTheOldAgent)
@@ -91,15 +91,15 @@ TEST_F(Update, ThatFailsLeavesTheOldAgent)
     AgentProcess agent{home, {"--agent-version", "2.0"}};
     ASSERT_TRUE(application.connect());
     Announcements announcements;
-    agent.tell("update start");
-    agent.tell("update install");
+    agent.run_command("update start");
+    agent.run_command("update install");
     ASSERT_TRUE(application.wait_for_changes(2));
     EXPECT_EQ(application.changes.back(), disconnected_by_update);
-    agent.tell("update fail -7");
+    agent.run_command("update fail -7");
     ASSERT_TRUE(announcements.wait_for(3));
     EXPECT_EQ(application.deinitialize(), KORVANE_ERROR_NONE);
     ASSERT_TRUE(application.connect());
-    EXPECT_NE(agent.command("state").find(R"("version":"2.0")"), std::string::npos);
+    EXPECT_NE(agent.reply_to("state").find(R"("version":"2.0")"), std::string::npos);
 }
 
 TEST_F(Update, ThatIsWaitedForIsNotMetByAnAgentStartedOnDemand)
@@ -107,24 +107,24 @@ TEST_F(Update, ThatIsWaitedForIsNotMetByAnAgentStartedOnDemand)
     AgentProcess agent{home};
     ASSERT_TRUE(application.connect());
     Announcements announcements;
-    agent.tell("update install");
+    agent.run_command("update install");
     ASSERT_TRUE(application.wait_for_changes(2));
     application.deinitialize();
     EXPECT_EQ(application.initialize(), KORVANE_ERROR_SERVICE_UNAVAILABLE);
-    EXPECT_EQ(home.journalled({R"("agent":"ready")"}), 1);
+    EXPECT_EQ(home.count_in_journal({R"("agent":"ready")"}), 1);
 }
 
 TEST_F(Update, IsAlsoCarriedOutWhenItsEndComesAtOnce)
 {
     AgentProcess agent{home, {"--agent-version", "2.0"}};
     ASSERT_TRUE(application.connect());
-    agent.tell("update install");
-    agent.tell("update complete 2.2");
+    agent.run_command("update install");
+    agent.run_command("update complete 2.2");
     ASSERT_TRUE(application.wait_for_changes(2));
     EXPECT_EQ(application.changes.back().status, KORVANE_CONNECTION_DISCONNECTED);
     application.deinitialize();
     ASSERT_TRUE(application.connect());
-    EXPECT_NE(agent.command("state").find(R"("version":"2.2")"), std::string::npos);
+    EXPECT_NE(agent.reply_to("state").find(R"("version":"2.2")"), std::string::npos);
 }
 
 } // namespace

@@ -16,17 +16,19 @@ TEST_F(Washer, SignsUpOnceItHasJoinedWithTheAccountThatThePhoneBrings)
 {
     AgentProcess agent{home, {"--agent-version", "1.6"}};
     Program program{washer, with({})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell(R"(emit provisioning_vendor_info_cb [1,{"account":{"user_id":"someone","access_token":"s3cret"}}])");
-    program.says("vendor data: ");
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command(
+        R"(emit provisioning_vendor_info_cb [1,{"account":{"user_id":"someone","access_token":"s3cret"}}])");
+    program.wait_for_output("vendor data: ");
     EXPECT_EQ(requests("signup_cloud"), 0);
-    agent.tell(chooses("1.6", "home", "laundry day"));
-    program.says("sign_up_cloud: NONE");
-    journal_has({R"("method":"signup_cloud")", R"("access_token":"<secret, 6 bytes>")", R"("user_id":"someone")"});
-    agent.tell("emit signup_status_changed_cb [true]");
-    program.says("cloud account: signed up");
+    agent.run_command(chooses("1.6", "home", "laundry day"));
+    program.wait_for_output("sign_up_cloud: NONE");
+    expect_in_journal(
+        {R"("method":"signup_cloud")", R"("access_token":"<secret, 6 bytes>")", R"("user_id":"someone")"});
+    agent.run_command("emit signup_status_changed_cb [true]");
+    program.wait_for_output("cloud account: signed up");
     stops(program);
-    EXPECT_EQ(program.said("s3cret"), 0) << "tokens are not printed";
+    EXPECT_EQ(program.count_in_output("s3cret"), 0) << "tokens are not printed";
 }
 
 TEST_P(AWasherWithAgent, SignsUpAtOnceWhereItIsToldTo)
@@ -35,14 +37,14 @@ TEST_P(AWasherWithAgent, SignsUpAtOnceWhereItIsToldTo)
     const std::string account =
         file("account", R"({"region":"EU","user_id":"me","access_token":"s3cret","ci_server":"c"})");
     Program program{washer, with({"--sign-up", "--account", account})};
-    program.says("washer: ready");
-    EXPECT_EQ(program.said("sign_up_cloud: NONE"), 1);
+    program.wait_for_output("washer: ready");
+    EXPECT_EQ(program.count_in_output("sign_up_cloud: NONE"), 1);
     if (version < "2.0")
-        journal_has({R"("method":"signup_cloud")", R"("region":"EU")", R"("user_id":"me")"});
+        expect_in_journal({R"("method":"signup_cloud")", R"("region":"EU")", R"("user_id":"me")"});
     else
-        journal_has({R"("method":"common_interface")",
-                     R"({"region":"EU","access_token":"<secret, 6 bytes>","user_id":"<secret, 2 bytes>",)"
-                     R"("ci_server":"c","common_interface":3})"});
+        expect_in_journal({R"("method":"common_interface")",
+                           R"({"region":"EU","access_token":"<secret, 6 bytes>","user_id":"<secret, 2 bytes>",)"
+                           R"("ci_server":"c","common_interface":3})"});
     stops(program);
 }
 
@@ -50,21 +52,21 @@ TEST_F(Washer, LosesItsSessionAndComesBack)
 {
     AgentProcess agent{home};
     Program program{washer, with({})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell("emit signin_status_changed_cb [true]");
-    program.says("cloud session: signed in");
-    agent.tell("emit tcp_session_disconnected_cb [104]");
-    program.says("cloud session: lost, error 104");
-    agent.tell("emit signin_status_changed_cb [true]");
-    program.says("cloud session: back after ");
-    agent.tell("emit signin_status_changed_cb [false]");
-    program.says("cloud session: signed out");
-    agent.tell(R"(emit cloud_device_list_cb [[{"device_id":"lamp"},{"device_id":"fan"}]])");
-    program.says("cloud devices: 2: lamp, fan");
-    agent.tell(R"(emit diagnostics_cb [3,"log"])");
-    program.says("diagnostics wanted: log (3)");
-    agent.tell("emit keepalive_result_cb [0]");
-    program.says("keep-alive: result 0");
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command("emit signin_status_changed_cb [true]");
+    program.wait_for_output("cloud session: signed in");
+    agent.run_command("emit tcp_session_disconnected_cb [104]");
+    program.wait_for_output("cloud session: lost, error 104");
+    agent.run_command("emit signin_status_changed_cb [true]");
+    program.wait_for_output("cloud session: back after ");
+    agent.run_command("emit signin_status_changed_cb [false]");
+    program.wait_for_output("cloud session: signed out");
+    agent.run_command(R"(emit cloud_device_list_cb [[{"device_id":"lamp"},{"device_id":"fan"}]])");
+    program.wait_for_output("cloud devices: 2: lamp, fan");
+    agent.run_command(R"(emit diagnostics_cb [3,"log"])");
+    program.wait_for_output("diagnostics wanted: log (3)");
+    agent.run_command("emit keepalive_result_cb [0]");
+    program.wait_for_output("keep-alive: result 0");
     stops(program);
     EXPECT_EQ(requests("create_hdr_token_info"), 1) << "once for each connection";
     EXPECT_EQ(requests("create_hdr_certificate"), 1);
@@ -97,12 +99,12 @@ TEST_F(Washer, AsksForACertificateOfAKeyThatItKeeps)
     AgentProcess agent{home};
     for (int start = 1; start <= 2; ++start) {
         Program program{washer, with({"--state", path("state")})};
-        ASSERT_TRUE(program.says("washer: ready"));
-        agent.tell("emit signin_status_changed_cb [true]");
-        program.says(start == 1 ? "certificate: made" : "certificate: found");
-        program.says("token: for ");
+        ASSERT_TRUE(program.wait_for_output("washer: ready"));
+        agent.run_command("emit signin_status_changed_cb [true]");
+        program.wait_for_output(start == 1 ? "certificate: made" : "certificate: found");
+        program.wait_for_output("token: for ");
         stops(program);
-        EXPECT_EQ(program.said("PRIVATE KEY") + program.said("BEGIN CERTIFICATE"), 0);
+        EXPECT_EQ(program.count_in_output("PRIVATE KEY") + program.count_in_output("BEGIN CERTIFICATE"), 0);
     }
     EXPECT_EQ(requests("create_hdr_certificate"), 1);
     EXPECT_EQ(requests("get_hdr_certificate"), 1);
@@ -118,9 +120,9 @@ TEST_F(Washer, SendsTheSigningRequestThatItIsGiven)
     AgentProcess agent{home};
     const Key key = new_key();
     Program program{washer, with({"--state", path("state"), "--csr", file("csr", request_for(key.get()))})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell("emit signin_status_changed_cb [true]");
-    program.says("certificate: made");
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command("emit signin_status_changed_cb [true]");
+    program.wait_for_output("certificate: made");
     stops(program);
     EXPECT_TRUE(is_certified(content("state"), key.get())) << content("state");
     EXPECT_EQ(content("state.key"), "");
@@ -130,9 +132,9 @@ TEST_F(Washer, SaysThatItsSigningRequestIsRefused)
 {
     AgentProcess agent{home};
     Program program{washer, with({"--csr", file("csr", "no request")})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell("emit signin_status_changed_cb [true]");
-    program.says("certificate: refused, the agent's code is -22");
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command("emit signin_status_changed_cb [true]");
+    program.wait_for_output("certificate: refused, the agent's code is -22");
     stops(program);
 }
 
@@ -141,10 +143,10 @@ TEST_F(Washer, NeverReplacesAKeyThatItCannotRead)
     AgentProcess agent{home};
     const std::string key = file("state.key", "no key");
     Program program{washer, with({"--state", path("state")})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell("emit signin_status_changed_cb [true]");
-    program.says("key: " + key + " holds no private key");
-    program.says("signing request: could not be made");
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command("emit signin_status_changed_cb [true]");
+    program.wait_for_output("key: " + key + " holds no private key");
+    program.wait_for_output("signing request: could not be made");
     stops(program);
     EXPECT_EQ(content("state.key"), "no key");
     EXPECT_EQ(requests("create_hdr_certificate"), 0);
@@ -154,7 +156,7 @@ TEST_F(Washer, AnswersTheMakersQuestionAndSaysWhatElseItIsTold)
 {
     AgentProcess agent{home};
     Program program{washer, with({})};
-    ASSERT_TRUE(program.says("washer: ready"));
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
     const std::pair<const char *, const char *> events[] = {
         {"status_changed_cb [3]", "setup status: 3"},
         {R"(ultrasound_pin_generate_cb ["sung-pin",0])", "loudspeaker: plays a PIN of 8 digits"},
@@ -166,13 +168,13 @@ TEST_F(Washer, AnswersTheMakersQuestionAndSaysWhatElseItIsTold)
         {R"(provisioning_get_requested_cb ["all",1])", "vendor data wanted: all (1)"},
     };
     for (const auto &[event, line] : events) {
-        agent.tell(std::string{"emit "} + event);
-        program.says(line);
+        agent.run_command(std::string{"emit "} + event);
+        program.wait_for_output(line);
     }
-    journal_has({R"("method":"set_provisioning_vendor_info")",
-                 R"({\"model\":\"WM-7\",\"firmware\":\"4.1.2\",\"joined\":false})"},
-                2); // at the start, and when asked
-    EXPECT_EQ(program.said("sung-pin"), 0);
+    expect_in_journal({R"("method":"set_provisioning_vendor_info")",
+                       R"({\"model\":\"WM-7\",\"firmware\":\"4.1.2\",\"joined\":false})"},
+                      2); // at the start, and when asked
+    EXPECT_EQ(program.count_in_output("sung-pin"), 0);
     stops(program);
 }
 

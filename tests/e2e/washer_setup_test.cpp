@@ -17,10 +17,11 @@ TEST_P(AWasherWithAgent, FollowsEveryEventThatTheAgentHas)
                                                {"2.1", 22}, {"2.2", 23}, {"2.3", 23}};
     AgentProcess agent{home, {"--agent-version", version}};
     Program program{washer, with({})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    EXPECT_EQ(home.journalled({R"("method":"set_)", "_cb", R"("result":0)"}), events.at(version));
-    EXPECT_EQ(program.said("_cb: AGENT_VERSION_LOWER, this agent is too old for it"), 23 - events.at(version));
-    EXPECT_EQ(home.journalled({R"("problem")"}), 0) << "nothing is asked that the agent does not know";
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    EXPECT_EQ(home.count_in_journal({R"("method":"set_)", "_cb", R"("result":0)"}), events.at(version));
+    EXPECT_EQ(program.count_in_output("_cb: AGENT_VERSION_LOWER, this agent is too old for it"),
+              23 - events.at(version));
+    EXPECT_EQ(home.count_in_journal({R"("problem")"}), 0) << "nothing is asked that the agent does not know";
     EXPECT_EQ(requests("set_language_list"), version < "1.3" ? 0 : 1);
     EXPECT_EQ(requests("set_platform_info"), version == "1.1" ? 1 : 0);
     EXPECT_EQ(requests("set_device_property"), version < "2.2" ? 1 : 0);
@@ -33,18 +34,20 @@ TEST_P(AWasherWithAgent, JoinsWithTheRightPasswordAfterAWrongOne)
 {
     AgentProcess agent{home, {"--agent-version", version}};
     Program program{washer, with({})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell(chooses(version, "home", "not the laundry day"));
-    program.says("join: failed: the password is wrong");
-    agent.tell(chooses(version, "elsewhere", "laundry day"));
-    program.says("join: failed: there is no such network");
-    agent.tell(chooses(version, "home", "laundry day"));
-    program.says("join: joined home on channel 6"); // the stronger of two
-    EXPECT_EQ(home.journalled({"set_wifi_connection_error_code", R"({"error_code":2})"}), version < "1.3" ? 0 : 1);
-    EXPECT_EQ(home.journalled({"set_wifi_connection_error_code", R"({"error_code":1})"}), version < "1.3" ? 0 : 1);
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command(chooses(version, "home", "not the laundry day"));
+    program.wait_for_output("join: failed: the password is wrong");
+    agent.run_command(chooses(version, "elsewhere", "laundry day"));
+    program.wait_for_output("join: failed: there is no such network");
+    agent.run_command(chooses(version, "home", "laundry day"));
+    program.wait_for_output("join: joined home on channel 6"); // the stronger of two
+    EXPECT_EQ(home.count_in_journal({"set_wifi_connection_error_code", R"({"error_code":2})"}),
+              version < "1.3" ? 0 : 1);
+    EXPECT_EQ(home.count_in_journal({"set_wifi_connection_error_code", R"({"error_code":1})"}),
+              version < "1.3" ? 0 : 1);
     EXPECT_EQ(requests("set_wifi_connection_error_code"), version < "1.3" ? 0 : 2);
     stops(program);
-    EXPECT_EQ(program.said("laundry day"), 0) << "passwords are not printed";
+    EXPECT_EQ(program.count_in_output("laundry day"), 0) << "passwords are not printed";
 }
 
 TEST_P(AWasherWithAgent, AnswersAScanWithWhatTheRadioReceivesAtThatMoment)
@@ -55,27 +58,27 @@ TEST_P(AWasherWithAgent, AnswersAScanWithWhatTheRadioReceivesAtThatMoment)
         {"ssid":"attic","bssid":"02:00:00:00:00:09","authtype":4,"enctype":3,"channel":1,"signal_level":-40,
          "max_rate":54,"frequency":2412}])");
     Program program{washer, with({"--radio", radio})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell("emit scan_ap_cb [7]");
-    ASSERT_TRUE(program.says("send_ap_list: NONE"));
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command("emit scan_ap_cb [7]");
+    ASSERT_TRUE(program.wait_for_output("send_ap_list: NONE"));
     file("radio", R"([{"ssid":"left"}])");
-    agent.tell("emit scan_ap_cb [8]");
-    ASSERT_TRUE(program.says("send_ap_list: NONE", 2));
+    agent.run_command("emit scan_ap_cb [8]");
+    ASSERT_TRUE(program.wait_for_output("send_ap_list: NONE", 2));
 
     if (version == "2.3") {
-        journal_has({R"("method":"common_interface")",
-                     R"({"ap_list_array":[{"ssid":"attic","bssid":"02:00:00:00:00:09","authtype":4,"enctype":3,)"
-                     R"("channel":1,"signal_level":-40,"max_rate":54,"frequency":2412},)"
-                     R"({"ssid":"weak","authtype":0,"enctype":0,"channel":0,"signal_level":-80,"max_rate":0,)"
-                     R"("frequency":0}],"common_interface":6,"req_id":7})"});
-        journal_has({R"("method":"common_interface")",
-                     R"({"ap_list_array":[{"ssid":"left","authtype":0,"enctype":0,"channel":0,"signal_level":0,)"
-                     R"("max_rate":0,"frequency":0}],"common_interface":6,"req_id":8})"});
+        expect_in_journal({R"("method":"common_interface")",
+                           R"({"ap_list_array":[{"ssid":"attic","bssid":"02:00:00:00:00:09","authtype":4,"enctype":3,)"
+                           R"("channel":1,"signal_level":-40,"max_rate":54,"frequency":2412},)"
+                           R"({"ssid":"weak","authtype":0,"enctype":0,"channel":0,"signal_level":-80,"max_rate":0,)"
+                           R"("frequency":0}],"common_interface":6,"req_id":7})"});
+        expect_in_journal({R"("method":"common_interface")",
+                           R"({"ap_list_array":[{"ssid":"left","authtype":0,"enctype":0,"channel":0,"signal_level":0,)"
+                           R"("max_rate":0,"frequency":0}],"common_interface":6,"req_id":8})"});
     } else {
         const std::string rest =
             R"("channel":1,"bssid":"02:00:00:00:00:09","signal_level":-40,"max_rate":54},{"ssid":"weak")";
-        journal_has({R"("method":"send_ap_list")", R"("req_id":7,"ap_list":[{"ssid":"attic")", rest});
-        journal_has({R"("method":"send_ap_list")", R"("req_id":8,"ap_list":[{"ssid":"left")"});
+        expect_in_journal({R"("method":"send_ap_list")", R"("req_id":7,"ap_list":[{"ssid":"attic")", rest});
+        expect_in_journal({R"("method":"send_ap_list")", R"("req_id":8,"ap_list":[{"ssid":"left")"});
     }
     stops(program);
 }
@@ -84,20 +87,20 @@ TEST_P(AWasherWithAgent, ShowsThePinAndKeepsWhatThePhoneTells)
 {
     AgentProcess agent{home, {"--agent-version", version}};
     Program program{washer, with({"--state", path("state")})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell("emit user_confirm_cb");
-    program.says("user confirm: the user says yes");
-    agent.tell(R"(emit pin_generate_cb ["12345678",0])");
-    program.says("display: PIN 12345678");
-    agent.tell("emit pin_display_close_cb");
-    program.says("display: dark");
-    agent.tell(R"(emit device_provisioning_cb [{"language":"de-DE","country":"AT","rmd":"phone-1"}])");
-    program.says("provisioning: taken");
-    agent.tell("emit softap_stop_cb");
-    program.says("soft access point: stopped");
-    EXPECT_EQ(program.said("registering phone: phone-1"), version < "1.1" ? 0 : 1);
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command("emit user_confirm_cb");
+    program.wait_for_output("user confirm: the user says yes");
+    agent.run_command(R"(emit pin_generate_cb ["12345678",0])");
+    program.wait_for_output("display: PIN 12345678");
+    agent.run_command("emit pin_display_close_cb");
+    program.wait_for_output("display: dark");
+    agent.run_command(R"(emit device_provisioning_cb [{"language":"de-DE","country":"AT","rmd":"phone-1"}])");
+    program.wait_for_output("provisioning: taken");
+    agent.run_command("emit softap_stop_cb");
+    program.wait_for_output("soft access point: stopped");
+    EXPECT_EQ(program.count_in_output("registering phone: phone-1"), version < "1.1" ? 0 : 1);
     EXPECT_EQ(content("state"), "[washer]\nlanguage=de-DE\ncountry=AT\n");
-    EXPECT_EQ(home.journalled({"send_user_confirm", R"({"confirm":true})"}), 1);
+    EXPECT_EQ(home.count_in_journal({"send_user_confirm", R"({"confirm":true})"}), 1);
     stops(program);
 }
 
@@ -105,12 +108,12 @@ TEST_F(Washer, ChangesOnlyToLanguagesThatItSpeaks)
 {
     AgentProcess agent{home};
     Program program{washer, with({"--state", path("state")})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell(R"(emit provisioning_language_cb [4,"bcp47","fr-FR"])");
-    agent.tell(R"(emit provisioning_language_cb [5,"bcp47","tlh"])");
-    program.says("send_provisioning_language_setting_result: NONE", 2);
-    journal_has({"send_provisioning_language_setting_result", R"({"req_id":4,"result":true})"});
-    journal_has({"send_provisioning_language_setting_result", R"({"req_id":5,"result":false})"});
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command(R"(emit provisioning_language_cb [4,"bcp47","fr-FR"])");
+    agent.run_command(R"(emit provisioning_language_cb [5,"bcp47","tlh"])");
+    program.wait_for_output("send_provisioning_language_setting_result: NONE", 2);
+    expect_in_journal({"send_provisioning_language_setting_result", R"({"req_id":4,"result":true})"});
+    expect_in_journal({"send_provisioning_language_setting_result", R"({"req_id":5,"result":false})"});
     EXPECT_EQ(content("state"), "[washer]\nlanguage=fr-FR\n");
     stops(program);
 }
@@ -119,12 +122,12 @@ TEST_F(Washer, RefusesForItsUser)
 {
     AgentProcess agent{home};
     Program program{washer, with({"--refuse-confirm"})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell("emit user_confirm_cb");
-    agent.tell("emit reset_confirm_cb");
-    program.says("the user says no", 2);
-    journal_has({R"("method":"send_user_confirm")", R"({"confirm":false})"});
-    journal_has({R"("method":"send_reset_confirm")", R"({"confirm":false})"});
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command("emit user_confirm_cb");
+    agent.run_command("emit reset_confirm_cb");
+    program.wait_for_output("the user says no", 2);
+    expect_in_journal({R"("method":"send_user_confirm")", R"({"confirm":false})"});
+    expect_in_journal({R"("method":"send_reset_confirm")", R"({"confirm":false})"});
     stops(program);
 }
 
@@ -133,12 +136,12 @@ TEST_F(Washer, ForgetsItsUserWhenItIsReset)
     AgentProcess agent{home};
     file("state", "[washer]\nlanguage=de-DE\nnick name=Cellar\n");
     Program program{washer, with({"--state", path("state")})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell("emit reset_result_cb [false]");
-    program.says("reset: did not happen");
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command("emit reset_result_cb [false]");
+    program.wait_for_output("reset: did not happen");
     EXPECT_NE(content("state").find("Cellar"), std::string::npos);
-    agent.tell("emit reset_result_cb [true]");
-    program.says("reset: done");
+    agent.run_command("emit reset_result_cb [true]");
+    program.wait_for_output("reset: done");
     EXPECT_EQ(content("state").find("Cellar"), std::string::npos);
     stops(program);
 }
@@ -148,10 +151,10 @@ TEST_F(Washer, GoesByTheNameThatItWasGivenAlsoAfterItsNextStart)
     AgentProcess agent{home};
     for (const std::string name : {"Washer", "C\xc3\xa4llar"}) {
         Program program{washer, with({"--state", path("state")})};
-        ASSERT_TRUE(program.says("washer: ready"));
-        journal_has({R"("method":"set_device_profile")", R"(\"nick\":\")" + name + R"(\")"});
-        agent.tell("emit nick_changed_cb [0,\"C\xc3\xa4llar\"]");
-        program.says("nick name: C\xc3\xa4llar (device 0)");
+        ASSERT_TRUE(program.wait_for_output("washer: ready"));
+        expect_in_journal({R"("method":"set_device_profile")", R"(\"nick\":\")" + name + R"(\")"});
+        agent.run_command("emit nick_changed_cb [0,\"C\xc3\xa4llar\"]");
+        program.wait_for_output("nick name: C\xc3\xa4llar (device 0)");
         stops(program);
     }
 }
@@ -160,9 +163,9 @@ TEST_F(Washer, KeepsToOneLineWhateverItIsTold)
 {
     AgentProcess agent{home};
     Program program{washer, with({})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell("emit nick_changed_cb [0,\"a\\nb\\u001b[31m\xff\"]");
-    program.says(R"(nick name: a\x0ab\x1b[31m\xff (device 0))");
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command("emit nick_changed_cb [0,\"a\\nb\\u001b[31m\xff\"]");
+    program.wait_for_output(R"(nick name: a\x0ab\x1b[31m\xff (device 0))");
     stops(program);
 }
 
@@ -178,16 +181,16 @@ TEST_F(Washer, TakesNetworkNamesAsTheBytesThatTheyAre)
     }
     const std::string radio = file("radio", R"([{"ssid_hex":")" + hex + R"(","channel":9},{"ssid_hex":"610062"}])");
     Program program{washer, with({"--radio", radio})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell("emit scan_ap_cb [1]");
-    program.says("scan: 2 access points, 1 with a name that can be told");
-    program.says("send_ap_list: NONE");
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command("emit scan_ap_cb [1]");
+    program.wait_for_output("scan: 2 access points, 1 with a name that can be sent");
+    program.wait_for_output("send_ap_list: NONE");
     const std::string in_json{"\xff\\u0001\\\"\\\\\\u001b\xc3 32 bytes, no UTF-8 text!\x80"};
     // The journal shows bytes that are no text as replacement characters.
     const std::string shown{"\xef\xbf\xbd\\u0001\\\"\\\\\\u001b\xef\xbf\xbd 32 bytes, no UTF-8 text!\xef\xbf\xbd"};
-    journal_has({"send_ap_list", R"([{"ssid":")" + shown + R"(",)"});
-    agent.tell(R"(emit wifi_ap_provisioning_cb [{"ssid":")" + in_json + R"("}])");
-    program.says(R"(join: joined \xff\x01"\\x1b\xc3 32 bytes, no UTF-8 text!\x80 on channel 9)");
+    expect_in_journal({"send_ap_list", R"([{"ssid":")" + shown + R"(",)"});
+    agent.run_command(R"(emit wifi_ap_provisioning_cb [{"ssid":")" + in_json + R"("}])");
+    program.wait_for_output(R"(join: joined \xff\x01"\\x1b\xc3 32 bytes, no UTF-8 text!\x80 on channel 9)");
     stops(program);
 }
 
@@ -195,25 +198,25 @@ TEST_F(Washer, SaysThatThereIsNothingToTellOfAnEmptyScan)
 {
     AgentProcess agent{home};
     Program program{washer, with({"--radio", file("radio", "[]")})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell("emit scan_ap_cb [1]");
-    program.says("send_ap_list: left out");
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command("emit scan_ap_cb [1]");
+    program.wait_for_output("send_ap_list: left out");
     file("radio", "[{]");
-    agent.tell("emit scan_ap_cb [2]");
-    program.says("radio: " + path("radio") + ": it is no JSON array of access points");
+    agent.run_command("emit scan_ap_cb [2]");
+    program.wait_for_output("radio: " + path("radio") + ": not a JSON array of access points");
     stops(program);
-    EXPECT_EQ(home.journalled({R"("ap_list")"}), 0);
+    EXPECT_EQ(home.count_in_journal({R"("ap_list")"}), 0);
 }
 
 TEST_F(Washer, FindsTheAccessPointWhoseAddressThePhoneGives)
 {
     AgentProcess agent{home};
     Program program{washer, with({})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell(R"(emit wifi_ap_prov_with_candidates_cb [{"ap_ssid":"home","ap_pwd":"laundry day",)"
-               R"("ap_bssid":"02:00:00:00:00:02","ap_candidates":"[{},{}]"}])");
-    program.says("candidates: 2");
-    program.says("join: joined home on channel 44");
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command(R"(emit wifi_ap_prov_with_candidates_cb [{"ap_ssid":"home","ap_pwd":"laundry day",)"
+                      R"("ap_bssid":"02:00:00:00:00:02","ap_candidates":"[{},{}]"}])");
+    program.wait_for_output("candidates: 2");
+    program.wait_for_output("join: joined home on channel 44");
     stops(program);
 }
 
@@ -221,11 +224,11 @@ TEST_F(Washer, TellsThatTheChoiceCannotBeRead)
 {
     AgentProcess agent{home};
     Program program{washer, with({})};
-    ASSERT_TRUE(program.says("washer: ready"));
-    agent.tell(R"(emit wifi_ap_prov_with_candidates_cb ["{"])");
-    agent.tell(R"(emit wifi_ap_prov_with_candidates_cb [{"ap_ssid":17}])");
-    program.says("join: failed: the phone's choice cannot be read", 2);
-    journal_has({"set_wifi_connection_error_code", R"({"error_code":3})"}, 2);
+    ASSERT_TRUE(program.wait_for_output("washer: ready"));
+    agent.run_command(R"(emit wifi_ap_prov_with_candidates_cb ["{"])");
+    agent.run_command(R"(emit wifi_ap_prov_with_candidates_cb [{"ap_ssid":17}])");
+    program.wait_for_output("join: failed: the phone's choice cannot be read", 2);
+    expect_in_journal({"set_wifi_connection_error_code", R"({"error_code":3})"}, 2);
     stops(program);
 }
 

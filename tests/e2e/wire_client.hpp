@@ -46,7 +46,7 @@ public:
     bool connect()
     {
         begin();
-        return run_until([this] { return is_connected(); });
+        return run_main_loop_until([this] { return is_connected(); });
     }
 
     bool send(const Bytes &payload)

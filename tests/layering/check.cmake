@@ -23,8 +23,19 @@ set(may_use_testing include/)
 # An application sees the public header and nothing more.
 set(may_use_examples include/)
 
-# An include names a header of its own folder, or the path from the root, or a public header.
-set(search . platform/include include)
+# A test may include any part of the tree and the shared helpers, but nothing of the tests in another folder.
+file(GLOB test_folders RELATIVE "${ROOT}" "${ROOT}/tests/*")
+list(REMOVE_ITEM test_folders tests/layering) # its trees of examples are wrong on purpose
+foreach(folder IN LISTS test_folders)
+    list(APPEND layers ${folder})
+    set(may_use_${folder} common/ src/ platform/ agent/ testing/ tools/ kits/ bindings/ include/ tests/support/)
+endforeach()
+# The matrices use the fixture of the conformance tests, and the tests of the header use the table of the matrices.
+list(APPEND may_use_tests/matrix tests/conformance/)
+list(APPEND may_use_tests/header tests/conformance/ tests/matrix/)
+
+# An include names a header of its own folder, or the path from the root or from tests/, or a public header.
+set(search . tests platform/include include)
 
 set(breaches 0)
 set(files_read 0)
@@ -67,6 +78,8 @@ foreach(layer IN LISTS layers)
             find_included("${name}" "${own_folder}" "${layer}")
             if(found)
                 may_include("${layer}" "${found}")
+            elseif(name MATCHES "^[a-z_]+\\.inc$")
+                set(allowed TRUE) # the build writes these
             else()
                 # A quoted name that leads nowhere cannot be judged; one in angle brackets is the system's.
                 string(COMPARE EQUAL "${quote}" "<" allowed)

@@ -2,88 +2,78 @@
 #include "agent_process.hpp"
 
 #include "program.hpp"
+#include "testing/support/read_file.hpp"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
+#include <sstream>
 #include <stdexcept>
-#include <thread>
-
-#include <sys/wait.h>
 
 namespace kv::test {
 
 namespace {
 
-/// The agent that a journal's line says was ready; -1 for other lines.
-pid_t agent_of(const std::string &line)
+/// The process id in an entry that reports an agent as ready; -1 in other entries.
+pid_t agent_of(const std::string &entry)
 {
     const std::string member = R"("pid":)";
-    const std::size_t at = line.find(member);
-    return at == std::string::npos ? -1 : std::atoi(line.c_str() + at + member.size());
+    const std::size_t at = entry.find(member);
+    return at == std::string::npos ? -1 : std::atoi(entry.c_str() + at + member.size());
 }
 
-/// Whether the process is an agent that was started with this place in its arguments.
-bool is_agent_of(pid_t pid, const std::filesystem::path &place)
+/// Whether the process has a path below the directory among its arguments. The id of an agent that has ended may belong
+/// to another process by now.
+bool has_argument_below(pid_t pid, const std::filesystem::path &directory)
 {
-    std::ifstream file{"/proc/" + std::to_string(pid) + "/cmdline"};
-    const std::string arguments{std::istreambuf_iterator<char>{file}, {}};
-    return arguments.find(place.string() + "/") != std::string::npos;
+    const std::string arguments = read_file("/proc/" + std::to_string(pid) + "/cmdline");
+    return arguments.find(directory.string() + "/") != std::string::npos;
 }
 
 } // namespace
 
 AgentHome::AgentHome()
 {
-    std::string pattern = std::filesystem::temp_directory_path() / "korvane-test-XXXXXX";
-    if (!::mkdtemp(pattern.data()))
-        throw std::runtime_error{"no temporary directory"};
-    root_ = pattern;
     ::setenv("KORVANE_PACKAGE_DIR", packages().c_str(), 1);
     ::setenv("KORVANE_RUNTIME_DIR", runtime().c_str(), 1);
 }
 
 AgentHome::~AgentHome()
 {
-    // Agents that were started on demand are nobody's children: one that a failed test has left behind ends here.
-    for (const std::string &line : journal())
-        if (const pid_t pid = agent_of(line); pid > 0 && is_agent_of(pid, root_))
+    // An agent that the platform started on demand is not a child of this process.
+    for (const std::string &entry : journal())
+        if (const pid_t pid = agent_of(entry); pid > 0 && has_argument_below(pid, root()))
             ::kill(pid, SIGKILL);
     ::unsetenv("KORVANE_PACKAGE_DIR");
     ::unsetenv("KORVANE_RUNTIME_DIR");
-    std::error_code ignored;
-    std::filesystem::remove_all(root_, ignored);
 }
 
 std::vector<std::string> AgentHome::journal() const
 {
-    std::vector<std::string> lines;
-    std::ifstream file{log()};
-    for (std::string line; std::getline(file, line);)
-        lines.push_back(line);
-    return lines;
+    std::vector<std::string> entries;
+    std::istringstream lines{read_file(log())};
+    for (std::string line; std::getline(lines, line);)
+        entries.push_back(line);
+    return entries;
 }
 
-int AgentHome::journalled(const std::vector<std::string> &texts) const
+int AgentHome::count_in_journal(const std::vector<std::string> &texts) const
 {
-    int count = 0;
-    for (const std::string &line : journal()) {
-        bool all = true;
-        for (const std::string &text : texts)
-            all = all && line.find(text) != std::string::npos;
-        count += all ? 1 : 0;
-    }
-    return count;
+    const std::vector<std::string> entries = journal();
+    const auto contains_all = [&](const std::string &entry) {
+        return std::all_of(texts.begin(), texts.end(),
+                           [&](const std::string &text) { return entry.find(text) != std::string::npos; });
+    };
+    return static_cast<int>(std::count_if(entries.begin(), entries.end(), contains_all));
 }
 
 pid_t AgentHome::latest_agent() const
 {
     pid_t latest = -1;
-    for (const std::string &line : journal())
-        if (const pid_t pid = agent_of(line); pid > 0)
+    for (const std::string &entry : journal())
+        if (const pid_t pid = agent_of(entry); pid > 0)
             latest = pid;
     return latest;
 }
@@ -97,21 +87,21 @@ AgentProcess::AgentProcess(const AgentHome &home, const std::vector<std::string>
     agent_.emplace(korvane_test_options{nullptr, KORVANE_AGENT_PATH, words.data(), home.root().c_str()});
 }
 
-std::string AgentProcess::command(const std::string &line)
+std::string AgentProcess::reply_to(const std::string &command)
 {
     try {
-        return agent_->ask(line);
-    } catch (const std::runtime_error &refusal) {
-        return refusal.what();
+        return agent_->ask(command);
+    } catch (const std::runtime_error &failure) {
+        return failure.what();
     }
 }
 
-void AgentProcess::tell(const std::string &line, const char *file, int at)
+void AgentProcess::run_command(const std::string &command, const char *file, int line)
 {
     try {
-        agent_->tell(line);
-    } catch (const std::runtime_error &refusal) {
-        ADD_FAILURE_AT(file, at) << line << ": " << refusal.what();
+        agent_->tell(command);
+    } catch (const std::runtime_error &failure) {
+        ADD_FAILURE_AT(file, line) << command << ": " << failure.what();
     }
 }
 
@@ -122,26 +112,17 @@ void AgentProcess::signal(int number) const
 
 int AgentProcess::wait() const
 {
-    siginfo_t end{};
-    const auto has_ended = [&] {
-        return ::waitid(P_PID, static_cast<id_t>(pid()), &end, WEXITED | WNOHANG | WNOWAIT) == 0 && end.si_pid != 0;
-    };
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds{deadline_ms};
-    while (!has_ended()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            ADD_FAILURE() << "the agent does not end";
-            return -1;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds{2});
-    }
-    return end.si_code == CLD_EXITED ? end.si_status : -end.si_status;
+    const std::optional<int> status = wait_for_exit(pid());
+    if (!status)
+        ADD_FAILURE() << "the agent does not end";
+    return status.value_or(-1);
 }
 
-Finished run_agent(const std::vector<std::string> &arguments)
+ProgramResult run_agent(const std::vector<std::string> &arguments)
 {
     Program agent{KORVANE_AGENT_PATH, arguments};
     const int status = agent.wait();
-    return {status, agent.out(), agent.err()};
+    return {status, agent.output(), agent.error_output()};
 }
 
 } // namespace kv::test

@@ -1,45 +1,36 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "testing/support/child_process.hpp"
+
 #include <string>
 #include <vector>
 
-#include <sys/types.h>
-
-/// Programs whose lines a test reads while they run.
 namespace kv::test {
 
-/// One program. It dies with the object, and with the test.
+/// A program whose output a test reads while it runs. A wait that fails is a failure of the test, at the caller's line.
 class Program {
 public:
-    Program(std::string path, std::vector<std::string> arguments);
-    Program(const Program &) = delete;
-    Program &operator=(const Program &) = delete;
-    ~Program();
+    explicit Program(const std::string &path, const std::vector<std::string> &arguments = {});
 
-    /// Waits until its output contains the text so many times; false, failing the test, when it ends or the deadline
-    /// passes before.
-    bool says(const std::string &text, int times = 1, const char *file = __builtin_FILE(), int at = __builtin_LINE());
-    /// How often its output so far contains the text.
-    int said(const std::string &text) const;
+    pid_t pid() const { return process_.pid(); }
+    void signal(int number) const { process_.signal(number); }
 
-    pid_t pid() const { return pid_; }
-    void signal(int number) const;
-    /// Waits for its end and says how that came: the exit status, or minus the signal's number.
-    int wait(const char *file = __builtin_FILE(), int at = __builtin_LINE());
+    /// Waits until the output contains the text so many times. Returns false if it does not before the program ends or
+    /// the test times out.
+    bool wait_for_output(const std::string &text, int times = 1, const char *file = __builtin_FILE(),
+                         int line = __builtin_LINE());
+    int count_in_output(const std::string &text) const { return process_.count_in_output(text); }
 
-    /// All it has written that was read so far; complete after wait().
-    const std::string &out() const { return out_; }
-    const std::string &err() const { return err_; }
+    /// Waits for the end of the program. Returns the exit status, or minus the number of a signal.
+    int wait(const char *file = __builtin_FILE(), int line = __builtin_LINE());
+
+    /// What has been read so far; complete after wait().
+    const std::string &output() const { return process_.output(); }
+    const std::string &error_output() const { return process_.error_output(); }
 
 private:
-    bool read_some(int milliseconds);
-
-    pid_t pid_ = -1;
-    int out_fd_ = -1;
-    int err_fd_ = -1;
-    std::string out_;
-    std::string err_;
+    ChildProcess process_;
 };
 
 } // namespace kv::test

@@ -221,17 +221,17 @@ void Run::tell(const std::string &entry) const
         out_.line(entry_in_words(facts), facts);
 }
 
+/// A line that the agent has printed: what it reports, as JSON.
 void Run::agent_said(const std::string &line)
 {
-    const std::string failure = "failed: ";
-    if (line.find(" ready, process ") != std::string::npos && !started_) {
+    const Json report = parsed(line);
+    if (!report.is_object())
+        return;
+    if (report.value("agent", "") == "ready" && !started_) {
         start_application();
-    } else if (line == "played well") {
+    } else if (report.contains("scenario")) {
         played_ = true;
-        end_soon("");
-    } else if (line.rfind(failure, 0) == 0) {
-        played_ = true;
-        end_soon(line.substr(failure.size()));
+        end_soon(report.value("problem", ""));
     }
 }
 

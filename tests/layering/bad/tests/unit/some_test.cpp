@@ -1,0 +1,3 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "e2e/application.hpp"
+#include "src/korvane/handle.hpp"

@@ -204,7 +204,6 @@ void Connection::serve()
     const SoupServerWebsocketCallback streamed = [](SoupServer *, SoupServerMessage *message, const char *,
                                                     SoupWebsocketConnection *stream, gpointer data) {
         auto *self = static_cast<Connection *>(data);
-        g_socket_set_timeout(self->socket_.get(), 0); // nothing may happen for long
         if (const unsigned watch = std::exchange(self->end_watch_, 0); watch != 0)
             g_source_remove(watch); // which it has of its own
         self->answerer_.begin_stream(message, stream);
@@ -252,6 +251,11 @@ void Connection::check(SoupServerMessage *message, const char *path, GHashTable 
         refusal = bad_stream(path, query);
     if (refusal)
         refuse(message, *refusal, expects_body(headers));
+    else if (std::strcmp(path, stream_path) == 0 && !expects_body(headers) &&
+             soup_message_headers_header_contains(headers, "Upgrade", "websocket"))
+        // The client of a stream may be silent for hours. The stream begins to read, with the timeout of that moment,
+        // before its handler is called, so the timeout ends here.
+        g_socket_set_timeout(socket_.get(), 0);
 }
 
 /// Nothing that stands behind the request is read any more. The server would read its body first, so with one it has to

@@ -94,14 +94,16 @@ void set_up_child(pid_t parent, const StandardStreams &streams)
 pid_t start_program(char **words, char **environment, const StandardStreams &streams, volatile int &error)
 {
     sigset_t all;
+    sigset_t none;
     sigset_t previous;
     ::sigfillset(&all);
+    ::sigemptyset(&none);
     ::pthread_sigmask(SIG_SETMASK, &all, &previous);
     const pid_t parent = ::getpid();
     const pid_t child = ::vfork();
     if (child == 0) {
         set_up_child(parent, streams);
-        ::sigprocmask(SIG_SETMASK, &previous, nullptr);
+        ::sigprocmask(SIG_SETMASK, &none, nullptr);
         ::execvpe(words[0], words, environment);
         error = errno;
         ::_exit(127);

@@ -30,7 +30,7 @@ struct Command {
 /// does not outlive a test that crashes or is killed. What it starts itself is not covered: see descendants.hpp.
 class ChildProcess {
 public:
-    /// Throws std::system_error if the program cannot be started.
+    /// Starts a program, with no signal blocked. Throws std::system_error if it cannot be started.
     explicit ChildProcess(const Command &command);
     /// Runs a function in a copy of this process. Its result is the exit status; destructors of the copied objects and
     /// functions registered with atexit() do not run. Throws std::system_error if there is no process.

@@ -1,14 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
-# With the arguments of check_exports.cmake and -D WORK=<folder>: spoils the list, the header and the version script in
-# turn, a name too many and a name too few, and expects each to be found by name.
+# Takes the arguments of check_exports.cmake and -D WORK=<folder>. Adds a name to the list, the header and the version script
+# in turn, or removes one, and checks that check_exports.cmake reports each name.
 
 cmake_minimum_required(VERSION 3.25)
 
-# expect_noticed(<what> <spoilt text> <line that must appear>): what is LIST, HEADER or VERSION_SCRIPT.
-function(expect_noticed what text line)
+# expect_report(<file> <changed text> <line>): <file> is LIST, HEADER or VERSION_SCRIPT; <line> must be reported.
+function(expect_report changed text line)
     set(files LIST HEADER VERSION_SCRIPT LIBRARY)
-    file(WRITE "${WORK}/spoilt" "${text}")
-    set(${what} "${WORK}/spoilt")
+    file(WRITE "${WORK}/changed" "${text}")
+    set(${changed} "${WORK}/changed")
     foreach(file IN LISTS files)
         list(APPEND arguments -D "${file}=${${file}}")
     endforeach()
@@ -18,7 +18,7 @@ function(expect_noticed what text line)
         OUTPUT_VARIABLE output ERROR_QUIET RESULT_VARIABLE status)
     string(FIND "${output}" "-- ${line}\n" at)
     if(status EQUAL 0 OR at EQUAL -1)
-        message(SEND_ERROR "spoilt ${what}: expected '${line}', got status ${status} and\n${output}")
+        message(SEND_ERROR "changed ${changed}: expected '${line}', got status ${status} and\n${output}")
     endif()
 endfunction()
 
@@ -27,20 +27,20 @@ file(READ "${HEADER}" header)
 file(READ "${VERSION_SCRIPT}" script)
 
 string(REPLACE "korvane_stop\n" "" text "${list}")
-expect_noticed(LIST "${text}" "korvane_stop: in the header, but not promised")
-expect_noticed(LIST "${text}" "korvane_stop: in the version script, but not promised")
-expect_noticed(LIST "${text}" "korvane_stop: in the library, but not promised")
-expect_noticed(LIST "${list}korvane_sleep\n" "korvane_sleep: promised, but not in the header")
-expect_noticed(LIST "${list}korvane_sleep\n" "korvane_sleep: promised, but not in the version script")
-expect_noticed(LIST "${list}korvane_sleep\n" "korvane_sleep: promised, but not in the library")
+expect_report(LIST "${text}" "korvane_stop: in the header, but not listed")
+expect_report(LIST "${text}" "korvane_stop: in the version script, but not listed")
+expect_report(LIST "${text}" "korvane_stop: in the library, but not listed")
+expect_report(LIST "${list}korvane_sleep\n" "korvane_sleep: listed, but not in the header")
+expect_report(LIST "${list}korvane_sleep\n" "korvane_sleep: listed, but not in the version script")
+expect_report(LIST "${list}korvane_sleep\n" "korvane_sleep: listed, but not in the library")
 
 string(REPLACE "KORVANE_API int korvane_stop(" "int korvane_stop(" text "${header}")
-expect_noticed(HEADER "${text}" "korvane_stop: promised, but not in the header")
-expect_noticed(HEADER "${header}KORVANE_API int other_sleep(void);" "other_sleep: in the header, but not promised")
-expect_noticed(HEADER "${header}int korvane_sleep(void);"
-    "korvane_sleep: in the header's declarations, but not promised")
+expect_report(HEADER "${text}" "korvane_stop: listed, but not in the header")
+expect_report(HEADER "${header}KORVANE_API int other_sleep(void);" "other_sleep: in the header, but not listed")
+expect_report(HEADER "${header}int korvane_sleep(void);"
+    "korvane_sleep: in the header's declarations, but not listed")
 
 string(REPLACE "korvane_stop;" "" text "${script}")
-expect_noticed(VERSION_SCRIPT "${text}" "korvane_stop: promised, but not in the version script")
+expect_report(VERSION_SCRIPT "${text}" "korvane_stop: listed, but not in the version script")
 string(REPLACE "korvane_stop;" "korvane_stop; korvane_*;" text "${script}")
-expect_noticed(VERSION_SCRIPT "${text}" "korvane_*: in the version script, but not promised")
+expect_report(VERSION_SCRIPT "${text}" "korvane_*: in the version script, but not listed")

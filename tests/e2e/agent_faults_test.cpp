@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What each fault puts on the link, byte by byte, seen by a client that has a socket and nothing of the platform.
+// The bytes that each fault sends, read by a client that uses a socket and nothing of the platform.
 #include "support/agent_process.hpp"
 #include "testing/support/file_descriptor.hpp"
 #include "testing/support/wait.hpp"
@@ -21,7 +21,7 @@ namespace {
 using Bytes = std::string;
 using Clock = std::chrono::steady_clock;
 
-constexpr int at_once_ms = 100; // within which nothing comes that is not to come
+constexpr int silence_ms = 100; // without a byte for this long, no further reply is assumed to follow
 
 Bytes int32(int value)
 {
@@ -36,7 +36,7 @@ Bytes text(const Bytes &value)
     return int32(static_cast<int>(value.size())) + value;
 }
 
-/// Payloads cross behind their length.
+/// A payload with its length in front.
 Bytes frame(const Bytes &payload)
 {
     return text(payload);
@@ -44,7 +44,7 @@ Bytes frame(const Bytes &payload)
 
 class Link {
 public:
-    /// The link says which it is, which token ties it to the other, and whose it is.
+    /// Connects and sends the handshake: which link it is, the token that both links share, the name of the client.
     Link(const AgentHome &home, char which)
     {
         sockaddr_un address{};
@@ -59,7 +59,7 @@ public:
     {
         EXPECT_EQ(::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
     }
-    /// So many bytes, or fewer when the link ends before or nothing more comes in that time.
+    /// Returns `size` bytes, or fewer if the link ends before or nothing arrives within the timeout.
     Bytes receive(std::size_t size, int timeout_ms = static_cast<int>(test_timeout.count()))
     {
         Bytes received;
@@ -74,7 +74,7 @@ public:
         }
         return received;
     }
-    /// Whether it ends, and nothing stands before the end.
+    /// Whether the link ends before another byte arrives.
     bool ends() { return receive(1).empty() && ended_; }
 
 private:
@@ -89,9 +89,10 @@ public:
         EXPECT_EQ(main_.receive(16), frame("VKPR" + int32(1) + int32(0)));
     }
     Link &main() { return main_; }
-    Link &ask()
+    /// Sends a request of get_device_id, which has no arguments. Returns the link for its reply.
+    Link &request()
     {
-        main_.send(frame(int32(28))); // get_device_id, which takes nothing
+        main_.send(frame(int32(28)));
         return main_;
     }
 
@@ -107,104 +108,104 @@ protected:
     RawClient client{home};
 
     const Bytes payload = int32(0) + text("device-1") + int32(0);
-    const Bytes answer = frame(payload);
+    const Bytes reply = frame(payload);
 
-    /// The link is in step: the next request gets the next answer, whole, and nothing else.
-    void goes_on()
+    /// Checks that the next request gets its complete reply, and no other byte follows.
+    void expect_complete_reply()
     {
-        EXPECT_EQ(client.ask().receive(answer.size()), answer);
-        EXPECT_EQ(client.main().receive(1, at_once_ms), "");
+        EXPECT_EQ(client.request().receive(reply.size()), reply);
+        EXPECT_EQ(client.main().receive(1, silence_ms), "");
     }
 };
 
-TEST_F(AgentFaults, NoneIsTheWholeAnswer)
+TEST_F(AgentFaults, WithoutAFaultTheReplyIsComplete)
 {
-    goes_on();
+    expect_complete_reply();
 }
 
-TEST_F(AgentFaults, ResultIsThatResultAndNothingElse)
+TEST_F(AgentFaults, ResultReplacesTheResultOfOneReply)
 {
     agent.run_command("fault get_device_id result -5");
     const Bytes refusal = frame(int32(0) + text("") + int32(-5));
-    EXPECT_EQ(client.ask().receive(refusal.size()), refusal);
-    goes_on();
+    EXPECT_EQ(client.request().receive(refusal.size()), refusal);
+    expect_complete_reply();
 }
 
-TEST_F(AgentFaults, KindIsAnotherFirstNumber)
+TEST_F(AgentFaults, KindReplacesTheFirstNumber)
 {
     agent.run_command("fault get_device_id kind 7");
-    EXPECT_EQ(client.ask().receive(answer.size()), frame(int32(7) + payload.substr(4)));
-    goes_on();
+    EXPECT_EQ(client.request().receive(reply.size()), frame(int32(7) + payload.substr(4)));
+    expect_complete_reply();
 }
 
-TEST_F(AgentFaults, CutIsAShorterFrame)
+TEST_F(AgentFaults, CutShortensTheFrame)
 {
     for (std::size_t size = 0; size <= payload.size(); ++size) {
         agent.run_command("fault get_device_id cut " + std::to_string(size));
-        EXPECT_EQ(client.ask().receive(4 + size), frame(payload.substr(0, size))) << size;
+        EXPECT_EQ(client.request().receive(4 + size), frame(payload.substr(0, size))) << size;
     }
     agent.run_command("fault get_device_id cut 1000");
-    goes_on();
+    expect_complete_reply();
 }
 
-TEST_F(AgentFaults, HalfIsTheBeginningOfTheFrameAndThenAnAgentThatDied)
+TEST_F(AgentFaults, HalfSendsPartOfTheFrameAndKillsTheAgent)
 {
     agent.run_command("fault get_device_id half 9");
-    EXPECT_EQ(client.ask().receive(9), answer.substr(0, 9));
+    EXPECT_EQ(client.request().receive(9), reply.substr(0, 9));
     EXPECT_TRUE(client.main().ends());
     EXPECT_EQ(agent.wait(), -SIGKILL);
 }
 
-TEST_F(AgentFaults, DieIsNoByteOfAnAnswer)
+TEST_F(AgentFaults, DieKillsTheAgentBeforeTheReply)
 {
     agent.run_command("fault get_device_id die");
-    EXPECT_TRUE(client.ask().ends());
+    EXPECT_TRUE(client.request().ends());
     EXPECT_EQ(agent.wait(), -SIGKILL);
 }
 
-TEST_F(AgentFaults, CloseEndsTheLinkOnly)
+TEST_F(AgentFaults, CloseClosesOnlyTheLink)
 {
     agent.run_command("fault get_device_id close");
-    EXPECT_TRUE(client.ask().ends());
+    EXPECT_TRUE(client.request().ends());
     RawClient other{home};
-    EXPECT_EQ(other.ask().receive(answer.size()), answer);
+    EXPECT_EQ(other.request().receive(reply.size()), reply);
 }
 
-TEST_F(AgentFaults, SilentIsNoAnswerToThatRequest)
+TEST_F(AgentFaults, SilentSuppressesOneReply)
 {
     agent.run_command("fault get_device_id silent");
-    EXPECT_EQ(client.ask().receive(1, at_once_ms), "");
-    goes_on();
+    EXPECT_EQ(client.request().receive(1, silence_ms), "");
+    expect_complete_reply();
 }
 
-TEST_F(AgentFaults, DelayIsTheSameAnswerLater)
+TEST_F(AgentFaults, DelaySendsTheReplyLater)
 {
     agent.run_command("fault get_device_id delay 150");
-    const auto asked = Clock::now();
-    EXPECT_EQ(client.ask().receive(answer.size()), answer);
-    EXPECT_GE(Clock::now() - asked, std::chrono::milliseconds{149});
-    goes_on();
+    const auto sent = Clock::now();
+    EXPECT_EQ(client.request().receive(reply.size()), reply);
+    EXPECT_GE(Clock::now() - sent, std::chrono::milliseconds{149});
+    expect_complete_reply();
 }
 
-TEST_F(AgentFaults, GarbageIsARandomFrameOfThatSize)
+TEST_F(AgentFaults, GarbageSendsARandomFrameOfTheSize)
 {
     agent.run_command("fault get_device_id garbage 64 2");
-    const Bytes first = client.ask().receive(68);
-    const Bytes second = client.ask().receive(68);
+    const Bytes first = client.request().receive(68);
+    const Bytes second = client.request().receive(68);
     EXPECT_EQ(first.size(), 68U);
     EXPECT_EQ(first.substr(0, 4), int32(64));
     EXPECT_EQ(second.substr(0, 4), int32(64));
     EXPECT_NE(first, second);
-    goes_on();
+    expect_complete_reply();
 }
 
-TEST_F(AgentFaults, ComeAsOftenAsTheyAreToldToAndForEveryMethod)
+TEST_F(AgentFaults, RepeatForEveryMethodAsOftenAsRequested)
 {
     agent.run_command("fault all kind 3 2");
-    EXPECT_EQ(client.ask().receive(answer.size()), frame(int32(3) + payload.substr(4)));
+    EXPECT_EQ(client.request().receive(reply.size()), frame(int32(3) + payload.substr(4)));
     client.main().send(frame(int32(4))); // stop
     EXPECT_EQ(client.main().receive(12), frame(int32(3) + int32(0)));
-    goes_on();
+    expect_complete_reply();
 }
 
 } // namespace

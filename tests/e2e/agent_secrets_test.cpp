@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Whatever passes through the virtual agent, its journal, its words and its answers to commands show no secret.
+// The journal of the virtual agent, its verbose output and its replies to commands show no secret.
 #include "application.hpp"
 #include "testing/support/read_file.hpp"
 
@@ -19,28 +19,28 @@ const std::string masked = "<secret, 14 bytes>";
 constexpr int ok = KORVANE_ERROR_NONE;
 constexpr auto ignore = [](auto...) {};
 
-/// Where this process and what it starts write their errors, instead of the test's own.
-class CaughtErrors {
+/// Redirects standard error of this process, and of processes that it starts, to a file.
+class RedirectedErrors {
 public:
-    explicit CaughtErrors(std::string path) : path_(std::move(path)), before_(::dup(STDERR_FILENO))
+    explicit RedirectedErrors(std::string path) : path_(std::move(path)), previous_(::dup(STDERR_FILENO))
     {
         const int file = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
         ::dup2(file, STDERR_FILENO);
         ::close(file);
     }
-    CaughtErrors(const CaughtErrors &) = delete;
-    CaughtErrors &operator=(const CaughtErrors &) = delete;
-    ~CaughtErrors()
+    RedirectedErrors(const RedirectedErrors &) = delete;
+    RedirectedErrors &operator=(const RedirectedErrors &) = delete;
+    ~RedirectedErrors()
     {
-        ::dup2(before_, STDERR_FILENO);
-        ::close(before_);
+        ::dup2(previous_, STDERR_FILENO);
+        ::close(previous_);
     }
 
     std::string text() const { return read_file(path_); }
 
 private:
     std::string path_;
-    int before_;
+    int previous_;
 };
 
 int number_of(const std::string &version)
@@ -70,128 +70,150 @@ int set_terms(korvane_h handle, const char *text)
     return result;
 }
 
-/// A request that brings a secret.
-struct Told {
-    const char *method;
-    int minimum_version;
-    int (*tell)(korvane_h handle, const char *text);
+/// A request with a secret argument.
+struct SecretRequest {
+    const char *method; // empty: one of two, depending on the version
+    int min_version;
+    int (*send)(korvane_h handle, const char *text);
 };
 
-const Told told[] = {
-    {"set_preconfigured_pin", 1000, korvane_set_preconfigured_pin},
-    {"set_random_pin", 1004, korvane_set_random_pin},
-    {"set_sso_list", 1003, korvane_set_sso_list},
-    {"", 1000, sign_up_with<korvane_cloudinfo_set_access_token>}, // of one method or the other
-    {"", 1000, sign_up_with<korvane_cloudinfo_set_refresh_token>},
-    {"set_tnc_data", 1003, set_terms},
-    {"common_interface", 2000,
-     [](korvane_h h, const char *text) {
-         return korvane_send_custom_push_msg(h, (std::string("\"") + text + "\"").c_str());
-     }},
-    {"create_hdr_certificate", 2001,
-     [](korvane_h h, const char *text) { return korvane_create_hdr_certificate(h, "lamp", text, ignore, nullptr); }},
-    {"create_hdr_token_info_custom", 2003,
-     [](korvane_h h, const char *text) { return korvane_create_hdr_token_info_custom(h, text, ignore, nullptr); }},
+const SecretRequest secret_requests[] = {
+    {.method = "set_preconfigured_pin", .min_version = 1000, .send = korvane_set_preconfigured_pin},
+    {.method = "set_random_pin", .min_version = 1004, .send = korvane_set_random_pin},
+    {.method = "set_sso_list", .min_version = 1003, .send = korvane_set_sso_list},
+    {.method = "", .min_version = 1000, .send = sign_up_with<korvane_cloudinfo_set_access_token>},
+    {.method = "", .min_version = 1000, .send = sign_up_with<korvane_cloudinfo_set_refresh_token>},
+    {.method = "set_tnc_data", .min_version = 1003, .send = set_terms},
+    {.method = "common_interface",
+     .min_version = 2000,
+     .send =
+         [](korvane_h h, const char *text) {
+             return korvane_send_custom_push_msg(h, (std::string("\"") + text + "\"").c_str());
+         }},
+    {.method = "create_hdr_certificate",
+     .min_version = 2001,
+     .send = [](korvane_h h,
+                const char *text) { return korvane_create_hdr_certificate(h, "lamp", text, ignore, nullptr); }},
+    {.method = "create_hdr_token_info_custom",
+     .min_version = 2003,
+     .send = [](korvane_h h,
+                const char *text) { return korvane_create_hdr_token_info_custom(h, text, ignore, nullptr); }},
 };
 
-/// An event that brings a secret; "@" stands for it.
-struct Emitted {
+/// An event with a secret value.
+struct SecretEvent {
     const char *event;
-    int minimum_version;
-    int below_version;
-    int (*listen)(korvane_h handle, int *heard);
-    const char *values;
+    int min_version;
+    int end_version = 9999; // the first version that does not send it
+    int (*listen)(korvane_h handle, int *received);
+    const char *values; // "@" is replaced by the secret
 };
-
-constexpr int any_later = 9999;
 
 template <class... Values>
-void hear(korvane_h, Values..., void *heard)
+void count(korvane_h, Values..., void *received)
 {
-    ++*static_cast<int *>(heard);
+    ++*static_cast<int *>(received);
 }
 
-int listen_for_ap(korvane_h h, int *heard)
+int listen_for_ap(korvane_h h, int *received)
 {
-    return korvane_set_wifi_ap_provisioning_cb(h, hear<korvane_ap_info_h>, heard);
+    return korvane_set_wifi_ap_provisioning_cb(h, count<korvane_ap_info_h>, received);
 }
 
-const Emitted emitted[] = {
-    {"pin_generate_cb", 1000, any_later,
-     [](korvane_h h, int *heard) { return korvane_set_pin_cb(h, hear<const char *, int>, ignore, heard); },
-     R"(["@",1])"},
-    {"ultrasound_pin_generate_cb", 1001, any_later,
-     [](korvane_h h, int *heard) { return korvane_set_ultrasound_pin_cb(h, hear<const char *, int>, ignore, heard); },
-     R"(["@",1])"},
-    {"wifi_ap_provisioning_cb", 1000, 1003, listen_for_ap, R"([{"ssid":"home","pwd":"@"}])"},
-    {"wifi_ap_prov_with_candidates_cb", 1003, any_later, listen_for_ap, R"([{"ap_ssid":"home","ap_pwd":"@"}])"},
-    {"tnc_result_cb", 1003, any_later,
-     [](korvane_h h, int *heard) { return korvane_set_tnc_result_cb(h, hear<const char *>, heard); }, R"(["@"])"},
-    {"diagnostics_cb", 2002, any_later,
-     [](korvane_h h, int *heard) { return korvane_set_diagnostics_cb(h, hear<int, const char *>, heard); },
-     R"([1,"@"])"},
+const SecretEvent secret_events[] = {
+    {.event = "pin_generate_cb",
+     .min_version = 1000,
+     .listen = [](korvane_h h,
+                  int *received) { return korvane_set_pin_cb(h, count<const char *, int>, ignore, received); },
+     .values = R"(["@",1])"},
+    {.event = "ultrasound_pin_generate_cb",
+     .min_version = 1001,
+     .listen =
+         [](korvane_h h, int *received) {
+             return korvane_set_ultrasound_pin_cb(h, count<const char *, int>, ignore, received);
+         },
+     .values = R"(["@",1])"},
+    {.event = "wifi_ap_provisioning_cb",
+     .min_version = 1000,
+     .end_version = 1003,
+     .listen = listen_for_ap,
+     .values = R"([{"ssid":"home","pwd":"@"}])"},
+    {.event = "wifi_ap_prov_with_candidates_cb",
+     .min_version = 1003,
+     .listen = listen_for_ap,
+     .values = R"([{"ap_ssid":"home","ap_pwd":"@"}])"},
+    {.event = "tnc_result_cb",
+     .min_version = 1003,
+     .listen = [](korvane_h h, int *received) { return korvane_set_tnc_result_cb(h, count<const char *>, received); },
+     .values = R"(["@"])"},
+    {.event = "diagnostics_cb",
+     .min_version = 2002,
+     .listen = [](korvane_h h,
+                  int *received) { return korvane_set_diagnostics_cb(h, count<int, const char *>, received); },
+     .values = R"([1,"@"])"},
 };
 
 class AgentSecrets : public testing::TestWithParam<const char *> {
 protected:
-    bool knows(int minimum_version) const { return number_of(GetParam()) >= minimum_version; }
+    bool is_at_least(int version) const { return number_of(GetParam()) >= version; }
 
-    /// All that the agent shows of itself, by what shows it.
+    /// Everything that the agent and the library print, by name.
     std::vector<std::pair<std::string, std::string>> shown()
     {
         std::string journal;
         for (const std::string &line : home.journal())
             journal += line + "\n";
-        return {
-            {"journal", journal}, {"words", words()}, {"library", errors.text()}, {"state", agent.reply_to("state")}};
+        return {{"journal", journal},
+                {"verbose output", verbose_output()},
+                {"library", errors.text()},
+                {"state", agent.reply_to("state")}};
     }
 
-    /// What the agent says aloud.
-    std::string words() const { return read_file(home.root() / "agent.err"); }
+    std::string verbose_output() const { return read_file(home.root() / "agent.err"); }
 
     AgentHome home;
-    CaughtErrors errors{home.root() / "words"};
+    RedirectedErrors errors{home.root() / "library.err"};
     AgentProcess agent{home, {"--verbose", "--agent-version", GetParam()}};
     Application application;
 };
 
-INSTANTIATE_TEST_SUITE_P(OfEveryForm, AgentSecrets, testing::Values("1.0", "1.2", "1.3", "2.0", "2.1", "2.3"),
+INSTANTIATE_TEST_SUITE_P(EveryWireFormat, AgentSecrets, testing::Values("1.0", "1.2", "1.3", "2.0", "2.1", "2.3"),
                          [](const auto &version) {
                              return std::string{"Version"} + version.param[0] + "_" + version.param[2];
                          });
 
-TEST_P(AgentSecrets, OfRequestsAreShownByTheirLengthOnly)
+TEST_P(AgentSecrets, OfRequestsAreShownOnlyByTheirLength)
 {
     ASSERT_TRUE(application.connect());
-    for (const Told &row : told) {
-        if (!knows(row.minimum_version))
+    for (const SecretRequest &row : secret_requests) {
+        if (!is_at_least(row.min_version))
             continue;
-        EXPECT_EQ(row.tell(application.handle, secret.c_str()), ok) << row.method;
+        EXPECT_EQ(row.send(application.handle, secret.c_str()), ok) << row.method;
         EXPECT_GT(home.count_in_journal({std::string{R"("method":")"} + row.method, "<secret, "}), 0) << row.method;
     }
     for (const auto &[what, text] : shown()) {
         EXPECT_EQ(text.find(secret), std::string::npos) << what << ": " << text;
-        const bool tells = what != "library"; // which has nothing to say of them
-        EXPECT_EQ(text.find(masked) != std::string::npos, tells) << what << ": " << text;
+        const bool shows_length = what != "library"; // its log does not mention these values
+        EXPECT_EQ(text.find(masked) != std::string::npos, shows_length) << what << ": " << text;
     }
 }
 
-/// The answers that come later carry samples: a token, a certificate and its key.
-TEST_P(AgentSecrets, OfEventsAreShownByTheirLengthOnly)
+/// The events of one-shot requests contain sample values: a token, a certificate and its key.
+TEST_P(AgentSecrets, OfEventsAreShownOnlyByTheirLength)
 {
     ASSERT_TRUE(application.connect());
-    for (const Emitted &row : emitted) {
-        if (!knows(row.minimum_version) || knows(row.below_version))
+    for (const SecretEvent &row : secret_events) {
+        if (!is_at_least(row.min_version) || is_at_least(row.end_version))
             continue;
         SCOPED_TRACE(row.event);
-        int heard = 0;
-        ASSERT_EQ(row.listen(application.handle, &heard), ok);
+        int received = 0;
+        ASSERT_EQ(row.listen(application.handle, &received), ok);
         std::string values = row.values;
         agent.run_command(std::string{"emit "} + row.event + " " + values.replace(values.find('@'), 1, secret));
-        EXPECT_TRUE(run_main_loop_until([&] { return heard == 1; }));
+        EXPECT_TRUE(run_main_loop_until([&] { return received == 1; }));
         EXPECT_EQ(home.count_in_journal({std::string{R"("event":")"} + row.event, "<secret, "}), 1);
     }
-    if (knows(2001)) {
+    if (is_at_least(2001)) {
         const auto listen = [](korvane_h, int, const char *, const char *, void *) {};
         EXPECT_EQ(korvane_get_hdr_certificate(application.handle, "lamp", "arn", listen, nullptr), ok);
         EXPECT_EQ(korvane_create_hdr_token_info(application.handle, ignore, nullptr), ok);
@@ -203,13 +225,13 @@ TEST_P(AgentSecrets, OfEventsAreShownByTheirLengthOnly)
         for (const std::string &one : {secret, std::string{"virtual-agent-certificate"},
                                        std::string{"virtual-agent-key"}, std::string{"virtual-agent-token"}})
             EXPECT_EQ(text.find(one), std::string::npos) << what << ": " << text;
-    EXPECT_NE(words().find(masked), std::string::npos);
+    EXPECT_NE(verbose_output().find(masked), std::string::npos);
 }
 
-/// A request that cannot be read whole is shown as far as it goes.
-TEST_P(AgentSecrets, OfRequestsThatGoWrongAreShownByTheirLengthOnly)
+/// Of a truncated request the arguments before the end are shown.
+TEST_P(AgentSecrets, OfFailedRequestsAreShownOnlyByTheirLength)
 {
-    ::setenv("KORVANE_REPLY_TIMEOUT_MS", "200", 1); // a reply of another kind is waited out
+    ::setenv("KORVANE_REPLY_TIMEOUT_MS", "1000", 1); // for the reply of another kind, which the library ignores
     for (const char *fault : {"result -13", "cut 4", "kind 9", "close"}) {
         ASSERT_TRUE(application.connect());
         agent.run_command(std::string{"fault set_preconfigured_pin "} + fault);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The agent's side of the wire without a port: requests as bytes in, replies and events as bytes out.
+// The agent's requests, replies and events as bytes, without a port.
 #include "agent/control/commands/commands.hpp"
 #include "support/lone_device.hpp"
 
@@ -45,9 +45,9 @@ Bytes text(const std::string &value)
 }
 
 constexpr const char *shown_text = "for all to see";
-constexpr const char *hidden_text = "for nobody";
+constexpr const char *hidden_text = "not to be shown";
 
-// Sample bytes of each kind of element, put together here and not by the code under test.
+// Sample bytes of each kind of element, written by hand and not with the code under test.
 
 template <FixedText N>
 Bytes sample(describe::Int32<N>)
@@ -137,7 +137,7 @@ protected:
         return serve(*find_method(method), arguments, deviation);
     }
 
-    /// What the journal says of the arguments.
+    /// The arguments as the journal shows them.
     static std::string shown(const MethodEntry &method, const Bytes &arguments)
     {
         return method.show_arguments(parcel_of(int32(method.id) + arguments).get()).text();
@@ -161,14 +161,14 @@ TEST_F(AgentStub, ServesEveryMethodOfTheInterface)
         const Served answer = serve(*sample.method, sample.arguments);
         ASSERT_TRUE(answer.decoded) << sample.method->name;
         const Bytes reply = bytes_of(answer.reply.get());
-        EXPECT_EQ(reply.substr(0, 4), int32(0)) << sample.method->name << ": the kind comes first";
+        EXPECT_EQ(reply.substr(0, 4), int32(0)) << sample.method->name << ": the first number is the kind";
         EXPECT_GE(reply.size(), 8U) << sample.method->name;
         ++served;
     }
     EXPECT_EQ(served, 104);
 }
 
-TEST_F(AgentStub, RefusesEveryRequestThatEndsBeforeItsLastByte)
+TEST_F(AgentStub, RefusesEveryTruncatedRequest)
 {
     int cuts = 0;
     for (const Sample &sample : samples()) {
@@ -181,7 +181,7 @@ TEST_F(AgentStub, RefusesEveryRequestThatEndsBeforeItsLastByte)
     EXPECT_GT(cuts, 1000);
 }
 
-TEST_F(AgentStub, RefusesCountsAndLengthsThatNothingFollows)
+TEST_F(AgentStub, RefusesCountsAndLengthsBeyondTheEndOfTheRequest)
 {
     for (int size : {2147483647, -1, -2147483647 - 1}) {
         EXPECT_FALSE(serve("set_device_name", int32(size) + "abc").decoded) << size;
@@ -190,13 +190,13 @@ TEST_F(AgentStub, RefusesCountsAndLengthsThatNothingFollows)
     }
 }
 
-TEST_F(AgentStub, ShowsWhatWasSaidByNameAndMasksSecrets)
+TEST_F(AgentStub, ShowsArgumentsByNameAndMasksSecrets)
 {
     int secrets = 0;
     for (const Sample &sample : samples()) {
         const std::string seen = shown(*sample.method, sample.arguments);
         EXPECT_EQ(seen.find(hidden_text), std::string::npos) << sample.method->name << ": " << seen;
-        secrets += seen.find("<secret, 10 bytes>") != std::string::npos ? 1 : 0;
+        secrets += seen.find("<secret, 15 bytes>") != std::string::npos ? 1 : 0;
         EXPECT_EQ(sample.arguments.find(shown_text) != std::string::npos, seen.find(shown_text) != std::string::npos)
             << sample.method->name << ": " << seen;
     }
@@ -204,14 +204,14 @@ TEST_F(AgentStub, ShowsWhatWasSaidByNameAndMasksSecrets)
     EXPECT_EQ(shown("set_nick_name", int32(-3) + text("lamp")), R"({"device_no":-3,"nick":"lamp"})");
 }
 
-TEST_F(AgentStub, ShowsBytesThatAreNoTextAsTextThatCanBeParsed)
+TEST_F(AgentStub, ShowsInvalidUtf8AsValidJson)
 {
     const std::string seen = shown("set_device_name", text("\xff\x01\""));
     EXPECT_NO_THROW(Json::parse(seen)) << seen;
     EXPECT_TRUE(g_utf8_validate(seen.c_str(), -1, nullptr)) << seen;
 }
 
-TEST_F(AgentStub, ShowsOnlyTheBeginningOfWhatIsLong)
+TEST_F(AgentStub, ShowsOnlyTheBeginningOfLongValues)
 {
     EXPECT_LT(shown("set_device_name", text(std::string(100'000, 'x'))).size(), 1200U);
     Bytes many = int32(10'000);
@@ -220,7 +220,7 @@ TEST_F(AgentStub, ShowsOnlyTheBeginningOfWhatIsLong)
     EXPECT_LT(shown("set_sub_device_presence", many + "\1").size(), 400U);
 }
 
-TEST_F(AgentStub, KeepsACallbackFromItsSetToItsUnset)
+TEST_F(AgentStub, KeepsADelegateFromItsSetRequestToItsUnsetRequest)
 {
     int pairs = 0;
     describe::for_each(Registrations{}, [&]<class P>() {
@@ -234,14 +234,14 @@ TEST_F(AgentStub, KeepsACallbackFromItsSetToItsUnset)
     EXPECT_EQ(pairs, 24);
 }
 
-TEST_F(AgentStub, RefusesACallbackOfAnotherType)
+TEST_F(AgentStub, RefusesADelegateOfAnotherType)
 {
     const Bytes other = int32(master::nick_changed_cb::id) + int32(1) + Bytes(1, '\0');
     EXPECT_FALSE(serve("set_status_changed_cb", other).decoded);
     EXPECT_TRUE(peer.delegates.empty());
 }
 
-TEST_F(AgentStub, AnswersStartAsyncByAnEventThatIsSentOnce)
+TEST_F(AgentStub, AnswersStartAsyncWithOneEvent)
 {
     const Served answer = serve("start_async", text("") + int32(0) + int32(0) + int32(27) + int32(5) + "\1");
     EXPECT_EQ(bytes_of(answer.reply.get()), int32(0) + int32(0));
@@ -253,34 +253,34 @@ TEST_F(AgentStub, AnswersStartAsyncByAnEventThatIsSentOnce)
     EXPECT_TRUE(peer.delegates.empty());
 }
 
-TEST_F(AgentStub, SaysWhetherItWaitsToBeUpdated)
+TEST_F(AgentStub, ReportsWhetherAnUpdateIsReady)
 {
     EXPECT_EQ(bytes_of(serve("is_update_ready", "").reply.get()), int32(0) + Bytes(1, '\0') + int32(0));
     state.update_ready = true;
     EXPECT_EQ(bytes_of(serve("is_update_ready", "").reply.get()), int32(0) + "\1" + int32(0));
 }
 
-TEST_F(AgentStub, RemembersTheApiVersionThatAPeerTells)
+TEST_F(AgentStub, StoresTheApiVersionOfAPeer)
 {
     serve("set_api_version", int32(2) + int32(3) + int32(3));
     EXPECT_EQ(peer.api_version, (std::array{2, 3, 3}));
 }
 
-TEST_F(AgentStub, DoesNothingWhenAResultIsForcedUponIt)
+TEST_F(AgentStub, ChangesNothingIfAFaultSetsTheResult)
 {
     const Served answer = serve("start", text("") + int32(0) + int32(0), {.result = -13});
     EXPECT_EQ(bytes_of(answer.reply.get()), int32(0) + int32(-13));
     EXPECT_FALSE(state.running);
 }
 
-TEST_F(AgentStub, SetsALimitToTheSubDevicesThatItRemembers)
+TEST_F(AgentStub, LimitsTheNumberOfSubDevices)
 {
     for (int i = 0; i < 2000; ++i)
         serve("register_sub_device", int32(i) + text("id"));
     EXPECT_LE(state.sub_devices.size(), 1024U);
 }
 
-TEST(AgentDeviceId, IsAUuidThatStaysTheSame)
+TEST(AgentDeviceId, IsAUuidThatDoesNotChange)
 {
     const std::string id = device_id_of_this_machine();
     EXPECT_TRUE(g_uuid_string_is_valid(id.c_str())) << id;
@@ -310,7 +310,7 @@ TEST(AgentEvents, CarryRecordsAndArrays)
               int32(1) + int32(13) + int32(9) + Bytes(1, '\0') + int32(2) + text("a") + text("b"));
 }
 
-TEST(AgentEvents, AreRefusedWithOtherValuesThanTheyCarry)
+TEST(AgentEvents, AreRefusedWithWrongValues)
 {
     EXPECT_EQ(all_delegates().size(), 32U);
     for (const char *values : {"[]", "[1,2]", "{}", "7", R"(["1"])", "[1.5]", "[1e99]", "[null]", "[true]"})
@@ -319,7 +319,7 @@ TEST(AgentEvents, AreRefusedWithOtherValuesThanTheyCarry)
         EXPECT_THROW(event("wifi_ap_provisioning_cb", values), std::invalid_argument) << values;
 }
 
-TEST(AgentVersions, AreThoseThatEverWere)
+TEST(AgentVersions, AreParsedIfTheyExist)
 {
     for (const char *known : {"1.0", "1.6", "2.0", "2.3", "2.3.17"})
         EXPECT_EQ(Version::parse(known).text(), known);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The agent as its port shows it, asked by a client that sends and reads bytes: without the library, which never asks
-// an agent what it does not know.
+// The agent's port, used by a client that sends and receives bytes. The library is not involved, because it sends no
+// request that the agent does not support.
 #include "application.hpp"
 #include "wire_client.hpp"
 
@@ -12,34 +12,34 @@ using namespace kv::test;
 
 namespace {
 
-TEST(AgentWire, RefusesMethodsThatAreNewerThanItIs)
+TEST(AgentWire, RefusesMethodsOfLaterVersions)
 {
     AgentHome home;
     AgentProcess agent{home, {"--agent-version", "1.3"}};
     Client client;
     ASSERT_TRUE(client.connect());
-    EXPECT_EQ(client.ask(int32(88)), int32(0) + Bytes(1, '\0') + int32(-1)) << "get_signin_status, since 1.4";
-    EXPECT_EQ(client.ask(int32(101) + int32(0) + int32(0) + int32(0) + int32(27) + int32(1) + "\1"),
+    EXPECT_EQ(client.exchange(int32(88)), int32(0) + Bytes(1, '\0') + int32(-1)) << "get_signin_status, since 1.4";
+    EXPECT_EQ(client.exchange(int32(101) + int32(0) + int32(0) + int32(0) + int32(27) + int32(1) + "\1"),
               int32(0) + int32(-1))
         << "start_async, since 2.0";
-    EXPECT_EQ(client.ask(int32(66) + int32(1)), int32(0) + int32(0)) << "send_presence, since 1.3";
+    EXPECT_EQ(client.exchange(int32(66) + int32(1)), int32(0) + int32(0)) << "send_presence, since 1.3";
     EXPECT_EQ(home.count_in_journal({"agent 1.3 does not know this method"}), 2);
     EXPECT_NE(agent.reply_to("state").find(R"("running":false)"), std::string::npos);
 }
 
-TEST(AgentWire, RefusesIdsThatAreNoMethods)
+TEST(AgentWire, RefusesUnknownMethodIds)
 {
     AgentHome home;
     AgentProcess agent{home};
     Client client;
     ASSERT_TRUE(client.connect());
     for (int id : {0, 1, 5, 30, 31, 109, -1, 2147483647, -2147483647 - 1})
-        EXPECT_EQ(client.ask(int32(id)), int32(0) + int32(-1)) << id;
+        EXPECT_EQ(client.exchange(int32(id)), int32(0) + int32(-1)) << id;
     EXPECT_EQ(home.count_in_journal({"unknown method id"}), 9);
-    EXPECT_EQ(client.ask(int32(4)), int32(0) + int32(0)) << "the link stays in step";
+    EXPECT_EQ(client.exchange(int32(4)), int32(0) + int32(0)) << "the link still works";
 }
 
-TEST(AgentWire, ClosesTheLinkOnARequestThatItCannotDecode)
+TEST(AgentWire, ClosesTheLinkOnAMalformedRequest)
 {
     AgentHome home;
     AgentProcess agent{home};
@@ -47,16 +47,16 @@ TEST(AgentWire, ClosesTheLinkOnARequestThatItCannotDecode)
     for (std::size_t size = 0; size < start.size(); ++size) {
         Client client;
         ASSERT_TRUE(client.connect()) << size;
-        EXPECT_EQ(client.ask(start.substr(0, size)), "closed") << size;
+        EXPECT_EQ(client.exchange(start.substr(0, size)), "closed") << size;
         EXPECT_TRUE(run_main_loop_until([&] { return !client.is_connected(); })) << size;
     }
     EXPECT_EQ(home.count_in_journal({R"("problem")"}), static_cast<int>(start.size()));
     Client client;
     ASSERT_TRUE(client.connect());
-    EXPECT_EQ(client.ask(start), int32(0) + int32(0));
+    EXPECT_EQ(client.exchange(start), int32(0) + int32(0));
 }
 
-TEST(AgentWire, SurvivesCountsAndLengthsThatNothingFollows)
+TEST(AgentWire, ClosesTheLinkOnCountsAndLengthsBeyondTheEnd)
 {
     AgentHome home;
     AgentProcess agent{home};
@@ -64,12 +64,12 @@ TEST(AgentWire, SurvivesCountsAndLengthsThatNothingFollows)
                                  int32(98) + int32(-1) + "\1", int32(25) + int32(1) + int32(2147483647)}) {
         Client client;
         ASSERT_TRUE(client.connect());
-        EXPECT_EQ(client.ask(request), "closed");
+        EXPECT_EQ(client.exchange(request), "closed");
     }
     agent.run_command("state");
 }
 
-TEST(AgentWire, TellsEachPeersCallbacksFromTheOthers)
+TEST(AgentWire, KeepsTheDelegatesOfEachPeerSeparate)
 {
     AgentHome home;
     AgentProcess agent{home};
@@ -78,11 +78,11 @@ TEST(AgentWire, TellsEachPeersCallbacksFromTheOthers)
     ASSERT_TRUE(first.connect());
     ASSERT_TRUE(second.connect());
     const Bytes set = int32(6) + int32(1) + int32(1) + Bytes(1, '\0');
-    EXPECT_EQ(first.ask(set), int32(0) + int32(0));
+    EXPECT_EQ(first.exchange(set), int32(0) + int32(0));
     EXPECT_NE(agent.reply_to("emit status_changed_cb [1]").find(R"("peers":1)"), std::string::npos);
-    EXPECT_EQ(second.ask(set), int32(0) + int32(0));
+    EXPECT_EQ(second.exchange(set), int32(0) + int32(0));
     EXPECT_NE(agent.reply_to("emit status_changed_cb [1]").find(R"("peers":2)"), std::string::npos);
-    EXPECT_EQ(first.ask(int32(7)), int32(0) + int32(0));
+    EXPECT_EQ(first.exchange(int32(7)), int32(0) + int32(0));
     EXPECT_NE(agent.reply_to("emit status_changed_cb [1]").find(R"("peers":1)"), std::string::npos);
 }
 

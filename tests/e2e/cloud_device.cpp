@@ -17,9 +17,9 @@ std::string number(int value)
     return std::to_string(value);
 }
 
-void hear(void *data, const std::string &what)
+void add_event(void *data, const std::string &what)
 {
-    static_cast<CloudDevice *>(data)->heard.push_back(what);
+    static_cast<CloudDevice *>(data)->received.push_back(what);
 }
 
 std::string taken(char *text)
@@ -29,7 +29,7 @@ std::string taken(char *text)
     return copy;
 }
 
-/// The answer that a one-shot callback is to bring.
+/// The value that the callback of a one-shot request sets.
 template <class Answer>
 using Awaited = std::optional<Answer>;
 
@@ -68,25 +68,26 @@ bool CloudDevice::listen()
 {
     int result = KORVANE_ERROR_NONE;
     const auto also = [&](int since, int registered) {
-        const int wanted = version >= since ? KORVANE_ERROR_NONE : KORVANE_ERROR_AGENT_VERSION_LOWER;
-        EXPECT_EQ(registered, wanted) << "since " << since;
-        result = registered == wanted ? result : registered;
+        const int expected = version >= since ? KORVANE_ERROR_NONE : KORVANE_ERROR_AGENT_VERSION_LOWER;
+        EXPECT_EQ(registered, expected) << "since " << since;
+        result = registered == expected ? result : registered;
     };
-    also(1004,
-         korvane_set_signup_status_changed_cb(
-             handle(), [](korvane_h, bool status, void *data) { hear(data, "signed up " + number(status)); }, this));
-    also(1004,
-         korvane_set_signin_status_changed_cb(
-             handle(), [](korvane_h, bool status, void *data) { hear(data, "signed in " + number(status)); }, this));
+    also(1004, korvane_set_signup_status_changed_cb(
+                   handle(), [](korvane_h, bool status, void *data) { add_event(data, "signed up " + number(status)); },
+                   this));
+    also(1004, korvane_set_signin_status_changed_cb(
+                   handle(), [](korvane_h, bool status, void *data) { add_event(data, "signed in " + number(status)); },
+                   this));
     also(1004,
          korvane_set_tcp_session_disconnected_cb(
-             handle(), [](korvane_h, int code, void *data) { hear(data, "session lost " + number(code)); }, this));
-    also(1004, korvane_set_keepalive_result_cb(
-                   handle(), [](korvane_h, int code, void *data) { hear(data, "keep-alive " + number(code)); }, this));
+             handle(), [](korvane_h, int code, void *data) { add_event(data, "session lost " + number(code)); }, this));
+    also(1004,
+         korvane_set_keepalive_result_cb(
+             handle(), [](korvane_h, int code, void *data) { add_event(data, "keep-alive " + number(code)); }, this));
     also(2002, korvane_set_diagnostics_cb(
                    handle(),
                    [](korvane_h, int value, const char *text, void *data) {
-                       hear(data, "diagnostics " + number(value) + " " + text);
+                       add_event(data, "diagnostics " + number(value) + " " + text);
                    },
                    this));
     also(1001, korvane_set_cloud_device_list_cb(

@@ -8,18 +8,18 @@
 
 namespace kv::test {
 
-/// An application that lives in the cloud: what it heard of it is what the library told it.
+/// An application that uses the cloud and records the events that it receives.
 class CloudDevice {
 public:
-    /// For an agent of this version, "1.6".
+    /// `agent_version` is the version of the agent, such as "1.6".
     explicit CloudDevice(const std::string &agent_version);
 
     korvane_h handle() const { return application_.handle; }
     bool connect() { return application_.connect(); }
-    /// Registers every callback that this version has.
+    /// Registers a callback for every event of the agent's version.
     bool listen();
 
-    /// NULL for no access token at all.
+    /// Without an access token if it is null.
     int sign_up(const char *access_token = "very secret 77");
 
     struct Certificate {
@@ -35,19 +35,19 @@ public:
         int expiration_time = 0;
     };
 
-    // Each waits for its answer.
+    // One-shot requests; each waits for its event.
     Certificate create_certificate(const std::string &type, const std::string &request);
     Certificate get_certificate(const std::string &type, const std::string &id);
-    /// With request data when there are any.
+    /// With request data if the text is not empty.
     Token token(const char *request_data = nullptr);
-    /// Empty when the request is refused.
+    /// Empty if the request is refused.
     std::string group_id();
 
-    /// A text in a JSON object, or in an object of it.
+    /// Returns a text member of a JSON object, or of an object in it.
     static std::string member(const std::string &document, const std::string &name);
 
     const int version; // 1000 x major + minor
-    std::vector<std::string> heard{};
+    std::vector<std::string> received{};
     std::vector<std::string> device_ids{};
 
 private:

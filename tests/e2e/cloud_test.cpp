@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The cloud as an application has it through the library, with agents of several versions.
+// The cloud functions of the library, with agents of several versions.
 #include "cloud_device.hpp"
 #include "support/signing_request.hpp"
 
@@ -14,9 +14,9 @@ using namespace kv::test;
 
 namespace {
 
-using Heard = std::vector<std::string>;
+using Events = std::vector<std::string>;
 
-class CloudOf : public testing::TestWithParam<const char *> {
+class CloudOfAgent : public testing::TestWithParam<const char *> {
 protected:
     void SetUp() override
     {
@@ -27,14 +27,15 @@ protected:
 
     bool knows(int version) const { return device.version >= version; }
 
-    /// What the callbacks say, as far as this version has them.
-    Heard as_heard(Heard wanted) const { return knows(1004) ? wanted : Heard{}; }
-    bool hears(const Heard &wanted)
+    /// Checks the received events, without those that this version does not have.
+    Events of_version(Events events) const { return knows(1004) ? events : Events{}; }
+    bool receives(const Events &expected)
     {
-        const bool heard = run_main_loop_until([&] { return device.heard.size() >= as_heard(wanted).size(); });
-        EXPECT_EQ(device.heard, as_heard(wanted));
-        device.heard.clear();
-        return heard;
+        const bool all_arrived =
+            run_main_loop_until([&] { return device.received.size() >= of_version(expected).size(); });
+        EXPECT_EQ(device.received, of_version(expected));
+        device.received.clear();
+        return all_arrived;
     }
     bool state_has(const std::string &part)
     {
@@ -45,7 +46,7 @@ protected:
     void sign_in()
     {
         ASSERT_EQ(device.sign_up(), KORVANE_ERROR_NONE);
-        ASSERT_TRUE(hears({"signed up 1", "signed in 1"}));
+        ASSERT_TRUE(receives({"signed up 1", "signed in 1"}));
     }
 
     AgentHome home;
@@ -53,10 +54,10 @@ protected:
     CloudDevice device{GetParam()};
 };
 
-TEST_P(CloudOf, SignsTheDeviceUpAndIn)
+TEST_P(CloudOfAgent, SignsTheDeviceUpAndIn)
 {
     EXPECT_EQ(device.sign_up(), KORVANE_ERROR_NONE);
-    EXPECT_TRUE(hears({"signed up 1", "signed in 1"}));
+    EXPECT_TRUE(receives({"signed up 1", "signed in 1"}));
     EXPECT_TRUE(state_has(R"("signed_up":true,"signed_in":true,"thing_status":2)"));
     EXPECT_TRUE(state_has(R"("credentials":{"region":"eu","auth_provider":"","access_token":"<secret, 14 bytes>")"));
     EXPECT_EQ(home.count_in_journal({"very secret"}), 0);
@@ -73,46 +74,46 @@ TEST_P(CloudOf, SignsTheDeviceUpAndIn)
     EXPECT_EQ(status, 2);
 }
 
-TEST_P(CloudOf, RefusesASignUpWithoutAnAccessToken)
+TEST_P(CloudOfAgent, RefusesASignUpWithoutAnAccessToken)
 {
     EXPECT_EQ(device.sign_up(nullptr), KORVANE_ERROR_OPERATION_FAILED);
     EXPECT_EQ(device.sign_up(""), KORVANE_ERROR_OPERATION_FAILED);
     EXPECT_TRUE(state_has(R"("signed_up":false)"));
 }
 
-TEST_P(CloudOf, LetsASignUpFailAndAnotherTakeItsTime)
+TEST_P(CloudOfAgent, FailsOneSignUpAndDelaysAnother)
 {
     agent.run_command(R"(cloud next-sign-up {"outcome":"fail"})");
     EXPECT_EQ(device.sign_up(), KORVANE_ERROR_NONE);
-    EXPECT_TRUE(hears({"signed up 0"}));
+    EXPECT_TRUE(receives({"signed up 0"}));
 
     agent.run_command(R"(cloud next-sign-up {"outcome":"succeed","after_ms":5000})");
     EXPECT_EQ(device.sign_up(), KORVANE_ERROR_NONE);
     agent.run_command("clock advance 4999");
     EXPECT_TRUE(state_has(R"("signed_up":false)"));
     agent.run_command("clock advance 1");
-    EXPECT_TRUE(hears({"signed up 1", "signed in 1"}));
+    EXPECT_TRUE(receives({"signed up 1", "signed in 1"}));
 }
 
-TEST_P(CloudOf, LosesItsSessionAndGetsItBack)
+TEST_P(CloudOfAgent, LosesAndRestoresTheSession)
 {
     sign_in();
     agent.run_command(R"(cloud drop-session {"code":-104,"after_ms":3000})");
-    EXPECT_TRUE(hears({"session lost -104", "signed in 0"}));
+    EXPECT_TRUE(receives({"session lost -104", "signed in 0"}));
     EXPECT_TRUE(state_has(R"("signed_in":false,"thing_status":1)"));
     agent.run_command("clock advance 3000");
-    EXPECT_TRUE(hears({"signed in 1"}));
+    EXPECT_TRUE(receives({"signed in 1"}));
     EXPECT_TRUE(state_has(R"("signed_in":true,"thing_status":2)"));
 
     if (!knows(1004))
         return;
     EXPECT_EQ(korvane_disconnect_cloud_session(device.handle()), KORVANE_ERROR_NONE);
-    EXPECT_TRUE(hears({"session lost 0", "signed in 0"}));
+    EXPECT_TRUE(receives({"session lost 0", "signed in 0"}));
     agent.run_command("cloud restore-session");
-    EXPECT_TRUE(hears({"signed in 1"}));
+    EXPECT_TRUE(receives({"signed in 1"}));
 }
 
-TEST_P(CloudOf, CanBeKeptFromSigningIn)
+TEST_P(CloudOfAgent, RefusesASignInOnRequest)
 {
     if (!knows(2002)) {
         EXPECT_EQ(korvane_disable_signin(device.handle(), true), KORVANE_ERROR_AGENT_VERSION_LOWER);
@@ -120,13 +121,13 @@ TEST_P(CloudOf, CanBeKeptFromSigningIn)
     }
     sign_in();
     EXPECT_EQ(korvane_disable_signin(device.handle(), true), KORVANE_ERROR_NONE);
-    EXPECT_TRUE(hears({"signed in 0"}));
+    EXPECT_TRUE(receives({"signed in 0"}));
     EXPECT_NE(agent.reply_to("cloud sign-in").find("disabled signing in"), std::string::npos);
     EXPECT_EQ(korvane_disable_signin(device.handle(), false), KORVANE_ERROR_NONE);
-    EXPECT_TRUE(hears({"signed in 1"}));
+    EXPECT_TRUE(receives({"signed in 1"}));
 }
 
-TEST_P(CloudOf, KeepsAliveByTheIntervalsThatTheApplicationHasSelected)
+TEST_P(CloudOfAgent, SendsKeepAlivesAtTheSelectedIntervals)
 {
     int intervals[] = {10, 3600};
     int selected[] = {1};
@@ -139,16 +140,16 @@ TEST_P(CloudOf, KeepsAliveByTheIntervalsThatTheApplicationHasSelected)
     EXPECT_EQ(korvane_select_keepalive_intervals(device.handle(), selected, 1), KORVANE_ERROR_NONE);
     sign_in();
     agent.run_command("clock advance 86400000");
-    EXPECT_TRUE(hears(Heard(24, "keep-alive 0")));
+    EXPECT_TRUE(receives(Events(24, "keep-alive 0")));
     EXPECT_TRUE(state_has(R"("intervals":[10,3600],"selected":[1],"interval_s":3600,"result":0,"rounds":24)"));
 
     agent.run_command(R"(cloud keepalive {"result":-110})");
     EXPECT_EQ(korvane_send_keepalive(device.handle()), KORVANE_ERROR_NONE);
-    EXPECT_TRUE(hears({"keep-alive -110"}));
+    EXPECT_TRUE(receives({"keep-alive -110"}));
     EXPECT_TRUE(state_has(R"("sent":300,"received":300)")) << "twelve bytes each";
 }
 
-/// The line of the kernel's list of connections for this one; empty when there is none.
+/// The line of this connection in the kernel's list; empty if there is none.
 std::string line_of(const std::string &local_port, const std::string &remote_port)
 {
     std::ifstream list{"/proc/net/tcp"};
@@ -165,7 +166,7 @@ std::string hex_port(int port)
     return text.str();
 }
 
-TEST_P(CloudOf, TellsTheHeaderOfAConnectionThatTheKernelHas)
+TEST_P(CloudOfAgent, ReportsTheHeaderOfAConnectionOfTheKernel)
 {
     korvane_tcp_header_info_h header = nullptr;
     if (!knows(1004)) {
@@ -200,7 +201,7 @@ TEST_P(CloudOf, TellsTheHeaderOfAConnectionThatTheKernelHas)
     EXPECT_EQ(line_of(hex_port(numbers[1]), hex_port(numbers[2])), "");
 }
 
-TEST_P(CloudOf, KnowsSubDevicesAndBringsTheirList)
+TEST_P(CloudOfAgent, StoresSubDevicesAndSendsTheirList)
 {
     if (!knows(1001)) {
         EXPECT_EQ(korvane_register_sub_device(device.handle(), 1, "lamp"), KORVANE_ERROR_AGENT_VERSION_LOWER);
@@ -231,7 +232,7 @@ TEST_P(CloudOf, KnowsSubDevicesAndBringsTheirList)
     EXPECT_EQ(korvane_release_sub_device_presence_list(list, count), KORVANE_ERROR_NONE);
 }
 
-TEST_P(CloudOf, IsInTheGroupOfItsOwner)
+TEST_P(CloudOfAgent, ReportsTheGroupOfTheOwner)
 {
     agent.run_command(R"(cloud own {"owner":"ann"})");
     if (knows(1002)) {
@@ -245,10 +246,10 @@ TEST_P(CloudOf, IsInTheGroupOfItsOwner)
     EXPECT_TRUE(g_uuid_string_is_valid(group.c_str())) << group;
     EXPECT_EQ(device.group_id(), group);
     agent.run_command("cloud disown");
-    EXPECT_EQ(device.group_id(), "") << "nobody's device is in no group";
+    EXPECT_EQ(device.group_id(), "") << "a device without an owner has no group";
 }
 
-TEST_P(CloudOf, GetsACertificateThatCanBeVerified)
+TEST_P(CloudOfAgent, IssuesACertificateThatCanBeVerified)
 {
     if (!knows(2001)) {
         EXPECT_NE(agent.reply_to("cloud authority").find("does not know 'authority'"), std::string::npos);
@@ -271,7 +272,7 @@ TEST_P(CloudOf, GetsACertificateThatCanBeVerified)
     EXPECT_NE(device.create_certificate("x.d.lamp", "no request").result, 0);
 }
 
-TEST_P(CloudOf, GetsATokenThatCanBeVerified)
+TEST_P(CloudOfAgent, IssuesATokenThatCanBeVerified)
 {
     if (!knows(2001)) {
         const auto unheard = [](korvane_h, int, korvane_hdr_token_info_h, void *) {};
@@ -297,7 +298,7 @@ TEST_P(CloudOf, GetsATokenThatCanBeVerified)
     }
 }
 
-TEST_P(CloudOf, IsAskedForDiagnostics)
+TEST_P(CloudOfAgent, RequestsDiagnostics)
 {
     const std::string answer = agent.reply_to(R"(cloud diagnostics {"value":3,"text":"all"})");
     if (!knows(2002)) {
@@ -305,10 +306,10 @@ TEST_P(CloudOf, IsAskedForDiagnostics)
         return;
     }
     EXPECT_EQ(answer, R"({"ok":true,"cloud":{}})");
-    EXPECT_TRUE(hears({"diagnostics 3 all"}));
+    EXPECT_TRUE(receives({"diagnostics 3 all"}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Agent, CloudOf, testing::Values("1.0", "1.3", "1.6", "2.0", "2.1", "2.3"),
+INSTANTIATE_TEST_SUITE_P(Agent, CloudOfAgent, testing::Values("1.0", "1.3", "1.6", "2.0", "2.1", "2.3"),
                          [](const testing::TestParamInfo<const char *> &version) {
                              std::string name = version.param;
                              name[1] = '_';

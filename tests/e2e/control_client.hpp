@@ -60,7 +60,7 @@ struct Response {
 
 /// A frame of a WebSocket.
 struct Frame {
-    int opcode = -1; // 1 text, 8 close, 9 ping, 10 pong; -1 if no frame arrived
+    int opcode = -1; // 1 text, 8 close, 10 pong; -1 if no frame arrived
     std::string payload{};
 
     int close_code() const;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The commands that the control API has brought: the journal and waiting for it, the state as a whole, scenarios.
+// Commands of the control API: the journal and waiting for its entries, snapshots of the state, scenarios.
 #include "control_client.hpp"
 #include "wire_client.hpp"
 
@@ -17,7 +17,7 @@ protected:
                   int line = __builtin_LINE())
     {
         Response response = api.post(command, body);
-        if (response.status != 200)
+        if (response.status != http::ok)
             ADD_FAILURE_AT(file, line) << command << " " << body << ": " << response.status << " " << response.body;
         return response;
     }
@@ -36,7 +36,7 @@ protected:
 
 // ---- the journal -----------------------------------------------------------------------------------------------------
 
-TEST_F(Commands, ListTheJournalFromAnEntryOnAndByPages)
+TEST_F(Commands, ListTheJournalFromAnEntryAndByPages)
 {
     for (int i = 0; i < 4; ++i)
         post("clock", R"({"what":"run"})");
@@ -56,33 +56,33 @@ TEST_F(Commands, ListTheJournalFromAnEntryOnAndByPages)
     EXPECT_EQ(post("journal", R"({"filter":{"agent":"ready"}})").at("entries.1"), "");
 }
 
-TEST_F(Commands, CountEntriesAndForgetThem)
+TEST_F(Commands, CountAndClearEntries)
 {
     Client application;
     ASSERT_TRUE(application.connect());
-    application.ask(int32(4));
-    application.ask(int32(66) + int32(7));
+    application.exchange(int32(4));
+    application.exchange(int32(66) + int32(7));
     EXPECT_EQ(post("count").at("count"), "4") << "ready, connected, two requests";
     EXPECT_EQ(post("count", R"({"filter":{"method":"send_presence","arguments":{"presence":7}}})").at("count"), "1");
     EXPECT_EQ(post("count", R"({"filter":{"method":"send_presence","arguments":{"presence":8}}})").at("count"), "0");
     EXPECT_EQ(api.get("/v1/count?filter=%7B%22method%22%3A%22stop%22%7D").at("count"), "1");
     post("clear");
-    EXPECT_EQ(post("count").at("count"), "1") << "that it was cleared is noted";
+    EXPECT_EQ(post("count").at("count"), "1") << "the entry of the command itself";
     EXPECT_EQ(post("journal").at("entries.0.seq"), "5");
 }
 
-TEST_F(Commands, KeepTheLatestTenThousandEntries)
+TEST_F(Commands, KeepTheLastTenThousandEntries)
 {
     Client application;
     ASSERT_TRUE(application.connect());
-    for (int i = 0; i < 10'100; ++i)
-        ASSERT_EQ(application.ask(int32(4)).size(), 8U);
+    for (int i = 0; i < 10'100; i += 100)
+        ASSERT_TRUE(application.exchange_all(int32(4), 100, int32(0) + int32(0)));
     EXPECT_EQ(post("count").at("count"), "10000");
     const Response oldest = post("journal", R"({"limit":1})");
     EXPECT_EQ(oldest.at("entries.0.seq"), "103") << "ready, connected and 10,100 requests, without the first 102";
 }
 
-TEST_F(Commands, WaitUntilAnEntryComesWhileTheAgentServes)
+TEST_F(Commands, WaitForAnEntryWhileTheAgentServes)
 {
     ControlConnection waiting{home};
     const std::string body = R"({"filter":{"method":"send_presence"},"within_ms":10000})";
@@ -90,54 +90,55 @@ TEST_F(Commands, WaitUntilAnEntryComesWhileTheAgentServes)
                  body);
     Client application;
     ASSERT_TRUE(application.connect());
-    EXPECT_EQ(application.ask(int32(4)), int32(0) + int32(0));
-    EXPECT_EQ(application.ask(int32(66) + int32(3)), int32(0) + int32(0));
+    EXPECT_EQ(application.exchange(int32(4)), int32(0) + int32(0));
+    EXPECT_EQ(application.exchange(int32(66) + int32(3)), int32(0) + int32(0));
     const Response response = waiting.receive();
-    EXPECT_EQ(response.status, 200);
+    EXPECT_EQ(response.status, http::ok);
     EXPECT_EQ(response.at("entry.method"), "send_presence");
     EXPECT_EQ(response.at("entry.arguments.presence"), "3");
-    EXPECT_EQ(waiting.get("/v1/count").status, 200) << "the connection goes on";
+    EXPECT_EQ(waiting.get("/v1/count").status, http::ok) << "the connection still works";
 }
 
-TEST_F(Commands, WaitForWhatWasBeforeOnlyWhenAsked)
+TEST_F(Commands, WaitForEarlierEntriesOnlyOnRequest)
 {
-    EXPECT_EQ(api.post("wait", R"({"filter":{"agent":"ready"},"within_ms":20})").status, 400);
+    EXPECT_EQ(api.post("wait", R"({"filter":{"agent":"ready"},"within_ms":20})").status, http::bad_request);
     EXPECT_EQ(post("wait", R"({"filter":{"agent":"ready"},"since":0})").at("entry.seq"), "1");
-    EXPECT_EQ(api.post("wait", R"({"filter":{"agent":"ready"},"since":2,"within_ms":20})").status, 400);
+    EXPECT_EQ(api.post("wait", R"({"filter":{"agent":"ready"},"since":2,"within_ms":20})").status, http::bad_request);
 }
 
-TEST_F(Commands, SayWhatCameNearestWhenNothingCame)
+TEST_F(Commands, ReportTheNearestEntryOnTimeout)
 {
     EXPECT_EQ(api.post("wait", R"({"within_ms":10})").at("error"), "not within 10 ms; nothing was noted");
     EXPECT_EQ(api.post("wait", R"({"filter":{"agent":"ready","version":"1.0"},"since":0,"within_ms":10})").at("error"),
               R"(not within 10 ms; nearest was entry 1: version is "2.3", not "1.0")");
 }
 
-TEST_F(Commands, WaitForNobodyWhoHasGone)
+TEST_F(Commands, EndAWaitWhenItsClientDisconnects)
 {
     const std::string request = "GET /v1/wait?within_ms=600000 HTTP/1.1\r\nHost: x\r\n\r\n";
     {
         std::vector<ControlConnection> waiting;
-        for (int i = 0; i < 63; ++i) { // besides our own
+        for (int i = 0; i < 63; ++i) { // one more is open already
             waiting.emplace_back(home);
             ASSERT_TRUE(waiting.back().send(request));
         }
-        ASSERT_TRUE(run_main_loop_until([&] { return ControlConnection{home}.get("/v1/count").status == 503; }));
+        ASSERT_TRUE(run_main_loop_until(
+            [&] { return ControlConnection{home}.get("/v1/count").status == http::service_unavailable; }));
     }
-    EXPECT_TRUE(run_main_loop_until([&] { return ControlConnection{home}.get("/v1/count").status == 200; }));
+    EXPECT_TRUE(run_main_loop_until([&] { return ControlConnection{home}.get("/v1/count").status == http::ok; }));
     ControlConnection left{home};
     left.send(request);
     EXPECT_EQ(agent.reply_to("quit"), R"({"ok":true})");
-    EXPECT_EQ(agent.wait(), 0) << "one that still waits does not keep the agent";
+    EXPECT_EQ(agent.wait(), 0) << "a pending wait does not prevent the end";
 }
 
-TEST_F(Commands, WaitInLinesToo)
+TEST_F(Commands, WaitAsLinesOfText)
 {
     EXPECT_NE(agent.reply_to(R"(wait {"agent":"ready"} 1000 0)").find(R"("entry":{"seq":1,)"), std::string::npos);
     EXPECT_EQ(agent.reply_to("wait - 10"), "not within 10 ms; nothing was noted");
 }
 
-TEST_F(Commands, AreNotedWhenTheyChangeSomething)
+TEST_F(Commands, AreJournalledIfTheyChangeSomething)
 {
     post("state");
     api.post("emit", R"({"event":"no_such_cb"})");
@@ -155,40 +156,41 @@ TEST_F(Commands, AreNotedWhenTheyChangeSomething)
     EXPECT_EQ(post("journal", R"({"since":1})").body.find("s3cret"), std::string::npos);
 }
 
-TEST_F(Commands, WaitForNoAnswerToAnEventThatNobodyHears)
+TEST_F(Commands, ExpectNoReplyToAnEventWithoutReceivers)
 {
     EXPECT_EQ(api.post("emit", R"({"event":"scan_ap_cb","values":[7]})").at("peers"), "0");
     EXPECT_EQ(state("setup.scan"), "null");
     Client application;
     ASSERT_TRUE(application.connect());
-    application.ask(int32(23) + int32(9) + int32(1) + Bytes(1, '\0')); // set_scan_ap_cb
+    application.exchange(int32(23) + int32(9) + int32(1) + Bytes(1, '\0')); // set_scan_ap_cb
     EXPECT_EQ(api.post("emit", R"({"event":"scan_ap_cb","values":[7]})").at("peers"), "1");
     EXPECT_EQ(state("setup.scan"), "7");
-    EXPECT_EQ(application.ask(int32(25) + int32(8) + int32(0)), int32(0) + int32(-1)) << "send_ap_list for another";
-    EXPECT_EQ(application.ask(int32(25) + int32(7) + int32(0)), int32(0) + int32(0));
+    EXPECT_EQ(application.exchange(int32(25) + int32(8) + int32(0)), int32(0) + int32(-1))
+        << "send_ap_list for another request";
+    EXPECT_EQ(application.exchange(int32(25) + int32(7) + int32(0)), int32(0) + int32(0));
     EXPECT_EQ(state("setup.scan"), "null");
 }
 
-// ---- the state as a whole --------------------------------------------------------------------------------------------
+// ---- snapshots -------------------------------------------------------------------------------------------------------
 
-TEST_F(Commands, TakeTheStateAndPutItBack)
+TEST_F(Commands, TakeAndRestoreASnapshot)
 {
     const std::string fresh = snapshot();
     Client application;
     ASSERT_TRUE(application.connect());
-    application.ask(int32(3) + int32(0) + int32(0) + int32(0));    // start
-    application.ask(int32(41) + int32(3) + int32(4) + "lamp");     // register_sub_device
-    application.ask(int32(33) + int32(4) + "1234");                // set_preconfigured_pin
-    application.ask(int32(77) + int32(3) + "\xff\xfeZ");           // set_device_name, no UTF-8
-    application.ask(int32(68) + int32(2) + int32(30) + int32(60)); // set_keepalive_intervals
-    application.ask(int32(69) + int32(1) + int32(1));              // select_keepalive_intervals
-    application.ask(int32(40) + int32(7) + int32(3) + "E12");      // set_last_status_info
-    application.ask(int32(55) + int32(2) + "{}");                  // set_sso_list
+    application.exchange(int32(3) + int32(0) + int32(0) + int32(0));    // start
+    application.exchange(int32(41) + int32(3) + int32(4) + "lamp");     // register_sub_device
+    application.exchange(int32(33) + int32(4) + "1234");                // set_preconfigured_pin
+    application.exchange(int32(77) + int32(3) + "\xff\xfeZ");           // set_device_name, invalid UTF-8
+    application.exchange(int32(68) + int32(2) + int32(30) + int32(60)); // set_keepalive_intervals
+    application.exchange(int32(69) + int32(1) + int32(1));              // select_keepalive_intervals
+    application.exchange(int32(40) + int32(7) + int32(3) + "E12");      // set_last_status_info
+    application.exchange(int32(55) + int32(2) + "{}");                  // set_sso_list
     const std::string used = snapshot();
     const Document shown{used};
     EXPECT_EQ(shown.at("running"), "true");
     EXPECT_EQ(shown.at("sub_devices.3"), R"({"device_id":"lamp","presence":0})");
-    EXPECT_EQ(shown.at("setup.preconfigured_pin"), "1234") << "a snapshot holds secrets, or it could not be restored";
+    EXPECT_EQ(shown.at("setup.preconfigured_pin"), "1234") << "a snapshot contains secrets, because it can be restored";
     EXPECT_EQ(shown.at("cloud.device_names.0"), R"({"base64":"//5a"})");
     EXPECT_EQ(shown.at("cloud.keep_alive.selected"), "[1]");
 
@@ -198,54 +200,62 @@ TEST_F(Commands, TakeTheStateAndPutItBack)
     EXPECT_EQ(snapshot(), used);
     EXPECT_EQ(state("sub_devices.3.device_id"), "lamp");
     EXPECT_EQ(state("told.set_preconfigured_pin.pin"), "<secret, 4 bytes>");
-    EXPECT_EQ(application.ask(int32(42) + int32(3)), int32(0) + int32(0)) << "the agent goes by it";
+    EXPECT_EQ(application.exchange(int32(42) + int32(3)), int32(0) + int32(0)) << "the agent uses the restored state";
     EXPECT_EQ(state("sub_devices"), "{}");
     restore("{}");
-    EXPECT_EQ(snapshot(), fresh) << "what is not named is as in a fresh device";
+    EXPECT_EQ(snapshot(), fresh) << "missing members have their initial values";
 }
 
-TEST_F(Commands, RefuseSnapshotsThatAreNoneAndChangeNothing)
+TEST_F(Commands, RefuseInvalidSnapshotsAndChangeNothing)
 {
     restore(R"({"running":true})");
     const std::string before = snapshot();
-    const std::pair<const char *, const char *> wrong[] = {
-        {R"({"running":1})", "snapshot.running must be true or false, not 1"},
-        {R"({"runing":true})", "there is no 'runing' here"},
-        {R"({"setup":[]})", "snapshot.setup must be an object"},
-        {R"({"setup":{"stage":6}})", "snapshot.setup.stage must be 0 to 5, not 6"},
-        {R"({"setup":{"stage":"done"}})", "snapshot.setup.stage must be 0 to 5"},
-        {R"({"setup":{"networks":[{"ssid":5}]}})", "snapshot.setup.networks.0.ssid must be a text"},
-        {R"({"setup":{"networks":[{"ssid":{"base64":5}}]}})", "snapshot.setup.networks.0.ssid must be a text"},
-        {R"({"setup":{"pin":{"tries_left":4}}})", "tries_left must be 0 to 3"},
-        {R"({"setup":{"pin":{"kind":3}}})", "snapshot.setup.pin.kind must be 0 to 2"},
-        {R"({"setup":{"last_request":2147483647}})", "last_request must be 0 to 999999999"},
-        {R"({"cloud":{"keep_alive":{"intervals":[10],"selected":[1]}}})", "must be indexes of its intervals"},
-        {R"({"cloud":{"keep_alive":{"selected":[0]}}})", "must be indexes of its intervals"},
-        {R"({"cloud":{"next_sign_up":{"after_ms":-1}}})", "cannot be negative"},
-        {R"({"signed_in":true})", "a device that is signed in is signed up"},
-        {R"({"told":{"5":""}})", "must go by the ids of methods"},
-        {R"({"told":{"x":""}})", "must be a whole number"},
-        {R"({"nicks":{"0":{}}})", "snapshot.nicks.0 must be a text"},
+    struct Refusal {
+        const char *snapshot;
+        const char *reason;
     };
-    for (const auto &[text, reason] : wrong) {
+    const Refusal refusals[] = {
+        {.snapshot = R"({"running":1})", .reason = "snapshot.running must be true or false, not 1"},
+        {.snapshot = R"({"runing":true})", .reason = "there is no 'runing' here"},
+        {.snapshot = R"({"setup":[]})", .reason = "snapshot.setup must be an object"},
+        {.snapshot = R"({"setup":{"stage":6}})", .reason = "snapshot.setup.stage must be 0 to 5, not 6"},
+        {.snapshot = R"({"setup":{"stage":"done"}})", .reason = "snapshot.setup.stage must be 0 to 5"},
+        {.snapshot = R"({"setup":{"networks":[{"ssid":5}]}})",
+         .reason = "snapshot.setup.networks.0.ssid must be a text"},
+        {.snapshot = R"({"setup":{"networks":[{"ssid":{"base64":5}}]}})",
+         .reason = "snapshot.setup.networks.0.ssid must be a text"},
+        {.snapshot = R"({"setup":{"pin":{"tries_left":4}}})", .reason = "tries_left must be 0 to 3"},
+        {.snapshot = R"({"setup":{"pin":{"kind":3}}})", .reason = "snapshot.setup.pin.kind must be 0 to 2"},
+        {.snapshot = R"({"setup":{"last_request":2147483647}})", .reason = "last_request must be 0 to 999999999"},
+        {.snapshot = R"({"cloud":{"keep_alive":{"intervals":[10],"selected":[1]}}})",
+         .reason = "must be indexes of its intervals"},
+        {.snapshot = R"({"cloud":{"keep_alive":{"selected":[0]}}})", .reason = "must be indexes of its intervals"},
+        {.snapshot = R"({"cloud":{"next_sign_up":{"after_ms":-1}}})", .reason = "cannot be negative"},
+        {.snapshot = R"({"signed_in":true})", .reason = "a device that is signed in is signed up"},
+        {.snapshot = R"({"told":{"5":""}})", .reason = "must go by the ids of methods"},
+        {.snapshot = R"({"told":{"x":""}})", .reason = "must be a whole number"},
+        {.snapshot = R"({"nicks":{"0":{}}})", .reason = "snapshot.nicks.0 must be a text"},
+    };
+    for (const auto &[text, reason] : refusals) {
         const Response response = api.post("restore", R"({"snapshot":)" + std::string{text} + "}");
-        EXPECT_EQ(response.status, 400) << text;
+        EXPECT_EQ(response.status, http::bad_request) << text;
         EXPECT_NE(response.at("error").find(reason), std::string::npos) << text << ": " << response.body;
         EXPECT_EQ(snapshot(), before) << text;
     }
     std::string many = R"({"nicks":{"0":"")";
     for (int i = 1; i <= 1024; ++i)
         many += ",\"" + std::to_string(i) + "\":\"\"";
-    EXPECT_EQ(api.post("restore", R"({"snapshot":)" + many + "}}}").status, 400);
+    EXPECT_EQ(api.post("restore", R"({"snapshot":)" + many + "}}}").status, http::bad_request);
     restore(R"({"told":{"3":"short","77":{"base64":"/////w=="}}})");
-    EXPECT_EQ(state("told"), R"({"start":{},"set_device_name":{}})") << "a request that cannot be read is shown as far";
+    EXPECT_EQ(state("told"), R"({"start":{},"set_device_name":{}})")
+        << "a malformed request shows its readable arguments";
 }
 
 TEST_F(Commands, ResetTheDeviceButNotItsApplications)
 {
     Client application;
     ASSERT_TRUE(application.connect());
-    application.ask(int32(6) + int32(1) + int32(5) + Bytes(1, '\0')); // set_status_changed_cb
+    application.exchange(int32(6) + int32(1) + int32(5) + Bytes(1, '\0')); // set_status_changed_cb
     post("personality", R"({"name":"owned-and-signed-in"})");
     post("fault", R"({"method":"all","form":"silent"})");
     post("clock", R"({"what":"stand"})");
@@ -254,11 +264,11 @@ TEST_F(Commands, ResetTheDeviceButNotItsApplications)
     EXPECT_EQ(state("cloud.session"), "null");
     EXPECT_EQ(state("faults"), "{}");
     EXPECT_EQ(state("peers.0.delegates"), R"(["status_changed_cb"])");
-    EXPECT_EQ(api.post("clock", R"({"what":"advance","ms":1})").status, 400) << "it runs again";
+    EXPECT_EQ(api.post("clock", R"({"what":"advance","ms":1})").status, http::bad_request) << "the clock runs again";
     EXPECT_EQ(post("emit", R"({"event":"status_changed_cb"})").at("peers"), "1");
 }
 
-TEST_F(Commands, MakeItAnotherDevice)
+TEST_F(Commands, ApplyPersonalities)
 {
     post("personality", R"({"name":"owned-and-signed-in"})");
     for (const char *member : {"running", "set_up", "owned", "signed_up", "signed_in"})
@@ -276,11 +286,12 @@ TEST_F(Commands, MakeItAnotherDevice)
     EXPECT_EQ(control_file(home).at("version"), "1.2");
     Client application;
     ASSERT_TRUE(application.connect());
-    EXPECT_EQ(application.ask(int32(48) + int32(14) + int32(1) + Bytes(1, '\0')), int32(0) + int32(-1)) << "of 1.3";
+    EXPECT_EQ(application.exchange(int32(48) + int32(14) + int32(1) + Bytes(1, '\0')), int32(0) + int32(-1))
+        << "since 1.3";
 
     post("personality", R"({"name":"under-update"})");
     EXPECT_TRUE(run_main_loop_until([&] { return !application.is_connected(); }));
-    EXPECT_EQ(state("peers"), "[]") << "the control API stays";
+    EXPECT_EQ(state("peers"), "[]") << "the control API still works";
     post("update", R"({"step":"complete","value":"2.1"})");
     EXPECT_EQ(state("version"), "2.1");
     post("personality", R"({"name":"fresh-device"})");
@@ -305,13 +316,13 @@ TEST_F(Commands, PlayAScenario)
               "a scenario is being played; 'stop-play' ends it");
     Client application;
     ASSERT_TRUE(application.connect());
-    application.ask(int32(66) + int32(2));
+    application.exchange(int32(66) + int32(2));
     EXPECT_TRUE(becomes("play.running", "false"));
     EXPECT_EQ(state("play.problem"), "");
     EXPECT_EQ(state("update_ready"), "true");
 }
 
-TEST_F(Commands, TellHowAScenarioFailed)
+TEST_F(Commands, ReportWhyAScenarioFailed)
 {
     post("play", R"({"scenario":{"steps":[{"expect":"send_presence","within_ms":10}]}})");
     EXPECT_TRUE(becomes("play.running", "false"));
@@ -328,13 +339,13 @@ TEST_F(Commands, StopAScenario)
     EXPECT_EQ(state("play.problem"), "line 1, wait 600000 ms: it was stopped");
     EXPECT_EQ(api.post("stop-play").at("error"), "no scenario is being played");
     post("play", R"({"scenario":{"steps":[{"say":"before"},{"stop-play":true},{"say":"never"}]}})");
-    EXPECT_TRUE(becomes("play.running", "false")) << "by itself, too";
+    EXPECT_TRUE(becomes("play.running", "false")) << "a scenario can stop itself";
     EXPECT_EQ(post("count", R"({"filter":{"step":"never"}})").at("count"), "0");
 }
 
-TEST_F(Commands, MayNotWaitInAScenario)
+TEST_F(Commands, CannotWaitInAScenario)
 {
-    EXPECT_EQ(api.post("play", R"({"scenario":{"steps":[{"wait":{}}]}})").status, 400);
+    EXPECT_EQ(api.post("play", R"({"scenario":{"steps":[{"wait":{}}]}})").status, http::bad_request);
 }
 
 } // namespace

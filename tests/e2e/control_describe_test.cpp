@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Everything that an agent version knows is enumerated by the agent itself, and reached: every method, every event.
+// The agent lists every method, event and fault of its version, and each of them can be used.
 #include "control_client.hpp"
 #include "wire_client.hpp"
 
@@ -11,14 +11,14 @@ using namespace kv::test;
 
 namespace {
 
-/// What there is, counted by hand.
-struct Known {
+/// The interface of a version, counted by hand.
+struct Interface {
     const char *version;
     int methods;
     int events;
 };
 
-class Described : public testing::TestWithParam<Known> {
+class Described : public testing::TestWithParam<Interface> {
 protected:
     Described()
     {
@@ -32,11 +32,11 @@ protected:
         const char *found = cJSON_GetStringValue(member(of, name));
         return found ? found : "";
     }
-    /// The first of a list of what there is.
+    /// The first element of a list in the description.
     const cJSON *list(const char *name) const { return member(description.get(), name)->child; }
     int count(const char *name) const { return cJSON_GetArraySize(member(description.get(), name)); }
 
-    /// The least that such a value can be on the wire.
+    /// The shortest bytes of a value of this type.
     Bytes value_of(const cJSON *shape) const
     {
         const std::string type = text(shape, "type");
@@ -63,7 +63,7 @@ protected:
     {
         const Response response = api.post("fault", R"({"method":")" + method + R"(","form":")" + form +
                                                         R"(","value":)" + std::to_string(value) + "}");
-        EXPECT_EQ(response.status, 200) << response.body;
+        EXPECT_EQ(response.status, http::ok) << response.body;
     }
 
     static constexpr int sequence = 4711;
@@ -74,7 +74,7 @@ protected:
     std::map<std::string, int> event_ids;
 };
 
-TEST_P(Described, HasAsMuchAsItsVersion)
+TEST_P(Described, ListsTheMethodsAndEventsOfItsVersion)
 {
     EXPECT_EQ(count("methods"), GetParam().methods);
     EXPECT_EQ(count("events"), GetParam().events);
@@ -83,36 +83,41 @@ TEST_P(Described, HasAsMuchAsItsVersion)
     EXPECT_EQ(text(description.get(), "version"), GetParam().version);
 }
 
-TEST_P(Described, EveryMethodCanBeMadeToAnswerAsOneWishes)
+TEST_P(Described, EveryMethodReturnsTheResultOfAFault)
 {
     Client application;
     ASSERT_TRUE(application.connect());
+    const auto result_of = [](const cJSON *method) { return -1000 - member(method, "id")->valueint; };
     for (const cJSON *method = list("methods"); method; method = method->next) {
         const std::string name = text(method, "name");
-        const int result = -1000 - member(method, "id")->valueint;
-        fault(name, "result", result);
-        const Bytes answer = application.ask(request_of(method));
-        ASSERT_GE(answer.size(), 8U) << name;
-        EXPECT_EQ(answer.substr(0, 4), int32(0)) << name;
-        EXPECT_EQ(answer.substr(answer.size() - 4), int32(result)) << name;
-        const Response noted =
-            api.post("wait", R"({"since":0,"filter":{"method":")" + name + R"(","fault":"result","answer":{"result":)" +
-                                 std::to_string(result) + "}}}");
-        EXPECT_EQ(noted.status, 200) << noted.body;
+        fault(name, "result", result_of(method));
+        const Bytes reply = application.exchange(request_of(method));
+        ASSERT_GE(reply.size(), 8U) << name;
+        EXPECT_EQ(reply.substr(0, 4), int32(0)) << name;
+        EXPECT_EQ(reply.substr(reply.size() - 4), int32(result_of(method))) << name;
     }
     EXPECT_EQ(api.get("/v1/state?path=faults").at("state"), "{}");
+
+    const Document journal{api.post("journal", R"({"filter":{"fault":"result"}})").body};
+    const cJSON *entry = member(journal.get(), "entries")->child;
+    for (const cJSON *method = list("methods"); method; method = method->next, entry = entry->next) {
+        ASSERT_TRUE(entry) << "no entry for " << text(method, "name");
+        EXPECT_EQ(text(entry, "method"), text(method, "name"));
+        EXPECT_EQ(text_of(member(member(entry, "answer"), "result")), std::to_string(result_of(method)));
+    }
+    EXPECT_FALSE(entry) << "more entries than calls";
 }
 
-TEST_P(Described, EveryEventReachesWhoeverRegisteredForIt)
+TEST_P(Described, EveryEventReachesARegisteredApplication)
 {
     Client application;
     ASSERT_TRUE(application.connect());
-    // Only a device with an owner has a group.
-    EXPECT_EQ(api.post("personality", R"({"name":"owned-and-signed-in"})").status, 200);
-    // One-shot requests are answered by their event at once, which is asked not to use them up.
+    // The event about the group is sent only to a device with an owner.
+    EXPECT_EQ(api.post("personality", R"({"name":"owned-and-signed-in"})").status, http::ok);
+    // The event of a one-shot request follows at once. Its delegate has the once flag cleared, so that it remains.
     for (const cJSON *method = list("methods"); method; method = method->next) {
         const bool registers = text_of(member(method, "arguments")).find(R"("type":"callback")") != std::string::npos;
-        const Bytes answer = registers ? application.ask(request_of(method)) : Bytes{};
+        const Bytes answer = registers ? application.exchange(request_of(method)) : Bytes{};
         EXPECT_NE(answer, "closed") << text(method, "name");
     }
 
@@ -133,7 +138,7 @@ TEST_P(Described, EveryEventReachesWhoeverRegisteredForIt)
     }
 }
 
-TEST_P(Described, EverythingCanStandInAScenario)
+TEST_P(Described, EveryMethodEventAndFaultCanBeAStepOfAScenario)
 {
     Client application;
     ASSERT_TRUE(application.connect());
@@ -143,34 +148,41 @@ TEST_P(Described, EverythingCanStandInAScenario)
         add(R"("emit":")" + text(event, "name") + R"(","values":)" + text_of(member(event, "default")));
     for (const cJSON *method = list("methods"); method; method = method->next)
         for (const cJSON *form = list("faults"); form; form = form->next)
-            for (const char *times : {"1", "0"}) // set, and taken back
+            for (const char *times : {"1", "0"}) // set it, remove it
                 add(R"("fault":")" + text(method, "name") + R"(","form":")" + text(form, "name") + "\"" +
                     (text(form, "value").empty() ? "" : R"(,"value":5)") + R"(,"times":)" + times);
     for (const cJSON *method = list("methods"); method; method = method->next)
-        add(R"("expect":")" + text(method, "name") + "\"");
+        add(R"("expect":")" + text(method, "name") + R"(","within_ms":60000)");
 
     const Response begun = api.post("play", R"({"scenario":{"steps":[)" + steps + "]}}");
-    ASSERT_EQ(begun.status, 200) << begun.body;
+    ASSERT_EQ(begun.status, http::ok) << begun.body;
     const std::string first = std::string{"expect "} + text(list("methods"), "name");
     EXPECT_TRUE(run_main_loop_until([&] { return api.get("/v1/state?path=play.step").at("state") == first; }));
     for (const cJSON *method = list("methods"); method; method = method->next)
-        application.ask(request_of(method));
+        application.exchange(request_of(method));
     EXPECT_TRUE(run_main_loop_until([&] { return api.get("/v1/state?path=play.running").at("state") == "false"; }));
     EXPECT_EQ(api.get("/v1/state?path=play.problem").at("state"), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Versions, Described,
-                         testing::Values(Known{"1.0", 31, 10}, Known{"1.1", 41, 13}, Known{"1.2", 44, 13},
-                                         Known{"1.3", 69, 19}, Known{"1.4", 94, 25}, Known{"1.5", 95, 26},
-                                         Known{"1.6", 96, 26}, Known{"2.0", 98, 27}, Known{"2.1", 101, 30},
-                                         Known{"2.2", 103, 31}, Known{"2.3", 104, 32}),
+                         testing::Values(Interface{.version = "1.0", .methods = 31, .events = 10},
+                                         Interface{.version = "1.1", .methods = 41, .events = 13},
+                                         Interface{.version = "1.2", .methods = 44, .events = 13},
+                                         Interface{.version = "1.3", .methods = 69, .events = 19},
+                                         Interface{.version = "1.4", .methods = 94, .events = 25},
+                                         Interface{.version = "1.5", .methods = 95, .events = 26},
+                                         Interface{.version = "1.6", .methods = 96, .events = 26},
+                                         Interface{.version = "2.0", .methods = 98, .events = 27},
+                                         Interface{.version = "2.1", .methods = 101, .events = 30},
+                                         Interface{.version = "2.2", .methods = 103, .events = 31},
+                                         Interface{.version = "2.3", .methods = 104, .events = 32}),
                          [](const auto &tested) {
                              std::string name = tested.param.version;
                              name[1] = '_';
                              return "Agent_" + name;
                          });
 
-TEST(EveryResult, CanBeAnAnswer)
+TEST(EveryResult, IsReturnedUnchanged)
 {
     AgentHome home;
     AgentProcess agent{home};
@@ -180,12 +192,12 @@ TEST(EveryResult, CanBeAnAnswer)
     for (const int result : {0, 1, -1, -5, -12, -13, -22, -61, -1073741822, -1073741825, -1073741826, -1073741827,
                              2147483647, -2147483647 - 1}) {
         const std::string body = R"({"method":"all","form":"result","value":)" + std::to_string(result) + "}";
-        EXPECT_EQ(api.post("fault", body).status, 200);
-        EXPECT_EQ(application.ask(int32(4)), int32(0) + int32(result));
+        EXPECT_EQ(api.post("fault", body).status, http::ok);
+        EXPECT_EQ(application.exchange(int32(4)), int32(0) + int32(result));
     }
 }
 
-TEST(EveryFault, CanBeSetAndTakenBack)
+TEST(EveryFault, CanBeSetAndRemoved)
 {
     AgentHome home;
     AgentProcess agent{home};
@@ -200,7 +212,7 @@ TEST(EveryFault, CanBeSetAndTakenBack)
             const Response response =
                 api.post("fault", R"({"method":"start","form":")" + name + "\"" + (valued ? R"(,"value":5)" : "") +
                                       R"(,"times":)" + times + "}");
-            EXPECT_EQ(response.status, 200) << name << response.body;
+            EXPECT_EQ(response.status, http::ok) << name << response.body;
             EXPECT_EQ(api.get("/v1/state?path=faults.start.fault").at("state"), times[0] == '0' ? "" : name);
         }
         ++faults;

@@ -197,6 +197,8 @@ TEST_F(Control, AnswersPipelinedRequestsInOrder)
 
 TEST_F(Control, ServesOthersWhileARequestIsIncompleteAndTimesItOut)
 {
+    ControlConnection stream{home};
+    ASSERT_EQ(stream.upgrade("/v1/stream").status, http::switching_protocols);
     ControlConnection half{home};
     half.send("POST /v1/emit HTTP/1.1\r\nHost: agent\r\nContent-Length: 100\r\n\r\n{\"event\":");
     ControlConnection no_headers{home};
@@ -204,7 +206,8 @@ TEST_F(Control, ServesOthersWhileARequestIsIncompleteAndTimesItOut)
     EXPECT_EQ(ControlConnection{home}.get("/v1/count").status, http::ok);
     EXPECT_TRUE(half.wait_for_close());
     EXPECT_TRUE(no_headers.wait_for_close());
-    EXPECT_EQ(ControlConnection{home}.get("/v1/count").status, http::ok);
+    EXPECT_EQ(ControlConnection{home}.post("clock", R"({"what":"run"})").status, http::ok);
+    EXPECT_EQ(Document{stream.next_frame().payload}.at("command"), "clock") << "a stream may be idle for longer";
 }
 
 TEST_F(Control, RefusesMoreThan64Connections)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// An agent that sends more events than the application takes: 100,000 at once, over real sockets, from a process of its
-// own. Either all of them arrive, in order, or the link is closed and the application is told; nothing is lost in
-// silence, nothing grows without bound, and no timer starves.
+// An agent that sends 100,000 events at once, faster than the application reads them, over real sockets. Either all of
+// them arrive in order, or the link is closed and the application receives a disconnection. No event is lost without
+// notice, memory is bounded, and timers still run.
 #include "application.hpp"
 #include "testing/support/child_process.hpp"
 
@@ -20,23 +20,23 @@ using namespace kv::test;
 namespace {
 
 constexpr int storm = 100'000;
-// What the main loop may deliver before it looks at anything else.
-constexpr int most_between_two_ticks = 4096;
+// The number of events that one iteration of the main loop may deliver.
+constexpr int max_between_two_ticks = 4096;
 
 #ifdef __SANITIZE_ADDRESS__
-constexpr bool memory_is_measured = false; // freed memory is kept back on purpose
+constexpr bool memory_is_measured = false; // the sanitizer keeps freed memory
 #else
 constexpr bool memory_is_measured = true;
 #endif
 
-// Methods and delegates of the interface that the test uses.
+// Ids of the methods that the test uses.
 enum Method { is_update_ready = 2, stop = 4, set_status_changed_cb = 6, reset = 16, set_nick_changed_cb = 71 };
 
-/// What the agent says when it has sent all that it could.
+/// The agent's report after it has sent its events.
 struct Sent {
     int events;
-    bool cut_off; // it found the application disconnected
-    long peak_kb; // of its memory
+    bool cut_off; // the link ended before the last event
+    long peak_kb; // the agent's highest resident memory
 };
 
 long memory_of_this_process(const std::string &line_start)
@@ -48,7 +48,7 @@ long memory_of_this_process(const std::string &line_start)
     return -1;
 }
 
-/// An agent that knows a few methods: reset brings the storm after its reply, stop before it.
+/// An agent with a few methods. `reset` sends the events after its reply, `stop` before it.
 class StormingAgent {
 public:
     explicit StormingAgent(std::string text) : text_(std::move(text))
@@ -145,8 +145,8 @@ protected:
 
     bool agent_logged(const std::string &text) const { return agent_->error_output().find(text) != std::string::npos; }
 
-    /// Blocks until the agent has sent all that it could.
-    void wait_for_the_agent()
+    /// Blocks until the agent has sent its events.
+    void wait_for_agent()
     {
         const std::optional<std::string> line = agent_->wait_for_line();
         ASSERT_TRUE(line);
@@ -155,11 +155,11 @@ protected:
         sent.cut_off = cut_off != 0;
     }
 
-    /// The application does not come back from its first event before the agent has sent all of them.
+    /// Counts an event. The callback of the first event blocks until the agent has sent all of them.
     void take(int number)
     {
-        if (received == 0 && blocks_in_its_first_callback)
-            wait_for_the_agent();
+        if (received == 0 && blocks_in_first_callback)
+            wait_for_agent();
         out_of_order += number != received++;
     }
     static void on_status(korvane_h, int status, void *data) { static_cast<EventStorm *>(data)->take(status); }
@@ -170,7 +170,7 @@ protected:
         self.take(number);
     }
 
-    /// A timer beside the events.
+    /// Starts a timer that counts the events between two of its ticks.
     void start_ticking()
     {
         timer_ = g_timeout_add(
@@ -188,7 +188,7 @@ protected:
     AgentHome home;
     Application application;
     Sent sent{};
-    bool blocks_in_its_first_callback = true;
+    bool blocks_in_first_callback = true;
     std::size_t text_size = 0;
     int received = 0;
     int out_of_order = 0;
@@ -201,7 +201,7 @@ private:
     guint timer_ = 0;
 };
 
-TEST_F(EventStorm, WhileTheFirstCallbackBlocksArrivesWholeInOrderWithTimersInBetween)
+TEST_F(EventStorm, DuringABlockedCallbackArrivesCompleteInOrderWithTimersInBetween)
 {
     begin();
     ASSERT_EQ(korvane_set_status_changed_cb(application.handle, on_status, this), KORVANE_ERROR_NONE);
@@ -214,39 +214,39 @@ TEST_F(EventStorm, WhileTheFirstCallbackBlocksArrivesWholeInOrderWithTimersInBet
     EXPECT_FALSE(sent.cut_off);
     EXPECT_EQ(out_of_order, 0);
     EXPECT_GT(largest_gap, 0);
-    EXPECT_LE(largest_gap, most_between_two_ticks);
+    EXPECT_LE(largest_gap, max_between_two_ticks);
     EXPECT_EQ(application.changes, std::vector{connected});
     if (memory_is_measured) {
         constexpr long few_kb = 4 << 10;
         EXPECT_LT(memory_of_this_process("VmHWM:") - before_kb, few_kb) << "of the application";
     }
-    EXPECT_EQ(korvane_set_mot_status(application.handle, true), KORVANE_ERROR_NONE) << "requests are still in step";
+    EXPECT_EQ(korvane_set_mot_status(application.handle, true), KORVANE_ERROR_NONE) << "requests still work";
 }
 
-TEST_F(EventStorm, ThatComesBeforeAReplyArrivesWholeInOrderAfterTheCall)
+TEST_F(EventStorm, BeforeAReplyArrivesCompleteInOrderAfterTheCall)
 {
     begin();
-    blocks_in_its_first_callback = false;
+    blocks_in_first_callback = false;
     ASSERT_EQ(korvane_set_status_changed_cb(application.handle, on_status, this), KORVANE_ERROR_NONE);
     ASSERT_EQ(korvane_stop(application.handle), KORVANE_ERROR_NONE);
-    EXPECT_EQ(received, 0) << "never inside a call";
-    wait_for_the_agent();
+    EXPECT_EQ(received, 0) << "events are not dispatched inside a call";
+    wait_for_agent();
     EXPECT_FALSE(sent.cut_off);
     EXPECT_TRUE(run_main_loop_until([this] { return received == storm; })) << received << " arrived";
     EXPECT_EQ(out_of_order, 0);
     EXPECT_EQ(application.changes, std::vector{connected});
 }
 
-/// 400 MB, of which the agent keeps 4 MiB for an application that does not read: then the link ends, and both know.
-TEST_F(EventStorm, ThatOutgrowsTheAgentsQueueEndsTheLinkAndIsToldAfterWhatHadArrived)
+/// 400 MB of events. The agent queues at most 4 MiB for an application that does not read; then it closes the link.
+TEST_F(EventStorm, BeyondTheQueueOfTheAgentEndsTheLinkAfterTheEventsBeforeIt)
 {
     text_size = 4 << 10;
     begin(std::string(text_size, 'x'));
     ASSERT_EQ(korvane_set_nick_changed_cb(application.handle, on_nick, this), KORVANE_ERROR_NONE);
     start_ticking();
     ASSERT_EQ(korvane_reset(application.handle), KORVANE_ERROR_NONE);
-    int received_when_told = -1;
-    application.on_change = [&](const Application::Change &) { received_when_told = received; };
+    int received_at_disconnection = -1;
+    application.on_change = [&](const Application::Change &) { received_at_disconnection = received; };
     EXPECT_TRUE(run_main_loop_until([this] { return application.changes.size() == 2; }));
     stop_ticking();
     EXPECT_EQ(application.changes, (std::vector{connected, disconnected}));
@@ -254,30 +254,30 @@ TEST_F(EventStorm, ThatOutgrowsTheAgentsQueueEndsTheLinkAndIsToldAfterWhatHadArr
     EXPECT_LT(sent.events, storm);
     EXPECT_GT(received, 0);
     EXPECT_LE(received, sent.events);
-    EXPECT_EQ(received_when_told, received) << "nothing comes after the end";
-    EXPECT_EQ(out_of_order, 0) << "the events before the end have no gap";
-    EXPECT_EQ(wrong_texts, 0) << "the last one is whole";
-    EXPECT_LE(largest_gap, most_between_two_ticks);
-    EXPECT_TRUE(agent_logged("does not read")) << "the agent says why";
+    EXPECT_EQ(received_at_disconnection, received) << "no event follows the disconnection";
+    EXPECT_EQ(out_of_order, 0) << "the events before the end are complete";
+    EXPECT_EQ(wrong_texts, 0) << "the last event is complete";
+    EXPECT_LE(largest_gap, max_between_two_ticks);
+    EXPECT_TRUE(agent_logged("does not read")) << "the agent logs the reason";
     if (memory_is_measured) {
-        constexpr long peak_kb = 48 << 10; // a forked test of some MB, and twice the queue while it grows
+        constexpr long peak_kb = 48 << 10; // the copy of this process, and twice the queue while it grows
         EXPECT_LT(sent.peak_kb, peak_kb) << "of the agent";
     }
-    EXPECT_EQ(korvane_stop(application.handle), KORVANE_ERROR_OPERATION_FAILED) << "nothing is connected now";
+    EXPECT_EQ(korvane_stop(application.handle), KORVANE_ERROR_OPERATION_FAILED) << "the link is closed";
 }
 
-TEST_F(EventStorm, ThatEndedTheLinkDoesNotKeepTheApplicationFromBeginningAnew)
+TEST_F(EventStorm, ThatEndedTheLinkAllowsANewSession)
 {
     text_size = 4 << 10;
     begin(std::string(text_size, 'x'));
     ASSERT_EQ(korvane_set_nick_changed_cb(application.handle, on_nick, this), KORVANE_ERROR_NONE);
     ASSERT_EQ(korvane_reset(application.handle), KORVANE_ERROR_NONE);
     ASSERT_TRUE(run_main_loop_until([this] { return application.changes.size() == 2; }));
-    const int of_the_first_link = received;
+    const int received_before = received;
     ASSERT_EQ(application.deinitialize(), KORVANE_ERROR_NONE);
     EXPECT_TRUE(application.connect());
     EXPECT_EQ(korvane_set_mot_status(application.handle, true), KORVANE_ERROR_NONE);
-    EXPECT_EQ(received, of_the_first_link);
+    EXPECT_EQ(received, received_before);
 }
 
 } // namespace

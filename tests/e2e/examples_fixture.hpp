@@ -10,10 +10,10 @@
 #include <csignal>
 #include <fstream>
 
-/// The examples as programs, played against the virtual agent.
+/// Runs an example as a program with a virtual agent.
 namespace kv::test {
 
-/// Every version at which something changes for an application.
+/// All versions of the agent.
 inline const auto agent_versions =
     testing::Values("1.0", "1.1", "1.2", "1.3", "1.4", "1.5", "1.6", "2.0", "2.1", "2.2", "2.3");
 
@@ -27,7 +27,7 @@ protected:
     void SetUp() override
     {
         ::setenv("KORVANE_LOG", "off", 1);
-        ::setenv("G_SLICE", "always-malloc", 1); // else GLib's own pools hide leaks from the sanitizer
+        ::setenv("G_SLICE", "always-malloc", 1); // GLib's memory pools would hide leaks from the sanitizer
     }
     void TearDown() override
     {
@@ -35,7 +35,7 @@ protected:
         ::unsetenv("G_SLICE");
     }
 
-    /// Writes a file of the test's own, and says where it is.
+    /// Writes a file into the home of the test and returns its path.
     std::string file(const std::string &name, const std::string &content) const
     {
         std::ofstream{home.root() / name} << content;
@@ -44,7 +44,7 @@ protected:
     std::string path(const std::string &name) const { return home.root() / name; }
     std::string content(const std::string &name) const { return read_file(home.root() / name); }
 
-    /// Waits until the agent's journal has so many lines with all of the texts.
+    /// Waits until exactly `times` entries of the agent's journal contain all of the texts.
     void expect_in_journal(const std::vector<std::string> &texts, int times = 1, const char *at = __builtin_FILE(),
                            int line = __builtin_LINE()) const
     {
@@ -56,7 +56,8 @@ protected:
     }
     int requests(const std::string &method) const { return home.count_in_journal({R"("method":")" + method + R"(")"}); }
 
-    static void stops(Program &program)
+    /// Ends an example with SIGTERM and checks that it stops its service without errors.
+    static void expect_clean_end(Program &program)
     {
         program.signal(SIGTERM);
         EXPECT_EQ(program.wait(), 0) << program.output();

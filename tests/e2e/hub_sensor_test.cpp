@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The hub and the sensor.
+// The examples hub and sensor.
 #include "examples_fixture.hpp"
 
 using namespace kv::test;
@@ -11,15 +11,15 @@ struct OtherExamples : Example {
     const std::string sensor = KORVANE_SENSOR_PATH;
 };
 
-struct AnExampleWithAgent : OtherExamples, testing::WithParamInterface<const char *> {
+struct ExampleWithAgent : OtherExamples, testing::WithParamInterface<const char *> {
     const std::string version = GetParam();
 };
-INSTANTIATE_TEST_SUITE_P(OfEveryVersion, AnExampleWithAgent, agent_versions, version_in_name);
+INSTANTIATE_TEST_SUITE_P(EveryVersion, ExampleWithAgent, agent_versions, version_in_name);
 
-TEST_P(AnExampleWithAgent, IsAHubThatRepresentsOthers)
+TEST_P(ExampleWithAgent, RunsTheHub)
 {
     AgentProcess agent{home, {"--agent-version", version}};
-    agent.run_command("personality owned-and-signed-in"); // only then there is a group
+    agent.run_command("personality owned-and-signed-in"); // a group needs an owner
     Program program{hub, {}};
     EXPECT_EQ(program.wait(), 0) << program.output();
     const auto since = [this](const char *first, int count) { return version < first ? 0 : count; };
@@ -45,10 +45,10 @@ TEST_P(AnExampleWithAgent, IsAHubThatRepresentsOthers)
     EXPECT_EQ(program.error_output(), "");
 }
 
-TEST_P(AnExampleWithAgent, IsASensorThatSleeps)
+TEST_P(ExampleWithAgent, RunsTheSensor)
 {
     AgentProcess agent{home, {"--agent-version", version}};
-    agent.run_command("personality owned-and-signed-in"); // only then there is a connection
+    agent.run_command("personality owned-and-signed-in"); // a connection needs a session
     Program program{sensor, {"--once", "--awake-ms", "1"}};
     EXPECT_EQ(program.wait(), 0) << program.output();
     const auto since = [this](const char *first, int count) { return version < first ? 0 : count; };
@@ -68,7 +68,7 @@ TEST_P(AnExampleWithAgent, IsASensorThatSleeps)
     EXPECT_EQ(program.error_output(), "");
 }
 
-TEST_F(OtherExamples, TheHubStaysIfItIsToldTo)
+TEST_F(OtherExamples, TheHubKeepsRunningOnRequest)
 {
     AgentProcess agent{home};
     Program program{hub, {"--stay"}};
@@ -82,16 +82,16 @@ TEST_F(OtherExamples, TheHubStaysIfItIsToldTo)
     EXPECT_EQ(::kill(home.latest_agent(), SIGTERM), 0);
 }
 
-TEST_F(OtherExamples, TheHubDoesNotWaitForEverForItsGroup)
+TEST_F(OtherExamples, TheHubTimesOutWaitingForItsGroup)
 {
     AgentProcess agent{home, {"--agent-version", "1.5"}};
-    agent.run_command("fault get_group_id result 0"); // is answered so, and nothing follows
+    agent.run_command("fault get_group_id result 0"); // no event follows
     Program program{hub, {}};
     EXPECT_EQ(program.wait(), 0) << program.output();
     EXPECT_EQ(program.count_in_output("group: no event from the agent"), 1);
 }
 
-TEST_F(OtherExamples, AFailedStepOfTheHubShowsInItsExitStatus)
+TEST_F(OtherExamples, TheHubReportsAFailedStepByItsExitStatus)
 {
     AgentProcess agent{home};
     agent.run_command("fault register_sub_device result -1");
@@ -100,7 +100,7 @@ TEST_F(OtherExamples, AFailedStepOfTheHubShowsInItsExitStatus)
     EXPECT_EQ(program.count_in_output("  register_sub_device: OPERATION_FAILED"), 1);
 }
 
-TEST_F(OtherExamples, ABrokenLinkOfTheHubShowsInItsExitStatus)
+TEST_F(OtherExamples, TheHubReportsABrokenLinkByItsExitStatus)
 {
     AgentProcess agent{home};
     agent.run_command("fault set_nick_name die");
@@ -110,10 +110,10 @@ TEST_F(OtherExamples, ABrokenLinkOfTheHubShowsInItsExitStatus)
     EXPECT_EQ(program.count_in_output("stop: "), 0);
 }
 
-TEST_F(OtherExamples, TheSensorSleepsAsSoonAsItsKeepAliveHasEnded)
+TEST_F(OtherExamples, TheSensorSleepsWhenItsKeepAliveHasEnded)
 {
     AgentProcess agent{home};
-    agent.run_command("personality owned-and-signed-in"); // without a session there is nothing to keep alive
+    agent.run_command("personality owned-and-signed-in"); // keep-alives need a session
     Program program{sensor, {"--sleep-ms", "1", "--awake-ms", "600000"}};
     for (int time = 1; time <= 3; ++time) {
         program.wait_for_output("send_keepalive: NONE", time);
@@ -121,7 +121,7 @@ TEST_F(OtherExamples, TheSensorSleepsAsSoonAsItsKeepAliveHasEnded)
         program.wait_for_output("asleep: for 1 ms", time);
     }
     program.wait_for_output("awake: time 4");
-    stops(program);
+    expect_clean_end(program);
     EXPECT_EQ(program.count_in_output("no result"), 0);
 }
 
@@ -145,7 +145,7 @@ TEST_F(OtherExamples, WrongCommandLinesAreRefusedWithTheReason)
     }
 }
 
-TEST_F(OtherExamples, HelpIsGiven)
+TEST_F(OtherExamples, PrintTheirHelp)
 {
     for (const std::string &path : {hub, sensor, std::string{KORVANE_WASHER_PATH}}) {
         Program program{path, {"--help"}};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// An application and an agent that do what they should.
+// An application and an agent without failures.
 #include "application.hpp"
 
 #include <gtest/gtest.h>
@@ -11,15 +11,15 @@ using namespace kv::test;
 
 namespace {
 
-/// What a test opened, it closes.
+/// Checks that a test leaves no descriptor open and nothing on the main loop.
 class Session : public testing::Test {
 protected:
     void SetUp() override { descriptors_ = open_descriptors(); }
     void TearDown() override
     {
         application.deinitialize();
-        EXPECT_EQ(open_descriptors(), descriptors_) << "descriptors are left open";
-        EXPECT_FALSE(g_main_context_pending(nullptr)) << "something is left on the main loop";
+        EXPECT_EQ(open_descriptors(), descriptors_) << "descriptors remain open";
+        EXPECT_FALSE(g_main_context_pending(nullptr)) << "a source remains on the main loop";
     }
 
     AgentHome home;
@@ -29,9 +29,9 @@ private:
     int descriptors_ = 0;
 };
 
-struct ASessionWithAgent : Session, testing::WithParamInterface<const char *> {};
+struct SessionWithAgent : Session, testing::WithParamInterface<const char *> {};
 
-TEST_P(ASessionWithAgent, StartsTheServiceReadsTheDeviceIdAndStopsIt)
+TEST_P(SessionWithAgent, StartsTheServiceReadsTheDeviceIdAndStopsIt)
 {
     AgentProcess agent{home, {"--agent-version", GetParam(), "--device-id", "01234567-89ab-4cde-8f01-23456789abcd"}};
     ASSERT_TRUE(application.connect());
@@ -46,7 +46,7 @@ TEST_P(ASessionWithAgent, StartsTheServiceReadsTheDeviceIdAndStopsIt)
     EXPECT_EQ(korvane_stop(application.handle), KORVANE_ERROR_NONE);
     EXPECT_NE(agent.reply_to("state").find(R"("running":false)"), std::string::npos);
     EXPECT_EQ(application.deinitialize(), KORVANE_ERROR_NONE);
-    EXPECT_EQ(application.changes, std::vector{connected}) << "an application is not told of what it did itself";
+    EXPECT_EQ(application.changes, std::vector{connected}) << "deinitializing is not reported as a disconnection";
 
     EXPECT_EQ(home.count_in_journal({R"("method":"start","id":3)", R"("arguments":{"name":"","mode":0,"flags":0})",
                                      R"("answer":{"result":0})"}),
@@ -54,17 +54,17 @@ TEST_P(ASessionWithAgent, StartsTheServiceReadsTheDeviceIdAndStopsIt)
     EXPECT_EQ(home.count_in_journal({R"("method":"stop")"}), 1);
 }
 
-TEST_P(ASessionWithAgent, TellsTheApiVersionToAgentsThatKnowTheMethod)
+TEST_P(SessionWithAgent, SendsTheApiVersionToAgentsThatKnowTheMethod)
 {
     AgentProcess agent{home, {"--agent-version", GetParam()}};
     ASSERT_TRUE(application.connect());
-    const bool told = std::string{"1.0"} != GetParam();
-    EXPECT_EQ(home.count_in_journal({"set_api_version", R"({"major":2,"minor":3,"patch":3})"}), told ? 1 : 0);
-    EXPECT_EQ(agent.reply_to("state").find(R"("api_version":"2.3.3")") != std::string::npos, told);
-    EXPECT_EQ(home.count_in_journal({R"("problem")"}), 0) << "nothing is asked that the agent does not know";
+    const bool is_sent = std::string{"1.0"} != GetParam();
+    EXPECT_EQ(home.count_in_journal({"set_api_version", R"({"major":2,"minor":3,"patch":3})"}), is_sent ? 1 : 0);
+    EXPECT_EQ(agent.reply_to("state").find(R"("api_version":"2.3.3")") != std::string::npos, is_sent);
+    EXPECT_EQ(home.count_in_journal({R"("problem")"}), 0) << "no request is unknown to the agent";
 }
 
-TEST_P(ASessionWithAgent, RemembersTheLastThatItWasToldAndShowsNoSecretOfIt)
+TEST_P(SessionWithAgent, KeepsTheLastArgumentsWithoutSecrets)
 {
     AgentProcess agent{home, {"--agent-version", GetParam()}};
     ASSERT_TRUE(application.connect());
@@ -81,7 +81,7 @@ TEST_P(ASessionWithAgent, RemembersTheLastThatItWasToldAndShowsNoSecretOfIt)
     EXPECT_EQ(home.count_in_journal({"4711-0815"}), 0);
 }
 
-TEST_P(ASessionWithAgent, StartsTheServiceAsynchronouslySinceAgent2)
+TEST_P(SessionWithAgent, StartsTheServiceAsynchronouslySinceAgent2)
 {
     AgentProcess agent{home, {"--agent-version", GetParam()}};
     ASSERT_TRUE(application.connect());
@@ -93,11 +93,11 @@ TEST_P(ASessionWithAgent, StartsTheServiceAsynchronouslySinceAgent2)
     EXPECT_TRUE(run_main_loop_until([&] { return !application.start_results.empty(); }));
     EXPECT_EQ(application.start_results, std::vector{0});
     EXPECT_NE(agent.reply_to("state").find(R"("running":true)"), std::string::npos);
-    agent.run_command("emit start_async_cb [1]"); // reaches nobody: it has been served
+    agent.run_command("emit start_async_cb [1]"); // reaches no application: the one-shot request has completed
     EXPECT_NE(agent.reply_to("emit start_async_cb [1]").find(R"("peers":0)"), std::string::npos);
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEveryVersion, ASessionWithAgent,
+INSTANTIATE_TEST_SUITE_P(EveryVersion, SessionWithAgent,
                          testing::Values("1.0", "1.1", "1.2", "1.3", "1.4", "1.5", "1.6", "2.0", "2.1", "2.2", "2.3"),
                          [](const auto &version) {
                              return std::string{"Version"} + version.param[0] + "_" + version.param[2];
@@ -111,15 +111,15 @@ TEST_F(Session, WithoutAnAgentIsNotSupported)
 
 TEST_F(Session, WithAnAgentThatIsInstalledButCannotBeReachedIsUnavailable)
 {
-    ASSERT_EQ(run_agent({"--install", "--runtime-dir", home.root() / "elsewhere"}).exit_status, 0);
+    ASSERT_EQ(run_agent({"--install", "--runtime-dir", home.root() / "elsewhere"}).exit_status, agent_exit::stopped);
     std::filesystem::create_directories(home.packages());
     for (const auto &entry : std::filesystem::directory_iterator{home.packages()})
-        std::ofstream{entry.path()} << "[Package]\nVersion=2.3\n"; // nothing that could be started
+        std::ofstream{entry.path()} << "[Package]\nVersion=2.3\n"; // without an executable
     EXPECT_EQ(application.initialize(), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     EXPECT_EQ(application.handle, nullptr);
 }
 
-TEST_F(Session, IsRefusedByAnAgentThatRefuses)
+TEST_F(Session, ReportsThatTheAgentRefuses)
 {
     AgentProcess agent{home, {"--refuse"}};
     ASSERT_EQ(application.initialize(), KORVANE_ERROR_NONE);
@@ -129,7 +129,7 @@ TEST_F(Session, IsRefusedByAnAgentThatRefuses)
     EXPECT_EQ(home.count_in_journal({R"("connection":"refused")"}), 1);
 }
 
-TEST_F(Session, IsToldThatTheAgentWaitsToBeUpdated)
+TEST_F(Session, ReportsThatAnUpdateIsReady)
 {
     AgentProcess agent{home, {"--update-ready"}};
     ASSERT_EQ(application.initialize(), KORVANE_ERROR_NONE);
@@ -139,7 +139,7 @@ TEST_F(Session, IsToldThatTheAgentWaitsToBeUpdated)
 
 TEST_F(Session, StartsAnAgentOnDemand)
 {
-    ASSERT_EQ(run_agent({"--install", "--agent-version", "2.2", "--log", home.log()}).exit_status, 0);
+    ASSERT_EQ(run_agent({"--install", "--agent-version", "2.2", "--log", home.log()}).exit_status, agent_exit::stopped);
     ASSERT_TRUE(application.connect());
     EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_NONE);
     ASSERT_EQ(home.count_in_journal({R"("agent":"ready","version":"2.2")"}), 1);
@@ -149,16 +149,16 @@ TEST_F(Session, StartsAnAgentOnDemand)
     ASSERT_EQ(::kill(agent, SIGTERM), 0);
     EXPECT_TRUE(application.wait_for_changes(2));
     EXPECT_EQ(application.changes.back(), disconnected);
-    EXPECT_TRUE(run_main_loop_until([&] { return ::kill(agent, 0) != 0; })) << "it is nobody's zombie";
+    EXPECT_TRUE(run_main_loop_until([&] { return ::kill(agent, 0) != 0; })) << "its end leaves no zombie";
 }
 
-TEST_F(Session, StartsTheVersionToWhichAnAgentWasUpdatedOnDemand)
+TEST_F(Session, StartsTheUpdatedVersionOnDemand)
 {
     {
         AgentProcess agent{home, {"--agent-version", "1.6"}};
         agent.run_command("update complete 2.2");
         agent.run_command("quit");
-        ASSERT_EQ(agent.wait(), 0);
+        ASSERT_EQ(agent.wait(), agent_exit::stopped);
     }
     ASSERT_TRUE(application.connect());
     EXPECT_EQ(home.count_in_journal({R"("agent":"ready","version":"2.2")"}), 1);
@@ -187,7 +187,7 @@ TEST_F(Session, DeliversTheEventsOfTheAgent)
     EXPECT_NE(agent.reply_to("emit status_changed_cb [7]").find(R"("peers":0)"), std::string::npos);
 }
 
-TEST_F(Session, CanBeBegunAgainAndAgain)
+TEST_F(Session, CanBeRepeated)
 {
     AgentProcess agent{home};
     for (int i = 0; i < 20; ++i) {
@@ -197,7 +197,7 @@ TEST_F(Session, CanBeBegunAgainAndAgain)
     }
 }
 
-TEST_F(Session, KnowsNoHandleAfterItsEnd)
+TEST_F(Session, RefusesItsHandleAfterItsEnd)
 {
     AgentProcess agent{home};
     ASSERT_TRUE(application.connect());
@@ -216,7 +216,7 @@ TEST_F(Session, FailsEveryCallUntilItIsConnected)
     EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_NONE);
 }
 
-TEST_F(Session, GoesOnWithoutAMessageBus)
+TEST_F(Session, RunsWithoutAMessageBus)
 {
     AgentProcess agent{home};
     ::setenv("KORVANE_BUS", "unix:path=/nonexistent/bus", 1);
@@ -226,7 +226,7 @@ TEST_F(Session, GoesOnWithoutAMessageBus)
     ::unsetenv("KORVANE_BUS");
 }
 
-TEST_F(Session, PassesAnUnreadablePackageFileWhereNoVersionIsNeeded)
+TEST_F(Session, NeedsNoReadablePackageEntryUnlessAVersionIsNeeded)
 {
     AgentProcess agent{home};
     for (const auto &entry : std::filesystem::directory_iterator{home.packages()})
@@ -236,9 +236,9 @@ TEST_F(Session, PassesAnUnreadablePackageFileWhereNoVersionIsNeeded)
     EXPECT_EQ(application.start_async(), KORVANE_ERROR_AGENT_VERSION_LOWER);
 }
 
-TEST_F(Session, FailsWhereTheRuntimeDirectoryCannotBeMade)
+TEST_F(Session, FailsIfTheRuntimeDirectoryCannotBeMade)
 {
-    ASSERT_EQ(run_agent({"--install"}).exit_status, 0);
+    ASSERT_EQ(run_agent({"--install"}).exit_status, agent_exit::stopped);
     std::ofstream{home.runtime()} << "a file where the directory should be";
     const int result = application.initialize();
     EXPECT_TRUE(result == KORVANE_ERROR_SERVICE_UNAVAILABLE || result == KORVANE_ERROR_PERMISSION_DENIED ||
@@ -247,7 +247,7 @@ TEST_F(Session, FailsWhereTheRuntimeDirectoryCannotBeMade)
     EXPECT_EQ(application.handle, nullptr);
 }
 
-TEST_F(Session, LetsTheConnectionCallbackDoEverything)
+TEST_F(Session, AllowsAllCallsInTheConnectionCallback)
 {
     AgentProcess agent{home};
     std::vector<int> results;
@@ -265,7 +265,7 @@ TEST_F(Session, LetsTheConnectionCallbackDoEverything)
     EXPECT_EQ(results, std::vector(5U * 5U - 1U, static_cast<int>(KORVANE_ERROR_NONE)));
 }
 
-TEST_F(Session, LetsTheStartResultCallbackEndItAndBeginAnew)
+TEST_F(Session, AllowsTheStartResultCallbackToInitializeAgain)
 {
     AgentProcess agent{home};
     application.on_start_result = [&](int) {
@@ -280,7 +280,7 @@ TEST_F(Session, LetsTheStartResultCallbackEndItAndBeginAnew)
     EXPECT_EQ(application.start_results, std::vector{0});
 }
 
-TEST_F(Session, LetsAnEventCallbackEndItAndBeginAnew)
+TEST_F(Session, AllowsAnEventCallbackToInitializeAgain)
 {
     AgentProcess agent{home};
     ASSERT_TRUE(application.connect());
@@ -297,7 +297,7 @@ TEST_F(Session, LetsAnEventCallbackEndItAndBeginAnew)
     EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_NONE);
 }
 
-TEST_F(Session, LetsTheRejectionCallbackEndItAndBeginAnew)
+TEST_F(Session, AllowsTheRejectionCallbackToInitializeAgain)
 {
     AgentProcess agent{home, {"--refuse"}};
     application.on_change = [&](const Application::Change &) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The helper for applications' own tests: a private agent, steered by the test that it serves.
+// korvane-test: a private agent that a test starts and controls.
 #include "application.hpp"
 
 #include <korvane_test.hpp>
@@ -31,7 +31,7 @@ std::string problem_of(Work work)
     }
 }
 
-TEST(TestHelper, GivesAnAgentOfTheVersionAndTakesItDown)
+TEST(TestHelper, StartsAnAgentOfTheVersionAndStopsIt)
 {
     std::string directory;
     int pid = 0;
@@ -48,7 +48,7 @@ TEST(TestHelper, GivesAnAgentOfTheVersionAndTakesItDown)
     EXPECT_EQ(getenv("KORVANE_RUNTIME_DIR"), nullptr);
 }
 
-TEST(TestHelper, SaysWhyThereIsNoAgent)
+TEST(TestHelper, ReportsWhyAnAgentCannotBeStarted)
 {
     EXPECT_NE(problem_of([] {
                   Agent agent{{nullptr, "/nowhere/korvane-agent", nullptr, nullptr}};
@@ -58,7 +58,7 @@ TEST(TestHelper, SaysWhyThereIsNoAgent)
               std::string::npos);
 }
 
-TEST(TestHelper, SaysWhyACommandIsRefused)
+TEST(TestHelper, ReportsWhyACommandIsRefused)
 {
     Agent agent{with_program()};
     EXPECT_EQ(problem_of([&] { agent.tell("phone scan"); }),
@@ -67,14 +67,14 @@ TEST(TestHelper, SaysWhyACommandIsRefused)
     EXPECT_EQ(problem_of([&] { agent.tell("state"); }), "");
 }
 
-TEST(TestHelper, SaysThatTheAgentHasDied)
+TEST(TestHelper, ReportsThatTheAgentHasDied)
 {
     Agent agent{with_program()};
     ::kill(agent.pid(), SIGKILL);
     EXPECT_EQ(problem_of([&] { agent.tell("state"); }), "the agent has died");
 }
 
-TEST(TestHelper, WaitsForCallsInTheirOrderWhileTheApplicationRuns)
+TEST(TestHelper, WaitsForCallsInOrderWhileTheApplicationRuns)
 {
     Agent agent{with_program()};
     Application application;
@@ -86,12 +86,12 @@ TEST(TestHelper, WaitsForCallsInTheirOrderWhileTheApplicationRuns)
     EXPECT_EQ(korvane_set_nick_name(application.handle, 4, "two"), KORVANE_ERROR_NONE);
     agent.wait_for_call("set_nick_name", R"({"device_no":4})");
     EXPECT_NE(problem_of([&] { agent.wait_for_call("set_nick_name", R"({"device_no":3})", 50); }), "")
-        << "that one came before";
+        << "that call was before the one that was found";
     EXPECT_EQ(agent.count_calls("set_nick_name"), 2);
     EXPECT_EQ(agent.count_calls("reset"), 0);
 }
 
-TEST(TestHelper, TellsInWhatTheStateIsNotAsWanted)
+TEST(TestHelper, ReportsHowTheStateDiffers)
 {
     Agent agent{with_program()};
     agent.until("running", "false");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The agent is replaced while an application runs. Over a real message bus.
+// Updates of the agent while an application runs, announced on a real message bus.
 #include "application.hpp"
 
 #include <app_event.h>
@@ -11,22 +11,22 @@ using namespace kv::test;
 
 namespace {
 
-int count(const char *event, int &heard, event_handler_h &handler)
+int count(const char *event, int &received, event_handler_h &handler)
 {
     return event_add_event_handler(
-        event, [](const char *, bundle *, void *data) { ++*static_cast<int *>(data); }, &heard, &handler);
+        event, [](const char *, bundle *, void *data) { ++*static_cast<int *>(data); }, &received, &handler);
 }
 
-/// Listens as the library does, so that a test knows when an announcement has arrived. It registers after the library,
-/// so what it has heard the library has, too.
+/// Counts the announcements that have arrived. It subscribes after the library, so that the library has received each
+/// announcement before it is counted.
 class Announcements {
 public:
     Announcements()
     {
-        EXPECT_EQ(count("org.korvane.ServiceManager.UpdateStatus", heard_, handler_), 0);
-        EXPECT_EQ(count(probe, probes_heard_, probe_handler_), 0);
-        // The bus learns in the background who listens. The last to be registered is the last it learns of.
-        EXPECT_TRUE(run_main_loop_until([this] { return event_publish(probe, nullptr) == 0 && probes_heard_ > 0; }));
+        EXPECT_EQ(count("org.korvane.ServiceManager.UpdateStatus", received_, handler_), 0);
+        EXPECT_EQ(count(probe, probes_received_, probe_handler_), 0);
+        // Subscriptions take effect asynchronously and in order. The last one is in effect when a probe arrives.
+        EXPECT_TRUE(run_main_loop_until([this] { return event_publish(probe, nullptr) == 0 && probes_received_ > 0; }));
     }
     Announcements(const Announcements &) = delete;
     Announcements &operator=(const Announcements &) = delete;
@@ -38,14 +38,14 @@ public:
 
     bool wait_for(int announcements)
     {
-        return run_main_loop_until([&] { return heard_ >= announcements; });
+        return run_main_loop_until([&] { return received_ >= announcements; });
     }
 
 private:
     static constexpr const char *probe = "org.korvane.Test.Probe";
 
-    int heard_ = 0;
-    int probes_heard_ = 0;
+    int received_ = 0;
+    int probes_received_ = 0;
     event_handler_h handler_ = nullptr;
     event_handler_h probe_handler_ = nullptr;
 };
@@ -56,7 +56,7 @@ protected:
     Application application;
 };
 
-TEST_F(Update, IsSeenAsADisconnectionByUpdateThenAsUnavailabilityThenAsANewAgent)
+TEST_F(Update, DisconnectsThenMakesTheAgentUnavailableThenBringsANewOne)
 {
     AgentProcess agent{home, {"--agent-version", "1.6"}};
     ASSERT_TRUE(application.connect());
@@ -65,7 +65,7 @@ TEST_F(Update, IsSeenAsADisconnectionByUpdateThenAsUnavailabilityThenAsANewAgent
 
     agent.run_command("update start");
     ASSERT_TRUE(announcements.wait_for(1));
-    EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_NONE) << "an update that has only begun hinders nothing";
+    EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_NONE) << "the start of an update refuses no call";
 
     agent.run_command("update install");
     ASSERT_TRUE(announcements.wait_for(2));
@@ -78,15 +78,15 @@ TEST_F(Update, IsSeenAsADisconnectionByUpdateThenAsUnavailabilityThenAsANewAgent
 
     agent.run_command("update complete 2.3");
     ASSERT_TRUE(announcements.wait_for(3));
-    EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_OPERATION_FAILED) << "the old link is gone";
+    EXPECT_EQ(korvane_start(application.handle), KORVANE_ERROR_OPERATION_FAILED) << "the old link is closed";
     EXPECT_EQ(application.deinitialize(), KORVANE_ERROR_NONE);
     ASSERT_TRUE(application.connect());
-    EXPECT_EQ(application.start_async(), KORVANE_ERROR_NONE) << "which an agent 1.6 does not know";
+    EXPECT_EQ(application.start_async(), KORVANE_ERROR_NONE) << "since 2.0";
     EXPECT_TRUE(run_main_loop_until([&] { return !application.start_results.empty(); }));
     EXPECT_NE(agent.reply_to("state").find(R"("version":"2.3")"), std::string::npos);
 }
 
-TEST_F(Update, ThatFailsLeavesTheOldAgent)
+TEST_F(Update, ThatFailsKeepsTheOldAgent)
 {
     AgentProcess agent{home, {"--agent-version", "2.0"}};
     ASSERT_TRUE(application.connect());
@@ -102,7 +102,7 @@ TEST_F(Update, ThatFailsLeavesTheOldAgent)
     EXPECT_NE(agent.reply_to("state").find(R"("version":"2.0")"), std::string::npos);
 }
 
-TEST_F(Update, ThatIsWaitedForIsNotMetByAnAgentStartedOnDemand)
+TEST_F(Update, PreventsAStartOnDemand)
 {
     AgentProcess agent{home};
     ASSERT_TRUE(application.connect());
@@ -114,7 +114,7 @@ TEST_F(Update, ThatIsWaitedForIsNotMetByAnAgentStartedOnDemand)
     EXPECT_EQ(home.count_in_journal({R"("agent":"ready")"}), 1);
 }
 
-TEST_F(Update, IsAlsoCarriedOutWhenItsEndComesAtOnce)
+TEST_F(Update, CanCompleteImmediately)
 {
     AgentProcess agent{home, {"--agent-version", "2.0"}};
     ASSERT_TRUE(application.connect());

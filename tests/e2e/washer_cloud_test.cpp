@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The washer in the cloud.
+// The example washer: sign-up, session, certificates and diagnostics.
 #include "cloud_device.hpp"
 #include "support/signing_request.hpp"
 #include "washer_fixture.hpp"
@@ -12,31 +12,31 @@ using namespace kv::test;
 
 namespace {
 
-TEST_F(Washer, SignsUpOnceItHasJoinedWithTheAccountThatThePhoneBrings)
+TEST_F(Washer, SignsUpAfterJoiningWithTheAccountOfThePhone)
 {
     AgentProcess agent{home, {"--agent-version", "1.6"}};
-    Program program{washer, with({})};
+    Program program{washer, with_short_join({})};
     ASSERT_TRUE(program.wait_for_output("washer: ready"));
     agent.run_command(
         R"(emit provisioning_vendor_info_cb [1,{"account":{"user_id":"someone","access_token":"s3cret"}}])");
     program.wait_for_output("vendor data: ");
     EXPECT_EQ(requests("signup_cloud"), 0);
-    agent.run_command(chooses("1.6", "home", "laundry day"));
+    agent.run_command(choice_of("1.6", "home", "laundry day"));
     program.wait_for_output("sign_up_cloud: NONE");
     expect_in_journal(
         {R"("method":"signup_cloud")", R"("access_token":"<secret, 6 bytes>")", R"("user_id":"someone")"});
     agent.run_command("emit signup_status_changed_cb [true]");
     program.wait_for_output("cloud account: signed up");
-    stops(program);
+    expect_clean_end(program);
     EXPECT_EQ(program.count_in_output("s3cret"), 0) << "tokens are not printed";
 }
 
-TEST_P(AWasherWithAgent, SignsUpAtOnceWhereItIsToldTo)
+TEST_P(WasherWithAgent, SignsUpAtOnceWithAnAccountOption)
 {
     AgentProcess agent{home, {"--agent-version", version}};
     const std::string account =
         file("account", R"({"region":"EU","user_id":"me","access_token":"s3cret","ci_server":"c"})");
-    Program program{washer, with({"--sign-up", "--account", account})};
+    Program program{washer, with_short_join({"--sign-up", "--account", account})};
     program.wait_for_output("washer: ready");
     EXPECT_EQ(program.count_in_output("sign_up_cloud: NONE"), 1);
     if (version < "2.0")
@@ -45,13 +45,13 @@ TEST_P(AWasherWithAgent, SignsUpAtOnceWhereItIsToldTo)
         expect_in_journal({R"("method":"common_interface")",
                            R"({"region":"EU","access_token":"<secret, 6 bytes>","user_id":"<secret, 2 bytes>",)"
                            R"("ci_server":"c","common_interface":3})"});
-    stops(program);
+    expect_clean_end(program);
 }
 
-TEST_F(Washer, LosesItsSessionAndComesBack)
+TEST_F(Washer, ReconnectsAfterLosingItsSession)
 {
     AgentProcess agent{home};
-    Program program{washer, with({})};
+    Program program{washer, with_short_join({})};
     ASSERT_TRUE(program.wait_for_output("washer: ready"));
     agent.run_command("emit signin_status_changed_cb [true]");
     program.wait_for_output("cloud session: signed in");
@@ -67,8 +67,8 @@ TEST_F(Washer, LosesItsSessionAndComesBack)
     program.wait_for_output("diagnostics wanted: log (3)");
     agent.run_command("emit keepalive_result_cb [0]");
     program.wait_for_output("keep-alive: result 0");
-    stops(program);
-    EXPECT_EQ(requests("create_hdr_token_info"), 1) << "once for each connection";
+    expect_clean_end(program);
+    EXPECT_EQ(requests("create_hdr_token_info"), 1) << "once per connection";
     EXPECT_EQ(requests("create_hdr_certificate"), 1);
 }
 
@@ -80,7 +80,7 @@ Key key_from(const std::string &pem)
     return key;
 }
 
-/// Whether the cloud has issued a certificate for this key, under the name that the washer keeps in its state.
+/// Whether the certificate in the washer's state was issued for this key.
 bool is_certified(const std::string &state, EVP_PKEY *key)
 {
     const std::string member = "certificate=";
@@ -94,16 +94,16 @@ bool is_certified(const std::string &state, EVP_PKEY *key)
     return certificate && key && EVP_PKEY_eq(X509_get0_pubkey(certificate.get()), key) == 1;
 }
 
-TEST_F(Washer, AsksForACertificateOfAKeyThatItKeeps)
+TEST_F(Washer, RequestsACertificateForAKeyThatItKeeps)
 {
     AgentProcess agent{home};
     for (int start = 1; start <= 2; ++start) {
-        Program program{washer, with({"--state", path("state")})};
+        Program program{washer, with_short_join({"--state", path("state")})};
         ASSERT_TRUE(program.wait_for_output("washer: ready"));
         agent.run_command("emit signin_status_changed_cb [true]");
         program.wait_for_output(start == 1 ? "certificate: made" : "certificate: found");
         program.wait_for_output("token: for ");
-        stops(program);
+        expect_clean_end(program);
         EXPECT_EQ(program.count_in_output("PRIVATE KEY") + program.count_in_output("BEGIN CERTIFICATE"), 0);
     }
     EXPECT_EQ(requests("create_hdr_certificate"), 1);
@@ -115,47 +115,47 @@ TEST_F(Washer, AsksForACertificateOfAKeyThatItKeeps)
     EXPECT_EQ(key_file.st_mode & 0777U, 0600U);
 }
 
-TEST_F(Washer, SendsTheSigningRequestThatItIsGiven)
+TEST_F(Washer, SendsTheSigningRequestOfItsOption)
 {
     AgentProcess agent{home};
     const Key key = new_key();
-    Program program{washer, with({"--state", path("state"), "--csr", file("csr", request_for(key.get()))})};
+    Program program{washer, with_short_join({"--state", path("state"), "--csr", file("csr", request_for(key.get()))})};
     ASSERT_TRUE(program.wait_for_output("washer: ready"));
     agent.run_command("emit signin_status_changed_cb [true]");
     program.wait_for_output("certificate: made");
-    stops(program);
+    expect_clean_end(program);
     EXPECT_TRUE(is_certified(content("state"), key.get())) << content("state");
     EXPECT_EQ(content("state.key"), "");
 }
 
-TEST_F(Washer, SaysThatItsSigningRequestIsRefused)
+TEST_F(Washer, ReportsThatItsSigningRequestIsRefused)
 {
     AgentProcess agent{home};
-    Program program{washer, with({"--csr", file("csr", "no request")})};
+    Program program{washer, with_short_join({"--csr", file("csr", "no request")})};
     ASSERT_TRUE(program.wait_for_output("washer: ready"));
     agent.run_command("emit signin_status_changed_cb [true]");
     program.wait_for_output("certificate: refused, the agent's code is -22");
-    stops(program);
+    expect_clean_end(program);
 }
 
 TEST_F(Washer, NeverReplacesAKeyThatItCannotRead)
 {
     AgentProcess agent{home};
     const std::string key = file("state.key", "no key");
-    Program program{washer, with({"--state", path("state")})};
+    Program program{washer, with_short_join({"--state", path("state")})};
     ASSERT_TRUE(program.wait_for_output("washer: ready"));
     agent.run_command("emit signin_status_changed_cb [true]");
     program.wait_for_output("key: " + key + " holds no private key");
     program.wait_for_output("signing request: could not be made");
-    stops(program);
+    expect_clean_end(program);
     EXPECT_EQ(content("state.key"), "no key");
     EXPECT_EQ(requests("create_hdr_certificate"), 0);
 }
 
-TEST_F(Washer, AnswersTheMakersQuestionAndSaysWhatElseItIsTold)
+TEST_F(Washer, AnswersDiagnosticsAndPrintsOtherEvents)
 {
     AgentProcess agent{home};
-    Program program{washer, with({})};
+    Program program{washer, with_short_join({})};
     ASSERT_TRUE(program.wait_for_output("washer: ready"));
     const std::pair<const char *, const char *> events[] = {
         {"status_changed_cb [3]", "setup status: 3"},
@@ -173,9 +173,9 @@ TEST_F(Washer, AnswersTheMakersQuestionAndSaysWhatElseItIsTold)
     }
     expect_in_journal({R"("method":"set_provisioning_vendor_info")",
                        R"({\"model\":\"WM-7\",\"firmware\":\"4.1.2\",\"joined\":false})"},
-                      2); // at the start, and when asked
+                      2); // at the start and on request
     EXPECT_EQ(program.count_in_output("sung-pin"), 0);
-    stops(program);
+    expect_clean_end(program);
 }
 
 } // namespace

@@ -7,14 +7,14 @@ namespace kv::test {
 
 class Washer : public Example {
 protected:
-    static std::vector<std::string> with(std::vector<std::string> arguments)
+    static std::vector<std::string> with_short_join(std::vector<std::string> arguments)
     {
         arguments.insert(arguments.end(), {"--join-ms", "1"});
         return arguments;
     }
 
-    /// The phone chooses a network, in the form of the agent's version.
-    static std::string chooses(const std::string &version, const std::string &ssid, const std::string &password)
+    /// The command that emits the phone's choice of a network, as an agent of this version sends it.
+    static std::string choice_of(const std::string &version, const std::string &ssid, const std::string &password)
     {
         if (version < "1.3")
             return R"(emit wifi_ap_provisioning_cb [{"ssid":")" + ssid + R"(","pwd":")" + password + R"("}])";
@@ -24,7 +24,7 @@ protected:
     const std::string washer = KORVANE_WASHER_PATH;
 };
 
-struct AWasherWithAgent : Washer, testing::WithParamInterface<const char *> {
+struct WasherWithAgent : Washer, testing::WithParamInterface<const char *> {
     const std::string version = GetParam();
 };
 

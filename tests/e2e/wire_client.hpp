@@ -22,7 +22,7 @@ inline Bytes int32(int value)
     return bytes;
 }
 
-/// One that connects to the agent's port, and sends and reads what it likes.
+/// A client of the agent's port that sends and receives arbitrary parcels.
 class Client {
 public:
     Client()
@@ -41,6 +41,7 @@ public:
     Client &operator=(const Client &) = delete;
     ~Client() { rpc_port_proxy_destroy(proxy_); }
 
+    /// Begins to connect; the main loop completes it.
     void begin() { EXPECT_EQ(rpc_port_proxy_connect(proxy_, "org.korvane.agent", "kv_master"), 0); }
     bool is_connected() const { return port_ != nullptr; }
     bool connect()
@@ -57,15 +58,26 @@ public:
         rpc_port_parcel_destroy(parcel);
         return error == 0;
     }
-    /// The next parcel of the main port; "closed" when none comes.
+    /// Returns the next parcel of the main link; "closed" if the link ends before.
     Bytes receive() { return next_of(port_); }
-    Bytes ask(const Bytes &payload)
+    /// Sends a request and returns the reply; "closed" if the link ends before.
+    Bytes exchange(const Bytes &payload)
     {
         EXPECT_TRUE(send(payload));
         return receive();
     }
+    /// Sends a request several times before it reads the replies. Returns whether each of them is `reply`.
+    bool exchange_all(const Bytes &request, int times, const Bytes &reply)
+    {
+        bool succeeds = true;
+        for (int i = 0; i < times; ++i)
+            succeeds = send(request) && succeeds;
+        for (int i = 0; i < times; ++i)
+            succeeds = receive() == reply && succeeds;
+        return succeeds;
+    }
 
-    std::vector<Bytes> events{}; // as the main loop has brought them
+    std::vector<Bytes> events{}; // in the order in which the main loop delivered them
 
 private:
     void read_event()

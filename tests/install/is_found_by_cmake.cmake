@@ -14,7 +14,7 @@ build(outside ${SOURCE}/outside -D WANTED_VERSION=${VERSION})
 run_application(${WORK}/outside/outside-c)
 run_application(${WORK}/outside/outside-cpp)
 
-# The next minor version is not there yet, the next major one would be another interface.
+# A request for a later minor version or another major version must fail.
 string(REPLACE "." ";" parts ${VERSION})
 list(GET parts 0 major)
 list(GET parts 1 minor)
@@ -25,11 +25,11 @@ foreach(version ${major}.${next_minor} ${next_major}.0)
         COMMAND ${CMAKE_COMMAND} -S ${SOURCE}/outside -B ${WORK}/refused-${version} ${arguments} -D WANTED_VERSION=${version}
         RESULT_VARIABLE result OUTPUT_QUIET ERROR_QUIET)
     if(result EQUAL 0)
-        message(FATAL_ERROR "version ${VERSION} was taken for ${version}")
+        message(FATAL_ERROR "version ${VERSION} was accepted as ${version}")
     endif()
 endforeach()
 
-# The examples, as a reader of the documentation would try them.
+# The examples, built as the documentation shows.
 foreach(name first-device washer hub sensor)
     file(GLOB example ${PREFIX}/share/doc/*/examples/${name})
     build(${name} ${example})

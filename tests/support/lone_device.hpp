@@ -5,7 +5,7 @@
 
 namespace kv::test {
 
-/// The virtual agent's inside without a port: nobody hears its events, and what was announced is remembered by name.
+/// The virtual agent's handlers and state without a port. Its events are recorded instead of sent.
 class LoneDevice final : private virtual_agent::Announcer {
 public:
     virtual_agent::State state{};
@@ -16,7 +16,7 @@ public:
     virtual_agent::Handlers handlers{{state, phone, cloud}};
 
     std::vector<virtual_agent::Event> announced{};
-    int listeners = 0; // how many applications each event is to find
+    int listeners = 0; // the number of applications that each event reaches
 
 private:
     int to_all(int delegate_id, const Make &make) override

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // kv-run-test SECONDS PROGRAM [ARGUMENT...]
 //
-// Runs a test and makes sure that no process of it remains. If the test does not end in time, or this program is told to
-// stop, all processes below it are killed, including those whose parent has ended. A test that leaves a process running
-// fails. Otherwise the exit status is that of the test.
+// Runs a test and makes sure that no process of it remains. If the test does not end in time, or a signal stops this
+// program, all processes below it are killed, including those whose parent has ended. A test that leaves a process
+// running fails. Otherwise the exit status is that of the test.
 #include "testing/support/child_process.hpp"
 #include "testing/support/descendants.hpp"
 #include "testing/support/read_file.hpp"
@@ -61,14 +61,14 @@ int run(const Command &command, std::chrono::seconds timeout)
 {
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     adopt_orphans();
-    const Deadline deadline{timeout};
-    ChildProcess test{command};
-
     sigset_t signals;
     ::sigemptyset(&signals);
     for (const int number : {SIGCHLD, SIGTERM, SIGINT, SIGHUP})
         ::sigaddset(&signals, number);
-    ::sigprocmask(SIG_BLOCK, &signals, nullptr); // only now: the test inherits the signals that are blocked before
+    ::sigprocmask(SIG_BLOCK, &signals, nullptr); // received by sigtimedwait()
+
+    const Deadline deadline{timeout};
+    ChildProcess test{command};
     while (!test_has_ended(test.pid())) {
         if (deadline.has_passed())
             return end_all(test, "the test does not end in time; running processes", timed_out);

@@ -30,8 +30,8 @@ Key new_key()
 std::string request_for(EVP_PKEY *key, EVP_PKEY *signed_with)
 {
     const std::unique_ptr<X509_REQ, Release<X509_REQ_free>> request{X509_REQ_new()};
-    X509_NAME_add_entry_by_txt(X509_REQ_get_subject_name(request.get()), "CN", MBSTRING_ASC,
-                               bytes_of("whoever it says it is"), -1, -1, 0);
+    X509_NAME_add_entry_by_txt(X509_REQ_get_subject_name(request.get()), "CN", MBSTRING_ASC, bytes_of("virtual washer"),
+                               -1, -1, 0);
     X509_REQ_set_pubkey(request.get(), key);
     X509_REQ_sign(request.get(), signed_with ? signed_with : key, EVP_sha256());
     const Bio memory{BIO_new(BIO_s_mem())};

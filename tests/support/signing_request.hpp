@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-/// Signing requests, and what is asked with them, by OpenSSL alone: nothing of the agent's code takes part.
+/// Signing requests, certificates and signatures. Uses OpenSSL only, none of the agent's code.
 namespace kv::test {
 
 template <auto Free>
@@ -21,19 +21,19 @@ struct Release {
 using Key = std::unique_ptr<EVP_PKEY, Release<EVP_PKEY_free>>;
 using Certificate = std::unique_ptr<X509, Release<X509_free>>;
 
-/// On the curve P-256.
+/// A key on the curve P-256.
 Key new_key();
 
-/// A request in PEM for the key, signed with it or with another.
+/// A request in PEM for `key`, signed with it or with another key.
 std::string request_for(EVP_PKEY *key, EVP_PKEY *signed_with = nullptr);
 
-/// None when the text is no certificate.
+/// Null if the text is not a certificate.
 Certificate certificate_from(const std::string &pem);
 
-/// Whether the certificate can be traced to the authority's.
+/// Whether the authority has issued the certificate.
 bool verifies(const std::string &pem, const std::string &authority_pem);
 
-/// Whether the signature, two numbers of 32 bytes, was made with the key of the authority's certificate.
+/// Whether a signature, two numbers of 32 bytes, was made with the key of the authority's certificate.
 bool es256_verifies(const std::string &text, const std::string &signature, const std::string &authority_pem);
 
 std::string from_base64url(std::string text);

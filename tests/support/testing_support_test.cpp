@@ -207,6 +207,59 @@ TEST(EndDescendants, AlsoEndsOrphansAndProcessesThatIgnoreSigterm)
     EXPECT_TRUE(child_processes().empty());
 }
 
+/// kv-run-test with a script as the test.
+Command run_test(const char *seconds, const std::string &script)
+{
+    return {.words = {KV_RUN_TEST, seconds, "sh", "-c", script}};
+}
+
+/// The process id in the first line of output.
+pid_t printed_pid(ChildProcess &process)
+{
+    return std::stoi(process.wait_for_line().value_or("-1"));
+}
+
+TEST(RunTest, ReturnsTheExitStatusOfTheTest)
+{
+    EXPECT_EQ(ChildProcess{run_test("60", "exit 0")}.wait(), 0);
+    EXPECT_EQ(ChildProcess{run_test("60", "exit 3")}.wait(), 3);
+    EXPECT_EQ(ChildProcess{run_test("60", "kill -SEGV $$")}.wait(), 128 + SIGSEGV);
+}
+
+TEST(RunTest, WaitsForProcessesThatAreAboutToEnd)
+{
+    EXPECT_EQ(ChildProcess{run_test("60", "sleep 0.1 &")}.wait(), 0);
+}
+
+TEST(RunTest, FailsATestThatLeavesAProcessAndKillsIt)
+{
+    ChildProcess process{run_test("60", "setsid sleep 600 & echo $!")};
+    const pid_t orphan = printed_pid(process);
+    EXPECT_EQ(process.wait(), 1);
+    EXPECT_FALSE(is_running(orphan));
+    EXPECT_NE(process.error_output().find("has left processes running"), std::string::npos) << process.error_output();
+    EXPECT_NE(process.error_output().find(std::to_string(orphan) + " sleep 600"), std::string::npos)
+        << process.error_output();
+}
+
+TEST(RunTest, KillsAllProcessesOfATestThatTimesOut)
+{
+    constexpr int timed_out = 124;
+    ChildProcess process{run_test("1", "(sleep 600 & echo $!); sleep 600")};
+    const pid_t orphan = printed_pid(process);
+    EXPECT_EQ(process.wait(), timed_out);
+    EXPECT_FALSE(is_running(orphan));
+}
+
+TEST(RunTest, KillsAllProcessesOfTheTestIfItIsStopped)
+{
+    ChildProcess process{run_test("60", "(sleep 600 & echo $!); sleep 600")};
+    const pid_t orphan = printed_pid(process);
+    process.signal(SIGTERM);
+    EXPECT_EQ(process.wait(), 128 + SIGTERM);
+    EXPECT_FALSE(is_running(orphan));
+}
+
 TEST(TemporaryDirectory, IsRemovedWithItsContent)
 {
     std::filesystem::path path;

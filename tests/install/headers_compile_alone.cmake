@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# Each installed header, included by nothing but a file of its own, by every compiler that is here.
+# Compiles each installed header alone, with every compiler that is installed.
 include(${CMAKE_CURRENT_LIST_DIR}/run.cmake)
 set(warnings -Wall -Wextra -Wpedantic -Werror -fsyntax-only)
 
@@ -14,7 +14,7 @@ foreach(pair "gcc;g++" "clang;clang++")
     find_program(${c_name}_path ${c_name} NAMES ${c_name} ${c_name}-14)
     find_program(${cxx_name}_path ${cxx_name} NAMES ${cxx_name} ${cxx_name}-14)
     if(NOT ${c_name}_path OR NOT ${cxx_name}_path)
-        message(STATUS "${c_name} is not here")
+        message(STATUS "${c_name} is not installed")
         continue()
     endif()
     math(EXPR compilers "${compilers} + 1")

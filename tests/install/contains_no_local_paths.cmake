@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: Apache-2.0
-# Nothing that others read may point into the build, the source, or the prefix that was installed to at first.
+# No installed text file may contain the path of the build, of the source, or of the prefix before it was moved.
 include(${CMAKE_CURRENT_LIST_DIR}/run.cmake)
 file(GLOB_RECURSE files ${PREFIX}/*.pc ${PREFIX}/*.cmake ${PREFIX}/*.h ${PREFIX}/*.txt)
 list(LENGTH files count)
 if(count LESS 10)
-    message(FATAL_ERROR "only ${count} files to look at: is the tree installed?")
+    message(FATAL_ERROR "only ${count} files found: is the tree installed?")
 endif()
 foreach(file IN LISTS files)
     file(READ ${file} text)

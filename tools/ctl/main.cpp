@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "agent.hpp"
-#include "completion.hpp"
-#include "failure.hpp"
-#include "steer.hpp"
-#include "suggest.hpp"
-#include "verb.hpp"
+#include "tools/ctl/agent/agent.hpp"
+#include "tools/ctl/cli/agent_commands.hpp"
+#include "tools/ctl/cli/completion.hpp"
+#include "tools/ctl/cli/verb.hpp"
+#include "tools/ctl/output/failure.hpp"
+#include "tools/ctl/output/suggestion.hpp"
 
 #include <CLI/CLI.hpp>
 

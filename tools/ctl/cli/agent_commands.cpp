@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // The commands of the running agent as verbs. Which there are is the agent's to say.
-#include "steer.hpp"
+#include "agent_commands.hpp"
 
-#include "failure.hpp"
-#include "suggest.hpp"
+#include "tools/ctl/output/failure.hpp"
+#include "tools/ctl/output/suggestion.hpp"
 
 #include <CLI/CLI.hpp>
 

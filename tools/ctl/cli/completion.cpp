@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "completion.hpp"
 
-#include "agent.hpp"
-#include "failure.hpp"
-#include "function.hpp"
+#include "tools/ctl/agent/agent.hpp"
+#include "tools/ctl/calls/function.hpp"
+#include "tools/ctl/output/failure.hpp"
 #include "verb.hpp"
 
 #include <CLI/CLI.hpp>

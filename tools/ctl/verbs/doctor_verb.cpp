@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "failure.hpp"
-#include "places.hpp"
-#include "verb.hpp"
+#include "tools/ctl/agent/paths.hpp"
+#include "tools/ctl/cli/verb.hpp"
+#include "tools/ctl/output/failure.hpp"
 
 #include "common/agent_state.hpp"
 #include "common/owned.hpp"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "agent.hpp"
 
-#include "failure.hpp"
-#include "output.hpp"
-#include "places.hpp"
+#include "paths.hpp"
+#include "tools/ctl/output/failure.hpp"
+#include "tools/ctl/output/output.hpp"
 
 #include <gio/gunixsocketaddress.h>
 #include <libsoup/soup.h>

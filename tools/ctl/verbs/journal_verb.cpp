@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "agent.hpp"
-#include "failure.hpp"
-#include "process.hpp"
-#include "verb.hpp"
+#include "tools/ctl/agent/agent.hpp"
+#include "tools/ctl/cli/verb.hpp"
+#include "tools/ctl/output/failure.hpp"
+#include "tools/ctl/process/child.hpp"
 
 #include <CLI/CLI.hpp>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "suggest.hpp"
+#include "suggestion.hpp"
 
 #include <algorithm>
 #include <numeric>

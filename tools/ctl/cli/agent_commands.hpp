@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "agent.hpp"
+#include "tools/ctl/agent/agent.hpp"
 #include "verb.hpp"
 
 namespace kv::ctl {

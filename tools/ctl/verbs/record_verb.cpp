@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "agent.hpp"
-#include "failure.hpp"
-#include "process.hpp"
-#include "scenario_from.hpp"
-#include "verb.hpp"
+#include "tools/ctl/agent/agent.hpp"
+#include "tools/ctl/cli/verb.hpp"
+#include "tools/ctl/output/failure.hpp"
+#include "tools/ctl/process/child.hpp"
+#include "tools/ctl/scenario/scenario_writer.hpp"
 
 #include <CLI/CLI.hpp>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "failure.hpp"
-#include "function.hpp"
-#include "verb.hpp"
+#include "tools/ctl/calls/function.hpp"
+#include "tools/ctl/cli/verb.hpp"
+#include "tools/ctl/output/failure.hpp"
 
 #include <CLI/CLI.hpp>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scenario_from.hpp"
+#include "scenario_writer.hpp"
 
 #include <algorithm>
 #include <iterator>

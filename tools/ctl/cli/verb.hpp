@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "output.hpp"
+#include "tools/ctl/output/output.hpp"
 
 #include <functional>
 #include <string>

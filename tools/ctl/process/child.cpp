@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "process.hpp"
+#include "child.hpp"
 
-#include "failure.hpp"
+#include "tools/ctl/output/failure.hpp"
 
 #include <glib-unix.h>
 

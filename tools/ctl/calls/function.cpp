@@ -2,8 +2,8 @@
 #include "function.hpp"
 
 #include "caller.hpp"
-#include "failure.hpp"
-#include "suggest.hpp"
+#include "tools/ctl/output/failure.hpp"
+#include "tools/ctl/output/suggestion.hpp"
 
 #include <glib.h>
 

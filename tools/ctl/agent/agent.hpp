@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "json.hpp"
+#include "tools/ctl/output/json.hpp"
 
 #include <functional>
 #include <memory>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "failure.hpp"
 #include "function.hpp"
+#include "tools/ctl/output/failure.hpp"
 
 #include <charconv>
 #include <cstdlib>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "trace_decode.hpp"
+#include "tools/ctl/trace/trace_reader.hpp"
 
-#include "failure.hpp"
-#include "process.hpp"
-#include "verb.hpp"
+#include "tools/ctl/cli/verb.hpp"
+#include "tools/ctl/output/failure.hpp"
+#include "tools/ctl/process/child.hpp"
 
 #include <CLI/CLI.hpp>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "places.hpp"
+#include "paths.hpp"
 
-#include "failure.hpp"
+#include "tools/ctl/output/failure.hpp"
 
 #include "common/agent_state.hpp"
 #include "common/owned.hpp"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "trace_decode.hpp"
+#include "trace_reader.hpp"
 
-#include "failure.hpp"
-#include "output.hpp"
+#include "tools/ctl/output/failure.hpp"
+#include "tools/ctl/output/output.hpp"
 
 #include "src/kv_master/array_codec.hpp"
 #include "src/kv_master/interface.hpp"

@@ -2,214 +2,121 @@
 #include "agent.hpp"
 
 #include "paths.hpp"
+#include "reply.hpp"
 #include "tools/ctl/output/failure.hpp"
-#include "tools/ctl/output/output.hpp"
-
-#include <gio/gunixsocketaddress.h>
-#include <libsoup/soup.h>
 
 #include <algorithm>
 #include <fstream>
+#include <limits>
 
 namespace kv::ctl {
 
 namespace {
 
-struct Unref {
-    void operator()(gpointer object) const { g_object_unref(object); }
-};
-template <class Object>
-using Ref = std::unique_ptr<Object, Unref>;
-using Problem = std::unique_ptr<GError, decltype(&g_error_free)>;
+constexpr unsigned patient_timeout_s = 10;
+constexpr unsigned probe_timeout_s = 2;
 
-constexpr const char *address = "http://localhost/v1"; // only the path matters on a Unix socket
-constexpr unsigned a_moment_s = 2;
-
-[[noreturn]] void no_agent_runs(const std::string &why)
+CommandParameter parameter_from(const Json &value)
 {
-    throw Failure{no_agent, "no virtual agent runs here (" + why + "); 'korvanectl agent start' starts one"};
+    const Reply description{value, "the agent's description of a parameter"};
+    const std::string kind = description.text("kind");
+    return {description.text("name"),
+            kind == "number" ? CommandParameter::Kind::number
+            : kind == "json" ? CommandParameter::Kind::json
+                             : CommandParameter::Kind::word,
+            description.flag("required")};
 }
 
-SoupSession *session_in(const std::shared_ptr<void> &session)
+AgentCommand command_from(const Json &value)
 {
-    return static_cast<SoupSession *>(session.get());
+    const Reply description{value, "the agent's description of a command"};
+    AgentCommand command{description.text("name"), description.text("form"), description.text("help"), {}, value};
+    for (const Json &parameter : description.array("parameters"))
+        command.parameters.push_back(parameter_from(parameter));
+    return command;
 }
 
-std::string text_in(const Json &entry, const char *member)
+/// The process in the file that the agent writes next to its control socket; 0 if there is none.
+int pid_in(const std::string &path)
 {
-    const auto found = entry.find(member);
-    return found == entry.end() ? "" : found->is_string() ? found->get<std::string>() : text_of(*found);
+    std::ifstream file{path};
+    const std::string text{std::istreambuf_iterator<char>{file}, {}};
+    const long long pid = number_in(parsed(text), "pid", 0);
+    return pid > 0 && pid <= std::numeric_limits<int>::max() ? static_cast<int>(pid) : 0;
+}
+
+/// The overview that the agent sends: its version and its commands.
+Reply overview_at(const std::string &path, unsigned timeout_s)
+{
+    try {
+        return {ControlSocket{path, timeout_s}.request("GET", "", ""), "the overview of the agent at " + path};
+    } catch (const Failure &problem) {
+        if (problem.status != no_agent)
+            throw;
+        throw Failure{no_agent, "cannot reach a virtual agent at " + path + ": " + problem.what() +
+                                    "; start one with 'korvanectl agent start'"};
+    }
 }
 
 } // namespace
 
-Agent::Agent() : Agent(0) {}
+Agent::Agent() : Agent(patient_timeout_s) {}
 
-Agent::Agent(unsigned timeout_s)
+Agent::Agent(unsigned overview_timeout_s) : socket_(runtime_directory() + "/control", 0)
 {
-    const std::string directory = runtime_directory();
-    const std::string socket = directory + "/control";
-    const Ref<GSocketAddress> place{g_unix_socket_address_new(socket.c_str())};
-    session_ = {soup_session_new_with_options("remote-connectable", place.get(), "timeout", timeout_s, nullptr),
-                g_object_unref};
-    try {
-        overview_ = ask("GET", "", "");
-    } catch (const Failure &problem) {
-        no_agent_runs(socket + ": " + problem.what());
-    }
-    std::ifstream file{directory + "/control.json"};
-    const Json facts = Json::parse(file, nullptr, false);
-    if (facts.is_object())
-        pid_ = facts.value("pid", 0);
+    const Reply overview = overview_at(runtime_directory() + "/control", overview_timeout_s);
+    version_ = overview.text("version");
+    for (const Json &command : overview.array("commands"))
+        commands_.push_back(command_from(command));
+    pid_ = pid_in(runtime_directory() + "/control.json");
 }
 
 std::optional<Agent> Agent::if_running()
 {
     try {
-        return Agent{a_moment_s};
-    } catch (const Failure &) {
+        return Agent{probe_timeout_s};
+    } catch (const Failure &problem) {
+        if (problem.status != no_agent)
+            throw;
         return std::nullopt;
     }
 }
 
-const Json *Agent::find_command(const std::string &name) const
+const AgentCommand *Agent::find_command(const std::string &name) const
 {
-    for (const Json &command : overview_["commands"])
-        if (command["name"] == name)
-            return &command;
-    return nullptr;
+    const auto found = std::find_if(commands_.begin(), commands_.end(),
+                                    [&name](const AgentCommand &command) { return command.name == name; });
+    return found == commands_.end() ? nullptr : &*found;
+}
+
+std::vector<std::string> Agent::command_names() const
+{
+    std::vector<std::string> names;
+    for (const AgentCommand &command : commands_)
+        names.push_back(command.name);
+    return names;
 }
 
 Json Agent::run(const std::string &command, const Json &arguments) const
 {
-    return ask("POST", "/" + command, text_of(arguments));
+    return Reply{socket_.request("POST", "/" + command, text_of(arguments)), "the agent's reply to '" + command + "'"}
+        .json();
 }
 
-Json Agent::ask(const char *method, const std::string &path, const std::string &body) const
+JournalPage Agent::journal(std::optional<long long> since, const Json &filter, int limit) const
 {
-    const Ref<SoupMessage> message{soup_message_new(method, (address + path).c_str())};
-    if (!message)
-        throw UsageError{"'" + path.substr(1) + "' is no command's name"};
-    if (!body.empty()) {
-        GBytes *bytes = g_bytes_new(body.data(), body.size());
-        soup_message_set_request_body_from_bytes(message.get(), "application/json", bytes);
-        g_bytes_unref(bytes);
-    }
-    GError *error = nullptr;
-    GBytes *bytes = soup_session_send_and_read(session_in(session_), message.get(), nullptr, &error);
-    if (!bytes) {
-        const Problem problem{error, g_error_free};
-        throw Failure{no_agent, std::string{"the agent does not answer: "} + problem->message};
-    }
-    gsize size = 0;
-    const auto *text = static_cast<const char *>(g_bytes_get_data(bytes, &size));
-    Json answer = parsed({text, size});
-    g_bytes_unref(bytes);
-    if (!answer.is_object())
-        throw Failure{failed, "the agent's answer is no JSON object"};
-    if (soup_message_get_status(message.get()) != SOUP_STATUS_OK)
-        throw Failure{failed, text_in(answer, "error")};
-    return answer;
-}
-
-struct Agent::Stream::Link {
-    std::shared_ptr<void> session;
-    Heard heard;
-    Ended ended;
-    Ref<GCancellable> cancelled{g_cancellable_new()};
-    Ref<SoupWebsocketConnection> connection{};
-
-    ~Link()
-    {
-        if (!connection)
-            return;
-        g_signal_handlers_disconnect_by_data(connection.get(), this);
-        if (soup_websocket_connection_get_state(connection.get()) == SOUP_WEBSOCKET_STATE_OPEN)
-            soup_websocket_connection_close(connection.get(), SOUP_WEBSOCKET_CLOSE_GOING_AWAY, nullptr);
-    }
-
-    void connected(SoupWebsocketConnection *made)
-    {
-        connection.reset(made);
-        soup_websocket_connection_set_max_incoming_payload_size(made, 0);
-        const auto take = +[](SoupWebsocketConnection *, gint, GBytes *bytes, gpointer self) {
-            gsize size = 0;
-            const auto *text = static_cast<const char *>(g_bytes_get_data(bytes, &size));
-            static_cast<Link *>(self)->heard(parsed({text, size}));
-        };
-        const auto close = +[](SoupWebsocketConnection *gone, gpointer self) {
-            const char *why = soup_websocket_connection_get_close_data(gone);
-            static_cast<Link *>(self)->ended(why && *why ? why : "the agent went away");
-        };
-        g_signal_connect(made, "message", G_CALLBACK(take), this);
-        g_signal_connect(made, "closed", G_CALLBACK(close), this);
-    }
-};
-
-Agent::Stream::Stream(const Agent &agent, std::optional<long long> since, Heard heard, Ended ended)
-    : link_(std::make_shared<Link>())
-{
-    link_->session = agent.session_;
-    link_->heard = std::move(heard);
-    link_->ended = std::move(ended);
-    const std::string path = std::string{address} + "/stream" + (since ? "?since=" + std::to_string(*since) : "");
-    const Ref<SoupMessage> message{soup_message_new("GET", path.c_str())};
-    const auto finished = +[](GObject *session, GAsyncResult *result, gpointer data) {
-        const std::unique_ptr<std::weak_ptr<Link>> held{static_cast<std::weak_ptr<Link> *>(data)};
-        GError *error = nullptr;
-        SoupWebsocketConnection *made =
-            soup_session_websocket_connect_finish(SOUP_SESSION(session), result, &error); // NOLINT: GObject's cast
-        const Problem problem{error, g_error_free};
-        const std::shared_ptr<Link> link = held->lock();
-        if (made && link)
-            link->connected(made);
-        else if (made)
-            g_object_unref(made);
-        else if (link)
-            link->ended(problem->message);
-    };
-    soup_session_websocket_connect_async(session_in(agent.session_), message.get(), nullptr, nullptr,
-                                         G_PRIORITY_DEFAULT, link_->cancelled.get(), finished,
-                                         new std::weak_ptr<Link>{link_});
-}
-
-Agent::Stream::~Stream()
-{
-    g_cancellable_cancel(link_->cancelled.get());
-}
-
-std::string entry_in_words(const Json &entry)
-{
-    const auto members = [&entry](const char *name) {
-        const auto found = entry.find(name);
-        return found == entry.end() ? "" : found->is_object() ? in_words(*found) : text_of(*found);
-    };
-    const std::string peer = text_in(entry, "peer");
-    std::string words = entry.contains("time_us") ? time_of_day(entry["time_us"].get<long long>()) + "  " : "";
-    words += peer.empty() ? "" : peer + "  ";
-    if (entry.contains("method"))
-        words += text_in(entry, "method") + "(" + members("arguments") + ")  ->  " + members("answer");
-    else if (entry.contains("event"))
-        words += "<=  " + text_in(entry, "event") + "(" + members("values") + ")";
-    else if (entry.contains("connection"))
-        words += text_in(entry, "connection");
-    else if (entry.contains("step"))
-        words += "scenario, line " + text_in(entry, "line") + ": " + text_in(entry, "step");
-    else if (entry.contains("command"))
-        words += "steered by " + text_in(entry, "command") + "(" + members("with") + ")";
-    else if (entry.contains("update"))
-        words += "update: " + text_in(entry, "update");
-    else if (entry.contains("agent"))
-        words += "agent " + text_in(entry, "version") + " " + text_in(entry, "agent");
-    else
-        words += text_of(entry);
-    if (entry.contains("fault"))
-        words += "  [fault " + text_in(entry, "fault") + "]";
-    if (!entry.value("ok", true))
-        words += "  FAILED";
-    if (entry.contains("problem"))
-        words += "  [" + text_in(entry, "problem") + "]";
-    return words;
+    Json arguments{{"limit", limit}};
+    if (since)
+        arguments["since"] = *since;
+    if (!filter.empty())
+        arguments["filter"] = filter;
+    const Reply reply{run("journal", arguments), "the agent's reply to 'journal'"};
+    JournalPage page{{}, reply.whole_number("next")};
+    for (const Json &entry : reply.array("entries"))
+        page.entries.push_back(Reply{entry, "an entry of the agent's journal"}.json());
+    if (since && page.next < *since)
+        throw Failure{failed, "cannot read the agent's reply to 'journal': its numbers go backwards"};
+    return page;
 }
 
 } // namespace kv::ctl

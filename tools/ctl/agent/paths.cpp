@@ -20,12 +20,13 @@ namespace {
 constexpr const char *program_name = "korvane-agent";
 
 template <class Get>
-std::string text_from(Get get, const char *what)
+std::string path_from(Get get, const char *what)
 {
     CText text;
     if (const int code = get(text.out()); code != 0)
-        throw Failure{failed,
-                      std::string{"cannot tell "} + what + " (" + std::to_string(code) + "); the line above says why"};
+        throw Failure{failed, std::string{"cannot find "} + what + " (" + std::to_string(code) +
+                                  "); the line above gives the "
+                                  "reason"};
     return text.get();
 }
 
@@ -33,20 +34,20 @@ std::string text_from(Get get, const char *what)
 
 std::string runtime_directory()
 {
-    return text_from(rpc_port_get_directory, "where ports are");
+    return path_from(rpc_port_get_directory, "the runtime directory");
 }
 
 std::string agent_socket()
 {
-    return text_from(
+    return path_from(
         [](char **path) { return rpc_port_get_socket_path(KORVANE_AGENT_APPID, KORVANE_AGENT_PORT, path); },
-        "where the agent's port is");
+        "the agent's port");
 }
 
 std::string package_entry()
 {
-    return text_from([](char **path) { return package_info_get_path(KORVANE_AGENT_APPID, path); },
-                     "where the agent's package entry is");
+    return path_from([](char **path) { return package_info_get_path(KORVANE_AGENT_APPID, path); },
+                     "the agent's package entry");
 }
 
 std::string agent_program()
@@ -59,6 +60,21 @@ std::string agent_program()
         return beside;
     g_autofree char *found = g_find_program_in_path(program_name);
     return found ? found : "";
+}
+
+std::string required_agent_program(const std::string &chosen)
+{
+    const std::string path = chosen.empty() ? agent_program() : chosen;
+    if (path.empty())
+        throw Failure{failed,
+                      "cannot find korvane-agent next to this program or in PATH; name it with --agent-program"};
+    return path;
+}
+
+std::string agent_error_in(const std::string &line)
+{
+    const std::string prefix = std::string{program_name} + ": ";
+    return line.rfind(prefix, 0) == 0 ? line.substr(prefix.size()) : "";
 }
 
 } // namespace kv::ctl

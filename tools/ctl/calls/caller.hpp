@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "slot.hpp"
+#include "adapter.hpp"
 
 #include <tuple>
 
-/// How a function of any signature is called with words, and how callbacks of any signature are heard.
+/// Builds, from the signature of an exported function, the code that calls it with text arguments and the trampolines that
+/// report its callbacks.
 namespace kv::ctl {
 
-/// What a callback gets, for people. Handles are read with every function that reads one of their kind.
-Json shown_object(const std::string &type, void *pointer);
+// append() adds the arguments of a callback to a JSON array; handles and user data are not values.
 
 inline void append(Json &) {}
 template <class First, class... Rest>
@@ -31,22 +31,23 @@ void append(Json &values, First first, Rest... rest)
     else if constexpr (std::is_same_v<First, const char *>)
         values.push_back(first ? Json(first) : Json(nullptr));
     else if constexpr (!std::is_same_v<First, korvane_h> && !std::is_same_v<First, void *>)
-        values.push_back(shown_object(handle_type<std::remove_pointer_t<First>>(), first));
+        values.push_back(object_to_json(handle_type<std::remove_pointer_t<First>>(), first));
     append(values, rest...);
 }
 
-inline void *last_of(void *user_data)
+/// The user data of a callback, its last argument.
+inline void *user_data_of(void *user_data)
 {
     return user_data;
 }
 template <class First, class... Rest>
-void *last_of(First, Rest... rest)
+void *user_data_of(First, Rest... rest)
 {
-    return last_of(rest...);
+    return user_data_of(rest...);
 }
 
 template <class... Args, class Before>
-std::string Slot<void (*)(Args...), Before>::type()
+std::string Adapter<void (*)(Args...), Before>::type()
 {
     std::string types;
     const auto add = [&types]<class T>() {
@@ -56,31 +57,32 @@ std::string Slot<void (*)(Args...), Before>::type()
             if constexpr (std::is_class_v<Plain>)
                 types += handle_type<Plain>();
             else
-                types += Slot<T, void>::type();
+                types += Adapter<T, void>::type();
         }
     };
     (add.template operator()<Args>(), ...);
     return "callback(" + types + ")";
 }
 
-/// Set where the table of functions is made.
+/// The name of a function; function_of() sets it.
 template <auto F>
 inline const char *name_of = nullptr;
 
-/// What is registered for the callback in this place of the function: tells the session what it got.
-template <auto F, std::size_t Place, class Callback>
+/// The callback that is registered through parameter `Index` of the function: it reports to the session.
+template <auto F, std::size_t Index, class Callback>
 struct Trampoline;
 
-template <auto F, std::size_t Place, class... Args>
-struct Trampoline<F, Place, void (*)(Args...)> {
+template <auto F, std::size_t Index, class... Args>
+struct Trampoline<F, Index, void (*)(Args...)> {
     static void run(Args... args)
     {
         Json values = Json::array();
         append(values, args...);
-        static_cast<Session *>(last_of(args...))->heard(name_of<F>, static_cast<int>(Place), values);
+        static_cast<Session *>(user_data_of(args...))->report_callback(name_of<F>, static_cast<int>(Index), values);
     }
 };
 
+/// Calls a function with one adapter for each parameter.
 template <auto F>
 struct Caller;
 
@@ -94,44 +96,45 @@ struct Caller<F> {
         using type = Param<I - 1>;
     };
     template <std::size_t I>
-    using SlotAt =
-        Slot<Param<I>, typename std::conditional_t<I == 0, std::type_identity<void>, BeforeOf<I == 0 ? 1 : I>>::type>;
-    static constexpr auto places = std::make_index_sequence<sizeof...(Params)>{};
+    using AdapterAt =
+        Adapter<Param<I>,
+                typename std::conditional_t<I == 0, std::type_identity<void>, BeforeOf<I == 0 ? 1 : I>>::type>;
+    static constexpr auto indices = std::make_index_sequence<sizeof...(Params)>{};
 
-    template <std::size_t I, class S>
-    static Param<I> argument(S &slot)
+    template <std::size_t I, class A>
+    static Param<I> argument(A &adapter)
     {
-        if constexpr (S::role == Form::Role::callback)
+        if constexpr (A::role == Parameter::Role::callback)
             return Trampoline<F, I, Param<I>>::run;
         else
-            return slot.arg();
+            return adapter.arg();
     }
 
     template <std::size_t... I>
     static int call(Frame &frame, std::index_sequence<I...>)
     {
-        std::tuple<SlotAt<I>...> slots{SlotAt<I>{frame}...};
-        const int result = F(argument<I>(std::get<I>(slots))...);
+        std::tuple<AdapterAt<I>...> adapters{AdapterAt<I>{frame}...};
+        const int result = F(argument<I>(std::get<I>(adapters))...);
         if (result == 0)
-            (std::get<I>(slots).done(frame), ...);
+            (std::get<I>(adapters).done(frame), ...);
         return result;
     }
 
     template <std::size_t... I>
-    static std::vector<Form> forms(std::index_sequence<I...>)
+    static std::vector<Parameter> parameters(std::index_sequence<I...>)
     {
-        return {Form{SlotAt<I>::role, SlotAt<I>::type(), SlotAt<I>::object}...};
+        return {Parameter{AdapterAt<I>::role, AdapterAt<I>::type(), AdapterAt<I>::object}...};
     }
 
     template <std::size_t... I>
     static void check(std::size_t wanted, const Argument &argument, std::index_sequence<I...>)
     {
-        std::size_t place = 0;
-        const auto look = [&]<class S>() {
-            if (S::role == Form::Role::given && place++ == wanted)
-                S::check(argument);
+        std::size_t index = 0;
+        const auto check_one = [&]<class A>() {
+            if (A::role == Parameter::Role::given && index++ == wanted)
+                A::check(argument);
         };
-        (look.template operator()<SlotAt<I>>(), ...);
+        (check_one.template operator()<AdapterAt<I>>(), ...);
     }
 };
 
@@ -140,8 +143,8 @@ Function function_of(const char *name)
 {
     using C = Caller<F>;
     name_of<F> = name;
-    return {name, C::forms(C::places), [](Frame &frame) { return C::call(frame, C::places); },
-            [](std::size_t place, const Argument &argument) { C::check(place, argument, C::places); },
+    return {name, C::parameters(C::indices), [](Frame &frame) { return C::call(frame, C::indices); },
+            [](std::size_t index, const Argument &argument) { C::check(index, argument, C::indices); },
             std::is_same_v<typename C::template Param<0>, korvane_h>};
 }
 

@@ -5,7 +5,7 @@ namespace kv::ctl {
 
 #define KV_FUNCTION(name) function_of<name>(#name)
 
-/// The one list, in the order of korvane.h. What each takes follows from its declaration.
+/// The order of korvane.h. The declaration of each function gives its parameters.
 const std::vector<Function> &all_functions()
 {
     static const std::vector<Function> functions = {

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// The commands of the running agent as verbs. Which there are is the agent's to say.
+// The agent describes its commands, so that a new command of a newer agent is a verb without a change here.
 #include "agent_commands.hpp"
 
 #include "tools/ctl/output/failure.hpp"
 #include "tools/ctl/output/suggestion.hpp"
+#include "usage.hpp"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <fstream>
 #include <sstream>
@@ -15,6 +17,8 @@ namespace kv::ctl {
 
 namespace {
 
+using Kind = CommandParameter::Kind;
+
 std::string upper(std::string text)
 {
     std::transform(text.begin(), text.end(), text.begin(),
@@ -22,7 +26,7 @@ std::string upper(std::string text)
     return text;
 }
 
-Json number_in(const std::string &text, const std::string &name)
+Json number_from(const std::string &text, const std::string &name)
 {
     int number = 0;
     const char *end = text.data() + text.size();
@@ -32,136 +36,183 @@ Json number_in(const std::string &text, const std::string &name)
     return number;
 }
 
-Json json_in(const std::string &text, const std::string &name)
+std::string file_content(const std::string &path, const std::string &name)
 {
-    std::string content = text;
-    if (text.rfind('@', 0) == 0) {
-        std::ifstream file{text.substr(1)};
-        std::ostringstream read;
-        if (!file || !(read << file.rdbuf()))
-            throw UsageError{"cannot read '" + text.substr(1) + "', which " + upper(name) + " names"};
-        content = read.str();
+    std::ifstream file{path};
+    std::ostringstream content;
+    if (!file || !(content << file.rdbuf()))
+        throw UsageError{"cannot read '" + path + "' for " + upper(name)};
+    return content.str();
+}
+
+Json json_from(const std::string &text, const std::string &name)
+{
+    const bool in_file = text.rfind('@', 0) == 0;
+    return parsed_argument(in_file ? file_content(text.substr(1), name) : text, upper(name));
+}
+
+Json argument_from(const CommandParameter &parameter, const std::string &text)
+{
+    switch (parameter.kind) {
+    case Kind::number: return number_from(text, parameter.name);
+    case Kind::json: return json_from(text, parameter.name);
+    case Kind::word: break;
     }
-    Json value = Json::parse(content, nullptr, false);
-    if (value.is_discarded())
-        throw UsageError{upper(name) + " must be JSON, or @FILE that holds it, not '" + text + "'"};
-    return value;
+    return text;
 }
 
-std::string shown(const Json &command)
+/// The words for a command, which are taken in the order of its parameters.
+class Words {
+public:
+    explicit Words(const std::vector<std::string> &words) : words_(words) {}
+
+    /// The next word; nullopt if it is "-", which leaves an argument out, or if there is none.
+    std::optional<std::string> next()
+    {
+        if (at_end())
+            return std::nullopt;
+        const std::string &word = words_[next_++];
+        return word == "-" ? std::nullopt : std::optional{word};
+    }
+    /// All words that are left, with a space before each: JSON that was typed without quotes.
+    std::string rest()
+    {
+        std::string text;
+        while (!at_end())
+            text += " " + words_[next_++];
+        return text;
+    }
+    const std::string &peek() const { return words_[next_]; }
+    bool at_end() const { return next_ == words_.size(); }
+
+private:
+    const std::vector<std::string> &words_;
+    std::size_t next_ = 0;
+};
+
+/// The arguments of a command as a JSON object.
+Json arguments_from(const AgentCommand &command, const std::vector<std::string> &given)
 {
-    const std::string form = command["form"].get<std::string>();
-    return command["name"].get<std::string>() + (form.empty() ? "" : " " + form);
+    Json arguments = Json::object();
+    Words words{given};
+    for (const CommandParameter &parameter : command.parameters) {
+        std::optional<std::string> word = words.next();
+        if (!word && parameter.required)
+            throw UsageError{upper(parameter.name) + " is missing: " + command.usage()};
+        if (!word)
+            continue;
+        if (parameter.kind == Kind::json && &parameter == &command.parameters.back())
+            *word += words.rest();
+        arguments[parameter.name] = argument_from(parameter, *word);
+    }
+    if (!words.at_end())
+        throw UsageError{"unexpected argument '" + words.peek() + "': " + command.usage()};
+    return arguments;
 }
 
-std::string form_and_help(const Json &command)
+/// The reply of a command as text, without the member "ok", which every reply has.
+std::string reply_text(Json reply)
 {
-    return shown(command) + "\n    " + command["help"].get<std::string>();
-}
-
-/// What is told of an answer, without what every answer has.
-std::string words_of(Json answer)
-{
-    answer.erase("ok");
-    if (answer.empty())
+    reply.erase("ok");
+    if (reply.empty())
         return "done";
-    if (answer.size() > 1)
-        return answer.dump(2, ' ', false, Json::error_handler_t::replace);
-    const Json &only = *answer.begin();
+    if (reply.size() > 1)
+        return indented_text_of(reply);
+    const Json &only = *reply.begin();
     if (only.is_string())
-        return only.get<std::string>();
-    return only.is_structured() ? only.dump(2, ' ', false, Json::error_handler_t::replace)
-                                : answer.begin().key() + " " + text_of(only);
+        return printable(only.get<std::string>());
+    return only.is_structured() ? indented_text_of(only) : reply.begin().key() + " " + text_of(only);
 }
 
-std::vector<std::string> names_of(const Json &overview)
+/// Whether a command can be a verb: letters, digits, '-' and '_', beginning with a letter or digit.
+bool is_verb_name(const std::string &name)
 {
-    std::vector<std::string> names;
-    for (const Json &command : overview["commands"])
-        names.push_back(command["name"]);
-    return names;
+    const auto is_allowed = [](unsigned char letter) { return std::isalnum(letter) || letter == '-' || letter == '_'; };
+    return !name.empty() && std::isalnum(static_cast<unsigned char>(name[0])) &&
+           std::all_of(name.begin(), name.end(), is_allowed);
 }
 
-std::function<int()> set_up_do(CLI::App &app, Context &context)
+void add_names(const Json &description, const std::string &member, std::vector<std::string> &names)
 {
-    app.prefix_command();
-    return [&app, &context] {
-        const std::vector<std::string> words = app.remaining();
-        const Agent agent;
-        if (words.empty()) {
-            for (const Json &command : agent.overview()["commands"])
-                context.out.line(form_and_help(command), command);
-            return static_cast<int>(done);
-        }
-        const Json *command = agent.find_command(words[0]);
-        if (command && words.size() == 2 && (words[1] == "--help" || words[1] == "-h")) {
-            context.out.line(form_and_help(*command), *command);
-            return static_cast<int>(done);
-        }
-        return steer(context, agent, words[0], {words.begin() + 1, words.end()});
-    };
+    const Json &list = member_of(description, member.c_str());
+    if (!list.is_array())
+        return;
+    for (const Json &item : list) {
+        const Json &name = item.is_object() ? member_of(item, "name") : item;
+        if (name.is_string())
+            names.push_back(name);
+    }
+}
+
+/// The member of the agent's description that lists the values of a parameter: steps under the command's own name.
+std::string list_of_values(const std::string &command, const std::string &parameter)
+{
+    if (parameter == "step")
+        return command;
+    return command == "personality" ? "personalities" : parameter + "s";
 }
 
 } // namespace
 
-Json arguments_of(const Json &command, const std::vector<std::string> &words)
+std::string usage_and_help(const AgentCommand &command)
 {
-    Json arguments = Json::object();
-    std::size_t next = 0;
-    for (const Json &parameter : command["parameters"]) {
-        const std::string name = parameter["name"];
-        const std::string kind = parameter["kind"];
-        const bool last = &parameter == &command["parameters"].back();
-        if (next == words.size() || words[next] == "-") { // nothing, so that what stands behind it can be given
-            if (parameter["required"])
-                throw UsageError{upper(name) + " is missing: " + shown(command)};
-            next += next < words.size() ? 1 : 0;
-            continue;
-        }
-        std::string word = words[next++];
-        while (last && kind == "json" && next < words.size()) // as it may be typed without quotes
-            word += " " + words[next++];
-        arguments[name] = kind == "number" ? number_in(word, name) : kind == "json" ? json_in(word, name) : Json(word);
-    }
-    if (next < words.size())
-        throw UsageError{"what is '" + words[next] + "'? It is " + shown(command)};
-    return arguments;
+    return printable(command.usage() + "\n    " + command.help);
 }
 
-int steer(const Context &context, const Agent &agent, const std::string &name, const std::vector<std::string> &words)
+int run_command(const Context &context, const Agent &agent, const std::string &name,
+                const std::vector<std::string> &words)
 {
-    const Json *command = agent.find_command(name);
+    const AgentCommand *command = agent.find_command(name);
     if (!command)
-        throw UsageError{"this agent has no command '" + name + "'" + suggestion(name, names_of(agent.overview())) +
+        throw UsageError{"unknown command '" + name + "' of this agent" + suggestion(name, agent.command_names()) +
                          " ('korvanectl do' lists them)"};
-    const Json answer = agent.run(name, arguments_of(*command, words));
-    context.out.line(words_of(answer), answer);
+    const Json reply = agent.run(name, arguments_from(*command, words));
+    context.out.line(reply_text(reply), reply);
     return done;
 }
 
-std::vector<SteeringVerb> add_commands(CLI::App &app, Context &context, const Agent &agent)
+std::vector<CommandVerb> add_commands(CLI::App &app, Context &context, const Agent &agent)
 {
-    std::vector<SteeringVerb> verbs;
-    for (const Json &command : agent.overview()["commands"]) {
-        const std::string name = command["name"];
-        const auto &known = app.get_subcommands([&name](const CLI::App *sub) { return sub->get_name() == name; });
-        if (!known.empty()) // a verb of one's own; 'do' reaches the command
+    std::vector<CommandVerb> verbs;
+    for (const AgentCommand &command : agent.commands()) {
+        const std::string name = command.name;
+        if (!is_verb_name(name) || is_verb(app, name)) // 'korvanectl do' reaches it
             continue;
-        CLI::App *sub = app.add_subcommand(name, command["help"]);
+        CLI::App *sub = app.add_subcommand(name, printable(command.help));
         sub->group("Commands of the running agent");
         sub->prefix_command();
-        sub->footer("Form: korvanectl " + shown(command) +
-                    "\nJSON may be given as @FILE; '-' leaves an argument out that others follow.\n"
-                    "'korvanectl help' lists events, faults and steps.");
-        verbs.push_back({sub, [sub, name, &context, &agent] { return steer(context, agent, name, sub->remaining()); }});
+        set_usage(*sub, printable(command.form));
+        sub->footer("JSON can be given as @FILE; '-' leaves an optional argument out.\n"
+                    "'korvanectl do help' lists commands, events, faults and steps.");
+        verbs.push_back(
+            {sub, [sub, name, &context, &agent] { return run_command(context, agent, name, sub->remaining()); }});
     }
     return verbs;
 }
 
-const Verb do_verb{"do", "carries out any command of the running agent; lists them when none is named",
-                   "  korvanectl do\n"
-                   "  korvanectl do emit status_changed_cb '[2]'\n"
-                   "  korvanectl do fault start result -1",
-                   set_up_do};
+std::optional<Agent> agent_for_completion()
+{
+    try {
+        return Agent::if_running();
+    } catch (const Failure &) {
+        return std::nullopt;
+    }
+}
+
+std::vector<std::string> complete_command(const Agent &agent, const std::string &command,
+                                          const std::vector<std::string> &words)
+{
+    const AgentCommand *known = agent.find_command(command);
+    if (!known || words.empty() || words.size() > known->parameters.size() || !agent.find_command("describe"))
+        return {};
+    const std::string &parameter = known->parameters[words.size() - 1].name;
+    const Json reply = agent.run("describe");
+    const Json &description = reply.contains("interface") ? member_of(reply, "interface") : reply;
+    std::vector<std::string> names;
+    add_names(description, list_of_values(command, parameter), names);
+    if (parameter == "method")
+        names.emplace_back("all");
+    return names;
+}
 
 } // namespace kv::ctl

@@ -6,18 +6,26 @@
 
 namespace kv::ctl {
 
-/// The arguments of a command of the agent from words. Throws UsageError.
-Json arguments_of(const Json &command, const std::vector<std::string> &words);
+/// Runs a command of the agent with words as arguments and prints its reply. Throws UsageError for wrong words.
+int run_command(const Context &context, const Agent &agent, const std::string &name,
+                const std::vector<std::string> &words);
 
-/// Carries out a command of the agent and prints its answer.
-int steer(const Context &context, const Agent &agent, const std::string &name, const std::vector<std::string> &words);
+/// "emit EVENT [VALUES]" and, below it, the help.
+std::string usage_and_help(const AgentCommand &command);
 
-struct SteeringVerb {
+/// A verb that runs a command of the agent.
+struct CommandVerb {
     CLI::App *app;
     std::function<int()> run;
 };
 
-/// Makes a verb of each command that the agent has, but for names that are verbs already.
-std::vector<SteeringVerb> add_commands(CLI::App &app, Context &context, const Agent &agent);
+/// Adds a verb for each command of the agent, except for names that are verbs already.
+std::vector<CommandVerb> add_commands(CLI::App &app, Context &context, const Agent &agent);
+
+/// The running agent, for completion: nullopt also if its replies are wrong.
+std::optional<Agent> agent_for_completion();
+/// Completes the last word behind a command of the agent.
+std::vector<std::string> complete_command(const Agent &agent, const std::string &command,
+                                          const std::vector<std::string> &words);
 
 } // namespace kv::ctl

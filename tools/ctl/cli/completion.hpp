@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <string>
-#include <vector>
-
-namespace CLI {
-class App;
-}
+#include "command_line.hpp"
 
 namespace kv::ctl {
 
-/// What may stand where the last of the words, perhaps begun, stands. Empty where it is for the shell to say: files.
-std::vector<std::string> candidates(const CLI::App &app, const std::vector<std::string> &words);
+/// What can complete the last word of a command line. Empty if the shell shall complete file names.
+std::vector<std::string> candidates(const CLI::App &app, const Verbs &verbs, const std::vector<std::string> &words);
+
+/// The names of all verbs and of the commands of the running agent.
+std::vector<std::string> verb_names(const CLI::App &app);
 
 } // namespace kv::ctl

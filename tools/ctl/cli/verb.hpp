@@ -13,30 +13,24 @@ class App;
 
 namespace kv::ctl {
 
+/// What every verb can use.
 struct Context {
     Output out;
-    std::vector<std::string> program; // behind "--": a program to run, and its arguments
+    std::vector<std::string> program; // the words behind "--": a program and its arguments
 };
 
-/// One thing that korvanectl can do. It names its options and gives back what is to be run.
+/// One verb of korvanectl.
 struct Verb {
     const char *name;
     const char *help;
-    const char *examples; // a line each
+    const char *usage;    // what follows the name and the options in the usage line
+    const char *examples; // one in each line
+    /// Declares the options and returns the function that runs the verb.
     std::function<int()> (*set_up)(CLI::App &app, Context &context);
-    bool runs_program = false; // takes a program behind "--"
+    bool takes_program = false; // allows words behind "--"
+    /// Completes the last of the words behind the verb; null if the shell shall complete file names.
+    std::vector<std::string> (*complete)(const std::vector<std::string> &words) = nullptr;
+    const char *alias = nullptr; // a former name, which the help does not show
 };
-
-extern const Verb agent_verb;
-extern const Verb do_verb;
-extern const Verb log_verb;
-extern const Verb run_verb;
-extern const Verb record_verb;
-extern const Verb top_verb;
-extern const Verb trace_verb;
-extern const Verb call_verb;
-extern const Verb functions_verb;
-extern const Verb doctor_verb;
-extern const Verb completion_verb;
 
 } // namespace kv::ctl

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "output.hpp"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -21,17 +22,17 @@ std::string Output::in(Colour colour, const std::string &text) const
     return colours_ && colour != Colour::plain ? codes[static_cast<int>(colour)] + text + "\033[0m" : text;
 }
 
-void Output::line(const std::string &words, const Json &facts) const
+void Output::line(const std::string &text, const Json &object) const
 {
-    std::printf("%s\n", json ? text_of(facts).c_str() : words.c_str());
+    std::printf("%s\n", json ? text_of(object).c_str() : text.c_str());
     std::fflush(stdout);
 }
 
-void Output::say(const std::string &words) const
+void Output::remark(const std::string &text) const
 {
     if (json)
         return;
-    std::printf("%s\n", words.c_str());
+    std::printf("%s\n", text.c_str());
     std::fflush(stdout);
 }
 
@@ -46,12 +47,26 @@ std::string time_of_day(long long time_us)
     return text;
 }
 
-std::string in_words(const Json &object)
+std::string members_text(const Json &object)
 {
-    std::string words;
+    std::string text;
     for (const auto &[name, value] : object.items())
-        words.append(words.empty() ? "" : ", ").append(name).append(" ").append(text_of(value));
-    return words;
+        text.append(text.empty() ? "" : ", ").append(name).append(" ").append(text_of(value));
+    return text;
+}
+
+std::string printable(const std::string &text)
+{
+    const auto is_control = [](unsigned char byte) {
+        return (byte < 0x20 && byte != '\n' && byte != '\t') || byte == 0x7f;
+    };
+    std::string clean = text;
+    std::replace_if(clean.begin(), clean.end(), is_control, '?');
+    // U+0080 to U+009F: also control characters, of two bytes in UTF-8.
+    for (std::size_t at = 0; (at = clean.find('\xc2', at)) != std::string::npos; ++at)
+        if (at + 1 < clean.size() && static_cast<unsigned char>(clean[at + 1]) < 0xa0)
+            clean.replace(at, 2, "?");
+    return clean;
 }
 
 } // namespace kv::ctl

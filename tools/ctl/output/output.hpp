@@ -7,21 +7,21 @@
 
 namespace kv::ctl {
 
-/// How results are printed: for people, in colour on a terminal, or a line of JSON each.
+/// Prints results to stdout: text for people, in colour on a terminal, or one line of JSON for each result.
 class Output {
 public:
     enum class Colour { plain, dim, bold, red, green, yellow, blue };
 
-    /// Colours only on a terminal, and not with NO_COLOR.
+    /// Uses colours only on a terminal, and not if NO_COLOR is set.
     Output();
 
     bool json = false;
 
     std::string in(Colour colour, const std::string &text) const;
-    /// Both forms of one result; only the wanted one is printed, at once.
-    void line(const std::string &words, const Json &facts) const;
-    /// In words only.
-    void say(const std::string &words) const;
+    /// Prints one result at once, in the wanted one of its two forms.
+    void line(const std::string &text, const Json &object) const;
+    /// Prints a remark, unless JSON is wanted.
+    void remark(const std::string &text) const;
 
     bool terminal() const { return terminal_; }
 
@@ -30,9 +30,11 @@ private:
     bool colours_;
 };
 
-/// 13:06:04.681418, local time.
+/// Local time as 13:06:04.681418.
 std::string time_of_day(long long time_us);
-/// The members of an object: name "x", mode 0.
-std::string in_words(const Json &object);
+/// The members of an object as text: name "x", mode 0.
+std::string members_text(const Json &object);
+/// Text of another process without control characters, which could change the terminal; newlines and tabs stay.
+std::string printable(const std::string &text);
 
 } // namespace kv::ctl

@@ -8,7 +8,7 @@ namespace kv::ctl {
 
 namespace {
 
-/// How many letters must be inserted, removed or replaced to make one of the other.
+/// The number of letters to insert, remove or replace to turn one text into the other.
 std::size_t distance(const std::string &from, const std::string &to)
 {
     std::vector<std::size_t> row(to.size() + 1);

@@ -6,7 +6,7 @@
 
 namespace kv::ctl {
 
-/// "; did you mean 'NAME'?" for the name that is nearest to a mistyped one; empty when none is near.
+/// Returns "; did you mean 'NAME'?" for the name that is most similar to a mistyped one, or "" if none is similar.
 std::string suggestion(const std::string &mistyped, const std::vector<std::string> &names);
 
 } // namespace kv::ctl

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "child.hpp"
 
+#include "loop.hpp"
 #include "tools/ctl/output/failure.hpp"
 
 #include <glib-unix.h>
 
-#include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <memory>
 
@@ -22,12 +21,14 @@ namespace kv::ctl {
 
 namespace {
 
-constexpr int ending_takes_ms = 5000; // for programs that were asked to end
+constexpr int end_timeout_ms = 5000; // after SIGTERM
+constexpr int max_rounds = 100;      // of signals to descendants that keep starting others
 
-struct Strings {
+/// A NULL-terminated array of pointers into texts, as exec() takes it.
+struct Argv {
     std::vector<char *> pointers{};
 
-    explicit Strings(const std::vector<std::string> &texts)
+    explicit Argv(const std::vector<std::string> &texts)
     {
         for (const std::string &text : texts)
             pointers.push_back(
@@ -36,40 +37,22 @@ struct Strings {
     }
 };
 
-struct Strv {
+struct FreeStrv {
     void operator()(char **texts) const { g_strfreev(texts); }
 };
 
-/// Between fork and exec.
-void become(void *program)
+/// Prepares the child between fork and exec.
+void prepare_child(void *data)
 {
-    const auto *wanted = static_cast<const Program *>(program);
-    if (wanted->outlives)
+    const auto *program = static_cast<const Program *>(data);
+    if (program->outlives)
         setsid();
     else
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (!wanted->in_foreground && !wanted->outlives)
-        setpgid(0, 0); // Ctrl-C is for this process, which ends the others in their order
-    if (wanted->out_to_error)
+    if (!program->in_foreground && !program->outlives)
+        setpgid(0, 0); // Ctrl-C must reach this process only, which ends the others in the right order
+    if (program->out_to_error)
         dup2(STDERR_FILENO, STDOUT_FILENO);
-}
-
-/// Sources that hold their function.
-gboolean run_held(gpointer held)
-{
-    return (*static_cast<std::function<bool()> *>(held))() ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
-}
-gboolean run_held_fd(int, GIOCondition, gpointer held)
-{
-    return run_held(held);
-}
-void drop_held(gpointer held)
-{
-    delete static_cast<std::function<bool()> *>(held);
-}
-std::function<bool()> *hold(std::function<bool()> function)
-{
-    return new std::function<bool()>(std::move(function));
 }
 
 std::vector<pid_t> children()
@@ -81,13 +64,18 @@ std::vector<pid_t> children()
     return found;
 }
 
-/// False when some are still there after that time.
+void reap_ended()
+{
+    while (waitpid(-1, nullptr, WNOHANG) > 0) {
+    }
+}
+
+/// Waits until no child is left. Returns false if some still run after that time.
 bool await_children(int milliseconds)
 {
     const gint64 deadline = g_get_monotonic_time() + gint64{1000} * milliseconds;
     for (;;) {
-        while (waitpid(-1, nullptr, WNOHANG) > 0) {
-        }
+        reap_ended();
         const std::vector<pid_t> left = children();
         const auto left_ms = static_cast<int>((deadline - g_get_monotonic_time()) / 1000);
         if (left.empty() || left_ms <= 0)
@@ -98,30 +86,41 @@ bool await_children(int milliseconds)
     }
 }
 
+/// A child that ends leaves its own children to this process, so signals are sent in rounds until none is left.
+void end_children_with(int number)
+{
+    for (int round = 0; round < max_rounds && !children().empty(); ++round) {
+        for (const pid_t pid : children())
+            kill(pid, number);
+        if (!await_children(end_timeout_ms))
+            return;
+    }
+}
+
 } // namespace
 
 pid_t start(const Program &program)
 {
-    std::unique_ptr<char *, Strv> environment{g_get_environ()};
+    std::unique_ptr<char *, FreeStrv> environment{g_get_environ()};
     for (const auto &[name, value] : program.environment)
         environment.reset(g_environ_setenv(environment.release(), name.c_str(), value.c_str(), true));
-    const Strings words{program.words};
+    const Argv argv{program.words};
     const int flags =
         G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_SEARCH_PATH | (program.in_foreground ? G_SPAWN_CHILD_INHERITS_STDIN : 0);
-    const gsize passed = program.passed >= 0 ? 1 : 0;
+    const gsize inherited = program.inherited >= 0 ? 1 : 0;
     GPid pid = 0;
     GError *error = nullptr;
-    if (g_spawn_async_with_pipes_and_fds(nullptr, words.pointers.data(), environment.get(),
-                                         static_cast<GSpawnFlags>(flags), become,
-                                         const_cast<Program *>(&program), // NOLINT: it is read only
-                                         -1, program.out, program.err, &program.passed, &program.passed, passed, &pid,
-                                         nullptr, nullptr, nullptr, &error))
+    if (g_spawn_async_with_pipes_and_fds(nullptr, argv.pointers.data(), environment.get(),
+                                         static_cast<GSpawnFlags>(flags), prepare_child,
+                                         const_cast<Program *>(&program), // NOLINT: it is only read
+                                         -1, program.out, program.err, &program.inherited, &program.inherited,
+                                         inherited, &pid, nullptr, nullptr, nullptr, &error))
         return pid;
     const std::unique_ptr<GError, decltype(&g_error_free)> problem{error, g_error_free};
     throw Failure{failed, "cannot run " + program.words[0] + ": " + problem->message};
 }
 
-std::string shown_status(int status)
+std::string status_text(int status)
 {
     if (WIFEXITED(status))
         return "exit status " + std::to_string(WEXITSTATUS(status));
@@ -138,10 +137,10 @@ Child::~Child()
     waitpid(pid_, nullptr, 0);
 }
 
-void Child::start(const Program &program, std::function<void()> ended)
+void Child::start(const Program &program, std::function<void()> on_exit)
 {
     pid_ = ctl::start(program);
-    ended_ = std::move(ended);
+    on_exit_ = std::move(on_exit);
     watch_ = g_child_watch_add(
         pid_,
         [](GPid, int status, gpointer data) {
@@ -149,7 +148,7 @@ void Child::start(const Program &program, std::function<void()> ended)
             self->pid_ = -1;
             self->watch_ = 0;
             self->status_ = status;
-            self->ended_();
+            Loop::guard(self->on_exit_);
         },
         this);
 }
@@ -165,71 +164,10 @@ void adopt_descendants()
     prctl(PR_SET_CHILD_SUBREAPER, 1);
 }
 
-int end_descendants()
+void end_descendants()
 {
-    int count = 0;
-    for (const int number : {SIGTERM, SIGKILL}) {
-        // Those that end leave their own children to this process: until none is left.
-        for (int round = 0; round < 100 && !children().empty(); ++round) {
-            for (const pid_t pid : children()) {
-                kill(pid, number);
-                count += number == SIGTERM ? 1 : 0;
-            }
-            if (!await_children(ending_takes_ms))
-                break;
-        }
-    }
-    return count;
-}
-
-Loop::Loop() : loop_(g_main_loop_new(nullptr, false)) {}
-
-Loop::~Loop()
-{
-    for (const unsigned source : sources_)
-        if (GSource *found = g_main_context_find_source_by_id(nullptr, source))
-            g_source_destroy(found);
-    g_main_loop_unref(static_cast<GMainLoop *>(loop_));
-}
-
-void Loop::run()
-{
-    g_main_loop_run(static_cast<GMainLoop *>(loop_));
-}
-
-void Loop::quit()
-{
-    g_main_loop_quit(static_cast<GMainLoop *>(loop_));
-}
-
-unsigned Loop::add(unsigned source)
-{
-    sources_.push_back(source);
-    return source;
-}
-
-void Loop::on_signal(int number, std::function<void()> heard)
-{
-    add(g_unix_signal_add_full(G_PRIORITY_HIGH, number, run_held, hold([heard = std::move(heard)] {
-                                   heard();
-                                   return true;
-                               }),
-                               drop_held));
-}
-
-void Loop::after_ms(unsigned milliseconds, std::function<void()> then)
-{
-    add(g_timeout_add_full(G_PRIORITY_DEFAULT, milliseconds, run_held, hold([then = std::move(then)] {
-                               then();
-                               return false;
-                           }),
-                           drop_held));
-}
-
-void Loop::on_readable(int fd, std::function<bool()> read)
-{
-    add(g_unix_fd_add_full(G_PRIORITY_DEFAULT, fd, static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
-                           run_held_fd, hold(std::move(read)), drop_held));
+    end_children_with(SIGTERM);
+    end_children_with(SIGKILL);
 }
 
 } // namespace kv::ctl

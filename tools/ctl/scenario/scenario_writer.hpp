@@ -8,16 +8,16 @@
 
 namespace kv::ctl {
 
-/// A scenario that was made of what an agent had noted.
-struct Recorded {
-    std::string text;                // of the file
-    std::vector<std::string> gaps{}; // what must be filled in by hand: line and what
-    int calls = 0;
-    int events = 0;
-    int left_out = 0; // events that the agent sends by itself
+/// A scenario made from the journal of an agent.
+struct RecordedScenario {
+    std::string text;                        // of the file
+    std::vector<std::string> placeholders{}; // what a person must fill in: line, event and value
+    int calls = 0;                           // written as expectations
+    int events = 0;                          // written as events to send
+    int left_out = 0;                        // events that the agent sends without a command
 };
 
-/// Expectations for the calls, events for what steered the agent, in their order.
-Recorded scenario_from(const std::vector<Json> &entries, const std::string &title);
+/// Writes an expectation for each call and an event for each command that sent one, in their order.
+RecordedScenario scenario_from(const std::vector<Json> &entries, const std::string &title);
 
 } // namespace kv::ctl

@@ -5,6 +5,7 @@
 
 #include <rpc_port_trace.h>
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -12,34 +13,38 @@
 
 namespace kv::ctl {
 
-/// Makes sense of what the host platform has written down: a record for each parcel that crossed a port.
+/// Reads the trace that the host platform writes: a record for each parcel that a port sent or received.
 class TraceReader {
 public:
-    /// One line, for people and as an object.
-    using Tell = std::function<void(const std::string &words, const Json &facts)>;
+    /// Receives one parcel, as text and as an object.
+    using OnParcel = std::function<void(const std::string &text, const Json &object)>;
 
-    explicit TraceReader(Tell tell) : tell_(std::move(tell)) {}
+    explicit TraceReader(OnParcel on_parcel) : on_parcel_(std::move(on_parcel)) {}
 
-    /// The next bytes. Throws Failure for bytes that are no trace.
+    /// Takes the next bytes of the trace. Throws Failure if they are not a trace.
     void take(const char *bytes, std::size_t size);
-    /// How many records there were.
+    /// How many complete records there were.
     int records() const { return records_; }
-    /// Whether the last one was cut off.
-    bool cut() const { return !bytes_.empty(); }
+    /// Whether the last record is incomplete.
+    bool cut() const { return !pending_.empty(); }
 
 private:
-    /// A request that waits for its reply.
-    struct Asked {
+    struct PendingRequest {
         int method;
         std::int64_t time_us;
     };
+    struct Line;
+    using Port = std::pair<unsigned, unsigned>; // process and port number
 
-    void tell(const rpc_port_trace_record_t &record, const char *payload);
+    void report(const rpc_port_trace_record_t &record, const char *payload);
+    void describe_request(const rpc_port_trace_record_t &record, Line &line);
+    void describe_reply(const rpc_port_trace_record_t &record, Line &line);
+    static void describe_event(Line &line);
 
-    Tell tell_;
-    std::string bytes_{};
+    OnParcel on_parcel_;
+    std::string pending_{};
     int records_ = 0;
-    std::map<std::pair<unsigned, unsigned>, Asked> asked_{}; // by process and port
+    std::map<Port, PendingRequest> requests_{};
 };
 
 } // namespace kv::ctl

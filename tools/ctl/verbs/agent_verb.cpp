@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "verbs.hpp"
+
 #include "tools/ctl/agent/agent.hpp"
 #include "tools/ctl/agent/paths.hpp"
-#include "tools/ctl/cli/verb.hpp"
+#include "tools/ctl/cli/choice.hpp"
 #include "tools/ctl/output/failure.hpp"
 #include "tools/ctl/process/child.hpp"
 
 #include <CLI/CLI.hpp>
+
+#include <glib.h>
 
 #include <cerrno>
 #include <chrono>
@@ -15,7 +19,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -24,12 +27,16 @@ namespace kv::ctl {
 
 namespace {
 
-constexpr int starting_takes_ms = 15'000;
+constexpr int start_timeout_ms = 15'000;
+constexpr int stop_timeout_ms = 15'000;
+constexpr int poll_interval_ms = 20;
 
-/// A process, whoever's child it is.
+const std::vector<std::string> actions{"start", "stop", "status"};
+
+/// Any process, to wait for its end. Process 0 counts as ended.
 class Process {
 public:
-    explicit Process(pid_t pid) : fd_(static_cast<int>(syscall(SYS_pidfd_open, pid, 0))) {}
+    explicit Process(pid_t pid) : fd_(pid > 0 ? static_cast<int>(syscall(SYS_pidfd_open, pid, 0)) : -1) {}
     Process(const Process &) = delete;
     Process &operator=(const Process &) = delete;
     ~Process()
@@ -38,7 +45,6 @@ public:
             close(fd_);
     }
 
-    /// Waits so long at most.
     bool ends_within(int milliseconds) const
     {
         pollfd ended{fd_, POLLIN, 0};
@@ -49,21 +55,11 @@ private:
     int fd_;
 };
 
-std::string last_line_of(const std::string &path, std::streamoff from)
-{
-    std::ifstream file{path};
-    file.seekg(from);
-    std::string last;
-    for (std::string line; std::getline(file, line);)
-        last = line;
-    return last;
-}
-
-Json facts_of(const Agent &agent)
+Json description_of(const Agent &agent)
 {
     return {{"running", true},
             {"pid", agent.pid()},
-            {"version", agent.overview()["version"]},
+            {"version", agent.version()},
             {"runtime_directory", runtime_directory()}};
 }
 
@@ -73,68 +69,119 @@ struct StartOptions {
     std::string log{};
 };
 
-int start(const Context &context, const StartOptions &options)
+/// The file for what the agent writes to stdout and stderr.
+class Log {
+public:
+    explicit Log(const std::string &chosen) : path_(chosen.empty() ? runtime_directory() + "/agent.log" : chosen)
+    {
+        fd_ = open(path_.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+        if (fd_ < 0)
+            throw Failure{failed, "cannot open the log " + path_ + ": " + std::strerror(errno)};
+        begin_ = lseek(fd_, 0, SEEK_END);
+    }
+    Log(const Log &) = delete;
+    Log &operator=(const Log &) = delete;
+    ~Log() { close(fd_); }
+
+    int fd() const { return fd_; }
+    const std::string &path() const { return path_; }
+
+    /// The last error message that the agent added, else the last line, else "".
+    std::string error() const
+    {
+        std::ifstream file{path_};
+        file.seekg(begin_);
+        std::string last;
+        std::string message;
+        for (std::string line; std::getline(file, line); last = line)
+            if (const std::string found = agent_error_in(line); !found.empty())
+                message = found;
+        return message.empty() ? last : message;
+    }
+
+private:
+    std::string path_;
+    int fd_ = -1;
+    off_t begin_ = 0;
+};
+
+void require_no_agent()
 {
     if (const std::optional<Agent> agent = Agent::if_running())
-        throw Failure{failed, "an agent " + agent->overview()["version"].get<std::string>() +
-                                  " runs already, process " + std::to_string(agent->pid()) +
-                                  "; 'korvanectl agent stop' ends it"};
-    const std::string agent_path = options.program.empty() ? agent_program() : options.program;
-    if (agent_path.empty())
-        throw Failure{failed, "there is no korvane-agent beside this program or in PATH; --agent-program names one"};
-    const std::string directory = runtime_directory();
-    mkdir(directory.c_str(), 0700); // the agent checks it, and says what is wrong
-    const std::string log = options.log.empty() ? directory + "/agent.log" : options.log;
-    const int fd = open(log.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (fd < 0)
-        throw Failure{failed, "cannot open the log " + log + ": " + std::strerror(errno)};
-    const off_t begin = lseek(fd, 0, SEEK_END);
+        throw Failure{failed, "agent " + agent->version() + " already runs as process " + std::to_string(agent->pid()) +
+                                  "; stop it with 'korvanectl agent stop'"};
+}
 
-    Program program{{agent_path, "--verbose"}};
+/// The agent checks the directory, and reports what is wrong with it.
+void create_runtime_directory()
+{
+    const std::string path = runtime_directory();
+    if (g_mkdir_with_parents(path.c_str(), 0700) != 0)
+        throw Failure{failed, "cannot create the runtime directory " + path + ": " + std::strerror(errno) +
+                                  "; set KORVANE_RUNTIME_DIR to another directory"};
+}
+
+[[noreturn]] void report_failed_start(pid_t pid, const Log &log)
+{
+    int status = 0;
+    waitpid(pid, &status, 0);
+    const std::string error = log.error();
+    if (WIFEXITED(status) && WEXITSTATUS(status) == agent_wrong_usage)
+        throw UsageError{"the agent did not start: " + error};
+    throw Failure{failed, "the agent did not start: " + (error.empty() ? status_text(status) : error) +
+                              " (log: " + log.path() + ")"};
+}
+
+/// Waits until the agent that was just started can be reached.
+Agent await_agent(pid_t pid, const Log &log)
+{
+    const Process process{pid};
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds{start_timeout_ms};
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (process.ends_within(poll_interval_ms))
+            report_failed_start(pid, log);
+        if (std::optional<Agent> agent = Agent::if_running(); agent && agent->pid() == pid)
+            return std::move(*agent);
+    }
+    kill(pid, SIGKILL);
+    throw Failure{failed, "the agent did not become ready within " + std::to_string(start_timeout_ms / 1000) +
+                              " s (log: " + log.path() + ")"};
+}
+
+int start_agent(const Context &context, const StartOptions &options)
+{
+    require_no_agent();
+    Program program{{required_agent_program(options.program), "--verbose"}};
+    create_runtime_directory();
+    const Log log{options.log};
     if (!options.version.empty())
         program.words.insert(program.words.end(), {"--agent-version", options.version});
     program.words.insert(program.words.end(), context.program.begin(), context.program.end());
-    program.out = fd;
-    program.err = fd;
+    program.out = log.fd();
+    program.err = log.fd();
     program.outlives = true;
-    const pid_t pid = start(program);
-    close(fd);
-
-    const Process process{pid};
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds{starting_takes_ms};
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (process.ends_within(20)) {
-            waitpid(pid, nullptr, 0);
-            throw Failure{failed, "the agent did not start: " + last_line_of(log, begin) + " (" + log + ")"};
-        }
-        const std::optional<Agent> agent = Agent::if_running();
-        if (!agent || agent->pid() != pid)
-            continue;
-        Json facts = facts_of(*agent);
-        facts["log"] = log;
-        context.out.line("agent " + facts["version"].get<std::string>() + " runs, process " + std::to_string(pid) +
-                             "; what it does is written to " + log,
-                         facts);
-        return done;
-    }
-    kill(pid, SIGKILL);
-    throw Failure{failed, "the agent did not become ready within " + std::to_string(starting_takes_ms / 1000) + " s (" +
-                              log + ")"};
+    const Agent agent = await_agent(start(program), log);
+    Json description = description_of(agent);
+    description["log"] = log.path();
+    context.out.line("agent " + agent.version() + " runs as process " + std::to_string(agent.pid()) +
+                         "; log: " + log.path(),
+                     description);
+    return done;
 }
 
-int stop(const Context &context)
+int stop_agent(const Context &context)
 {
     const Agent agent;
     const Process process{agent.pid()};
     agent.run("quit");
-    if (agent.pid() > 0 && !process.ends_within(starting_takes_ms))
-        throw Failure{failed,
-                      "the agent, process " + std::to_string(agent.pid()) + ", was told to stop but still runs"};
+    if (!process.ends_within(stop_timeout_ms))
+        throw Failure{failed, "the agent, process " + std::to_string(agent.pid()) + ", did not end within " +
+                                  std::to_string(stop_timeout_ms / 1000) + " s; end it with 'kill'"};
     context.out.line("agent stopped", {{"running", false}, {"pid", agent.pid()}});
     return done;
 }
 
-int status(const Context &context)
+int print_status(const Context &context)
 {
     const std::optional<Agent> agent = Agent::if_running();
     if (!agent) {
@@ -142,46 +189,57 @@ int status(const Context &context)
                          {{"running", false}, {"runtime_directory", runtime_directory()}});
         return no_agent;
     }
-    const Json facts = facts_of(*agent);
-    context.out.line("agent " + facts["version"].get<std::string>() + " runs, process " + std::to_string(agent->pid()) +
-                         ", in " + runtime_directory(),
-                     facts);
+    context.out.line("agent " + agent->version() + " runs as process " + std::to_string(agent->pid()) + " in " +
+                         runtime_directory(),
+                     description_of(*agent));
     return done;
+}
+
+struct AgentOptions {
+    std::string action{};
+    StartOptions start{};
+};
+
+int run_agent_verb(const Context &context, const AgentOptions &options)
+{
+    if (options.action == "start")
+        return start_agent(context, options.start);
+    if (!context.program.empty())
+        throw UsageError{"only 'agent start' takes options behind '--'"};
+    return options.action == "stop" ? stop_agent(context) : print_status(context);
 }
 
 std::function<int()> set_up_agent(CLI::App &app, Context &context)
 {
-    struct Options {
-        std::string what{};
-        StartOptions start{};
-    };
-    auto options = std::make_shared<Options>();
-    app.add_option("WHAT", options->what, "start, stop or status")
-        ->required()
-        ->check(CLI::IsMember({"start", "stop", "status"}));
-    app.add_option("--agent-version", options->start.version, "which version to be (start)")->type_name("V");
+    auto options = std::make_shared<AgentOptions>();
+    app.add_option("ACTION", options->action, "start, stop or status")->required()->check(one_of(actions));
+    app.add_option("--agent-version", options->start.version, "Version of the agent (start)")->type_name("VERSION");
     app.add_option("--agent-program", options->start.program,
-                   "the agent's program (default: KORVANE_AGENT, beside this program, PATH)")
+                   "Program of the agent (start; default: KORVANE_AGENT, next to korvanectl, PATH)")
         ->type_name("PATH");
-    app.add_option("--log", options->start.log, "where to write what it does (default: agent.log among its sockets)")
+    app.add_option("--log", options->start.log, "Log of the agent (start; default: agent.log in the runtime directory)")
         ->type_name("FILE");
-    return [&context, options] {
-        if (options->what == "start")
-            return start(context, options->start);
-        if (!context.program.empty())
-            throw UsageError{"only 'agent start' passes options on"};
-        return options->what == "stop" ? stop(context) : status(context);
-    };
+    return [&context, options] { return run_agent_verb(context, *options); };
+}
+
+std::vector<std::string> complete_agent(const std::vector<std::string> &words)
+{
+    return words.size() == 1 ? actions : std::vector<std::string>{};
 }
 
 } // namespace
 
 const Verb agent_verb{
-    "agent", "starts the virtual agent in the background, stops it, or says whether it runs",
-    "  korvanectl agent start --agent-version 1.2\n"
-    "  korvanectl agent start -- --http 8080 --ca-dir ./ca     what stands behind -- goes to the agent\n"
-    "  korvanectl agent status --json\n"
-    "  korvanectl agent stop",
-    set_up_agent, true};
+    .name = "agent",
+    .help = "Start the virtual agent in the background, stop it, or print its status",
+    .usage = "ACTION [-- AGENT_OPTION...]",
+    .examples = "  korvanectl agent start --agent-version 1.2\n"
+                "  korvanectl agent start -- --http 8080 --ca-dir ./ca     with options for korvane-agent\n"
+                "  korvanectl agent status --json\n"
+                "  korvanectl agent stop",
+    .set_up = set_up_agent,
+    .takes_program = true,
+    .complete = complete_agent,
+};
 
 } // namespace kv::ctl

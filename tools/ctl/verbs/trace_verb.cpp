@@ -1,28 +1,36 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/ctl/trace/trace_reader.hpp"
+#include "verbs.hpp"
 
-#include "tools/ctl/cli/verb.hpp"
 #include "tools/ctl/output/failure.hpp"
 #include "tools/ctl/process/child.hpp"
+#include "tools/ctl/process/loop.hpp"
+#include "tools/ctl/trace/trace_reader.hpp"
 
 #include <CLI/CLI.hpp>
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace kv::ctl {
 
 namespace {
 
-int read_file(const Output &out, const std::string &path)
+constexpr unsigned rest_timeout_ms = 500; // after the application's end, if a child of it keeps the trace open
+
+TraceReader::OnParcel printer(const Output &out)
 {
-    TraceReader reader{[&out](const std::string &words, const Json &facts) { out.line(words, facts); }};
+    return [&out](const std::string &text, const Json &object) { out.line(text, object); };
+}
+
+int print_file(const Output &out, const std::string &path)
+{
+    TraceReader reader{printer(out)};
     std::ifstream file{path, std::ios::binary};
     char bytes[64 * 1024];
     if (!file)
@@ -34,78 +42,111 @@ int read_file(const Output &out, const std::string &path)
     return done;
 }
 
-int trace(const Context &context)
-{
-    const Output &out = context.out;
-    TraceReader reader{[&out](const std::string &words, const Json &facts) { out.line(words, facts); }};
-    int ends[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
-        throw Failure{failed, std::string{"no socket: "} + std::strerror(errno)};
-    Loop loop;
-    Child child;
-    // Both ends must have come: that of the program, and that of what it has written.
-    bool ended = false;
-    bool read_all = false;
-    const auto quit_if_over = [&] {
-        if (ended && read_all)
-            loop.quit();
-    };
-    Program program{context.program};
-    program.environment["KORVANE_TRACE"] = "fd:" + std::to_string(ends[1]);
-    program.passed = ends[1];
-    program.in_foreground = true;
-    program.out_to_error = out.json; // lines of JSON stay among themselves
-    child.start(program, [&] {
-        ended = true;
-        // Something that the program has left behind may hold the other end.
-        loop.after_ms(500, [&] { loop.quit(); });
-        quit_if_over();
-    });
-    close(ends[1]);
-    loop.on_readable(ends[0], [&] {
+/// Runs an application whose host platform writes the trace to a socket.
+class TracedRun {
+public:
+    explicit TracedRun(const Output &out) : out_(out), reader_(printer(out)) {}
+    TracedRun(const TracedRun &) = delete;
+    TracedRun &operator=(const TracedRun &) = delete;
+    ~TracedRun()
+    {
+        if (fd_ >= 0)
+            close(fd_);
+    }
+
+    int run(const std::vector<std::string> &words)
+    {
+        start(words);
+        loop_.on_readable(fd_, [this] { return read_some(); });
+        loop_.on_signal(SIGINT, [] {}); // the terminal sends it to the application too, which decides
+        loop_.on_signal(SIGTERM, [this] { application_.signal(SIGTERM); });
+        loop_.run();
+        if (reader_.records() == 0)
+            std::fprintf(stderr, "korvanectl: nothing crossed a port; check that %s uses Korvane's host platform\n",
+                         words[0].c_str());
+        if (application_.status() != 0)
+            throw Failure{failed, words[0] + " ended with " + status_text(application_.status())};
+        return done;
+    }
+
+private:
+    void start(const std::vector<std::string> &words)
+    {
+        int ends[2];
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+            throw Failure{failed, std::string{"cannot create a socket: "} + std::strerror(errno)};
+        fd_ = ends[0];
+        Program program{words};
+        program.environment["KORVANE_TRACE"] = "fd:" + std::to_string(ends[1]);
+        program.inherited = ends[1];
+        program.in_foreground = true;
+        program.out_to_error = out_.json; // stdout is for JSON only
+        application_.start(program, [this] { on_exit(); });
+        close(ends[1]);
+    }
+
+    void on_exit()
+    {
+        ended_ = true;
+        loop_.after_ms(rest_timeout_ms, [this] { loop_.quit(); });
+        quit_if_complete();
+    }
+
+    /// Returns false at the end of the trace.
+    bool read_some()
+    {
         char bytes[64 * 1024];
-        const ssize_t got = read(ends[0], bytes, sizeof bytes);
-        if (got > 0) {
-            reader.take(bytes, static_cast<std::size_t>(got));
+        const ssize_t size = read(fd_, bytes, sizeof bytes);
+        if (size > 0) {
+            reader_.take(bytes, static_cast<std::size_t>(size));
             return true;
         }
-        read_all = true;
-        quit_if_over();
+        at_end_ = true;
+        quit_if_complete();
         return false;
-    });
-    loop.on_signal(SIGINT, [] {}); // the program hears it as well, from the terminal
-    loop.on_signal(SIGTERM, [&] { child.signal(SIGTERM); });
-    loop.run();
-    close(ends[0]);
-    if (reader.records() == 0)
-        std::fprintf(stderr, "korvanectl: nothing crossed a port; does %s use Korvane's host platform?\n",
-                     context.program[0].c_str());
-    if (child.status() == 0)
-        return done;
-    throw Failure{failed, context.program[0] + " ended with " + shown_status(child.status())};
-}
+    }
+
+    void quit_if_complete()
+    {
+        if (ended_ && at_end_)
+            loop_.quit();
+    }
+
+    const Output &out_;
+    TraceReader reader_;
+    Loop loop_{};
+    Child application_{};
+    int fd_ = -1;
+    bool ended_ = false;  // the application
+    bool at_end_ = false; // the trace
+};
 
 std::function<int()> set_up_trace(CLI::App &app, Context &context)
 {
     auto path = std::make_shared<std::string>();
-    app.add_option("--read", *path, "shows a trace that an application wrote with KORVANE_TRACE=FILE")
+    app.add_option("--read", *path, "Print a trace that an application wrote with KORVANE_TRACE=FILE")
         ->type_name("FILE");
     return [&context, path] {
         if (path->empty() == context.program.empty())
-            throw UsageError{"trace takes a program behind '--', or --read FILE"};
-        return path->empty() ? trace(context) : read_file(context.out, *path);
+            throw UsageError{"give either '-- APPLICATION' or '--read FILE'"};
+        return path->empty() ? TracedRun{context.out}.run(context.program) : print_file(context.out, *path);
     };
 }
 
 } // namespace
 
 const Verb trace_verb{
-    "trace", "runs an application and shows what crosses its ports, decoded, with any agent",
-    "  korvanectl trace -- ./my-app --its-option\n"
-    "  korvanectl trace --json -- ./my-app | jq 'select(.request)'\n"
-    "  KORVANE_TRACE=/tmp/app.trace ./my-app; korvanectl trace --read /tmp/app.trace\n"
-    "-> is a request, <- its reply with the microseconds in between, <= an event. Secrets are masked here, but\n"
-    "not in a file that KORVANE_TRACE names.",
-    set_up_trace, true};
+    .name = "trace",
+    .help = "Run an application and print what crosses its ports, decoded",
+    .usage = "(-- APPLICATION [ARGUMENT]... | --read FILE)",
+    .examples =
+        "  korvanectl trace -- ./my-app --its-option\n"
+        "  korvanectl trace --json -- ./my-app | jq 'select(.request)'\n"
+        "  KORVANE_TRACE=/tmp/app.trace ./my-app; korvanectl trace --read /tmp/app.trace\n"
+        "-> is a request, <- its reply with the microseconds in between, <= an event. This works with any agent.\n"
+        "Secrets are masked here, but not in a file that KORVANE_TRACE names.",
+    .set_up = set_up_trace,
+    .takes_program = true,
+};
 
 } // namespace kv::ctl

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "function.hpp"
+#include "session.hpp"
 #include "tools/ctl/output/failure.hpp"
 
 #include <charconv>
@@ -9,10 +9,10 @@
 #include <string_view>
 #include <type_traits>
 
-/// What each type of parameter in korvane.h means at the command line. A type that is not here does not compile.
+/// What each parameter type of korvane.h means on the command line. A function with another type does not compile.
 namespace kv::ctl {
 
-/// The name of a handle's struct, shortened: korvane_aplist_s is "aplist".
+/// The short name of a handle's struct: "aplist" for korvane_aplist_s.
 template <class T>
 std::string handle_type()
 {
@@ -24,11 +24,11 @@ std::string handle_type()
     return std::string{name.substr(0, name.rfind("_s"))};
 }
 
-/// Handles that come as lists, with their count: a pointer to one is such a list, not the place for a new one.
+/// True for handles that functions return as lists with a count: a pointer to one is such a list, not an out argument.
 template <class T>
-inline constexpr bool comes_in_lists = false;
+inline constexpr bool is_listed = false;
 template <>
-inline constexpr bool comes_in_lists<korvane_sub_dev_prs_s> = true;
+inline constexpr bool is_listed<korvane_sub_dev_prs_s> = true;
 
 template <class Number>
 Number number_from(const std::string &text, const char *wanted)
@@ -37,49 +37,49 @@ Number number_from(const std::string &text, const char *wanted)
     const char *end = text.data() + text.size();
     const auto [stopped, error] = std::from_chars(text.data(), end, number);
     if (error != std::errc{} || stopped != end || text.empty())
-        throw UsageError{"'" + text + "' is not " + wanted};
+        throw UsageError{"'" + text + "' must be " + wanted};
     return number;
 }
 
-/// The values of an array: a JSON array, or values with commas between them.
+/// Parses an array argument: a JSON array, or values separated by commas. Throws UsageError.
 Json items_from(const std::string &text);
 
-/// Calls are made with one slot for each parameter. A slot takes its argument from the frame, is the parameter, and
-/// puts what was handed out into the frame afterwards. Before is the type of the parameter in front of it.
+/// The adapter of one parameter: it takes its argument from the frame, holds the parameter during the call, and adds the
+/// out value to the frame afterwards. `Before` is the type of the previous parameter.
 template <class T, class Before>
-struct Slot;
+struct Adapter;
 
-template <Form::Role Where>
-struct SlotBase {
-    static constexpr Form::Role role = Where;
+template <Parameter::Role Where>
+struct AdapterBase {
+    static constexpr Parameter::Role role = Where;
     static constexpr bool object = false;
     static void check(const Argument &) {}
     void done(Frame &) {}
 };
-using Given = SlotBase<Form::Role::given>;
-using Out = SlotBase<Form::Role::out>;
-using Implied = SlotBase<Form::Role::implied>;
+using Given = AdapterBase<Parameter::Role::given>;
+using Out = AdapterBase<Parameter::Role::out>;
+using Implied = AdapterBase<Parameter::Role::implied>;
 
 template <class Before>
-struct Slot<korvane_h, Before> : Implied {
+struct Adapter<korvane_h, Before> : Implied {
     static std::string type() { return "handle"; }
-    explicit Slot(Frame &frame) : handle(frame.session.handle) {}
+    explicit Adapter(Frame &frame) : handle(frame.session.handle) {}
     korvane_h arg() const { return handle; }
     korvane_h handle;
 };
 
 template <class Before>
-struct Slot<korvane_h *, Before> : Implied {
+struct Adapter<korvane_h *, Before> : Implied {
     static std::string type() { return "handle"; }
-    explicit Slot(Frame &frame) : session(frame.session) {}
+    explicit Adapter(Frame &frame) : session(frame.session) {}
     korvane_h *arg() const { return &session.handle; }
     Session &session;
 };
 
 template <class Before>
-struct Slot<void *, Before> : Implied {
+struct Adapter<void *, Before> : Implied {
     static std::string type() { return "user data"; }
-    explicit Slot(Frame &frame) : session(frame.session) {}
+    explicit Adapter(Frame &frame) : session(frame.session) {}
     void *arg() const { return &session; }
     Session &session;
 };
@@ -87,10 +87,10 @@ struct Slot<void *, Before> : Implied {
 template <class Before>
 inline constexpr bool is_list = std::is_same_v<Before, const int *> || std::is_same_v<Before, const char *const *>;
 template <class T>
-inline constexpr bool is_list<T **> = comes_in_lists<T>;
+inline constexpr bool is_list<T **> = is_listed<T>;
 
 template <class Number, class Before>
-struct NumberSlot : Given {
+struct NumberAdapter : Given {
     static std::string type() { return std::is_signed_v<Number> ? "int" : "unsigned"; }
     static Number parse(const Argument &argument)
     {
@@ -98,53 +98,53 @@ struct NumberSlot : Given {
                                                                            : "a whole number from 0 to 4294967295");
     }
     static void check(const Argument &argument) { parse(argument); }
-    explicit NumberSlot(Frame &frame) : number(parse(frame.take())) {}
+    explicit NumberAdapter(Frame &frame) : number(parse(frame.take())) {}
     Number arg() const { return number; }
     Number number;
 };
 
-struct CountSlot : Implied {
+struct CountAdapter : Implied {
     static std::string type() { return "count"; }
-    explicit CountSlot(Frame &frame) : count(frame.count) {}
+    explicit CountAdapter(Frame &frame) : count(frame.count) {}
     int arg() const { return count; }
     int count;
 };
 
 template <class Before>
-using IntSlot = std::conditional_t<is_list<Before>, CountSlot, NumberSlot<int, Before>>;
+using IntAdapter = std::conditional_t<is_list<Before>, CountAdapter, NumberAdapter<int, Before>>;
 template <class Before>
-struct Slot<int, Before> : IntSlot<Before> {
-    explicit Slot(Frame &frame) : IntSlot<Before>(frame) {}
+struct Adapter<int, Before> : IntAdapter<Before> {
+    explicit Adapter(Frame &frame) : IntAdapter<Before>(frame) {}
 };
 
 template <class Before>
-struct Slot<unsigned, Before> : NumberSlot<unsigned, Before> {
-    explicit Slot(Frame &frame) : NumberSlot<unsigned, Before>(frame) {}
+struct Adapter<unsigned, Before> : NumberAdapter<unsigned, Before> {
+    explicit Adapter(Frame &frame) : NumberAdapter<unsigned, Before>(frame) {}
 };
 
 template <class Before>
-struct Slot<bool, Before> : Given {
+struct Adapter<bool, Before> : Given {
     static std::string type() { return "bool"; }
     static void check(const Argument &argument)
     {
         if (argument.text != "true" && argument.text != "false")
-            throw UsageError{"'" + argument.text + "' is neither true nor false"};
+            throw UsageError{"'" + argument.text + "' must be true or false"};
     }
-    explicit Slot(Frame &frame) : flag(frame.take().text == "true") {}
+    explicit Adapter(Frame &frame) : flag(frame.take().text == "true") {}
     bool arg() const { return flag; }
     bool flag;
 };
 
 template <class Before>
-struct Slot<const char *, Before> : Given {
+struct Adapter<const char *, Before> : Given {
     static std::string type() { return "text"; }
-    explicit Slot(Frame &frame) : given(frame.take()) {}
-    const char *arg() const { return given.none ? nullptr : given.text.c_str(); }
+    explicit Adapter(Frame &frame) : given(frame.take()) {}
+    const char *arg() const { return given.null ? nullptr : given.text.c_str(); }
     Argument given;
 };
 
 template <class Before>
-struct Slot<const int *, Before> : Given {
+struct Adapter<const int *, Before> : Given {
     static std::string type() { return "int,..."; }
     static std::vector<int> parse(const Argument &argument)
     {
@@ -156,31 +156,31 @@ struct Slot<const int *, Before> : Given {
     }
     static void check(const Argument &argument)
     {
-        if (!argument.none)
+        if (!argument.null)
             parse(argument);
     }
-    explicit Slot(Frame &frame) : given(frame.take())
+    explicit Adapter(Frame &frame) : given(frame.take())
     {
-        if (!given.none)
+        if (!given.null)
             numbers = parse(given);
         frame.count = static_cast<int>(numbers.size());
     }
-    const int *arg() const { return given.none ? nullptr : numbers.data(); }
+    const int *arg() const { return given.null ? nullptr : numbers.data(); }
     Argument given;
     std::vector<int> numbers{};
 };
 
 template <class Before>
-struct Slot<const char *const *, Before> : Given {
+struct Adapter<const char *const *, Before> : Given {
     static std::string type() { return "text,..."; }
     static void check(const Argument &argument)
     {
-        if (!argument.none)
+        if (!argument.null)
             items_from(argument.text);
     }
-    explicit Slot(Frame &frame) : given(frame.take())
+    explicit Adapter(Frame &frame) : given(frame.take())
     {
-        if (!given.none)
+        if (!given.null)
             for (const Json &item : items_from(given.text))
                 texts.push_back(item.is_string() ? item.get<std::string>() : text_of(item));
         frame.count = static_cast<int>(texts.size());
@@ -189,7 +189,7 @@ struct Slot<const char *const *, Before> : Given {
     {
         for (const std::string &text : texts)
             pointers.push_back(text.c_str());
-        return given.none ? nullptr : pointers.data();
+        return given.null ? nullptr : pointers.data();
     }
     Argument given;
     std::vector<std::string> texts{};
@@ -197,29 +197,29 @@ struct Slot<const char *const *, Before> : Given {
 };
 
 template <class T, class Before>
-struct OutSlot : Out {
-    explicit OutSlot(Frame &) {}
+struct OutAdapter : Out {
+    explicit OutAdapter(Frame &) {}
     T *arg() { return &value; }
     void done(Frame &frame) { frame.outs.push_back({Json(value)}); }
     T value{};
 };
 
 template <class Before>
-struct Slot<int *, Before> : OutSlot<int, Before> {
+struct Adapter<int *, Before> : OutAdapter<int, Before> {
     static std::string type() { return "int"; }
-    explicit Slot(Frame &frame) : OutSlot<int, Before>(frame) {}
+    explicit Adapter(Frame &frame) : OutAdapter<int, Before>(frame) {}
 };
 
 template <class Before>
-struct Slot<bool *, Before> : OutSlot<bool, Before> {
+struct Adapter<bool *, Before> : OutAdapter<bool, Before> {
     static std::string type() { return "bool"; }
-    explicit Slot(Frame &frame) : OutSlot<bool, Before>(frame) {}
+    explicit Adapter(Frame &frame) : OutAdapter<bool, Before>(frame) {}
 };
 
 template <class Before>
-struct Slot<char **, Before> : Out {
+struct Adapter<char **, Before> : Out {
     static std::string type() { return "text"; }
-    explicit Slot(Frame &) {}
+    explicit Adapter(Frame &) {}
     char **arg() { return &text; }
     void done(Frame &frame)
     {
@@ -229,25 +229,25 @@ struct Slot<char **, Before> : Out {
     char *text = nullptr;
 };
 
-/// How many items a list has that was handed out in front of it.
+/// The count of the list that the previous parameter returns.
 template <class T>
-struct Slot<int *, T ***> : Implied {
+struct Adapter<int *, T ***> : Implied {
     static std::string type() { return "count"; }
-    explicit Slot(Frame &) {}
+    explicit Adapter(Frame &) {}
     int *arg() { return &count; }
     void done(Frame &frame)
     {
         frame.outs.back().object->count = count;
-        frame.outs.back().shown = frame.outs.back().object->type + " of " + std::to_string(count);
+        frame.outs.back().json = frame.outs.back().object->type + " of " + std::to_string(count);
     }
     int count = 0;
 };
 
-/// A handle, or a list of them, that was made earlier.
+/// A handle, or a list of them, that an earlier call returned.
 template <class Pointer, class Before>
-struct HandleSlot : Given {
+struct HandleAdapter : Given {
     static constexpr bool object = true;
-    explicit HandleSlot(Frame &frame) : given(frame.take())
+    explicit HandleAdapter(Frame &frame) : given(frame.take())
     {
         if (given.object)
             frame.count = given.object->count;
@@ -257,43 +257,43 @@ struct HandleSlot : Given {
 };
 
 template <class Pointer, class Before>
-struct NewHandleSlot : Out {
+struct NewHandleAdapter : Out {
     static constexpr bool object = true;
-    explicit NewHandleSlot(Frame &) {}
+    explicit NewHandleAdapter(Frame &) {}
     Pointer *arg() { return &value; }
     void done(Frame &frame)
     {
-        const std::string type = Slot<Pointer *, Before>::type();
+        const std::string type = Adapter<Pointer *, Before>::type();
         frame.outs.push_back({Json(type), frame.session.keep({type, value})});
     }
     Pointer value = nullptr;
 };
 
 template <class T, class Before>
-struct Slot<T *, Before> : HandleSlot<T *, Before> {
+struct Adapter<T *, Before> : HandleAdapter<T *, Before> {
     static std::string type() { return handle_type<T>(); }
-    explicit Slot(Frame &frame) : HandleSlot<T *, Before>(frame) {}
+    explicit Adapter(Frame &frame) : HandleAdapter<T *, Before>(frame) {}
 };
 
 template <class T, class Before>
-using PlaceOrList = std::conditional_t<comes_in_lists<T>, HandleSlot<T **, Before>, NewHandleSlot<T *, Before>>;
+using OutOrList = std::conditional_t<is_listed<T>, HandleAdapter<T **, Before>, NewHandleAdapter<T *, Before>>;
 template <class T, class Before>
-struct Slot<T **, Before> : PlaceOrList<T, Before> {
-    static std::string type() { return handle_type<T>() + (comes_in_lists<T> ? " list" : ""); }
-    explicit Slot(Frame &frame) : PlaceOrList<T, Before>(frame) {}
+struct Adapter<T **, Before> : OutOrList<T, Before> {
+    static std::string type() { return handle_type<T>() + (is_listed<T> ? " list" : ""); }
+    explicit Adapter(Frame &frame) : OutOrList<T, Before>(frame) {}
 };
 
-/// The place for a list.
+/// The out argument for a list.
 template <class T, class Before>
-struct Slot<T ***, Before> : NewHandleSlot<T **, Before> {
+struct Adapter<T ***, Before> : NewHandleAdapter<T **, Before> {
     static std::string type() { return handle_type<T>() + " list"; }
-    explicit Slot(Frame &frame) : NewHandleSlot<T **, Before>(frame) {}
+    explicit Adapter(Frame &frame) : NewHandleAdapter<T **, Before>(frame) {}
 };
 
 template <class... Args, class Before>
-struct Slot<void (*)(Args...), Before> : SlotBase<Form::Role::callback> {
+struct Adapter<void (*)(Args...), Before> : AdapterBase<Parameter::Role::callback> {
     static std::string type();
-    explicit Slot(Frame &) {}
+    explicit Adapter(Frame &) {}
 };
 
 } // namespace kv::ctl

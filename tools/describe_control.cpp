@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Prints the reference page of the virtual agent's commands, made from the table that they are carried out by.
+// Prints the reference page of the virtual agent's commands from the table that the agent itself uses.
 
 #include "agent/control/commands/commands.hpp"
 #include "agent/device/personalities.hpp"
@@ -11,7 +11,7 @@ namespace {
 
 using namespace kv::virtual_agent;
 
-/// A bar would end a table's cell.
+/// Escapes the bar, which would end a cell of a table.
 std::string cell(const std::string &text)
 {
     std::string escaped;
@@ -47,7 +47,7 @@ std::string members_of(const Command &command)
 template <class Step>
 void print_steps(const char *title, const char *command, const std::vector<Step> &steps)
 {
-    std::printf("\n## %s\n\nThe steps of `%s`; `with` is an object.\n\n| step | since agent | with | what happens |\n"
+    std::printf("\n## %s\n\nThe steps of `%s`; `with` is an object.\n\n| step | since agent | with | effect |\n"
                 "|---|---|---|---|\n",
                 title, command);
     for (const Step &step : steps)
@@ -61,11 +61,11 @@ int main()
 {
     std::puts(
         "# The commands of the virtual agent\n\n"
-        "Made from the agent's table of commands; do not edit. `./dev docs` writes it. How they are reached is "
-        "told in\n`docs/agent.md`.\n\n"
-        "`POST /v1/NAME` takes the parameters as members of one JSON object; those that change nothing can also be "
-        "asked\nfor by `GET /v1/NAME?member=value`. In a line of text the values follow the name in this order.\n\n"
-        "## Commands\n\n| command | as a line | members | changes something | what it does |\n|---|---|---|---|---|");
+        "Generated from the agent's table of commands by `./dev docs`; do not edit. `docs/agent.md` describes how to "
+        "send commands.\n\n"
+        "`POST /v1/NAME` takes the parameters as members of one JSON object. A command that changes nothing also works "
+        "with\n`GET /v1/NAME?member=value`. In a line of text the values follow the name in this order.\n\n"
+        "## Commands\n\n| command | as a line | members | changes something | effect |\n|---|---|---|---|---|");
     for (const Command &command : all_commands())
         std::printf("| `%s` | %s | %s | %s | %s |\n", command.name,
                     code(command.name + (command.form().empty() ? "" : " " + command.form())).c_str(),
@@ -79,7 +79,7 @@ int main()
     std::puts("\n## Personalities\n\n| name | the device |\n|---|---|");
     for (const Personality &one : personalities())
         std::printf("| `%s` | %s |\n", one.name.c_str(), cell(one.help()).c_str());
-    std::puts("\n## Events\n\nWhat `emit` sends when no values are given.\n\n"
+    std::puts("\n## Events\n\nThe sample values are what `emit` sends if no values are given.\n\n"
               "| event | since agent | values | samples |\n|---|---|---|---|");
     for (const DelegateEntry &event : all_delegates())
         std::printf("| `%s` | %d.%d | %s | %s |\n", event.name, event.since / 1000, event.since % 1000,

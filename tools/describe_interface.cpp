@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Prints the reference page of the kv_master interface, made from its description.
+// Prints the reference page of the kv_master interface, from its description.
 
 #include "src/kv_master/interface.hpp"
 
@@ -10,7 +10,7 @@ namespace {
 
 using namespace kv;
 
-/// How an element stands in the page: its wire type and its name.
+/// An element as the page shows it: its wire type and its name.
 template <FixedText N>
 std::string shown(describe::Int32<N>)
 {
@@ -87,14 +87,14 @@ const char *item_of(describe::RecordArray<N, R>)
 int main()
 {
     std::puts("# The kv_master interface\n\n"
-              "Made from `src/korvane_master_proxy/interface.hpp`; do not edit. `./dev docs` writes it.\n\n"
+              "Generated from `src/kv_master/interface.hpp` by `./dev docs`; do not edit.\n\n"
               "A request is the int32 id and its arguments. A reply is the int32 kind 0, the out values, and the int32 "
               "result\n"
               "of the agent. An event is the int32 kind 1, the int32 id and int32 sequence number of the delegate, its "
               "bool once,\n"
               "and the values. A delegate among the arguments is its int32 id, int32 sequence number and bool once. An "
               "array is\n"
-              "its count and its items. Values that are marked secret are masked in every log and trace.\n\n"
+              "its count and its items. Values marked secret are masked in every log and trace.\n\n"
               "## Methods\n\n"
               "| id | method | since agent | arguments | out values |\n|---|---|---|---|---|");
     describe::for_each(master::Methods{}, []<class M>() {

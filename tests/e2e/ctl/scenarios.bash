@@ -1,0 +1,124 @@
+# SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=bash
+# shellcheck disable=SC2016,SC2034,SC2154 # ctl_test and helpers.bash share variables with this file
+# Scenarios.
+part_scenarios() {
+    check_run
+    check_placeholders
+    check_interrupted_runs
+    check_record
+}
+
+check_run() {
+    expect_status 0 "$ctl" run "$setup" -- "$washer" --join-ms 50
+    expect_in out 'played well'
+    expect_in out 'set_language_list'
+    expect_in out '<=  status_changed_cb(status 4)'
+    expect_nothing_left
+    expect_status 0 "$ctl" run --agent-version 1.0 --json "$setup" -- "$washer" --join-ms 50
+    expect_in out '{"played":true}'
+    ! grep -qv '^{' out || fail 'not only JSON is printed'
+
+    expect_status 2 "$ctl" run --agent-version 3.0 "$setup" -- "$washer"
+    expect_in err "agent version '3.0'"
+    expect_not_in out FAILED
+    expect_nothing_left
+    expect_status 2 "$ctl" run
+    expect_status 2 "$ctl" run "$setup"
+    expect_status 1 "$ctl" run nowhere.json -- true
+    expect_in out 'cannot read the scenario'
+    printf '{"steps": [\n  {"expect": "start"},\n  {"expcet": "stop"}\n]}\n' >mistake.json
+    expect_status 1 "$ctl" run mistake.json -- "$device"
+    expect_in out "mistake.json, line 3: a step has one of"
+    printf '{"steps": [\n{"expect": "reset", "within_ms": 100}]}\n' >other.json
+    expect_status 1 "$ctl" run other.json -- "$washer"
+    expect_in out 'other.json, line 2'
+    expect_nothing_left
+    printf '{"steps": [{"expect": "reset", "within_ms": 60000}]}\n' >never.json
+    expect_status 1 "$ctl" run never.json -- sh -c 'exit 3'
+    expect_in out 'the application ended early, with exit status 3'
+    expect_status 1 "$ctl" run never.json -- sh -c 'kill -SEGV $$'
+    expect_in out 'with signal 11'
+    expect_status 1 "$ctl" run never.json -- ./nothing-there
+    expect_in out 'cannot run ./nothing-there'
+    expect_status 1 env KORVANE_AGENT=/nowhere "$ctl" run never.json -- true
+    expect_nothing_left
+
+}
+
+check_placeholders() {
+    printf '{"steps": [\n  {"expect": "start"},\n  {"emit": "x_cb", "values": ["FILL IN: pin", "FILL IN: ssid"]}\n]}\n' >gaps.json
+    expect_status 2 "$ctl" run gaps.json -- touch started
+    expect_in err 'gaps.json, line 3: replace "FILL IN: pin" with the value'
+    expect_in err 'gaps.json, line 3: replace "FILL IN: ssid" with the value'
+    expect_not_in err 'line 2'
+    [[ ! -e started ]] || fail 'the application was started in spite of placeholders'
+    expect_nothing_left
+}
+
+check_interrupted_runs() {
+    local number
+    for number in INT TERM; do
+        rm out
+        "$ctl" run never.json -- "$washer" >out 2>err &
+        wait_until grep -q 'get_device_id' out
+        kill -"$number" $!
+        wait $!
+        [[ $? -eq 1 ]] || fail "SIG$number is not answered by exit status 1"
+        ran="run, SIG$number"
+        expect_in out 'FAILED: interrupted by'
+        expect_nothing_left
+    done
+    rm out
+    "$ctl" run never.json -- "$washer" >out 2>err &
+    wait_until grep -q 'get_device_id' out
+    kill -KILL "$(agent_below $!)"
+    wait $!
+    [[ $? -eq 1 ]] || fail 'an agent that is killed is not answered by exit status 1'
+    ran='run, the agent is killed'
+    expect_in out 'the agent ended before the scenario did: signal 9'
+    expect_nothing_left
+
+}
+
+check_record() {
+    expect_status 0 "$ctl" agent start
+    "$ctl" record --json played.json -- "$washer" --join-ms 50 >recorded 2>err &
+    wait_until is_called get_device_id
+    expect_status 0 "$ctl" phone connect
+    expect_status 0 "$ctl" phone confirm
+    wait_until is_called send_user_confirm
+    expect_status 0 "$ctl" phone pin '{"pin": "20260417"}'
+    kill -TERM $!
+    wait $! || fail "record does not end well: $(cat err recorded)"
+    ran=record
+    expect_in recorded '"fill_in":["line '
+    expect_in recorded 'pin_generate_cb, pin, a secret"]'
+    expect_in played.json '{"expect":"send_user_confirm","with":{"confirm":true},"answer":{"result":0}}'
+    expect_in played.json '{"emit":"user_confirm_cb","values":[]}'
+    expect_not_in played.json 20260417
+    expect_not_in played.json '"expect":"stop"'
+    expect_status 2 "$ctl" run played.json -- "$washer" --join-ms 50
+    expect_in err 'replace "FILL IN: pin" with the value'
+    sed -i 's/FILL IN: pin/20260417/; s/"timestamp":[0-9]*,//' played.json
+    expect_status 0 "$ctl" run played.json -- "$washer" --join-ms 50
+    expect_in out 'played well'
+
+    expect_status 1 "$ctl" record /nowhere/file -- true
+    expect_status 1 "$ctl" record /dev/full -- "$device"
+    expect_in err 'No space left on device; nothing was recorded'
+    [[ -c /dev/full ]] || fail '/dev/full was replaced'
+    # The limit, of 1 KiB, is one of its own output as well.
+    expect_status 1 bash -c "trap '' XFSZ; ulimit -f 1
+        exec '$ctl' record full.json -- sh -c 'for i in 1 2 3 4 5 6 7 8; do $device >/dev/null 2>&1; done'"
+    expect_in err 'cannot write full.json'
+    [[ ! -e full.json && ! -e full.json.part ]] || fail 'half a file is left'
+    "$ctl" record rest.json >recorded 2>err &
+    wait_until grep -q recording recorded
+    expect_status 0 "$ctl" agent stop
+    wait $!
+    [[ $? -eq 1 && -s rest.json ]] || fail 'record does not say that the agent went away'
+}
+is_called() { "$ctl" journal --filter "{\"method\":\"$1\"}" | grep -q "$1"; }
+agent_below() { pgrep -P "$1" -f "$agent" | head -1; }
+

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/ctl/output/output.hpp"
+#include "tools/ctl/process/child.hpp"
+#include "tools/ctl/process/lines.hpp"
+#include "tools/ctl/process/loop.hpp"
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kv::ctl {
+
+struct RunOptions {
+    std::string scenario{};
+    std::string agent_version{};
+    std::string agent_program{};
+};
+
+/// A new directory below the one for temporary files. It is removed with the object.
+class TemporaryDirectory {
+public:
+    /// Throws Failure.
+    TemporaryDirectory();
+    TemporaryDirectory(const TemporaryDirectory &) = delete;
+    TemporaryDirectory &operator=(const TemporaryDirectory &) = delete;
+    ~TemporaryDirectory();
+
+    const std::filesystem::path &path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+/// An application and an agent that plays a scenario, isolated from everything else: they have their own directories and,
+/// if dbus-daemon is installed, their own message bus.
+class ApplicationRun {
+public:
+    ApplicationRun(const Output &out, std::vector<std::string> application, RunOptions options);
+
+    /// Runs until the scenario is over or something fails, prints the journal meanwhile and the result at the end, and
+    /// ends every process it started. Returns the exit status. Throws UsageError if the agent refuses its command line.
+    int run();
+
+private:
+    std::map<std::string, std::string> environment() const;
+    void start_bus();
+    Program agent_command(const std::filesystem::path &journal) const;
+    void start_agent();
+    void start_application();
+    void watch_lines(Lines &lines, void (ApplicationRun::*take)(const std::string &line));
+    void take_journal_line(const std::string &line);
+    void take_agent_output(const std::string &line);
+    void take_agent_error(const std::string &line);
+    void on_application_exit();
+    void on_agent_exit();
+    void fail(const std::string &problem);
+    void end();
+    void finish();
+    int report() const;
+
+    const Output &out_;
+    std::vector<std::string> application_words_;
+    RunOptions options_;
+    TemporaryDirectory directory_{};
+    Loop loop_{};
+    std::string bus_address_{};
+    std::string problem_{};      // the first thing that failed
+    std::string agent_error_{};  // the last error message of the agent
+    bool scenario_over_ = false; // passed or failed
+    bool ending_ = false;
+    bool application_started_ = false;
+    bool refused_ = false; // the agent's program refused its command line
+    std::unique_ptr<Lines> journal_{};
+    std::unique_ptr<Lines> agent_out_{};
+    std::unique_ptr<Lines> agent_err_{};
+    Child bus_{};
+    Child agent_{};
+    Child application_{};
+};
+
+} // namespace kv::ctl

@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scenario_writer.hpp"
+
+#include "placeholder.hpp"
+
+#include <iterator>
+#include <set>
+
+namespace kv::ctl {
+
+namespace {
+
+/// Whether the library sends the request when it connects, with its own version. An application cannot be expected to.
+bool is_sent_by_library(const std::string &method)
+{
+    return method == "set_api_version" || method == "is_update_ready";
+}
+
+bool is_masked(const Json &value)
+{
+    return value.is_string() && value.get<std::string>().rfind("<secret, ", 0) == 0;
+}
+
+/// Where the journal has cut off a long value, which it marks with "... (1234 bytes)" or "... (40 items)"; npos if not.
+std::size_t cut_position(const Json &value)
+{
+    if (!value.is_string())
+        return std::string::npos;
+    const std::string text = value.get<std::string>();
+    const bool marked = text.ends_with(" bytes)") || text.ends_with(" items)");
+    return marked ? text.rfind("... (") : std::string::npos;
+}
+
+bool is_delegate(const Json &value)
+{
+    return value.is_object() && value.contains("seq_id") && value.contains("once");
+}
+
+Json expected(const Json &value);
+
+Json expected_begin(const Json &value, std::size_t length)
+{
+    const std::string begin = value.get<std::string>().substr(0, length);
+    return begin.empty() ? Json(nullptr) : Json{{"contains", begin}};
+}
+
+Json expected_members(const Json &object)
+{
+    Json members = Json::object();
+    for (const auto &[name, member] : object.items())
+        if (Json one = expected(member); !one.is_null())
+            members[name] = std::move(one);
+    return members.empty() && !object.empty() ? Json(nullptr) : members;
+}
+
+/// A scenario compares an array as a whole, so one item that cannot be expected rules out all.
+Json expected_items(const Json &array)
+{
+    Json items = Json::array();
+    for (const Json &item : array) {
+        items.push_back(expected(item));
+        if (items.back().is_null())
+            return nullptr;
+    }
+    return items;
+}
+
+/// The expectation for a value; null if the journal does not show enough of it.
+Json expected(const Json &value)
+{
+    if (is_masked(value) || is_delegate(value))
+        return nullptr;
+    if (const std::size_t cut = cut_position(value); cut != std::string::npos)
+        return expected_begin(value, cut);
+    if (value.is_object())
+        return expected_members(value);
+    return value.is_array() ? expected_items(value) : value;
+}
+
+/// The value to send again. A placeholder replaces what the journal does not show, and is added to `missing`.
+Json value_to_send(const Json &value, const std::string &name, std::vector<std::string> &missing)
+{
+    if (is_masked(value) || cut_position(value) != std::string::npos) {
+        missing.push_back(name + (is_masked(value) ? ", a secret" : ", too long for the journal"));
+        return placeholder(name);
+    }
+    if (!value.is_structured())
+        return value;
+    Json whole = value;
+    for (auto item = whole.begin(); item != whole.end(); ++item)
+        *item = value_to_send(*item, value.is_object() ? item.key() : name, missing);
+    return whole;
+}
+
+class ScenarioWriter {
+public:
+    void take(const Json &entry)
+    {
+        if (entry.contains("event")) {
+            pending_events_.push_back(&entry);
+            return;
+        }
+        // The journal has the events of a command before the command itself.
+        if (entry.contains("command") && flag_in(entry, "ok", false))
+            for (const Json *event : pending_events_)
+                add_event(*event);
+        else
+            recorded_.left_out += static_cast<int>(pending_events_.size());
+        pending_events_.clear();
+        if (entry.contains("method"))
+            add_call(entry);
+    }
+
+    RecordedScenario finished(const std::string &title)
+    {
+        recorded_.left_out += static_cast<int>(pending_events_.size());
+        const Json note =
+            "Recorded: " + std::to_string(recorded_.calls) + " calls, " + std::to_string(recorded_.events) + " events.";
+        recorded_.text =
+            "{\n  \"title\": " + text_of(title) + ",\n  \"note\": " + text_of(note) + ",\n  \"steps\": [\n";
+        for (std::size_t i = 0; i < steps_.size(); ++i)
+            recorded_.text += "    " + text_of(steps_[i]) + (i + 1 < steps_.size() ? ",\n" : "\n");
+        recorded_.text += "  ]\n}\n";
+        return std::move(recorded_);
+    }
+
+private:
+    static constexpr std::size_t first_step_line = 5;
+
+    void note_requested_events(const Json &arguments)
+    {
+        for (const auto &[name, value] : arguments.items())
+            if (is_delegate(value) && flag_in(value, "once", false))
+                requested_events_.insert(name);
+    }
+
+    void add_call(const Json &entry)
+    {
+        const std::string method = text_in(entry, "method");
+        const Json &arguments = member_of(entry, "arguments");
+        note_requested_events(arguments);
+        if (is_sent_by_library(method))
+            return;
+        Json step{{"expect", method}};
+        if (const Json with = expected(arguments); !with.is_null() && !with.empty())
+            step["with"] = with;
+        // A reply that a fault changed will be another one when the scenario is played.
+        const Json &reply = member_of(entry, "answer");
+        if (reply.contains("result") && !entry.contains("fault"))
+            step["answer"] = {{"result", reply["result"]}};
+        steps_.push_back(std::move(step));
+        ++recorded_.calls;
+    }
+
+    void add_event(const Json &entry)
+    {
+        const std::string event = text_in(entry, "event");
+        if (requested_events_.erase(event) > 0) { // the agent sends it again when the application requests it
+            ++recorded_.left_out;
+            return;
+        }
+        std::vector<std::string> missing;
+        Json values = Json::array();
+        for (const auto &[name, value] : member_of(entry, "values").items())
+            values.push_back(value_to_send(value, name, missing));
+        steps_.push_back({{"emit", event}, {"values", values}});
+        ++recorded_.events;
+        const std::string line = "line " + std::to_string(first_step_line + steps_.size() - 1) + ": ";
+        for (const std::string &value : missing)
+            recorded_.placeholders.push_back(line + event + ", " + value);
+    }
+
+    RecordedScenario recorded_{};
+    std::vector<Json> steps_{};
+    std::vector<const Json *> pending_events_{}; // whose cause follows in the journal
+    std::set<std::string> requested_events_{};   // of one-shot requests
+};
+
+} // namespace
+
+RecordedScenario scenario_from(const std::vector<Json> &entries, const std::string &title)
+{
+    ScenarioWriter writer;
+    for (const Json &entry : entries)
+        writer.take(entry);
+    return writer.finished(title);
+}
+
+} // namespace kv::ctl

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/ctl/output/json.hpp"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace kv::ctl {
+
+/// Decodes a parcel of the agent's interface into JSON with the names of its values; secrets are masked. Values are
+/// read in order; after the first that is missing or malformed nothing more is read, and problem() reports it.
+///
+/// The rendering of single values in `parcel_values.cpp` does what the agent's journal also does. It is isolated there so
+/// that one include of a shared renderer in `src/kv_master` can replace it.
+class ParcelValues {
+public:
+    static constexpr int reply_kind = 0;
+    static constexpr int event_kind = 1;
+
+    struct Event {
+        std::string name;
+        int seq_id;
+        bool once;
+        Json values;
+    };
+
+    /// Throws std::bad_alloc.
+    ParcelValues(const char *bytes, std::size_t size);
+
+    int int32();
+    Json request_arguments(int method);
+    /// The out values and, as "result", the agent's result. An unknown method has none.
+    Json reply_values(int method);
+    Event event();
+
+    void set_malformed() { whole_ = false; }
+    /// Why the parcel is not as it should be; "" if it is.
+    std::string problem() const;
+
+private:
+    std::shared_ptr<void> parcel_;
+    bool whole_ = true;
+};
+
+/// The name of a method, or "unknown 999".
+std::string method_name(int id);
+
+} // namespace kv::ctl

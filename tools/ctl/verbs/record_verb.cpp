@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "verbs.hpp"
+
+#include "tools/ctl/agent/journal_stream.hpp"
+#include "tools/ctl/output/failure.hpp"
+#include "tools/ctl/process/child.hpp"
+#include "tools/ctl/process/loop.hpp"
+#include "tools/ctl/scenario/scenario_writer.hpp"
+#include "tools/ctl/scenario/whole_file.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <glib.h>
+
+#include <csignal>
+
+namespace kv::ctl {
+
+namespace {
+
+/// The entries that the agent writes to its journal while an application runs, or until Ctrl-C.
+class Recording {
+public:
+    explicit Recording(const Output &out) : out_(out) {}
+
+    void record(const std::vector<std::string> &application)
+    {
+        begin_ = agent_.journal(agent_.journal(std::nullopt, Json::object(), 0).next).next;
+        receive(application);
+        if (problem_.empty())
+            read_rest();
+        if (end_us_ >= 0)
+            std::erase_if(entries_, [this](const Json &entry) { return number_in(entry, "time_us", 0) > end_us_; });
+    }
+
+    const std::vector<Json> &entries() const { return entries_; }
+    const std::string &agent_version() const { return agent_.version(); }
+    /// Why the recording ended before the user ended it; "" if it did not.
+    const std::string &problem() const { return problem_; }
+
+private:
+    void receive(const std::vector<std::string> &application)
+    {
+        Child child;
+        const JournalStream stream{agent_, begin_, [this](const Json &entry) { entries_.push_back(entry); },
+                                   [this](const std::string &reason) {
+                                       problem_ = reason;
+                                       loop_.quit();
+                                   }};
+        if (application.empty())
+            out_.remark("recording; Ctrl-C ends it");
+        else
+            start(child, application);
+        loop_.on_signal(SIGINT, [&] { end(child); }); // the terminal sends it to the application too
+        loop_.on_signal(SIGTERM, [&] {
+            child.signal(SIGTERM);
+            end(child);
+        });
+        loop_.run();
+    }
+
+    void start(Child &child, const std::vector<std::string> &application)
+    {
+        Program program{application};
+        program.in_foreground = true;
+        program.out_to_error = out_.json; // stdout is for JSON only
+        child.start(program, [this] { loop_.quit(); });
+    }
+
+    /// What the application calls after it was asked to end is not part of the recording.
+    void end(const Child &child)
+    {
+        end_us_ = end_us_ < 0 ? g_get_real_time() : end_us_;
+        if (!child.runs())
+            loop_.quit();
+    }
+
+    /// Reads the entries that the stream has not delivered yet.
+    void read_rest()
+    {
+        const long long next = entries_.empty() ? begin_ : number_in(entries_.back(), "seq", begin_) + 1;
+        const JournalPage rest = agent_.journal(next);
+        entries_.insert(entries_.end(), rest.entries.begin(), rest.entries.end());
+    }
+
+    const Output &out_;
+    Agent agent_{};
+    Loop loop_{};
+    long long begin_ = 0;
+    std::vector<Json> entries_{};
+    std::string problem_{};
+    std::int64_t end_us_ = -1; // -1: until the application has ended
+};
+
+void print_summary(const Output &out, const std::string &path, const RecordedScenario &recorded)
+{
+    std::string text = path + ": " + std::to_string(recorded.calls) + " calls expected, " +
+                       std::to_string(recorded.events) + " events sent";
+    if (recorded.left_out > 0)
+        text += ", " + std::to_string(recorded.left_out) + " left out because the agent sends them without a command";
+    for (const std::string &one : recorded.placeholders)
+        text += "\n" + out.in(Output::Colour::yellow, "fill in by hand: " + one);
+    out.line(text, {{"file", path},
+                    {"calls", recorded.calls},
+                    {"events", recorded.events},
+                    {"left_out", recorded.left_out},
+                    {"fill_in", recorded.placeholders}});
+}
+
+int record(const Context &context, const std::string &path)
+{
+    Recording recording{context.out};
+    WholeFile file{path}; // created first, so that an error is found before the recording
+    recording.record(context.program);
+    const RecordedScenario recorded =
+        scenario_from(recording.entries(), "recorded with agent " + recording.agent_version());
+    file.write(recorded.text);
+    print_summary(context.out, path, recorded);
+    if (!recording.problem().empty())
+        throw Failure{failed, recording.problem() + "; " + path + " has what was recorded before"};
+    return done;
+}
+
+std::function<int()> set_up_record(CLI::App &app, Context &context)
+{
+    auto path = std::make_shared<std::string>();
+    app.add_option("FILE", *path, "The file for the scenario")->required();
+    return [&context, path] { return record(context, *path); };
+}
+
+} // namespace
+
+const Verb record_verb{
+    .name = "record",
+    .help = "Write a scenario from what applications and commands do, until Ctrl-C or the end of APPLICATION",
+    .usage = "FILE [-- APPLICATION [ARGUMENT]...]",
+    .examples = "  korvanectl agent start; korvanectl record setup.json -- ./my-app\n"
+                "  korvanectl record setup.json      with applications that are started elsewhere\n"
+                "Calls become expectations. What 'phone', 'cloud' and 'emit' send becomes events with their values.\n"
+                "The agent's journal has no secrets: the summary lists each line where you must fill one in.\n"
+                "Remove expected values that differ in each run, such as times.",
+    .set_up = set_up_record,
+    .takes_program = true,
+};
+
+} // namespace kv::ctl

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "verbs.hpp"
+
+#include "tools/ctl/output/failure.hpp"
+#include "tools/ctl/scenario/application_run.hpp"
+#include "tools/ctl/scenario/placeholder.hpp"
+
+#include <CLI/CLI.hpp>
+
+namespace kv::ctl {
+
+namespace {
+
+void refuse_placeholders(const std::string &scenario)
+{
+    std::string problems;
+    for (const std::string &problem : placeholders_in(scenario))
+        problems += (problems.empty() ? "" : "\n            ") + problem;
+    if (!problems.empty())
+        throw UsageError{problems};
+}
+
+std::function<int()> set_up_run(CLI::App &app, Context &context)
+{
+    auto options = std::make_shared<RunOptions>();
+    app.add_option("SCENARIO", options->scenario, "The file with the scenario")->required();
+    app.add_option("--agent-version", options->agent_version, "Version of the agent")->type_name("VERSION");
+    app.add_option("--agent-program", options->agent_program,
+                   "Program of the agent (default: KORVANE_AGENT, next to korvanectl, PATH)")
+        ->type_name("PATH");
+    return [&context, options] {
+        if (context.program.empty())
+            throw UsageError{"name the application: korvanectl run SCENARIO -- APPLICATION"};
+        refuse_placeholders(options->scenario);
+        return ApplicationRun{context.out, context.program, *options}.run();
+    };
+}
+
+} // namespace
+
+const Verb run_verb{
+    .name = "run",
+    .help = "Run an application against a scenario in isolation and report pass or fail",
+    .usage = "SCENARIO -- APPLICATION [ARGUMENT]...",
+    .examples = "  korvanectl run setup.json -- ./my-app --its-option\n"
+                "  korvanectl run --agent-version 1.2 --json setup.json -- ./my-app\n"
+                "The application is ended with SIGTERM when the scenario is over. No process is left running.",
+    .set_up = set_up_run,
+    .takes_program = true,
+};
+
+} // namespace kv::ctl

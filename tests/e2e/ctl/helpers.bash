@@ -31,7 +31,7 @@ expect_not_in() {
 # wait_until WORD...: runs the words until they succeed, for at most 10 seconds.
 wait_until() {
     local tries
-    for ((tries = 0; tries < 500; tries++)); do
+    for ((tries = 0; tries < 3000; tries++)); do
         "$@" >/dev/null 2>&1 && return
         sleep 0.02
     done

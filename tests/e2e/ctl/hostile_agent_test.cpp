@@ -39,7 +39,7 @@ EndedRun korvanectl(const Words &words)
 {
     Program program{KORVANE_CTL_PATH, words};
     const int status = program.wait();
-    return {status, program.out(), program.err()};
+    return {status, program.output(), program.error_output()};
 }
 
 /// Runs the words and expects the exit status and, unless that is 0, a message.

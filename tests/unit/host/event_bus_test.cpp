@@ -2,6 +2,7 @@
 // A message bus that is absent, at another address, silent, or ended. Runs under dbus-run-session.
 #include "event_fixture.hpp"
 
+#include <dlfcn.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -254,6 +256,24 @@ TEST(EventSenderTest, IsForgottenWithARemovedHandler)
     EXPECT_EQ(result.status, 0) << result.text();
 }
 
+template <class Function>
+Function *bus_function(const char *name)
+{
+    return reinterpret_cast<Function *>(dlsym(dlopen("libsystemd.so.0", RTLD_NOW), name));
+}
+
+/// Publishes an update event without data from a connection that owns the bus name.
+void publish_as_owner(const char *name)
+{
+    void *bus = nullptr;
+    ASSERT_GE(bus_function<int(void **)>("sd_bus_open_user")(&bus), 0);
+    ASSERT_GE(bus_function<int(void *, const char *, std::uint64_t)>("sd_bus_request_name")(bus, name, 0), 0);
+    ASSERT_GE(bus_function<int(void *, const char *, const char *, const char *, const char *, ...)>(
+                  "sd_bus_emit_signal")(bus, "/any/path", "org.example.ServiceManager", "UpdateStatus", "a{sv}", 0),
+              0);
+    bus_function<void *(void *)>("sd_bus_flush_close_unref")(bus);
+}
+
 TEST(EventSenderTest, MustOwnTheConfiguredName)
 {
     const ChildResult result = in_child({{"KORVANE_EVENT_SENDER", "org.example.ServiceManager"}}, [] {
@@ -265,6 +285,9 @@ TEST(EventSenderTest, MustOwnTheConfiguredName)
         publish("org.example.ServiceManager.Last");
         EXPECT_TRUE(loop_until([&] { return last.count == 1; }));
         EXPECT_EQ(listener.count, 0);
+        publish_as_owner("org.example.ServiceManager");
+        EXPECT_TRUE(loop_until([&] { return listener.count >= 1; }));
+        EXPECT_EQ(listener.count, 1);
     });
     EXPECT_EQ(result.status, 0) << result.text();
 }

@@ -2,7 +2,9 @@
 #include "agent/control/control_file.hpp"
 #include "agent/control/http.hpp"
 #include "agent/control/lines.hpp"
-#include "agent/scenario/plays.hpp"
+#include "agent/files/standard_output.hpp"
+#include "agent/requests/handlers.hpp"
+#include "agent/scenario/player.hpp"
 #include "options.hpp"
 
 #include <glib-unix.h>
@@ -10,6 +12,7 @@
 #include <csignal>
 #include <cstdlib>
 
+#include <malloc.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -21,7 +24,7 @@ enum ExitStatus { stopped = 0, failed = 1, wrong_usage = 2, port_in_use = 3 };
 
 using Loop = std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)>;
 
-/// When what has to be sent yet was sent: whoever has asked for the end waits for an answer.
+/// Stops the agent after pending replies are sent: the client that stops the agent waits for one.
 void quit_soon(GMainLoop *loop)
 {
     const auto quit = [](gpointer data) -> gboolean {
@@ -45,7 +48,7 @@ void use_directories(const Options &options)
         setenv("KORVANE_RUNTIME_DIR", options.runtime_dir.c_str(), true);
 }
 
-/// False when the parent is gone already, which no signal will tell any more.
+/// Returns false if the parent has ended already, in which case no signal will come.
 bool end_with_parent(pid_t parent)
 {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
@@ -73,14 +76,24 @@ ControlPlace open_control(HttpControl &http, const std::string &directory, const
     return place;
 }
 
+/// Keeps large blocks in mappings of their own, so that their memory returns to the system as soon as it is freed. By
+/// default, malloc raises the threshold with each large block that is freed.
+void return_large_blocks()
+{
+    constexpr int threshold = 128 << 10;
+    mallopt(M_MMAP_THRESHOLD, threshold);
+    mallopt(M_TRIM_THRESHOLD, threshold);
+}
+
 int serve(const Options &options)
 {
+    return_large_blocks();
     Loop loop{g_main_loop_new(nullptr, false), g_main_loop_unref};
     g_unix_signal_add(SIGTERM, quit_loop, loop.get());
     g_unix_signal_add(SIGINT, quit_loop, loop.get());
-    signal(SIGPIPE, SIG_IGN); // whoever reads our output may go before us
+    signal(SIGPIPE, SIG_IGN); // the reader of the output may end first
 
-    Scenario scenario; // read first: one with a mistake is not begun
+    Scenario scenario; // read first, because a mistake must prevent the start
     for (const std::string &path : options.scenarios)
         scenario.append(Scenario::load(path));
 
@@ -92,21 +105,23 @@ int serve(const Options &options)
     Faults faults;
     Package package{options.for_start_on_demand()};
     Clock clock;
-    Server server{state, journal, faults, options.refuse};
-    Phone phone{state, server};
+    EventHub events;
+    Server server{{state.version, state.told}, journal, faults, events, options.refuse};
+    Phone phone{state, events};
     Authority authority{options.ca_dir};
-    Cloud cloud{state, server, clock, authority};
+    Cloud cloud{state, events, clock, authority};
     Handlers handlers{{state, phone, cloud}};
     server.serve_with(handlers);
     Updates updates{state, server, package, journal};
-    Plays plays;
-    Steered steered{state, server, faults,  updates, phone,
-                    cloud, clock,  journal, plays,   [&loop] { quit_soon(loop.get()); }};
-    LineControl lines{steered};
-    HttpControl http{steered};
+    ScenarioPlayer player;
+    ControlledAgent agent{state, events, faults,  updates, phone,
+                          cloud, clock,  journal, player,  [&loop] { quit_soon(loop.get()); }};
+    player.control(agent);
+    LineControl lines{agent};
+    HttpControl http{agent};
 
-    // The port comes first: an agent that is one too many must leave the other's package entry alone. Nobody is served
-    // before the loop runs.
+    // The port is opened first, because a second agent must not change the package entry of the first. No application is
+    // served before the loop runs.
     server.listen();
     package.install(state.version);
     const ControlPlace place = open_control(http, server.directory(), options);
@@ -116,27 +131,25 @@ int serve(const Options &options)
     if (!options.command_fifo.empty())
         lines.read_fifo(options.command_fifo);
 
-    // When a play is over the agent stays for as long as applications do, so that they can end as they please.
+    // After a scenario the agent serves on until all applications have disconnected.
     bool played_well = true;
     bool over = false;
     const auto leave_when_alone = [&](const Journal::Entry &) {
-        if (over && server.peers() == 0)
+        if (over && events.peers() == 0)
             g_main_loop_quit(loop.get());
     };
     const Journal::Listener listener = options.scenarios.empty() ? nullptr : journal.listen(leave_when_alone);
     if (listener)
-        plays.start(steered, std::move(scenario), [&](const std::string &problem) {
+        player.start(std::move(scenario), [&](const std::string &problem) {
             played_well = problem.empty();
             over = true;
-            std::printf("%s\n", played_well ? "played well" : ("failed: " + problem).c_str());
-            std::fflush(stdout);
+            contain([&] { print_line(played_well ? "played well" : "failed: " + problem); });
             leave_when_alone({});
         });
 
     journal.write(Journal::now(), ready_facts(state, place), "agent " + state.version.text() + " ready");
-    std::printf("korvane-agent %s ready, process %d%s\n", state.version.text().c_str(), static_cast<int>(getpid()),
-                place.port ? (", console " + place.console()).c_str() : "");
-    std::fflush(stdout);
+    print_line("korvane-agent " + state.version.text() + " ready, process " + std::to_string(getpid()) +
+               (place.port ? ", console " + place.console() : ""));
     g_main_loop_run(loop.get());
 
     server.stop();

@@ -14,11 +14,11 @@ namespace kv::virtual_agent {
 
 namespace {
 
-constexpr std::size_t shortest_token = 8;
+constexpr std::size_t min_token = 8;
 
 struct Option {
     const char *name;
-    const char *value; // what it takes, NULL for nothing
+    const char *value; // the name of its value; null if it takes none
     void (*take)(Options &, const char *value);
     const char *help;
 };
@@ -38,14 +38,14 @@ int port_from(const char *text)
 
 constexpr const char *token_variable = "KORVANE_HTTP_TOKEN";
 
-/// It stands in addresses and headers as it is.
+/// A token is part of URLs and headers, so only characters that need no quoting are allowed.
 std::string token_from(const char *text, const char *given_by)
 {
     std::string token = text;
-    if (token.size() < shortest_token ||
+    if (token.size() < min_token ||
         token.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~") !=
             std::string::npos)
-        throw std::invalid_argument{std::string{given_by} + " wants " + std::to_string(shortest_token) +
+        throw std::invalid_argument{std::string{given_by} + " wants " + std::to_string(min_token) +
                                     " or more letters, digits or -._~"};
     return token;
 }
@@ -54,40 +54,40 @@ std::string token_from(const char *text, const char *given_by)
 // clang-format off
 constexpr Option option_table[] = {
     {"agent-version", "X.Y[.Z]", [](Options &o, const char *v) { o.version = Version::parse(v); },
-     "the version to be: 1.0 to 2.3 (default 2.3)"},
+     "the emulated version: 1.0 to 2.3 (default 2.3)"},
     {"device-id", "ID", [](Options &o, const char *v) { o.device_id = v; },
-     "the device's id (default: this machine's, the same each time)"},
+     "the device's id (default: derived from the id of this machine)"},
     {"update-ready", nullptr, [](Options &o, const char *) { o.update_ready = true; },
-     "says that it waits to be updated"},
+     "reports that an update is waiting"},
     {"refuse", nullptr, [](Options &o, const char *) { o.refuse = true; }, "refuses every application that connects"},
     {"package-dir", "DIR", [](Options &o, const char *v) { o.package_dir = absolute(v); },
-     "where package entries are (default: KORVANE_PACKAGE_DIR)"},
+     "directory of the package entries (default: KORVANE_PACKAGE_DIR)"},
     {"runtime-dir", "DIR", [](Options &o, const char *v) { o.runtime_dir = absolute(v); },
-     "where ports are (default: KORVANE_RUNTIME_DIR)"},
+     "directory of the sockets (default: KORVANE_RUNTIME_DIR)"},
     {"log", "FILE", [](Options &o, const char *v) { o.log = absolute(v); },
      "appends each request, event and connection to FILE, as lines of JSON"},
-    {"verbose", nullptr, [](Options &o, const char *) { o.verbose = true; }, "says the same in words on stderr"},
+    {"verbose", nullptr, [](Options &o, const char *) { o.verbose = true; }, "prints the same in words on stderr"},
     {"ca-dir", "DIR", [](Options &o, const char *v) { o.ca_dir = absolute(v); },
-     "where the cloud's certificate authority is kept, and made if there is none (default: in memory)"},
+     "directory of the cloud's certificate authority, which is created if missing (default: in memory)"},
     {"commands", nullptr, [](Options &o, const char *) { o.commands = true; },
-     "takes commands from standard input; its end stops the agent"},
+     "reads commands from standard input; its end stops the agent"},
     {"command-fifo", "PATH", [](Options &o, const char *v) { o.command_fifo = absolute(v); },
-     "takes commands from a FIFO, which is made"},
+     "reads commands from a FIFO, which is created if missing"},
     {"http", "PORT", [](Options &o, const char *v) { o.http_port = port_from(v); },
-     "shows the web console and the control API on this port of 127.0.0.1; 0 for any that is free"},
+     "serves the web console and the control API on this port of 127.0.0.1; 0 for any free port"},
     {"http-token", "TEXT", [](Options &o, const char *v) { o.http_token = token_from(v, "--http-token"); },
-     "what whoever uses that port must know (default: KORVANE_HTTP_TOKEN, which no list of processes shows, or\n                            something random)"},
+     "access token for the HTTP port (default: KORVANE_HTTP_TOKEN, which process lists do not show, or a\n                            random one)"},
     {"scenario", "FILE", [](Options &o, const char *v) { o.scenarios.push_back(absolute(v)); },
-     "plays a scenario, or several in turn, and stops when the applications have gone; the exit\n                            status says how it went"},
+     "plays a scenario, or several in turn, and stops once all applications have disconnected; the\n                            exit status is 0 if all steps succeeded"},
     {"exit-with-parent", nullptr, [](Options &o, const char *) { o.exit_with_parent = true; },
      "stops when the program that started it ends"},
     {"install", nullptr, [](Options &o, const char *) { o.action = Options::Action::install; },
-     "only enters the agent as a package, to be started on demand"},
+     "writes the package entry, so that the agent is started on demand, and exits"},
     {"uninstall", nullptr, [](Options &o, const char *) { o.action = Options::Action::uninstall; },
-     "only removes that entry"},
+     "removes the package entry and exits"},
     {"version", nullptr, [](Options &o, const char *) { o.action = Options::Action::show_version; },
-     "says which program this is"},
-    {"help", nullptr, [](Options &o, const char *) { o.action = Options::Action::show_help; }, "this text"},
+     "prints the version of this program"},
+    {"help", nullptr, [](Options &o, const char *) { o.action = Options::Action::show_help; }, "prints this text"},
 };
 // clang-format on
 
@@ -147,8 +147,8 @@ std::string usage()
 {
     std::ostringstream text;
     text << "Usage: korvane-agent [OPTION]...\n"
-            "The virtual agent: serves applications as an agent on a device does. It enters itself as the installed\n"
-            "agent, prints one line when it is ready, and runs until it is stopped (SIGTERM, SIGINT).\n\n"
+            "The virtual agent: serves applications as an agent on a device does. It writes its package entry, prints\n"
+            "one line when it is ready, and runs until SIGTERM or SIGINT.\n\n"
             "Options:\n";
     for (const Option &known : option_table) {
         std::string left = std::string{"--"} + known.name + (known.value ? std::string{" "} + known.value : "");
@@ -158,9 +158,9 @@ std::string usage()
     text << '\n'
          << command_help()
          << "\nExamples:\n"
-            "  korvane-agent --verbose                       an agent 2.3; watch what applications ask\n"
+            "  korvane-agent --verbose                       an agent 2.3; shows the requests of applications\n"
             "  korvane-agent --agent-version 1.2             an old one\n"
-            "  korvane-agent --install                       be started when an application connects\n"
+            "  korvane-agent --install                       start when an application connects\n"
             "  echo 'fault start result -1' > commands.fifo  with --command-fifo commands.fifo\n"
             "\nExit status: 0 stopped, 1 failed, 2 wrong usage, 3 another agent serves the port.\n";
     return text.str();

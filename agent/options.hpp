@@ -10,7 +10,7 @@
 
 namespace kv::virtual_agent {
 
-/// The command line cannot be understood; what() says why.
+/// The command line is wrong; what() is the reason.
 struct UsageError : std::runtime_error {
     using runtime_error::runtime_error;
 };
@@ -20,14 +20,14 @@ struct Options {
 
     Action action = Action::serve;
     Version version = Version::newest();
-    std::string package_dir; // empty: as the environment says
+    std::string package_dir; // empty: taken from the environment
     std::string runtime_dir;
-    std::string device_id; // empty: the machine's own
+    std::string device_id; // empty: derived from the machine
     std::string log;
     std::string ca_dir;
     std::string command_fifo;
     std::vector<std::string> scenarios;
-    std::optional<int> http_port; // 0: any that is free
+    std::optional<int> http_port; // 0: any free port
     std::string http_token;       // empty: a random one
     bool commands = false;
     bool update_ready = false;
@@ -38,8 +38,8 @@ struct Options {
     /// Throws UsageError.
     static Options parse(int argc, char **argv);
 
-    /// The arguments with which the platform is to start this agent when an application wants it, but for the version,
-    /// which an update changes.
+    /// The arguments with which the platform starts this agent on demand, except for the version, which an update
+    /// changes.
     std::vector<std::string> for_start_on_demand() const;
 };
 

@@ -108,9 +108,9 @@ TEST_F(Commands, WaitForWhatWasBeforeOnlyWhenAsked)
 
 TEST_F(Commands, SayWhatCameNearestWhenNothingCame)
 {
-    EXPECT_EQ(api.post("wait", R"({"within_ms":10})").at("error"), "not within 10 ms; nothing was noted");
+    EXPECT_EQ(api.post("wait", R"({"within_ms":10})").at("error"), "not within 10 ms; no entry was written");
     EXPECT_EQ(api.post("wait", R"({"filter":{"agent":"ready","version":"1.0"},"since":0,"within_ms":10})").at("error"),
-              R"(not within 10 ms; nearest was entry 1: version is "2.3", not "1.0")");
+              R"(not within 10 ms; the nearest was entry 1: version is "2.3", not "1.0")");
 }
 
 TEST_F(Commands, WaitForNobodyWhoHasGone)
@@ -134,7 +134,7 @@ TEST_F(Commands, WaitForNobodyWhoHasGone)
 TEST_F(Commands, WaitInLinesToo)
 {
     EXPECT_NE(agent.command(R"(wait {"agent":"ready"} 1000 0)").find(R"("entry":{"seq":1,)"), std::string::npos);
-    EXPECT_EQ(agent.command("wait - 10"), "not within 10 ms; nothing was noted");
+    EXPECT_EQ(agent.command("wait - 10"), "not within 10 ms; no entry was written");
 }
 
 TEST_F(Commands, AreNotedWhenTheyChangeSomething)
@@ -223,7 +223,7 @@ TEST_F(Commands, RefuseSnapshotsThatAreNoneAndChangeNothing)
         {R"({"cloud":{"keep_alive":{"selected":[0]}}})", "must be indexes of its intervals"},
         {R"({"cloud":{"next_sign_up":{"after_ms":-1}}})", "cannot be negative"},
         {R"({"signed_in":true})", "a device that is signed in is signed up"},
-        {R"({"told":{"5":""}})", "must go by the ids of methods"},
+        {R"({"told":{"5":""}})", "must be ids of methods"},
         {R"({"told":{"x":""}})", "must be a whole number"},
         {R"({"nicks":{"0":{}}})", "snapshot.nicks.0 must be a text"},
     };
@@ -302,7 +302,7 @@ TEST_F(Commands, PlayAScenario)
     EXPECT_EQ(state("play.running"), "true");
     EXPECT_EQ(state("play.title"), "greeting");
     EXPECT_EQ(api.post("play", R"({"scenario":{"steps":[]}})").at("error"),
-              "a scenario is being played; 'stop-play' ends it");
+              "another scenario is being played; 'stop-play' stops it");
     Client application;
     ASSERT_TRUE(application.connect());
     application.ask(int32(66) + int32(2));

@@ -111,7 +111,7 @@ TEST_F(Control, SaysWhatIsWrongWithARequest)
         {"POST", "/v1/wait", R"({"within_ms":600001})", 400, "'within_ms' is at most 600000"},
         {"POST", "/v1/restore", R"({"snapshot":[]})", 400, "snapshot must be an object"},
         {"POST", "/v1/play", R"({"scenario":{"steps":[{"dance":1}]}})", 400, "line 1: "},
-        {"POST", "/v1/play", R"({"scenario":"/no/such/file"})", 400, "cannot read the scenario"},
+        {"POST", "/v1/play", R"({"scenario":"/no/such/file"})", 400, "cannot read /no/such/file"},
         {"GET", "/v1/journal?since=x", "", 400, "'since' must be a whole number"},
         {"GET", "/v1/count?filter={", "", 400, "not JSON"},
         {"GET", "/v1/state?colour=red", "", 400, "there is no 'colour' here"},
@@ -186,7 +186,7 @@ TEST_F(Control, AnswersRequestsThatCameTogetherInTheirOrder)
     connection.send("GET /v1/state?path=version" + headers + "GET /v1/wait?within_ms=50" + headers +
                     "GET /v1/state?path=running" + headers);
     EXPECT_EQ(connection.receive().body, R"({"ok":true,"state":"2.3"})");
-    EXPECT_EQ(connection.receive().status, 400) << "nothing was noted within 50 ms";
+    EXPECT_EQ(connection.receive().status, 400) << "no entry within 50 ms";
     EXPECT_EQ(connection.receive().body, R"({"ok":true,"state":false})");
     EXPECT_EQ(connection.get("/v1/count").status, 200) << "the connection stays";
 }

@@ -1,29 +1,37 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "agent/server/handlers.hpp"
+#include "agent/requests/handlers.hpp"
 
 namespace kv::test {
 
-/// The virtual agent's inside without a port: nobody hears its events, and what was announced is remembered by name.
-class LoneDevice final : private virtual_agent::Announcer {
+/// The inside of the virtual agent without a port. Events are kept instead of sent.
+class LoneDevice final {
 public:
+    LoneDevice()
+    {
+        events.send_by([this](const std::string &, virtual_agent::Event &event) { sent.push_back(std::move(event)); });
+    }
+    LoneDevice(const LoneDevice &) = delete;
+    LoneDevice &operator=(const LoneDevice &) = delete;
+
+    /// Connects an application that is registered for every event.
+    void connect_application()
+    {
+        virtual_agent::Peer &peer = events.connect({"application", "application(1)"});
+        for (const virtual_agent::EventEntry &event : virtual_agent::all_events())
+            peer.keep({event.id, 1, false});
+    }
+
     virtual_agent::State state{};
-    virtual_agent::Phone phone{state, *this};
+    virtual_agent::EventHub events{};
+    virtual_agent::Phone phone{state, events};
     virtual_agent::Clock clock{};
     virtual_agent::Authority authority{};
-    virtual_agent::Cloud cloud{state, *this, clock, authority};
+    virtual_agent::Cloud cloud{state, events, clock, authority};
     virtual_agent::Handlers handlers{{state, phone, cloud}};
 
-    std::vector<virtual_agent::Event> announced{};
-    int listeners = 0; // how many applications each event is to find
-
-private:
-    int to_all(int delegate_id, const Make &make) override
-    {
-        announced.push_back(make({delegate_id, 1, false}));
-        return listeners;
-    }
+    std::vector<virtual_agent::Event> sent{};
 };
 
 } // namespace kv::test

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 # cmake -D FOLDER=<folder> -D FUNCTION=<name> -D OUT=<file.cpp> -P embed_files.cmake
-# Makes the files of a folder part of the agent: the function of embedded.hpp that gives them.
+# Writes the function of embedded.hpp that returns the files of a folder.
 file(GLOB files RELATIVE "${FOLDER}" "${FOLDER}/*")
-list(FILTER files EXCLUDE REGEX "\\.md$") # for people only
+list(FILTER files EXCLUDE REGEX "\\.md$")
 list(SORT files)
 set(arrays "")
 set(rows "")

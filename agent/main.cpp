@@ -2,7 +2,9 @@
 #include "agent/control/control_file.hpp"
 #include "agent/control/http.hpp"
 #include "agent/control/lines.hpp"
-#include "agent/scenario/plays.hpp"
+#include "agent/files/standard_output.hpp"
+#include "agent/requests/handlers.hpp"
+#include "agent/scenario/player.hpp"
 #include "options.hpp"
 
 #include <glib-unix.h>
@@ -10,6 +12,7 @@
 #include <csignal>
 #include <cstdlib>
 
+#include <malloc.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -107,8 +110,18 @@ ControlPlace open_control(HttpControl &http, const std::string &directory, const
     return place;
 }
 
+/// Keeps large blocks in mappings of their own, so that their memory returns to the system as soon as it is freed. By
+/// default, malloc raises the threshold with each large block that is freed.
+void return_large_blocks()
+{
+    constexpr int threshold = 128 << 10;
+    mallopt(M_MMAP_THRESHOLD, threshold);
+    mallopt(M_TRIM_THRESHOLD, threshold);
+}
+
 int serve(const Options &options)
 {
+    return_large_blocks();
     Loop loop{g_main_loop_new(nullptr, false), g_main_loop_unref};
     g_unix_signal_add(SIGTERM, quit_loop, loop.get());
     g_unix_signal_add(SIGINT, quit_loop, loop.get());
@@ -126,18 +139,20 @@ int serve(const Options &options)
     Faults faults;
     Package package{options.for_start_on_demand()};
     Clock clock;
-    Server server{state, journal, faults, options.refuse};
-    Phone phone{state, server};
+    EventHub events;
+    Server server{{state.version, state.told}, journal, faults, events, options.refuse};
+    Phone phone{state, events};
     Authority authority{options.ca_dir};
-    Cloud cloud{state, server, clock, authority};
+    Cloud cloud{state, events, clock, authority};
     Handlers handlers{{state, phone, cloud}};
     server.serve_with(handlers);
     Updates updates{state, server, package, journal};
-    Plays plays;
-    Steered steered{state, server, faults,  updates, phone,
-                    cloud, clock,  journal, plays,   [&loop] { quit_soon(loop.get()); }};
-    LineControl lines{steered};
-    HttpControl http{steered};
+    ScenarioPlayer player;
+    ControlledAgent agent{state, events, faults,  updates, phone,
+                          cloud, clock,  journal, player,  [&loop] { quit_soon(loop.get()); }};
+    player.control(agent);
+    LineControl lines{agent};
+    HttpControl http{agent};
 
     // The port is taken first, because a second agent must not change the package entry of the first. No application is
     // served before the loop runs.
@@ -154,15 +169,15 @@ int serve(const Options &options)
     bool scenario_passed = true;
     bool scenario_ended = false;
     const auto stop_without_applications = [&](const Journal::Entry &) {
-        if (scenario_ended && server.peers() == 0)
+        if (scenario_ended && events.peers() == 0)
             g_main_loop_quit(loop.get());
     };
     const Journal::Listener listener = options.scenarios.empty() ? nullptr : journal.listen(stop_without_applications);
     if (listener)
-        plays.start(steered, std::move(scenario), [&](const std::string &problem) {
+        player.start(std::move(scenario), [&](const std::string &problem) {
             scenario_passed = problem.empty();
             scenario_ended = true;
-            report_scenario(problem);
+            contain([&] { report_scenario(problem); });
             stop_without_applications({});
         });
 

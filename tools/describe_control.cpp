@@ -2,7 +2,7 @@
 // Prints the reference page of the virtual agent's commands from the table that the agent itself uses.
 
 #include "agent/control/commands/commands.hpp"
-#include "agent/device/personalities.hpp"
+#include "agent/scenario/personalities.hpp"
 
 #include <cstdio>
 #include <string>
@@ -81,7 +81,7 @@ int main()
         std::printf("| `%s` | %s |\n", one.name.c_str(), cell(one.help()).c_str());
     std::puts("\n## Events\n\nThe sample values are what `emit` sends if no values are given.\n\n"
               "| event | since agent | values | samples |\n|---|---|---|---|");
-    for (const DelegateEntry &event : all_delegates())
+    for (const EventEntry &event : all_events())
         std::printf("| `%s` | %d.%d | %s | %s |\n", event.name, event.since / 1000, event.since % 1000,
                     code(event.form).c_str(), code(event.sample().text()).c_str());
 }

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "agent/device/alarm.hpp"
 #include "agent/device/state.hpp"
-#include "agent/server/announcer.hpp"
-#include "agent/server/step.hpp"
-#include "alarm.hpp"
+#include "agent/device/step.hpp"
+#include "agent/server/event_hub.hpp"
 #include "authority.hpp"
 #include "tcp_session.hpp"
 
@@ -14,39 +14,39 @@
 
 namespace kv::virtual_agent {
 
-/// The cloud that the device lives in, and the agent's part in it: sign-up, sign-in, the session with its keep-alives,
-/// certificates and tokens. Steps that make no sense at their moment, that this agent version does not have, or that no
-/// application listens to throw std::invalid_argument and say so; nothing has happened then.
+/// The simulated cloud and the device's part in it: sign-up, sign-in, the session with its keep-alives, certificates and
+/// tokens. A step throws std::invalid_argument, and changes nothing, if it makes no sense in the present state, the agent
+/// version does not have it, or no application is registered for its event.
 class Cloud {
 public:
-    Cloud(State &state, Announcer &announcer, Clock &clock, Authority &authority);
+    Cloud(State &state, EventHub &hub, Clock &clock, Authority &authority);
 
     static constexpr const char *name = "cloud";
     static const std::vector<Step<Cloud>> &steps();
 
-    /// Does a step, and gives back what is to be known of it.
+    /// Runs a step and returns its result.
     Json run(const std::string &step, const cJSON *arguments)
     {
         return run_step(*this, state_.version, step, arguments);
     }
 
-    // What the device asks for; false when it cannot be.
+    // Requests of the device. They return false if the present state does not allow them.
     bool sign_up(Credentials credentials);
     void disable_sign_in(bool disable);
     bool disconnect();
     bool set_intervals(std::vector<int> intervals);
     bool select_intervals(std::vector<int> indexes);
     bool send_keep_alive();
-    /// None while there is no session.
+    /// Nothing while there is no session.
     std::optional<TcpHeader> tcp_header() const;
-    /// None for a device that nobody owns. The same each time for one owner.
+    /// Nothing for a device without an owner. Depends on the owner only.
     std::optional<std::string> group_id() const;
 
-    /// The device is nobody's any more, by a reset or because its owner gave it up.
+    /// Removes the owner, after a reset or because the owner gave the device up.
     void forget_owner();
 
-    /// The state has been replaced: there is a session, or none, as it says. Nobody is told.
-    void take_up_state();
+    /// Begins or ends the session to match a state that was replaced. Sends no events.
+    void apply_state();
 
     Authority &authority() { return authority_; }
 
@@ -71,20 +71,21 @@ private:
     void begin_session();
     void try_to_begin_session();
     void end_session();
+    void break_session(int code);
     void lose_session(int error);
     void set_signed_up(bool signed_up);
     void set_signed_in(bool signed_in);
-    void note_thing_status();
-    void note_session();
-    void plan_round();
+    void update_thing_status();
+    void update_session_facts();
+    void schedule_round();
     void round();
 
     State &state_;
-    Announcer &announcer_;
+    EventHub &hub_;
     Authority &authority_;
     std::optional<TcpSession> session_{};
     Alarm sign_up_;
-    Alarm comeback_;
+    Alarm restore_;
     Alarm next_round_;
 };
 

@@ -12,7 +12,7 @@ std::string reason()
     const unsigned long first = ERR_peek_error();
     const char *text = first != 0 ? ERR_reason_error_string(first) : nullptr;
     ERR_clear_error();
-    return text ? text : "no reason is given";
+    return text ? text : "unknown reason";
 }
 
 void fail(const char *what)

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-/// What is OpenSSL's, with its end.
+/// Owning types for OpenSSL's objects.
 namespace kv::virtual_agent::ssl {
 
 template <auto Free>
@@ -28,10 +28,10 @@ using Request = Held<X509_REQ, X509_REQ_free>;
 using Bio = Held<BIO, BIO_free_all>;
 using Digest = Held<EVP_MD_CTX, EVP_MD_CTX_free>;
 
-/// The first of OpenSSL's reasons, for people; forgets all of them.
+/// The first error of OpenSSL's queue as text; clears the queue.
 std::string reason();
 
-/// What is left to do when OpenSSL fails at what can only fail for want of memory: throws std::runtime_error.
+/// Throws std::runtime_error. For calls that fail only if memory is exhausted.
 [[noreturn]] void fail(const char *what);
 
 std::string sha256_hex(const std::string &bytes);

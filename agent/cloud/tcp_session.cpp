@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tcp_session.hpp"
 
-#include <glib-unix.h>
-
 #include <cerrno>
 #include <system_error>
 
@@ -16,7 +14,7 @@ namespace kv::virtual_agent {
 
 namespace {
 
-constexpr int patience_ms = 1000; // with a kernel that has nothing to wait for
+constexpr int timeout_ms = 1000; // for the kernel; no other process takes part
 constexpr char keep_alive_bytes[] = {'k', 'e', 'e', 'p', '-', 'a', 'l', 'i', 'v', 'e', '\r', '\n'};
 
 [[noreturn]] void fail(const char *what)
@@ -56,25 +54,25 @@ bool wait_for(const Descriptor &socket, short what)
     pollfd one{socket.get(), what, 0};
     int ready = 0;
     do
-        ready = ::poll(&one, 1, patience_ms);
+        ready = ::poll(&one, 1, timeout_ms);
     while (ready < 0 && errno == EINTR);
     if (ready == 0)
         errno = ETIMEDOUT;
     return ready > 0;
 }
 
-/// Whoever else connects to the port in between is turned away.
+/// Accepts the connection from `device` and closes those from other programs that find the port.
 Descriptor accept_from(const Descriptor &listener, const sockaddr_in &device)
 {
     while (wait_for(listener, POLLIN)) {
         sockaddr_in from{};
         socklen_t size = sizeof from;
-        Descriptor came{
+        Descriptor accepted{
             ::accept4(listener.get(), reinterpret_cast<sockaddr *>(&from), &size, SOCK_CLOEXEC | SOCK_NONBLOCK)};
-        if (came.get() < 0 && errno != EAGAIN && errno != EINTR && errno != ECONNABORTED)
+        if (accepted.get() < 0 && errno != EAGAIN && errno != EINTR && errno != ECONNABORTED)
             break;
-        if (came.get() >= 0 && from.sin_addr.s_addr == device.sin_addr.s_addr && from.sin_port == device.sin_port)
-            return came;
+        if (accepted.get() >= 0 && from.sin_addr.s_addr == device.sin_addr.s_addr && from.sin_port == device.sin_port)
+            return accepted;
     }
     fail("accept");
 }
@@ -93,7 +91,7 @@ int error_of(const Descriptor &socket)
     return error;
 }
 
-/// Takes all of one keep-alive from one end to the other. 0, or the error.
+/// Sends one keep-alive and reads it at the other end. Returns 0 or the error.
 int carry(const Descriptor &from, const Descriptor &to)
 {
     char arrived[sizeof keep_alive_bytes];
@@ -113,8 +111,8 @@ int carry(const Descriptor &from, const Descriptor &to)
     return 0;
 }
 
-/// A connection's numbers can only be read in repair mode, which takes CAP_NET_ADMIN. Nothing is under way here, and
-/// leaving it without a window probe leaves nothing behind.
+/// Puts a connection into repair mode, which needs CAP_NET_ADMIN and is the only way to read its sequence numbers. No
+/// data is in flight here, and repair mode is left without a window probe, so the connection stays as it was.
 class Repair {
 public:
     explicit Repair(const Descriptor &socket) : socket_(socket), on_(set(TCP_REPAIR, TCP_REPAIR_ON)) {}
@@ -161,12 +159,6 @@ std::string text_of(const in_addr &address)
 
 } // namespace
 
-Descriptor::~Descriptor()
-{
-    if (fd_ >= 0)
-        ::close(fd_);
-}
-
 TcpSession::TcpSession(std::function<void(int error)> lost) : lost_(std::move(lost))
 {
     const Descriptor listener = new_socket();
@@ -175,8 +167,8 @@ TcpSession::TcpSession(std::function<void(int error)> lost) : lost_(std::move(lo
     here.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (::bind(listener.get(), reinterpret_cast<const sockaddr *>(&here), sizeof here) != 0)
         fail("bind");
-    constexpr int some = 16;
-    if (::listen(listener.get(), some) != 0)
+    constexpr int backlog = 16;
+    if (::listen(listener.get(), backlog) != 0)
         fail("listen");
     here = local_of(listener);
 
@@ -191,29 +183,18 @@ TcpSession::TcpSession(std::function<void(int error)> lost) : lost_(std::move(lo
     send_at_once(device_);
     send_at_once(cloud_);
 
-    // Echoes are read where keep-alives are sent, so whatever wakes this is the end.
-    watch_ = g_unix_fd_add(
-        device_.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
-        [](int, GIOCondition, gpointer data) -> gboolean {
-            auto *self = static_cast<TcpSession *>(data);
-            if (!self->has_broken())
-                return G_SOURCE_CONTINUE;
-            self->watch_ = 0;
-            const int error = error_of(self->device_);
-            const auto tell = self->lost_; // which may end the session
-            tell(error != 0 ? error : ECONNRESET);
-            return G_SOURCE_REMOVE;
-        },
-        this);
+    // keep_alive() reads its echoes itself, so any other input is the end of the connection.
+    watch_.watch(device_.get(), POLLIN | POLLHUP | POLLERR, [this] {
+        if (!is_broken())
+            return true;
+        const int error = error_of(device_);
+        const auto report = lost_; // the call may destroy this session
+        report(error != 0 ? error : ECONNRESET);
+        return false;
+    });
 }
 
-TcpSession::~TcpSession()
-{
-    if (watch_ != 0)
-        g_source_remove(watch_);
-}
-
-bool TcpSession::has_broken()
+bool TcpSession::is_broken()
 {
     char byte = 0;
     return ::recv(device_.get(), &byte, 1, 0) >= 0 || (errno != EAGAIN && errno != EINTR);
@@ -240,16 +221,16 @@ TcpHeader TcpSession::header() const
     header.dst_addr = text_of(cloud.sin_addr);
     header.dst_port = ntohs(cloud.sin_port);
 
-    // The window that the device has told is the one that the other end knows.
+    // The window that the device advertises is the one that the other end knows.
     const tcp_info known = info_of(cloud_);
     header.window_scale = known.tcpi_snd_wscale;
     header.window = static_cast<int>(known.tcpi_snd_wnd >> known.tcpi_snd_wscale);
 
     const Repair repair{device_};
-    header.numbers_are_kernels =
+    header.has_kernel_numbers =
         repair.next_number(TCP_SEND_QUEUE, header.seq_num) && repair.next_number(TCP_RECV_QUEUE, header.ack_num);
-    if (!header.numbers_are_kernels) {
-        // As if both ends had begun with 0, which the first segment takes.
+    if (!header.has_kernel_numbers) {
+        // As if both ends had begun with 0, which the SYN takes.
         header.seq_num = static_cast<std::uint32_t>(sent_) + 1;
         header.ack_num = static_cast<std::uint32_t>(received_) + 1;
     }

@@ -1,34 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "agent/files/descriptor.hpp"
+#include "agent/loop/source.hpp"
+
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <utility>
 
 namespace kv::virtual_agent {
 
-/// A file descriptor and its end.
-class Descriptor {
-public:
-    explicit Descriptor(int fd = -1) : fd_(fd) {}
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    Descriptor(Descriptor &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    Descriptor &operator=(Descriptor &&other) noexcept
-    {
-        std::swap(fd_, other.fd_);
-        return *this;
-    }
-    ~Descriptor();
-
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
-
-/// What stands in the headers that the device sends.
+/// The fields of the TCP header that the device sends next.
 struct TcpHeader {
     std::string src_addr{};
     int src_port = 0;
@@ -36,24 +18,22 @@ struct TcpHeader {
     int dst_port = 0;
     std::uint32_t seq_num = 0; // of the next byte, as ack_num
     std::uint32_t ack_num = 0;
-    int window = 0; // as it stands in the header, so before it is scaled
+    int window = 0; // the field of the header, not scaled
     int window_scale = 0;
-    bool numbers_are_kernels = false; // or counted from the bytes that went over it
+    bool has_kernel_numbers = false; // or numbers counted from the bytes of the connection
 };
 
-/// The device's connection to the cloud: real TCP, over loopback, with both ends in this process. Keep-alives go over it
-/// to the other end and back.
+/// The device's connection to the cloud: real TCP over loopback with both ends in this process. A keep-alive is sent to
+/// the other end and echoed.
 class TcpSession {
 public:
-    /// Connects; throws std::system_error. Should the connection break by itself, `lost` is told the error on the GLib
-    /// main loop; the session may be destroyed there.
+    /// Connects. Throws std::system_error. `lost` is called from the GLib main loop with the error if the connection
+    /// breaks; it may destroy the session.
     explicit TcpSession(std::function<void(int error)> lost);
     TcpSession(const TcpSession &) = delete;
     TcpSession &operator=(const TcpSession &) = delete;
-    ~TcpSession();
 
-    /// Sends one keep-alive and waits for its echo. Both ends being here, that takes as long as the kernel needs.
-    /// 0, or the error.
+    /// Sends one keep-alive and waits for its echo, which takes as long as the kernel needs. Returns 0 or the error.
     int keep_alive();
 
     TcpHeader header() const;
@@ -62,14 +42,14 @@ public:
     std::int64_t received() const { return received_; }
 
 private:
-    bool has_broken();
+    bool is_broken();
 
     std::function<void(int error)> lost_;
     Descriptor device_{};
     Descriptor cloud_{};
-    unsigned watch_ = 0;
     std::int64_t sent_ = 0;
     std::int64_t received_ = 0;
+    Source watch_{};
 };
 
 } // namespace kv::virtual_agent

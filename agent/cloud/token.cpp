@@ -15,7 +15,7 @@ constexpr const char *server_name = "Korvane virtual cloud";
 constexpr const char *server_url = "https://cloud.korvane.example";
 constexpr std::int64_t lifetime_s = 3600;
 
-/// The alphabet of URLs, without padding.
+/// Base64 with the alphabet for URLs and without padding.
 std::string base64url(const std::string &bytes)
 {
     const std::unique_ptr<char, decltype(&g_free)> encoded{

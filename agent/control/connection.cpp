@@ -1,67 +1,56 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "connection.hpp"
 
-#include <algorithm>
+#include "unread_body.hpp"
+
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace kv::virtual_agent {
 
 namespace {
 
+constexpr unsigned io_timeout_s = 10;
 constexpr unsigned time_to_read_refusal_ms = 1000;
 
-struct Phrase {
-    unsigned status;
-    const char *text;
-};
-/// Those that libsoup does not know.
-constexpr Phrase phrases[] = {{SOUP_STATUS_MISDIRECTED_REQUEST, "Misdirected Request"}, {426, "Upgrade Required"}};
-
-const char *phrase_of(unsigned status)
+Ref<GSocket> socket_of(Descriptor descriptor)
 {
-    const auto found = std::find_if(std::begin(phrases), std::end(phrases),
-                                    [status](const Phrase &one) { return one.status == status; });
-    return found == std::end(phrases) ? soup_status_get_phrase(status) : found->text;
+    GError *error = nullptr;
+    GSocket *socket = g_socket_new_from_fd(descriptor.get(), &error);
+    if (!socket) {
+        const std::string why = error->message;
+        g_error_free(error);
+        throw std::runtime_error{"cannot serve a client of the control API: " + why};
+    }
+    descriptor.release(); // now the GSocket's
+    return Ref<GSocket>{socket};
 }
 
-/// Something that a server can listen on and never hears of: a path that nobody can reach any more.
+/// libsoup keeps a connection for further requests only if its server listens. This socket is what it listens on: one
+/// end of a pair whose other end never sends anything, so nothing outside the process can reach it.
 Ref<GSocket> silent_socket()
 {
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un place{AF_UNIX, "/tmp/korvane-agent-XXXXXX"};
-    bool good = fd >= 0 && ::mkdtemp(place.sun_path);
-    if (good) {
-        const std::string folder = place.sun_path;
-        std::strcat(place.sun_path, "/s");
-        good = ::bind(fd, reinterpret_cast<const sockaddr *>(&place), sizeof place) == 0 && ::listen(fd, 1) == 0;
-        ::unlink(place.sun_path);
-        ::rmdir(folder.c_str());
-    }
-    if (GSocket *socket = good ? g_socket_new_from_fd(fd, nullptr) : nullptr)
-        return Ref<GSocket>{socket};
-    throw std::runtime_error{std::string{"no socket for the control API: "} + std::strerror(errno)};
+    static const Descriptor silent = [] {
+        int ends[2];
+        if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends) != 0)
+            throw std::runtime_error{std::string{"cannot serve the control API: "} + std::strerror(errno)};
+        static const Descriptor other_end{ends[1]};
+        return Descriptor{ends[0]};
+    }();
+    Descriptor copy{::fcntl(silent.get(), F_DUPFD_CLOEXEC, 0)};
+    if (copy.get() < 0)
+        throw std::runtime_error{std::string{"cannot serve a client of the control API: "} + std::strerror(errno)};
+    return socket_of(std::move(copy));
 }
 
-/// Whether the request is such that its body cannot be read.
-std::optional<Refusal> bad_body(SoupMessageHeaders *headers)
-{
-    if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CHUNKED)
-        return Refusal{SOUP_STATUS_LENGTH_REQUIRED, "the length of the body must be told before it"};
-    if (soup_message_headers_get_content_length(headers) > static_cast<goffset>(Connection::longest_body))
-        return Refusal{SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, "the body must not be longer than 1 MiB"};
-    return std::nullopt;
-}
-
-/// A stream begins when its request is answered, so what is wrong with it must be found before.
+/// A stream begins with its reply, so its query must be checked before.
 std::optional<Refusal> bad_stream(const char *path, GHashTable *query)
 {
     try {
@@ -73,54 +62,11 @@ std::optional<Refusal> bad_stream(const char *path, GHashTable *query)
     }
 }
 
-bool expects_body(SoupMessageHeaders *headers)
+/// Answers a message whose handler has thrown.
+void respond_after_failure(SoupServerMessage *message)
 {
-    return soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CHUNKED ||
-           soup_message_headers_get_content_length(headers) > 0;
-}
-
-/// That the peer of a connection will send no more has no name in GLib, so it takes a source of its own kind.
-struct EndSource {
-    GSource base;
-    GPollFD end;
-};
-
-unsigned watch_for_peers_end(int fd, GSourceFunc ended, gpointer data)
-{
-    static GSourceFuncs functions = {
-        nullptr,
-        [](GSource *source) -> gboolean { return reinterpret_cast<EndSource *>(source)->end.revents != 0; },
-        [](GSource *, GSourceFunc callback, gpointer given) -> gboolean { return callback(given); },
-        nullptr,
-        nullptr,
-        nullptr};
-    GSource *source = g_source_new(&functions, sizeof(EndSource));
-    GPollFD &end = reinterpret_cast<EndSource *>(source)->end;
-    end = {fd, POLLRDHUP | POLLHUP | POLLERR, 0};
-    g_source_add_poll(source, &end);
-    g_source_set_callback(source, ended, data, nullptr);
-    const unsigned id = g_source_attach(source, nullptr);
-    g_source_unref(source);
-    return id;
-}
-
-/// The whole answer as it stands on the wire.
-std::string written(SoupServerMessage *message)
-{
-    const unsigned status = soup_server_message_get_status(message);
-    std::string text = "HTTP/1.1 " + std::to_string(status) + " " + phrase_of(status) + "\r\n";
-    SoupMessageHeadersIter next;
-    const char *name = nullptr;
-    const char *value = nullptr;
-    soup_message_headers_iter_init(&next, soup_server_message_get_response_headers(message));
-    while (soup_message_headers_iter_next(&next, &name, &value))
-        text.append(name).append(": ").append(value).append("\r\n");
-    const std::unique_ptr<GBytes, decltype(&g_bytes_unref)> body{
-        soup_message_body_flatten(soup_server_message_get_response_body(message)), g_bytes_unref};
-    gsize size = 0;
-    const auto *bytes = static_cast<const char *>(g_bytes_get_data(body.get(), &size));
-    text += "Content-Length: " + std::to_string(size) + "\r\n\r\n";
-    return text.append(bytes, size);
+    if (soup_server_message_get_status(message) == 0)
+        soup_server_message_set_status(message, SOUP_STATUS_INTERNAL_SERVER_ERROR, nullptr);
 }
 
 } // namespace
@@ -131,9 +77,9 @@ void respond(SoupServerMessage *message, unsigned status, const char *type, std:
     soup_server_message_set_response(message, type, SOUP_MEMORY_COPY, body.data(), body.size());
 }
 
-void respond(SoupServerMessage *message, unsigned status, const Json &answer)
+void respond(SoupServerMessage *message, unsigned status, const Json &reply)
 {
-    respond(message, status, "application/json", answer.text());
+    respond(message, status, "application/json", reply.text());
 }
 
 std::optional<int> since_in(GHashTable *query)
@@ -142,21 +88,22 @@ std::optional<int> since_in(GHashTable *query)
     return text ? std::optional{parse_number(text, "since")} : std::nullopt;
 }
 
-Connection::Connection(GSocketConnection *stream, const std::optional<Guard> &guard, std::optional<Refusal> refusal,
-                       Answerer &answerer)
-    : stream_(stream), socket_(G_SOCKET(g_object_ref(g_socket_connection_get_socket(stream)))), guard_(guard),
-      refusal_(std::move(refusal)), answerer_(answerer), server_(soup_server_new(nullptr, nullptr))
+Connection::Connection(Descriptor client, const std::optional<Guard> &guard, std::optional<Refusal> refusal,
+                       ConnectionHandler &handler)
+    : socket_(socket_of(std::move(client))), guard_(guard), refusal_(std::move(refusal)), handler_(handler),
+      server_(soup_server_new(nullptr, nullptr))
 {
-    g_object_weak_ref(G_OBJECT(stream), stream_gone, this);
     serve();
-    watch_for_end();
+    end_after(request_deadline_ms);
+    end_watch_.watch(g_socket_get_fd(socket_.get()), POLLRDHUP | POLLHUP | POLLERR, [this] {
+        peer_ended_ = true;
+        end_when_idle();
+        return false;
+    });
 }
 
 Connection::~Connection()
 {
-    for (const unsigned source : {end_watch_, ending_, limit_})
-        if (source != 0)
-            g_source_remove(source);
     waiting_.reset();
     g_signal_handlers_disconnect_by_data(server_.get(), this);
     if (stream_) {
@@ -176,53 +123,70 @@ void Connection::stream_gone(gpointer connection, GObject *)
 void Connection::serve()
 {
     SoupServer *server = server_.get();
-    // A text of a few hundred bytes is not worth a compressor for each reader.
+    if (!soup_server_listen_socket(server, silent_socket().get(), SoupServerListenOptions{}, nullptr))
+        throw std::runtime_error{"cannot serve a client of the control API"};
+    // Compressing messages of a few hundred bytes would cost memory for each client and save nothing.
     soup_server_remove_websocket_extension(server, SOUP_TYPE_WEBSOCKET_EXTENSION_DEFLATE);
-    const auto started = +[](SoupServer *, SoupServerMessage *message, gpointer data) {
-        auto *self = static_cast<Connection *>(data);
-        self->busy_ = true;
-        self->set_common_headers(message);
-    };
-    const auto finished = +[](SoupServer *, SoupServerMessage *, gpointer data) {
-        auto *self = static_cast<Connection *>(data);
-        self->busy_ = false;
-        self->end_when_idle();
-    };
-    g_signal_connect(server, "request-started", G_CALLBACK(started), this);
-    g_signal_connect(server, "request-finished", G_CALLBACK(finished), this);
-    g_signal_connect(server, "request-aborted", G_CALLBACK(finished), this);
+    connect_signals();
 
     const SoupServerCallback early = [](SoupServer *, SoupServerMessage *message, const char *path, GHashTable *query,
                                         gpointer data) {
-        static_cast<Connection *>(data)->check(message, path, query);
+        contain([=] { static_cast<Connection *>(data)->check(message, path, query); });
     };
-    const SoupServerCallback answered = [](SoupServer *, SoupServerMessage *message, const char *path,
-                                           GHashTable *query, gpointer data) {
+    const SoupServerCallback handled = [](SoupServer *, SoupServerMessage *message, const char *path, GHashTable *query,
+                                          gpointer data) {
         auto *self = static_cast<Connection *>(data);
-        self->answerer_.answer(*self, message, path, query);
+        contain([=] { self->handler_.handle(*self, message, path, query); });
+        if (std::strcmp(path, stream_path) != 0 && !self->held_)
+            respond_after_failure(message);
     };
     const SoupServerWebsocketCallback streamed = [](SoupServer *, SoupServerMessage *message, const char *,
                                                     SoupWebsocketConnection *stream, gpointer data) {
-        auto *self = static_cast<Connection *>(data);
-        if (const unsigned watch = std::exchange(self->end_watch_, 0); watch != 0)
-            g_source_remove(watch); // which it has of its own
-        self->answerer_.begin_stream(message, stream);
+        contain([=] { static_cast<Connection *>(data)->begin_stream(message, stream); });
     };
     for (const char *path : {"/", stream_path}) {
         soup_server_add_early_handler(server, path, early, this, nullptr);
-        soup_server_add_handler(server, path, answered, this, nullptr);
+        soup_server_add_handler(server, path, handled, this, nullptr);
     }
     soup_server_add_websocket_handler(server, stream_path, nullptr, nullptr, streamed, this, nullptr);
 
-    // Only a server that listens keeps a connection for another request.
-    if (!soup_server_listen_socket(server, silent_socket().get(), SoupServerListenOptions{}, nullptr))
-        throw std::runtime_error{"the control API cannot be served"};
-    // It takes for granted that it is reached over a network, so a path is told as one.
+    g_socket_set_timeout(socket_.get(), io_timeout_s);
+    const Ref<GSocketConnection> stream{g_socket_connection_factory_create_connection(socket_.get())};
+    stream_ = stream.get();
+    g_object_weak_ref(G_OBJECT(stream_), stream_gone, this);
+    // libsoup expects network addresses, also for a Unix socket.
     const Ref<GSocketAddress> address{g_inet_socket_address_new_from_string("127.0.0.1", 0)};
     soup_server_accept_iostream(server, G_IO_STREAM(stream_), address.get(), address.get(), nullptr);
 }
 
-/// Of all answers, those that are about broken requests included.
+void Connection::connect_signals()
+{
+    const auto started = +[](SoupServer *, SoupServerMessage *message, gpointer data) {
+        auto *self = static_cast<Connection *>(data);
+        self->is_busy_ = true;
+        self->set_common_headers(message);
+    };
+    const auto was_read = +[](SoupServer *, SoupServerMessage *, gpointer data) {
+        static_cast<Connection *>(data)->end_after(reply_deadline_ms);
+    };
+    const auto finished =
+        +[](SoupServer *, SoupServerMessage *, gpointer data) { static_cast<Connection *>(data)->finished(); };
+    g_signal_connect(server_.get(), "request-started", G_CALLBACK(started), this);
+    g_signal_connect(server_.get(), "request-read", G_CALLBACK(was_read), this);
+    g_signal_connect(server_.get(), "request-finished", G_CALLBACK(finished), this);
+    g_signal_connect(server_.get(), "request-aborted", G_CALLBACK(finished), this);
+}
+
+void Connection::begin_stream(SoupServerMessage *message, SoupWebsocketConnection *stream)
+{
+    // A stream may be idle for hours, and notices the end of the client itself.
+    g_socket_set_timeout(socket_.get(), 0);
+    deadline_.cancel();
+    end_watch_.cancel();
+    handler_.begin_stream(message, stream);
+}
+
+/// For all replies, those to malformed requests included.
 void Connection::set_common_headers(SoupServerMessage *message) const
 {
     std::string policy = "default-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
@@ -238,15 +202,17 @@ void Connection::set_common_headers(SoupServerMessage *message) const
     soup_message_headers_replace(headers, "Cross-Origin-Resource-Policy", "same-origin");
 }
 
-/// Before the body is read.
+/// Called before the body is read.
 void Connection::check(SoupServerMessage *message, const char *path, GHashTable *query)
 {
     SoupMessageHeaders *headers = soup_server_message_get_request_headers(message);
     std::optional<Refusal> refusal = refusal_;
-    if (!refusal && guard_)
+    if (!refusal && guard_) {
         refusal = guard_->refusal(message, path, query);
+        is_known_ = is_known_ || (!refusal && guard_->knows_token(message, path, query));
+    }
     if (!refusal)
-        refusal = bad_body(headers);
+        refusal = bad_body(headers, max_body);
     if (!refusal)
         refusal = bad_stream(path, query);
     if (refusal)
@@ -258,85 +224,79 @@ void Connection::check(SoupServerMessage *message, const char *path, GHashTable 
         g_socket_set_timeout(socket_.get(), 0);
 }
 
-/// Nothing that stands behind the request is read any more. The server would read its body first, so with one it has to
-/// be passed by: the answer is written here, and soon afterwards the connection ends.
+/// Refuses a request and everything behind it. libsoup would read the body before it replies, so the reply to a request
+/// with a body is written to the socket directly; the connection ends a second later.
 void Connection::refuse(SoupServerMessage *message, const Refusal &refusal, bool body_follows)
 {
     soup_message_headers_replace(soup_server_message_get_response_headers(message), "Connection", "close");
-    respond(message, refusal.status, bad_answer(refusal.why));
+    respond(message, refusal.status, bad_reply(refusal.why));
     if (!body_follows)
         return;
     soup_message_body_set_accumulate(soup_server_message_get_request_body(message), false);
-    const std::string answer = written(message);
-    g_socket_send(socket_.get(), answer.data(), answer.size(), nullptr, nullptr);
+    const std::string reply = written(message);
+    g_socket_send(socket_.get(), reply.data(), reply.size(), nullptr, nullptr);
     g_socket_shutdown(socket_.get(), false, true, nullptr);
-    limit_ = g_timeout_add(
-        time_to_read_refusal_ms,
-        [](gpointer data) -> gboolean {
-            auto *self = static_cast<Connection *>(data);
-            self->limit_ = 0;
-            self->over_ = true;
-            self->end_soon();
-            return G_SOURCE_REMOVE;
-        },
-        this);
+    end_after(time_to_read_refusal_ms);
+    is_refused_ = true;
 }
 
 void Connection::hold(SoupServerMessage *message, std::unique_ptr<Waiting> waiting)
 {
     held_ = message;
     waiting_ = std::move(waiting);
+    deadline_.cancel();
     soup_server_message_pause(message);
     end_when_idle();
 }
 
-void Connection::let_go()
+void Connection::release()
 {
     if (SoupServerMessage *message = std::exchange(held_, nullptr)) {
         waiting_.reset();
+        end_after(reply_deadline_ms);
         soup_server_message_unpause(message);
     }
 }
 
-void Connection::watch_for_end()
+void Connection::finished()
 {
-    end_watch_ = watch_for_peers_end(
-        g_socket_get_fd(socket_.get()),
-        [](gpointer data) -> gboolean {
-            auto *self = static_cast<Connection *>(data);
-            self->end_watch_ = 0;
-            self->peer_ended_ = true;
-            self->end_when_idle();
-            return G_SOURCE_REMOVE;
-        },
-        this);
+    is_busy_ = false;
+    end_after(request_deadline_ms);
+    end_when_idle();
 }
 
-/// A client that will send no more may still read the answers to what it has sent.
+void Connection::end_after(unsigned milliseconds)
+{
+    if (is_refused_)
+        return; // the deadline of the refusal stays
+    deadline_.call_after(milliseconds, [this] {
+        is_over_ = true;
+        end_soon();
+    });
+}
+
+/// A client that sends nothing more may still read the replies to what it has sent.
 void Connection::end_when_idle()
 {
     char byte = 0;
-    if (peer_ended_ && (!busy_ || held_) &&
+    if (peer_ended_ && (!is_busy_ || held_) &&
         ::recv(g_socket_get_fd(socket_.get()), &byte, 1, MSG_PEEK | MSG_DONTWAIT) <= 0)
         end_soon();
 }
 
-/// Not at once: it may be its own server that tells.
+/// Ends the connection from the main loop, because the caller may be its own server. The priority is above that of new
+/// connections: they would otherwise count ended ones as well.
 void Connection::end_soon()
 {
-    if (ending_ != 0)
+    if (ending_.is_active())
         return;
-    ending_ = g_idle_add_full(
-        G_PRIORITY_LOW,
-        [](gpointer data) -> gboolean {
-            auto *self = static_cast<Connection *>(data);
-            self->ending_ = 0;
-            const bool is_busy_again = self->busy_ && !self->held_; // with what had come already
-            if (!self->stream_ || self->over_ || !is_busy_again)
-                self->answerer_.ended(*self);
-            return G_SOURCE_REMOVE;
+    ending_.call_soon(
+        [this] {
+            const bool is_busy_again = is_busy_ && !held_; // with a request that had arrived before the end
+            if (!stream_ || is_over_ || !is_busy_again)
+                handler_.ended(*this);
         },
-        this, nullptr);
+        G_PRIORITY_HIGH);
 }
 
 } // namespace kv::virtual_agent

@@ -2,75 +2,92 @@
 #pragma once
 
 #include "agent/control/commands/commands.hpp"
+#include "agent/files/descriptor.hpp"
+#include "gobject.hpp"
 #include "guard.hpp"
-#include "sockets.hpp"
+
+#include <gio/gio.h>
+
+#include <string_view>
 
 namespace kv::virtual_agent {
 
 class Connection;
 
-/// What answers the requests of all connections.
-class Answerer {
+/// Handles the requests of all connections.
+class ConnectionHandler {
 public:
-    virtual void answer(Connection &connection, SoupServerMessage *message, const char *path, GHashTable *query) = 0;
+    virtual void handle(Connection &connection, SoupServerMessage *message, const char *path, GHashTable *query) = 0;
     virtual void begin_stream(SoupServerMessage *message, SoupWebsocketConnection *stream) = 0;
-    /// Nothing happens on the connection any more; it is to be destroyed.
+    /// The connection has ended and is to be destroyed.
     virtual void ended(Connection &connection) = 0;
 
 protected:
-    ~Answerer() = default;
+    ~ConnectionHandler() = default;
 };
 
 inline constexpr const char *stream_path = "/v1/stream";
 
-/// One client's connection, with an HTTP server of its own. One server for all would be handed connections just so, but
-/// what it holds of a client that goes between two requests it frees at its own end only.
+/// One connection of a client, with an HTTP server of its own: libsoup frees what it keeps for a client that disconnects
+/// between two requests only when the server ends.
 class Connection {
 public:
-    static constexpr std::size_t longest_body = 1 << 20;
+    static constexpr std::size_t max_body = 1 << 20;
+    /// A request must be complete that long after the connection was accepted, or the reply before was sent.
+    static constexpr unsigned request_deadline_ms = 10'000;
+    /// A reply must be read by the client in that time.
+    static constexpr unsigned reply_deadline_ms = 30'000;
 
-    /// With a refusal, that is all it will hear.
-    Connection(GSocketConnection *stream, const std::optional<Guard> &guard, std::optional<Refusal> refusal,
-               Answerer &answerer);
+    /// With a refusal, every request is answered with it. Throws std::runtime_error.
+    Connection(Descriptor client, const std::optional<Guard> &guard, std::optional<Refusal> refusal,
+               ConnectionHandler &handler);
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
     ~Connection();
 
-    /// Keeps the request unanswered for as long as its command waits; then it has its answer, and is let go.
+    /// Whether no request on this connection has had the token, where one is needed.
+    bool is_stranger() const { return guard_ && !is_known_; }
+
+    /// Keeps a request unanswered while its command waits. release() sends the reply.
     void hold(SoupServerMessage *message, std::unique_ptr<Waiting> waiting);
-    void let_go();
+    void release();
 
 private:
     static void stream_gone(gpointer connection, GObject *);
     void serve();
+    void connect_signals();
     void set_common_headers(SoupServerMessage *message) const;
     void check(SoupServerMessage *message, const char *path, GHashTable *query);
     void refuse(SoupServerMessage *message, const Refusal &refusal, bool body_follows);
-    void watch_for_end();
+    void begin_stream(SoupServerMessage *message, SoupWebsocketConnection *stream);
+    void finished();
+    void end_after(unsigned milliseconds);
     void end_soon();
     void end_when_idle();
 
-    GSocketConnection *stream_; // the server's; NULL when it is gone
     Ref<GSocket> socket_;
+    GSocketConnection *stream_ = nullptr; // owned by the server; null once it is closed
     const std::optional<Guard> &guard_;
     std::optional<Refusal> refusal_;
-    Answerer &answerer_;
+    ConnectionHandler &handler_;
     Ref<SoupServer> server_;
-    bool busy_ = false;       // with a request
-    bool peer_ended_ = false; // and will send no more
-    bool over_ = false;       // whatever is yet to come
-    unsigned end_watch_ = 0;
-    unsigned ending_ = 0;
-    unsigned limit_ = 0;
+    bool is_known_ = false;   // a request has had the token
+    bool is_busy_ = false;    // with a request
+    bool peer_ended_ = false; // the client sends nothing more
+    bool is_over_ = false;    // to be ended no matter what arrives
+    bool is_refused_ = false; // by a reply that libsoup did not write
     SoupServerMessage *held_ = nullptr;
     std::unique_ptr<Waiting> waiting_{};
+    Source end_watch_{};
+    Source ending_{};
+    Source deadline_{};
 };
 
-/// Gives a message its answer.
+/// Sets the reply of a message.
 void respond(SoupServerMessage *message, unsigned status, const char *type, std::string_view body);
-void respond(SoupServerMessage *message, unsigned status, const Json &answer);
+void respond(SoupServerMessage *message, unsigned status, const Json &reply);
 
-/// From which entry on a stream is wanted. Throws std::invalid_argument.
+/// The journal entry with which a stream begins. Throws std::invalid_argument.
 std::optional<int> since_in(GHashTable *query);
 
 } // namespace kv::virtual_agent

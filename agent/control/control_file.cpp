@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "control_file.hpp"
 
+#include "agent/loop/source.hpp"
+
 #include <glib/gstdio.h>
 
-#include <cerrno>
-#include <cstdio>
+#include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
 #include <unistd.h>
 
@@ -18,14 +20,11 @@ std::string ControlPlace::console() const
 
 ControlFile::ControlFile(ControlPlace place, const State &state, Journal &journal)
     : place_(std::move(place)), state_(state), listener_(journal.listen([this](const Journal::Entry &) {
-          if (state_.version.text() != told_version_)
-              try {
-                  write();
-              } catch (const std::exception &problem) {
-                  std::fprintf(stderr, "korvane-agent: %s\n", problem.what());
-              }
+          if (state_.version.text() != written_version_)
+              contain([this] { write(); });
       }))
 {
+    remove_left_overs();
     write();
 }
 
@@ -35,11 +34,21 @@ ControlFile::~ControlFile()
     ::unlink(place_.socket().c_str());
 }
 
+/// Removes unfinished files of an agent that was killed. This agent serves the port, so no other one runs.
+void ControlFile::remove_left_overs() const
+{
+    const std::string prefix = std::filesystem::path{place_.file()}.filename().string() + ".";
+    std::error_code ignored;
+    for (const auto &entry : std::filesystem::directory_iterator{place_.directory, ignored})
+        if (const std::string name = entry.path().filename(); name.compare(0, prefix.size(), prefix) == 0)
+            std::filesystem::remove(entry.path(), ignored);
+}
+
 void ControlFile::write()
 {
-    told_version_ = state_.version.text();
+    written_version_ = state_.version.text();
     Json facts = Json::object();
-    facts.set("pid", static_cast<int>(::getpid())).set("version", told_version_);
+    facts.set("pid", static_cast<int>(::getpid())).set("version", written_version_);
     facts.set("socket", place_.socket());
     if (place_.port)
         facts.set("http", std::move(Json::object().set("port", *place_.port).set("token", place_.token)));

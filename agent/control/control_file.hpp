@@ -9,34 +9,35 @@
 
 namespace kv::virtual_agent {
 
-/// Where the control API can be reached.
+/// The addresses of the control API.
 struct ControlPlace {
     std::string directory{};
     std::optional<int> port{}; // of 127.0.0.1
-    std::string token{};       // for it
+    std::string token{};       // of that port
 
     std::string socket() const { return directory + "/control"; }
     std::string file() const { return directory + "/control.json"; }
-    /// The address to be opened in a browser.
+    /// The URL of the console.
     std::string console() const;
 };
 
-/// The file that tells whoever may read it how the agent is reached: {"pid","version","socket","http":{"port","token"}}.
-/// It is there while the agent is, and so is the socket.
+/// The file control.json, readable by its owner only: {"pid","version","socket","http":{"port","token"}}. It exists while
+/// the agent runs; the destructor removes it and the socket.
 class ControlFile {
 public:
-    /// Throws std::system_error when it cannot be written.
+    /// Throws std::runtime_error if it cannot be written.
     ControlFile(ControlPlace place, const State &state, Journal &journal);
     ControlFile(const ControlFile &) = delete;
     ControlFile &operator=(const ControlFile &) = delete;
     ~ControlFile();
 
 private:
+    void remove_left_overs() const;
     void write();
 
     ControlPlace place_;
     const State &state_;
-    std::string told_version_{};
+    std::string written_version_{};
     Journal::Listener listener_;
 };
 

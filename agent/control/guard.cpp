@@ -11,14 +11,14 @@ namespace kv::virtual_agent {
 
 namespace {
 
-/// Empty for a header that is not there; all of one that is there several times.
+/// Empty for a missing header; the values of a repeated header as one list.
 std::string header(SoupServerMessage *message, const char *name)
 {
     const char *value = soup_message_headers_get_list(soup_server_message_get_request_headers(message), name);
     return value ? value : "";
 }
 
-/// Takes as long however much of it is right.
+/// Compares in constant time.
 bool same(const std::string &given, const std::string &wanted)
 {
     return given.size() == wanted.size() && CRYPTO_memcmp(given.data(), wanted.data(), wanted.size()) == 0;
@@ -32,7 +32,7 @@ std::string Guard::new_token()
 {
     unsigned char bytes[32];
     if (RAND_bytes(bytes, sizeof bytes) != 1)
-        throw std::runtime_error{"there are no random numbers for a token; give one with --http-token"};
+        throw std::runtime_error{"cannot create a random token; give one with --http-token"};
     static const char digits[] = "0123456789abcdef";
     std::string token;
     for (unsigned char byte : bytes)
@@ -44,7 +44,7 @@ bool Guard::knows_token(SoupServerMessage *message, const char *path, GHashTable
 {
     if (same(header(message, "Authorization"), "Bearer " + token_))
         return true;
-    // A page cannot give a WebSocket any header.
+    // A page cannot set headers for a WebSocket.
     const char *given = query && std::strcmp(path, "/v1/stream") == 0
                             ? static_cast<const char *>(g_hash_table_lookup(query, "token"))
                             : nullptr;
@@ -56,10 +56,10 @@ std::optional<Refusal> Guard::refusal(SoupServerMessage *message, const char *pa
     const std::string host = header(message, "Host");
     const std::string port = ":" + std::to_string(port_);
     if (host != "127.0.0.1" + port && host != "localhost" + port)
-        return Refusal{SOUP_STATUS_MISDIRECTED_REQUEST, "this is 127.0.0.1" + port + ", and called by no other name"};
+        return Refusal{SOUP_STATUS_MISDIRECTED_REQUEST, "wrong Host; this server is 127.0.0.1" + port};
     const std::string origin = header(message, "Origin");
     if (!origin.empty() && origin != "http://" + host)
-        return Refusal{SOUP_STATUS_FORBIDDEN, "pages of other origins cannot steer the agent"};
+        return Refusal{SOUP_STATUS_FORBIDDEN, "pages of other origins cannot control the agent"};
     const bool is_page = std::strcmp(path, "/v1") != 0 && !g_str_has_prefix(path, "/v1/");
     if (!is_page && !knows_token(message, path, query))
         return Refusal{SOUP_STATUS_UNAUTHORIZED,

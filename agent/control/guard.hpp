@@ -8,30 +8,31 @@
 
 namespace kv::virtual_agent {
 
-/// Why a request is not answered as it wishes.
+/// Why a request is refused.
 struct Refusal {
     unsigned status;
     std::string why;
 };
 
-/// Whoever can open a port of this machine may be a web page of anybody's, so a port is guarded: by the name that it is
-/// called by, against pages of other origins, and by a token, without which nothing is done.
+/// Guards a TCP port, which every program and every web page on this machine can reach: requests need the right host
+/// name, no foreign origin, and, for everything but the files of the console, the token.
 class Guard {
 public:
     Guard(int port, std::string token);
 
-    /// None for a request that may go on.
+    /// Nothing for a request that is allowed.
     std::optional<Refusal> refusal(SoupServerMessage *message, const char *path, GHashTable *query) const;
+
+    /// Whether the request has the token.
+    bool knows_token(SoupServerMessage *message, const char *path, GHashTable *query) const;
 
     int port() const { return port_; }
     const std::string &token() const { return token_; }
 
-    /// Something that nobody can guess.
+    /// A random token of 256 bits.
     static std::string new_token();
 
 private:
-    bool knows_token(SoupServerMessage *message, const char *path, GHashTable *query) const;
-
     int port_;
     std::string token_;
 };

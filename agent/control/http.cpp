@@ -7,18 +7,21 @@
 #include <cstring>
 #include <stdexcept>
 
+#include <malloc.h>
+
 namespace kv::virtual_agent {
 
 namespace {
 
 constexpr const char *api = "/v1";
 constexpr unsigned upgrade_required = 426;
-/// Above what is turned away with an answer, connections are closed as they come.
-constexpr std::size_t most_turned_away = 32;
+/// Connections above the limit that are refused with a reply. Further ones are closed at once.
+constexpr std::size_t max_refused = 32;
+constexpr std::size_t large = 256 << 10; // bytes of a request or reply
 
 void refuse(SoupServerMessage *message, unsigned status, const std::string &why)
 {
-    respond(message, status, bad_answer(why));
+    respond(message, status, bad_reply(why));
 }
 
 void refuse_method(SoupServerMessage *message, const char *allowed)
@@ -32,7 +35,7 @@ bool is(SoupServerMessage *message, const char *method)
     return std::strcmp(soup_server_message_get_method(message), method) == 0;
 }
 
-/// Of a file of the console, by its ending.
+/// The media type of a console file, by its ending.
 const char *type_of(const std::string &name)
 {
     constexpr std::pair<const char *, const char *> types[] = {{".html", "text/html; charset=utf-8"},
@@ -55,16 +58,8 @@ const char *kind_name(Parameter::Kind kind)
     return "";
 }
 
-Json list_of(const std::vector<const char *> &words)
-{
-    Json list = Json::array();
-    for (const char *word : words)
-        list.append(word);
-    return list;
-}
-
-/// What there is, for whoever builds on it.
-Json overview(const Steered &agent)
+/// The reply to GET /v1: all commands.
+Json overview(const ControlledAgent &agent)
 {
     Json commands = Json::array();
     for (const Command &command : all_commands()) {
@@ -74,7 +69,7 @@ Json overview(const Steered &agent)
             one.set("name", parameter.name).set("kind", kind_name(parameter.kind));
             one.set("required", parameter.required);
             if (!parameter.choices.empty())
-                one.set("choices", list_of(parameter.choices));
+                one.set("choices", array_of(parameter.choices));
             parameters.append(std::move(one));
         }
         Json one = Json::object();
@@ -111,7 +106,8 @@ Json arguments_of_query(const Command &command, GHashTable *query)
             std::find_if(command.parameters.begin(), command.parameters.end(),
                          [&](const Parameter &one) { return std::strcmp(one.name, static_cast<char *>(name)) == 0; });
         arguments.set(static_cast<char *>(name), known == command.parameters.end()
-                                                     ? Json{static_cast<char *>(text)} // it will be refused by name
+                                                     ? Json{static_cast<char *>(text)}
+                                                     // unknown; refused later by its name
                                                      : argument_from(*known, static_cast<char *>(text)));
     }
     return arguments;
@@ -126,51 +122,60 @@ void HttpControl::serve_path(const std::string &path)
 
 int HttpControl::serve_port(int port, const std::string &token)
 {
-    Ref<GSocket> socket = listen_on_port(port);
-    const int chosen = port_of(socket.get());
+    Descriptor socket = listen_on_port(port);
+    const int chosen = port_of(socket);
     open(std::move(socket), Guard{chosen, token});
     return chosen;
 }
 
-void HttpControl::open(Ref<GSocket> socket, std::optional<Guard> guard)
+void HttpControl::open(Descriptor socket, std::optional<Guard> guard)
 {
-    Door &door = doors_.emplace_back(Door{std::move(guard)});
-    door.acceptor = std::make_unique<Acceptor>(std::move(socket),
-                                               [this, &door](GSocketConnection *stream) { accepted(door, stream); });
+    Entrance &entrance = entrances_.emplace_back();
+    entrance.guard = std::move(guard);
+    entrance.listener = std::make_unique<Listener>(
+        std::move(socket), [this, &entrance](Descriptor client) { accepted(entrance, std::move(client)); });
 }
 
-void HttpControl::accepted(const Door &door, GSocketConnection *stream)
+void HttpControl::accepted(Entrance &entrance, Descriptor client)
 {
-    if (connections_.size() >= most_connections + most_turned_away)
-        return;
+    std::list<Connection> &all = entrance.connections;
+    const auto is_stranger = [](const Connection &one) { return one.is_stranger(); };
+    const auto strangers = static_cast<std::size_t>(std::count_if(all.begin(), all.end(), is_stranger));
+    if (strangers >= max_strangers)
+        all.erase(std::find_if(all.begin(), all.end(), is_stranger)); // the oldest
+    const std::size_t known = all.size() - std::min(strangers, max_strangers - 1);
+    if (known >= max_connections + max_refused)
+        return; // not even refused with a reply
     std::optional<Refusal> refusal;
-    if (connections_.size() >= most_connections)
+    if (known >= max_connections)
         refusal = Refusal{SOUP_STATUS_SERVICE_UNAVAILABLE, "there are 64 connections already; close one"};
-    connections_.emplace_back(stream, door.guard, std::move(refusal), *this);
+    all.emplace_back(std::move(client), entrance.guard, std::move(refusal), *this);
 }
 
 void HttpControl::ended(Connection &connection)
 {
-    connections_.remove_if([&connection](const Connection &one) { return &one == &connection; });
+    for (Entrance &entrance : entrances_)
+        if (entrance.connections.remove_if([&](const Connection &one) { return &one == &connection; }) > 0)
+            return;
 }
 
-void HttpControl::answer(Connection &connection, SoupServerMessage *message, const char *path, GHashTable *query)
+void HttpControl::handle(Connection &connection, SoupServerMessage *message, const char *path, GHashTable *query)
 {
     const std::string target = path;
     SoupMessageHeaders *headers = soup_server_message_get_request_headers(message);
     if (target == stream_path && soup_message_headers_header_contains(headers, "Upgrade", "websocket"))
-        return; // the server goes on with it
+        return; // libsoup continues with the handshake
     if (target == stream_path)
         return refuse(message, upgrade_required, "this is a WebSocket");
     if (target.rfind(std::string{api} + "/", 0) == 0)
-        return answer_command(connection, message, target.substr(std::strlen(api) + 1), query);
+        return handle_command(connection, message, target.substr(std::strlen(api) + 1), query);
 
     const std::string name = target == "/" ? "index.html" : target.substr(1);
     const auto &files = console_files();
     const auto file =
         std::find_if(files.begin(), files.end(), [&](const EmbeddedFile &one) { return one.name == name; });
     if (target != api && file == files.end())
-        return refuse(message, SOUP_STATUS_NOT_FOUND, "there is nothing here; GET /v1 says what there is");
+        return refuse(message, SOUP_STATUS_NOT_FOUND, "there is nothing here; GET /v1 lists what there is");
     if (!is(message, "GET"))
         return refuse_method(message, "GET");
     if (target == api)
@@ -178,7 +183,7 @@ void HttpControl::answer(Connection &connection, SoupServerMessage *message, con
     respond(message, SOUP_STATUS_OK, type_of(name), file->bytes);
 }
 
-void HttpControl::answer_command(Connection &connection, SoupServerMessage *message, const std::string &name,
+void HttpControl::handle_command(Connection &connection, SoupServerMessage *message, const std::string &name,
                                  GHashTable *query)
 {
     const Command *command = find_command(name);
@@ -191,10 +196,13 @@ void HttpControl::answer_command(Connection &connection, SoupServerMessage *mess
 
     try {
         const Json arguments = by_address ? arguments_of_query(*command, query) : arguments_of_body(message);
-        auto waiting = carry_out(agent_, *command, arguments.get(), [&connection, message](const Json &answer) {
-            const bool well = cJSON_IsTrue(cJSON_GetObjectItemCaseSensitive(answer.get(), "ok"));
-            respond(message, well ? SOUP_STATUS_OK : SOUP_STATUS_BAD_REQUEST, answer);
-            connection.let_go();
+        auto waiting = carry_out(agent_, *command, arguments.get(), [this, &connection, message](const Json &reply) {
+            const bool succeeded = cJSON_IsTrue(cJSON_GetObjectItemCaseSensitive(reply.get(), "ok"));
+            const std::string text = reply.text();
+            respond(message, succeeded ? SOUP_STATUS_OK : SOUP_STATUS_BAD_REQUEST, "application/json", text);
+            if (text.size() + static_cast<std::size_t>(soup_server_message_get_request_body(message)->length) >= large)
+                trim_.call_soon([] { ::malloc_trim(0); }, G_PRIORITY_LOW);
+            connection.release();
         });
         if (waiting)
             connection.hold(message, std::move(waiting));

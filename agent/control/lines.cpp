@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "lines.hpp"
 
-#include <glib-unix.h>
+#include "agent/files/standard_output.hpp"
 
 #include <cerrno>
 #include <system_error>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,23 +15,13 @@ namespace kv::virtual_agent {
 
 namespace {
 
-constexpr std::size_t longest_line = 1 << 20;
-constexpr std::size_t most_waiting = 64;
-
-void print(const Json &answer)
-{
-    std::printf("%s\n", answer.text().c_str());
-    std::fflush(stdout);
-}
+constexpr std::size_t max_line = 1 << 20;
+constexpr std::size_t max_waiting = 64;
 
 } // namespace
 
 LineControl::~LineControl()
 {
-    if (source_ != 0)
-        g_source_remove(source_);
-    if (fd_ > STDIN_FILENO)
-        ::close(fd_);
     if (!fifo_.empty())
         ::unlink(fifo_.c_str());
 }
@@ -45,32 +36,32 @@ void LineControl::read_fifo(const std::string &path)
     if (::mkfifo(path.c_str(), 0600) == 0)
         fifo_ = path;
     else if (errno != EEXIST)
-        throw std::system_error{errno, std::generic_category(), "cannot make the FIFO " + path};
-    // Opened for writing as well, so that it does not end when a writer closes it.
-    const int fd = ::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0)
+        throw std::system_error{errno, std::generic_category(), "cannot create the FIFO " + path};
+    // Opened for writing as well: a FIFO without writers would be at its end.
+    opened_ = Descriptor{::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC)};
+    if (opened_.get() < 0)
         throw std::system_error{errno, std::generic_category(), "cannot open the FIFO " + path};
-    fd_ = fd;
     struct stat kind = {};
-    if (::fstat(fd, &kind) != 0 || !S_ISFIFO(kind.st_mode))
+    if (::fstat(opened_.get(), &kind) != 0 || !S_ISFIFO(kind.st_mode))
         throw std::system_error{EEXIST, std::generic_category(), "not a FIFO: " + path};
-    watch(fd);
+    watch(opened_.get());
 }
 
 void LineControl::watch(int fd)
 {
     fd_ = fd;
-    source_ = g_unix_fd_add(
-        fd, static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
-        [](int, GIOCondition, gpointer data) -> gboolean {
-            auto *self = static_cast<LineControl *>(data);
-            if (self->read_some())
-                return G_SOURCE_CONTINUE;
-            self->source_ = 0;
-            self->agent_.quit();
-            return G_SOURCE_REMOVE;
-        },
-        this);
+    source_.watch(fd, POLLIN | POLLHUP | POLLERR, [this] {
+        const bool goes_on = read_some();
+        if (!goes_on)
+            agent_.quit();
+        return goes_on;
+    });
+}
+
+/// Clients wait for replies. One that cannot be written is reported, and the commands that follow are still run.
+void LineControl::print(const Json &reply)
+{
+    contain([&] { print_line(reply.text()); });
 }
 
 bool LineControl::read_some()
@@ -83,8 +74,8 @@ bool LineControl::read_some()
         return false;
     text_.append(bytes, static_cast<std::size_t>(count));
     run_lines();
-    if (text_.size() > longest_line) {
-        print(bad_answer("the line is too long"));
+    if (text_.size() > max_line) {
+        print(bad_reply("the line is too long"));
         text_.clear();
     }
     return true;
@@ -103,12 +94,12 @@ void LineControl::run_lines()
 
 void LineControl::run_line(const std::string &line)
 {
-    if (waiting_.size() == most_waiting)
-        return print(bad_answer("too many commands are waiting"));
+    if (waiting_.size() == max_waiting)
+        return print(bad_reply("too many commands are waiting"));
     const auto place = waiting_.insert(waiting_.end(), nullptr);
-    *place = carry_out_line(agent_, line, [this, place](const Json &answer) {
-        print(answer);
-        if (*place) // it has waited
+    *place = carry_out_line(agent_, line, [this, place](const Json &reply) {
+        print(reply);
+        if (*place) // the reply came later
             waiting_.erase(place);
     });
     if (!*place)

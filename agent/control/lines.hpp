@@ -2,6 +2,8 @@
 #pragma once
 
 #include "agent/control/commands/commands.hpp"
+#include "agent/files/descriptor.hpp"
+#include "agent/loop/source.hpp"
 
 #include <list>
 #include <memory>
@@ -9,33 +11,34 @@
 
 namespace kv::virtual_agent {
 
-/// Reads commands, a line each, from standard input or a FIFO, and prints each answer as one line of JSON: that
-/// of a command that waits when it is there, the others in their order. Standard
-/// input that ends stops the agent: whoever steered it is gone.
+/// Reads commands, one per line, from standard input or a FIFO, and prints each reply as one line of JSON: in the order
+/// of the commands, except that the reply of a command that waits comes later. The end of standard input stops the agent.
 class LineControl {
 public:
-    explicit LineControl(Steered &agent) : agent_(agent) {}
+    explicit LineControl(ControlledAgent &agent) : agent_(agent) {}
     LineControl(const LineControl &) = delete;
     LineControl &operator=(const LineControl &) = delete;
     ~LineControl();
 
     void read_standard_input();
-    /// Makes the FIFO when it is missing. Throws std::system_error when it cannot be had.
+    /// Creates the FIFO if it is missing. Throws std::system_error if it cannot be opened.
     void read_fifo(const std::string &path);
 
 private:
     void watch(int fd);
-    /// False at the end of what can be read.
+    /// Returns false at the end of the input.
     bool read_some();
     void run_lines();
     void run_line(const std::string &line);
+    static void print(const Json &reply);
 
-    Steered &agent_;
+    ControlledAgent &agent_;
     int fd_ = -1;
-    unsigned source_ = 0;
-    std::string fifo_; // to be removed at the end; empty when it was there before
+    Descriptor opened_{};
+    std::string fifo_; // to be removed at the end; empty if it existed before
     std::string text_;
-    std::list<std::unique_ptr<Waiting>> waiting_{}; // commands whose answers are yet to come
+    std::list<std::unique_ptr<Waiting>> waiting_{}; // commands whose replies are pending
+    Source source_{};
 };
 
 } // namespace kv::virtual_agent

@@ -2,22 +2,23 @@
 #pragma once
 
 #include "agent/journal/journal.hpp"
-#include "sockets.hpp"
+#include "agent/loop/source.hpp"
+#include "gobject.hpp"
 
 #include <libsoup/soup.h>
 
 namespace kv::virtual_agent {
 
-/// A client that reads the journal as it is written, over a WebSocket. What it has not taken yet waits in the journal;
-/// when that is too much, the client is told so and left.
+/// A client that reads the journal over a WebSocket as it is written. Entries wait in the journal until the client can
+/// take them; a client that falls too far behind is disconnected with the reason.
 class Stream {
 public:
-    static constexpr std::int64_t most_entries_behind = Journal::most_entries;
-    static constexpr std::int64_t most_bytes_behind = 8 << 20;
-    static constexpr std::uint64_t longest_message = 64 << 10;
+    static constexpr std::int64_t max_entries_behind = Journal::max_entries;
+    static constexpr std::int64_t max_bytes_behind = 8 << 20;
+    static constexpr std::uint64_t max_message = 64 << 10;
 
-    /// From the entry with that number on. `ended` is called, from the main loop, when the client is gone; the stream
-    /// may be destroyed in it.
+    /// Begins with the entry number `since`. `ended` is called from the main loop once the client has disconnected; it
+    /// may destroy the stream.
     using Ended = std::function<void(const Stream &)>;
     Stream(Journal &journal, SoupWebsocketConnection *connection, std::int64_t since, Ended ended);
     Stream(const Stream &) = delete;
@@ -25,9 +26,9 @@ public:
     ~Stream();
 
 private:
-    void noted();
+    void send_new();
     void wait_for_room();
-    /// False when there is nothing more to be sent now.
+    /// Returns false once all entries are sent.
     bool send_some();
 
     Journal &journal_;
@@ -35,7 +36,7 @@ private:
     std::int64_t next_;
     Ended ended_;
     Journal::Listener listener_;
-    GSource *room_ = nullptr;
+    Source room_{};
 };
 
 } // namespace kv::virtual_agent

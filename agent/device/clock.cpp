@@ -1,19 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "clock.hpp"
 
-#include <glib.h>
-
 #include <algorithm>
-#include <cstdio>
-#include <exception>
 #include <utility>
 
 namespace kv::virtual_agent {
-
-Clock::~Clock()
-{
-    sleep();
-}
 
 std::int64_t Clock::real_ms()
 {
@@ -22,14 +13,14 @@ std::int64_t Clock::real_ms()
 
 std::int64_t Clock::now_ms() const
 {
-    return stands_ ? stood_at_ms_ : real_ms() - origin_ms_;
+    return is_stopped_ ? stopped_at_ms_ : real_ms() - origin_ms_;
 }
 
 Clock::Id Clock::after(std::int64_t milliseconds, Work work)
 {
     const Id id = ++last_id_;
     due_.emplace(Due{now_ms() + std::max<std::int64_t>(milliseconds, 0), id}, std::move(work));
-    wake_for_first();
+    schedule_next();
     return id;
 }
 
@@ -38,66 +29,50 @@ void Clock::cancel(Id id)
     std::erase_if(due_, [id](const auto &entry) { return entry.first.id == id; });
 }
 
-void Clock::stand()
+void Clock::stop()
 {
-    stood_at_ms_ = now_ms();
-    stands_ = true;
-    sleep();
+    stopped_at_ms_ = now_ms();
+    is_stopped_ = true;
+    timer_.cancel();
 }
 
 void Clock::run()
 {
     origin_ms_ = real_ms() - now_ms();
-    stands_ = false;
-    wake_for_first();
+    is_stopped_ = false;
+    schedule_next();
 }
 
 void Clock::advance(std::int64_t milliseconds)
 {
-    const std::int64_t end = stood_at_ms_ + milliseconds;
+    const std::int64_t end = stopped_at_ms_ + milliseconds;
     while (!due_.empty() && due_.begin()->first.time_ms <= end) {
-        stood_at_ms_ = std::max(stood_at_ms_, due_.begin()->first.time_ms);
-        work_off();
+        stopped_at_ms_ = std::max(stopped_at_ms_, due_.begin()->first.time_ms);
+        make_due_calls();
     }
-    stood_at_ms_ = end;
+    stopped_at_ms_ = end;
 }
 
-void Clock::work_off()
+void Clock::make_due_calls()
 {
-    const Id newest = last_id_; // what the work brings about waits its turn, so that it cannot keep the loop to itself
+    const Id newest = last_id_; // calls added meanwhile wait, so that they cannot keep the main loop to themselves
     while (!due_.empty() && due_.begin()->first.time_ms <= now_ms() && due_.begin()->first.id <= newest) {
-        // Taken out first: the work may cancel others.
+        // Extracted first, because the call may cancel others.
         const auto first = due_.extract(due_.begin());
-        try {
-            first.mapped()();
-        } catch (const std::exception &problem) {
-            std::fprintf(stderr, "korvane-agent: %s\n", problem.what());
-        }
+        contain(first.mapped());
     }
 }
 
-void Clock::wake_for_first()
+void Clock::schedule_next()
 {
-    sleep();
-    if (stands_ || due_.empty())
+    timer_.cancel();
+    if (is_stopped_ || due_.empty())
         return;
     const std::int64_t wait = std::clamp<std::int64_t>(due_.begin()->first.time_ms - now_ms(), 0, G_MAXINT);
-    source_ = g_timeout_add(
-        static_cast<guint>(wait),
-        [](gpointer data) -> gboolean {
-            auto *self = static_cast<Clock *>(data);
-            self->source_ = 0;
-            self->work_off();
-            self->wake_for_first();
-            return G_SOURCE_REMOVE;
-        },
-        this);
-}
-
-void Clock::sleep()
-{
-    if (const unsigned source = std::exchange(source_, 0); source != 0)
-        g_source_remove(source);
+    timer_.call_after(static_cast<unsigned>(wait), [this] {
+        make_due_calls();
+        schedule_next();
+    });
 }
 
 } // namespace kv::virtual_agent

@@ -1,36 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "agent/loop/source.hpp"
+
 #include <cstdint>
 #include <functional>
 #include <map>
 
 namespace kv::virtual_agent {
 
-/// The agent's time. Runs by itself on the GLib main loop, or stands still and moves only when it is told to: then a day
-/// of keep-alives takes no longer than what happens in it.
+/// The agent's time. It runs on the GLib main loop, or is stopped and moves only by advance(): a day of keep-alives then
+/// takes no longer than its events.
 class Clock {
 public:
     using Work = std::function<void()>;
     using Id = std::uint64_t; // never 0
 
-    Clock() = default;
-    Clock(const Clock &) = delete;
-    Clock &operator=(const Clock &) = delete;
-    ~Clock();
-
-    /// Milliseconds since the clock was made.
+    /// Milliseconds since the clock was created.
     std::int64_t now_ms() const;
 
-    /// Does the work once, that much later. What it throws is said on stderr.
+    /// Calls `work` once, after that many milliseconds. An exception from it is printed on stderr.
     Id after(std::int64_t milliseconds, Work work);
-    /// Nothing happens for one that is done.
+    /// Does nothing if the call was made already.
     void cancel(Id id);
 
-    bool stands() const { return stands_; }
-    void stand();
+    bool is_stopped() const { return is_stopped_; }
+    void stop();
     void run();
-    /// Moves a standing clock on and does, in order, all that comes due; what that brings about included.
+    /// Moves a stopped clock and makes, in order, every call that becomes due on the way, calls added by others included.
     void advance(std::int64_t milliseconds);
 
 private:
@@ -40,19 +37,16 @@ private:
         auto operator<=>(const Due &) const = default; // NOLINT(modernize-use-nullptr): the compiler's own 0
     };
 
-    /// Does everything that is due by now.
-    void work_off();
-    void wake_for_first();
-    void sleep();
+    void make_due_calls();
+    void schedule_next();
+    static std::int64_t real_ms();
 
     std::int64_t origin_ms_ = real_ms();
-    std::int64_t stood_at_ms_ = 0;
-    bool stands_ = false;
+    std::int64_t stopped_at_ms_ = 0;
+    bool is_stopped_ = false;
     Id last_id_ = 0;
-    unsigned source_ = 0;
     std::map<Due, Work> due_{};
-
-    static std::int64_t real_ms();
+    Source timer_{};
 };
 
 } // namespace kv::virtual_agent

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "snapshot.hpp"
 
-#include "agent/control/commands/arguments.hpp"
-#include "agent/server/from_json.hpp"
-#include "agent/server/stub.hpp"
+#include "agent/interface/methods.hpp"
+#include "agent/json/arguments.hpp"
 #include "snapshot_members.hpp"
 
 #include <glib.h>
@@ -11,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <deque>
+#include <stdexcept>
 
 namespace kv::virtual_agent {
 
@@ -51,7 +51,7 @@ Json saved(const Json &value)
     return value.copy();
 }
 
-/// The name of a network is any bytes, and so is a request.
+/// Network names and requests may hold any bytes.
 Json saved(const std::string &text)
 {
     if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr))
@@ -121,11 +121,7 @@ Json saved(const Object &object)
 
 [[noreturn]] void wrong(const std::string &path, const char *wanted, const cJSON *value)
 {
-    std::string shown = text_of(value);
-    constexpr std::size_t longest = 100;
-    if (shown.size() > longest)
-        shown = shown.substr(0, longest) + "...";
-    throw std::invalid_argument{path + " must be " + wanted + ", not " + shown};
+    throw std::invalid_argument{path + " must be " + wanted + ", not " + excerpt_of(value)};
 }
 
 void must_be_object(const cJSON *value, const std::string &path)
@@ -222,8 +218,8 @@ template <class Key, class Value>
 void load(std::map<Key, Value> &values, const cJSON *from, const std::string &path)
 {
     must_be_object(from, path);
-    if (cJSON_GetArraySize(from) > static_cast<int>(most_devices))
-        throw std::invalid_argument{path + " has more than " + std::to_string(most_devices) + " members"};
+    if (cJSON_GetArraySize(from) > static_cast<int>(max_devices))
+        throw std::invalid_argument{path + " has more than " + std::to_string(max_devices) + " members"};
     values.clear();
     for (const cJSON *member = from->child; member; member = member->next)
         if constexpr (std::same_as<Key, int>)
@@ -248,7 +244,7 @@ void load(Object &object, const cJSON *from, const std::string &path)
     }
 }
 
-/// What the rest of the agent takes for granted of its own state.
+/// Checks what the rest of the agent assumes about its own state.
 void check(const State &state)
 {
     const auto must = [](bool holds, const char *otherwise) {
@@ -267,7 +263,7 @@ void check(const State &state)
                      [count](int index) { return index >= 0 && index < count; }),
          "snapshot.cloud.keep_alive.selected must be indexes of its intervals");
     must(std::all_of(state.told.begin(), state.told.end(), [](const auto &one) { return find_method(one.first); }),
-         "snapshot.told must go by the ids of methods");
+         "the members of snapshot.told must be ids of methods");
 }
 
 } // namespace

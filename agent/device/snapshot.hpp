@@ -5,12 +5,13 @@
 
 namespace kv::virtual_agent {
 
-/// All of the state that lasts, secrets included, as one object. What is under way is not in it: a sign-up that is yet
-/// to end, a session that is yet to come back.
+/// The lasting state as one object, secrets included. It leaves out what is in progress: a pending sign-up, a session
+/// that is about to be restored.
 Json snapshot_of(const State &state);
 
-/// Gives the state what a snapshot holds; what it does not name is as in a device that was never used. The version stays:
-/// another one is an update. Throws std::invalid_argument with what is wrong and where; nothing has changed then.
+/// Replaces the state by a snapshot. Members that the snapshot lacks get the values of an unused device. The version
+/// stays, because another version is an update. Throws std::invalid_argument with the path and the reason; the state is
+/// then unchanged.
 void restore(State &state, const cJSON *snapshot);
 
 } // namespace kv::virtual_agent

@@ -6,8 +6,8 @@
 #include <concepts>
 #include <type_traits>
 
-/// The members of the state by name, once for writing them and for reading them back: members() calls field(name, member)
-/// for each. Members that follow from others are left out.
+/// The members of the state by name, for both writing and reading a snapshot: members() calls field(name, member) for
+/// each. Members that are derived from others are left out.
 namespace kv::virtual_agent {
 
 template <class Object, class Type>

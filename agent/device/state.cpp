@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "state.hpp"
 
-#include "agent/server/stub.hpp"
-
-#include <rpc_port_stub.h>
+#include "agent/interface/methods.hpp"
 
 #include <glib.h>
 
@@ -49,9 +47,9 @@ Json State::view() const
     return all;
 }
 
-bool State::name_device(std::map<int, std::string> &texts, int device_no, std::string text)
+bool State::set_text(std::map<int, std::string> &texts, int device_no, std::string text)
 {
-    if (text.size() > longest_kept_text || (texts.size() >= most_devices && texts.count(device_no) == 0))
+    if (text.size() > max_kept_text || (texts.size() >= max_devices && texts.count(device_no) == 0))
         return false;
     texts[device_no] = std::move(text);
     return true;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "agent/cloud/cloud_state.hpp"
-#include "agent/phone/setup.hpp"
+#include "cloud_state.hpp"
+#include "setup.hpp"
 #include "version.hpp"
 
 #include <map>
@@ -10,16 +10,16 @@
 
 namespace kv::virtual_agent {
 
-/// What an application may make the agent remember has an end.
-inline constexpr std::size_t most_devices = 1024;
-inline constexpr std::size_t longest_kept_text = 65536;
+/// Limits on what an application can make the agent keep.
+inline constexpr std::size_t max_devices = 1024;
+inline constexpr std::size_t max_kept_text = 65536;
 
 struct SubDevice {
     std::string device_id;
     int presence = 0;
 };
 
-/// What the agent knows. It stands for the whole device, so it is one, whoever is connected.
+/// The state of the emulated device. All connected applications share it.
 struct State {
     Version version = Version::newest();
     std::string device_id;
@@ -35,22 +35,21 @@ struct State {
     std::map<int, std::string> nicks{};        // by device number
     std::map<int, std::string> device_types{}; // by device number
     std::map<int, SubDevice> sub_devices;      // by device number
-    std::map<int, std::string> told;           // by method id: the last request that brought arguments, as it came
+    std::map<int, std::string> told;           // by method id: the bytes of the last request with arguments
 
     Json view() const;
 
-    /// Notes a text for a device number. False when there are too many, or it is too long: what an application may make
-    /// the agent keep has an end.
-    static bool name_device(std::map<int, std::string> &texts, int device_no, std::string text);
+    /// Stores a text for a device number. Returns false if the text is too long or there are too many numbers.
+    static bool set_text(std::map<int, std::string> &texts, int device_no, std::string text);
 
-    /// As after a reset: nobody's device, and nothing is known of what came with an owner.
+    /// Resets what the device knows about its owner, and its sign-up.
     void forget_owner();
 };
 
-/// The same each time for the same name.
+/// A UUID that depends on the name only.
 std::string uuid_of(const std::string &name);
 
-/// The id of a device that nobody has named: the same each time on the same machine.
+/// The default id of the device: a UUID that depends on the machine only.
 std::string device_id_of_this_machine();
 
 } // namespace kv::virtual_agent

@@ -12,13 +12,13 @@ namespace {
 constexpr std::array<std::string_view, 11> versions = {"1.0", "1.1", "1.2", "1.3", "1.4", "1.5",
                                                        "1.6", "2.0", "2.1", "2.2", "2.3"};
 
-/// Whether this is what may follow a known version: nothing, or a dot and a patch number.
+/// Whether the rest of a version is empty, or a dot and a patch number.
 bool is_patch(std::string_view rest)
 {
     if (rest.empty())
         return true;
-    constexpr std::size_t longest = 10;
-    return rest.size() > 1 && rest.size() <= longest && rest[0] == '.' &&
+    constexpr std::size_t max_length = 10;
+    return rest.size() > 1 && rest.size() <= max_length && rest[0] == '.' &&
            rest.find_first_not_of("0123456789", 1) == std::string_view::npos;
 }
 
@@ -43,7 +43,7 @@ Version Version::parse(const std::string &text)
     for (std::string_view known : versions)
         list.append(list.empty() ? "" : ", ").append(known);
     throw std::invalid_argument{"there is no agent version '" + text + "'; it is one of " + list +
-                                ", with a patch number if you like"};
+                                ", optionally with a patch number"};
 }
 
 std::string version_text(int number)

@@ -6,13 +6,13 @@
 
 namespace kv::virtual_agent {
 
-/// The agent version that is emulated: one of those that ever were, with any patch number.
+/// The emulated agent version: one of the released ones, with any patch number.
 class Version {
 public:
-    /// From "2.3" or "2.3.1". Throws std::invalid_argument, naming the versions there are.
+    /// From "2.3" or "2.3.1". Throws std::invalid_argument, which lists the versions.
     static Version parse(const std::string &text);
     static Version newest() { return parse("2.3"); }
-    /// Those that ever were, oldest first.
+    /// All released versions, oldest first.
     static std::vector<std::string> all();
 
     /// 1000 x major + minor, as the interface description counts.

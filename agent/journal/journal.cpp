@@ -9,11 +9,14 @@
 #include <ctime>
 #include <system_error>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 namespace kv::virtual_agent {
 
 namespace {
 
-/// Facts that were at hand, as one text.
+/// Facts that were complete when the entry was written, kept as one text.
 class ReadyFacts final : public Facts {
 public:
     ReadyFacts(const Json &facts, std::string words) : text_(facts.text()), words_(std::move(words)) {}
@@ -39,10 +42,12 @@ Journal::Journal(const std::string &path, bool verbose) : verbose_(verbose)
 {
     if (path.empty())
         return;
-    file_.reset(std::fopen(path.c_str(), "ae"));
+    // Arguments of requests may be private, so others must not read the file.
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY, S_IRUSR | S_IWUSR);
+    file_.reset(fd >= 0 ? ::fdopen(fd, "a") : nullptr);
     if (!file_)
         throw std::system_error{errno, std::generic_category(), "cannot open the log " + path};
-    // Whole lines, each as soon as it is there: others read along.
+    // Written line by line, because other programs follow the file.
     std::setvbuf(file_.get(), nullptr, _IOLBF, 1 << 16);
 }
 
@@ -51,9 +56,9 @@ std::int64_t Journal::now()
     return g_get_real_time();
 }
 
-Journal::Listener Journal::listen(Hear hear)
+Journal::Listener Journal::listen(OnEntry on_entry)
 {
-    auto listener = std::make_shared<const Hear>(std::move(hear));
+    auto listener = std::make_shared<const OnEntry>(std::move(on_entry));
     listeners_.push_back(listener);
     return listener;
 }
@@ -65,45 +70,55 @@ void Journal::write(std::int64_t time_us, const Json &facts, std::string words)
 
 void Journal::write(std::int64_t time_us, std::shared_ptr<const Facts> facts)
 {
-    noted_bytes_ += static_cast<std::int64_t>(facts->bytes());
-    const Entry entry{++last_seq_, time_us, noted_bytes_, std::move(facts)};
-    remember(entry);
-    if (file_ && (std::fprintf(file_.get(), "%s\n", entry.text().c_str()) < 0 || std::fflush(file_.get()) != 0)) {
-        std::fprintf(stderr, "korvane-agent: cannot write the log: %s; it ends here\n", std::strerror(errno));
-        file_.reset();
-    }
-    if (verbose_) {
-        const std::time_t seconds = time_us / G_USEC_PER_SEC;
-        std::tm local{};
-        localtime_r(&seconds, &local);
-        std::fprintf(stderr, "%02d:%02d:%02d.%06d  %s\n", local.tm_hour, local.tm_min, local.tm_sec,
-                     static_cast<int>(time_us % G_USEC_PER_SEC), entry.facts->words().c_str());
-    }
-    tell(entry);
+    written_bytes_ += static_cast<std::int64_t>(facts->bytes());
+    const Entry entry{++last_seq_, time_us, written_bytes_, std::move(facts)};
+    keep(entry);
+    if (file_)
+        write_line(entry);
+    if (verbose_)
+        print(entry);
+    call_listeners(entry);
 }
 
-/// A listener may go, or come, or write another entry, when it hears something.
-void Journal::tell(const Entry &entry)
+void Journal::write_line(const Entry &entry)
 {
-    if (telling_ == 0)
-        std::erase_if(listeners_, [](const auto &listener) { return listener.expired(); });
-    const struct Deeper {
-        explicit Deeper(int &depth) : depth_(++depth) {}
-        ~Deeper() { --depth_; }
-        Deeper(const Deeper &) = delete;
-        Deeper &operator=(const Deeper &) = delete;
-        int &depth_;
-    } telling{telling_};
-    for (std::size_t i = 0; i < listeners_.size(); ++i)
-        if (const Listener hear = listeners_[i].lock())
-            (*hear)(entry);
+    if (std::fprintf(file_.get(), "%s\n", entry.text().c_str()) >= 0 && std::fflush(file_.get()) == 0)
+        return;
+    std::fprintf(stderr, "korvane-agent: cannot write the log: %s; it ends here\n", std::strerror(errno));
+    file_.reset();
 }
 
-void Journal::remember(const Entry &entry)
+void Journal::print(const Entry &entry) const
+{
+    const std::time_t seconds = entry.time_us / G_USEC_PER_SEC;
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    std::fprintf(stderr, "%02d:%02d:%02d.%06d  %s\n", local.tm_hour, local.tm_min, local.tm_sec,
+                 static_cast<int>(entry.time_us % G_USEC_PER_SEC), entry.facts->words().c_str());
+}
+
+/// A listener may release itself, add another one or write an entry while it is called.
+void Journal::call_listeners(const Entry &entry)
+{
+    if (calls_ == 0)
+        std::erase_if(listeners_, [](const auto &listener) { return listener.expired(); });
+    const struct Nested {
+        explicit Nested(int &count) : count_(++count) {}
+        ~Nested() { --count_; }
+        Nested(const Nested &) = delete;
+        Nested &operator=(const Nested &) = delete;
+        int &count_;
+    } nested{calls_};
+    for (std::size_t i = 0; i < listeners_.size(); ++i)
+        if (const Listener on_entry = listeners_[i].lock())
+            (*on_entry)(entry);
+}
+
+void Journal::keep(const Entry &entry)
 {
     kept_bytes_ += entry.facts->bytes();
     entries_.push_back(entry);
-    while (entries_.size() > most_entries || kept_bytes_ > most_bytes) {
+    while (entries_.size() > max_entries || kept_bytes_ > max_bytes) {
         kept_bytes_ -= entries_.front().facts->bytes();
         entries_.pop_front();
     }
@@ -120,14 +135,6 @@ void Journal::clear()
     entries_.clear();
     entries_.shrink_to_fit();
     kept_bytes_ = 0;
-}
-
-std::string in_words(const Json &object)
-{
-    std::string words;
-    for (const cJSON *member = object.get()->child; member; member = member->next)
-        words.append(words.empty() ? "" : ", ").append(member->string).append(" ").append(text_of(member));
-    return words;
 }
 
 } // namespace kv::virtual_agent

@@ -25,28 +25,38 @@ std::string new_pin()
 const std::vector<Step<Phone>> &Phone::steps()
 {
     static const std::vector<Step<Phone>> all = {
-        {"connect", "", 1000, &Phone::connect, "the phone finds the device and connects to it"},
-        {"leave", "", 1000, &Phone::leave, "it goes away; whatever was begun is given up"},
-        {"confirm", "", 1000, &Phone::confirm, "asks the user at the device to confirm"},
-        {"pin", R"([{"kind":"display"|"ultrasound"|"label","pin":TEXT}])", 1000, &Phone::pin, "asks the device for its PIN: shown, played, or on its label"},
-        {"enter-pin", R"({"pin":TEXT})", 1000, &Phone::enter_pin, "the user enters it, three times at most"},
-        {"scan", "", 1000, &Phone::scan, "has the device look for networks"},
-        {"choose", R"({"ssid":TEXT|"index":N,"password":TEXT[,"hidden":BOOL]})", 1000, &Phone::choose, "the user chooses one of them"},
-        {"join", "", 1000, &Phone::join, "phone and device meet on the chosen network"},
-        {"provision", R"([{"language":TEXT,"country":TEXT,"datetime":TEXT,"rmd":TEXT,"account":TEXT}])", 1000, &Phone::provision, "tells the device where and whose it is"},
-        {"language", R"({"type":TEXT,"value":TEXT})", 1003, &Phone::language, "sets the device's language, or what else the type says"},
-        {"vendor-info", R"([{"value":N,"text":TEXT|OBJECT}])", 1003, &Phone::vendor_info, "brings vendor data"},
-        {"features", R"([{"feature":N}])", 1003, &Phone::features, "says what way of on-boarding it can"},
-        {"get-provisioning", R"({"text":TEXT[,"value":N]})", 1004, &Phone::get_provisioning, "asks for provisioning data"},
-        {"accept-terms", R"([{"accepted":BOOL}])", 1003, &Phone::accept_terms, "the user accepts the terms, or does not"},
-        {"stop-soft-ap", "", 1000, &Phone::stop_soft_ap, "has the device take down its own access point"},
-        {"finish", "", 1000, &Phone::finish, "the device is set up, and owned"},
-        {"rename", R"({"nick":TEXT[,"device_no":N]})", 1003, &Phone::rename, "gives a device another name"},
-        {"remove", "", 1000, &Phone::remove, "removes the device: the user confirms at the device, and it is reset"},
+        {"connect", "", 1000, &Phone::connect, "finds the device and connects to it"},
+        {"leave", "", 1000, &Phone::leave, "disconnects; an unfinished setup is given up"},
+        {"confirm", "", 1000, &Phone::confirm, "requests a confirmation by the user at the device"},
+        {"pin", R"([{"kind":"display"|"ultrasound"|"label","pin":TEXT}])", 1000, &Phone::pin, "requests the PIN of the device: displayed, played as ultrasound or on its label"},
+        {"enter-pin", R"({"pin":TEXT})", 1000, &Phone::enter_pin, "enters the PIN; there are three tries"},
+        {"scan", "", 1000, &Phone::scan, "requests a scan for networks"},
+        {"choose", R"({"ssid":TEXT|"index":N,"password":TEXT[,"hidden":BOOL]})", 1000, &Phone::choose, "chooses a network"},
+        {"join", "", 1000, &Phone::join, "finds the device on the chosen network"},
+        {"provision", R"([{"language":TEXT,"country":TEXT,"datetime":TEXT,"rmd":TEXT,"account":TEXT}])", 1000, &Phone::provision, "sends place, time and account to the device"},
+        {"language", R"({"type":TEXT,"value":TEXT})", 1003, &Phone::language, "sets the language of the device, or another setting by type"},
+        {"vendor-info", R"([{"value":N,"text":TEXT|OBJECT}])", 1003, &Phone::vendor_info, "sends vendor data"},
+        {"features", R"([{"feature":N}])", 1003, &Phone::features, "reports which on-boarding it supports"},
+        {"get-provisioning", R"({"text":TEXT[,"value":N]})", 1004, &Phone::get_provisioning, "requests provisioning data"},
+        {"accept-terms", R"([{"accepted":BOOL}])", 1003, &Phone::accept_terms, "reports whether the user accepts the terms"},
+        {"stop-soft-ap", "", 1000, &Phone::stop_soft_ap, "has the device stop its own access point"},
+        {"finish", "", 1000, &Phone::finish, "ends the setup; the device is set up and owned"},
+        {"rename", R"({"nick":TEXT[,"device_no":N]})", 1003, &Phone::rename, "renames a device"},
+        {"remove", "", 1000, &Phone::remove, "removes the device, which the user confirms at the device; it is then reset"},
     };
     return all;
 }
 // clang-format on
+
+// An event may also be published by the command `emit`. The device replies to it in the same way, so requests are noted
+// where every event passes.
+Phone::Phone(State &state, EventHub &hub) : state_(state), hub_(hub)
+{
+    hub_.observe(master::scan_ap_cb{}, [this](int request) { setup().scan = request; });
+    hub_.observe(master::provisioning_language_cb{}, [this](int request, const char *type, const char *value) {
+        setup().language_requests[request] = {type ? type : "", value ? value : ""};
+    });
+}
 
 void Phone::must_be_connected() const
 {
@@ -57,7 +67,7 @@ void Phone::must_be_connected() const
 void Phone::enter(Stage stage)
 {
     if (std::exchange(setup().stage, stage) != stage)
-        announcer_.announce(master::status_changed_cb{}, static_cast<int>(stage));
+        hub_.publish(master::status_changed_cb{}, static_cast<int>(stage));
 }
 
 Json Phone::connect(Arguments &arguments)
@@ -75,7 +85,7 @@ Json Phone::leave(Arguments &arguments)
 {
     arguments.end();
     must_be_connected();
-    take_pin_away();
+    hide_pin();
     setup().scan.reset();
     setup().language_requests.clear();
     enter(Stage::waiting);
@@ -87,7 +97,7 @@ Json Phone::confirm(Arguments &arguments)
     arguments.end();
     must_be_connected();
     setup().confirmed.reset();
-    announcer_.tell(master::user_confirm_cb{});
+    hub_.require(master::user_confirm_cb{});
     return Json::object();
 }
 
@@ -116,7 +126,7 @@ Json Phone::pin(Arguments &arguments)
         next.text = given.value_or(new_pin());
     } else if (kind == "label") {
         if (setup().preconfigured_pin.empty())
-            refuse("the device has told no preconfigured PIN that could be on its label");
+            refuse("the device has set no preconfigured PIN, so its label has none");
         next.kind = Pin::Kind::label;
         next.text = setup().preconfigured_pin;
     } else {
@@ -136,22 +146,22 @@ void Phone::show_pin()
 {
     const Pin &pin = setup().pin;
     switch (pin.kind) {
-    case Pin::Kind::display: announcer_.tell(master::pin_generate_cb{}, pin.text.c_str(), pin.tries_left); break;
+    case Pin::Kind::display: hub_.require(master::pin_generate_cb{}, pin.text.c_str(), pin.tries_left); break;
     case Pin::Kind::ultrasound:
-        announcer_.tell(master::ultrasound_pin_generate_cb{}, pin.text.c_str(), pin.tries_left);
+        hub_.require(master::ultrasound_pin_generate_cb{}, pin.text.c_str(), pin.tries_left);
         break;
     case Pin::Kind::label: break;
     }
 }
 
-void Phone::take_pin_away()
+void Phone::hide_pin()
 {
     Pin &pin = setup().pin;
     if (std::exchange(pin.tries_left, 0) == 0)
         return;
     switch (pin.kind) {
-    case Pin::Kind::display: announcer_.announce(master::pin_display_close_cb{}); break;
-    case Pin::Kind::ultrasound: announcer_.announce(master::ultrasound_pin_stop_cb{}); break;
+    case Pin::Kind::display: hub_.publish(master::pin_display_close_cb{}); break;
+    case Pin::Kind::ultrasound: hub_.publish(master::ultrasound_pin_stop_cb{}); break;
     case Pin::Kind::label: break;
     }
 }
@@ -163,12 +173,12 @@ Json Phone::enter_pin(Arguments &arguments)
     must_be_connected();
     Pin &pin = setup().pin;
     if (pin.tries_left == 0)
-        refuse("no PIN is asked for; 'pin' comes first");
+        refuse("no PIN was requested; 'pin' comes first");
     pin.verified = entered == pin.text;
     if (pin.verified) {
-        take_pin_away();
+        hide_pin();
     } else if (pin.tries_left == 1) {
-        take_pin_away();
+        hide_pin();
         enter(Stage::failed);
     } else {
         --pin.tries_left;
@@ -177,7 +187,7 @@ Json Phone::enter_pin(Arguments &arguments)
     return std::move(Json::object().set("verified", pin.verified).set("tries_left", pin.tries_left));
 }
 
-// ---- afterwards ------------------------------------------------------------------------------------------------------
+// ---- end of the setup ------------------------------------------------------------------------------------------------
 
 Json Phone::finish(Arguments &arguments)
 {
@@ -195,7 +205,7 @@ Json Phone::rename(Arguments &arguments)
     const std::string nick = arguments.required_text("nick");
     const int device_no = arguments.number("device_no").value_or(0);
     arguments.end();
-    announcer_.tell(master::nick_changed_cb{}, device_no, nick.c_str());
+    hub_.require(master::nick_changed_cb{}, device_no, nick.c_str());
     state_.nicks[device_no] = nick;
     return Json::object();
 }
@@ -204,7 +214,7 @@ Json Phone::remove(Arguments &arguments)
 {
     arguments.end();
     setup().reset_confirmed.reset();
-    announcer_.tell(master::reset_confirm_cb{});
+    hub_.require(master::reset_confirm_cb{});
     return Json::object();
 }
 
@@ -215,7 +225,7 @@ void Phone::reset_confirmed(bool yes)
         reset();
 }
 
-/// What the device told of itself when it started remains true.
+/// What the device reported about itself when it started stays valid.
 void Phone::reset()
 {
     Setup fresh;
@@ -232,8 +242,8 @@ void Phone::reset()
     setup() = std::move(fresh);
     state_.forget_owner();
     if (begun)
-        announcer_.announce(master::status_changed_cb{}, static_cast<int>(Stage::waiting));
-    announcer_.announce(master::reset_result_cb{}, true);
+        hub_.publish(master::status_changed_cb{}, static_cast<int>(Stage::waiting));
+    hub_.publish(master::reset_result_cb{}, true);
 }
 
 } // namespace kv::virtual_agent

@@ -2,37 +2,34 @@
 #pragma once
 
 #include "agent/device/state.hpp"
-#include "agent/server/announcer.hpp"
-#include "agent/server/step.hpp"
+#include "agent/device/step.hpp"
+#include "agent/server/event_hub.hpp"
 
 #include <string>
 #include <vector>
 
 namespace kv::virtual_agent {
 
-/// What the user does with the phone during a setup, step by step, and what the device answers. Steps that make no sense
-/// at their moment, that this agent version does not have, or that no application listens to throw std::invalid_argument
-/// and say so; nothing has happened then.
+/// The simulated phone: the steps of a setup, and the device's replies to them. A step throws std::invalid_argument, and
+/// changes nothing, if it makes no sense in the present state, the agent version does not have it, or no application is
+/// registered for its event.
 class Phone {
 public:
-    Phone(State &state, Announcer &announcer) : state_(state), announcer_(announcer) {}
+    Phone(State &state, EventHub &hub);
 
     static constexpr const char *name = "phone";
     static const std::vector<Step<Phone>> &steps();
 
-    /// Does a step, and gives back what is to be known of it.
+    /// Runs a step and returns its result.
     Json run(const std::string &step, const cJSON *arguments)
     {
         return run_step(*this, state_.version, step, arguments);
     }
 
-    /// An event that was sent by hand asks the device as a step does, so its answer is waited for as well.
-    void asked(int event, const Json &values);
-
-    // What the device answers and tells; false for an answer to what nobody has asked.
+    // Replies and reports of the device. They return false for a request id that is not pending.
     bool networks_found(int request, std::vector<AccessPoint> networks);
-    bool language_taken_up(int request, bool taken_up);
-    void could_not_join(int error_code);
+    bool language_answered(int request, bool applied);
+    void join_failed(int error_code);
     void confirmed(bool yes);
     void reset_confirmed(bool yes);
     void reset();
@@ -61,12 +58,12 @@ private:
     void must_be_connected() const;
     void enter(Stage stage);
     void show_pin();
-    void take_pin_away();
+    void hide_pin();
     const AccessPoint &network(Arguments &arguments);
     std::string candidates_of(const AccessPoint &network) const;
 
     State &state_;
-    Announcer &announcer_;
+    EventHub &hub_;
 };
 
 } // namespace kv::virtual_agent

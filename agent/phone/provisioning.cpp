@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a phone is there for: it has the device find networks, tells it which to join and where and whose it is.
+// The steps of the phone that give the device its network and its data.
 #include "phone.hpp"
 
 #include <algorithm>
@@ -8,7 +8,7 @@ namespace kv::virtual_agent {
 
 namespace {
 
-constexpr int with_candidates_since = 1003; // an access point is a document, with others of the same name
+constexpr int with_candidates_since = 1003; // the access point is a document with others of the same name
 constexpr int with_bssid_since = 1004;
 
 Json request_of(int id)
@@ -42,9 +42,8 @@ Json Phone::scan(Arguments &arguments)
     arguments.end();
     must_be_connected();
     const int request = setup().last_request + 1;
-    announcer_.tell(master::scan_ap_cb{}, request);
+    hub_.require(master::scan_ap_cb{}, request);
     setup().last_request = request;
-    setup().scan = request;
     setup().networks.clear();
     return request_of(request);
 }
@@ -74,11 +73,11 @@ const AccessPoint &Phone::network(Arguments &arguments)
     const auto named =
         std::find_if(found.begin(), found.end(), [&](const AccessPoint &network) { return network.ssid == *ssid; });
     if (named == found.end())
-        refuse("the device has found no network '" + *ssid + "'; 'scan' again, or say that it is hidden");
+        refuse("the device has found no network '" + *ssid + "'; 'scan' again, or choose it with \"hidden\":true");
     return *named;
 }
 
-/// The other access points of the same network.
+/// The other access points of the same network, as JSON.
 std::string Phone::candidates_of(const AccessPoint &network) const
 {
     Json others = Json::array();
@@ -109,7 +108,7 @@ Json Phone::choose(Arguments &arguments)
         record->authtype = chosen.auth_type;
         record->enctype = chosen.enc_type;
         record->channel = chosen.channel;
-        announcer_.tell(master::wifi_ap_provisioning_cb{}, record.get());
+        hub_.require(master::wifi_ap_provisioning_cb{}, record.get());
     } else {
         Json document = Json::object();
         document.set("ap_ssid", Json::bytes(chosen.ssid))
@@ -119,7 +118,7 @@ Json Phone::choose(Arguments &arguments)
         if (state_.version.number() >= with_bssid_since)
             document.set("ap_bssid", chosen.bssid);
         document.set("ap_candidates", candidates_of(chosen));
-        announcer_.tell(master::wifi_ap_prov_with_candidates_cb{}, document.text().c_str());
+        hub_.require(master::wifi_ap_prov_with_candidates_cb{}, document.text().c_str());
     }
     setup().chosen = std::move(chosen);
     setup().wifi_error.reset();
@@ -127,7 +126,7 @@ Json Phone::choose(Arguments &arguments)
     return Json::object();
 }
 
-void Phone::could_not_join(int error_code)
+void Phone::join_failed(int error_code)
 {
     setup().wifi_error = error_code;
     if (setup().stage == Stage::joining)
@@ -151,12 +150,12 @@ Json Phone::join(Arguments &arguments)
 Json Phone::stop_soft_ap(Arguments &arguments)
 {
     arguments.end();
-    announcer_.tell(master::softap_stop_cb{});
+    hub_.require(master::softap_stop_cb{});
     setup().soft_ap_stopped = true;
     return Json::object();
 }
 
-// ---- what the device is told, and asked ------------------------------------------------------------------------------
+// ---- data ------------------------------------------------------------------------------------------------------------
 
 Json Phone::provision(Arguments &arguments)
 {
@@ -168,41 +167,27 @@ Json Phone::provision(Arguments &arguments)
     record->account = copy_of(arguments.text("account").value_or("user@example.org"));
     arguments.end();
     must_be_connected();
-    announcer_.tell(master::device_provisioning_cb{}, record.get());
+    hub_.require(master::device_provisioning_cb{}, record.get());
     return Json::object();
 }
 
 Json Phone::language(Arguments &arguments)
 {
-    LanguageRequest wanted{arguments.required_text("type"), arguments.required_text("value")};
+    const LanguageRequest wanted{arguments.required_text("type"), arguments.required_text("value")};
     arguments.end();
     must_be_connected();
     const int request = setup().last_request + 1;
-    announcer_.tell(master::provisioning_language_cb{}, request, wanted.type.c_str(), wanted.value.c_str());
+    hub_.require(master::provisioning_language_cb{}, request, wanted.type.c_str(), wanted.value.c_str());
     setup().last_request = request;
-    setup().language_requests.emplace(request, std::move(wanted));
     return request_of(request);
 }
 
-void Phone::asked(int event, const Json &values)
+bool Phone::language_answered(int request, bool applied)
 {
-    const auto value = [&values](const char *member) { return cJSON_GetObjectItemCaseSensitive(values.get(), member); };
-    const auto text = [&](const char *member) {
-        const char *given = cJSON_GetStringValue(value(member));
-        return std::string{given ? given : ""};
-    };
-    if (event == master::scan_ap_cb::id)
-        setup().scan = value("req_id")->valueint;
-    else if (event == master::provisioning_language_cb::id)
-        setup().language_requests[value("req_id")->valueint] = {text("type"), text("value")};
-}
-
-bool Phone::language_taken_up(int request, bool taken_up)
-{
-    const auto asked = setup().language_requests.extract(request);
-    if (asked && taken_up)
-        setup().settings[asked.mapped().type] = asked.mapped().value;
-    return static_cast<bool>(asked);
+    const auto pending = setup().language_requests.extract(request);
+    if (pending && applied)
+        setup().settings[pending.mapped().type] = pending.mapped().value;
+    return static_cast<bool>(pending);
 }
 
 Json Phone::vendor_info(Arguments &arguments)
@@ -210,7 +195,7 @@ Json Phone::vendor_info(Arguments &arguments)
     const int value = arguments.number("value").value_or(0);
     const std::string text = arguments.document("text").value_or("{}");
     arguments.end();
-    announcer_.tell(master::provisioning_vendor_info_cb{}, value, text.c_str());
+    hub_.require(master::provisioning_vendor_info_cb{}, value, text.c_str());
     return Json::object();
 }
 
@@ -218,7 +203,7 @@ Json Phone::features(Arguments &arguments)
 {
     const int feature = arguments.number("feature").value_or(1);
     arguments.end();
-    announcer_.tell(master::otm_support_feature_cb{}, feature);
+    hub_.require(master::otm_support_feature_cb{}, feature);
     return Json::object();
 }
 
@@ -227,7 +212,7 @@ Json Phone::get_provisioning(Arguments &arguments)
     const std::string text = arguments.required_text("text");
     const int value = arguments.number("value").value_or(0);
     arguments.end();
-    announcer_.tell(master::provisioning_get_requested_cb{}, text.c_str(), value);
+    hub_.require(master::provisioning_get_requested_cb{}, text.c_str(), value);
     return Json::object();
 }
 
@@ -236,7 +221,7 @@ Json Phone::accept_terms(Arguments &arguments)
     Json result = Json::object();
     result.set("accepted", arguments.flag("accepted").value_or(true));
     arguments.end();
-    announcer_.tell(master::tnc_result_cb{}, result.text().c_str());
+    hub_.require(master::tnc_result_cb{}, result.text().c_str());
     return Json::object();
 }
 

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "play.hpp"
 
-#include "matching.hpp"
-
-#include <glib.h>
+#include "agent/json/matching.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -12,15 +10,15 @@ namespace kv::virtual_agent {
 
 namespace {
 
-constexpr std::size_t most_calls = 10'000;
-constexpr std::size_t most_named_calls = 5;
+constexpr std::size_t max_calls = 10'000;
+constexpr std::size_t max_named_calls = 5;
 
 const cJSON *arguments_of(const Json &facts)
 {
     return cJSON_GetObjectItemCaseSensitive(facts.get(), "arguments");
 }
 
-/// In what a call is not the expected one; none when it is.
+/// Describes how a call differs from the expected one; nothing if it matches.
 std::optional<std::string> difference_of(const Scenario::Step &step, const Json &facts)
 {
     if (auto found = difference(step.arguments.get(), arguments_of(facts), ""))
@@ -30,7 +28,7 @@ std::optional<std::string> difference_of(const Scenario::Step &step, const Json 
     return difference(step.answer.get(), cJSON_GetObjectItemCaseSensitive(facts.get(), "answer"), "answer");
 }
 
-/// What a step does may be told everywhere, but for these.
+/// The arguments of a step without those that may be secret.
 Json without_secrets(const cJSON *arguments)
 {
     Json shown = Json::copy_of(arguments);
@@ -57,18 +55,11 @@ std::string in_words(const Scenario::Step &step)
     return "";
 }
 
-Play::Play(Steered &agent, Journal &journal, Scenario scenario, Ended ended)
-    : agent_(agent), journal_(journal), scenario_(std::move(scenario)), ended_(std::move(ended)),
-      listener_(journal.listen([this](const Journal::Entry &entry) { heard(entry.json()); }))
+Play::Play(ControlledAgent &agent, Scenario scenario, Ended ended)
+    : agent_(agent), scenario_(std::move(scenario)), ended_(std::move(ended)),
+      listener_(agent.journal.listen([this](const Journal::Entry &entry) { on_entry(entry.json()); }))
 {
     play_soon();
-}
-
-Play::~Play()
-{
-    for (unsigned source : {soon_, limit_})
-        if (source != 0)
-            g_source_remove(source);
 }
 
 const Scenario::Step *Play::current() const
@@ -81,39 +72,30 @@ void Play::stop()
     end("it was stopped");
 }
 
-void Play::heard(const Json &facts)
+void Play::on_entry(const Json &facts)
 {
     if (const char *method = cJSON_GetStringValue(cJSON_GetObjectItemCaseSensitive(facts.get(), "method"))) {
         calls_.push_back({method, facts.copy()});
-        if (calls_.size() > most_calls)
+        if (calls_.size() > max_calls)
             calls_.pop_front();
     }
     play_soon();
 }
 
-/// Not at once: what is heard may be in the middle of being answered.
+/// Later, because the request behind the entry may not be answered yet.
 void Play::play_soon()
 {
-    if (soon_ != 0)
-        return;
-    soon_ = g_idle_add_full(
-        G_PRIORITY_DEFAULT,
-        [](gpointer data) -> gboolean {
-            auto *self = static_cast<Play *>(data);
-            self->soon_ = 0;
-            self->play();
-            return G_SOURCE_REMOVE;
-        },
-        this, nullptr);
+    if (!soon_.is_active())
+        soon_.call_soon([this] { play(); });
 }
 
 void Play::play()
 {
     while (next_ < scenario_.steps.size()) {
         const Step &step = scenario_.steps[next_];
-        if (step.is_for(agent_.state.version.number())) {
+        if (step.applies_to(agent_.state.version.number())) {
             try {
-                if (!done(step)) {
+                if (!is_done(step)) {
                     start_waiting(step);
                     return;
                 }
@@ -124,24 +106,23 @@ void Play::play()
             if (step.kind != Step::Kind::command)
                 note(step, "");
         }
-        if (const unsigned limit = std::exchange(limit_, 0); limit != 0)
-            g_source_remove(limit);
+        timeout_.cancel();
         waited_ = false;
         ++next_;
     }
     end("");
 }
 
-bool Play::done(const Step &step)
+bool Play::is_done(const Step &step)
 {
     switch (step.kind) {
     case Step::Kind::say: return true;
     case Step::Kind::wait: return waited_ || step.within_ms == 0;
     case Step::Kind::expect: return was_called(step);
-    case Step::Kind::until: return state_is_so(step);
+    case Step::Kind::until: return state_matches(step);
     case Step::Kind::command:
         note(step, "");
-        calls_.clear(); // what is expected next is what this brings about
+        calls_.clear(); // later expectations are about calls after this command
         run_command(agent_, *step.command, step.arguments.get());
         return true;
     }
@@ -159,7 +140,7 @@ bool Play::was_called(const Step &step)
     return true;
 }
 
-bool Play::state_is_so(const Step &step)
+bool Play::state_matches(const Step &step)
 {
     const Json state = view_of(agent_);
     for (const cJSON *wanted = step.arguments.get()->child; wanted; wanted = wanted->next) {
@@ -183,31 +164,22 @@ std::string Play::nearest_call(const Step &step) const
             nearest = &call.facts;
         }
     if (nearest)
-        return "it was called otherwise: " + difference_of(step, *nearest).value_or("");
+        return "it was called with other values: " + difference_of(step, *nearest).value_or("");
     if (calls_.empty())
         return "nothing was called";
     std::string names;
-    for (std::size_t i = 0; i < std::min(calls_.size(), most_named_calls); ++i)
+    for (std::size_t i = 0; i < std::min(calls_.size(), max_named_calls); ++i)
         names += (i == 0 ? "" : ", ") + calls_[i].method;
-    return "instead came " + names + (calls_.size() > most_named_calls ? ", ..." : "");
+    return "called instead: " + names + (calls_.size() > max_named_calls ? ", ..." : "");
 }
 
 void Play::start_waiting(const Step &step)
 {
-    if (limit_ != 0)
-        return;
-    limit_ = g_timeout_add(
-        static_cast<guint>(step.within_ms),
-        [](gpointer data) -> gboolean {
-            auto *self = static_cast<Play *>(data);
-            self->limit_ = 0;
-            self->time_is_up();
-            return G_SOURCE_REMOVE;
-        },
-        this);
+    if (!timeout_.is_active())
+        timeout_.call_after(static_cast<unsigned>(step.within_ms), [this] { time_out(); });
 }
 
-void Play::time_is_up()
+void Play::time_out()
 {
     if (!current())
         return;
@@ -217,7 +189,7 @@ void Play::time_is_up()
         play();
         return;
     }
-    if (step.kind == Step::Kind::until && state_is_so(step)) { // by the clock alone, which the journal does not tell
+    if (step.kind == Step::Kind::until && state_matches(step)) { // the clock may have changed it without an entry
         play();
         return;
     }
@@ -232,22 +204,22 @@ void Play::note(const Step &step, const std::string &problem)
     facts.set("ok", problem.empty());
     if (!problem.empty())
         facts.set("problem", problem);
-    journal_.write(Journal::now(), facts,
-                   "step    " + in_words(step) + (problem.empty() ? "" : "  [failed: " + problem + "]"));
+    agent_.journal.write(Journal::now(), facts,
+                         "step    " + in_words(step) + (problem.empty() ? "" : "  [failed: " + problem + "]"));
 }
 
 void Play::end(const std::string &problem)
 {
-    std::string told;
+    std::string failure;
     if (!problem.empty()) {
         const Step &step = scenario_.steps[next_];
         note(step, problem);
-        told = (step.file.empty() ? "line " : step.file + ", line ") + std::to_string(step.line) + ", " +
-               in_words(step) + ": " + problem;
+        failure = (step.file.empty() ? "line " : step.file + ", line ") + std::to_string(step.line) + ", " +
+                  in_words(step) + ": " + problem;
     }
     next_ = scenario_.steps.size();
     if (const Ended ended = std::exchange(ended_, nullptr))
-        ended(told);
+        ended(failure);
 }
 
 } // namespace kv::virtual_agent

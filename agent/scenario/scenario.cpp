@@ -1,28 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenario.hpp"
 
-#include <cerrno>
-#include <fstream>
+#include "agent/files/read_file.hpp"
+
+#include <algorithm>
 #include <limits>
 #include <memory>
-#include <sstream>
-#include <system_error>
+#include <stdexcept>
+#include <utility>
 
 namespace kv::virtual_agent {
 
 namespace {
 
-using Document = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
 using Kind = Scenario::Step::Kind;
 
-constexpr int patience_ms = 5000;
+constexpr int default_timeout_ms = 5000;
 
 int line_at(const std::string &text, std::size_t position)
 {
     return 1 + static_cast<int>(std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(position), '\n'));
 }
 
-/// The lines in which the items of the array begin that a top-level member holds. The text is known to be good JSON.
+/// The lines at which the items of a top-level array begin. The text must be valid JSON.
 std::vector<int> lines_of_items(const std::string &text, const std::string &member)
 {
     std::vector<int> lines;
@@ -50,30 +50,22 @@ std::vector<int> lines_of_items(const std::string &text, const std::string &memb
     return lines;
 }
 
-/// A version as the interface counts; the bound of the steps that are for all versions when there is none.
+/// A version as a number; `otherwise` if the member is missing.
 int version_in(Arguments &members, const char *name, int otherwise)
 {
     const std::optional<std::string> text = members.text(name);
     return text ? Version::parse(*text).number() : otherwise;
 }
 
-int milliseconds(Arguments &members, const char *name, int otherwise)
-{
-    const int value = members.number(name).value_or(otherwise);
-    if (value < 0)
-        throw std::invalid_argument{std::string{"'"} + name + "' cannot be negative"};
-    return value;
-}
-
 Json object_in(Arguments &members, const char *name)
 {
     const cJSON *value = members.any(name);
     if (value && !cJSON_IsObject(value))
-        throw std::invalid_argument{std::string{"'"} + name + "' must be an object, not " + text_of(value)};
+        throw std::invalid_argument{std::string{"'"} + name + "' must be an object, not " + excerpt_of(value)};
     return value ? Json::copy_of(value) : Json::object();
 }
 
-/// A command's first argument stands behind its name; the others are members of the same object.
+/// The arguments of a command: the first is the value of the member with its name, the others are members by name.
 Json command_arguments(const Command &command, Arguments &members)
 {
     Json arguments = Json::object();
@@ -86,7 +78,7 @@ Json command_arguments(const Command &command, Arguments &members)
     return arguments;
 }
 
-/// What kind of step the object is: the one member that names one.
+/// Reads the kind of a step from the one member that names it, and its other members.
 void take_kind(Scenario::Step &step, const cJSON *object)
 {
     Arguments members{object};
@@ -109,7 +101,7 @@ void take_kind(Scenario::Step &step, const cJSON *object)
     if (is("until", Kind::until))
         step.arguments = object_in(members, "until");
     if (is("wait_ms", Kind::wait))
-        step.within_ms = milliseconds(members, "wait_ms", 0);
+        step.within_ms = members.count("wait_ms").value_or(0);
     if (is("say", Kind::say))
         step.text = members.required_text("say");
     for (const Command &command : all_commands())
@@ -121,45 +113,60 @@ void take_kind(Scenario::Step &step, const cJSON *object)
         throw std::invalid_argument{"a step has one of 'expect', 'until', 'wait_ms', 'say' or a command's name"};
 
     if (step.kind == Kind::expect || step.kind == Kind::until)
-        step.within_ms = milliseconds(members, "within_ms", patience_ms);
+        step.within_ms = members.count("within_ms").value_or(default_timeout_ms);
     step.since = version_in(members, "since", 0);
     step.before = version_in(members, "before", std::numeric_limits<int>::max());
-    members.text("note"); // for whoever reads the file
+    members.text("note"); // a comment in the file
     members.end();
 }
 
-Document parsed(const std::string &text)
+/// The line of the first mistake in a text that is not JSON.
+int line_of_mistake(const std::string &text)
 {
     const char *end = nullptr;
-    Document document{cJSON_ParseWithOpts(text.c_str(), &end, true), cJSON_Delete};
-    if (!document) {
-        const auto position = static_cast<std::size_t>(end ? end - text.c_str() : 0);
-        throw std::invalid_argument{"line " + std::to_string(line_at(text, std::min(position, text.size()))) +
-                                    ": here it is no JSON any more"};
-    }
-    return document;
+    const std::unique_ptr<cJSON, decltype(&cJSON_Delete)> document{cJSON_ParseWithOpts(text.c_str(), &end, true),
+                                                                   cJSON_Delete};
+    const auto position = static_cast<std::size_t>(end ? end - text.c_str() : 0);
+    return line_at(text, std::min(position, text.size()));
 }
 
 } // namespace
 
 Scenario Scenario::parse(const std::string &text)
 {
-    const Document document = parsed(text);
-    const cJSON *steps = cJSON_GetObjectItemCaseSensitive(document.get(), "steps");
+    Json document;
+    try {
+        document = Json::parse(text);
+    } catch (const JsonTooLarge &problem) {
+        throw std::invalid_argument{std::string{"line 1: "} + problem.what()};
+    } catch (const std::invalid_argument &) {
+        throw std::invalid_argument{"line " + std::to_string(line_of_mistake(text)) +
+                                    ": the text is not JSON from here on"};
+    }
+    return from_json(document.get(), lines_of_items(text, "steps"));
+}
+
+Scenario Scenario::from_json(const cJSON *document)
+{
+    return from_json(document, {});
+}
+
+Scenario Scenario::from_json(const cJSON *document, const std::vector<int> &lines)
+{
+    const cJSON *steps = cJSON_GetObjectItemCaseSensitive(document, "steps");
     if (!cJSON_IsArray(steps))
         throw std::invalid_argument{"line 1: a scenario is an object with an array 'steps'"};
     Scenario scenario;
-    Arguments members{document.get()};
-    scenario.title = members.text("title").value_or("");
-    members.any("steps");
-    members.text("note");
     try {
+        Arguments members{document};
+        scenario.title = members.text("title").value_or("");
+        members.any("steps");
+        members.text("note");
         members.end();
     } catch (const std::invalid_argument &problem) {
         throw std::invalid_argument{std::string{"line 1: "} + problem.what()};
     }
 
-    const std::vector<int> lines = lines_of_items(text, "steps");
     for (const cJSON *item = steps->child; item; item = item->next) {
         const std::size_t index = scenario.steps.size();
         Step step{Kind::say, index < lines.size() ? lines[index] : 1};
@@ -182,12 +189,9 @@ void Scenario::append(Scenario more)
 
 Scenario Scenario::load(const std::string &path)
 {
-    std::ifstream file{path};
-    std::ostringstream text;
-    if (!file || !(text << file.rdbuf()))
-        throw std::system_error{errno != 0 ? errno : EIO, std::generic_category(), "cannot read the scenario " + path};
+    const std::string text = read_file(path, max_file);
     try {
-        Scenario scenario = parse(text.str());
+        Scenario scenario = parse(text);
         for (Step &step : scenario.steps)
             step.file = path;
         return scenario;

@@ -8,41 +8,48 @@
 
 namespace kv::virtual_agent {
 
-/// What is to happen between an application and the agent, step by step.
+/// The steps of a scenario between an application and the agent.
 struct Scenario {
     struct Step {
         enum class Kind {
-            command, // something is done to the agent
-            expect,  // the application calls a method
-            until,   // the agent's state becomes such
-            wait,    // some time passes
-            say,     // a line for whoever watches
+            command, // runs a command of the agent
+            expect,  // waits until the application calls a method
+            until,   // waits until the agent's state matches
+            wait,    // waits for a time
+            say,     // writes a line to the journal
         };
 
         Kind kind;
-        int line; // where it begins in the file
+        int line; // at which it begins in the file
         std::string file{};
-        std::string text{}; // the method, or what is said
+        std::string text{}; // the method, or the line to write
         const Command *command = nullptr;
-        Json arguments{};  // of the command; of the call; or the state by path
-        Json answer{};     // how the agent answers the call; null when it does not matter
-        int within_ms = 0; // how long it may take, or takes
-        int since = 0;     // the agent versions that it is for
+        Json arguments{};  // of the command or of the expected call; or the expected state by path
+        Json answer{};     // the expected reply to the call; null for any
+        int within_ms = 0; // the timeout, or the time to wait
+        int since = 0;     // the agent versions to which it applies
         int before = 0;
 
-        bool is_for(int version) const { return version >= since && version < before; }
+        bool applies_to(int version) const { return version >= since && version < before; }
     };
 
     std::string title{};
     std::vector<Step> steps{};
 
-    /// What is to happen afterwards.
+    /// Adds the steps of another scenario.
     void append(Scenario more);
 
-    /// Throws std::invalid_argument with the line and what is wrong in it.
+    static constexpr std::size_t max_file = 1 << 20;
+
+    /// Throws std::invalid_argument with the line and the mistake.
     static Scenario parse(const std::string &text);
-    /// The same, and std::system_error when it cannot be read.
+    /// The same for a parsed scenario, which counts as one line.
+    static Scenario from_json(const cJSON *document);
+    /// The same for a file. Throws std::exception as well if the file cannot be read.
     static Scenario load(const std::string &path);
+
+private:
+    static Scenario from_json(const cJSON *document, const std::vector<int> &lines);
 };
 
 } // namespace kv::virtual_agent

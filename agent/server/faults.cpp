@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "faults.hpp"
 
-#include "stub.hpp"
+#include "agent/interface/methods.hpp"
 
 #include <algorithm>
 #include <stdexcept>
@@ -10,7 +10,7 @@ namespace kv::virtual_agent {
 
 namespace {
 
-constexpr int most = 1'000'000; // bytes or milliseconds
+constexpr int max_value = 1'000'000; // bytes or milliseconds
 
 } // namespace
 
@@ -18,15 +18,15 @@ const std::vector<FaultForm> &fault_forms()
 {
     using Form = Fault::Form;
     static const std::vector<FaultForm> forms = {
-        {"die", nullptr, Form::die, "the agent dies instead of answering"},
-        {"silent", nullptr, Form::silent, "no answer ever"},
-        {"delay", "MS", Form::delay, "the answer comes so many milliseconds late"},
-        {"result", "CODE", Form::result, "the answer is this result; nothing is done"},
-        {"kind", "N", Form::kind, "the answer begins with another kind than a result's 0"},
-        {"cut", "N", Form::cut, "the answer ends after so many bytes"},
-        {"half", "N", Form::half, "the agent dies when so many bytes of the answer are sent"},
-        {"garbage", "N", Form::garbage, "the answer is so many random bytes"},
-        {"close", nullptr, Form::close, "the link is closed instead of an answer"},
+        {"die", nullptr, Form::die, "the agent dies before it replies"},
+        {"silent", nullptr, Form::silent, "is never answered"},
+        {"delay", "MS", Form::delay, "is answered after a delay of MS milliseconds"},
+        {"result", "CODE", Form::result, "is answered with the result CODE and not served"},
+        {"kind", "N", Form::kind, "is answered by a parcel of kind N; a result has kind 0"},
+        {"cut", "N", Form::cut, "is answered by the first N bytes of the reply"},
+        {"half", "N", Form::half, "the agent dies after it has sent N bytes of the reply's frame"},
+        {"garbage", "N", Form::garbage, "is answered by N random bytes"},
+        {"close", nullptr, Form::close, "the agent closes the link and does not reply"},
     };
     return forms;
 }
@@ -44,20 +44,20 @@ Fault parse_fault(const std::string &name, const std::optional<int> &value)
     const auto &forms = fault_forms();
     auto found = std::find_if(forms.begin(), forms.end(), [&](const FaultForm &form) { return name == form.name; });
     if (found == forms.end())
-        throw std::invalid_argument{"there is no fault '" + name + "'; see help"};
+        throw std::invalid_argument{"there is no fault '" + name + "'; 'help' lists them"};
     if (value.has_value() != (found->value != nullptr))
         throw std::invalid_argument{
-            "fault " + name + (found->value ? std::string{" wants "} + found->value : std::string{" takes no number"})};
+            "fault " + name + (found->value ? std::string{" needs "} + found->value : std::string{" takes no number"})};
     const bool any_number = found->form == Fault::Form::result || found->form == Fault::Form::kind;
-    if (value && !any_number && (*value < 0 || *value > most))
-        throw std::invalid_argument{std::string{found->value} + " must be 0 to " + std::to_string(most)};
+    if (value && !any_number && (*value < 0 || *value > max_value))
+        throw std::invalid_argument{std::string{found->value} + " must be 0 to " + std::to_string(max_value)};
     return {found->form, value.value_or(0)};
 }
 
 void Faults::set(int method, Fault fault, int times)
 {
     if (times > 0)
-        next_.insert_or_assign(method, Coming{fault, times});
+        next_.insert_or_assign(method, Pending{fault, times});
     else
         next_.erase(method);
 }
@@ -82,12 +82,12 @@ std::optional<Fault> Faults::take(int method)
 Json Faults::view() const
 {
     Json all = Json::object();
-    for (const auto &[method, coming] : next_)
+    for (const auto &[method, pending] : next_)
         all.set(method == every_method ? "all" : find_method(method)->name,
                 std::move(Json::object()
-                              .set("fault", name_of(coming.fault.form))
-                              .set("value", coming.fault.value)
-                              .set("times", coming.times)));
+                              .set("fault", name_of(pending.fault.form))
+                              .set("value", pending.fault.value)
+                              .set("times", pending.times)));
     return all;
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "agent/journal/json.hpp"
+#include "agent/json/json.hpp"
 
 #include <map>
 #include <optional>
@@ -10,7 +10,7 @@
 
 namespace kv::virtual_agent {
 
-/// Something that goes wrong when a request is answered.
+/// A failure that the agent injects into its reply to a request.
 struct Fault {
     enum class Form { die, silent, delay, result, kind, cut, half, garbage, close };
 
@@ -20,36 +20,36 @@ struct Fault {
 
 struct FaultForm {
     const char *name;
-    const char *value; // what its number is; NULL when it takes none
+    const char *value; // the name of its number; null if it takes none
     Fault::Form form;
     const char *help;
 };
 
 const std::vector<FaultForm> &fault_forms();
-/// Throws std::invalid_argument when there is no such fault or its number is missing.
+/// Throws std::invalid_argument if there is no such fault, or its number is missing or out of range.
 Fault parse_fault(const std::string &name, const std::optional<int> &value);
 
-/// What is to go wrong with the next requests of a method.
+/// The faults of the next requests, by method.
 class Faults {
 public:
     static constexpr int every_method = -1;
 
-    /// Takes the place of what was to go wrong with the method. Not even once takes it back.
+    /// Replaces the fault of a method. 0 times removes it.
     void set(int method, Fault fault, int times);
-    /// Takes back everything.
+    /// Removes all faults.
     void clear() { next_.clear(); }
-    /// What goes wrong with this request; what is set for the method itself comes before what is set for every one.
+    /// Returns the fault of this request and counts it. A fault of the method precedes one of every method.
     std::optional<Fault> take(int method);
     Json view() const;
 
 private:
-    struct Coming {
+    struct Pending {
         Fault fault;
         int times;
     };
     std::optional<Fault> take_one(int method);
 
-    std::map<int, Coming> next_{};
+    std::map<int, Pending> next_{};
 };
 
 const char *name_of(Fault::Form form);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "decode.hpp"
+#include "agent/interface/parcel.hpp"
 
 #include <array>
 #include <map>
@@ -11,24 +11,24 @@
 
 namespace kv::virtual_agent {
 
-/// One connected application, and what it has told the agent of itself.
+/// One connected application, with the delegates that it has registered.
 struct Peer {
     Peer(std::string port_instance, std::string name)
         : instance(std::move(port_instance)), name_(std::make_shared<const std::string>(std::move(name)))
     {
     }
 
-    std::string instance; // the port's name for it
+    std::string instance; // identifies the connection to the platform
     std::optional<std::array<int, 3>> api_version;
-    std::map<int, AnyDelegate> delegates; // by type: a later one takes the place of an earlier one
+    std::map<int, AnyDelegate> delegates; // by type; a later one replaces an earlier one
 
-    /// For people: its program, and its process.
+    /// For logs and the journal: the program and its process id.
     const std::string &name() const { return *name_; }
     std::shared_ptr<const std::string> shared_name() const { return name_; }
 
     void keep(const AnyDelegate &delegate) { delegates[delegate.id] = delegate; }
 
-    /// A delegate that serves once is done when its event has been sent.
+    /// Removes a delegate that one event completes, once that event is sent.
     void fired(const AnyDelegate &delegate)
     {
         auto kept = delegates.find(delegate.id);

@@ -1,35 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "server.hpp"
 
-#include "agent/journal/call_facts.hpp"
+#include "call_facts.hpp"
 #include "common/agent_state.hpp"
-
-#include <glib.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+
+#include <malloc.h>
 #include <unistd.h>
 
 namespace kv::virtual_agent {
 
 namespace {
 
-/// Nothing may be thrown through the platform: what one request causes is said, and ends with it.
-template <class Step>
-void contained(Step step) noexcept
-{
-    try {
-        step();
-    } catch (const std::exception &problem) {
-        std::fprintf(stderr, "korvane-agent: %s\n", problem.what());
-    }
-}
-
 Peer described(const rpc_port_stub_peer_t &peer)
 {
     std::string program = peer.sender ? peer.sender : "";
-    for (char &letter : program) // it will be printed, and it is what the peer says of itself
+    for (char &letter : program) // the peer chooses its name, and the name is printed
         if (!g_ascii_isgraph(letter))
             letter = '?';
     return Peer{peer.instance, program + "(" + std::to_string(peer.pid) + ")"};
@@ -54,7 +43,7 @@ Parcel random_bytes(int count)
     return parcel_of(bytes);
 }
 
-/// Sends the beginning of a frame, which is the payload's length in four bytes, lowest first, and the payload.
+/// Sends the first `count` bytes of a frame: the payload's length in four bytes, lowest first, and the payload.
 void send_beginning(rpc_port_h port, rpc_port_parcel_h parcel, int count)
 {
     const std::string_view payload = bytes_of(parcel);
@@ -65,7 +54,7 @@ void send_beginning(rpc_port_h port, rpc_port_parcel_h parcel, int count)
     rpc_port_stub_send_raw(port, frame.data(), std::min(frame.size(), static_cast<std::size_t>(count)));
 }
 
-/// The answer to a request of which nothing is known but that it is one.
+/// The reply to a request with an unknown method id.
 Parcel bare_reply(int result)
 {
     Parcel reply = new_parcel();
@@ -77,22 +66,28 @@ Parcel bare_reply(int result)
 
 } // namespace
 
+Server::Server(ServerState state, Journal &journal, Faults &faults, EventHub &hub, bool refuses)
+    : state_(state), journal_(journal), faults_(faults), hub_(hub), refuses_(refuses)
+{
+    hub_.send_by([this](const std::string &instance, Event &event) { send(instance, event); });
+}
+
 void Server::listen()
 {
     rpc_port_stub_events_t events{};
     events.connecting = [](const rpc_port_stub_peer_t *peer, void *data) {
         int verdict = -EACCES;
-        contained([&] { verdict = static_cast<Server *>(data)->connecting(*peer); });
+        contain([&] { verdict = static_cast<Server *>(data)->connecting(*peer); });
         return verdict;
     };
     events.connected = [](const rpc_port_stub_peer_t *peer, void *data) {
-        contained([&] { static_cast<Server *>(data)->connected(*peer); });
+        contain([&] { static_cast<Server *>(data)->connected(*peer); });
     };
     events.disconnected = [](const rpc_port_stub_peer_t *peer, void *data) {
-        contained([&] { static_cast<Server *>(data)->disconnected(*peer); });
+        contain([&] { static_cast<Server *>(data)->disconnected(*peer); });
     };
     events.received = [](const rpc_port_stub_peer_t *peer, rpc_port_h port, void *data) {
-        contained([&] { static_cast<Server *>(data)->received(*peer, port); });
+        contain([&] { static_cast<Server *>(data)->received(*peer, port); });
     };
     int error = rpc_port_stub_create(&stub_, KORVANE_AGENT_APPID, KORVANE_AGENT_PORT, &events, this);
     if (error == 0)
@@ -109,17 +104,15 @@ void Server::stop()
 {
     if (rpc_port_stub_h stub = std::exchange(stub_, nullptr))
         rpc_port_stub_destroy(stub);
-    for (const Delayed &late : delayed_)
-        g_source_remove(late.source);
     delayed_.clear();
-    peers_.clear();
+    hub_.disconnect_all();
 }
 
 std::string Server::directory() const
 {
     const char *directory = nullptr;
     if (rpc_port_stub_get_directory(stub_, &directory) != 0)
-        throw std::logic_error{"no port, no directory"};
+        throw std::logic_error{"the port is closed and has no directory"};
     return directory;
 }
 
@@ -135,12 +128,12 @@ void Server::connected(const rpc_port_stub_peer_t &peer)
 {
     Peer description = described(peer);
     note_connection(description.name(), "connected");
-    peers_.insert_or_assign(description.instance, std::move(description));
+    hub_.connect(std::move(description));
 }
 
 void Server::disconnected(const rpc_port_stub_peer_t &peer)
 {
-    peers_.erase(peer.instance);
+    hub_.disconnect(peer.instance);
     note_connection(described(peer).name(), "disconnected");
 }
 
@@ -150,30 +143,30 @@ void Server::received(const rpc_port_stub_peer_t &peer, rpc_port_h port)
     if (rpc_port_parcel_create_from_port(&parcel, port) != 0)
         return;
     Parcel request{parcel};
-    if (auto known = peers_.find(std::string_view{peer.instance}); known != peers_.end())
-        answer(known->second, request.get());
+    if (Peer *known = hub_.find(peer.instance))
+        answer(*known, request.get());
+    // Large requests leave free memory behind, which malloc would keep.
+    constexpr std::size_t large = 1 << 20;
+    if (bytes_of(request.get()).size() >= large)
+        trim_.call_soon([] { ::malloc_trim(0); }, G_PRIORITY_LOW);
 }
 
 void Server::answer(Peer &peer, rpc_port_parcel_h request)
 {
     const std::int64_t begun = Journal::now();
-    answering_ = true;
     Handled handled;
-    try {
+    {
+        const EventHub::Hold hold{hub_};
         handled = handle(peer, request);
-    } catch (...) {
-        answering_ = false;
-        throw;
     }
-    answering_ = false;
     note_request(peer, begun, handled, request);
-    // The peer may be gone as soon as something is sent, so from here on it goes by its name.
+    // Sending may disconnect the peer, so `peer` is not used any more.
     const std::string instance = peer.instance;
     if (handled.served.decoded)
         deliver(instance, handled.served, std::move(handled.events), handled.fault);
     else
-        drop(instance); // what it will send next cannot be trusted to begin where it should
-    send_announced();
+        drop(instance); // its next bytes may not begin with a frame
+    hub_.send_held();
 }
 
 Server::Handled Server::handle(Peer &peer, rpc_port_parcel_h request)
@@ -191,6 +184,10 @@ Server::Handled Server::handle(Peer &peer, rpc_port_parcel_h request)
         return handled;
     }
     handled.method = method;
+    if (method->is_too_long(bytes_of(request).size())) {
+        handled.problem = "a request with an array is limited to 256 KiB";
+        return handled;
+    }
 
     Deviation deviation;
     if (method->since > state_.version.number()) {
@@ -203,18 +200,21 @@ Server::Handled Server::handle(Peer &peer, rpc_port_parcel_h request)
             deviation.kind = handled.fault->value;
     }
     Call call{peer};
-    handled.served = method->serve(*handlers_, call, request, deviation);
+    handled.served = handler_->serve(*method, call, request, deviation);
     handled.events = std::move(call.events);
     if (!handled.served.decoded)
         handled.problem = "its arguments cannot be decoded";
     else if (method->arguments > 0 && !deviation.result)
-        remember(method->id, request);
+        keep(method->id, request);
     return handled;
 }
 
-void Server::remember(int method_id, rpc_port_parcel_h request)
+void Server::keep(int method_id, rpc_port_parcel_h request)
 {
-    state_.told[method_id].assign(bytes_of(request));
+    if (const std::string_view bytes = bytes_of(request); bytes.size() <= max_kept_request)
+        state_.told[method_id].assign(bytes);
+    else
+        state_.told.erase(method_id);
 }
 
 void Server::note_request(const Peer &peer, std::int64_t begun, const Handled &handled, rpc_port_parcel_h request)
@@ -255,23 +255,19 @@ void Server::deliver(const std::string &instance, Served &served, std::vector<Ev
 
 void Server::deliver_late(const std::string &instance, Served &served, std::vector<Event> events, int milliseconds)
 {
-    delayed_.push_back({this, instance, std::move(served.reply), std::move(events), 0});
-    Delayed &late = delayed_.back();
-    late.source = g_timeout_add(
-        static_cast<guint>(milliseconds),
-        [](gpointer data) -> gboolean {
-            auto *due = static_cast<Delayed *>(data);
-            Server *server = due->server;
-            contained([&] { server->reply(due->instance, due->reply.get(), due->events); });
-            server->delayed_.remove_if([due](const Delayed &one) { return &one == due; });
-            return G_SOURCE_REMOVE;
-        },
-        &late);
+    Delayed &late = delayed_.emplace_back();
+    late.instance = instance;
+    late.reply = std::move(served.reply);
+    late.events = std::move(events);
+    late.timer.call_after(static_cast<unsigned>(milliseconds), [this, &late] {
+        reply(late.instance, late.reply.get(), late.events);
+        delayed_.remove_if([&late](const Delayed &one) { return &one == &late; });
+    });
 }
 
 void Server::reply(const std::string &instance, rpc_port_parcel_h parcel, std::vector<Event> &events)
 {
-    // A peer that has gone meanwhile has no port. Sending may disconnect it as well, so nothing of it is held.
+    // A disconnected peer has no port. Sending may disconnect it, so each event looks it up again.
     if (rpc_port_h port = port_of(instance, RPC_PORT_PORT_MAIN))
         rpc_port_parcel_send(parcel, port);
     for (Event &event : events)
@@ -280,41 +276,15 @@ void Server::reply(const std::string &instance, rpc_port_parcel_h parcel, std::v
 
 void Server::send(const std::string &instance, Event &event)
 {
-    auto peer = peers_.find(instance);
+    Peer *peer = hub_.find(instance);
     rpc_port_h port = port_of(instance, RPC_PORT_PORT_CALLBACK);
-    if (peer == peers_.end() || !port)
+    if (!peer || !port)
         return;
-    peer->second.fired(event.delegate);
+    peer->fired(event.delegate);
     Json facts = Json::object();
-    facts.set("peer", peer->second.name()).set("event", event.name).set("values", event.values.copy());
-    journal_.write(Journal::now(), facts,
-                   peer->second.name() + "  event " + event.name + "(" + in_words(event.values) + ")");
+    facts.set("peer", peer->name()).set("event", event.name).set("values", event.values->copy());
+    journal_.write(Journal::now(), facts, peer->name() + "  event " + event.name + "(" + in_words(*event.values) + ")");
     rpc_port_parcel_send(event.parcel.get(), port);
-}
-
-int Server::emit(const DelegateEntry &delegate, const cJSON *values)
-{
-    return to_all(delegate.id, [&](const AnyDelegate &kept) { return delegate.make(kept, values); });
-}
-
-int Server::to_all(int delegate_id, const Make &make)
-{
-    int addressed = 0;
-    for (const auto &[instance, peer] : peers_)
-        if (auto kept = peer.delegates.find(delegate_id); kept != peer.delegates.end()) {
-            announced_.push_back({instance, make(kept->second)});
-            ++addressed;
-        }
-    if (!answering_)
-        send_announced();
-    return addressed;
-}
-
-void Server::send_announced()
-{
-    // Sending may disconnect a peer, which announces nothing.
-    for (Addressed &due : std::exchange(announced_, {}))
-        send(due.instance, due.event);
 }
 
 void Server::drop(const std::string &instance)
@@ -333,26 +303,6 @@ rpc_port_h Server::port_of(const std::string &instance, rpc_port_port_type_e typ
 void Server::note_connection(const std::string &peer, const char *what)
 {
     journal_.write(Journal::now(), Json::object().set("peer", peer).set("connection", what), peer + "  " + what);
-}
-
-Json Server::view() const
-{
-    Json all = Json::array();
-    for (const auto &[instance, peer] : peers_) {
-        Json one = Json::object();
-        one.set("name", peer.name());
-        if (peer.api_version) {
-            const auto &[major, minor, patch] = *peer.api_version;
-            one.set("api_version", std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch));
-        }
-        Json delegates = Json::array();
-        for (const DelegateEntry &known : all_delegates())
-            if (peer.delegates.count(known.id) > 0)
-                delegates.append(known.name);
-        one.set("delegates", std::move(delegates));
-        all.append(std::move(one));
-    }
-    return all;
 }
 
 } // namespace kv::virtual_agent

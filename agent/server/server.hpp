@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "agent/device/version.hpp"
 #include "agent/journal/journal.hpp"
+#include "agent/loop/source.hpp"
+#include "event_hub.hpp"
 #include "faults.hpp"
-#include "handlers.hpp"
+#include "request_handler.hpp"
 
 #include <rpc_port_stub.h>
 
@@ -20,61 +23,51 @@ struct PortInUse : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
-/// The agent's port and whoever is connected to it. Runs on the GLib main loop.
-class Server final : public Announcer {
+/// What the server reads and keeps of the device.
+struct ServerState {
+    const Version &version;
+    std::map<int, std::string> &told; // by method id: the bytes of the last request with arguments
+};
+
+/// The agent's port. It receives requests, has them served, and sends replies and events. Runs on the GLib main loop.
+class Server {
 public:
-    Server(State &state, Journal &journal, Faults &faults, bool refuses)
-        : state_(state), journal_(journal), faults_(faults), refuses_(refuses)
-    {
-    }
+    /// Longer requests are not kept for `state`.
+    static constexpr std::size_t max_kept_request = 64 << 10;
+
+    Server(ServerState state, Journal &journal, Faults &faults, EventHub &hub, bool refuses);
     Server(const Server &) = delete;
     Server &operator=(const Server &) = delete;
     ~Server() { stop(); }
 
-    /// What answers requests. To be called once, before listening.
-    void serve_with(Handlers &handlers) { handlers_ = &handlers; }
+    /// Sets what serves requests; to be called once, before listen().
+    void serve_with(RequestHandler &handler) { handler_ = &handler; }
 
-    /// Throws PortInUse, or std::runtime_error when the port cannot be made.
+    /// Throws PortInUse, or std::runtime_error if the port cannot be opened.
     void listen();
-    /// Disconnects everyone.
+    /// Disconnects all applications and closes the port.
     void stop();
-    /// Where the port's socket is. Only while it listens.
+    /// The directory of the port's socket. Only while the server listens.
     std::string directory() const;
 
-    /// Sends the event with values from outside to every peer that has registered for it, and says to how many.
-    int emit(const DelegateEntry &delegate, const cJSON *values);
-
-    std::size_t peers() const { return peers_.size(); }
-    Json view() const;
-
 private:
-    /// A reply that is on its way, slowly.
+    /// A reply that a fault delays.
     struct Delayed {
-        Server *server;
-        std::string instance;
-        Parcel reply;
-        std::vector<Event> events;
-        unsigned source;
+        std::string instance{};
+        Parcel reply{};
+        std::vector<Event> events{};
+        Source timer{};
     };
 
-    /// What became of a request.
     struct Handled {
         int id = -1;
-        const MethodEntry *method = nullptr; // none for an id that is unknown
+        const MethodEntry *method = nullptr; // null for an unknown id
         Served served{};
         std::vector<Event> events{};
         std::optional<Fault> fault{};
         std::string problem{};
     };
 
-    /// An event with the one that it goes to.
-    struct Addressed {
-        std::string instance;
-        Event event;
-    };
-
-    int to_all(int delegate_id, const Make &make) override;
-    void send_announced();
     int connecting(const rpc_port_stub_peer_t &peer);
     void connected(const rpc_port_stub_peer_t &peer);
     void disconnected(const rpc_port_stub_peer_t &peer);
@@ -82,7 +75,7 @@ private:
 
     void answer(Peer &peer, rpc_port_parcel_h request);
     Handled handle(Peer &peer, rpc_port_parcel_h request);
-    void remember(int method_id, rpc_port_parcel_h request);
+    void keep(int method_id, rpc_port_parcel_h request);
     void note_request(const Peer &peer, std::int64_t begun, const Handled &handled, rpc_port_parcel_h request);
     void deliver(const std::string &instance, Served &served, std::vector<Event> events,
                  const std::optional<Fault> &fault);
@@ -93,16 +86,15 @@ private:
     rpc_port_h port_of(const std::string &instance, rpc_port_port_type_e type);
     void note_connection(const std::string &peer, const char *what);
 
-    State &state_;
+    ServerState state_;
     Journal &journal_;
     Faults &faults_;
-    Handlers *handlers_ = nullptr;
+    EventHub &hub_;
+    RequestHandler *handler_ = nullptr;
     bool refuses_;
-    bool answering_ = false;
-    std::vector<Addressed> announced_{}; // while a request was answered; to be sent behind its reply
     rpc_port_stub_h stub_ = nullptr;
-    std::map<std::string, Peer, std::less<>> peers_;
-    std::list<Delayed> delayed_;
+    std::list<Delayed> delayed_{};
+    Source trim_{};
 };
 
 } // namespace kv::virtual_agent

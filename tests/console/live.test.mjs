@@ -162,7 +162,7 @@ describe('The agent', () => {
     await fullCommand('clock').locator('summary').click();
     await fullCommand('clock').getByLabel('What').selectOption('advance');
     await fullCommand('clock').getByRole('button', {name: 'Run'}).click();
-    await fullCommand('clock').getByText('only a clock that stands can be moved on').waitFor();
+    await fullCommand('clock').getByText('only a stopped clock can be advanced').waitFor();
   }, {washer: false});
 });
 

@@ -110,7 +110,7 @@ describe('The wizard', () => {
     await step(page, 'pin').locator('summary').click();
     await field(page, 'pin', 'Kind optional').selectOption('label');
     await send(page, 'pin').click();
-    await isRefused(page, 'pin', 'the device has told no preconfigured PIN that could be on its label');
+    await isRefused(page, 'pin', 'the device has set no preconfigured PIN, so its label has none');
   });
 
   inside('tells the device language, vendor data and terms, and what it answers', async ({page, washer}) => {

@@ -128,7 +128,7 @@ protected:
     {
         Parcel request = parcel_of(arguments);
         Call call{peer};
-        Served served = method.serve(handlers, call, request.get(), deviation);
+        Served served = handlers.serve(method, call, request.get(), deviation);
         events = std::move(call.events);
         return served;
     }
@@ -290,8 +290,8 @@ TEST(AgentDeviceId, IsAUuidThatDoesNotChange)
 
 Event event(const char *name, const char *values)
 {
-    const DelegateEntry *entry = find_delegate(name);
-    return entry->make({entry->id, 9, false}, Json::parse(values).get());
+    const EventEntry *entry = find_event(name);
+    return event_for({entry->id, 9, false}, *entry->decode(Json::parse(values).get()));
 }
 
 TEST(AgentEvents, CarryTheirValuesInOrder)
@@ -312,7 +312,7 @@ TEST(AgentEvents, CarryRecordsAndArrays)
 
 TEST(AgentEvents, AreRefusedWithWrongValues)
 {
-    EXPECT_EQ(all_delegates().size(), 32U);
+    EXPECT_EQ(all_events().size(), 32U);
     for (const char *values : {"[]", "[1,2]", "{}", "7", R"(["1"])", "[1.5]", "[1e99]", "[null]", "[true]"})
         EXPECT_THROW(event("status_changed_cb", values), std::invalid_argument) << values;
     for (const char *values : {"[1]", R"([{"name":"no such field"}])", R"([{"ssid":1}])"})

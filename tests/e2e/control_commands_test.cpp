@@ -108,9 +108,9 @@ TEST_F(Commands, WaitForEarlierEntriesOnlyOnRequest)
 
 TEST_F(Commands, ReportTheNearestEntryOnTimeout)
 {
-    EXPECT_EQ(api.post("wait", R"({"within_ms":10})").at("error"), "not within 10 ms; nothing was noted");
+    EXPECT_EQ(api.post("wait", R"({"within_ms":10})").at("error"), "not within 10 ms; no entry was written");
     EXPECT_EQ(api.post("wait", R"({"filter":{"agent":"ready","version":"1.0"},"since":0,"within_ms":10})").at("error"),
-              R"(not within 10 ms; nearest was entry 1: version is "2.3", not "1.0")");
+              R"(not within 10 ms; the nearest was entry 1: version is "2.3", not "1.0")");
 }
 
 TEST_F(Commands, EndAWaitWhenItsClientDisconnects)
@@ -313,7 +313,7 @@ TEST_F(Commands, PlayAScenario)
     EXPECT_EQ(state("play.running"), "true");
     EXPECT_EQ(state("play.title"), "greeting");
     EXPECT_EQ(api.post("play", R"({"scenario":{"steps":[]}})").at("error"),
-              "a scenario is being played; 'stop-play' ends it");
+              "another scenario is being played; 'stop-play' stops it");
     Client application;
     ASSERT_TRUE(application.connect());
     application.exchange(int32(66) + int32(2));

@@ -63,7 +63,7 @@ TEST(TestHelper, ReportsWhyACommandIsRefused)
     Agent agent{with_program()};
     EXPECT_EQ(problem_of([&] { agent.tell("phone scan"); }),
               "the phone is not connected to the device; 'connect' comes first");
-    EXPECT_EQ(problem_of([&] { agent.tell("dance"); }), "there is no command 'dance'; try help");
+    EXPECT_EQ(problem_of([&] { agent.tell("dance"); }), "there is no command 'dance'; 'help' lists them");
     EXPECT_EQ(problem_of([&] { agent.tell("state"); }), "");
 }
 

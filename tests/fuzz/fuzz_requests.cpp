@@ -2,7 +2,6 @@
 // Requests to the virtual agent: the input is a request parcel, method id first. It is served, and shown as the journal
 // would show it; an answer must be shown as well.
 
-#include "agent/server/stub.hpp"
 #include "support/lone_device.hpp"
 
 #include <rpc_port_stub.h>
@@ -37,11 +36,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     kv::test::LoneDevice device;
     Peer peer{"instance", "program(1)"};
     Call call{peer};
-    const Served served = method->serve(device.handlers, call, request.get(), {});
+    const Served served = device.handlers.serve(*method, call, request.get(), {});
     const std::string shown = method->show_arguments(request.get()).text();
     if (shown.empty() || served.decoded != static_cast<bool>(served.reply))
         std::abort();
-    if (served.reply && method->show_answer(served.reply.get()).text().find("result") == std::string::npos)
+    if (served.reply && method->show_reply(served.reply.get()).text().find("result") == std::string::npos)
         std::abort();
     return 0;
 }

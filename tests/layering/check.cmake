@@ -18,8 +18,21 @@ set(may_use_src/korvane src/korvane_master_proxy/ src/kv_master/ common/ platfor
 set(may_use_agent src/kv_master/ common/ platform/include/)
 # A reference page shows what the agent's tables hold.
 set(may_use_tools src/kv_master/ common/ platform/include/ include/ "agent/control/commands/commands\\.hpp"
-    "agent/device/personalities\\.hpp")
+    "agent/scenario/personalities\\.hpp")
 set(may_use_testing include/)
+# The folders of the agent may include the groups before their own: agent/README.md.
+set(agent_groups "loop files json" interface journal device server "phone cloud" requests installation control/commands
+    "scenario control")
+set(below src/kv_master/ common/ platform/include/)
+foreach(group IN LISTS agent_groups)
+    separate_arguments(folders UNIX_COMMAND "${group}")
+    foreach(folder IN LISTS folders)
+        list(APPEND layers agent/${folder})
+        set(may_use_agent/${folder} ${below} "agent/embedded\\.hpp")
+    endforeach()
+    list(TRANSFORM folders REPLACE "(.+)" "agent/\\1/" OUTPUT_VARIABLE folders)
+    list(APPEND below ${folders})
+endforeach()
 # An application sees the public header and nothing more.
 set(may_use_examples include/)
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Certificates and tokens, verified by OpenSSL with nothing but the authority's certificate.
+// Certificates and tokens, verified by OpenSSL with the authority's certificate only.
 #include "agent/cloud/token.hpp"
 #include "support/signing_request.hpp"
 
@@ -20,7 +20,7 @@ namespace {
 
 constexpr const char *device_id = "11111111-2222-4333-8444-555555555555";
 
-/// Why a request is refused; empty when it is not.
+/// Why a request is refused; empty if it is not.
 std::string refusal(const std::string &csr, const std::string &type = "lamp", const std::string &id = device_id)
 {
     Authority authority;
@@ -45,7 +45,7 @@ std::string subject_of(X509 *certificate)
     return text;
 }
 
-TEST(AnAuthority, IssuesCertificatesThatOpenSslVerifies)
+TEST(Authority, IssuesCertificatesThatOpenSslVerifies)
 {
     Authority authority;
     const auto key = new_key();
@@ -64,7 +64,7 @@ TEST(AnAuthority, IssuesCertificatesThatOpenSslVerifies)
     EXPECT_FALSE(verifies(issued.pem, other.certificate()));
 }
 
-TEST(AnAuthority, GivesEachCertificateANameAndANumberOfItsOwn)
+TEST(Authority, GivesEachCertificateItsOwnNameAndNumber)
 {
     Authority authority;
     const std::string request = request_for(new_key().get());
@@ -80,29 +80,29 @@ TEST(AnAuthority, GivesEachCertificateANameAndANumberOfItsOwn)
               0);
 }
 
-TEST(AnAuthority, RefusesWhatIsNoSigningRequest)
+TEST(Authority, RefusesATextThatIsNotASigningRequest)
 {
     const std::string good = request_for(new_key().get());
     EXPECT_EQ(refusal(good), "");
-    EXPECT_TRUE(has(refusal(""), "no signing request"));
+    EXPECT_TRUE(has(refusal(""), "not a signing request"));
     EXPECT_TRUE(has(refusal("-----BEGIN CERTIFICATE REQUEST-----\nAAAA\n-----END CERTIFICATE REQUEST-----\n"),
-                    "no signing request"));
-    EXPECT_TRUE(has(refusal(good.substr(0, good.size() / 2)), "no signing request"));
+                    "not a signing request"));
+    EXPECT_TRUE(has(refusal(good.substr(0, good.size() / 2)), "not a signing request"));
     EXPECT_TRUE(has(refusal(std::string(65537, 'x')), "longer than 65536 bytes"));
     // Nobody is asked for a passphrase: that would wait at the terminal.
     EXPECT_TRUE(has(refusal("-----BEGIN CERTIFICATE REQUEST-----\nProc-Type: 4,ENCRYPTED\n"
                             "DEK-Info: AES-128-CBC,00112233445566778899AABBCCDDEEFF\n\nAAAA\n"
                             "-----END CERTIFICATE REQUEST-----\n"),
-                    "no signing request"));
+                    "not a signing request"));
 }
 
-TEST(AnAuthority, RefusesARequestThatIsNotSignedWithItsKey)
+TEST(Authority, RefusesARequestThatIsNotSignedWithItsKey)
 {
     EXPECT_TRUE(
         has(refusal(request_for(new_key().get(), new_key().get())), "signature of the signing request is wrong"));
 }
 
-TEST(AnAuthority, RefusesKeysThatAreTooWeak)
+TEST(Authority, RefusesKeysThatAreTooWeak)
 {
     const virtual_agent::ssl::Key weak{EVP_RSA_gen(1024)};
     const virtual_agent::ssl::Key strong{EVP_RSA_gen(2048)};
@@ -110,19 +110,19 @@ TEST(AnAuthority, RefusesKeysThatAreTooWeak)
     EXPECT_EQ(refusal(request_for(strong.get())), "");
 }
 
-TEST(AnAuthority, RefusesNamesThatACertificateCannotHold)
+TEST(Authority, RefusesNamesThatACertificateCannotHold)
 {
     const std::string request = request_for(new_key().get());
-    EXPECT_TRUE(has(refusal(request, std::string(65, 't')), "device type cannot stand"));
+    EXPECT_TRUE(has(refusal(request, std::string(65, 't')), "device type cannot be part"));
     EXPECT_TRUE(has(refusal(request, "lamp", std::string(65, 'd')), "device id cannot be"));
 }
 
-TEST(AnAuthority, ForgetsTheOldestOfVeryMany)
+TEST(Authority, DropsTheOldestOfTooManyCertificates)
 {
     Authority authority;
     const std::string request = request_for(new_key().get());
     const std::string first = authority.issue(device_id, "", request).id;
-    for (std::size_t more = 1; more < Authority::most_issued; ++more)
+    for (std::size_t more = 1; more < Authority::max_issued; ++more)
         authority.issue(device_id, "", request);
     EXPECT_TRUE(authority.find(first));
     authority.issue(device_id, "", request);
@@ -131,14 +131,14 @@ TEST(AnAuthority, ForgetsTheOldestOfVeryMany)
 
 // ---- its files -------------------------------------------------------------------------------------------------------
 
-class AnAuthoritysFiles : public testing::Test {
+class AuthorityFiles : public testing::Test {
 protected:
-    AnAuthoritysFiles()
+    AuthorityFiles()
     {
         std::string path = std::filesystem::temp_directory_path() / "korvane-authority-XXXXXX";
         root_ = ::mkdtemp(path.data());
     }
-    ~AnAuthoritysFiles() override { std::filesystem::remove_all(root_); }
+    ~AuthorityFiles() override { std::filesystem::remove_all(root_); }
 
     std::string directory() const { return root_ / "ca"; }
     std::string key_file() const { return root_ / "ca" / "ca.key"; }
@@ -164,7 +164,7 @@ private:
     std::filesystem::path root_;
 };
 
-TEST_F(AnAuthoritysFiles, AreMadeOnceAndForItsOwnerOnly)
+TEST_F(AuthorityFiles, AreCreatedOnceAndForTheirOwnerOnly)
 {
     std::string certificate;
     {
@@ -179,7 +179,7 @@ TEST_F(AnAuthoritysFiles, AreMadeOnceAndForItsOwnerOnly)
         << "the key is the same as well";
 }
 
-TEST_F(AnAuthoritysFiles, AreRefusedWithAReason)
+TEST_F(AuthorityFiles, AreRefusedWithAReason)
 {
     Authority{directory()};
     ::chmod(key_file().c_str(), 0640);
@@ -187,18 +187,18 @@ TEST_F(AnAuthoritysFiles, AreRefusedWithAReason)
     ::chmod(key_file().c_str(), 0600);
 
     std::filesystem::rename(certificate_file(), certificate_file() + ".away");
-    EXPECT_TRUE(has(complaint(), "only one is there")) << complaint();
+    EXPECT_TRUE(has(complaint(), "only one exists")) << complaint();
     std::ofstream{certificate_file()} << "nothing of the kind";
-    EXPECT_TRUE(has(complaint(), "no certificate in")) << complaint();
+    EXPECT_TRUE(has(complaint(), "cannot read a certificate")) << complaint();
 
     Authority other;
     std::ofstream{certificate_file()} << other.certificate();
     EXPECT_TRUE(has(complaint(), "is not for the key")) << complaint();
     std::ofstream{key_file()} << "nothing of the kind";
-    EXPECT_TRUE(has(complaint(), "no key in")) << complaint();
+    EXPECT_TRUE(has(complaint(), "cannot read a key")) << complaint();
 }
 
-TEST_F(AnAuthoritysFiles, CannotBeMadeWhereNothingCanBe)
+TEST_F(AuthorityFiles, CannotBeCreatedInAnUnwritableDirectory)
 {
     const std::string under_nothing = directory() + "/missing/ca";
     EXPECT_THROW(Authority{under_nothing}, std::system_error);
@@ -231,7 +231,7 @@ Token taken_apart(const std::string &token, const std::string &authority_certifi
             es256_verifies(token.substr(0, second), from_base64url(token.substr(second + 1)), authority_certificate)};
 }
 
-TEST(AToken, IsSignedAndSaysForWhomFromWhomAndUntilWhen)
+TEST(Token, IsSignedAndNamesIssuerSubjectAndExpiry)
 {
     Authority authority;
     const std::time_t before = std::time(nullptr);
@@ -250,7 +250,7 @@ TEST(AToken, IsSignedAndSaysForWhomFromWhomAndUntilWhen)
     EXPECT_EQ(cJSON_GetObjectItem(token.claims.get(), "request_data"), nullptr);
 }
 
-TEST(AToken, CarriesTheRequestDataAndNothingOfThemInPlaceOfItsOwnClaims)
+TEST(Token, CarriesTheRequestDataInAClaimOfTheirOwn)
 {
     Authority authority;
     const Json data = Json::parse(R"({"scope":"diagnose","sub":"somebody else"})");
@@ -261,7 +261,7 @@ TEST(AToken, CarriesTheRequestDataAndNothingOfThemInPlaceOfItsOwnClaims)
     EXPECT_EQ(text_of(cJSON_GetObjectItem(token.claims.get(), "request_data")), data.text());
 }
 
-TEST(AToken, DoesNotVerifyWhenItWasChangedOrIsAnothers)
+TEST(Token, DoesNotVerifyIfItWasChangedOrSignedByAnotherAuthority)
 {
     Authority authority;
     const Json info = new_token(authority, device_id, {});

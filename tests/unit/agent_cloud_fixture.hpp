@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "agent/server/common_requests.hpp"
+#include "agent/requests/generic_method.hpp"
 #include "support/lone_device.hpp"
 
 #include <gtest/gtest.h>
@@ -20,26 +20,26 @@ inline testing::AssertionResult has(const std::string &text, const std::string &
     return testing::AssertionFailure() << "there is no '" << part << "' in: " << text;
 }
 
-/// The cloud of a device without a port, whose clock stands. Somebody listens to every event.
+/// The cloud of a device without a port, with a stopped clock and an application that is registered for every event.
 class AgentCloud : public testing::Test {
 protected:
-    using Heard = std::vector<std::string>;
+    using Events = std::vector<std::string>;
 
     AgentCloud()
     {
-        device.clock.stand();
-        device.listeners = 1;
+        device.clock.stop();
+        device.connect_application();
         device.state.device_id = "11111111-2222-4333-8444-555555555555";
     }
 
     void be(const char *version) { device.state.version = virtual_agent::Version::parse(version); }
 
-    /// Does a step, which must go well, and gives back what is said of it.
+    /// Runs a step, which must succeed, and returns its result.
     std::string step(const char *name, const char *arguments = "null")
     {
         return device.cloud.run(name, virtual_agent::Json::parse(arguments).get()).text();
     }
-    /// Why a step is refused; empty when it is not.
+    /// Why a step is refused; empty if it succeeds.
     std::string refusal(const char *name, const char *arguments = "null")
     {
         try {
@@ -50,17 +50,17 @@ protected:
         }
     }
 
-    /// The result of a request that says what it is by a number.
+    /// The result of a request of the generic method.
     int common(const char *request)
     {
-        return virtual_agent::serve_common_request({state, device.phone, cloud}, request);
+        return virtual_agent::serve_generic_method({state, device.phone, cloud}, request);
     }
 
     /// The result of a request.
     template <class M, class... Arguments>
     int ask(M method, const Arguments &...arguments)
     {
-        return handlers.answer(method, call, arguments...).result;
+        return handlers.handle(method, call, arguments...).result;
     }
 
     bool sign_up(const char *token = "a token")
@@ -70,12 +70,12 @@ protected:
         return cloud.sign_up(std::move(credentials));
     }
 
-    /// The events since the last look, each as its name and its values.
-    Heard heard()
+    /// The events since the last call, each as its name and its values.
+    Events sent_events()
     {
-        Heard all;
-        for (const virtual_agent::Event &event : std::exchange(device.announced, {}))
-            all.push_back(std::string{event.name} + " " + event.values.text());
+        Events all;
+        for (const virtual_agent::Event &event : std::exchange(device.sent, {}))
+            all.push_back(std::string{event.name} + " " + event.values->text());
         return all;
     }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The connection to the cloud, and the keep-alives that go over it.
-#include "agent/server/from_json.hpp"
+// The connection to the cloud and its keep-alives.
+#include "agent/interface/from_json.hpp"
 #include "agent_cloud_fixture.hpp"
 
 #include <fstream>
@@ -33,7 +33,7 @@ auto records_of(const char *field, const std::vector<int> &numbers)
 
 class AgentSession : public AgentCloud {
 protected:
-    int tell_intervals(const std::vector<int> &seconds)
+    int set_intervals(const std::vector<int> &seconds)
     {
         return ask(master::set_keepalive_intervals{},
                    records_of<master::keepalive_info_array>("interval", seconds).get());
@@ -46,108 +46,108 @@ protected:
     void sign_in()
     {
         sign_up();
-        heard();
+        sent_events();
     }
 };
 
-TEST_F(AgentSession, KeepsAliveEveryMinuteWhileNothingElseIsTold)
+TEST_F(AgentSession, KeepsAliveEveryMinuteByDefault)
 {
     clock.advance(3'600'000);
-    EXPECT_EQ(heard(), Heard{}) << "not while the device is signed out";
+    EXPECT_EQ(sent_events(), Events{}) << "not while the device is signed out";
     sign_in();
     clock.advance(59'999);
-    EXPECT_EQ(heard(), Heard{});
+    EXPECT_EQ(sent_events(), Events{});
     clock.advance(1);
-    EXPECT_EQ(heard(), Heard{keep_alive(0)});
+    EXPECT_EQ(sent_events(), Events{keep_alive(0)});
     step("sign-out");
-    heard();
+    sent_events();
     clock.advance(3'600'000);
-    EXPECT_EQ(heard(), Heard{});
+    EXPECT_EQ(sent_events(), Events{});
 }
 
-TEST_F(AgentSession, PlaysTheRoundsOfADayWhenTheClockIsMovedOnByADay)
+TEST_F(AgentSession, MakesTheRoundsOfADayWhenTheClockAdvancesByADay)
 {
     sign_in();
     clock.advance(86'400'000);
-    EXPECT_EQ(heard(), Heard(1440, keep_alive(0)));
+    EXPECT_EQ(sent_events(), Events(1440, keep_alive(0)));
     EXPECT_EQ(state.cloud.session->sent, 1440 * keep_alive_size);
     EXPECT_EQ(state.cloud.session->received, 1440 * keep_alive_size) << "each has gone to the other end and back";
     EXPECT_TRUE(has(shown(), R"("rounds":1440)"));
 }
 
-TEST_F(AgentSession, GoesByTheFirstIntervalUntilOthersAreSelected)
+TEST_F(AgentSession, UsesTheFirstIntervalUntilOthersAreSelected)
 {
-    EXPECT_EQ(tell_intervals({10, 20, 30}), 0);
+    EXPECT_EQ(set_intervals({10, 20, 30}), 0);
     sign_in();
     clock.advance(20'000);
-    EXPECT_EQ(heard(), (Heard{keep_alive(0), keep_alive(0)}));
+    EXPECT_EQ(sent_events(), (Events{keep_alive(0), keep_alive(0)}));
 
     EXPECT_EQ(select({2, 0}), 0);
     clock.advance(29'999);
-    EXPECT_EQ(heard(), Heard{});
+    EXPECT_EQ(sent_events(), Events{});
     clock.advance(1);
-    EXPECT_EQ(heard(), Heard{keep_alive(0)});
+    EXPECT_EQ(sent_events(), Events{keep_alive(0)});
     clock.advance(9'999);
-    EXPECT_EQ(heard(), Heard{});
+    EXPECT_EQ(sent_events(), Events{});
     clock.advance(1);
-    EXPECT_EQ(heard(), Heard{keep_alive(0)}) << "the selected ones take turns";
+    EXPECT_EQ(sent_events(), Events{keep_alive(0)}) << "the selected ones take turns";
     clock.advance(30'000);
-    EXPECT_EQ(heard(), Heard{keep_alive(0)});
+    EXPECT_EQ(sent_events(), Events{keep_alive(0)});
 }
 
 TEST_F(AgentSession, NeverKeepsAliveMoreOftenThanOnceASecond)
 {
     for (int seconds : {0, -5, -2147483647 - 1}) {
-        tell_intervals({seconds});
+        set_intervals({seconds});
         sign_in();
         clock.advance(3000);
-        EXPECT_EQ(heard(), Heard(3, keep_alive(0))) << seconds;
+        EXPECT_EQ(sent_events(), Events(3, keep_alive(0))) << seconds;
         step("sign-out");
     }
 }
 
-TEST_F(AgentSession, TakesTheLongestInterval)
+TEST_F(AgentSession, AcceptsTheMaximumInterval)
 {
     sign_in();
-    EXPECT_EQ(tell_intervals({2147483647}), 0);
+    EXPECT_EQ(set_intervals({2147483647}), 0);
     clock.advance(86'400'000);
-    EXPECT_EQ(heard(), Heard{});
+    EXPECT_EQ(sent_events(), Events{});
 }
 
-TEST_F(AgentSession, RefusesToSelectWhatIsNotInTheTable)
+TEST_F(AgentSession, RefusesToSelectIndexesOutsideTheTable)
 {
     EXPECT_EQ(select({0}), -1) << "there is no table";
-    EXPECT_EQ(tell_intervals({10, 20}), 0);
+    EXPECT_EQ(set_intervals({10, 20}), 0);
     EXPECT_EQ(select({1}), 0);
     EXPECT_EQ(select({0, 2}), -1);
     EXPECT_EQ(select({-1}), -1);
     EXPECT_TRUE(has(shown(), R"("selected":[1],"interval_s":20)")) << "the former selection holds";
-    EXPECT_EQ(tell_intervals({40}), 0);
+    EXPECT_EQ(set_intervals({40}), 0);
     EXPECT_TRUE(has(shown(), R"("selected":[],"interval_s":40)")) << "a new table has no selection";
-    EXPECT_EQ(tell_intervals(std::vector<int>(1025, 5)), -1) << "a table has an end";
+    EXPECT_EQ(set_intervals(std::vector<int>(1025, 5)), -1) << "a table has an end";
 }
 
-TEST_F(AgentSession, KeepsAliveAtOnceWhenTheDeviceAsksForIt)
+TEST_F(AgentSession, KeepsAliveAtOnceOnRequest)
 {
     EXPECT_EQ(ask(master::send_keepalive{}), -1) << "signed out";
     sign_in();
     clock.advance(50'000);
     EXPECT_EQ(ask(master::send_keepalive{}), 0);
-    EXPECT_EQ(heard(), Heard{keep_alive(0)});
+    EXPECT_EQ(sent_events(), Events{keep_alive(0)});
     clock.advance(59'999);
-    EXPECT_EQ(heard(), Heard{}) << "the next round counts from there";
+    EXPECT_EQ(sent_events(), Events{}) << "the next round counts from there";
     clock.advance(1);
-    EXPECT_EQ(heard(), Heard{keep_alive(0)});
+    EXPECT_EQ(sent_events(), Events{keep_alive(0)});
 }
 
-TEST_F(AgentSession, LetsKeepAlivesEndAsItIsTold)
+TEST_F(AgentSession, EndsKeepAlivesWithTheGivenResult)
 {
     sign_in();
     step("keepalive", R"({"result":-110})");
     clock.advance(120'000);
     step("keepalive", R"({"result":0})");
     clock.advance(60'000);
-    EXPECT_EQ(heard(), (Heard{keep_alive(-110), keep_alive(-110), keep_alive(0)}));
+    EXPECT_EQ(sent_events(), (Events{keep_alive(-110), keep_alive(-110), keep_alive(0)}));
     EXPECT_TRUE(state.signed_in);
 }
 
@@ -220,7 +220,7 @@ private:
     __user_cap_data_struct former_[2]{};
 };
 
-TEST_F(AgentSession, IsAConnectionThatTheKernelKnows)
+TEST_F(AgentSession, IsARealTcpConnection)
 {
     EXPECT_EQ(cloud.tcp_header(), std::nullopt);
     EXPECT_EQ(ask(master::get_tcp_header_info{}), -1);
@@ -235,10 +235,10 @@ TEST_F(AgentSession, IsAConnectionThatTheKernelKnows)
     EXPECT_FALSE(kernel_lists(*header));
 }
 
-TEST_F(AgentSession, TellsItsHeaderUnderTheNamesThatApplicationsAskFor)
+TEST_F(AgentSession, ReportsItsHeaderByTheNamesThatApplicationsUse)
 {
     sign_in();
-    const auto answer = handlers.answer(master::get_tcp_header_info{}, call);
+    const auto answer = handlers.handle(master::get_tcp_header_info{}, call);
     EXPECT_EQ(answer.result, 0);
     const Json told = Json::parse(std::get<0>(answer.outs));
     const TcpHeader header = *cloud.tcp_header();
@@ -259,11 +259,11 @@ TEST_F(AgentSession, TellsItsHeaderUnderTheNamesThatApplicationsAskFor)
     EXPECT_EQ(number("window_scale"), header.window_scale);
 }
 
-TEST_F(AgentSession, CountsItsNumbersWhereTheyCannotBeRead)
+TEST_F(AgentSession, CountsItsNumbersWithoutThePrivilegeToReadThem)
 {
     sign_in();
     const WithoutNetAdmin without;
-    EXPECT_FALSE(cloud.tcp_header()->numbers_are_kernels);
+    EXPECT_FALSE(cloud.tcp_header()->has_kernel_numbers);
     EXPECT_EQ(cloud.tcp_header()->seq_num, 1U);
     EXPECT_EQ(cloud.tcp_header()->ack_num, 1U);
     clock.advance(60'000);
@@ -271,18 +271,18 @@ TEST_F(AgentSession, CountsItsNumbersWhereTheyCannotBeRead)
     EXPECT_EQ(cloud.tcp_header()->ack_num, 1U + keep_alive_size);
 }
 
-TEST_F(AgentSession, ReadsTheKernelsNumbersWhereItMayAndLeavesTheConnectionIntact)
+TEST_F(AgentSession, ReadsTheKernelsNumbersAndLeavesTheConnectionIntact)
 {
     if (!WithoutNetAdmin::had())
         GTEST_SKIP() << "takes CAP_NET_ADMIN";
     sign_in();
     const TcpHeader before = *cloud.tcp_header();
-    EXPECT_TRUE(before.numbers_are_kernels);
+    EXPECT_TRUE(before.has_kernel_numbers);
     clock.advance(120'000);
     const TcpHeader after = *cloud.tcp_header();
     EXPECT_EQ(after.seq_num, before.seq_num + 2 * keep_alive_size);
     EXPECT_EQ(after.ack_num, before.ack_num + 2 * keep_alive_size);
-    EXPECT_EQ(heard(), (Heard{keep_alive(0), keep_alive(0)}));
+    EXPECT_EQ(sent_events(), (Events{keep_alive(0), keep_alive(0)}));
     EXPECT_TRUE(kernel_lists(after));
 
     // What one end sends next the other expects next.
@@ -291,7 +291,7 @@ TEST_F(AgentSession, ReadsTheKernelsNumbersWhereItMayAndLeavesTheConnectionIntac
     EXPECT_NE(cloud.tcp_header()->seq_num, after.seq_num) << "another connection begins elsewhere";
 }
 
-TEST_F(AgentSession, IsLostWhenTheConnectionBreaksAndComesBackSoon)
+TEST_F(AgentSession, IsRestoredAfterItsConnectionBreaks)
 {
     sign_in();
     const TcpHeader header = *cloud.tcp_header();
@@ -300,19 +300,19 @@ TEST_F(AgentSession, IsLostWhenTheConnectionBreaksAndComesBackSoon)
     ASSERT_EQ(::shutdown(other_end, SHUT_RDWR), 0);
     while (state.signed_in)
         g_main_context_iteration(nullptr, true);
-    EXPECT_EQ(heard(), (Heard{session_lost(-ECONNRESET), signed_out}));
+    EXPECT_EQ(sent_events(), (Events{session_lost(-ECONNRESET), signed_out}));
     clock.advance(1000);
-    EXPECT_EQ(heard(), Heard{signed_in});
+    EXPECT_EQ(sent_events(), Events{signed_in});
     EXPECT_TRUE(kernel_lists(*cloud.tcp_header()));
 }
 
-TEST_F(AgentSession, IsLostWhenAKeepAliveDoesNotComeBack)
+TEST_F(AgentSession, IsLostIfAKeepAliveIsNotEchoed)
 {
     sign_in();
     const TcpHeader header = *cloud.tcp_header();
     ASSERT_EQ(::shutdown(descriptor_between(header.dst_port, header.src_port), SHUT_RDWR), 0);
     clock.advance(60'000);
-    const Heard all = heard();
+    const Events all = sent_events();
     ASSERT_EQ(all.size(), 3U);
     EXPECT_NE(all[0], keep_alive(0));
     EXPECT_EQ(all[2], signed_out);

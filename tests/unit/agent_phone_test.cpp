@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The phone's steps without a port: what they announce, what they refuse, what the device's answers change.
-#include "agent/server/common_requests.hpp"
+// The steps of the phone without a port: the events they send, their refusals, and the replies of the device.
+#include "agent/requests/generic_method.hpp"
 #include "support/lone_device.hpp"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ class AgentPhone : public testing::Test {
 protected:
     AgentPhone()
     {
-        device.listeners = 1;
+        device.connect_application();
         device.state.running = true;
     }
 
@@ -35,12 +35,12 @@ protected:
             return why.what();
         }
     }
-    /// The events so far, with their values, and forgets them.
-    std::string heard()
+    /// The events since the last call, with their values.
+    std::string sent_events()
     {
         std::string all;
-        for (const Event &event : std::exchange(device.announced, {}))
-            all += std::string{all.empty() ? "" : " "} + event.name + event.values.text();
+        for (const Event &event : std::exchange(device.sent, {}))
+            all += std::string{all.empty() ? "" : " "} + event.name + event.values->text();
         return all;
     }
     bool networks_found(int request, std::vector<AccessPoint> networks)
@@ -51,12 +51,12 @@ protected:
     {
         step("scan");
         ASSERT_TRUE(networks_found(setup.last_request, std::move(networks)));
-        heard();
+        sent_events();
     }
     void connect()
     {
         step("connect");
-        heard();
+        sent_events();
     }
 
     test::LoneDevice device;
@@ -67,13 +67,13 @@ protected:
     const AccessPoint cafe{"cafe", "02:00:00:00:00:03", 0, 0, 11, -70, 54, 2462};
 };
 
-TEST_F(AgentPhone, ConnectsOnlyToADeviceWhoseServiceRuns)
+TEST_F(AgentPhone, ConnectsOnlyToARunningService)
 {
     device.state.running = false;
     EXPECT_EQ(refusal("connect"), "the device has not started its service, so no phone can find it");
     device.state.running = true;
     EXPECT_EQ(step("connect"), "{}");
-    EXPECT_EQ(heard(), R"(status_changed_cb{"status":1})");
+    EXPECT_EQ(sent_events(), R"(status_changed_cb{"status":1})");
     EXPECT_EQ(refusal("connect"), "the phone is connected already");
 }
 
@@ -83,17 +83,17 @@ TEST_F(AgentPhone, DoesNothingBeforeItIsConnected)
         EXPECT_EQ(refusal(name), "the phone is not connected to the device; 'connect' comes first") << name;
     EXPECT_EQ(refusal("language", R"({"type":"language","value":"fr-FR"})"),
               "the phone is not connected to the device; 'connect' comes first");
-    EXPECT_EQ(heard(), "");
+    EXPECT_EQ(sent_events(), "");
 }
 
-TEST_F(AgentPhone, SaysThatNobodyListens)
+TEST_F(AgentPhone, RefusesAStepWithoutARegisteredApplication)
 {
     connect();
-    device.listeners = 0;
-    EXPECT_EQ(refusal("scan"), "no application listens: none has registered scan_ap_cb");
+    device.events.disconnect_all();
+    EXPECT_EQ(refusal("scan"), "no application is registered for scan_ap_cb");
     EXPECT_FALSE(setup.scan);
     EXPECT_EQ(setup.last_request, 0);
-    EXPECT_EQ(refusal("pin"), "no application listens: none has registered pin_generate_cb");
+    EXPECT_EQ(refusal("pin"), "no application is registered for pin_generate_cb");
     EXPECT_EQ(setup.pin.tries_left, 0);
 }
 
@@ -111,32 +111,32 @@ TEST_F(AgentPhone, DoesNotKnowStepsOfNewerAgents)
               "agent 1.0 knows no ultrasound PIN, only 1.1 and newer ones do");
 }
 
-TEST_F(AgentPhone, TakesAPinThatIsEnteredRightly)
+TEST_F(AgentPhone, AcceptsTheRightPin)
 {
     connect();
     EXPECT_EQ(step("pin", R"({"pin":"12345678"})"), R"({"tries_left":3})");
-    EXPECT_EQ(heard(), R"(pin_generate_cb{"pin":"<secret, 8 bytes>","value":3})");
+    EXPECT_EQ(sent_events(), R"(pin_generate_cb{"pin":"<secret, 8 bytes>","value":3})");
     EXPECT_EQ(step("enter-pin", R"({"pin":"12345678"})"), R"({"verified":true,"tries_left":0})");
-    EXPECT_EQ(heard(), "pin_display_close_cb{}");
+    EXPECT_EQ(sent_events(), "pin_display_close_cb{}");
     EXPECT_TRUE(setup.pin.verified);
-    EXPECT_EQ(refusal("enter-pin", R"({"pin":"12345678"})"), "no PIN is asked for; 'pin' comes first");
+    EXPECT_EQ(refusal("enter-pin", R"({"pin":"12345678"})"), "no PIN was requested; 'pin' comes first");
 }
 
-TEST_F(AgentPhone, GivesUpAfterThreeWrongPinsAndCanBeginAnew)
+TEST_F(AgentPhone, FailsAfterThreeWrongPinsAndCanStartAgain)
 {
     connect();
     step("pin", R"({"pin":"1111"})");
     EXPECT_EQ(step("enter-pin", R"({"pin":"2222"})"), R"({"verified":false,"tries_left":2})");
     EXPECT_EQ(step("enter-pin", R"({"pin":""})"), R"({"verified":false,"tries_left":1})");
-    heard();
+    sent_events();
     EXPECT_EQ(step("enter-pin", R"({"pin":"1112"})"), R"({"verified":false,"tries_left":0})");
-    EXPECT_EQ(heard(), R"(pin_display_close_cb{} status_changed_cb{"status":5})");
+    EXPECT_EQ(sent_events(), R"(pin_display_close_cb{} status_changed_cb{"status":5})");
     EXPECT_EQ(setup.stage, Stage::failed);
     EXPECT_EQ(step("pin", R"({"pin":"3333"})"), R"({"tries_left":3})");
     EXPECT_EQ(step("enter-pin", R"({"pin":"3333"})"), R"({"verified":true,"tries_left":0})");
 }
 
-TEST_F(AgentPhone, TakesTheRandomPinOfTheDeviceBeforeAnyOther)
+TEST_F(AgentPhone, PrefersTheRandomPinOfTheDevice)
 {
     connect();
     setup.random_pin = "4444";
@@ -144,18 +144,17 @@ TEST_F(AgentPhone, TakesTheRandomPinOfTheDeviceBeforeAnyOther)
     EXPECT_EQ(step("enter-pin", R"({"pin":"4444"})"), R"({"verified":true,"tries_left":0})");
 }
 
-TEST_F(AgentPhone, TellsNobodyThePinOnTheLabel)
+TEST_F(AgentPhone, DoesNotSendThePinOnTheLabel)
 {
     connect();
-    EXPECT_EQ(refusal("pin", R"({"kind":"label"})"),
-              "the device has told no preconfigured PIN that could be on its label");
+    EXPECT_EQ(refusal("pin", R"({"kind":"label"})"), "the device has set no preconfigured PIN, so its label has none");
     setup.preconfigured_pin = "6666";
     step("pin", R"({"kind":"label"})");
     EXPECT_EQ(step("enter-pin", R"({"pin":"6666"})"), R"({"verified":true,"tries_left":0})");
-    EXPECT_EQ(heard(), "");
+    EXPECT_EQ(sent_events(), "");
 }
 
-TEST_F(AgentPhone, MakesAPinOfEightDigitsWhenNobodyGivesOne)
+TEST_F(AgentPhone, GeneratesAPinOfEightDigits)
 {
     connect();
     step("pin");
@@ -163,7 +162,7 @@ TEST_F(AgentPhone, MakesAPinOfEightDigitsWhenNobodyGivesOne)
     EXPECT_EQ(setup.pin.text.find_first_not_of("0123456789"), std::string::npos);
 }
 
-TEST_F(AgentPhone, TakesNetworksOnlyForTheScanThatWaits)
+TEST_F(AgentPhone, AcceptsNetworksOnlyForThePendingScan)
 {
     connect();
     EXPECT_EQ(step("scan"), R"({"request":1})");
@@ -175,50 +174,63 @@ TEST_F(AgentPhone, TakesNetworksOnlyForTheScanThatWaits)
     EXPECT_TRUE(setup.networks.empty()) << "a new scan forgets the old one";
 }
 
-TEST_F(AgentPhone, BringsTheChosenNetworkAsARecordBefore13)
+TEST_F(AgentPhone, SendsTheChosenNetworkAsARecordBefore13)
 {
     be("1.2");
     connect();
     scan_finds({home, home_upstairs, cafe});
     step("choose", R"({"index":1,"password":"laundry"})");
     EXPECT_EQ(
-        heard(),
+        sent_events(),
         R"(wifi_ap_provisioning_cb{"ap_info":{"ssid":"home","pwd":"<secret, 7 bytes>","authtype":4,"enctype":3,)"
         R"("channel":44,"bssid":"02:00:00:00:00:02","signal_level":0,"max_rate":0}} status_changed_cb{"status":2})");
 }
 
-TEST_F(AgentPhone, BringsTheChosenNetworkWithCandidatesFrom13AndItsAddressFrom14)
+TEST_F(AgentPhone, SendsTheChosenNetworkWithCandidatesFrom13AndItsAddressFrom14)
 {
     be("1.3");
     connect();
     scan_finds({home, home_upstairs, cafe});
     step("choose", R"({"ssid":"home","password":"laundry"})");
-    const std::string at_13 = heard();
+    const std::string at_13 = sent_events();
     EXPECT_NE(at_13.find(R"("ap_ssid":"home","ap_pwd":"<secret)"), std::string::npos) << at_13;
     EXPECT_EQ(at_13.find("ap_bssid"), std::string::npos) << at_13;
     EXPECT_NE(at_13.find(R"(\"bssid\":\"02:00:00:00:00:02\")"), std::string::npos) << "the other one is a candidate";
     EXPECT_EQ(at_13.find("02:00:00:00:00:03"), std::string::npos) << "one of another name is not";
     be("1.4");
     step("choose", R"({"ssid":"home","password":"laundry"})");
-    EXPECT_NE(heard().find(R"("ap_bssid":"02:00:00:00:00:01")"), std::string::npos);
+    EXPECT_NE(sent_events().find(R"("ap_bssid":"02:00:00:00:00:01")"), std::string::npos);
 }
 
-TEST_F(AgentPhone, ChoosesOnlyWhatTheDeviceHasFound)
+TEST_F(AgentPhone, AcceptsRepliesToEventsThatACommandPublishes)
+{
+    const EventEntry *scan = find_event("scan_ap_cb");
+    EXPECT_EQ(device.events.publish_values(*scan->decode(Json::parse("[7]").get())), 1);
+    EXPECT_FALSE(networks_found(6, {home}));
+    EXPECT_TRUE(networks_found(7, {home}));
+    EXPECT_FALSE(networks_found(7, {home})) << "one reply for one request";
+
+    device.events.disconnect_all();
+    EXPECT_EQ(device.events.publish_values(*scan->decode(Json::parse("[8]").get())), 0);
+    EXPECT_FALSE(networks_found(8, {home})) << "no application has received the request";
+}
+
+TEST_F(AgentPhone, ChoosesOnlyNetworksThatTheDeviceHasFound)
 {
     connect();
     scan_finds({home});
     EXPECT_EQ(refusal("choose", R"({"ssid":"cafe"})"),
-              "the device has found no network 'cafe'; 'scan' again, or say that it is hidden");
+              R"(the device has found no network 'cafe'; 'scan' again, or choose it with "hidden":true)");
     EXPECT_EQ(refusal("choose", R"({"index":1})"), "there is no network 1; the device has found 1");
     EXPECT_EQ(refusal("choose", R"({"index":-1})"), "there is no network -1; the device has found 1");
     EXPECT_EQ(refusal("choose"), "a network is chosen by 'ssid' or by 'index'");
     EXPECT_EQ(refusal("choose", R"({"index":0,"pasword":"x"})").substr(0, 28), "there is no 'pasword' here; ");
-    EXPECT_EQ(heard(), "");
+    EXPECT_EQ(sent_events(), "");
     step("choose", R"({"ssid":"cafe","hidden":true})");
     EXPECT_EQ(setup.stage, Stage::joining);
 }
 
-TEST_F(AgentPhone, DoesNotChooseWhenTheUserHasRefused)
+TEST_F(AgentPhone, DoesNotChooseAfterTheUserHasRefused)
 {
     connect();
     scan_finds({home});
@@ -230,15 +242,15 @@ TEST_F(AgentPhone, DoesNotChooseWhenTheUserHasRefused)
     EXPECT_EQ(refusal("choose", R"({"index":0})"), "");
 }
 
-TEST_F(AgentPhone, CanChooseAgainWhenTheDeviceCouldNotJoin)
+TEST_F(AgentPhone, CanChooseAgainAfterAFailedJoin)
 {
     connect();
     EXPECT_EQ(refusal("join"), "no network is chosen; 'choose' comes first");
     scan_finds({home});
     step("choose", R"({"index":0,"password":"wrong"})");
-    heard();
-    device.phone.could_not_join(2);
-    EXPECT_EQ(heard(), R"(status_changed_cb{"status":5})");
+    sent_events();
+    device.phone.join_failed(2);
+    EXPECT_EQ(sent_events(), R"(status_changed_cb{"status":5})");
     EXPECT_EQ(refusal("join"), "the device could not join the network: error code 2; 'choose' again");
     step("choose", R"({"index":0,"password":"right"})");
     step("join");
@@ -246,18 +258,18 @@ TEST_F(AgentPhone, CanChooseAgainWhenTheDeviceCouldNotJoin)
     EXPECT_EQ(refusal("join"), "the device is not joining a network, the setup is joined");
 }
 
-TEST_F(AgentPhone, KeepsASettingThatTheDeviceHasTakenUp)
+TEST_F(AgentPhone, KeepsASettingThatTheDeviceHasApplied)
 {
     connect();
     EXPECT_EQ(step("language", R"({"type":"language","value":"fr-FR"})"), R"({"request":1})");
     EXPECT_EQ(step("language", R"({"type":"voice","value":"de-DE"})"), R"({"request":2})");
-    EXPECT_TRUE(device.phone.language_taken_up(2, false));
-    EXPECT_TRUE(device.phone.language_taken_up(1, true));
-    EXPECT_FALSE(device.phone.language_taken_up(1, true)) << "a second answer";
+    EXPECT_TRUE(device.phone.language_answered(2, false));
+    EXPECT_TRUE(device.phone.language_answered(1, true));
+    EXPECT_FALSE(device.phone.language_answered(1, true)) << "a second answer";
     EXPECT_EQ(setup.settings, (std::map<std::string, std::string>{{"language", "fr-FR"}}));
 }
 
-TEST_F(AgentPhone, EndsASetupOnlyWhenTheDeviceHasJoined)
+TEST_F(AgentPhone, EndsASetupOnlyAfterTheDeviceHasJoined)
 {
     connect();
     EXPECT_EQ(refusal("finish"), "a setup ends when the device has joined its network, but it is connected");
@@ -277,18 +289,18 @@ TEST_F(AgentPhone, ResetsTheDeviceWhenItsUserConfirms)
     device.state.nicks[0] = "Washer";
     setup.languages = {"en-GB"};
     step("remove");
-    EXPECT_EQ(heard(), "reset_confirm_cb{}");
+    EXPECT_EQ(sent_events(), "reset_confirm_cb{}");
     device.phone.reset_confirmed(false);
     EXPECT_TRUE(device.state.owned);
-    EXPECT_EQ(heard(), "");
+    EXPECT_EQ(sent_events(), "");
     device.phone.reset_confirmed(true);
-    EXPECT_EQ(heard(), R"(status_changed_cb{"status":0} reset_result_cb{"result":true})");
+    EXPECT_EQ(sent_events(), R"(status_changed_cb{"status":0} reset_result_cb{"result":true})");
     EXPECT_FALSE(device.state.owned);
     EXPECT_TRUE(device.state.nicks.empty());
     EXPECT_EQ(setup.languages, std::vector<std::string>{"en-GB"}) << "what the device told of itself remains";
 }
 
-TEST_F(AgentPhone, TellsWrongArgumentsInASentence)
+TEST_F(AgentPhone, ReportsWrongArguments)
 {
     connect();
     EXPECT_EQ(refusal("connect", R"({"now":true})"), "there is no 'now' here");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Scenarios as files, what they compare, and the clock that they can hold.
+// Scenario files, the comparison of values, JSON limits and the clock.
 #include "agent/device/clock.hpp"
-#include "agent/scenario/matching.hpp"
+#include "agent/json/matching.hpp"
 #include "agent/scenario/scenario.hpp"
 
 #include <gtest/gtest.h>
@@ -22,12 +22,12 @@ std::string mistake(const char *text)
     }
 }
 
-std::string differs(const char *wanted, const char *value)
+std::string differs(const std::string &wanted, const std::string &value)
 {
     return difference(Json::parse(wanted).get(), Json::parse(value).get(), "").value_or("");
 }
 
-TEST(AgentScenario, TakesEachKindOfStep)
+TEST(AgentScenario, ReadsEachKindOfStep)
 {
     const Scenario scenario = Scenario::parse(R"({"title":"all", "note":"of them", "steps":[
         {"expect":"start", "with":{"name":""}, "answer":{"result":0}, "within_ms":100},
@@ -46,15 +46,15 @@ TEST(AgentScenario, TakesEachKindOfStep)
     EXPECT_EQ(scenario.steps[3].text, "now");
     EXPECT_EQ(scenario.steps[4].arguments.text(), R"({"event":"status_changed_cb","values":[1]})");
     EXPECT_EQ(scenario.steps[4].line, 6);
-    EXPECT_FALSE(scenario.steps[4].is_for(1002));
-    EXPECT_TRUE(scenario.steps[4].is_for(1003));
-    EXPECT_FALSE(scenario.steps[4].is_for(2000));
+    EXPECT_FALSE(scenario.steps[4].applies_to(1002));
+    EXPECT_TRUE(scenario.steps[4].applies_to(1003));
+    EXPECT_FALSE(scenario.steps[4].applies_to(2000));
 }
 
-TEST(AgentScenario, TellsTheLineAndTheReasonOfAMistake)
+TEST(AgentScenario, ReportsTheLineAndTheReasonOfAMistake)
 {
     const std::pair<const char *, const char *> mistakes[] = {
-        {"{\n\"steps\":[\n{\"wait_ms\":}]}", "line 3: here it is no JSON any more"},
+        {"{\n\"steps\":[\n{\"wait_ms\":}]}", "line 3: the text is not JSON from here on"},
         {"[]", "line 1: a scenario is an object with an array 'steps'"},
         {R"({"steps":[], "setps":[]})", "line 1: there is no 'setps' here; there is note, steps, title"},
         {"{\"steps\":[\n{\"wait_ms\":1},\n{\"dance\":1}]}",
@@ -71,7 +71,7 @@ TEST(AgentScenario, TellsTheLineAndTheReasonOfAMistake)
         EXPECT_EQ(mistake(text).substr(0, std::string{reason}.size()), reason) << text;
 }
 
-TEST(AgentScenario, FindsInWhatAValueIsNotAsItIsWanted)
+TEST(AgentScenario, DescribesHowAValueDiffers)
 {
     EXPECT_EQ(differs(R"({"a":1})", R"({"a":1,"b":2})"), "");
     EXPECT_EQ(differs(R"({"a":1})", R"({"a":2})"), "a is 2, not 1");
@@ -83,7 +83,7 @@ TEST(AgentScenario, FindsInWhatAValueIsNotAsItIsWanted)
     EXPECT_EQ(differs(R"({"a":true})", R"({"a":1})"), "a is 1, not true");
 }
 
-TEST(AgentScenario, KnowsConditionsInsteadOfValues)
+TEST(AgentScenario, AcceptsConditionsInPlaceOfValues)
 {
     EXPECT_EQ(differs(R"({"a":{"at_least":2}})", R"({"a":2})"), "");
     EXPECT_EQ(differs(R"({"a":{"at_least":2}})", R"({"a":1})"), "a is 1, not at least 2");
@@ -94,6 +94,36 @@ TEST(AgentScenario, KnowsConditionsInsteadOfValues)
     EXPECT_EQ(differs(R"({"a":{"not":1}})", R"({"a":1})"), "a is 1, not anything but 1");
     EXPECT_EQ(differs(R"({"a":{"any":true}})", R"({"a":null})"), "");
     EXPECT_EQ(differs(R"({"a":{"any":true}})", "{}"), "a is nothing, not present: true");
+}
+
+/// Objects in objects, `levels` deep.
+std::string nested(int levels)
+{
+    std::string text = "1";
+    for (int i = 0; i < levels; ++i)
+        text = R"({"a":)" + text + R"(,"b":2})";
+    return text;
+}
+
+TEST(AgentScenario, ComparesDeepValuesInLinearTime)
+{
+    const std::string deep = nested(50);
+    EXPECT_EQ(differs("[" + deep + "]", "[" + deep + "]"), "");
+    EXPECT_NE(differs("[" + deep + "]", "[" + deep + ",1]"), "");
+    EXPECT_NE(differs(R"({"a":[)" + deep + "]}", R"({"a":[)" + deep + ",1]}"), "");
+    EXPECT_NE(differs(R"({"not":)" + deep + "}", deep), "");
+}
+
+TEST(AgentJson, RejectsTextsThatExceedItsLimits)
+{
+    EXPECT_NO_THROW(Json::parse(std::string(64, '[') + std::string(64, ']')));
+    EXPECT_THROW(Json::parse(std::string(65, '[') + std::string(65, ']')), JsonTooLarge);
+    std::string values = "[0";
+    for (int i = 2; i < 50'000; ++i)
+        values += ",0";
+    EXPECT_NO_THROW(Json::parse(values + "]"));
+    EXPECT_THROW(Json::parse(values + ",0,0]"), JsonTooLarge);
+    EXPECT_NO_THROW(Json::parse("\"" + std::string(100'000, ',') + R"(\"[{")")) << "text is one value";
 }
 
 TEST(AgentScenario, FollowsPathsIntoAValue)
@@ -108,13 +138,13 @@ TEST(AgentScenario, FollowsPathsIntoAValue)
 
 class AgentClock : public testing::Test {
 protected:
-    AgentClock() { clock.stand(); }
+    AgentClock() { clock.stop(); }
 
     Clock clock;
     std::string done;
 };
 
-TEST_F(AgentClock, DoesInOrderWhatComesDueWhenItIsMovedOn)
+TEST_F(AgentClock, MakesDueCallsInOrderWhenItAdvances)
 {
     clock.after(20, [&] { done += "b"; });
     clock.after(10, [&] { done += "a"; });
@@ -128,7 +158,7 @@ TEST_F(AgentClock, DoesInOrderWhatComesDueWhenItIsMovedOn)
     EXPECT_EQ(done, "aAbc");
 }
 
-TEST_F(AgentClock, DoesWhatTheWorkItselfBringsAbout)
+TEST_F(AgentClock, MakesCallsThatOtherCallsAdd)
 {
     std::function<void()> round = [&] {
         done += "r";
@@ -141,7 +171,7 @@ TEST_F(AgentClock, DoesWhatTheWorkItselfBringsAbout)
     EXPECT_EQ(clock.now_ms() - begin, 550);
 }
 
-TEST_F(AgentClock, ForgetsWhatIsCancelledAlsoByOtherWork)
+TEST_F(AgentClock, DropsCallsThatAreCancelledByOtherCalls)
 {
     Clock::Id second = 0;
     clock.after(10, [&] { clock.cancel(second); });
@@ -150,7 +180,7 @@ TEST_F(AgentClock, ForgetsWhatIsCancelledAlsoByOtherWork)
     EXPECT_EQ(done, "");
 }
 
-TEST_F(AgentClock, GoesOnWhereItStood)
+TEST_F(AgentClock, RunsOnFromWhereItWasStopped)
 {
     clock.advance(5000);
     const auto before = clock.now_ms();

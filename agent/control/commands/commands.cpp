@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands.hpp"
 
-#include "agent/device/personalities.hpp"
-#include "agent/scenario/plays.hpp"
-#include "command_actions.hpp"
+#include "actions.hpp"
+#include "agent/embedded.hpp"
 
 #include <algorithm>
 #include <sstream>
@@ -13,46 +12,47 @@ namespace kv::virtual_agent {
 
 namespace {
 
-/// Takes the first value from a row of them.
-std::string next_text(const Parameter &parameter, std::istringstream &words)
+/// Takes the next JSON value from a line, which may go on behind it. Null for a `-`.
+Json next_json(std::istringstream &words)
 {
     std::string text;
-    if (parameter.kind != Parameter::Kind::json) {
-        words >> text;
-        return text;
-    }
     std::getline(words >> std::ws, text);
-    const bool nothing = text.rfind("- ", 0) == 0;
-    if (const std::size_t length = nothing ? 1 : Json::length_of_first(text); length > 0 && length < text.size()) {
-        words.clear();
-        words.str(text.substr(length));
-        text.resize(length);
-    }
-    return text;
+    std::size_t length = 1;
+    Json value = text == "-" || text.rfind("- ", 0) == 0 ? Json{} : Json::parse_first(text, length);
+    words.clear();
+    words.str(text.substr(length));
+    return value;
 }
 
-/// The arguments of a command from the words of a line.
+/// Reads the arguments of a command from the words of a line. `-` skips an optional argument.
 Json arguments_from(const Command &command, std::istringstream &words)
 {
     Json arguments = Json::object();
     for (const Parameter &parameter : command.parameters) {
-        const std::string text = next_text(parameter, words);
-        if (text.empty())
+        if ((words >> std::ws).eof())
             break;
-        if (text != "-") // nothing, so that what stands behind it can be given
-            arguments.set(parameter.name, argument_from(parameter, text));
+        Json value;
+        if (parameter.kind == Parameter::Kind::json) {
+            value = next_json(words);
+        } else {
+            std::string word;
+            words >> word;
+            value = word == "-" ? Json{} : argument_from(parameter, word);
+        }
+        if (!cJSON_IsNull(value.get()))
+            arguments.set(parameter.name, std::move(value));
     }
     if (std::string more; words >> more)
-        throw std::invalid_argument{"nothing can follow here: " + more};
+        throw std::invalid_argument{"unexpected argument: " + more};
     return arguments;
 }
 
 } // namespace
 
-Json view_of(const Steered &agent)
+Json view_of(const ControlledAgent &agent)
 {
     Json all = agent.state.view();
-    all.set("peers", agent.server.view()).set("faults", agent.faults.view()).set("play", agent.plays.view());
+    all.set("peers", agent.events.view()).set("faults", agent.faults.view()).set("play", agent.scenarios.view());
     return all;
 }
 
@@ -64,38 +64,38 @@ const std::vector<Command> &all_commands()
     using enum Command::Effect;
     static const std::vector<Command> commands = {
         {"state", {{"path", word, false}}, command::state, asks,
-         "what the agent knows, who is connected, and which faults are to come; or the part at a path: setup.networks.0.ssid"},
+         "shows the state of the agent, its connected applications and pending faults; or the part at a path: setup.networks.0.ssid"},
         {"journal", {{"since", number, false}, {"limit", number, false}, {"filter", json, false}}, command::journal, asks,
-         "what was noted, from an entry's number on; FILTER is an object that entries must match"},
-        {"count", {{"filter", json, false}}, command::count, asks, "how many entries match"},
+         "lists the entries of the journal, from the number SINCE on; FILTER is an object that entries must match"},
+        {"count", {{"filter", json, false}}, command::count, asks, "counts the entries that match"},
         {"wait", {{"filter", json, false}, {"within_ms", number, false}, {"since", number, false}}, command::wait, asks,
-         "answers when an entry is there that matches; by default within 5000 ms from now on"},
+         "waits until an entry matches; by default one that is written within 5000 ms from now on"},
         {"describe", {}, command::describe, asks,
-         "what this agent version knows: methods, events with sample values, faults, steps, personalities"},
-        {"clear", {}, command::clear, changes, "forgets all entries; their numbers go on"},
+         "describes this agent version: methods, events with sample values, faults, steps, personalities"},
+        {"clear", {}, command::clear, changes, "removes all entries; their numbers count on"},
         {"emit", {{"event", word, true}, {"values", json, false}}, command::emit, changes,
-         "sends an event to all who registered for it; VALUES is a JSON array, sample values when it is left out"},
+         "sends an event to all applications that are registered for it; VALUES is a JSON array, by default sample values"},
         {"fault", {{"method", word, true}, {"form", word, true}, {"value", number, false}, {"times", number, false}}, command::fault, changes,
-         "makes the next TIMES requests of a method, or of all, go wrong; 0 takes that back"},
+         "injects a failure into the next TIMES requests of a method, or of all; 0 removes it"},
         {"update", {{"step", word, true, {"start", "install", "complete", "fail", "ready"}}, {"value", word, false}}, command::update, changes,
-         "plays a step of the agent's being updated: start, install, complete [VERSION], fail [CODE], ready on|off"},
+         "simulates a step of an agent update: start, install, complete [VERSION], fail [CODE], ready on|off"},
         {"phone", {{"step", word, true}, {"with", json, false}}, command::phone, changes,
-         "does what the user does with the phone; WITH is a JSON object"},
+         "runs a step of the simulated phone; WITH is a JSON object"},
         {"cloud", {{"step", word, true}, {"with", json, false}}, command::cloud, changes,
-         "lets something happen in the cloud; WITH is a JSON object"},
-        {"clock", {{"what", word, true, {"stand", "run", "advance"}}, {"ms", number, false}}, command::clock, changes,
-         "makes the agent's time stand or run; a standing one advances by MS"},
-        {"snapshot", {}, command::snapshot, asks, "all of the state, secrets included, to be restored later"},
+         "runs a step of the simulated cloud; WITH is a JSON object"},
+        {"clock", {{"what", word, true, {"stop", "run", "advance", "stand"}}, {"ms", number, false}}, command::clock, changes,
+         "stops the agent's clock or lets it run; a stopped clock advances by MS; 'stand' is another name for 'stop'"},
+        {"snapshot", {}, command::snapshot, asks, "returns the whole state, secrets included, for 'restore'"},
         {"restore", {{"snapshot", json, true}}, command::restore, changes,
-         "puts the state back; applications are told nothing, and the version stays"},
+         "replaces the state by a snapshot; no events are sent, and the version stays"},
         {"reset", {}, command::reset, changes,
-         "makes it a device that was never used; faults are taken back, the clock runs, applications stay connected"},
+         "resets the device to an unused one; faults are removed, the clock runs, applications stay connected"},
         {"personality", {{"name", word, true}}, command::personality, changes,
-         "makes it another device: " + personality_names()},
+         "turns the device into another one: " + personality_names()},
         {"play", {{"scenario", json, true}}, command::play, changes,
-         "plays a scenario: an object, or the path of a file as a text; 'state play' shows how it goes"},
-        {"stop-play", {}, command::stop_play, changes, "ends the scenario that is played"},
-        {"help", {}, command::help, asks, "this list"},
+         "plays a scenario: an object, or the path of a file as a text; 'state play' shows its progress"},
+        {"stop-play", {}, command::stop_play, changes, "stops the scenario"},
+        {"help", {}, command::help, asks, "lists commands, faults, steps and events"},
         {"quit", {}, command::quit, changes, "stops the agent"},
     };
     return commands;
@@ -124,19 +124,19 @@ std::string Command::form() const
 
 namespace {
 
-/// Refuses what is missing and what is not known.
+/// Rejects missing and unknown arguments.
 Arguments checked(const Command &command, const cJSON *arguments)
 {
     Arguments taken{arguments};
     for (const Parameter &parameter : command.parameters)
         if (!taken.any(parameter.name) && parameter.required)
-            throw std::invalid_argument{std::string{"'"} + parameter.name + "' is missing; it is " + command.name +
-                                        " " + command.form()};
+            throw std::invalid_argument{std::string{"'"} + parameter.name + "' is missing; the command is " +
+                                        command.name + " " + command.form()};
     taken.end();
     return taken;
 }
 
-/// The words and numbers among the arguments. Documents may hold a password.
+/// The words and numbers among the arguments. JSON arguments may hold secrets and are left out.
 Json shown_of(const Command &command, const cJSON *arguments)
 {
     Json shown = Json::object();
@@ -147,8 +147,8 @@ Json shown_of(const Command &command, const cJSON *arguments)
     return shown;
 }
 
-/// Of one that failed only its name: its arguments were not understood.
-void note(Steered &agent, const Command &command, bool ok, const cJSON *arguments)
+/// Writes a command that changes something to the journal; one that failed without its arguments.
+void note(ControlledAgent &agent, const Command &command, bool ok, const cJSON *arguments)
 {
     if (command.effect == Command::Effect::asks)
         return;
@@ -167,41 +167,42 @@ void note(Steered &agent, const Command &command, bool ok, const cJSON *argument
 
 } // namespace
 
-Json run_command(Steered &agent, const Command &command, const cJSON *arguments)
+Json run_command(ControlledAgent &agent, const Command &command, const cJSON *arguments)
 {
     Arguments taken = checked(command, arguments);
     return std::get<Command::Run>(command.action)(agent, taken);
 }
 
-Json good_answer(Json facts)
+Json good_reply(Json facts)
 {
     return std::move(Json::object().set("ok", true).add(std::move(facts)));
 }
 
-Json bad_answer(const std::string &problem)
+Json bad_reply(const std::string &problem)
 {
     return std::move(Json::object().set("ok", false).set("error", problem));
 }
 
-std::unique_ptr<Waiting> carry_out(Steered &agent, const Command &command, const cJSON *arguments, const Reply &reply)
+std::unique_ptr<Waiting> carry_out(ControlledAgent &agent, const Command &command, const cJSON *arguments,
+                                   const Reply &reply)
 {
-    Json answer;
+    Json result;
     try {
         if (command.waits()) {
             Arguments taken = checked(command, arguments);
             return std::get<Command::Start>(command.action)(agent, taken, reply);
         }
-        answer = good_answer(run_command(agent, command, arguments));
+        result = good_reply(run_command(agent, command, arguments));
         note(agent, command, true, arguments);
     } catch (const std::exception &problem) {
-        answer = bad_answer(problem.what());
+        result = bad_reply(problem.what());
         note(agent, command, false, arguments);
     }
-    reply(std::move(answer));
+    reply(std::move(result));
     return nullptr;
 }
 
-std::unique_ptr<Waiting> carry_out_line(Steered &agent, const std::string &line, const Reply &reply)
+std::unique_ptr<Waiting> carry_out_line(ControlledAgent &agent, const std::string &line, const Reply &reply)
 {
     try {
         std::istringstream words{line};
@@ -209,11 +210,11 @@ std::unique_ptr<Waiting> carry_out_line(Steered &agent, const std::string &line,
         words >> name;
         const Command *command = find_command(name);
         if (!command)
-            throw std::invalid_argument{"there is no command '" + name + "'; try help"};
+            throw std::invalid_argument{"there is no command '" + name + "'; 'help' lists them"};
         const Json arguments = arguments_from(*command, words);
         return carry_out(agent, *command, arguments.get(), reply);
     } catch (const std::exception &problem) {
-        reply(bad_answer(problem.what()));
+        reply(bad_reply(problem.what()));
         return nullptr;
     }
 }
@@ -251,8 +252,8 @@ std::string command_help()
     for (const Step<Cloud> &step : Cloud::steps())
         row(std::string{step.name} + " " + step.arguments, step.help);
     text << "Events:\n";
-    for (const DelegateEntry &delegate : all_delegates())
-        row(delegate.name, delegate.form);
+    for (const EventEntry &event : all_events())
+        row(event.name, event.form);
     return text.str();
 }
 

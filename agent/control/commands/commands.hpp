@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "agent/device/clock.hpp"
-#include "agent/device/updates.hpp"
-#include "arguments.hpp"
+#include "agent/cloud/cloud.hpp"
+#include "agent/installation/updates.hpp"
+#include "agent/json/arguments.hpp"
+#include "agent/phone/phone.hpp"
 
 #include <functional>
 #include <memory>
@@ -13,52 +14,69 @@
 
 namespace kv::virtual_agent {
 
-class Plays;
+/// What commands need of scenarios. Scenarios consist of commands, so `agent/scenario` implements this and commands do
+/// not depend on it.
+class ScenarioControl {
+public:
+    /// Both throw std::exception if the scenario has a mistake or another one is played.
+    virtual void start_file(const std::string &path) = 0;
+    virtual void start(const cJSON *scenario) = 0;
+    /// Throws std::invalid_argument if none is played.
+    virtual void stop() = 0;
+    virtual Json view() const = 0;
 
-/// What commands can reach.
-struct Steered {
+    /// Runs the commands that turn the device into a personality. Throws std::exception.
+    virtual void become(const std::string &personality) = 0;
+    /// Names and help of all personalities.
+    virtual Json personalities() const = 0;
+
+protected:
+    ~ScenarioControl() = default;
+};
+
+/// The parts of the agent that commands control.
+struct ControlledAgent {
     State &state;
-    Server &server;
+    EventHub &events;
     Faults &faults;
     Updates &updates;
     Phone &phone;
     Cloud &cloud;
     Clock &clock;
     Journal &journal;
-    Plays &plays;
+    ScenarioControl &scenarios;
     std::function<void()> quit;
 };
 
-/// One thing that a command takes, by name. In a line of text the values follow each other in the table's order.
+/// One named argument of a command. In a line of text the values follow the name of the command in the table's order.
 struct Parameter {
     enum class Kind { word, number, json }; // JSON takes the rest of a line
 
     const char *name;
     Kind kind;
     bool required;
-    std::vector<const char *> choices{}; // all that a word can be; empty for any
+    std::vector<const char *> choices{}; // the words that are accepted; empty for any
 };
 
-/// A command whose answer is yet to come. Destroyed, it is given up.
+/// A command whose reply is pending. Destruction gives it up.
 class Waiting {
 public:
     virtual ~Waiting() = default;
 };
 
-/// Is told once what became of a command: {"ok":true,...}, or {"ok":false,"error":"why"}. For a command that waits it is
-/// told from the main loop, and may destroy what waits.
-using Reply = std::function<void(Json answer)>;
+/// Receives the reply of a command once: {"ok":true,...}, or {"ok":false,"error":"..."}. The reply of a command that
+/// waits comes from the main loop, and the callback may destroy the Waiting object.
+using Reply = std::function<void(Json reply)>;
 
-Json good_answer(Json facts);
-Json bad_answer(const std::string &problem);
+Json good_reply(Json facts);
+Json bad_reply(const std::string &problem);
 
-/// One thing that can be done to the agent while it runs. Whatever steers it (lines of text, scenarios, the control API)
-/// does so through this table.
+/// One command of the control API. Lines of text, scenarios, HTTP and WebSocket all use this table.
 struct Command {
-    /// Gives back what is to be known of it. Throws std::exception, with a sentence for whoever asked.
-    using Run = Json (*)(Steered &agent, Arguments &arguments);
-    /// The same for one whose answer comes later. Throws when it cannot be begun.
-    using Start = std::unique_ptr<Waiting> (*)(Steered &agent, Arguments &arguments, Reply reply);
+    /// Runs the command and returns the members of its reply. Throws std::exception with a message for the client.
+    using Run = Json (*)(ControlledAgent &agent, Arguments &arguments);
+    /// Starts a command whose reply comes later. Throws if it cannot be started.
+    using Start = std::unique_ptr<Waiting> (*)(ControlledAgent &agent, Arguments &arguments, Reply reply);
 
     enum class Effect { changes, asks };
 
@@ -68,31 +86,31 @@ struct Command {
     Effect effect;
     std::string help;
 
-    /// How it is written: EVENT [VALUES].
+    /// Its arguments in help texts: EVENT [VALUES].
     std::string form() const;
     bool waits() const { return std::holds_alternative<Start>(action); }
 };
 
-/// Everything that can be known of the agent.
-Json view_of(const Steered &agent);
+/// The state of the agent with its peers, faults and the scenario, as `state` shows it.
+Json view_of(const ControlledAgent &agent);
 
 const std::vector<Command> &all_commands();
-/// None for a name that there is not.
+/// Null for an unknown name.
 const Command *find_command(const std::string &name);
 
-/// Carries out a command that does not wait. Arguments that it does not know are refused.
-Json run_command(Steered &agent, const Command &command, const cJSON *arguments);
+/// Runs a command that does not wait. Rejects unknown arguments.
+Json run_command(ControlledAgent &agent, const Command &command, const cJSON *arguments);
 
-/// Carries out a command that was given from outside, which is noted. Never throws. What is returned is NULL when the
-/// reply was given already.
-std::unique_ptr<Waiting> carry_out(Steered &agent, const Command &command, const cJSON *arguments, const Reply &reply);
-/// The same for one line: a command's name and its arguments.
-std::unique_ptr<Waiting> carry_out_line(Steered &agent, const std::string &line, const Reply &reply);
+/// Runs a command from a client and writes it to the journal. Never throws. Returns null if the reply was given already.
+std::unique_ptr<Waiting> carry_out(ControlledAgent &agent, const Command &command, const cJSON *arguments,
+                                   const Reply &reply);
+/// The same for a line of text: the name of a command and its arguments.
+std::unique_ptr<Waiting> carry_out_line(ControlledAgent &agent, const std::string &line, const Reply &reply);
 
-/// An argument from the text of a line or an address. Throws std::invalid_argument.
+/// An argument from the text of a line or of a URL. Throws std::invalid_argument.
 Json argument_from(const Parameter &parameter, const std::string &text);
 
-/// All commands with what they do, for people.
+/// All commands, faults, steps and events with their help.
 std::string command_help();
 
 } // namespace kv::virtual_agent

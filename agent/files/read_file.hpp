@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace kv::virtual_agent {
+
+/// Reads a whole file. Only regular files up to `max_size` bytes are read: opening a FIFO would block the agent, and a
+/// device such as /dev/zero has no end. Throws std::system_error, or std::runtime_error with the reason.
+std::string read_file(const std::string &path, std::size_t max_size);
+
+} // namespace kv::virtual_agent

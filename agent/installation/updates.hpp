@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "agent/device/state.hpp"
+#include "agent/server/server.hpp"
+#include "package.hpp"
+
+namespace kv::virtual_agent {
+
+/// The replacement of the agent by another version, as applications see it: each step is announced on the message bus,
+/// and there is no agent while the new program is installed. The steps return whether they were announced; they take
+/// effect without a message bus, too.
+class Updates {
+public:
+    Updates(State &state, Server &server, Package &package, Journal &journal)
+        : state_(state), server_(server), package_(package), journal_(journal)
+    {
+    }
+    Updates(const Updates &) = delete;
+    Updates &operator=(const Updates &) = delete;
+
+    bool start();
+    /// Announces the installation, and 100 ms later disconnects all applications and stops serving.
+    bool install();
+    /// Serves again as the new version, which is not started and not waiting for an update.
+    bool complete(const Version &version);
+    /// Serves again as the same version and announces the failure.
+    bool fail(int code);
+
+private:
+    void leave();
+    void come_back();
+    bool announce(const char *step, struct bundle_s *data);
+
+    State &state_;
+    Server &server_;
+    Package &package_;
+    Journal &journal_;
+    Source leaving_{}; // until the agent stops serving
+    bool away_ = false;
+};
+
+} // namespace kv::virtual_agent

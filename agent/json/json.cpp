@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "json.hpp"
+
+#include <glib.h>
+
+#include <new>
+#include <stdexcept>
+
+namespace kv::virtual_agent {
+
+namespace {
+
+constexpr std::size_t max_excerpt = 200;
+
+std::string valid_utf8(std::string_view text)
+{
+    std::unique_ptr<char, decltype(&g_free)> valid{g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())),
+                                                   g_free};
+    return valid.get();
+}
+
+std::string excerpt(const std::string &text)
+{
+    return text.size() > max_excerpt ? text.substr(0, max_excerpt) + "..." : text;
+}
+
+/// Which limit the text exceeds; null if none. Counts commas and brackets outside of strings before anything is parsed.
+const char *exceeded_limit(const std::string &text)
+{
+    std::size_t depth = 0;
+    std::size_t values = 1;
+    bool in_string = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char letter = text[i];
+        if (in_string) {
+            if (letter == '\\')
+                ++i;
+            else if (letter == '"')
+                in_string = false;
+            continue;
+        }
+        switch (letter) {
+        case '"': in_string = true; break;
+        case ',': ++values; break;
+        case '[':
+        case '{':
+            ++values;
+            if (++depth > Json::max_depth)
+                return "nested more than 64 levels deep";
+            break;
+        case ']':
+        case '}': depth -= depth > 0 ? 1 : 0; break;
+        default: break;
+        }
+        if (values > Json::max_values)
+            return "more than 50000 values";
+    }
+    return nullptr;
+}
+
+} // namespace
+
+Json::Json(cJSON *value) : value_(value)
+{
+    if (!value_)
+        throw std::bad_alloc{};
+}
+
+Json::Json(std::string_view text) : Json(cJSON_CreateString(valid_utf8(text).c_str())) {}
+
+Json Json::parse(const std::string &text, const char **end, bool to_the_end)
+{
+    if (const char *limit = exceeded_limit(text))
+        throw JsonTooLarge{"not JSON that can be accepted, " + std::string{limit} + ": " + excerpt(text)};
+    cJSON *value = text.find('\0') == std::string::npos ? cJSON_ParseWithOpts(text.c_str(), end, to_the_end) : nullptr;
+    if (!value)
+        throw std::invalid_argument{"not JSON: " + excerpt(text)};
+    return Json{value};
+}
+
+Json Json::parse(const std::string &text)
+{
+    return parse(text, nullptr, true);
+}
+
+Json Json::parse_first(const std::string &text, std::size_t &length)
+{
+    const char *end = nullptr;
+    Json value = parse(text, &end, false);
+    length = static_cast<std::size_t>(end - text.c_str());
+    return value;
+}
+
+Json &Json::set(const char *key, Json value)
+{
+    cJSON_AddItemToObject(value_.get(), key, value.value_.release());
+    return *this;
+}
+
+Json &Json::append(Json value)
+{
+    cJSON_AddItemToArray(value_.get(), value.value_.release());
+    return *this;
+}
+
+Json &Json::add(Json object)
+{
+    while (cJSON *member = object.value_->child) {
+        cJSON_DetachItemViaPointer(object.value_.get(), member);
+        const std::string key = member->string;
+        cJSON_AddItemToObject(value_.get(), key.c_str(), member);
+    }
+    return *this;
+}
+
+std::string Json::text() const
+{
+    return text_of(value_.get());
+}
+
+std::string text_of(const cJSON *value)
+{
+    std::unique_ptr<char, decltype(&cJSON_free)> printed{cJSON_PrintUnformatted(value), cJSON_free};
+    if (!printed)
+        throw std::bad_alloc{};
+    return printed.get();
+}
+
+std::string excerpt_of(const cJSON *value)
+{
+    return value ? excerpt(text_of(value)) : "missing";
+}
+
+std::string in_words(const Json &object)
+{
+    std::string words;
+    for (const cJSON *member = object.get()->child; member; member = member->next)
+        words.append(words.empty() ? "" : ", ").append(member->string).append(" ").append(text_of(member));
+    return words;
+}
+
+} // namespace kv::virtual_agent

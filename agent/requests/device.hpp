@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "agent/cloud/cloud.hpp"
+#include "agent/phone/phone.hpp"
+
+namespace kv::virtual_agent {
+
+/// What requests act upon.
+struct Device {
+    State &state;
+    Phone &phone;
+    Cloud &cloud;
+};
+
+} // namespace kv::virtual_agent

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "device.hpp"
+
+#include <vector>
+
+/// Requests that travel as JSON inside the method common_interface, each with a command number.
+namespace kv::virtual_agent {
+
+struct NumberedCommand {
+    int number;
+    const char *name;
+    int since;
+    /// Returns the agent's result.
+    int (*serve)(const Device &device, const cJSON *request);
+};
+
+const std::vector<NumberedCommand> &all_numbered_commands();
+
+/// Returns the agent's result: `refused` for a text that is not JSON or exceeds its limits, for an unknown number, and
+/// for a command that only newer agents have.
+int serve_generic_method(const Device &device, const char *text);
+
+} // namespace kv::virtual_agent

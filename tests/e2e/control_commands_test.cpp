@@ -135,7 +135,7 @@ TEST_F(Commands, EndAWaitWhenItsClientDisconnects)
 TEST_F(Commands, WaitAsLinesOfText)
 {
     EXPECT_NE(agent.reply_to(R"(wait {"agent":"ready"} 1000 0)").find(R"("entry":{"seq":1,)"), std::string::npos);
-    EXPECT_EQ(agent.reply_to("wait - 10"), "not within 10 ms; nothing was noted");
+    EXPECT_EQ(agent.reply_to("wait - 10"), "not within 10 ms; no entry was written");
 }
 
 TEST_F(Commands, AreJournalledIfTheyChangeSomething)
@@ -232,7 +232,7 @@ TEST_F(Commands, RefuseInvalidSnapshotsAndChangeNothing)
         {.snapshot = R"({"cloud":{"keep_alive":{"selected":[0]}}})", .reason = "must be indexes of its intervals"},
         {.snapshot = R"({"cloud":{"next_sign_up":{"after_ms":-1}}})", .reason = "cannot be negative"},
         {.snapshot = R"({"signed_in":true})", .reason = "a device that is signed in is signed up"},
-        {.snapshot = R"({"told":{"5":""}})", .reason = "must go by the ids of methods"},
+        {.snapshot = R"({"told":{"5":""}})", .reason = "must be ids of methods"},
         {.snapshot = R"({"told":{"x":""}})", .reason = "must be a whole number"},
         {.snapshot = R"({"nicks":{"0":{}}})", .reason = "snapshot.nicks.0 must be a text"},
     };

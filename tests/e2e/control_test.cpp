@@ -113,7 +113,7 @@ TEST_F(Control, ReportsWhatIsWrongWithARequest)
         {.method = "POST", .target = "/v1/wait", .body = R"({"within_ms":600001})", .status = http::bad_request, .reason = "'within_ms' is at most 600000"},
         {.method = "POST", .target = "/v1/restore", .body = R"({"snapshot":[]})", .status = http::bad_request, .reason = "snapshot must be an object"},
         {.method = "POST", .target = "/v1/play", .body = R"({"scenario":{"steps":[{"dance":1}]}})", .status = http::bad_request, .reason = "line 1: "},
-        {.method = "POST", .target = "/v1/play", .body = R"({"scenario":"/no/such/file"})", .status = http::bad_request, .reason = "cannot read the scenario"},
+        {.method = "POST", .target = "/v1/play", .body = R"({"scenario":"/no/such/file"})", .status = http::bad_request, .reason = "cannot read /no/such/file"},
         {.method = "GET", .target = "/v1/journal?since=x", .body = "", .status = http::bad_request, .reason = "'since' must be a whole number"},
         {.method = "GET", .target = "/v1/count?filter={", .body = "", .status = http::bad_request, .reason = "not JSON"},
         {.method = "GET", .target = "/v1/state?colour=red", .body = "", .status = http::bad_request, .reason = "there is no 'colour' here"},

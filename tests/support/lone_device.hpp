@@ -5,13 +5,8 @@
 
 namespace kv::test {
 
-<<<<<<< HEAD
-/// The virtual agent's handlers and state without a port. Its events are recorded instead of sent.
-class LoneDevice final : private virtual_agent::Announcer {
-=======
 /// The inside of the virtual agent without a port. Events are kept instead of sent.
 class LoneDevice final {
->>>>>>> w-agent
 public:
     LoneDevice()
     {
@@ -36,19 +31,7 @@ public:
     virtual_agent::Cloud cloud{state, events, clock, authority};
     virtual_agent::Handlers handlers{{state, phone, cloud}};
 
-<<<<<<< HEAD
-    std::vector<virtual_agent::Event> announced{};
-    int listeners = 0; // the number of applications that each event reaches
-
-private:
-    int to_all(int delegate_id, const Make &make) override
-    {
-        announced.push_back(make({delegate_id, 1, false}));
-        return listeners;
-    }
-=======
     std::vector<virtual_agent::Event> sent{};
->>>>>>> w-agent
 };
 
 } // namespace kv::test

@@ -26,7 +26,7 @@ check_run() {
     expect_status 2 "$ctl" run
     expect_status 2 "$ctl" run "$setup"
     expect_status 1 "$ctl" run nowhere.json -- true
-    expect_in out 'cannot read the scenario'
+    expect_in out 'cannot read '
     printf '{"steps": [\n  {"expect": "start"},\n  {"expcet": "stop"}\n]}\n' >mistake.json
     expect_status 1 "$ctl" run mistake.json -- "$device"
     expect_in out "mistake.json, line 3: a step has one of"

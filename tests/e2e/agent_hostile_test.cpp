@@ -69,7 +69,7 @@ TEST(AgentMemory, StaysBoundedForADocumentOfEmptyArrays)
     while (document.size() < largest_parcel - 64)
         document += "[],";
     send_large(agent.pid(), int32(102) + text(document + "[]]}"));
-    EXPECT_NE(agent.command("state running").find("false"), std::string::npos);
+    EXPECT_NE(agent.reply_to("state running").find("false"), std::string::npos);
 }
 
 TEST(AgentMemory, StaysBoundedForAnArrayOfEmptyTexts)
@@ -78,7 +78,7 @@ TEST(AgentMemory, StaysBoundedForAnArrayOfEmptyTexts)
     AgentProcess agent{home};
     const int count = (largest_parcel - 16) / 4;
     send_large(agent.pid(), int32(59) + int32(count) + Bytes(static_cast<std::size_t>(count) * 4, '\0'));
-    EXPECT_NE(agent.command("state running").find("false"), std::string::npos);
+    EXPECT_NE(agent.reply_to("state running").find("false"), std::string::npos);
 }
 
 TEST(AgentMemory, DoesNotKeepALongText)
@@ -113,9 +113,9 @@ TEST(AgentFiles, OfTheAuthorityMustBeRegular)
     std::filesystem::create_directory(ca);
     ASSERT_EQ(::mkfifo((ca / "ca.key").c_str(), 0600), 0);
     ASSERT_EQ(::mkfifo((ca / "ca.pem").c_str(), 0600), 0);
-    const Finished finished = run_agent({"--ca-dir", ca});
-    EXPECT_EQ(finished.status, 1);
-    EXPECT_NE(finished.err.find("it is not a regular file"), std::string::npos) << finished.err;
+    const ProgramResult result = run_agent({"--ca-dir", ca});
+    EXPECT_EQ(result.exit_status, agent_exit::failed);
+    EXPECT_NE(result.error_output.find("it is not a regular file"), std::string::npos) << result.error_output;
 }
 
 TEST(AgentOutput, ThatCannotBeWrittenEndsTheAgentWithTheReason)
@@ -123,8 +123,8 @@ TEST(AgentOutput, ThatCannotBeWrittenEndsTheAgentWithTheReason)
     AgentHome home;
     Program agent{"/bin/sh", {"-c", std::string{"exec "} + KORVANE_AGENT_PATH + " >/dev/full"}};
     EXPECT_EQ(agent.wait(), 1);
-    EXPECT_NE(agent.err().find("cannot write to standard output: No space left on device"), std::string::npos)
-        << agent.err();
+    EXPECT_NE(agent.error_output().find("cannot write to standard output: No space left on device"), std::string::npos)
+        << agent.error_output();
     EXPECT_FALSE(std::filesystem::exists(home.runtime() / "control.json"));
 }
 

@@ -97,10 +97,10 @@ bool ControlConnection::send(std::string_view bytes)
     return true;
 }
 
-bool ControlConnection::read_more()
+bool ControlConnection::read_more(int milliseconds)
 {
     pollfd wait{socket_.get(), POLLIN, 0};
-    if (at_end_ || ::poll(&wait, 1, timeout_ms) <= 0)
+    if (at_end_ || ::poll(&wait, 1, milliseconds) <= 0)
         return false;
     char bytes[65536];
     const ssize_t count = ::read(socket_.get(), bytes, sizeof bytes);
@@ -113,16 +113,16 @@ bool ControlConnection::read_more()
 bool ControlConnection::fill(std::size_t size)
 {
     while (received_.size() < size)
-        if (!read_more())
+        if (!read_more(timeout_ms))
             return false;
     return true;
 }
 
-bool ControlConnection::wait_for_close()
+bool ControlConnection::wait_for_close(std::chrono::milliseconds timeout)
 {
-    const Deadline deadline{test_timeout};
+    const Deadline deadline{timeout};
     while (!at_end_ && !deadline.has_passed()) {
-        read_more();
+        read_more(deadline.milliseconds_left());
         received_.clear();
     }
     return at_end_;
@@ -133,7 +133,7 @@ Response ControlConnection::receive()
     Response response;
     std::size_t end = 0;
     while ((end = received_.find("\r\n\r\n")) == std::string::npos)
-        if (!read_more()) {
+        if (!read_more(timeout_ms)) {
             response.closed = at_end_;
             return response;
         }

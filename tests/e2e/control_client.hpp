@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/agent_process.hpp"
+#include "testing/support/wait.hpp"
 #include "testing/support/file_descriptor.hpp"
 
 #include <cjson/cJSON.h>
@@ -76,7 +77,7 @@ public:
     bool send(std::string_view bytes);
     Response receive();
     /// Waits until the agent closes the connection; discards what it sends before.
-    bool wait_for_close();
+    bool wait_for_close(std::chrono::milliseconds timeout = test_timeout);
 
     /// Sends a request and returns the response. Each header ends with \r\n.
     Response request(const std::string &method, const std::string &target, const std::string &headers = {},
@@ -98,7 +99,7 @@ public:
 private:
     /// Reads until `size` bytes have been received. Returns false at the end of the connection or on timeout.
     bool fill(std::size_t size);
-    bool read_more();
+    bool read_more(int milliseconds);
 
     FileDescriptor socket_{};
     bool at_end_ = false;

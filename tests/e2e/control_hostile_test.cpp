@@ -94,7 +94,7 @@ TEST_F(ControlUnderLoad, ServesEveryOneOf2000SequentialConnectionsWhileItIsBusy)
     int served = 0;
     for (int i = 0; i < 2000; ++i) {
         ControlConnection connection{home};
-        served += connection.ask("GET", "/v1/state?path=running", "Connection: close\r\n").status == 200 ? 1 : 0;
+        served += connection.request("GET", "/v1/state?path=running", "Connection: close\r\n").status == 200 ? 1 : 0;
     }
     EXPECT_EQ(served, 2000);
 }
@@ -151,7 +151,7 @@ TEST_F(ControlUnderLoad, EndsARequestThatArrivesByteByByte)
     bool closed = false;
     slow.send("GET /v1/count HTTP/1.1\r\nX: ");
     while (!closed && std::chrono::steady_clock::now() - begin < std::chrono::seconds{15})
-        closed = slow.is_closed_within(250) || !slow.send("x");
+        closed = slow.wait_for_close(std::chrono::milliseconds{250}) || !slow.send("x");
     EXPECT_TRUE(closed) << "the whole header has one deadline of 10 s";
 }
 
@@ -214,14 +214,17 @@ TEST(ControlListener, DoesNotBlockIfFlagsCannotBeChanged)
         ::execl(KORVANE_AGENT_PATH, KORVANE_AGENT_PATH, static_cast<char *>(nullptr));
         ::_exit(127);
     }
-    for (int i = 0; i < deadline_ms / 10 && !std::filesystem::exists(home.runtime() / "control.json"); ++i)
+    for (int i = 0;
+         i < static_cast<int>(test_timeout.count()) / 10 && !std::filesystem::exists(home.runtime() / "control.json");
+         ++i)
         ::poll(nullptr, 0, 10);
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(ControlConnection{home}.get("/v1/state?path=running").status, 200) << i;
     // An agent that blocks in accept() serves the next client, and nothing else: it does not even stop.
     ::kill(agent, SIGTERM);
     pid_t ended = 0;
-    for (int i = 0; i < deadline_ms / 10 && (ended = ::waitpid(agent, nullptr, WNOHANG)) == 0; ++i)
+    for (int i = 0;
+         i < static_cast<int>(test_timeout.count()) / 10 && (ended = ::waitpid(agent, nullptr, WNOHANG)) == 0; ++i)
         ::poll(nullptr, 0, 10);
     EXPECT_EQ(ended, agent);
     if (ended == 0) {

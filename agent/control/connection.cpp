@@ -186,6 +186,8 @@ void Connection::serve()
     const auto finished = +[](SoupServer *, SoupServerMessage *, gpointer data) {
         auto *self = static_cast<Connection *>(data);
         self->busy_ = false;
+        // libsoup stops reading at a timeout but leaves the connection open, so a later request would get no reply.
+        g_socket_set_timeout(self->socket_.get(), 0);
         self->end_when_idle();
     };
     g_signal_connect(server, "request-started", G_CALLBACK(started), this);
@@ -243,6 +245,7 @@ void Connection::set_common_headers(SoupServerMessage *message) const
 void Connection::check(SoupServerMessage *message, const char *path, GHashTable *query)
 {
     SoupMessageHeaders *headers = soup_server_message_get_request_headers(message);
+    g_socket_set_timeout(socket_.get(), Acceptor::patience_s);
     std::optional<Refusal> refusal = refusal_;
     if (!refusal && guard_)
         refusal = guard_->refusal(message, path, query);

@@ -3,10 +3,13 @@
 import assert from 'node:assert/strict';
 import {readFileSync, rmSync} from 'node:fs';
 import {writeFile} from 'node:fs/promises';
+import {Agent, request} from 'node:http';
 import {after, before, describe, it} from 'node:test';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
-import {checkFitsWidth, closePage, consoleTest, eventually, launchBrowser, narrow, openPage} from './fixture.mjs';
+import {checkFitsWidth, closePage, consoleTest, eventually, launchBrowser, narrow, openPage, timeoutMs} from './fixture.mjs';
+
+const idleTimeoutMs = 10000; // of the agent, for a connection on which a request is incomplete
 
 let browser;
 let fixture;
@@ -115,6 +118,24 @@ describe('The agent', () => {
     await page.locator('[data-step="language"]').waitFor({state: 'hidden'}); // a step of newer agents
     assert.equal((await fixture.state()).version, '1.2');
   });
+
+  test('replies on a connection that was idle for longer than its timeout', async () => {
+    const connection = new Agent({keepAlive: true, maxSockets: 1});
+    const get = () => new Promise((resolve, reject) => {
+      const sent = request(`${fixture.origin}/v1/state`, {agent: connection, timeout: timeoutMs,
+        headers: {Authorization: `Bearer ${fixture.http.token}`}}, (response) => {
+        response.resume();
+        response.on('end', () => resolve({status: response.statusCode, reused: sent.reusedSocket}));
+      });
+      sent.on('timeout', () => sent.destroy(new Error('no reply')));
+      sent.on('error', reject);
+      sent.end();
+    });
+    assert.deepEqual(await get(), {status: 200, reused: false});
+    await new Promise((resolve) => { setTimeout(resolve, idleTimeoutMs + 1000); });
+    assert.deepEqual(await get(), {status: 200, reused: true});
+    connection.destroy();
+  }, {washer: false, console: false});
 
   const token = 'a-token-for-both-agents';
   test('is reported as not connected, and found again with a new journal', async () => {

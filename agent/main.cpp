@@ -60,8 +60,7 @@ bool end_with_parent(pid_t parent)
 /// program that does.
 void report(const Json &facts, const std::string &sentence)
 {
-    std::printf("%s\n", isatty(STDOUT_FILENO) == 1 ? sentence.c_str() : facts.text().c_str());
-    std::fflush(stdout);
+    print_line(isatty(STDOUT_FILENO) == 1 ? sentence : facts.text());
 }
 
 void report_ready(const State &state, const ControlPlace &place, Journal &journal)
@@ -185,7 +184,7 @@ int serve(const Options &options)
     g_main_loop_run(loop.get());
 
     server.stop();
-    report_stopped(journal);
+    contain([&] { report_stopped(journal); }); // the reader of the output may have ended
     return scenario_passed ? stopped : failed;
 }
 

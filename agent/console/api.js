@@ -1,87 +1,90 @@
 // SPDX-License-Identifier: Apache-2.0
-// The connection to the agent: commands over HTTP, the journal over a WebSocket; it comes back by itself.
+// The connection to the agent: commands over HTTP, the journal over a WebSocket. It reconnects by itself.
 
 const tokenKey = 'korvane-token';
-const firstPause = 500;
-const longestPause = 5000;
-const stateAfter = 60;   // a hundred entries a second are no reason to ask for the state as often
-const stateEvery = 3000; // what changes by the agent's clock alone stands in no journal
-const history = 2000;    // how much of what was before the page is shown
-const pastAll = 2147483647;
+const minRetryMs = 500;
+const maxRetryMs = 5000;
+const minRefreshMs = 60;     // the state is not fetched for each of a hundred entries a second
+const pollMs = 3000;         // what changes only because time passes is in no journal entry
+const maxHistory = 2000;     // entries from before the page was opened
+const afterLastEntry = 2147483647;
 
-/// The agent's own sentence.
-export class Refused extends Error {}
-class WrongToken extends Error {}
+/// The agent has refused a command. The message is the agent's own.
+export class CommandError extends Error {}
+class TokenError extends Error {}
 
+/// Events: 'state' after each fetch of the state, 'entry' for each journal entry, 'status' when `status` has changed,
+/// 'replaced' when another agent has been found at the same address.
 export class Agent extends EventTarget {
   #token = '';
   #socket = null;
-  #pause = firstPause;
-  #retry = 0;
+  #retryMs = minRetryMs;
+  #retryTimer = 0;
   #refreshing = null;
-  #again = false;
-  commands = [];      // GET /v1
-  description = null; // GET /v1/describe
-  state = null;       // GET /v1/state
-  status = 'connecting';
-  #last = null;       // the journal's entry that came last
-  #next = 1;          // where the stream begins
+  #refreshAgain = false;
+  #lastEntry = null;
+  #nextSeq = 1;
+  commands = [];         // of GET /v1
+  description = null;    // of GET /v1/describe
+  state = null;          // of GET /v1/state
+  status = 'connecting'; // connecting, connected, disconnected or locked
 
   start() {
-    this.#takeToken();
-    addEventListener('hashchange', () => this.#takeToken() && this.#connect());
-    setInterval(() => this.status === 'connected' && !document.hidden && this.refresh(), stateEvery);
+    this.#readToken();
+    addEventListener('hashchange', () => this.#readToken() && this.#connect());
+    setInterval(() => this.status === 'connected' && !document.hidden && this.refresh(), pollMs);
     document.addEventListener('visibilitychange', () => this.status === 'connected' && this.refresh());
     this.#connect();
   }
 
-  /// The token comes in the address and does not stay there, where it could be read or shared.
-  #takeToken() {
-    const given = decodeURIComponent(location.hash.slice(1));
-    if (!given)
-      this.#token = sessionStorage.getItem(tokenKey) ?? '';
+  /// Takes the token out of the address, where others could read it.
+  #readToken() {
+    const token = decodeURIComponent(location.hash.slice(1));
+    if (token)
+      this.#storeToken(token);
     else
-      this.#keepToken(given);
-    return given !== '';
+      this.#token = sessionStorage.getItem(tokenKey) ?? '';
+    return token !== '';
   }
 
-  #keepToken(token) {
+  #storeToken(token) {
     this.#token = token;
     sessionStorage.setItem(tokenKey, token);
     window.history.replaceState(null, '', location.pathname);
   }
 
   unlock(token) {
-    this.#keepToken(token);
+    this.#storeToken(token);
     this.#connect();
   }
 
   async #fetch(path, options = {}) {
-    const answer = await fetch(path, {...options, headers: {...options.headers, Authorization: `Bearer ${this.#token}`}});
-    if (answer.status === 401)
-      throw new WrongToken();
-    const body = await answer.json().catch(() => ({ok: false, error: `the agent answered ${answer.status}`}));
-    if (!answer.ok || body.ok === false)
-      throw new Refused(body.error ?? `the agent answered ${answer.status}`);
+    const response = await fetch(path, {...options, headers: {...options.headers, Authorization: `Bearer ${this.#token}`}});
+    if (response.status === 401)
+      throw new TokenError();
+    const body = await response.json().catch(() => ({ok: false, error: `the agent returned HTTP status ${response.status}`}));
+    if (!response.ok || body.ok === false)
+      throw new CommandError(body.error ?? `the agent returned HTTP status ${response.status}`);
     return body;
   }
 
-  /// Throws Refused with the agent's sentence.
+  /// Runs a command. Throws CommandError if the agent refuses it or cannot be reached.
   async run(name, values = {}) {
     try {
       return await this.#fetch(`/v1/${name}`, {
         method: 'POST', headers: {'Content-Type': 'application/json'}, body: JSON.stringify(values)});
     } catch (problem) {
-      if (problem instanceof Refused)
+      if (problem instanceof CommandError)
         throw problem;
-      this.#lost(problem);
-      throw new Refused('the agent cannot be reached; nothing can be said of whether it was done');
+      this.#handleLoss(problem);
+      throw new CommandError('The agent cannot be reached. It may have run the command or not.');
     } finally {
       this.refresh();
     }
   }
 
-  ask(name, values = {}) {
+  /// Runs a command that changes nothing.
+  get(name, values = {}) {
     const query = new URLSearchParams(values).toString();
     return this.#fetch(`/v1/${name}${query && '?'}${query}`);
   }
@@ -90,33 +93,33 @@ export class Agent extends EventTarget {
     return this.commands.find((command) => command.name === name);
   }
 
-  /// Fetches the state; calls that come meanwhile share one more fetch.
+  /// Fetches the state. Calls during a fetch share one more fetch.
   refresh() {
     if (this.#refreshing) {
-      this.#again = true;
+      this.#refreshAgain = true;
       return;
     }
-    const pause = () => new Promise((resolve) => { setTimeout(resolve, stateAfter); });
-    this.#refreshing = this.#refresh().catch((problem) => this.#lost(problem)).then(pause).finally(() => {
+    const pause = () => new Promise((resolve) => { setTimeout(resolve, minRefreshMs); });
+    this.#refreshing = this.#refresh().catch((problem) => this.#handleLoss(problem)).then(pause).finally(() => {
       this.#refreshing = null;
-      if (this.#again) {
-        this.#again = false;
+      if (this.#refreshAgain) {
+        this.#refreshAgain = false;
         this.refresh();
       }
     });
   }
 
-  /// The same agent's description stays the same object, so that no form is made anew below somebody's hands.
+  /// Keeps the same object if the description has not changed.
   async #describe() {
-    const description = await this.ask('describe');
+    const description = await this.get('describe');
     if (JSON.stringify(description) !== JSON.stringify(this.description))
       this.description = description;
   }
 
   async #refresh() {
-    if (this.status === 'locked' || this.status === 'away')
+    if (this.status === 'locked' || this.status === 'disconnected')
       return;
-    const {state} = await this.ask('state');
+    const {state} = await this.get('state');
     if (state.version !== this.description?.version)
       await this.#describe();
     this.state = state;
@@ -126,54 +129,52 @@ export class Agent extends EventTarget {
   // ---- the journal ---------------------------------------------------------------------------------------------------
 
   async #connect() {
-    clearTimeout(this.#retry);
+    clearTimeout(this.#retryTimer);
     this.#close();
     try {
-      const {commands, agent, version} = await this.#fetch('/v1');
+      const {commands} = await this.#fetch('/v1');
       this.commands = commands;
-      this.name = agent;
-      this.version = version;
       await this.#describe();
-      await this.#whereToBegin();
-      this.#listen();
+      await this.#findNextEntry();
+      this.#openStream();
     } catch (problem) {
-      this.#lost(problem);
+      this.#handleLoss(problem);
     }
   }
 
-  /// Goes on where the stream ended, unless that was another agent's, whose entries are counted anew.
-  async #whereToBegin() {
-    const {next} = await this.ask('journal', {since: pastAll, limit: 0});
-    if (this.#last && !await this.#isKnown(this.#last)) {
-      this.#last = null;
-      this.dispatchEvent(new Event('another'));
+  /// Continues after the last entry, unless another agent with a journal of its own has taken the address.
+  async #findNextEntry() {
+    const {next} = await this.get('journal', {since: afterLastEntry, limit: 0});
+    if (this.#lastEntry && !await this.#journalHas(this.#lastEntry)) {
+      this.#lastEntry = null;
+      this.dispatchEvent(new Event('replaced'));
     }
-    this.#next = Math.max(this.#last ? this.#last.seq + 1 : 1, next - history);
+    this.#nextSeq = Math.max(this.#lastEntry ? this.#lastEntry.seq + 1 : 1, next - maxHistory);
   }
 
-  /// Whether the journal has the entry, or had it and has forgotten it.
-  async #isKnown({seq, time_us: time}) {
-    const {entries: [first], next} = await this.ask('journal', {since: seq, limit: 1});
+  /// Whether the agent's journal has the entry, or had it and has discarded it.
+  async #journalHas({seq, time_us: time}) {
+    const {entries: [first], next} = await this.get('journal', {since: seq, limit: 1});
     return first ? first.seq > seq || first.time_us === time : next > seq;
   }
 
-  #listen() {
-    const query = new URLSearchParams({token: this.#token, since: this.#next});
+  #openStream() {
+    const query = new URLSearchParams({token: this.#token, since: this.#nextSeq});
     const socket = new WebSocket(`ws://${location.host}/v1/stream?${query}`);
     this.#socket = socket;
     socket.onopen = () => {
-      this.#pause = firstPause;
+      this.#retryMs = minRetryMs;
       this.#setStatus('connected');
       this.refresh();
     };
     socket.onmessage = ({data}) => {
       const entry = JSON.parse(data);
-      this.#last = entry;
+      this.#lastEntry = entry;
       this.dispatchEvent(new CustomEvent('entry', {detail: entry}));
       this.refresh();
     };
     socket.onclose = ({reason, code}) => this.#socket === socket
-      && this.#lost(new Error(reason || `the stream ended with code ${code}`));
+      && this.#handleLoss(new Error(reason || `the stream ended with code ${code}`));
   }
 
   #close() {
@@ -182,20 +183,14 @@ export class Agent extends EventTarget {
     socket?.close();
   }
 
-  #lost(problem) {
-    if (problem instanceof Refused) {
-      this.#setStatus('away', problem.message);
-    } else if (problem instanceof WrongToken) {
-      this.#close();
-      this.#setStatus('locked');
-      return;
-    } else {
-      this.#setStatus('away', problem.message);
-    }
+  #handleLoss(problem) {
     this.#close();
-    clearTimeout(this.#retry);
-    this.#retry = setTimeout(() => this.#connect(), this.#pause);
-    this.#pause = Math.min(this.#pause * 2, longestPause);
+    if (problem instanceof TokenError)
+      return this.#setStatus('locked');
+    this.#setStatus('disconnected', problem.message);
+    clearTimeout(this.#retryTimer);
+    this.#retryTimer = setTimeout(() => this.#connect(), this.#retryMs);
+    this.#retryMs = Math.min(this.#retryMs * 2, maxRetryMs);
   }
 
   #setStatus(status, problem = '') {

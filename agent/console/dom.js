@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Elements without markup in texts: whatever comes from outside becomes a text node or an attribute, never HTML.
+// Creates and updates elements. Text from outside becomes a text node or an attribute, never HTML.
 
-/// h('p', {class: 'note', onclick: run}, 'text', node, null, [nodes])
+/// Creates an element: h('p', {class: 'note', onclick: run}, 'text', node, null, [nodes])
 export function h(tag, attributes = {}, ...children) {
   const element = document.createElement(tag);
   for (const [name, value] of Object.entries(attributes)) {
@@ -20,41 +20,93 @@ export function h(tag, attributes = {}, ...children) {
 
 export const byId = (id) => document.getElementById(id);
 
-/// Puts children in the place of what is there, but leaves everything alone when nothing has changed: whoever is
-/// typing or has the focus there is not disturbed.
-export function renew(element, seen, make) {
-  const key = JSON.stringify(seen);
-  if (element.seen === key)
+const renderedInputs = new WeakMap();
+
+/// Replaces the children of `element` with those that `make` returns, if `input` differs from the previous call.
+export function render(element, input, make) {
+  const key = JSON.stringify(input);
+  if (renderedInputs.get(element) === key)
     return;
-  element.seen = key;
-  const focused = element.contains(document.activeElement) ? document.activeElement.dataset.key : undefined;
+  renderedInputs.set(element, key);
   element.replaceChildren(...[make()].flat(Infinity).filter(Boolean));
-  if (focused)
-    [...element.querySelectorAll('[data-key]')].find((one) => one.dataset.key === focused)?.focus();
+}
+
+/// Makes `children` the children of `parent`. Those that are in their place are not touched, so they keep the focus.
+export function arrange(parent, children) {
+  for (const child of [...parent.children])
+    if (!children.includes(child))
+      child.remove();
+  children.forEach((child, index) => {
+    if (parent.children[index] !== child)
+      parent.insertBefore(child, parent.children[index] ?? null);
+  });
+}
+
+/// Returns a function that calls `make` once for each different argument and returns the same result again later.
+/// A form that is not needed for a while therefore keeps its contents.
+export function once(make) {
+  const results = new Map();
+  return (argument) => {
+    const key = JSON.stringify(argument);
+    if (!results.has(key))
+      results.set(key, make(argument));
+    return results.get(key);
+  };
+}
+
+export function setText(element, text) {
+  if (element.textContent !== text)
+    element.textContent = text;
+}
+
+export const options = (names, toText = (name) => name) => names.map((name) => h('option', {value: name}, toText(name)));
+
+/// Replaces the options of `select` and keeps what is selected, if it is among the new ones.
+export function setOptions(select, ...children) {
+  const {value} = select;
+  select.replaceChildren(...children.flat());
+  select.value = value;
+  if (select.selectedIndex < 0)
+    select.selectedIndex = 0;
 }
 
 let ids = 0;
-export const freshId = (stem) => `${stem}-${++ids}`;
+export const uniqueId = (stem) => `${stem}-${++ids}`;
 
-/// 'drop-session' reads as 'Drop session'.
-export function inWords(name) {
+// ---- texts -----------------------------------------------------------------------------------------------------------
+
+/// Turns a name into a label: 'drop-session' becomes 'Drop session'.
+export function toLabel(name) {
   const words = name.replaceAll(/[-_]/g, ' ');
   return words.charAt(0).toUpperCase() + words.slice(1);
 }
 
-/// A name or a text whatever it holds; invisible and direction-changing characters are made visible, so that a
-/// network cannot show itself as another.
-export function plain(text) {
+export function toSentence(help) {
+  return help ? help.charAt(0).toUpperCase() + help.slice(1) + (/[.?!]$/.test(help) ? '' : '.') : '';
+}
+
+/// Escapes invisible and direction-changing characters, so that a network cannot imitate the name of another.
+export function escapeInvisible(text) {
   return String(text).replaceAll(/[\p{Cc}\p{Cf}\p{Zl}\p{Zp}]/gu,
     (character) => `\\u{${character.codePointAt(0).toString(16)}}`);
 }
 
-export function compact(value) {
+/// Formats a value on one line.
+export function formatValue(value) {
   if (typeof value === 'string')
-    return plain(JSON.stringify(value));
+    return escapeInvisible(JSON.stringify(value));
   if (Array.isArray(value))
-    return `[${value.map(compact).join(', ')}]`;
+    return `[${value.map(formatValue).join(', ')}]`;
   if (value !== null && typeof value === 'object')
-    return `{${Object.entries(value).map(([name, one]) => `${plain(name)} ${compact(one)}`).join(', ')}}`;
+    return `{${formatMembers(value)}}`;
   return String(value);
+}
+
+export function formatMembers(object) {
+  return Object.entries(object).map(([name, value]) => `${escapeInvisible(name)} ${formatValue(value)}`).join(', ');
+}
+
+/// Formats a value as indented JSON.
+export function formatJson(value) {
+  return JSON.stringify(value, null, 2).split('\n').map(escapeInvisible).join('\n');
 }

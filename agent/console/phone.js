@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-// The phone: a wizard through the setup. Which steps there are, and what they take, tells the agent; here stands only
-// in which order and at which moment they are offered. A step that is not known here is offered at the end.
-import {h, inWords, plain, renew} from './dom.js';
+// The setup wizard, which simulates the phone. The agent describes the steps and their arguments. The wizard adds their
+// order and the condition under which each is offered. A step that it does not know is offered at the end.
+import {arrange, escapeInvisible, h, render, setText, toLabel, toSentence} from './dom.js';
 import {fieldsOfStep, makeFields, makeForm} from './forms.js';
+import {isInUse} from './layout.js';
 import {makeNetworkForm} from './networks.js';
 
-const connected = ({setup}) => setup.stage !== 'waiting';
-const underWay = (state) => connected(state) && state.setup.stage !== 'done';
-const pinIsAsked = ({setup}) => setup.pin.tries_left > 0;
+const isConnected = ({setup}) => setup.stage !== 'waiting';
+const inProgress = (state) => isConnected(state) && state.setup.stage !== 'done';
+const pinRequested = ({setup}) => setup.pin.tries_left > 0;
 const languageOf = ({setup}) => setup.languages[0] ?? 'en-GB';
 
-function nowHere() {
+function localDateTime() {
   const now = new Date();
   const offset = -now.getTimezoneOffset();
   const two = (number) => String(Math.abs(number)).padStart(2, '0');
@@ -18,66 +19,67 @@ function nowHere() {
   return `${local}${offset < 0 ? '-' : '+'}${two(Math.trunc(offset / 60))}:${two(offset % 60)}`;
 }
 
-const eightDigits = () => Array.from(crypto.getRandomValues(new Uint8Array(8)), (byte) => byte % 10).join('');
+const randomPin = () => Array.from(crypto.getRandomValues(new Uint8Array(8)), (byte) => byte % 10).join('');
 
-/// Groups of steps. `when` says at which moment a step is offered, `initial` what stands in its fields at first.
+/// The groups of steps. `when` is the condition under which a step is offered, `initial` gives the first values of its
+/// fields, and a step with a `panel` title is shown as a panel that opens and closes.
 const wizard = [
   {
-    title: 'Find the device', done: connected,
-    steps: [{name: 'connect', label: 'Connect', when: (state) => !connected(state)}],
+    title: 'Connect', done: isConnected,
+    steps: [{name: 'connect', label: 'Connect', when: (state) => !isConnected(state)}],
   },
   {
-    title: 'Show that you are there', done: ({setup}) => setup.pin.verified || setup.confirmed === true,
+    title: 'Verify the user', done: ({setup}) => setup.pin.verified || setup.confirmed === true,
     steps: [
-      {name: 'confirm', label: 'Ask to confirm', when: (state) => underWay(state) && state.setup.confirmed !== true},
-      {name: 'pin', label: 'Ask for the PIN', folded: 'PIN', initial: () => ({kind: 'display'}),
-       when: (state) => underWay(state) && !pinIsAsked(state)},
-      {name: 'enter-pin', label: 'Check', when: pinIsAsked},
+      {name: 'confirm', label: 'Request confirmation', when: (state) => inProgress(state) && state.setup.confirmed !== true},
+      {name: 'pin', label: 'Request PIN', panel: 'PIN', initial: () => ({kind: 'display'}),
+       when: (state) => inProgress(state) && !pinRequested(state)},
+      {name: 'enter-pin', label: 'Verify PIN', when: pinRequested},
     ],
   },
   {
     title: 'Choose a network', done: ({setup}) => ['joined', 'done'].includes(setup.stage),
     steps: [
-      {name: 'scan', label: 'Look for networks', when: (state) => underWay(state) && state.setup.stage !== 'joined'},
+      {name: 'scan', label: 'Scan for networks', when: (state) => inProgress(state) && state.setup.stage !== 'joined'},
       {name: 'choose', label: 'Use this network', make: makeNetworkForm,
-       when: (state) => underWay(state) && state.setup.stage !== 'joined'},
-      {name: 'join', label: 'Meet on the network', when: ({setup}) => setup.stage === 'joining'},
+       when: (state) => inProgress(state) && state.setup.stage !== 'joined'},
+      {name: 'join', label: 'Connect over this network', when: ({setup}) => setup.stage === 'joining'},
     ],
   },
   {
-    title: 'Tell the device', done: () => false,
+    title: 'Configure the device', done: () => false,
     steps: [
-      {name: 'provision', label: 'Send', when: underWay, folded: 'Where and whose it is', initial: (state) => (
-        {language: languageOf(state), country: 'GB', datetime: nowHere(), rmd: 'phone', account: 'user@example.org'})},
-      {name: 'language', label: 'Set', when: underWay, folded: 'Language',
+      {name: 'provision', label: 'Send', when: inProgress, panel: 'Region and account', initial: (state) => (
+        {language: languageOf(state), country: 'GB', datetime: localDateTime(), rmd: 'phone', account: 'user@example.org'})},
+      {name: 'language', label: 'Send', when: inProgress, panel: 'Language',
        initial: (state) => ({type: 'language', value: languageOf(state)})},
-      {name: 'vendor-info', label: 'Send', when: underWay, folded: 'Vendor data', initial: () => ({value: 0, text: {}})},
-      {name: 'features', label: 'Send', when: underWay, folded: 'Ways of on-boarding', initial: () => ({feature: 1})},
-      {name: 'get-provisioning', label: 'Ask', when: underWay, folded: 'Ask for provisioning data',
+      {name: 'vendor-info', label: 'Send', when: inProgress, panel: 'Vendor data', initial: () => ({value: 0, text: {}})},
+      {name: 'features', label: 'Send', when: inProgress, panel: 'Onboarding features', initial: () => ({feature: 1})},
+      {name: 'get-provisioning', label: 'Request', when: inProgress, panel: 'Request provisioning data',
        initial: () => ({text: 'model', value: 0})},
-      {name: 'accept-terms', label: 'Send', when: underWay, folded: 'Terms'},
+      {name: 'accept-terms', label: 'Send', when: inProgress, panel: 'Terms'},
     ],
   },
   {
     title: 'Finish', done: ({setup}) => setup.stage === 'done',
     steps: [
-      {name: 'stop-soft-ap', label: 'Take down its access point',
+      {name: 'stop-soft-ap', label: 'Stop its access point',
        when: (state) => state.setup.stage === 'joined' && !state.setup.soft_ap_stopped},
       {name: 'finish', label: 'Finish', when: ({setup}) => setup.stage === 'joined'},
     ],
   },
   {
-    title: 'Afterwards', done: () => false,
+    title: 'After the setup', done: () => false,
     steps: [
-      {name: 'rename', label: 'Rename', when: ({set_up}) => set_up, folded: 'Another name',
+      {name: 'rename', label: 'Rename', when: ({set_up}) => set_up, panel: 'Rename the device',
        initial: ({nicks}) => ({nick: nicks[0] ?? '', device_no: 0})},
-      {name: 'remove', label: 'Remove the device', when: ({set_up, owned}) => set_up || owned, folded: 'Remove'},
-      {name: 'leave', label: 'Leave', when: connected, folded: 'Leave'},
+      {name: 'remove', label: 'Remove', when: ({set_up, owned}) => set_up || owned, panel: 'Remove the device'},
+      {name: 'leave', label: 'Disconnect', when: isConnected, panel: 'Disconnect'},
     ],
   },
 ];
 
-/// What somebody who only wants the device to be set up does next.
+/// The step that leads towards a device that is set up.
 function nextStep({setup, running}) {
   switch (setup.stage) {
   case 'waiting': return running ? 'connect' : '';
@@ -87,82 +89,95 @@ function nextStep({setup, running}) {
   }
   if (setup.confirmed !== true)
     return 'confirm';
-  if (pinIsAsked({setup}))
+  if (pinRequested({setup}))
     return 'enter-pin';
   if (!setup.pin.verified)
     return 'pin';
   return setup.networks.length > 0 ? 'choose' : 'scan';
 }
 
-/// What is to be known at a step, besides its own help.
+/// What a step shows in addition to the agent's help text.
 const notes = {
-  'connect': ({running}) => running ? '' : 'The device’s application has not started its service; the phone finds it then.',
-  'confirm': ({setup}) => setup.confirmed === false ? 'The user at the device has refused.' : '',
-  'pin': ({setup}) => setup.pin.verified ? 'The PIN was right.' : '',
-  'enter-pin': ({setup}) => ({
-    display: 'The device shows its PIN.', ultrasound: 'The phone has heard the PIN.', label: 'The PIN is on the device’s label.',
-  }[setup.pin.kind] + ` ${setup.pin.tries_left} ${setup.pin.tries_left === 1 ? 'try is' : 'tries are'} left.`),
-  'scan': ({setup}) => setup.scan === null ? '' : 'The device is looking for networks …',
-  'join': ({setup}) => `The device is joining ${plain(setup.chosen?.ssid ?? '')}. It tells only failures.`,
-  'language': ({setup}) => setup.language_requests > 0 ? 'The device has not answered yet.'
-    : Object.entries(setup.settings).map(([type, value]) => `${plain(type)}: ${plain(value)}`).join(', '),
+  'connect': ({running}) => running ? '' : 'The application has not started its service yet, so the phone cannot find the device.',
+  'confirm': ({setup}) => setup.confirmed === false ? 'The user of the device has refused.' : '',
+  'pin': ({setup}) => setup.pin.verified ? 'The PIN was correct.' : '',
+  'enter-pin': ({setup}) => setup.pin.tries_left === 0 ? '' : ({
+    display: 'The device shows its PIN.', ultrasound: 'The phone has received the PIN.', label: 'The PIN is on the label of the device.',
+  }[setup.pin.kind] + ` ${setup.pin.tries_left} ${setup.pin.tries_left === 1 ? 'try' : 'tries'} left.`),
+  'scan': ({setup}) => setup.scan === null ? '' : 'The device is scanning for networks …',
+  'join': ({setup}) => `The device is joining ${escapeInvisible(setup.chosen?.ssid ?? '')}. It reports only failures.`,
+  'language': ({setup}) => setup.language_requests > 0 ? 'The device has not replied yet.'
+    : Object.entries(setup.settings).map(([type, value]) => `${escapeInvisible(type)}: ${escapeInvisible(value)}`).join(', '),
 };
 
+/// Turn the agent's reply to a step into the result below its button.
 const outcomes = {
-  'scan': () => '', // the list says it
+  'scan': () => '', // the list shows the result
   'enter-pin': ({verified, tries_left: left}) => {
     if (!verified)
-      throw new Error(left > 0 ? `That is not the PIN; ${left} more.` : 'That is not the PIN, and it was the last try.');
-    return 'The PIN is right.';
+      throw new Error(left > 0 ? `Wrong PIN. ${left} ${left === 1 ? 'try' : 'tries'} left.` : 'Wrong PIN. No tries left.');
+    return 'The PIN is correct.';
   },
 };
 
 export class Phone {
-  #steps = [];
+  #groups = [];
+  #steps = new Map(); // by name; a step is never removed, so that its form keeps its contents
   #next = '';
-  #heard = ''; // an ultrasound PIN, which only the phone hears
+  #ultrasoundPin = ''; // only the phone receives it
 
   constructor(root, agent) {
     this.root = root;
     this.agent = agent;
+    for (const group of [...wizard, {title: 'More', done: () => false, steps: []}])
+      this.#addGroup(group);
+    root.append(...this.#groups.map(({element}) => element));
   }
 
-  /// For each version of the agent anew.
+  /// Follows the agent's description, which changes with the agent's version.
   describe() {
-    const left = new Map(this.agent.description.phone.map((step) => [step.name, step]));
-    const take = (step) => {
-      const told = left.get(step.name);
-      left.delete(step.name);
-      return told && this.#make({...step, ...told});
-    };
-    this.#steps = [];
-    const groups = wizard.map((group) => this.#group(group, group.steps.map(take).filter(Boolean)));
-    const more = [...left.values()].map((told) => this.#make({...told, label: inWords(told.name), when: () => true}));
-    if (more.length > 0)
-      groups.push(this.#group({title: 'More', done: () => false}, more));
-    this.groups = groups;
-    this.root.replaceChildren(...groups.map(({element}) => element));
+    const {phone: described} = this.agent.description;
+    for (const step of this.#steps.values())
+      step.described = false;
+    for (const description of described) {
+      const more = this.#groups.at(-1);
+      const step = this.#steps.get(description.name)
+        ?? this.#addStep(more, {name: description.name, label: toLabel(description.name), when: () => true});
+      if (step.form && step.arguments !== description.arguments && !step.form.edited)
+        step.form = null;
+      Object.assign(step, description, {described: true});
+      setText(step.helpLine, toSentence(step.help));
+    }
+    // A step that no agent has described so far is not part of the page.
+    for (const group of this.#groups)
+      arrange(group.list, group.steps.filter((step) => step.described || step.element.isConnected).map(({element}) => element));
   }
 
-  #group(group, steps) {
+  #addGroup({steps, ...group}) {
     const mark = h('span', {class: 'mark', 'aria-hidden': 'true'});
-    const told = h('span', {class: 'visually-hidden'});
-    const element = h('section', {class: 'group'}, h('h3', {}, mark, group.title, told), steps.map((step) => step.element));
-    return {...group, steps, element, mark, told};
+    const status = h('span', {class: 'visually-hidden'});
+    const list = h('div', {});
+    const added = {...group, steps: [], list, status, element: h('section', {class: 'group'}, h('h3', {}, mark, group.title, status), list)};
+    this.#groups.push(added);
+    steps.forEach((step) => this.#addStep(added, step));
   }
 
-  #make(step) {
-    this.#steps.push(step);
-    step.note = h('p', {class: 'note', 'aria-live': 'polite'});
-    step.body = h('div', {class: 'body'});
-    const parts = [step.note, step.body];
-    step.element = step.folded
-      ? h('details', {class: 'step', 'data-step': step.name}, h('summary', {}, step.folded), h('p', {class: 'help'}, sentence(step.help)), parts)
-      : h('div', {class: 'step', 'data-step': step.name}, h('p', {class: 'help'}, sentence(step.help)), parts);
-    return step;
+  #addStep(group, step) {
+    const helpLine = h('p', {class: 'help'});
+    const note = h('p', {class: 'note', 'aria-live': 'polite'});
+    const body = h('div', {});
+    const content = [helpLine, note, body];
+    const added = {...step, helpLine, note, body, offered: false, form: null, opened: undefined};
+    // `opened` is what the user has decided; the wizard opens a panel only if the user has not decided.
+    const summary = step.panel && h('summary', {onclick: () => { added.opened = !added.element.open; }}, step.panel);
+    added.element = step.panel ? h('details', {class: 'step', 'data-step': step.name, hidden: true}, summary, content)
+      : h('div', {class: 'step', 'data-step': step.name, hidden: true}, content);
+    group.steps.push(added);
+    this.#steps.set(step.name, added);
+    return added;
   }
 
-  #form(step, state) {
+  #makeForm(step, state) {
     if (step.make)
       return step.make(step, this.agent);
     const initial = step.initial?.(state) ?? {};
@@ -172,78 +187,84 @@ export class Phone {
       run: async () => {
         const values = fields.read();
         if (step.name === 'pin')
-          this.#hear(values);
+          this.#chooseUltrasoundPin(values);
         const {phone} = await this.agent.run('phone', {step: step.name, with: values});
         return outcomes[step.name]?.(phone ?? {});
       },
     });
-    if (step.name === 'enter-pin' && this.#heard && state.setup.pin.kind === 'ultrasound')
-      fields.input('pin').value = this.#heard;
+    if (step.name === 'enter-pin' && this.#ultrasoundPin && state.setup.pin.kind === 'ultrasound')
+      fields.input('pin').value = this.#ultrasoundPin;
     return form;
   }
 
-  /// Nobody but the phone hears a PIN that is played, so it is the phone that knows it.
-  #hear(values) {
-    this.#heard = '';
+  /// A PIN that the device plays reaches only the phone, so the phone chooses it and fills it in.
+  #chooseUltrasoundPin(values) {
+    this.#ultrasoundPin = '';
     if (values.kind === 'ultrasound')
-      this.#heard = values.pin ??= eightDigits();
+      this.#ultrasoundPin = values.pin ??= randomPin();
   }
 
   show(state) {
     const next = nextStep(state);
-    for (const step of this.#steps) {
-      const offered = step.when(state);
-      if (offered && (step.element.hidden || !step.form)) {
-        step.form = this.#form(step, state); // afresh, with nothing of an earlier setup in it
-        step.body.replaceChildren(step.form);
-        if (step.folded)
-          step.element.open = step.name === next;
-      }
-      step.element.hidden = !offered;
-      if (!offered)
-        continue;
-      step.note.textContent = notes[step.name]?.(state) ?? '';
-      step.form.show?.(state);
-      step.form.button.classList.toggle('primary', step.name === next);
-      if (step.folded && next !== this.#next && [next, this.#next].includes(step.name))
-        step.element.open = step.name === next;
+    const wizardInUse = isInUse(this.root.closest('.view'));
+    for (const step of this.#steps.values()) {
+      const offered = step.described === true && step.when(state);
+      if (offered)
+        this.#offer(step, state, next);
+      else if (!wizardInUse)
+        step.element.hidden = true;
+      step.offered = offered;
+      // A step that has ended keeps its place until the user has left the wizard, so that nothing moves up.
+      const past = !offered && !step.element.hidden;
+      step.element.classList.toggle('past', past);
+      if (past)
+        step.element.setAttribute('aria-description', 'Not available now');
+      else
+        step.element.removeAttribute('aria-description');
+      step.form?.button.classList.toggle('primary', offered && step.name === next);
     }
-    this.#keepFocus(next);
     this.#next = next;
-    for (const group of this.groups) {
+    for (const group of this.#groups) {
       const done = group.done(state);
-      group.element.hidden = !done && group.steps.every((step) => step.element.hidden);
+      group.element.hidden = !done && group.steps.every((step) => step.element.hidden || !step.element.isConnected);
       group.element.classList.toggle('done', done);
       group.element.classList.toggle('now', group.steps.some((step) => step.name === next));
-      group.told.textContent = done ? ' (done)' : '';
+      setText(group.status, done ? ' (done)' : '');
     }
   }
 
-  /// Whoever is at the keyboard goes on with the next step when the one that was sent is over.
-  #keepFocus(next) {
-    const left = document.activeElement?.closest('.step');
-    if (!left || !this.root.contains(left) || !left.hidden)
-      return;
-    const step = this.#steps.find(({name}) => name === next) ?? this.#steps.find(({element}) => !element.hidden);
-    step?.form.querySelector('input:not([hidden]), select, button')?.focus();
+  #offer(step, state, next) {
+    const wasHidden = step.element.hidden;
+    // An earlier setup leaves nothing behind, except what the user has typed and not sent.
+    if (!step.form || (!step.offered && !step.form.edited && !isInUse(step.element))) {
+      step.form = this.#makeForm(step, state);
+      step.body.replaceChildren(step.form);
+    }
+    if (step.panel && !step.opened) {
+      if (wasHidden)
+        step.element.open = step.name === next;
+      else if (step.name === next && this.#next !== next && step.opened === undefined)
+        step.element.open = true;
+      if (wasHidden)
+        step.opened = undefined;
+    }
+    step.element.hidden = false;
+    setText(step.note, notes[step.name]?.(state) ?? '');
+    step.form.show?.(state);
   }
 }
 
-export function sentence(help) {
-  return help ? help.charAt(0).toUpperCase() + help.slice(1) + (/[.?!]$/.test(help) ? '' : '.') : '';
-}
-
-/// The device as the phone's home screen has it.
+/// Shows the device as the phone's home screen does.
 export function showDevice(root, state) {
   const {setup, nicks} = state;
   const name = nicks[0] ?? setup.property?.name ?? 'Unknown device';
   const stages = {
     waiting: state.set_up ? 'Set up' : 'Not set up', connected: 'Connected', joining: 'Joining the network',
-    joined: 'On the network', done: 'Set up', failed: 'That did not work',
+    joined: 'On the network', done: 'Set up', failed: 'Failed',
   };
-  renew(root, [name, setup.stage, setup.chosen?.ssid, state.set_up], () => [
-    h('strong', {}, plain(name)),
+  render(root, [name, setup.stage, setup.chosen?.ssid, state.set_up], () => [
+    h('strong', {}, escapeInvisible(name)),
     h('span', {class: `stage ${setup.stage}`, 'data-stage': setup.stage}, stages[setup.stage] ?? setup.stage,
-      setup.chosen && ['joined', 'done'].includes(setup.stage) && ` · ${plain(setup.chosen.ssid)}`),
+      setup.chosen && ['joined', 'done'].includes(setup.stage) && ` · ${escapeInvisible(setup.chosen.ssid)}`),
   ]);
 }

@@ -1,222 +1,246 @@
 // SPDX-License-Identifier: Apache-2.0
-// What was said between applications and agent, as it happens.
-import {compact, h, inWords, plain} from './dom.js';
+// The timeline: the entries of the agent's journal as they arrive.
+import {escapeInvisible, formatJson, formatMembers, formatValue, h, setOptions, setText, toLabel} from './dom.js';
+import {change, isInUse} from './layout.js';
 
-const mostKept = 3000;
+const maxRows = 3000;
 const batchMs = 40;
-const announceMs = 2500; // a screen reader cannot follow each of a hundred calls a second
-const nearEnd = 48;
+const announceMs = 2500; // a screen reader cannot follow a hundred entries a second
+const endTolerancePx = 48;
 
-/// The kinds of entries: how to know one, its sign, its title, and what it says in one line.
+/// The kinds of entries. The first whose `is` matches applies.
 const kinds = [
   {name: 'call', sign: '→', is: ({method}) => method !== undefined,
     title: ({method, id}) => method || `method ${id}`,
-    words: ({arguments: given = {}}) => compact(given).slice(1, -1),
-    end: ({answer: {result, ...out} = {}, duration_us: us}) => [compact({result, ...out}).slice(1, -1), `${us} µs`]},
+    text: ({arguments: values = {}}) => formatMembers(values),
+    end: ({answer = {}, duration_us: us}) => [formatMembers(answer), `${us} µs`]},
   {name: 'event', sign: '←', is: ({event}) => event !== undefined, title: ({event}) => event,
-    words: ({values = {}}) => compact(values).slice(1, -1)},
+    text: ({values = {}}) => formatMembers(values)},
   {name: 'connection', sign: '·', is: ({connection}) => connection !== undefined, title: ({connection}) => connection,
-    words: ({peer}) => peer},
+    text: ({peer}) => peer},
   {name: 'update', sign: '↻', is: ({update}) => update !== undefined, title: ({update}) => `update ${update}`,
-    words: ({announced}) => announced ? 'announced' : 'could not be announced: there is no message bus'},
+    text: ({announced}) => announced ? 'announced' : 'not announced: there is no message bus'},
   {name: 'scenario', sign: '▸', is: ({scenario}) => scenario !== undefined, title: ({scenario}) => scenario,
-    words: ({line, step}) => `line ${line}: ${typeof step === 'string' ? step : compact(step)}`},
-  {name: 'steering', sign: '⌘', is: ({command}) => command !== undefined, title: ({command}) => command,
-    words: ({with: given = {}}) => Object.values(given).join(' ')},
+    text: ({line, step}) => `line ${line}: ${typeof step === 'string' ? step : formatValue(step)}`},
+  {name: 'command', sign: '⌘', is: ({command}) => command !== undefined, title: ({command}) => command,
+    text: ({with: values = {}}) => Object.values(values).join(' ')},
   {name: 'agent', sign: '•', is: () => true, title: ({agent}) => `agent ${agent ?? ''}`,
-    words: ({seq, time_us: time, agent, ...more}) => compact(more).slice(1, -1)},
+    text: ({seq, time_us: time, agent, ...rest}) => formatMembers(rest)},
 ];
 
 const kindOf = (entry) => kinds.find((kind) => kind.is(entry));
 
-const went = ({problem, fault, ok, answer}) =>
-  problem || ok === false ? 'bad' : fault ? 'faulty' : answer && answer.result !== undefined && answer.result !== 0 ? 'bad' : '';
+function severityOf({problem, fault, ok, answer}) {
+  if (problem || ok === false)
+    return 'bad';
+  if (fault)
+    return 'faulty';
+  return answer?.result ? 'bad' : '';
+}
 
-function timeOf(us) {
+function formatTime(us) {
   const time = new Date(us / 1000);
   const two = (number) => String(number).padStart(2, '0');
   return `${two(time.getHours())}:${two(time.getMinutes())}:${two(time.getSeconds())}.${String(time.getMilliseconds()).padStart(3, '0')}`;
 }
 
 export class Timeline {
-  #kept = [];    // {entry, kind, text, row}
-  #waiting = []; // not shown yet: for the next batch, or while paused
-  #timer = 0;
-  #announced = 0;
-  #unsaid = [];
-  paused = false;
+  #shown = [];   // {entry, kind, text, row}; a mark has only a row
+  #waiting = []; // entries and marks for the next batch, or for the end of a pause
+  #batchTimer = 0;
+  #announceTimer = 0;
+  #unannounced = [];
+  #following = true; // scrolls to new entries, except while the user is in the list
 
   constructor(parts) {
-    Object.assign(this, parts); // list, text, kind, method, pause, clear, count, live, newest
-    this.kind.append(h('option', {value: ''}, 'Every kind'), ...kinds.map(({name}) => h('option', {value: name}, inWords(name))));
-    for (const input of [this.text, this.kind, this.method])
+    Object.assign(this, parts); // list, text, kind, name, pause, clear, count, live, latest, legend
+    this.paused = false;
+    this.kind.append(h('option', {value: ''}, 'All kinds'), ...kinds.map(({name, sign}) => h('option', {value: name}, `${sign} ${toLabel(name)}`)));
+    this.legend.append(...kinds.map(({name, sign}) => h('span', {}, h('b', {'aria-hidden': 'true'}, sign), ` ${name}`)));
+    for (const input of [this.text, this.kind, this.name])
       input.addEventListener('input', () => this.#filter());
     this.pause.addEventListener('click', () => this.#setPaused(!this.paused));
     this.clear.addEventListener('click', () => this.#clear());
-    this.newest.addEventListener('click', () => this.#toEnd());
-    this.list.addEventListener('keydown', (event) => this.#move(event));
-    this.list.addEventListener('click', (event) => this.#open(event.target.closest('.entry')));
-    this.list.addEventListener('scroll', () => { this.newest.hidden = this.#atEnd(); });
-    this.#count();
+    this.latest.addEventListener('click', () => this.#follow());
+    this.list.addEventListener('keydown', (event) => this.#moveFocus(event));
+    this.list.addEventListener('click', (event) => this.#toggle(event.target.closest('.entry')));
+    this.list.addEventListener('scroll', () => this.#updateLatest());
+    // The user reads the list: new entries no longer scroll it, unless the user scrolls to its end again.
+    for (const type of ['wheel', 'pointerdown', 'touchmove'])
+      this.list.addEventListener(type, () => { this.#following = false; }, {passive: true});
+    this.list.addEventListener('scrollend', () => { this.#following ||= this.#isAtEnd(); });
+    this.#updateCount();
   }
 
   describe({methods, events}) {
-    const chosen = this.method.value;
-    const group = (label, names) => h('optgroup', {label}, names.map(({name}) => h('option', {value: name}, name)));
-    this.method.replaceChildren(h('option', {value: ''}, 'Every name'), group('Methods', methods), group('Events', events));
-    this.method.value = chosen;
-    if (this.method.selectedIndex < 0)
-      this.method.value = '';
+    const group = (label, named) => h('optgroup', {label}, named.map(({name}) => h('option', {value: name}, name)));
+    setOptions(this.name, h('option', {value: ''}, 'All names'), group('Methods', methods), group('Events', events));
   }
 
   add(entry) {
-    this.#waiting.push(entry);
-    if (this.#waiting.length > mostKept)
+    this.#queue({entry});
+  }
+
+  /// Adds a line that is not an entry.
+  addMark(text) {
+    this.#queue({mark: text});
+  }
+
+  #queue(item) {
+    this.#waiting.push(item);
+    if (this.#waiting.length > maxRows)
       this.#waiting.shift();
-    // A timer, not an animation frame: a page in the background keeps up as well.
-    this.#timer ||= setTimeout(() => this.#batch(), batchMs);
+    // A timer, not an animation frame: a page in the background receives entries as well.
+    this.#batchTimer ||= setTimeout(() => change('timeline', () => this.#showBatch()), batchMs);
   }
 
-  /// A line of the page's own, between the agent's.
-  mark(text) {
-    this.#batch();
-    this.list.append(h('li', {class: 'mark-line'}, text));
-    this.#toEnd();
-  }
-
-  #batch() {
-    clearTimeout(this.#timer);
-    this.#timer = 0;
+  #showBatch() {
+    clearTimeout(this.#batchTimer);
+    this.#batchTimer = 0;
     if (this.paused)
-      return this.#count();
-    const atEnd = this.#atEnd();
-    const fresh = this.#waiting.splice(0).map((entry) => this.#make(entry));
-    this.list.append(...fresh.map(({row}) => row));
-    this.#kept.push(...fresh);
-    for (const {row} of this.#kept.splice(0, Math.max(0, this.#kept.length - mostKept)))
+      return this.#updateCount();
+    const added = this.#waiting.splice(0).map((item) => item.entry ? this.#makeEntry(item.entry) : {row: h('li', {class: 'mark-line'}, item.mark)});
+    this.list.append(...added.map(({row}) => row));
+    this.#shown.push(...added);
+    for (const {row} of this.#shown.splice(0, Math.max(0, this.#shown.length - maxRows)))
       row.remove();
-    this.list.querySelector('[tabindex="0"]') ?? this.#makeReachable();
-    if (atEnd)
-      this.#toEnd();
-    this.newest.hidden = this.#atEnd();
-    this.#announce(fresh);
-    this.#count();
+    if (!this.list.querySelector('[tabindex="0"]'))
+      this.#makeReachable();
+    this.#announce(added.filter(({entry, row}) => entry && !row.hidden));
+    this.#updateCount();
+    this.followIfUnused();
   }
 
-  #make(entry) {
+  #makeEntry(entry) {
     const kind = kindOf(entry);
-    const made = {entry, kind, text: plain(JSON.stringify(entry)).toLowerCase()};
-    const [answer, duration] = kind.end?.(entry) ?? [];
-    const trouble = [entry.fault && `fault: ${entry.fault}`, entry.problem ?? entry.error].filter(Boolean).map(plain).join('; ');
-    made.row = h('li', {class: `kind-${kind.name} ${went(entry)}`},
+    const item = {entry, kind, text: escapeInvisible(JSON.stringify(entry)).toLowerCase()};
+    const [reply, duration] = kind.end?.(entry) ?? [];
+    const trouble = [entry.fault && `fault: ${entry.fault}`, entry.problem ?? entry.error].filter(Boolean).map(escapeInvisible).join('; ');
+    item.row = h('li', {class: `kind-${kind.name} ${severityOf(entry)}`},
       h('button', {class: 'entry', type: 'button', tabindex: '-1', 'aria-expanded': 'false', 'data-seq': entry.seq},
-        h('time', {}, timeOf(entry.time_us)),
+        h('time', {}, formatTime(entry.time_us)),
         h('span', {class: 'sign', role: 'img', 'aria-label': kind.name, title: kind.name}, kind.sign),
-        h('span', {class: 'said'}, h('b', {}, plain(kind.title(entry))), ' ', h('span', {class: 'words'}, plain(kind.words(entry) ?? ''))),
-        h('span', {class: 'end'}, trouble && h('span', {class: 'trouble'}, trouble), answer && h('span', {class: 'answer'}, answer),
+        h('span', {class: 'what'}, h('b', {}, escapeInvisible(kind.title(entry))), ' ', h('span', {class: 'values'}, escapeInvisible(kind.text(entry) ?? ''))),
+        h('span', {class: 'end'}, trouble && h('span', {class: 'trouble'}, trouble), reply && h('span', {class: 'reply'}, reply),
           duration && h('span', {class: 'duration'}, duration))));
-    made.row.made = made;
-    made.row.hidden = !this.#wanted(made);
-    return made;
+    item.row.item = item;
+    item.row.hidden = !this.#matches(item);
+    return item;
   }
 
   // ---- filter, pause, clear ------------------------------------------------------------------------------------------
 
-  #wanted({entry, kind, text}) {
+  #matches({entry, kind, text}) {
     return (!this.kind.value || kind.name === this.kind.value)
-      && (!this.method.value || entry.method === this.method.value || entry.event === this.method.value)
+      && (!this.name.value || entry.method === this.name.value || entry.event === this.name.value)
       && this.text.value.toLowerCase().split(/\s+/).every((word) => text.includes(word));
   }
 
   #filter() {
-    const atEnd = this.#atEnd();
-    for (const made of this.#kept)
-      made.row.hidden = !this.#wanted(made);
+    for (const item of this.#entries())
+      item.row.hidden = !this.#matches(item);
     this.#makeReachable();
-    if (atEnd)
-      this.#toEnd();
-    this.#count();
+    this.followIfUnused();
+    this.#updateCount();
   }
 
   #setPaused(paused) {
     this.paused = paused;
     this.pause.setAttribute('aria-pressed', String(paused));
-    this.pause.textContent = paused ? 'Go on' : 'Pause';
-    this.#batch();
+    this.pause.textContent = paused ? 'Resume' : 'Pause';
+    this.#showBatch();
   }
 
   #clear() {
-    this.#kept = [];
+    this.#shown = [];
     this.#waiting = [];
     this.list.replaceChildren();
-    this.#count();
+    this.#updateCount();
   }
 
-  #count() {
-    const shown = this.#kept.filter(({row}) => !row.hidden).length;
-    const all = this.#kept.length;
-    this.count.textContent = (shown === all ? `${all} entries` : `${shown} of ${all} entries`)
-      + (this.paused ? `, ${this.#waiting.length} waiting` : '');
-    this.list.classList.toggle('empty', shown === 0);
+  #entries() {
+    return this.#shown.filter(({entry}) => entry);
   }
 
-  #announce(fresh) {
-    this.#unsaid.push(...fresh.filter(({row}) => !row.hidden));
-    if (this.#unsaid.length === 0 || this.#announced)
+  #updateCount() {
+    const all = this.#entries().length;
+    const visible = this.#entries().filter(({row}) => !row.hidden).length;
+    setText(this.count, (visible === all ? `${all} entries` : `${visible} of ${all} entries`)
+      + (this.paused ? `, ${this.#waiting.length} waiting` : ''));
+    this.list.classList.toggle('empty', visible === 0);
+  }
+
+  #announce(added) {
+    this.#unannounced.push(...added);
+    if (this.#unannounced.length === 0 || this.#announceTimer)
       return;
-    this.#announced = setTimeout(() => {
-      this.#announced = 0;
-      const last = this.#unsaid.at(-1);
-      const more = this.#unsaid.length > 1 ? `${this.#unsaid.length} entries, the last: ` : '';
-      this.live.textContent = `${more}${last.kind.name} ${plain(last.kind.title(last.entry))}`;
-      this.#unsaid = [];
+    this.#announceTimer = setTimeout(() => {
+      this.#announceTimer = 0;
+      const last = this.#unannounced.at(-1);
+      const count = this.#unannounced.length > 1 ? `${this.#unannounced.length} entries, the last: ` : '';
+      this.live.textContent = `${count}${last.kind.name} ${escapeInvisible(last.kind.title(last.entry))}`;
+      this.#unannounced = [];
     }, announceMs);
   }
 
-  // ---- moving about --------------------------------------------------------------------------------------------------
+  // ---- scrolling, focus, details -------------------------------------------------------------------------------------
 
-  #atEnd() {
-    return this.list.scrollHeight - this.list.scrollTop - this.list.clientHeight < nearEnd;
+  #isAtEnd() {
+    return this.list.scrollHeight - this.list.scrollTop - this.list.clientHeight < endTolerancePx;
   }
 
-  #toEnd() {
+  #updateLatest() {
+    this.latest.classList.toggle('unneeded', this.#isAtEnd()); // it keeps its place, so that nothing moves
+  }
+
+  #follow() {
+    this.#following = true;
     this.list.scrollTop = this.list.scrollHeight;
-    this.newest.hidden = true;
+    this.#updateLatest();
   }
 
-  #visible() {
-    return this.#kept.filter(({row}) => !row.hidden).map(({row}) => row.querySelector('.entry'));
+  /// Scrolls to the latest entry, unless the user reads an earlier one, points at one or has the focus there.
+  followIfUnused() {
+    if (this.#following && !isInUse(this.list))
+      this.#follow();
+    this.#updateLatest();
   }
 
-  /// One entry is reached by Tab, the others from it by arrows.
-  #makeReachable(button = this.#visible().at(-1)) {
+  #visibleButtons() {
+    return this.#entries().filter(({row}) => !row.hidden).map(({row}) => row.querySelector('.entry'));
+  }
+
+  /// Makes one entry reachable with Tab. The arrow keys lead from it to the others.
+  #makeReachable(button = this.#visibleButtons().at(-1)) {
     this.list.querySelectorAll('[tabindex="0"]').forEach((one) => { one.tabIndex = -1; });
     if (button)
       button.tabIndex = 0;
   }
 
-  #move(event) {
-    const here = event.target.closest('.entry');
-    const step = {ArrowDown: 1, ArrowUp: -1, PageDown: 10, PageUp: -10, Home: -Infinity, End: Infinity}[event.key];
-    if (!here || step === undefined)
+  #moveFocus(event) {
+    const button = event.target.closest('.entry');
+    const distance = {ArrowDown: 1, ArrowUp: -1, PageDown: 10, PageUp: -10, Home: -Infinity, End: Infinity}[event.key];
+    if (!button || distance === undefined)
       return;
     event.preventDefault();
-    const all = this.#visible();
-    const to = all[Math.max(0, Math.min(all.length - 1, all.indexOf(here) + step))];
-    this.#makeReachable(to);
-    to.focus();
+    this.#following = false;
+    const all = this.#visibleButtons();
+    const target = all[Math.max(0, Math.min(all.length - 1, all.indexOf(button) + distance))];
+    this.#makeReachable(target);
+    target.focus();
   }
 
-  #open(button) {
+  /// Opens an entry, or closes it.
+  #toggle(button) {
     if (!button)
       return;
     this.#makeReachable(button);
     const row = button.parentElement;
     const open = button.getAttribute('aria-expanded') === 'true';
     button.setAttribute('aria-expanded', String(!open));
-    row.querySelector('pre')?.remove();
-    if (!open)
-      row.append(h('pre', {tabindex: '-1'}, JSON.stringify(row.made.entry, null, 2).split('\n').map(plain).join('\n')));
+    if (open)
+      return row.querySelector('pre').remove();
+    row.append(h('pre', {tabindex: '-1'}, formatJson(row.item.entry)));
     row.scrollIntoView({block: 'nearest'});
   }
 }

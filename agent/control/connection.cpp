@@ -17,7 +17,6 @@ namespace kv::virtual_agent {
 
 namespace {
 
-constexpr unsigned io_timeout_s = 10;
 constexpr unsigned time_to_read_refusal_ms = 1000;
 
 Ref<GSocket> socket_of(Descriptor descriptor)
@@ -150,7 +149,6 @@ void Connection::serve()
     }
     soup_server_add_websocket_handler(server, stream_path, nullptr, nullptr, streamed, this, nullptr);
 
-    g_socket_set_timeout(socket_.get(), io_timeout_s);
     const Ref<GSocketConnection> stream{g_socket_connection_factory_create_connection(socket_.get())};
     stream_ = stream.get();
     g_object_weak_ref(G_OBJECT(stream_), stream_gone, this);
@@ -180,7 +178,6 @@ void Connection::connect_signals()
 void Connection::begin_stream(SoupServerMessage *message, SoupWebsocketConnection *stream)
 {
     // A stream may be idle for hours, and notices the end of the client itself.
-    g_socket_set_timeout(socket_.get(), 0);
     deadline_.cancel();
     end_watch_.cancel();
     handler_.begin_stream(message, stream);
@@ -217,11 +214,6 @@ void Connection::check(SoupServerMessage *message, const char *path, GHashTable 
         refusal = bad_stream(path, query);
     if (refusal)
         refuse(message, *refusal, expects_body(headers));
-    else if (std::strcmp(path, stream_path) == 0 && !expects_body(headers) &&
-             soup_message_headers_header_contains(headers, "Upgrade", "websocket"))
-        // The client of a stream may be silent for hours. The stream begins to read, with the timeout of that moment,
-        // before its handler is called, so the timeout ends here.
-        g_socket_set_timeout(socket_.get(), 0);
 }
 
 /// Refuses a request and everything behind it. libsoup would read the body before it replies, so the reply to a request
@@ -261,7 +253,7 @@ void Connection::release()
 void Connection::finished()
 {
     is_busy_ = false;
-    end_after(request_deadline_ms);
+    end_after(next_request_deadline_ms);
     end_when_idle();
 }
 

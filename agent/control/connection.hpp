@@ -33,8 +33,10 @@ inline constexpr const char *stream_path = "/v1/stream";
 class Connection {
 public:
     static constexpr std::size_t max_body = 1 << 20;
-    /// A request must be complete that long after the connection was accepted, or the reply before was sent.
+    /// The first request must be complete that long after the connection was accepted.
     static constexpr unsigned request_deadline_ms = 10'000;
+    /// A further request must be complete that long after the reply before it: clients keep idle connections.
+    static constexpr unsigned next_request_deadline_ms = 60'000;
     /// A reply must be read by the client in that time.
     static constexpr unsigned reply_deadline_ms = 30'000;
 

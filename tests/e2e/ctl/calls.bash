@@ -82,6 +82,6 @@ check_traces() {
     expect_status 1 "$ctl" trace --read "$setup"
     expect_in err 'cannot read the trace'
     expect_status 0 env KORVANE_TRACE=/dev/full "$device"
-    expect_in err 'it is a file, or fd:N'
+    expect_in err 'give a file, or fd:N'
     expect_status 0 "$ctl" agent stop
 }

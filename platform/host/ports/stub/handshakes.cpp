@@ -13,11 +13,11 @@
 namespace kv::host {
 namespace {
 
-// The max number of links without a complete handshake. A proxy has two for a moment, so a peer with more is faulty or
-// hostile. Its oldest link is closed for a new one, so that other programs and other users can still connect.
-constexpr unsigned max_handshakes_of_process = 64;
-constexpr unsigned max_handshakes_of_user = 256;
-constexpr unsigned max_handshakes = 512;
+// The max number of links without a complete handshake. A proxy has two for a moment; a process may open hundreds at once.
+// Beyond the limit the oldest link is closed for a new one, so that other programs and other users can still connect.
+constexpr unsigned max_handshakes_of_process = 512;
+constexpr unsigned max_handshakes_of_user = 768;
+constexpr unsigned max_handshakes = 1024;
 
 constexpr gint64 limit_log_interval_us = 1000000;
 

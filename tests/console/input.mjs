@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// The same things done by mouse and by keyboard.
+// The same actions by mouse and by keyboard.
 import assert from 'node:assert/strict';
 
-const mostTabs = 200;
+const maxTabs = 200;
+const maxArrows = 20;
 
 export class Mouse {
   constructor(page) {
@@ -17,7 +18,7 @@ export class Mouse {
     return locator.fill(text);
   }
 
-  pick(locator) {
+  choose(locator) {
     return locator.check();
   }
 
@@ -26,52 +27,51 @@ export class Mouse {
   }
 }
 
-/// Nothing but keys: Tab until the focus is there, as somebody without a mouse would.
+/// Uses only keys: Tab moves the focus, as for a user without a mouse.
 export class Keyboard {
   constructor(page) {
     this.page = page;
   }
 
-  async #reach(locator) {
+  async #focus(locator) {
     await locator.waitFor();
-    for (let tabs = 0; tabs < mostTabs; ++tabs) {
+    for (let tabs = 0; tabs < maxTabs; ++tabs) {
       if (await locator.evaluate((element) => element === document.activeElement))
-        return this.#mustBeSeen();
+        return this.#checkFocusIsVisible();
       await this.page.keyboard.press('Tab');
     }
-    assert.fail(`Tab does not lead to ${locator}`);
+    assert.fail(`Tab does not reach ${locator}`);
   }
 
-  /// The focus is shown.
-  async #mustBeSeen() {
+  async #checkFocusIsVisible() {
     const style = await this.page.evaluate(() => getComputedStyle(document.activeElement).outlineStyle);
-    assert.notEqual(style, 'none', 'what has the focus does not show it');
+    assert.notEqual(style, 'none', 'the element with the focus does not show it');
   }
 
   async press(locator) {
-    await this.#reach(locator);
+    await this.#focus(locator);
     await this.page.keyboard.press('Enter');
   }
 
   async fill(locator, text) {
-    await this.#reach(locator);
+    await this.#focus(locator);
     await this.page.keyboard.press('Control+A');
     await this.page.keyboard.type(text);
   }
 
-  /// A group of radio buttons is one stop, and arrows move in it.
-  async pick(locator) {
+  /// Tab reaches a group of radio buttons once. The arrow keys move within the group.
+  async choose(locator) {
     await locator.waitFor();
     const group = this.page.locator(`input[name="${await locator.getAttribute('name')}"]`);
-    const inGroup = () => group.evaluateAll((inputs) => inputs.includes(document.activeElement));
-    for (let tabs = 0; !await inGroup(); ++tabs) {
-      assert.ok(tabs < mostTabs, `Tab does not lead to the group of ${locator}`);
+    const isInGroup = () => group.evaluateAll((inputs) => inputs.includes(document.activeElement));
+    for (let tabs = 0; !await isInGroup(); ++tabs) {
+      assert.ok(tabs < maxTabs, `Tab does not reach the group of ${locator}`);
       await this.page.keyboard.press('Tab');
     }
-    await this.#mustBeSeen();
+    await this.#checkFocusIsVisible();
     await this.page.keyboard.press('Space');
-    for (let steps = 0; !await locator.isChecked(); ++steps) {
-      assert.ok(steps < 20, `the arrows do not lead to ${locator}`);
+    for (let arrows = 0; !await locator.isChecked(); ++arrows) {
+      assert.ok(arrows < maxArrows, `the arrow keys do not reach ${locator}`);
       await this.page.keyboard.press('ArrowDown');
     }
   }

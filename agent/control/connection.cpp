@@ -92,13 +92,14 @@ Connection::Connection(Descriptor client, const std::optional<Guard> &guard, std
     : socket_(socket_of(std::move(client))), guard_(guard), refusal_(std::move(refusal)), handler_(handler),
       server_(soup_server_new(nullptr, nullptr))
 {
-    serve();
+    // First, because serving may already begin a stream, which has no deadline.
     end_after(request_deadline_ms);
     end_watch_.watch(g_socket_get_fd(socket_.get()), POLLRDHUP | POLLHUP | POLLERR, [this] {
         peer_ended_ = true;
         end_when_idle();
         return false;
     });
+    serve();
 }
 
 Connection::~Connection()

@@ -33,8 +33,8 @@ using device_prov_info = Record<"korvane_device_prov_info", rpc_port_korvane_dev
     Field<String<"language">, &rpc_port_korvane_device_prov_info_s::language>,
     Field<String<"country">, &rpc_port_korvane_device_prov_info_s::country>,
     Field<String<"datetime">, &rpc_port_korvane_device_prov_info_s::datetime>,
-    Field<String<"rmd">, &rpc_port_korvane_device_prov_info_s::rmd>,
-    Field<String<"account">, &rpc_port_korvane_device_prov_info_s::account>>;
+    Field<Secret<"rmd">, &rpc_port_korvane_device_prov_info_s::rmd>,
+    Field<Secret<"account">, &rpc_port_korvane_device_prov_info_s::account>>;
 using language_info = Record<"korvane_language_info", rpc_port_korvane_language_info_s,
     Field<String<"language">, &rpc_port_korvane_language_info_s::language>>;
 using cloud_device_info = Record<"korvane_cloud_device_info", rpc_port_korvane_cloud_device_info_s,
@@ -145,7 +145,7 @@ using set_nick_name = Method<47, "set_nick_name", Since<1, 2>, In<Int32<"device_
 using set_otm_support_feature_cb = Method<48, "set_otm_support_feature_cb", Since<1, 3>, In<Callback<otm_support_feature_cb>>>;
 using unset_otm_support_feature_cb = Method<49, "unset_otm_support_feature_cb", Since<1, 3>>;
 using set_wifi_connection_error_code = Method<50, "set_wifi_connection_error_code", Since<1, 3>, In<Int32<"error_code">>>;
-using set_provisioning_vendor_info = Method<51, "set_provisioning_vendor_info", Since<1, 3>, In<String<"vendor_info">>>;
+using set_provisioning_vendor_info = Method<51, "set_provisioning_vendor_info", Since<1, 3>, In<Secret<"vendor_info">>>;
 using set_provisioning_vendor_info_cb = Method<52, "set_provisioning_vendor_info_cb", Since<1, 3>, In<Callback<provisioning_vendor_info_cb>>>;
 using unset_provisioning_vendor_info_cb = Method<53, "unset_provisioning_vendor_info_cb", Since<1, 3>>;
 using set_easysetup_version_info = Method<54, "set_easysetup_version_info", Since<1, 3>, In<String<"version_info">>>;

@@ -171,9 +171,9 @@ TEST_F(Washer, AnswersDiagnosticsAndPrintsOtherEvents)
         agent.run_command(std::string{"emit "} + event);
         program.wait_for_output(line);
     }
-    expect_in_journal({R"("method":"set_provisioning_vendor_info")",
-                       R"({\"model\":\"WM-7\",\"firmware\":\"4.1.2\",\"joined\":false})"},
-                      2); // at the start and on request
+    // At the start and on request. The text may carry secrets, so the journal shows its length only:
+    // {"model":"WM-7","firmware":"4.1.2","joined":false}
+    expect_in_journal({R"("method":"set_provisioning_vendor_info")", R"("vendor_info":"<secret, 50 bytes>")"}, 2);
     EXPECT_EQ(program.count_in_output("sung-pin"), 0);
     expect_clean_end(program);
 }

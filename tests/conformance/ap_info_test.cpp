@@ -127,7 +127,7 @@ TEST_F(WifiAp, ATextThatIsNoDocumentIsDeliveredAsNone)
         push_document(text);
         EXPECT_EQ(held, nullptr);
     }
-    EXPECT_EQ(recorder.told, Strings(7, "no ap_info"));
+    EXPECT_EQ(recorder.seen, Strings(7, "no ap_info"));
     EXPECT_EQ(korvane_apinfo_get_ssid(held, nullptr), -22);
 }
 

@@ -189,9 +189,9 @@ TEST_F(ApList, IsAnsweredFromInsideTheCallbackThatAsks)
     connect_to("2.3");
     ASSERT_EQ(korvane_set_scan_ap_cb(handle, Note<'s', int>::call, &recorder), ok);
     const int seq_id = last_seq_id(platform.log);
-    recorder.then = [&](korvane_h told) {
+    recorder.then = [&](korvane_h seen) {
         create(1);
-        EXPECT_EQ(korvane_send_ap_list(told, list, 31), ok);
+        EXPECT_EQ(korvane_send_ap_list(seen, list, 31), ok);
     };
     platform.proxy().push_event(event(9, seq_id, false, i32(31)));
     EXPECT_EQ(sent().back(), request_of_document(R"({"ap_list_array":[{}],"common_interface":6,"req_id":31})"));

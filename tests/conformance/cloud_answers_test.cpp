@@ -7,7 +7,7 @@
 namespace kvtest {
 namespace {
 
-/// What the callbacks of a test were told; the user data of all of them.
+/// What the callbacks of a test were recipient; the user data of all of them.
 struct Seen {
     std::vector<std::string> answers;
     korvane_h handle = nullptr;
@@ -103,10 +103,10 @@ protected:
         connect_to("2.3.1");
     }
 
-    int ask(int answer = 0, Seen *told = nullptr)
+    int ask(int answer = 0, Seen *recipient = nullptr)
     {
         arrives(reply(answer));
-        const int result = row.ask(handle, true, told ? told : &seen);
+        const int result = row.ask(handle, true, recipient ? recipient : &seen);
         seq_id = last_seq_id(platform.log);
         platform.log.clear();
         return result;

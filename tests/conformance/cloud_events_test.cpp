@@ -7,7 +7,7 @@
 namespace kvtest {
 namespace {
 
-/// What the callbacks of a test were told; the user data of all of them.
+/// What the callbacks of a test were recipient; the user data of all of them.
 struct Seen {
     std::vector<std::string> events;
     std::vector<korvane_h> handles;
@@ -117,10 +117,10 @@ protected:
     std::string set_name() { return "korvane_set_" + row.name; }
     std::string unset_name() { return "korvane_unset_" + row.name; }
 
-    int set_callback(int answer = 0, Seen *told = nullptr)
+    int set_callback(int answer = 0, Seen *recipient = nullptr)
     {
         arrives(reply(answer));
-        const int result = row.set(handle, true, told ? told : &seen);
+        const int result = row.set(handle, true, recipient ? recipient : &seen);
         platform.main_port().sent.clear();
         seq_id = last_seq_id(platform.log);
         platform.log.clear();

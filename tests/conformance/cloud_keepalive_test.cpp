@@ -181,9 +181,9 @@ TEST_F(TcpHeader, WithoutAMemberMakesOnlyThatGetterFail)
         ASSERT_EQ(receive(text), ok);
         for (const NumberGetter &getter : number_getters) {
             int value = -1;
-            const bool told = &getter != &missing;
-            EXPECT_EQ(getter.get(info, &value), told ? ok : -1073741825) << getter.name;
-            EXPECT_EQ(value, told ? getter.value : -1);
+            const bool reported = &getter != &missing;
+            EXPECT_EQ(getter.get(info, &value), reported ? ok : -1073741825) << getter.name;
+            EXPECT_EQ(value, reported ? getter.value : -1);
         }
         EXPECT_EQ(platform.log.errors(), (LogLines{api_error(function(missing.name), "cJSON_GetObjectItem() failed")}));
         EXPECT_EQ(korvane_release_tcp_header_info(std::exchange(info, nullptr)), ok);

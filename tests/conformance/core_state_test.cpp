@@ -169,7 +169,7 @@ TEST_P(CoreRegistration, NullCallbackIsRefusedAndTheEarlierRegistrationStays)
                                               api_error(GetParam().set_name, "callback is NULL")}));
     EXPECT_TRUE(sent().empty());
     platform.proxy().push_event(event(GetParam().delegate_id, seq_id, false, GetParam().values));
-    EXPECT_EQ(recorder.told, (Strings{GetParam().seen}));
+    EXPECT_EQ(recorder.seen, (Strings{GetParam().seen}));
 }
 
 TEST_P(CoreRegistration, EventIsLoggedWithItsValuesAndReachesTheCallback)
@@ -181,7 +181,7 @@ TEST_P(CoreRegistration, EventIsLoggedWithItsValuesAndReachesTheCallback)
     platform.proxy().push_event(event(GetParam().delegate_id, seq_id, false, GetParam().values));
     const std::string line = GetParam().line;
     EXPECT_EQ(platform.log.api(), line.empty() ? LogLines{} : LogLines{api_info(GetParam().trampoline, line)});
-    EXPECT_EQ(recorder.told, (Strings{GetParam().seen}));
+    EXPECT_EQ(recorder.seen, (Strings{GetParam().seen}));
     EXPECT_EQ(recorder.handle, handle);
 }
 

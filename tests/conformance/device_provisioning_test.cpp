@@ -90,7 +90,7 @@ TEST_F(DeviceProvisioning, DataStayReadableUntilTheNextEvent)
     expect_text(getters[0], "en");
     push("ko");
     expect_text(getters[0], "ko");
-    EXPECT_EQ(recorder.told, Strings(2, "info"));
+    EXPECT_EQ(recorder.seen, Strings(2, "info"));
 }
 
 TEST_F(DeviceProvisioning, DataAreReleasedBySetUnsetAndDeinitialize)
@@ -126,12 +126,12 @@ TEST_F(DeviceProvisioning, DataSurviveASetThatIsRefused)
 TEST_F(DeviceProvisioning, DataMayBeReleasedByTheCallbackThatReadsThem)
 {
     begin_set();
-    recorder.then = [&](korvane_h told) {
+    recorder.then = [&](korvane_h seen) {
         expect_text(getters[0], "en");
-        EXPECT_EQ(korvane_unset_device_provisioning_cb(told), ok);
+        EXPECT_EQ(korvane_unset_device_provisioning_cb(seen), ok);
     };
     push();
-    EXPECT_EQ(recorder.told, Strings{"info"});
+    EXPECT_EQ(recorder.seen, Strings{"info"});
 }
 
 TEST_F(DeviceProvisioning, AnEventSurvivesTheFailureOfEachAllocation)
@@ -140,14 +140,14 @@ TEST_F(DeviceProvisioning, AnEventSurvivesTheFailureOfEachAllocation)
         [&] {
             begin_set();
             push("first");
-            recorder.told.clear();
+            recorder.seen.clear();
         },
         [&] {
             push("second");
             return 0;
         },
         [&](int before, int) {
-            EXPECT_EQ(recorder.told, before < 0 ? Strings{"info"} : Strings{}) << "delivered only when whole";
+            EXPECT_EQ(recorder.seen, before < 0 ? Strings{"info"} : Strings{}) << "delivered only when whole";
             if (before >= 0) {
                 EXPECT_FALSE(platform.log.errors().empty());
             }
@@ -158,7 +158,7 @@ TEST_F(DeviceProvisioning, AnEventWithoutMemoryForItsCloneNamesWhatFailedAndRele
 {
     begin_set();
     push();
-    recorder.told.clear();
+    recorder.seen.clear();
     // The record that is read and its five texts come first.
     const char *const fields[] = {"language", "country", "datetime", "rmd", "account"};
     for (unsigned i = 0; i < 5; ++i) {
@@ -175,7 +175,7 @@ TEST_F(DeviceProvisioning, AnEventWithoutMemoryForItsCloneNamesWhatFailedAndRele
     allocs::stop_failing();
     EXPECT_TRUE(platform.log.has(
         proxy_error("rpc_port_korvane_device_prov_info_clone", "Failed to create korvane_device_prov_info handle")));
-    EXPECT_EQ(recorder.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
     char *value = nullptr;
     EXPECT_EQ(korvane_devinfo_get_language(held, &value), failed);
 }

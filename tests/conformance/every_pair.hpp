@@ -40,10 +40,10 @@ protected:
     }
     std::vector<std::string> told_by_events()
     {
-        std::vector<std::string> told;
+        std::vector<std::string> seen;
         for (const PairEvent &described : pair().events)
-            told.push_back(described.told);
-        return told;
+            seen.push_back(described.seen);
+        return seen;
     }
 
     int seq_id = 0; // of the first delegate

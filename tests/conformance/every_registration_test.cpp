@@ -33,10 +33,10 @@ protected:
     }
     void expect_events_reach(const Strings &expected)
     {
-        recorder.told.clear();
+        recorder.seen.clear();
         events_wait(seq_id);
         main_loop_comes_to_them();
-        EXPECT_EQ(recorder.told, expected);
+        EXPECT_EQ(recorder.seen, expected);
     }
 };
 
@@ -88,7 +88,7 @@ TEST_P(EveryRegistration, SetRefusedDuringAnInstallationLeavesTheEarlierOne)
     EXPECT_EQ(sent(), std::vector<Bytes>{});
     EXPECT_EQ(listed_delegates(), pair().events.size());
     expect_events_reach(told_by_events());
-    EXPECT_EQ(other.told, Strings{});
+    EXPECT_EQ(other.seen, Strings{});
 }
 
 TEST_P(EveryRegistration, UnsetRefusedDuringAnInstallationLeavesTheRegistration)

@@ -197,14 +197,14 @@ TEST_F(Failures, OfPlatformCallsDuringTheConnectedEventDoNotKeepItFromTheApplica
 
 TEST_F(Failures, OfPlatformCallsDuringAnEventDropItOrDeliverItOnce)
 {
-    static int told = 0;
+    static int callbacks = 0;
     Bytes answer;
     const auto ready = [&] {
-        told = 0;
+        callbacks = 0;
         connect();
         arrives(reply(0));
         ASSERT_EQ(korvane_start_async(
-                      handle, [](korvane_h, int, void *) { ++told; }, nullptr),
+                      handle, [](korvane_h, int, void *) { ++callbacks; }, nullptr),
                   ok);
         answer = event(27, last_seq_id(platform.log), true, i32(0));
     };
@@ -216,11 +216,11 @@ TEST_F(Failures, OfPlatformCallsDuringAnEventDropItOrDeliverItOnce)
                               {"rpc_port_parcel_read_int32 2", 0},       {"rpc_port_parcel_read_int32 3", 0},
                               {"rpc_port_parcel_read_bool 1", 0},        {"rpc_port_parcel_read_int32 4", 0}};
     fail_each_platform_call(ready, arrive, [&](const std::string &failure, int) {
-        seen[failure] = told;
-        EXPECT_EQ(told, dropped.contains(failure) ? 0 : 1);
+        seen[failure] = callbacks;
+        EXPECT_EQ(callbacks, dropped.contains(failure) ? 0 : 1);
         EXPECT_EQ(platform.log.errors().size(), dropped.contains(failure) ? 1U : 0U);
         arrive();
-        EXPECT_EQ(told, 1) << "a dropped event leaves the request waiting, a delivered one ends it";
+        EXPECT_EQ(callbacks, 1) << "a dropped event leaves the request waiting, a delivered one ends it";
     });
     expect_all_seen(dropped);
 }

@@ -34,7 +34,7 @@ protected:
         main_loop_comes_to_them();
         events_wait(seq_id);
         main_loop_comes_to_them();
-        EXPECT_EQ(recorder.told, Strings{});
+        EXPECT_EQ(recorder.seen, Strings{});
     }
 };
 
@@ -86,7 +86,7 @@ TEST_P(NoCallbackAfterUnset, WhenTheRequestCouldNotBeSent)
     platform.main_port().send_results = {-5};
     EXPECT_EQ(pair().unset(handle), KORVANE_ERROR_IO_ERROR);
     main_loop_comes_to_them();
-    EXPECT_EQ(recorder.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
 }
 
 TEST_P(NoCallbackAfterUnset, WhenTheAgentIsGoneAndTheRequestIsRefusedUnsent)
@@ -97,7 +97,7 @@ TEST_P(NoCallbackAfterUnset, WhenTheAgentIsGoneAndTheRequestIsRefusedUnsent)
     EXPECT_EQ(pair().unset(handle), failed);
     EXPECT_TRUE(sent().empty());
     main_loop_comes_to_them();
-    EXPECT_EQ(recorder.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
 }
 
 TEST_P(NoCallbackAfterUnset, UntilItIsSetAgain)
@@ -109,8 +109,8 @@ TEST_P(NoCallbackAfterUnset, UntilItIsSetAgain)
     events_wait(seq_id);
     events_wait(first_seq_id());
     main_loop_comes_to_them();
-    EXPECT_EQ(recorder.told, Strings{});
-    EXPECT_EQ(second.told, told_by_events());
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, told_by_events());
 }
 
 TEST_P(ReplacedCallback, IsNeverCalledNeitherForItsOwnEventsNorForThoseOfTheNewOne)
@@ -122,8 +122,8 @@ TEST_P(ReplacedCallback, IsNeverCalledNeitherForItsOwnEventsNorForThoseOfTheNewO
     events_wait(first_seq_id());
     events_wait(seq_id);
     main_loop_comes_to_them();
-    EXPECT_EQ(recorder.told, Strings{});
-    EXPECT_EQ(second.told, told_by_events());
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, told_by_events());
 }
 
 /// A set that fails ends the old registration: what it left in the port reaches neither of the two.
@@ -135,8 +135,8 @@ TEST_P(ReplacedCallback, HearsNothingOfItsOldRegistrationWhenReplacingItFailed)
     answers(7);
     ASSERT_EQ(pair().set(handle, &second), failed);
     main_loop_comes_to_them();
-    EXPECT_EQ(recorder.told, Strings{});
-    EXPECT_EQ(second.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, Strings{});
 }
 
 TEST_P(WaitingEvent, IsDeliveredOnceWhereverThePlatformRaisesIt)
@@ -145,7 +145,7 @@ TEST_P(WaitingEvent, IsDeliveredOnceWhereverThePlatformRaisesIt)
     for (const std::optional<Moment> moment : {std::optional{Moment::send}, std::optional{Moment::wait}, {}}) {
         begin_set();
         platform.main_port().on_sent = [&](Port &port, const Bytes &) {
-            EXPECT_EQ(recorder.told, moment == Moment::send ? told_by_events() : Strings{});
+            EXPECT_EQ(recorder.seen, moment == Moment::send ? told_by_events() : Strings{});
             if (!moment)
                 events_wait(seq_id);
             port.push(event_of(0, seq_id)); // and one on the wrong port, which is no reply either
@@ -154,12 +154,12 @@ TEST_P(WaitingEvent, IsDeliveredOnceWhereverThePlatformRaisesIt)
         for (std::size_t i = 0; moment && i < pair().events.size(); ++i)
             platform.proxy().raise_inside(*moment, received(event_of(i, seq_id)));
         EXPECT_EQ(korvane_stop(handle), ok);
-        EXPECT_EQ(recorder.told, moment ? told_by_events() : Strings{});
+        EXPECT_EQ(recorder.seen, moment ? told_by_events() : Strings{});
         platform.main_port().on_sent = nullptr;
         main_loop_comes_to_them();
-        EXPECT_EQ(recorder.told, told_by_events());
+        EXPECT_EQ(recorder.seen, told_by_events());
         ASSERT_EQ(korvane_deinitialize(handle), ok);
-        recorder.told.clear();
+        recorder.seen.clear();
     }
 }
 
@@ -177,8 +177,8 @@ TEST_P(WaitingEvent, OfALibraryThatEndedAndBeganAnewReachesNobody)
         platform.proxy().push_event(old->callback_port.incoming.front());
         old->callback_port.incoming.pop_front();
     }
-    EXPECT_EQ(recorder.told, Strings{});
-    EXPECT_EQ(second.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, Strings{});
 }
 
 /// That of the access point is delivered, too: in its own form, which its getters then refuse.
@@ -189,8 +189,8 @@ TEST_P(WaitingEvent, OfARegistrationFromBeforeAnUpdateOfTheAgentIsStillDelivered
         agent_becomes(version);
         events_wait(seq_id);
         main_loop_comes_to_them();
-        EXPECT_EQ(recorder.told, told_by_events());
-        recorder.told.clear();
+        EXPECT_EQ(recorder.seen, told_by_events());
+        recorder.seen.clear();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
 }
@@ -220,10 +220,10 @@ protected:
             seen.blocks_late = allocs::live_blocks();
     }
 
-    static void on_scan(korvane_h told, int req_id, void *user_data)
+    static void on_scan(korvane_h seen, int req_id, void *user_data)
     {
         auto &self = *static_cast<EventStorm *>(user_data);
-        EXPECT_EQ(korvane_set_wifi_connection_error_code(told, req_id), ok);
+        EXPECT_EQ(korvane_set_wifi_connection_error_code(seen, req_id), ok);
         self.requests_in_step += self.sent().back() == bytes(i32(50), i32(req_id));
         self.forget_the_past();
     }

@@ -95,11 +95,11 @@ TEST_P(HostileText, WithAFormatInItIsNoFormat)
     }
 }
 
-/// Texts that come with an event: what the application is told with this text in all its places.
+/// Texts that come with an event: what the application receives with this text in all its places.
 struct EventText {
     int delegate_id;
     Bytes (*values)(const std::string &text);
-    std::string (*told)(const std::string &text);
+    std::string (*seen)(const std::string &text);
 };
 
 std::ostream &operator<<(std::ostream &out, const EventText &row)
@@ -140,15 +140,15 @@ TEST_P(HostileEventText, ReachesTheCallbackByteForByte)
                 continue;
             ASSERT_EQ(pair.set(handle, &recorder), ok);
             const int seq_id = last_seq_id(platform.log) + 1 - static_cast<int>(pair.events.size() - i);
-            std::vector<std::string> told;
+            std::vector<std::string> seen;
             for (const std::string &text : {std::string(), std::string(1 << 20, 'x'), std::string(not_utf8),
                                             std::string("%s%n\x01\x1f\x7f\"\\")}) {
                 platform.proxy().push_event(event(row.delegate_id, seq_id, false, row.values(text)));
-                told.push_back(row.told(text));
+                seen.push_back(row.seen(text));
             }
-            EXPECT_EQ(recorder.told, told);
+            EXPECT_EQ(recorder.seen, seen);
         }
-    EXPECT_EQ(recorder.told.size(), 4U);
+    EXPECT_EQ(recorder.seen.size(), 4U);
 }
 
 using AgentsText = WifiAp;
@@ -157,7 +157,7 @@ TEST_F(AgentsText, OfCertificatesGroupsAndTheDeviceIdReachTheApplicationByteForB
 {
     connect_to("2.3");
     for (const std::string &text : {std::string(), std::string(1 << 20, 'x'), std::string(not_utf8)}) {
-        recorder.told.clear();
+        recorder.seen.clear();
         ASSERT_EQ(korvane_get_group_id(handle, Note<'g', const char *>::call, &recorder), ok);
         platform.proxy().push_event(event(26, last_seq_id(platform.log), true, str(text)));
         ASSERT_EQ(korvane_create_hdr_certificate(handle, "t", "c", Note<'c', int, const char *>::call, &recorder), ok);
@@ -166,7 +166,7 @@ TEST_F(AgentsText, OfCertificatesGroupsAndTheDeviceIdReachTheApplicationByteForB
             korvane_get_hdr_certificate(handle, "t", "a", Note<'h', int, const char *, const char *>::call, &recorder),
             ok);
         platform.proxy().push_event(event(30, last_seq_id(platform.log), true, i32(0), str(text), str(text)));
-        EXPECT_EQ(recorder.told, (Strings{"g " + text, "c 0 " + text, "h 0 " + text + " " + text}));
+        EXPECT_EQ(recorder.seen, (Strings{"g " + text, "c 0 " + text, "h 0 " + text + " " + text}));
 
         platform.main_port().on_sent = [&](Port &port, const Bytes &) { port.push(reply(0, str(text))); };
         char *device_id = nullptr;

@@ -18,10 +18,10 @@ struct Notices {
     unsigned count = 0;
     korvane_h handle = nullptr;
 
-    static void note(korvane_h told, void *notices)
+    static void note(korvane_h seen, void *notices)
     {
         ++static_cast<Notices *>(notices)->count;
-        static_cast<Notices *>(notices)->handle = told;
+        static_cast<Notices *>(notices)->handle = seen;
     }
 };
 

@@ -17,7 +17,7 @@ namespace kvtest {
 
 inline constexpr const char *update_event = "org.korvane.ServiceManager.UpdateStatus";
 
-/// What a connection status callback was told.
+/// What a connection status callback was seen.
 struct StatusNotice {
     int result;
     korvane_h handle;
@@ -56,7 +56,7 @@ protected:
     void forget_the_agent();
 
     korvane_h handle = nullptr;
-    std::vector<StatusNotice> statuses; // what initialize()'s callback was told
+    std::vector<StatusNotice> statuses; // what the callback of initialize() received
 
     void begin_run() override;
     void end_run() override;

@@ -24,7 +24,7 @@ TEST_F(NestedCall, InsideTheWaitGetsItsOwnReplyAndKeepsTheOuterOne)
     EXPECT_EQ(nested_result, ok);
     EXPECT_EQ(outer, 1);
     EXPECT_EQ(nested, 2);
-    EXPECT_EQ(trigger.told.size(), 1U);
+    EXPECT_EQ(trigger.seen.size(), 1U);
 }
 
 TEST_F(NestedCall, InsideTheSendIsAnsweredFirst)

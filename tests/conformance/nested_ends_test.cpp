@@ -132,18 +132,18 @@ protected:
             register_trigger();
         } else {
             platform.proxy().push_event(answer);
-            EXPECT_EQ(recorder.told, (Strings{"A 0"}));
-            recorder.told.clear();
+            EXPECT_EQ(recorder.seen, (Strings{"A 0"}));
+            recorder.seen.clear();
         }
         platform.main_port().sent.clear();
         requests = 0;
-        trigger.told.clear();
+        trigger.seen.clear();
         int status = 0;
         inside(Moment::wait, [&](korvane_h) { EXPECT_EQ(korvane_stop(handle), ok); });
         EXPECT_EQ(korvane_get_thing_status(handle, &status), ok);
         EXPECT_EQ(status, 1);
         EXPECT_EQ(methods(), (std::vector{84, 4}));
-        EXPECT_EQ(trigger.told, (Strings{"! 0"}));
+        EXPECT_EQ(trigger.seen, (Strings{"! 0"}));
     }
 
     void expect_no_notice()
@@ -173,7 +173,7 @@ protected:
                 Outs outs;
                 EXPECT_EQ(GetParam().call(handle, outs), failed);
                 EXPECT_TRUE(outs.untouched());
-                EXPECT_EQ(trigger.told.size(), 1U);
+                EXPECT_EQ(trigger.seen.size(), 1U);
                 check();
             }
     }
@@ -313,14 +313,14 @@ protected:
         ASSERT_EQ(korvane_start_async(handle, Note<'A', int>::call, &recorder), ok);
         const Bytes answer = event(27, last_seq_id(platform.log), true, i32(0));
         forget_the_past();
-        recorder.told.clear();
+        recorder.seen.clear();
         for (const Proxy::Raise &raise : {received(trigger_event), received(answer), disconnected()})
             platform.proxy().raise_inside(Moment::destroy, raise);
     }
     void expect_ignored(std::size_t triggered)
     {
-        EXPECT_EQ(trigger.told.size(), triggered);
-        EXPECT_EQ(recorder.told, Strings{});
+        EXPECT_EQ(trigger.seen.size(), triggered);
+        EXPECT_EQ(recorder.seen, Strings{});
         EXPECT_EQ(statuses, std::vector<StatusNotice>{});
     }
 };

@@ -121,9 +121,9 @@ protected:
         unanswered.clear();
         Recorder later;
         EXPECT_EQ(request(later), ok);
-        EXPECT_EQ(later.told, Strings{});
+        EXPECT_EQ(later.seen, Strings{});
         platform.proxy().push_event(answer());
-        EXPECT_EQ(later.told, once());
+        EXPECT_EQ(later.seen, once());
     }
 
     Bytes last_answer;
@@ -138,9 +138,9 @@ TEST_P(EarlyAnswer, IsDeliveredOnceAndAtOnceWhateverTheAgentReplies)
     for_each_case([this](Moment moment, const End &end) {
         answer_inside(moment);
         EXPECT_EQ(request(recorder), end.result);
-        EXPECT_EQ(recorder.told, once());
+        EXPECT_EQ(recorder.seen, once());
         platform.proxy().push_event(last_answer);
-        EXPECT_EQ(recorder.told, once());
+        EXPECT_EQ(recorder.seen, once());
         expect_works_on();
     });
 }
@@ -151,7 +151,7 @@ TEST_P(EarlyAnswer, SentTwiceIsDeliveredOnce)
         answer_inside(moment, 2);
         recorder.then = [this](korvane_h) { platform.proxy().push_event(last_answer); };
         EXPECT_EQ(request(recorder), end.result);
-        EXPECT_EQ(recorder.told, once());
+        EXPECT_EQ(recorder.seen, once());
         expect_works_on();
     });
 }
@@ -166,7 +166,7 @@ TEST_P(EarlyAnswer, InsideTheSendAndAgainInsideTheWait)
         answer_inside(Moment::send);
         answer_inside(Moment::wait);
         EXPECT_EQ(request(recorder), end.result);
-        EXPECT_EQ(recorder.told, once());
+        EXPECT_EQ(recorder.seen, once());
         expect_works_on();
     }
 }
@@ -177,7 +177,7 @@ TEST_P(EarlyAnswer, OfARequestWhoseSendThenFails)
     platform.main_port().send_results = {-32};
     answer_inside(Moment::send);
     EXPECT_EQ(request(recorder), KORVANE_ERROR_IO_ERROR);
-    EXPECT_EQ(recorder.told, once());
+    EXPECT_EQ(recorder.seen, once());
     expect_works_on();
 }
 
@@ -200,13 +200,13 @@ TEST_P(EarlyAnswer, LeavesTheNestedRequestThatItsCallbackMakes)
                     nested_answer = answer();
                 };
                 EXPECT_EQ(request(recorder), end.result);
-                EXPECT_EQ(recorder.told, once());
-                EXPECT_EQ(other.told, Strings{});
+                EXPECT_EQ(recorder.seen, once());
+                EXPECT_EQ(other.seen, Strings{});
                 platform.proxy().push_event(nested_answer);
-                EXPECT_EQ(other.told, once());
+                EXPECT_EQ(other.seen, once());
                 platform.proxy().push_event(nested_answer);
-                EXPECT_EQ(other.told, once());
-                EXPECT_EQ(recorder.told, once());
+                EXPECT_EQ(other.seen, once());
+                EXPECT_EQ(recorder.seen, once());
                 expect_works_on();
                 ASSERT_EQ(korvane_deinitialize(handle), ok);
             },
@@ -225,8 +225,8 @@ TEST_P(EarlyAnswer, LeavesANestedRequestThatIsNeverAnsweredToDeinitialize)
             recorder.then = [this](korvane_h) { EXPECT_EQ(request(other), ok); };
             EXPECT_EQ(request(recorder), end.result);
             EXPECT_EQ(korvane_deinitialize(handle), ok);
-            EXPECT_EQ(recorder.told, once());
-            EXPECT_EQ(other.told, Strings{});
+            EXPECT_EQ(recorder.seen, once());
+            EXPECT_EQ(other.seen, Strings{});
         },
         true);
 }
@@ -244,13 +244,13 @@ TEST_P(EarlyAnswer, ToANestedRequestInsideAnotherEvent)
                 outer_answer = answer();
                 answer_inside(Moment::wait);
                 EXPECT_EQ(request(other), ok);
-                EXPECT_EQ(other.told, once());
+                EXPECT_EQ(other.seen, once());
             });
             EXPECT_EQ(request(recorder), end.result);
-            EXPECT_EQ(recorder.told, Strings{});
+            EXPECT_EQ(recorder.seen, Strings{});
             platform.proxy().push_event(outer_answer);
-            EXPECT_EQ(recorder.told, end.result == ok ? once() : Strings{});
-            EXPECT_EQ(other.told, once());
+            EXPECT_EQ(recorder.seen, end.result == ok ? once() : Strings{});
+            EXPECT_EQ(other.seen, once());
             expect_works_on();
         },
         true);
@@ -264,7 +264,7 @@ TEST_P(EarlyAnswer, WhoseCallbackDeinitializesFailsTheRequest)
             answer_inside(moment, 2);
             recorder.then = [](korvane_h called_with) { EXPECT_EQ(korvane_deinitialize(called_with), ok); };
             EXPECT_EQ(request(recorder), failed);
-            EXPECT_EQ(recorder.told, once());
+            EXPECT_EQ(recorder.seen, once());
             EXPECT_EQ(run_main_loop(), 0U);
         });
 }
@@ -290,13 +290,13 @@ TEST_P(EarlyAnswer, WhoseCallbackBeginsANewSessionFailsTheRequestAndLeavesTheSes
                 nested_answer = answer();
             };
             EXPECT_EQ(request(recorder), failed);
-            EXPECT_EQ(recorder.told, once());
+            EXPECT_EQ(recorder.seen, once());
             EXPECT_EQ(run_main_loop(), 0U);
             EXPECT_EQ(notices, 0);
             platform.proxy().push_event(last_answer);
-            EXPECT_EQ(recorder.told, once());
+            EXPECT_EQ(recorder.seen, once());
             platform.proxy().push_event(nested_answer);
-            EXPECT_EQ(other.told, once());
+            EXPECT_EQ(other.seen, once());
             expect_works_on();
             ASSERT_EQ(korvane_deinitialize(handle), ok);
             statuses.clear();
@@ -313,7 +313,7 @@ TEST_P(EarlyAnswer, IsNeverDeliveredWhenTheLinkBreaksInsideTheRequest)
         const std::size_t blocks = allocs::live_blocks();
         EXPECT_EQ(request(recorder), KORVANE_ERROR_IO_ERROR);
         EXPECT_EQ(allocs::live_blocks(), blocks);
-        EXPECT_EQ(recorder.told, Strings{});
+        EXPECT_EQ(recorder.seen, Strings{});
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
 }

@@ -45,10 +45,10 @@ protected:
     }
     Strings all_events()
     {
-        Strings told;
+        Strings seen;
         for (const PairEvent &described : pair().events)
-            told.push_back(described.told);
-        return told;
+            seen.push_back(described.seen);
+        return seen;
     }
 
     int set(Recorder &given) { return pair().set(handle, &given); }
@@ -75,7 +75,7 @@ protected:
                 check(moment);
                 if (registered_before)
                     events_arrive(before_seq_id);
-                EXPECT_EQ(former.told, Strings{}) << "the registration before was replaced";
+                EXPECT_EQ(former.seen, Strings{}) << "the registration before was replaced";
             }
     }
 
@@ -86,10 +86,10 @@ protected:
         Recorder later;
         EXPECT_EQ(set(later), ok);
         events_arrive(made_last());
-        EXPECT_EQ(later.told, all_events());
+        EXPECT_EQ(later.seen, all_events());
         EXPECT_EQ(unset(), ok);
         events_arrive(made_last());
-        EXPECT_EQ(later.told, all_events());
+        EXPECT_EQ(later.seen, all_events());
     }
 
     Recorder outer;  // callback of the outer set
@@ -116,20 +116,20 @@ TEST_P(NestedRegistration, SetInsideSetDeliversEachDelegateToItsOwnCallback)
 
         // The outer call returns last.
         events_arrive(outer_seq_id);
-        EXPECT_EQ(outer.told, all_events());
-        EXPECT_EQ(nested.told, Strings{});
+        EXPECT_EQ(outer.seen, all_events());
+        EXPECT_EQ(nested.seen, Strings{});
         events_arrive(nested_seq_id);
-        EXPECT_EQ(outer.told, all_events());
+        EXPECT_EQ(outer.seen, all_events());
         if (moment == Moment::wait) {
-            EXPECT_EQ(nested.told, all_events()); // the agent received it last, so it keeps this one
+            EXPECT_EQ(nested.seen, all_events()); // the agent received it last, so it keeps this one
         } else {
-            EXPECT_TRUE(nested.told.empty() || nested.told == all_events());
+            EXPECT_TRUE(nested.seen.empty() || nested.seen == all_events());
         }
         expect_works_on();
         events_arrive(outer_seq_id);
         events_arrive(nested_seq_id);
-        EXPECT_EQ(outer.told, all_events());
-        EXPECT_LE(nested.told.size(), all_events().size());
+        EXPECT_EQ(outer.seen, all_events());
+        EXPECT_LE(nested.seen.size(), all_events().size());
     });
 }
 
@@ -146,10 +146,10 @@ TEST_P(NestedRegistration, SetInsideASetThatTheAgentRefusesKeepsTheNestedOne)
         });
         EXPECT_EQ(set(outer), KORVANE_ERROR_PERMISSION_DENIED);
         events_arrive(nested_seq_id);
-        EXPECT_EQ(outer.told, Strings{});
-        EXPECT_EQ(nested.told, all_events());
+        EXPECT_EQ(outer.seen, Strings{});
+        EXPECT_EQ(nested.seen, all_events());
         events_arrive(outer_seq_id); // should the agent fire what it has refused
-        EXPECT_EQ(nested.told, all_events());
+        EXPECT_EQ(nested.seen, all_events());
         expect_works_on();
     });
 }
@@ -167,10 +167,10 @@ TEST_P(NestedRegistration, SetThatTheAgentRefusesInsideASetKeepsTheOuterOne)
         });
         EXPECT_EQ(set(outer), ok);
         events_arrive(outer_seq_id);
-        EXPECT_EQ(outer.told, all_events());
-        EXPECT_EQ(nested.told, Strings{});
+        EXPECT_EQ(outer.seen, all_events());
+        EXPECT_EQ(nested.seen, Strings{});
         events_arrive(nested_seq_id);
-        EXPECT_EQ(outer.told, all_events());
+        EXPECT_EQ(outer.seen, all_events());
         expect_works_on();
     });
 }
@@ -183,14 +183,14 @@ TEST_P(NestedRegistration, UnsetInsideASetDeliversTheEventsOfTheSet)
             outer_seq_id = made_last();
             EXPECT_EQ(unset(), ok);
             events_arrive(outer_seq_id);
-            EXPECT_EQ(outer.told, Strings{}) << "after the unset and before the set returns";
+            EXPECT_EQ(outer.seen, Strings{}) << "after the unset and before the set returns";
         });
         EXPECT_EQ(set(outer), ok);
         events_arrive(outer_seq_id);
-        EXPECT_EQ(outer.told, all_events());
+        EXPECT_EQ(outer.seen, all_events());
         expect_works_on();
         events_arrive(outer_seq_id);
-        EXPECT_EQ(outer.told, all_events());
+        EXPECT_EQ(outer.seen, all_events());
     });
 }
 
@@ -205,7 +205,7 @@ TEST_P(NestedRegistration, UnsetInsideASetThatTheAgentRefusesDeliversNothing)
         });
         EXPECT_EQ(set(outer), failed);
         events_arrive(outer_seq_id);
-        EXPECT_EQ(outer.told, Strings{});
+        EXPECT_EQ(outer.seen, Strings{});
         expect_works_on();
     });
 }
@@ -220,11 +220,11 @@ TEST_P(NestedRegistration, SetInsideAnUnsetDeliversNothingOnceTheUnsetHasReturne
                 EXPECT_EQ(set(nested), ok);
                 nested_seq_id = made_last();
                 events_arrive(nested_seq_id);
-                EXPECT_EQ(nested.told, all_events()) << "before the unset returns";
+                EXPECT_EQ(nested.seen, all_events()) << "before the unset returns";
             });
             EXPECT_EQ(unset(), reply);
             events_arrive(nested_seq_id);
-            EXPECT_EQ(nested.told, all_events());
+            EXPECT_EQ(nested.seen, all_events());
             expect_works_on();
         });
 }
@@ -239,6 +239,28 @@ TEST_P(NestedRegistration, UnsetInsideAnUnsetDeliversNothing)
     });
 }
 
+/// The callback of a set counts once the set has succeeded: until then the events of its delegates reach the one before.
+TEST_P(NestedRegistration, EventsOfADelegateInsideItsOwnSetReachTheCallbackBefore)
+{
+    for (const Moment moment : inside_a_call)
+        for (const bool registered_before : {false, true}) {
+            SCOPED_TRACE(name_of(moment) + (registered_before ? ", registered before" : ""));
+            end_run();
+            begin_run();
+            begin_pair();
+            if (registered_before) {
+                ASSERT_EQ(set(former), ok);
+            }
+            platform.proxy().raise_inside(moment, [this](Proxy &) { events_arrive(made_last()); });
+            EXPECT_EQ(set(outer), ok);
+            EXPECT_EQ(former.seen, registered_before ? all_events() : Strings{});
+            EXPECT_EQ(outer.seen, Strings{});
+            events_arrive(made_last());
+            EXPECT_EQ(outer.seen, all_events());
+            EXPECT_EQ(former.seen, registered_before ? all_events() : Strings{});
+        }
+}
+
 /// Three deep: the outermost call returns last.
 TEST_P(NestedRegistration, UnsetInsideASetInsideAnUnsetDeliversNothing)
 {
@@ -249,11 +271,11 @@ TEST_P(NestedRegistration, UnsetInsideASetInsideAnUnsetDeliversNothing)
             EXPECT_EQ(set(nested), ok);
             nested_seq_id = made_last();
             events_arrive(nested_seq_id);
-            EXPECT_EQ(nested.told, all_events());
+            EXPECT_EQ(nested.seen, all_events());
         });
         EXPECT_EQ(unset(), ok);
         events_arrive(nested_seq_id);
-        EXPECT_EQ(nested.told, all_events());
+        EXPECT_EQ(nested.seen, all_events());
         expect_works_on();
     });
 }
@@ -280,10 +302,10 @@ protected:
         Recorder later;
         EXPECT_EQ(set(later), ok);
         document_arrives(last_seq_id(platform.log));
-        EXPECT_EQ(later.told, (Strings{"w ap_info"}));
+        EXPECT_EQ(later.seen, (Strings{"w ap_info"}));
         EXPECT_EQ(unset(), ok);
         document_arrives(last_seq_id(platform.log));
-        EXPECT_EQ(later.told, (Strings{"w ap_info"}));
+        EXPECT_EQ(later.seen, (Strings{"w ap_info"}));
     }
 
     /// Registered with an agent of records, which an update then replaces by one of documents.
@@ -322,14 +344,14 @@ TEST_F(NestedWifiRegistration, SetInsideSetAfterAnUpdate)
         });
         EXPECT_EQ(set(outer), ok);
         document_arrives(outer_seq_id);
-        EXPECT_EQ(outer.told, one_event);
-        EXPECT_EQ(nested.told, Strings{});
+        EXPECT_EQ(outer.seen, one_event);
+        EXPECT_EQ(nested.seen, Strings{});
         document_arrives(nested_seq_id);
-        EXPECT_EQ(outer.told, one_event);
+        EXPECT_EQ(outer.seen, one_event);
         expect_works_on();
         record_arrives(before_seq_id); // after that unset
-        EXPECT_EQ(former.told, Strings{});
-        EXPECT_EQ(outer.told, one_event);
+        EXPECT_EQ(former.seen, Strings{});
+        EXPECT_EQ(outer.seen, one_event);
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
 }
@@ -346,10 +368,10 @@ TEST_F(NestedWifiRegistration, UnsetInsideASetAfterAnUpdate)
             document_arrives(outer_seq_id);
         });
         EXPECT_EQ(set(outer), ok);
-        EXPECT_EQ(former.told, Strings{});
-        EXPECT_EQ(outer.told, Strings{});
+        EXPECT_EQ(former.seen, Strings{});
+        EXPECT_EQ(outer.seen, Strings{});
         document_arrives(outer_seq_id);
-        EXPECT_EQ(outer.told, one_event);
+        EXPECT_EQ(outer.seen, one_event);
         expect_works_on();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
@@ -367,8 +389,8 @@ TEST_F(NestedWifiRegistration, SetInsideAnUnsetAfterAnUpdate)
         EXPECT_EQ(unset(), ok);
         record_arrives(before_seq_id);
         document_arrives(nested_seq_id);
-        EXPECT_EQ(former.told, Strings{});
-        EXPECT_EQ(nested.told, Strings{});
+        EXPECT_EQ(former.seen, Strings{});
+        EXPECT_EQ(nested.seen, Strings{});
         expect_works_on();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
@@ -385,13 +407,13 @@ TEST_F(NestedWifiRegistration, SetInsideAnUnsetThatAnUpdateInterrupts)
             EXPECT_EQ(set(nested), ok);
             nested_seq_id = last_seq_id(platform.log);
             record_arrives(nested_seq_id);
-            EXPECT_EQ(nested.told, one_event);
+            EXPECT_EQ(nested.seen, one_event);
         });
         EXPECT_EQ(unset(), ok);
         record_arrives(nested_seq_id);
         record_arrives(before_seq_id);
-        EXPECT_EQ(nested.told, one_event);
-        EXPECT_EQ(former.told, Strings{});
+        EXPECT_EQ(nested.seen, one_event);
+        EXPECT_EQ(former.seen, Strings{});
         update_to("2.3");
         expect_works_on();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
@@ -410,8 +432,8 @@ TEST_F(NestedWifiRegistration, UnsetInsideASetThatAnUpdateInterrupts)
         });
         EXPECT_EQ(set(outer), ok);
         document_arrives(outer_seq_id);
-        EXPECT_EQ(outer.told, one_event);
-        EXPECT_EQ(former.told, Strings{});
+        EXPECT_EQ(outer.seen, one_event);
+        EXPECT_EQ(former.seen, Strings{});
         update_to("2.3");
         expect_works_on();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
@@ -431,10 +453,10 @@ TEST_F(NestedWifiRegistration, SetInsideASetThatAnUpdateInterrupts)
         });
         EXPECT_EQ(set(outer), ok);
         document_arrives(outer_seq_id);
-        EXPECT_EQ(outer.told, one_event);
-        EXPECT_EQ(nested.told, Strings{});
+        EXPECT_EQ(outer.seen, one_event);
+        EXPECT_EQ(nested.seen, Strings{});
         record_arrives(nested_seq_id);
-        EXPECT_EQ(outer.told, one_event);
+        EXPECT_EQ(outer.seen, one_event);
         update_to("2.3");
         expect_works_on();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
@@ -450,13 +472,13 @@ TEST_F(NestedWifiRegistration, AnEventWithoutACallbackReleasesTheLastAccessPoint
         inside(moment, [&](korvane_h) {
             EXPECT_EQ(set(nested), ok);
             document_arrives(last_seq_id(platform.log));
-            EXPECT_EQ(nested.told, one_event);
+            EXPECT_EQ(nested.seen, one_event);
         });
         EXPECT_EQ(unset(), ok);
         const std::size_t blocks = allocs::live_blocks();
         record_arrives(before_seq_id);
-        EXPECT_EQ(former.told, Strings{});
-        EXPECT_EQ(nested.told, one_event);
+        EXPECT_EQ(former.seen, Strings{});
+        EXPECT_EQ(nested.seen, one_event);
         EXPECT_LT(allocs::live_blocks(), blocks);
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
@@ -469,17 +491,17 @@ TEST_F(NestedWifiRegistration, AnEventOfTheNestedSetInsideTheOuterOneLeavesNothi
         SCOPED_TRACE(name_of(moment));
         begin_updated();
         record_arrives(before_seq_id);
-        EXPECT_EQ(former.told, one_event);
+        EXPECT_EQ(former.seen, one_event);
         inside(moment, [&](korvane_h) {
             EXPECT_EQ(set(nested), ok);
             document_arrives(last_seq_id(platform.log));
-            EXPECT_EQ(nested.told, one_event);
+            EXPECT_EQ(nested.seen, one_event);
         });
         EXPECT_EQ(set(outer), ok);
         inside(moment, [&](korvane_h) {
             EXPECT_EQ(set(nested), ok);
             document_arrives(last_seq_id(platform.log));
-            EXPECT_EQ(nested.told, (Strings{"w ap_info", "w ap_info"}));
+            EXPECT_EQ(nested.seen, (Strings{"w ap_info", "w ap_info"}));
         });
         EXPECT_EQ(unset(), ok);
         ASSERT_EQ(korvane_deinitialize(handle), ok);

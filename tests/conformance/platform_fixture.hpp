@@ -21,10 +21,10 @@ protected:
     void TearDown() override { end_run(); }
 
     /// Makes the call with its first platform call failing, then with its second, until it makes no more of them. Every
-    /// run is a test of its own, readied by prepare(); check() is told the result and what failed ("" in the last run).
+    /// run is a test of its own, readied by prepare(); check() receives the result and what failed ("" in the last run).
     void fail_each_platform_call(const std::function<void()> &prepare, const std::function<int()> &call,
                                  const std::function<void(const std::string &failed, int result)> &check);
-    /// The same with allocations; check() is told how many succeeded before the one that failed (-1 in the last run).
+    /// The same with allocations; check() receives how many succeeded before the one that failed (-1 in the last run).
     void fail_each_allocation(const std::function<void()> &prepare, const std::function<int()> &call,
                               const std::function<void(int before, int result)> &check);
 

@@ -42,7 +42,7 @@ TEST_F(ProxyConnection, ConnectAsksForTheAgentsPort)
     EXPECT_EQ(rpc_port_proxy_kv_master_connect(proxy), 0);
     EXPECT_EQ(platform.proxy().appid, agent_appid);
     EXPECT_EQ(platform.proxy().port_name, "kv_master");
-    EXPECT_TRUE(told.empty());
+    EXPECT_TRUE(seen.empty());
 }
 
 TEST_F(ProxyConnection, ConnectReturnsThePlatformsCodeUnchangedAndLeavesTheProxyCreated)
@@ -85,7 +85,7 @@ TEST_F(ProxyConnection, EventsSetAndClearThePortAndAreToldAndLogged)
     link.fire_connected();
     link.fire_rejected(-13);
     EXPECT_EQ(proxy->port, nullptr);
-    EXPECT_EQ(told, (Told{"connected", "disconnected", "connected", "rejected"}));
+    EXPECT_EQ(seen, (Told{"connected", "disconnected", "connected", "rejected"}));
     EXPECT_EQ(platform.log.lines(), (LogLines{proxy_info("__kv_master_on_connected", endpoint_message),
                                               proxy_info("__kv_master_on_disconnected", endpoint_message),
                                               proxy_info("__kv_master_on_connected", endpoint_message),
@@ -154,7 +154,7 @@ TEST_F(ProxyConnection, WithoutACallbackPortAnEventIsLoggedAndDropped)
     rpc_port_proxy_kv_master_connect(proxy);
     platform.results["rpc_port_proxy_get_port"] = -5;
     platform.proxy().fire_connected();
-    EXPECT_EQ(told, (Told{"connected"}));
+    EXPECT_EQ(seen, (Told{"connected"}));
     platform.log.clear();
     platform.proxy().fire_received();
     EXPECT_EQ(platform.log.lines(),

@@ -7,19 +7,19 @@ namespace {
 
 using Told = std::vector<std::string>;
 
-void on_connected(ProxyHandle, void *told)
+void on_connected(ProxyHandle, void *seen)
 {
-    static_cast<Told *>(told)->push_back("connected");
+    static_cast<Told *>(seen)->push_back("connected");
 }
 
-void on_disconnected(ProxyHandle, void *told)
+void on_disconnected(ProxyHandle, void *seen)
 {
-    static_cast<Told *>(told)->push_back("disconnected");
+    static_cast<Told *>(seen)->push_back("disconnected");
 }
 
-void on_rejected(ProxyHandle, void *told)
+void on_rejected(ProxyHandle, void *seen)
 {
-    static_cast<Told *>(told)->push_back("rejected");
+    static_cast<Told *>(seen)->push_back("rejected");
 }
 
 constexpr rpc_port_proxy_kv_master_callback_s callbacks = {on_connected, on_disconnected, on_rejected};
@@ -28,7 +28,7 @@ constexpr rpc_port_proxy_kv_master_callback_s callbacks = {on_connected, on_disc
 
 ProxyHandle ProxyTest::create()
 {
-    EXPECT_EQ(rpc_port_proxy_kv_master_create(agent_appid, &callbacks, &told, &proxy), 0);
+    EXPECT_EQ(rpc_port_proxy_kv_master_create(agent_appid, &callbacks, &seen, &proxy), 0);
     return proxy;
 }
 
@@ -54,7 +54,7 @@ void ProxyTest::end_run()
     platform.faults.disarm();
     if (proxy)
         destroy();
-    told.clear();
+    seen.clear();
     PlatformTest::end_run();
 }
 

@@ -28,7 +28,7 @@ protected:
     static constexpr int stale_last_result = 4711;
 
     ProxyHandle proxy = nullptr;
-    std::vector<std::string> told; // which callbacks of the connection were called
+    std::vector<std::string> seen; // which callbacks of the connection were called
 };
 
 /// A delegate with a number that a golden parcel can hold.

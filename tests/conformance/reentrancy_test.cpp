@@ -59,16 +59,16 @@ protected:
         app = this;
     }
 
-    static void act(korvane_h told)
+    static void act(korvane_h seen)
     {
         if (!std::exchange(app->armed, false))
             return;
         ++app->acted;
-        app->result = GetParam().run(told);
+        app->result = GetParam().run(seen);
     }
-    static void on_status(int, korvane_h told, int, void *) { act(told); }
-    static void on_io_error(korvane_h told, void *) { act(told); }
-    static void on_started(korvane_h told, int, void *) { act(told); }
+    static void on_status(int, korvane_h seen, int, void *) { act(seen); }
+    static void on_io_error(korvane_h seen, void *) { act(seen); }
+    static void on_started(korvane_h seen, int, void *) { act(seen); }
 
     void begin(bool update_ready = false)
     {
@@ -179,11 +179,11 @@ protected:
             self.platform.proxy().push_event(self.answer); // the agent sends it twice
     }
 
-    static void fail_once_more(korvane_h told, void *test)
+    static void fail_once_more(korvane_h seen, void *test)
     {
         auto &self = *static_cast<DuringItsOwnCallback *>(test);
         if (++self.calls == 1) {
-            EXPECT_EQ(korvane_stop(told), KORVANE_ERROR_IO_ERROR);
+            EXPECT_EQ(korvane_stop(seen), KORVANE_ERROR_IO_ERROR);
         }
     }
 

@@ -182,15 +182,15 @@ TEST_F(StartAndStop, StopSendsNothingButItsId)
     EXPECT_EQ(sent(), (std::vector<Bytes>{i32(4)}));
 }
 
-/// What start_async's callback was told.
+/// What start_async's callback was seen.
 struct StartNotices {
     std::vector<int> results;
     korvane_h handle = nullptr;
 
-    static void note(korvane_h told, int result, void *notices)
+    static void note(korvane_h seen, int result, void *notices)
     {
         static_cast<StartNotices *>(notices)->results.push_back(result);
-        static_cast<StartNotices *>(notices)->handle = told;
+        static_cast<StartNotices *>(notices)->handle = seen;
     }
 };
 

@@ -182,9 +182,9 @@ TEST_P(SecretEvent, IsInNoLogLineButItsOwnWhetherItIsDeliveredOrDropped)
                 const Bytes whole = event(row.delegate_id, seq_id, false, row.values);
                 platform.log.clear();
 
-                recorder.told.clear();
+                recorder.seen.clear();
                 platform.proxy().push_event(whole);
-                EXPECT_EQ(recorder.told.size(), 1U);
+                EXPECT_EQ(recorder.seen.size(), 1U);
                 EXPECT_EQ(lines_with_the_secret(), row.lines);
 
                 platform.log.clear();
@@ -192,7 +192,7 @@ TEST_P(SecretEvent, IsInNoLogLineButItsOwnWhetherItIsDeliveredOrDropped)
                 platform.proxy().push_event(event(row.delegate_id, seq_id + 100, false, row.values));
                 EXPECT_EQ(pair.unset(handle), ok);
                 platform.proxy().push_event(whole);
-                EXPECT_EQ(recorder.told.size(), 1U);
+                EXPECT_EQ(recorder.seen.size(), 1U);
                 ASSERT_EQ(korvane_deinitialize(handle), ok);
                 EXPECT_EQ(lines_with_the_secret(), std::vector<std::string>{});
             }
@@ -206,7 +206,7 @@ void read_texts(Recorder &recorder, Handle from, std::initializer_list<int (*)(H
     for (auto get : getters) {
         char *text = nullptr;
         if (get(from, &text) == ok && text)
-            recorder.told.push_back(text);
+            recorder.seen.push_back(text);
         free(text);
     }
 }
@@ -214,7 +214,7 @@ void read_texts(Recorder &recorder, Handle from, std::initializer_list<int (*)(H
 void read_token(korvane_h, int, korvane_hdr_token_info_h token, void *data)
 {
     auto &recorder = *static_cast<Recorder *>(data);
-    recorder.told.push_back("called");
+    recorder.seen.push_back("called");
     read_texts<korvane_hdr_token_info_h>(recorder, token,
                                          {korvane_hdr_token_info_get_uuid, korvane_hdr_token_info_get_server_name,
                                           korvane_hdr_token_info_get_server_url, korvane_hdr_token_info_get_token});
@@ -241,7 +241,7 @@ struct LateAnswer {
     int minimum_version;
     int (*ask)(korvane_h handle, Recorder *recorder);
     Bytes values;
-    unsigned told;
+    unsigned seen;
 };
 
 std::ostream &operator<<(std::ostream &out, const LateAnswer &row)
@@ -297,12 +297,12 @@ TEST_P(SecretAnswer, IsInNoLogLineWhetherItIsDeliveredOrDropped)
         EXPECT_EQ(row.ask(handle, &recorder), known ? ok : too_old);
         if (known) {
             const Bytes whole = event(row.delegate_id, last_seq_id(platform.log), true, row.values);
-            recorder.told.clear();
+            recorder.seen.clear();
             platform.proxy().push_event(first(whole, whole.size() - 1));
-            EXPECT_EQ(recorder.told.size(), 0U);
+            EXPECT_EQ(recorder.seen.size(), 0U);
             platform.proxy().push_event(whole);
             platform.proxy().push_event(whole);
-            EXPECT_EQ(recorder.told.size(), row.told);
+            EXPECT_EQ(recorder.seen.size(), row.seen);
         }
         ASSERT_EQ(korvane_deinitialize(handle), ok);
         EXPECT_EQ(lines_with_the_secret(), std::vector<std::string>{});
@@ -319,9 +319,9 @@ TEST_F(Secrets, AreInNoLogLineWhenTheyAreReadFromAnAccessPoint)
         const bool record = std::string(version) == "1.2";
         platform.proxy().push_event(record ? event(7, seq_id, false, values_of_pairs[1].values)
                                            : event(18, seq_id, false, str(whole_ap)));
-        EXPECT_EQ(recorder.told, std::vector<std::string>(record ? 2 : 4, secret)); // an agent 1.2 has these two
+        EXPECT_EQ(recorder.seen, std::vector<std::string>(record ? 2 : 4, secret)); // an agent 1.2 has these two
         EXPECT_EQ(lines_with_the_secret(), std::vector<std::string>{});
-        recorder.told.clear();
+        recorder.seen.clear();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
 }
@@ -331,7 +331,7 @@ TEST_F(Secrets, AreInNoLogLineWhenTheyAreReadFromProvisioningData)
     connect_to("2.3");
     ASSERT_EQ(korvane_set_device_provisioning_cb(handle, read_provisioning, &recorder), ok);
     platform.proxy().push_event(event(8, last_seq_id(platform.log), false, s, s, s, s, s));
-    EXPECT_EQ(recorder.told, std::vector<std::string>(4, secret));
+    EXPECT_EQ(recorder.seen, std::vector<std::string>(4, secret));
     EXPECT_EQ(lines_with_the_secret(), std::vector<std::string>{});
 }
 

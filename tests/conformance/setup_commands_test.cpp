@@ -324,7 +324,7 @@ TEST_F(Pins, AreNeverLogged)
     ASSERT_EQ(korvane_set_pin_cb(handle, Note<'p', const char *, int>::call, Note<'c'>::call, &recorder), 0);
     const int seq = last_seq_id(platform.log) - 1;
     platform.proxy().push_event(event(5, seq, false, str("31415926"), i32(2)));
-    EXPECT_EQ(recorder.told, (std::vector<std::string>{"p 31415926 2"}));
+    EXPECT_EQ(recorder.seen, (std::vector<std::string>{"p 31415926 2"}));
     for (const LogLine &line : platform.log.lines())
         EXPECT_EQ(line.message.find("31415926"), std::string::npos) << line;
 }

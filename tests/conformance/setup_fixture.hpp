@@ -11,16 +11,16 @@
 
 namespace kvtest {
 
-/// The application's side of events: what its callbacks were told, and what it does inside the next of them.
+/// The application's side of events: what its callbacks were seen, and what it does inside the next of them.
 struct Recorder {
-    std::vector<std::string> told;
+    std::vector<std::string> seen;
     korvane_h handle = nullptr; // of the last call
     std::function<void(korvane_h handle)> then;
 
     void note(korvane_h called_with, std::string text)
     {
         handle = called_with;
-        told.push_back(std::move(text));
+        seen.push_back(std::move(text));
         if (auto act = std::exchange(then, nullptr))
             act(called_with);
     }

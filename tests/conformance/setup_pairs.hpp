@@ -10,7 +10,7 @@ namespace kvtest {
 struct PairEvent {
     int delegate_id;
     Bytes values;
-    std::string told; // by the application's callback
+    std::string seen; // by the application's callback
     LogLines lines;   // of its trampoline
 };
 

@@ -39,11 +39,11 @@ protected:
     }
     Strings told_by_events(unsigned times = 1)
     {
-        Strings told;
+        Strings seen;
         for (unsigned n = 0; n < times; ++n)
             for (const PairEvent &described : pair().events)
-                told.push_back(described.told);
-        return told;
+                seen.push_back(described.seen);
+        return seen;
     }
     Bytes set_request(int first_number)
     {
@@ -119,7 +119,7 @@ TEST_P(SetupPair, ARefusedUnsetKeepsTheRegistration)
     EXPECT_EQ(pair().unset(handle), -1073741826);
     update_completes();
     push_events(seq_id);
-    EXPECT_EQ(recorder.told, told_by_events());
+    EXPECT_EQ(recorder.seen, told_by_events());
 }
 
 TEST_P(SetupPair, EventsReachTheApplicationWithTheirValues)
@@ -129,11 +129,11 @@ TEST_P(SetupPair, EventsReachTheApplicationWithTheirValues)
     for (const PairEvent &described : pair().events)
         lines.insert(lines.end(), described.lines.begin(), described.lines.end());
     push_events(seq_id);
-    EXPECT_EQ(recorder.told, told_by_events());
+    EXPECT_EQ(recorder.seen, told_by_events());
     EXPECT_EQ(recorder.handle, handle);
     EXPECT_EQ(platform.log.api(), lines);
     push_events(seq_id);
-    EXPECT_EQ(recorder.told, told_by_events(2));
+    EXPECT_EQ(recorder.seen, told_by_events(2));
 }
 
 /// A platform raises events from the main loop, inside a send or inside the wait for a reply.
@@ -141,21 +141,21 @@ TEST_P(SetupPair, EventsAreDeliveredWhenThePlatformRaisesThemBeforeInsideOrAfter
 {
     begin_set();
     push_events(seq_id);
-    EXPECT_EQ(recorder.told, told_by_events(1));
+    EXPECT_EQ(recorder.seen, told_by_events(1));
     unsigned inside = 1;
     for (const Moment moment : {Moment::send, Moment::wait}) {
         for (std::size_t i = 0; i < pair().events.size(); ++i)
             platform.proxy().raise_inside(moment, received(event_of(i, seq_id)));
         EXPECT_EQ(korvane_stop(handle), ok);
-        EXPECT_EQ(recorder.told, told_by_events(++inside));
+        EXPECT_EQ(recorder.seen, told_by_events(++inside));
     }
     for (std::size_t i = 0; i < pair().events.size(); ++i)
         platform.proxy().callback_port.push(event_of(i, seq_id));
     EXPECT_EQ(korvane_stop(handle), ok);
-    EXPECT_EQ(recorder.told, told_by_events(3)); // nothing was raised inside this call
+    EXPECT_EQ(recorder.seen, told_by_events(3)); // nothing was raised inside this call
     for (std::size_t i = 0; i < pair().events.size(); ++i)
         platform.proxy().fire_received();
-    EXPECT_EQ(recorder.told, told_by_events(4));
+    EXPECT_EQ(recorder.seen, told_by_events(4));
 }
 
 TEST_P(SetupPair, SettingTwiceWarnsOnceAndKeepsOneRegistration)
@@ -167,11 +167,11 @@ TEST_P(SetupPair, SettingTwiceWarnsOnceAndKeepsOneRegistration)
     EXPECT_EQ(platform.log.api(), (LogLines{set_info(">>> called"), set_warning("rpc cb_h already exists")}));
     EXPECT_EQ(sent(), (std::vector<Bytes>{set_request(second_seq_id)}));
     push_events(seq_id); // of the registration that was replaced
-    EXPECT_EQ(recorder.told, Strings{});
-    EXPECT_EQ(second.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, Strings{});
     push_events(second_seq_id);
-    EXPECT_EQ(recorder.told, Strings{});
-    EXPECT_EQ(second.told, told_by_events());
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, told_by_events());
 }
 
 TEST_P(SetupPair, UnsettingWhatWasNeverSetWarnsAndStillAsksTheAgent)
@@ -187,7 +187,7 @@ TEST_P(SetupPair, NoCallbackRunsAfterUnset)
     begin_set();
     EXPECT_EQ(pair().unset(handle), ok);
     push_events(seq_id);
-    EXPECT_EQ(recorder.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
 }
 
 TEST_P(SetupPair, NoCallbackRunsAfterAnUnsetThatTheAgentRefused)
@@ -197,7 +197,7 @@ TEST_P(SetupPair, NoCallbackRunsAfterAnUnsetThatTheAgentRefused)
     EXPECT_EQ(pair().unset(handle), -13);
     EXPECT_EQ(platform.log.errors(), (LogLines{unset_error(pair().unset_name() + "() is failed, err=[-13] r=[0]")}));
     push_events(seq_id);
-    EXPECT_EQ(recorder.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
     answers(0);
     EXPECT_EQ(pair().unset(handle), ok);
     EXPECT_TRUE(platform.log.has(unset_warning("rpc cb_h doesn't exist")));
@@ -212,7 +212,7 @@ TEST_P(SetupPair, AnEventThatCrossesItsUnsetOnTheWireIsDropped)
     }
     EXPECT_EQ(pair().unset(handle), ok);
     push_events(seq_id);
-    EXPECT_EQ(recorder.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
 }
 
 TEST_P(SetupPair, AFirstSetThatTheAgentRefusedDeliversNothing)
@@ -222,13 +222,13 @@ TEST_P(SetupPair, AFirstSetThatTheAgentRefusedDeliversNothing)
     EXPECT_EQ(set(), failed);
     EXPECT_EQ(platform.log.errors(), (LogLines{set_error(pair().set_name() + "() is failed, err=[-1] r=[0]")}));
     push_events(first_seq_id());
-    EXPECT_EQ(recorder.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
     answers(0);
     platform.log.clear();
     EXPECT_EQ(set(), ok);
     EXPECT_EQ(platform.log.has(set_warning("rpc cb_h already exists")), pair().keeps_refused_delegate);
     push_events(first_seq_id());
-    EXPECT_EQ(recorder.told, told_by_events());
+    EXPECT_EQ(recorder.seen, told_by_events());
 }
 
 TEST_P(SetupPair, ASecondSetThatTheAgentRefusedEndsTheFirstRegistrationAndKeepsItsCallback)
@@ -239,11 +239,11 @@ TEST_P(SetupPair, ASecondSetThatTheAgentRefusedEndsTheFirstRegistrationAndKeepsI
     EXPECT_EQ(pair().set(handle, &second), -13);
     const int second_seq_id = first_seq_id();
     push_events(seq_id);
-    EXPECT_EQ(recorder.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
     // Should the agent fire what it has refused, nobody but the callback that was set successfully hears of it.
     push_events(second_seq_id);
-    EXPECT_EQ(recorder.told, pair().keeps_refused_delegate ? told_by_events() : Strings{});
-    EXPECT_EQ(second.told, Strings{});
+    EXPECT_EQ(recorder.seen, pair().keeps_refused_delegate ? told_by_events() : Strings{});
+    EXPECT_EQ(second.seen, Strings{});
 }
 
 TEST_P(SetupPair, ASetThatTheAgentRefusedAfterAnUnsetDeliversNothingToTheCallbackBefore)
@@ -254,8 +254,8 @@ TEST_P(SetupPair, ASetThatTheAgentRefusedAfterAnUnsetDeliversNothingToTheCallbac
     answers(-1);
     EXPECT_EQ(pair().set(handle, &second), failed);
     push_events(first_seq_id());
-    EXPECT_EQ(recorder.told, Strings{});
-    EXPECT_EQ(second.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, Strings{});
 }
 
 TEST_P(SetupPair, AnEventCutShortAnywhereIsDroppedWithOneErrorAndTheRegistrationStays)
@@ -269,9 +269,9 @@ TEST_P(SetupPair, AnEventCutShortAnywhereIsDroppedWithOneErrorAndTheRegistration
             EXPECT_EQ(platform.log.errors().size(), 1U) << "cut to " << size;
         }
     }
-    EXPECT_EQ(recorder.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
     push_events(seq_id);
-    EXPECT_EQ(recorder.told, told_by_events());
+    EXPECT_EQ(recorder.seen, told_by_events());
 }
 
 TEST_P(SetupPair, EventsForAnotherNumberOrTypeAreDropped)
@@ -282,7 +282,7 @@ TEST_P(SetupPair, EventsForAnotherNumberOrTypeAreDropped)
         platform.proxy().push_event(event(described.delegate_id, 0, false, described.values));
         platform.proxy().push_event(event(33, seq_id, false, described.values));
     }
-    EXPECT_EQ(recorder.told, Strings{});
+    EXPECT_EQ(recorder.seen, Strings{});
 }
 
 TEST_P(SetupPair, SetSurvivesTheFailureOfEachPlatformCall)
@@ -291,11 +291,11 @@ TEST_P(SetupPair, SetSurvivesTheFailureOfEachPlatformCall)
                             [&](const std::string &failure, int result) {
                                 EXPECT_EQ(result, outcome_of_request(failure));
                                 push_events(first_seq_id());
-                                EXPECT_EQ(recorder.told, result == ok ? told_by_events() : Strings{});
-                                recorder.told.clear();
+                                EXPECT_EQ(recorder.seen, result == ok ? told_by_events() : Strings{});
+                                recorder.seen.clear();
                                 EXPECT_EQ(set(), ok);
                                 push_events(first_seq_id());
-                                EXPECT_EQ(recorder.told, told_by_events());
+                                EXPECT_EQ(recorder.seen, told_by_events());
                             });
 }
 
@@ -305,7 +305,7 @@ TEST_P(SetupPair, UnsetSurvivesTheFailureOfEachPlatformCall)
                             [&](const std::string &failure, int result) {
                                 EXPECT_EQ(result, outcome_of_request(failure));
                                 push_events(seq_id);
-                                EXPECT_EQ(recorder.told, Strings{});
+                                EXPECT_EQ(recorder.seen, Strings{});
                             });
 }
 
@@ -321,7 +321,7 @@ TEST_P(SetupPair, SetWithoutMemoryForADelegateFailsAsTheProxyRefusesIt)
                              EXPECT_EQ(platform.log.count("Invalid parameter"), before < 0 ? 0U : 1U);
                              EXPECT_EQ(set(), ok);
                              push_events(first_seq_id());
-                             EXPECT_EQ(recorder.told, told_by_events());
+                             EXPECT_EQ(recorder.seen, told_by_events());
                          });
     EXPECT_EQ(runs, static_cast<int>(pair().events.size()) + 1);
 }
@@ -338,52 +338,52 @@ TEST_P(SetupPair, DeinitializeReleasesARegistrationThatWasRefusedBeforeItWasSent
 TEST_P(SetupPair, TheCallbackMayUnsetItself)
 {
     begin_set();
-    recorder.then = [&](korvane_h told) { EXPECT_EQ(pair().unset(told), ok); };
+    recorder.then = [&](korvane_h seen) { EXPECT_EQ(pair().unset(seen), ok); };
     push_events(seq_id);
-    EXPECT_EQ(recorder.told, Strings{pair().events.front().told});
+    EXPECT_EQ(recorder.seen, Strings{pair().events.front().seen});
     push_events(seq_id);
-    EXPECT_EQ(recorder.told.size(), 1U);
+    EXPECT_EQ(recorder.seen.size(), 1U);
 }
 
 TEST_P(SetupPair, TheCallbackMaySetAnother)
 {
     begin_set();
     Recorder second;
-    recorder.then = [&](korvane_h told) { EXPECT_EQ(pair().set(told, &second), ok); };
+    recorder.then = [&](korvane_h seen) { EXPECT_EQ(pair().set(seen, &second), ok); };
     platform.proxy().push_event(event_of(0, seq_id));
     push_events(seq_id);
-    EXPECT_EQ(recorder.told, Strings{pair().events.front().told});
+    EXPECT_EQ(recorder.seen, Strings{pair().events.front().seen});
     push_events(first_seq_id());
-    EXPECT_EQ(second.told, told_by_events());
+    EXPECT_EQ(second.seen, told_by_events());
 }
 
 TEST_P(SetupPair, TheCallbackMayAskTheAgent)
 {
     begin_set();
-    recorder.then = [&](korvane_h told) { EXPECT_EQ(korvane_stop(told), ok); };
+    recorder.then = [&](korvane_h seen) { EXPECT_EQ(korvane_stop(seen), ok); };
     push_events(seq_id);
-    EXPECT_EQ(recorder.told, told_by_events());
+    EXPECT_EQ(recorder.seen, told_by_events());
 }
 
 TEST_P(SetupPair, TheCallbackMayDeinitialize)
 {
     begin_set();
-    recorder.then = [&](korvane_h told) { EXPECT_EQ(korvane_deinitialize(told), ok); };
+    recorder.then = [&](korvane_h seen) { EXPECT_EQ(korvane_deinitialize(seen), ok); };
     platform.proxy().push_event(event_of(0, seq_id));
-    EXPECT_EQ(recorder.told, Strings{pair().events.front().told});
+    EXPECT_EQ(recorder.seen, Strings{pair().events.front().seen});
     EXPECT_EQ(kv::api::live_session, nullptr);
 }
 
 TEST_P(SetupPair, TheCallbackMayDeinitializeAndInitialize)
 {
     begin_set();
-    recorder.then = [&](korvane_h told) {
-        EXPECT_EQ(korvane_deinitialize(told), ok);
+    recorder.then = [&](korvane_h seen) {
+        EXPECT_EQ(korvane_deinitialize(seen), ok);
         initialize();
     };
     platform.proxy().push_event(event_of(0, seq_id));
     platform.proxy().push_event(event_of(0, seq_id)); // to the new proxy, which knows no such delegate
-    EXPECT_EQ(recorder.told, Strings{pair().events.front().told});
+    EXPECT_EQ(recorder.seen, Strings{pair().events.front().seen});
 }
 
 TEST_P(SetupPair, AThousandEventsAreAllDelivered)
@@ -391,7 +391,7 @@ TEST_P(SetupPair, AThousandEventsAreAllDelivered)
     begin_set();
     for (int i = 0; i < 1000; ++i)
         platform.proxy().push_event(event_of(0, seq_id));
-    EXPECT_EQ(recorder.told, Strings(1000, pair().events.front().told));
+    EXPECT_EQ(recorder.seen, Strings(1000, pair().events.front().seen));
 }
 
 } // namespace

@@ -8,15 +8,15 @@ namespace {
 
 using kv::agent;
 
-LogLine told(const std::string &message)
+LogLine seen(const std::string &message)
 {
     return common_info("_update_status_event_cb", message);
 }
 
-const LogLine entered = told(">>> called");
-const LogLine start_line = told(">>>> Agent update is started");
-const LogLine install_line = told(">>>> Agent install is started");
-const LogLine complete_line = told(">>>> Agent update is completed");
+const LogLine entered = seen(">>> called");
+const LogLine start_line = seen(">>>> Agent update is started");
+const LogLine install_line = seen(">>>> Agent install is started");
+const LogLine complete_line = seen(">>>> Agent update is completed");
 
 LogLine fail_line(int code)
 {

@@ -82,10 +82,10 @@ TEST_F(WifiAp, AnEventWithoutACallbackReleasesWhatIsHeldAndDeliversNothing)
     const std::size_t blocks = allocs::live_blocks();
     EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), ok);
     EXPECT_LT(allocs::live_blocks(), blocks);
-    const std::size_t told = recorder.told.size();
+    const std::size_t seen = recorder.seen.size();
     const std::size_t without_held = allocs::live_blocks();
     push_record("second");
-    EXPECT_EQ(recorder.told.size(), told);
+    EXPECT_EQ(recorder.seen.size(), seen);
     EXPECT_EQ(allocs::live_blocks(), without_held);
 }
 
@@ -94,7 +94,7 @@ TEST_F(WifiAp, AnEventOfTheOtherGenerationLeftFromBeforeAnUpdateIsDeliveredInIts
     begin_set("1.2");
     agent_becomes("1.3");
     push_record();
-    EXPECT_EQ(recorder.told, Strings{"ap_info"});
+    EXPECT_EQ(recorder.seen, Strings{"ap_info"});
     platform.log.clear();
     EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{-22}));
     EXPECT_EQ(number_of(korvane_apinfo_get_channel, held), (Number{-22}));
@@ -114,7 +114,7 @@ TEST_F(WifiAp, ADocumentKeptAcrossADowngradeIsRefused)
     EXPECT_EQ(platform.log.count(released_line), 1U);
     agent_becomes("1.3");
     push_document(whole_document);
-    EXPECT_EQ(recorder.told.size(), 1U) << "the callback was unset";
+    EXPECT_EQ(recorder.seen.size(), 1U) << "the callback was unset";
 }
 
 TEST_F(WifiAp, SetAfterAnUpdateRegistersWithTheOtherGenerationAndLeavesTheOldDelegateAlone)
@@ -131,7 +131,7 @@ TEST_F(WifiAp, SetAfterAnUpdateRegistersWithTheOtherGenerationAndLeavesTheOldDel
     EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "home"}));
     seq_id = old_seq_id;
     push_record();
-    EXPECT_EQ(recorder.told, (Strings{"ap_info", "ap_info"}));
+    EXPECT_EQ(recorder.seen, (Strings{"ap_info", "ap_info"}));
 }
 
 TEST_F(WifiAp, UnsetAfterAnUpdateFindsNoDelegateOfItsGeneration)
@@ -164,7 +164,7 @@ TEST_F(WifiAp, AnEventSurvivesTheFailureOfEachAllocation)
             [&] {
                 begin_set(version);
                 record ? push_record("first") : push_document(R"({"ap_ssid":"first"})");
-                recorder.told.clear();
+                recorder.seen.clear();
             },
             [&] {
                 record ? push_record("second") : push_document(R"({"ap_ssid":"second"})");
@@ -172,16 +172,16 @@ TEST_F(WifiAp, AnEventSurvivesTheFailureOfEachAllocation)
             },
             [&](int before, int) {
                 // Either the event could not be read, or it came with its access point, or without it.
-                if (recorder.told.empty()) {
+                if (recorder.seen.empty()) {
                     EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "first"}));
-                } else if (recorder.told == Strings{"ap_info"}) {
+                } else if (recorder.seen == Strings{"ap_info"}) {
                     EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "second"}));
                 } else {
-                    EXPECT_EQ(recorder.told, Strings{"no ap_info"});
+                    EXPECT_EQ(recorder.seen, Strings{"no ap_info"});
                     EXPECT_EQ(held, nullptr);
                 }
                 if (before < 0) {
-                    EXPECT_EQ(recorder.told, Strings{"ap_info"});
+                    EXPECT_EQ(recorder.seen, Strings{"ap_info"});
                 }
             });
     }
@@ -202,12 +202,12 @@ TEST_F(WifiAp, TheAccessPointIsNeverLogged)
 TEST_F(WifiAp, ACallbackMayReleaseTheAccessPointThatItReads)
 {
     begin_set("2.3");
-    recorder.then = [&](korvane_h told) {
+    recorder.then = [&](korvane_h seen) {
         EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "home"}));
-        EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(told), ok);
+        EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(seen), ok);
     };
     push_document(whole_document);
-    EXPECT_EQ(recorder.told.size(), 1U);
+    EXPECT_EQ(recorder.seen.size(), 1U);
 }
 
 } // namespace

@@ -23,7 +23,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Call, WithEveryAgent, ::testing::ValuesIn(functions()), name_of);
 
-TEST_P(WithEveryAgent, IsRefusedOrAskedInThatAgentsWords)
+TEST_P(WithEveryAgent, IsRefusedOrSendsTheRequestOfThatAgent)
 {
     ++tally.functions;
     for (const int agent : agents) {

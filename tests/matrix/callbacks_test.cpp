@@ -54,7 +54,7 @@ TEST_P(InsideEveryCallback, WorksAndLeavesTheLibraryUsable)
         cell(tally, "inside " + event.name, [&] { call_inside(event); });
 }
 
-/// The handle of which the callback was told gives way to another one.
+/// The callback ends the session of its handle and begins another one.
 class BeginningAnewInsideEveryCallback : public InsideEveryCallback {
 protected:
     static void TearDownTestSuite() {}

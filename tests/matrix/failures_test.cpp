@@ -6,7 +6,7 @@
 namespace kvtest::matrix {
 namespace {
 
-constexpr unsigned too_many = 200; // a call that never completes without a failure
+constexpr unsigned too_many = 200; // steps; a call with more never completes without a failure
 
 /// What makes the n-th step of a kind fail, once.
 struct Injector {

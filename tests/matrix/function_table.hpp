@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-/// What is promised of the exported functions, typed by hand: every test of this folder walks these tables.
+/// Tables of the exported functions and of the events, typed by hand. Every test of this folder walks them.
 namespace kvtest::matrix {
 
 class World;
@@ -19,7 +19,7 @@ inline constexpr int ok = KORVANE_ERROR_NONE;
 inline constexpr int no_memory = KORVANE_ERROR_OUT_OF_MEMORY;
 inline constexpr int failed = KORVANE_ERROR_OPERATION_FAILED;
 
-/// What a call is about, besides the library's handle. It must be there before the call.
+/// The object that a call takes besides the library's handle. It must exist before the call.
 enum class Subject {
     nothing, // the library is not initialised
     library, // initialised and connected, as with all that follow
@@ -36,7 +36,7 @@ enum class Subject {
     token_info,
 };
 
-/// What a function asks the agent, from this version of the agent on.
+/// The request that a function sends to agents of this version and later.
 struct Request {
     int method;
     int since = 0;
@@ -45,7 +45,7 @@ struct Request {
     bool operator==(const Request &) const = default;
 };
 
-/// Results that are allowed, each of which must be seen.
+/// Allowed results. A test fails if one of them never occurs.
 using Codes = std::set<int>;
 
 struct Function {
@@ -54,9 +54,9 @@ struct Function {
     Subject subject;
     std::vector<Request> requests;
     int (*call)(World &world); // with valid arguments
-    /// What comes of it when one of its own allocations fails; none: it allocates nothing.
+    /// Results when one of its own allocations fails; empty if it allocates nothing.
     Codes without_memory = {};
-    /// The same with the lowest version, where that takes wire records instead of JSON.
+    /// The same with the lowest agent version, if that agent takes records instead of JSON.
     std::optional<Codes> without_memory_for_records = std::nullopt;
 };
 
@@ -72,7 +72,7 @@ std::vector<Family> cloud_families();
 /// All of them, in the order of the header.
 const std::vector<Family> &families();
 const std::vector<Function> &functions();
-/// It must be there.
+/// The function must exist.
 const Function &function_named(const std::string &name);
 
 /// One event of the agent.
@@ -85,10 +85,10 @@ struct Event {
 
 const std::vector<Event> &events();
 const Event &event_numbered(int id);
-/// Whether it serves once: an answer, no registration.
+/// Whether the event completes a one-shot request.
 bool once(const Event &event);
 
-/// Agents as the package manager may show them.
+/// Agent versions as the package manager may report them.
 inline constexpr int absent = -1;
 inline constexpr int unreadable = 0;
 inline constexpr int newest = 2003;
@@ -98,9 +98,9 @@ inline constexpr int agents[] = {absent, unreadable, 1000, 1001, 1002, 1003,  10
 /// "1.4", "absent", "unreadable".
 std::string shown_agent(int version);
 
-/// What is promised of a call with valid arguments.
+/// The expected result of a call with valid arguments.
 int result_with(const Function &function, int agent);
-/// The request that goes out if the call succeeds; none: it is answered without the agent.
+/// The request that a successful call sends; null if the library answers the call itself.
 std::optional<Request> request_with(const Function &function, int agent);
 
 } // namespace kvtest::matrix

@@ -22,8 +22,8 @@ int failed_checks()
 
 void Tally::print(const std::string &other_axis) const
 {
-    std::cout << "[  MATRIX  ] " << functions << " functions x " << other_axis << " = " << cells
-              << " cells: " << as_expected << " as expected" << std::endl;
+    std::cout << "[  MATRIX  ] " << functions << (functions == 1 ? " function x " : " functions x ") << other_axis
+              << " = " << cells << " cells: " << as_expected << " as expected" << std::endl;
 }
 
 void MatrixTest::cell(Tally &tally, const std::string &name, const std::function<void()> &body)

@@ -255,10 +255,10 @@ protected:
     static void TearDownTestSuite()
     {
         tally.print(std::to_string(all_triggers().size()) + " callbacks x " + std::to_string(std::size(actions)) +
-                    " actions x " + std::to_string(std::size(positions)) + " positions, where they apply,");
+                    " actions x " + std::to_string(std::size(positions)) + " positions, where they apply");
     }
 
-    /// What makes the trigger's callback run; prepared before the call.
+    /// Prepares the session for the trigger; returns what makes its callback run.
     Proxy::Raise prepare(Cell &cell)
     {
         switch (cell.trigger.source) {
@@ -273,10 +273,10 @@ protected:
         }
     }
 
-    /// A notice is due, and a callback that runs the main loop brings it.
+    /// Schedules an I/O error notice, and registers a callback that runs the main loop and so delivers it.
     Proxy::Raise prepare_notice(Cell &cell)
     {
-        EXPECT_EQ(korvane_set_rpc_io_error_cb(world.handle, told, &world), ok);
+        EXPECT_EQ(korvane_set_rpc_io_error_cb(world.handle, on_event, &world), ok);
         platform.main_port().send_results = {-5};
         EXPECT_EQ(korvane_stop(world.handle), io_error);
         const Event &event = event_that_runs_the_loop(cell.function);
@@ -348,7 +348,7 @@ protected:
         return methods;
     }
 
-    /// The session that the outer call has left works, its registration included.
+    /// The session works after the outer call, the registration of the trigger included.
     void expect_usable(Cell &cell)
     {
         if (cell.trigger.source == Source::disconnected && !cell.action.ends_session()) {
@@ -402,13 +402,10 @@ TEST_P(InterruptedByEveryCallback, HasItsOwnResultAndLeavesTheLibraryUsable)
     }
 }
 
-/// The end of a session with every kind of callback waiting for something: what the platform raises then is ignored.
+/// korvane_deinitialize() ignores the events that the platform raises while it destroys the proxy.
 class EndsWithEveryCallback : public InterruptedByEveryCallback {
 protected:
-    static void TearDownTestSuite()
-    {
-        tally.print("an event of each of " + std::to_string(events().size()) + " callbacks");
-    }
+    static void TearDownTestSuite() { tally.print(std::to_string(events().size()) + " callbacks inside destroy"); }
 
     static inline Tally tally;
 };

@@ -18,7 +18,7 @@ std::vector<std::string> exported_names()
     return names;
 }
 
-TEST(Table, HoldsEveryExportedFunctionOnceAndNothingElse)
+TEST(Table, HasEveryExportedFunctionOnceAndNothingElse)
 {
     std::vector<std::string> names;
     for (const Function &function : functions())
@@ -28,7 +28,7 @@ TEST(Table, HoldsEveryExportedFunctionOnceAndNothingElse)
     EXPECT_EQ(names.size(), 179U);
 }
 
-TEST(Table, AsksTheAgentEveryMethodThatFunctionsCanAsk)
+TEST(Table, HasAFunctionForEveryMethodOfTheAgent)
 {
     std::set<int> asked;
     for (const Function &function : functions())
@@ -44,7 +44,7 @@ TEST(Table, AsksTheAgentEveryMethodThatFunctionsCanAsk)
     EXPECT_EQ(asked, all);
 }
 
-TEST(Table, HoldsEveryEventInOrderAndEachIsAskedForByAFunction)
+TEST(Table, HasEveryEventInOrderWithTheFunctionThatAsksForIt)
 {
     ASSERT_EQ(events().size(), 32U);
     int id = 0;

@@ -12,7 +12,7 @@
 
 namespace kvtest::matrix {
 
-/// What came of one call.
+/// The result of one call, its requests and its lines in the log.
 struct Outcome {
     int result = 1;
     std::vector<Request> requests;
@@ -28,28 +28,28 @@ public:
     World &operator=(const World &) = delete;
     ~World() { end(); }
 
-    /// All is ready for a call of the function towards this agent: the library, if the call is to find it, and the
-    /// call's subject. A subject that this agent does not know was made before the agent was exchanged.
+    /// Prepares a call: initialises the library unless the subject is `nothing`, and makes the subject. A subject that
+    /// this agent does not know is made with another agent, which this one then replaces.
     void begin(Subject subject, int agent);
-    /// Releases all that there is; the agent is there again.
+    /// Releases everything and installs the newest agent.
     void end();
 
-    /// Does something while the call's subject is there. A token is there inside a callback only.
+    /// Runs `act` while the subject exists. A token exists inside a callback only.
     void with(Subject subject, const std::function<void()> &act);
     /// One call from beginning to end. The world must be fresh.
     Outcome outcome_of(const Function &function, int agent);
 
     void agent_becomes(int version);
-    /// The application asks for the event; the parcel that the agent will send for it.
+    /// Makes the application ask for the event; returns the parcel that the agent then sends for it.
     Bytes subscribe(const Event &event);
-    /// The parcel that the agent will send for the delegate of this type that was made last.
+    /// The parcel that the agent sends for the delegate of this type that was created last.
     Bytes event_for_newest_delegate(const Event &event);
     void arrives(const Bytes &event) { platform().proxy().push_event(event); }
     bool connected();
-    /// The result of a call that asks the agent, of a library that is initialised if it is not.
+    /// Initialises and connects if needed, calls the agent and returns the result.
     int use_once_more();
-    /// Calls the function inside another call of this world: what it returns through pointers is released, and the out
-    /// arguments are left as they were.
+    /// Calls the function inside another call of this world. What it stores is released, and the out arguments of the
+    /// outer call stay as they are.
     int call_inside_another(const Function &function);
     /// Whether no call has stored anything in the out arguments.
     bool outs_untouched() const;
@@ -60,7 +60,7 @@ public:
     std::function<void()> during_callback;
     int callbacks = 0; // how many have run
 
-    // What calls are made with.
+    // Arguments of calls.
 
     korvane_h handle = nullptr;
     korvane_ap_info_h ap_info = nullptr;
@@ -78,12 +78,12 @@ public:
 
     int number = 0;
     bool flag = false;
-    /// Takes one text; the one before is freed.
+    /// The out argument for one text. The text before is freed.
     char **text();
 
-    /// Notes what a callback was given, and does what is to be done during it.
+    /// Keeps the arguments of a callback, counts it and runs `during_callback`.
     template <class... Values>
-    void told(Values... values)
+    void on_event(Values... values)
     {
         (keep(values), ...);
         ++callbacks;
@@ -110,9 +110,9 @@ private:
 };
 
 /// A callback of any type; the user data is the world.
-inline constexpr auto told = [](korvane_h, auto... values) {
+inline constexpr auto on_event = [](korvane_h, auto... values) {
     auto *world = static_cast<World *>(std::get<sizeof...(values) - 1>(std::tuple{values...}));
-    world->told(values...);
+    world->on_event(values...);
 };
 
 inline void ignore_connection(int, korvane_h, int, void *) {}
@@ -121,10 +121,10 @@ inline void ignore_connection(int, korvane_h, int, void *) {}
 inline void count_disconnected(int, korvane_h, int status, void *world)
 {
     if (status == KORVANE_CONNECTION_DISCONNECTED)
-        static_cast<World *>(world)->told();
+        static_cast<World *>(world)->on_event();
 }
 
-/// A call that releases what it is given. What was not released is still there.
+/// Calls a function that releases an object, and clears the pointer if it succeeds.
 template <class T>
 int released(int (*release)(T), T &what)
 {

@@ -102,18 +102,20 @@ void Journal::call_listeners(const Entry &entry)
 {
     if (calls_ == 0)
         std::erase_if(listeners_, [](const auto &listener) { return listener.expired(); });
-    const struct Nested {
-        explicit Nested(int &count) : count_(++count) {}
-        ~Nested() { --count_; }
-        Nested(const Nested &) = delete;
-        Nested &operator=(const Nested &) = delete;
+    // Calls nest, and each walks the list by index, so only the outermost one removes from it.
+    const struct CountedCall {
+        explicit CountedCall(int &count) : count_(++count) {}
+        ~CountedCall() { --count_; }
+        CountedCall(const CountedCall &) = delete;
+        CountedCall &operator=(const CountedCall &) = delete;
         int &count_;
-    } nested{calls_};
+    } counted{calls_};
     for (std::size_t i = 0; i < listeners_.size(); ++i)
         if (const Listener on_entry = listeners_[i].lock())
             (*on_entry)(entry);
 }
 
+/// Drops the oldest entries for the new one, and the new one as well if it is larger than all may be together.
 void Journal::keep(const Entry &entry)
 {
     kept_bytes_ += entry.facts->bytes();
@@ -126,6 +128,7 @@ void Journal::keep(const Entry &entry)
 
 std::deque<Journal::Entry>::const_iterator Journal::from(std::int64_t seq) const
 {
+    // The kept entries have consecutive numbers and end with the latest.
     const std::int64_t first = next_seq() - static_cast<std::int64_t>(entries_.size());
     return entries_.begin() + std::clamp<std::int64_t>(seq - first, 0, next_seq() - first);
 }

@@ -59,6 +59,7 @@ gboolean Source::dispatch(gpointer data)
         state->owner->cancel(); // first, because the call may set the source again
     bool stays = false;
     contain([&] { stays = state->call() && !state->once; });
+    // A call that throws removes its source.
     if (!stays && state->owner)
         state->owner->cancel();
     return stays ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;

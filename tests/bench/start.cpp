@@ -12,11 +12,13 @@ namespace kv::test {
 
 namespace {
 
-constexpr int rounds = 41;
+constexpr int rounds = 41; // odd, so that the median is one of the samples
 constexpr double max_over_bare = 2.0;
 constexpr double max_resident_mb = 4.9;
 
-struct Starter {
+/// A program that is started in every round. It prints the time of its first reply in nanoseconds of the monotonic clock
+/// and its resident memory in KiB, and ends.
+struct StartedProgram {
     const char *title;
     std::vector<std::string> command;
     Environment environment = {};
@@ -37,6 +39,14 @@ struct Starter {
         resident_kb.push_back(static_cast<double>(kb));
     }
 
+    /// Loads the files into the page cache. Its figures do not count.
+    void warm_up()
+    {
+        start_once();
+        us.clear();
+        resident_kb.clear();
+    }
+
     double resident_mb() const { return median(resident_kb) / 1000 * 1.024; }
 };
 
@@ -49,15 +59,16 @@ void measure_start(const Setting &setting, AgentKind agent, Report &report)
     const auto agent_server = setting.serve(agent);
     const bool has_bus = getenv("DBUS_SESSION_BUS_ADDRESS") != nullptr;
 
-    Starter bare{"bare client that links GLib",
-                 {program("korvane-bench-start-bare"), socket_path(peer::bare, setting.folder())}};
-    Starter with_bus{"korvane, with a bus", {program("korvane-bench-start")}};
-    Starter without_bus{"korvane, without a bus",
-                        {program("korvane-bench-start")},
-                        {{"KORVANE_BUS", "unix:path=/nonexistent"}, {"KORVANE_LOG", "off"}}};
-    bare.start_once(); // loads the files into the page cache
+    StartedProgram bare{"bare client that links GLib",
+                        {program("korvane-bench-start-bare"), socket_path(peer::bare, setting.folder())}};
+    StartedProgram with_bus{"korvane, with a bus", {program("korvane-bench-start")}};
+    StartedProgram without_bus{"korvane, without a bus",
+                               {program("korvane-bench-start")},
+                               {{"KORVANE_BUS", "unix:path=/nonexistent"}, {"KORVANE_LOG", "off"}}};
+    bare.warm_up();
     if (has_bus)
-        with_bus.start_once();
+        with_bus.warm_up();
+    without_bus.warm_up();
     for (int round = 0; round < rounds; ++round) {
         bare.start_once();
         if (has_bus)
@@ -65,7 +76,7 @@ void measure_start(const Setting &setting, AgentKind agent, Report &report)
         without_bus.start_once();
     }
 
-    const auto figures = [&](const Starter &starter) {
+    const auto figures = [&](const StartedProgram &starter) {
         return format("%7.0f us  %5.2f x bare", median(starter.us), median_ratio(starter.us, bare.us));
     };
     report.section("From process start to the first reply, on one CPU");

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+// The set and unset functions of the easy setup against common rules, one row per registration in setup_pairs.cpp. Numbers
+// and log texts are the contract of the library, typed by hand.
 #include "setup_pairs.hpp"
 
 namespace kvtest {

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "support/agent_process.hpp"
-#include "testing/support/wait.hpp"
 #include "testing/support/file_descriptor.hpp"
+#include "testing/support/wait.hpp"
 
 #include <cjson/cJSON.h>
 

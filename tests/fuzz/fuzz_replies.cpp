@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Replies from the agent. The first byte chooses the method; the rest is what arrives on the main port: parcels, each
 // with its length as one byte in front, so that an input can hold parcels of other kinds before the reply.
+//
+// The results of the calls do not matter. An input fails if a sanitizer reports an error, or if FuzzLink finds a misuse of
+// the platform or a handle left alive. An id without a method calls nothing.
 
 #include "fuzz_link.hpp"
 #include "src/korvane_master_proxy/exchange.hpp"
@@ -11,6 +14,7 @@ namespace {
 
 using namespace kv;
 
+/// A valid argument of each kind of element. A new kind needs a case here.
 template <class E>
 struct Sample;
 template <FixedText N>
@@ -44,6 +48,7 @@ struct Sample<describe::Callback<D>> {
     Owned<proxy::Delegate> *value = &owned;
 };
 
+/// Room for an out argument, which frees what the call returned.
 template <class Held>
 struct Out;
 template <>
@@ -79,14 +84,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size == 0)
         return 0;
     FuzzLink link;
-    const int chosen = data[0];
+    const int method_id = data[0];
     for (std::size_t at = 1; at < size;) {
         const std::size_t length = std::min<std::size_t>(data[at], size - at - 1);
         link.proxy().main_port.push(kvtest::Bytes(data + at + 1, data + at + 1 + length));
         at += 1 + length;
     }
     describe::for_each(master::Methods{}, [&]<class M>() {
-        if (M::id == chosen)
+        if (M::id == method_id)
             call<M>(link.handle, typename M::in{}, typename M::out{});
     });
     return 0;

@@ -3,6 +3,9 @@
 #include "src/korvane/core/record_members.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 
+/// The event with the data of device provisioning, and the getters of that data. The strings are names in log lines, which
+/// do not change.
+
 using namespace kv;
 using namespace kv::api;
 
@@ -49,9 +52,11 @@ constexpr Text datetime_text{
     "datetime",
     any_agent,
     {"rpc_port_korvane_device_prov_info_get_datetime", rpc_port_korvane_device_prov_info_get_datetime}};
+/// The registering mobile device.
 constexpr Text rmd_text{
     "rmd", since(1, 1), {"rpc_port_korvane_device_prov_info_get_rmd", rpc_port_korvane_device_prov_info_get_rmd}};
 
+/// Stores a copy of the text, which the application frees. On failure `value` is unchanged.
 int read(Caller caller, korvane_device_prov_info_h info, const Text &text, char **value)
 {
     LocalCall call{info, text.minimum, caller};

@@ -25,11 +25,12 @@ Lines::~Lines()
     close(fd_);
 }
 
+/// Text after the last newline waits for its end; at the end of the input it is dropped.
 bool Lines::read_some(const std::function<void(const std::string &line)> &take)
 {
     char bytes[16 * 1024];
     const ssize_t size = read(fd_, bytes, sizeof bytes);
-    if (size <= 0)
+    if (size <= 0) // another error than these counts as the end of the input
         return size < 0 && (errno == EAGAIN || errno == EINTR);
     pending_.append(bytes, static_cast<std::size_t>(size));
     for (std::size_t end = 0; (end = pending_.find('\n')) != std::string::npos; pending_.erase(0, end + 1))

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "masking.hpp"
 
+#include "src/kv_master/documents.hpp"
+
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
+#include <string_view>
 
 namespace kv::virtual_agent {
 
@@ -11,24 +14,30 @@ namespace {
 
 constexpr std::size_t max_shown_document = 4096; // bytes of text; a longer document is masked as a whole
 
-// A table
-// clang-format off
-constexpr const char *no_secrets[] = {
-    // chosen access points, and those found
-    "ap_ssid", "ap_authtype", "ap_enctype", "ap_channel", "ap_bssid", "ap_list_array", "ssid", "bssid", "authtype",
-    "enctype", "channel", "signal_level", "max_rate", "frequency", "ap_candidates",
-    // requests of the generic method
-    "common_interface", "req_id", "dev_name", "wifi_mode", "wifi_freq", "wifi_authtype", "device_no", "device_type",
-    "disable_signin", "region", "auth_provider", "ci_server", "deploy_env", "iatt",
-    // tokens
-    "uuid", "server_name", "server_url", "expiration_time", "error",
-};
-// clang-format on
-
-bool may_be_shown(const char *key)
+const master::Member *find_member(const master::Document &document, std::string_view key)
 {
-    return std::any_of(std::begin(no_secrets), std::end(no_secrets),
-                       [key](const char *known) { return std::strcmp(known, key) == 0; });
+    const master::Member *end = document.members + document.count;
+    const master::Member *found =
+        std::find_if(document.members, end, [key](const master::Member &member) { return member.key == key; });
+    return found != end ? found : nullptr;
+}
+
+/// A member is shown if the description of the interface knows it, and as no secret in any document.
+bool may_be_shown(std::string_view key)
+{
+    bool known = false;
+    bool secret = false;
+    const auto look_at = [&](const master::Document &document) {
+        if (const master::Member *member = find_member(document, key)) {
+            known = true;
+            secret = secret || member->secret;
+        }
+    };
+    for (const master::Document *document : master::documents::all)
+        look_at(*document);
+    for (const master::Command *command : master::commands::all)
+        look_at(*command);
+    return known && !secret;
 }
 
 /// The length of a text does not include its quotes.

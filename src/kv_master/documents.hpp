@@ -130,6 +130,10 @@ inline constexpr Member members[] = {uuid, server_name, server_url, expiration_t
 inline constexpr Document document{"token", since(2, 1), members};
 } // namespace token
 
+inline constexpr const Document *all[] = {&wifi_ap::document,        &ap_list_entry::document, &platform_info::document,
+                                          &device_profile::document, &terms::document,         &tcp_header::document,
+                                          &presence::document,       &token::document};
+
 } // namespace documents
 
 /// A request of the generic method: a document whose member "common_interface" is the command number.

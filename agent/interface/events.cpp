@@ -33,13 +33,13 @@ constexpr int since_of()
 /// The text and records that decoded values refer to.
 template <class... E>
 struct Decoded {
-    std::tuple<typename Wire<E>::Held...> held;
+    std::tuple<typename Wire<E>::Received...> held;
 };
 
 template <class D, class... E>
 class DecodedValues final : private Decoded<E...>, public ValuesOf<D> {
 public:
-    explicit DecodedValues(std::tuple<typename Wire<E>::Held...> decoded)
+    explicit DecodedValues(std::tuple<typename Wire<E>::Received...> decoded)
         : Decoded<E...>{std::move(decoded)}, ValuesOf<D>{std::apply(
                                                  [](const auto &...value) {
                                                      return ValuesOf<D>{Wire<E>::view(value)...};
@@ -78,7 +78,7 @@ struct Row<D, describe::In<E...>> {
         [[maybe_unused]] auto take = [&] { return std::exchange(next, next->next); };
         // Braces fix the order of evaluation.
         return std::make_unique<DecodedValues<D, E...>>(
-            std::tuple<typename Wire<E>::Held...>{from_json(E{}, take())...});
+            std::tuple<typename Wire<E>::Received...>{from_json(E{}, take())...});
     }
 };
 

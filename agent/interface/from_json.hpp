@@ -48,7 +48,7 @@ Owned<typename R::type> record_from_json(const char *name, const cJSON *value)
 {
     if (!cJSON_IsObject(value))
         wrong_value(name, "an object", value);
-    Owned<typename R::type> record{proxy::RecordCodec<R>::create()};
+    Owned<typename R::type> record{master::RecordCodec<R>::create()};
     if (!record)
         throw std::bad_alloc{};
     int known = 0;
@@ -82,11 +82,11 @@ int item_from_json(describe::IntArray<Name>, const char *, const cJSON *value)
 }
 
 template <class A, FixedText Name>
-Owned<proxy::ArrayValue<A>> from_json(describe::Arr<A, Name>, const cJSON *value)
+Owned<master::ArrayValue<A>> from_json(describe::Arr<A, Name>, const cJSON *value)
 {
     if (!cJSON_IsArray(value))
         wrong_value(Name.text, "an array", value);
-    Owned<proxy::ArrayValue<A>> array{proxy::ArrayCodec<A>::create()};
+    Owned<master::ArrayValue<A>> array{master::ArrayCodec<A>::create()};
     if (!array)
         throw std::bad_alloc{};
     array->count = cJSON_GetArraySize(value);

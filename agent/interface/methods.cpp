@@ -22,7 +22,7 @@ bool rewind_to_values(rpc_port_parcel_h parcel)
 template <class Element>
 bool read_and_show(rpc_port_parcel_h parcel, Json &shown)
 {
-    typename Argument<Element>::Held held{};
+    typename Argument<Element>::Received held{};
     if (!Argument<Element>::read(parcel, held))
         return false;
     shown.set(Element::name, show(Element{}, Argument<Element>::view(held)));

@@ -13,7 +13,7 @@
 /// Parcels as the agent reads and writes them.
 namespace kv::virtual_agent {
 
-using proxy::Wire;
+using master::Wire;
 
 struct DestroyParcel {
     using pointer = rpc_port_parcel_h;
@@ -68,22 +68,22 @@ struct Argument : Wire<Element> {
 
 template <class D>
 struct Argument<describe::Callback<D>> {
-    using Held = DelegateOf<D>;
+    using Received = DelegateOf<D>;
 
     /// Returns false for a delegate of another type: the application would misread its events.
-    static bool read(rpc_port_parcel_h parcel, Held &delegate)
+    static bool read(rpc_port_parcel_h parcel, Received &delegate)
     {
         return rpc_port_parcel_read_int32(parcel, &delegate.id) == 0 &&
                rpc_port_parcel_read_int32(parcel, &delegate.seq_id) == 0 &&
                rpc_port_parcel_read_bool(parcel, &delegate.once) == 0 && delegate.id == D::id;
     }
-    static const Held &view(const Held &held) { return held; }
+    static const Received &view(const Received &held) { return held; }
 };
 
 /// The type in which a handler returns an out value.
 template <class Element>
 struct OutValue {
-    using Type = typename Wire<Element>::Held;
+    using Type = typename Wire<Element>::Received;
     static typename Wire<Element>::Arg arg(Type value) { return value; }
 };
 

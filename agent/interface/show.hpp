@@ -83,7 +83,7 @@ Json show_item(describe::IntArray<Name>, int item)
 }
 
 template <class A, FixedText Name>
-Json show(describe::Arr<A, Name>, const proxy::ArrayValue<A> *array)
+Json show(describe::Arr<A, Name>, const master::ArrayValue<A> *array)
 {
     Json items = Json::array();
     for (int i = 0; i < array->present; ++i) {

@@ -19,7 +19,7 @@ Json request_of(int id)
 template <class R>
 Owned<typename R::type> new_record(R)
 {
-    Owned<typename R::type> record{proxy::RecordCodec<R>::create()};
+    Owned<typename R::type> record{master::RecordCodec<R>::create()};
     if (!record)
         throw std::bad_alloc{};
     return record;

@@ -91,7 +91,7 @@ Result<master::send_keepalive> Handlers::handle(master::send_keepalive, Call &)
 }
 
 Result<master::set_keepalive_intervals> Handlers::handle(
-    master::set_keepalive_intervals method, Call &, const proxy::ArrayValue<master::keepalive_info_array> *intervals)
+    master::set_keepalive_intervals method, Call &, const master::ArrayValue<master::keepalive_info_array> *intervals)
 {
     keep(method, intervals);
     return {result_of(cloud_.set_intervals(numbers_of(intervals, &rpc_port_korvane_keepalive_info_s::interval)))};
@@ -99,7 +99,7 @@ Result<master::set_keepalive_intervals> Handlers::handle(
 
 Result<master::select_keepalive_intervals> Handlers::handle(
     master::select_keepalive_intervals method, Call &,
-    const proxy::ArrayValue<master::keepalive_index_info_array> *indexes)
+    const master::ArrayValue<master::keepalive_index_info_array> *indexes)
 {
     keep(method, indexes);
     return {result_of(cloud_.select_intervals(numbers_of(indexes, &rpc_port_korvane_keepalive_index_info_s::index)))};

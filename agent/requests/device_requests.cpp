@@ -140,7 +140,7 @@ Result<master::unregister_sub_device> Handlers::handle(master::unregister_sub_de
 
 /// Sets the presence of all of them or, if one is not registered, of none.
 Result<master::set_sub_device_presence> Handlers::handle(master::set_sub_device_presence method, Call &,
-                                                         const proxy::ArrayValue<master::int_array> *device_nos,
+                                                         const master::ArrayValue<master::int_array> *device_nos,
                                                          bool presence)
 {
     keep(method, device_nos, presence);

@@ -17,59 +17,23 @@ consteval bool is_listed(describe::List<Listed...>)
     return (std::is_same_v<D, Listed> || ...);
 }
 
-/// The set method and the unset method of one kind of registration.
-template <class Set, class Unset>
-struct Registration {
-    using set = Set;
-    using unset = Unset;
-};
-
 } // namespace detail
-
-// One row each
-// clang-format off
-using Registrations =
-    describe::List<detail::Registration<master::set_status_changed_cb, master::unset_status_changed_cb>,
-                   detail::Registration<master::set_user_confirm_cb, master::unset_user_confirm_cb>,
-                   detail::Registration<master::set_reset_confirm_cb, master::unset_reset_confirm_cb>,
-                   detail::Registration<master::set_reset_result_cb, master::unset_reset_result_cb>,
-                   detail::Registration<master::set_pin_cb, master::unset_pin_cb>,
-                   detail::Registration<master::set_wifi_ap_provisioning_cb, master::unset_wifi_ap_provisioning_cb>,
-                   detail::Registration<master::set_device_provisioning_cb, master::unset_device_provisioning_cb>,
-                   detail::Registration<master::set_scan_ap_cb, master::unset_scan_ap_cb>,
-                   detail::Registration<master::set_softap_stop_cb, master::unset_softap_stop_cb>,
-                   detail::Registration<master::set_ultrasound_pin_cb, master::unset_ultrasound_pin_cb>,
-                   detail::Registration<master::set_cloud_device_list_cb, master::unset_cloud_device_list_cb>,
-                   detail::Registration<master::set_otm_support_feature_cb, master::unset_otm_support_feature_cb>,
-                   detail::Registration<master::set_provisioning_vendor_info_cb, master::unset_provisioning_vendor_info_cb>,
-                   detail::Registration<master::set_provisioning_language_cb, master::unset_provisioning_language_cb>,
-                   detail::Registration<master::set_tnc_result_cb, master::unset_tnc_result_cb>,
-                   detail::Registration<master::set_wifi_ap_provisioning_cb_v2, master::unset_wifi_ap_provisioning_cb_v2>,
-                   detail::Registration<master::set_nick_changed_cb, master::unset_nick_changed_cb>,
-                   detail::Registration<master::set_last_status_changed_cb, master::unset_last_status_changed_cb>,
-                   detail::Registration<master::set_keepalive_result_cb, master::unset_keepalive_result_cb>,
-                   detail::Registration<master::set_signup_status_changed_cb, master::unset_signup_status_changed_cb>,
-                   detail::Registration<master::set_signin_status_changed_cb, master::unset_signin_status_changed_cb>,
-                   detail::Registration<master::set_tcp_session_disconnected_cb, master::unset_tcp_session_disconnected_cb>,
-                   detail::Registration<master::set_provisioning_get_requested_cb, master::unset_provisioning_get_requested_cb>,
-                   detail::Registration<master::set_diagnostics_cb, master::unset_diagnostics_cb>>;
 
 /// Methods whose arguments are only kept for `state`.
 using OnlyKept = describe::List<master::set_regist_set_device, master::set_sso_list>;
-// clang-format on
 
 namespace detail {
 
-template <class M, class... P>
-consteval bool is_set(describe::List<P...>)
+template <class M, class... Event>
+consteval bool is_set(describe::List<Event...>)
 {
-    return (std::is_same_v<M, typename P::set> || ...);
+    return (std::is_same_v<M, typename Event::set> || ...);
 }
 
-template <class M, class... P>
-consteval bool is_unset(describe::List<P...>)
+template <class M, class... Event>
+consteval bool is_unset(describe::List<Event...>)
 {
-    return (std::is_same_v<M, typename P::unset> || ...);
+    return (std::is_same_v<M, typename Event::unset> || ...);
 }
 
 /// Removes the delegates that the set method has registered.
@@ -117,18 +81,18 @@ public:
     }
 
     template <class M, class... Delegates>
-    requires(detail::is_set<M>(Registrations{})) Result<M> handle(M, Call &call, const Delegates &...delegates)
+    requires(detail::is_set<M>(master::Events{})) Result<M> handle(M, Call &call, const Delegates &...delegates)
     {
         (call.peer.keep(delegates), ...);
         return {};
     }
 
     template <class M>
-    requires(detail::is_unset<M>(Registrations{})) Result<M> handle(M, Call &call)
+    requires(detail::is_unset<M>(master::Events{})) Result<M> handle(M, Call &call)
     {
-        describe::for_each(Registrations{}, [&]<class P>() {
-            if constexpr (std::is_same_v<M, typename P::unset>)
-                detail::remove(call.peer, typename P::set::in{});
+        describe::for_each(master::Events{}, [&]<class Event>() {
+            if constexpr (std::is_same_v<M, typename Event::unset>)
+                detail::remove(call.peer, typename Event::set::in{});
         });
         return {};
     }
@@ -153,12 +117,12 @@ public:
     Result<master::send_reset_confirm> handle(master::send_reset_confirm, Call &, bool confirm);
     Result<master::reset> handle(master::reset, Call &);
     Result<master::send_ap_list> handle(master::send_ap_list, Call &, int request,
-                                        const proxy::ArrayValue<master::ap_info_array> *networks);
+                                        const master::ArrayValue<master::ap_info_array> *networks);
     Result<master::set_wifi_connection_error_code> handle(master::set_wifi_connection_error_code, Call &, int code);
     Result<master::send_provisioning_language_setting_result> handle(master::send_provisioning_language_setting_result,
                                                                      Call &, int request, bool applied);
     Result<master::set_language_list> handle(master::set_language_list, Call &,
-                                             const proxy::ArrayValue<master::language_info_array> *languages);
+                                             const master::ArrayValue<master::language_info_array> *languages);
     Result<master::set_device_property> handle(master::set_device_property, Call &, const char *name, int wifi_mode,
                                                int wifi_freq);
     Result<master::set_preconfigured_pin> handle(master::set_preconfigured_pin, Call &, const char *pin);
@@ -181,10 +145,10 @@ public:
     // Keep-alive and presence.
     Result<master::send_keepalive> handle(master::send_keepalive, Call &);
     Result<master::set_keepalive_intervals> handle(master::set_keepalive_intervals, Call &,
-                                                   const proxy::ArrayValue<master::keepalive_info_array> *intervals);
+                                                   const master::ArrayValue<master::keepalive_info_array> *intervals);
     Result<master::select_keepalive_intervals> handle(
         master::select_keepalive_intervals, Call &,
-        const proxy::ArrayValue<master::keepalive_index_info_array> *indexes);
+        const master::ArrayValue<master::keepalive_index_info_array> *indexes);
     Result<master::send_presence> handle(master::send_presence, Call &, int presence);
 
     // The identity of the device.
@@ -211,7 +175,7 @@ public:
                                                const char *device_id);
     Result<master::unregister_sub_device> handle(master::unregister_sub_device, Call &, int device_no);
     Result<master::set_sub_device_presence> handle(master::set_sub_device_presence, Call &,
-                                                   const proxy::ArrayValue<master::int_array> *device_nos,
+                                                   const master::ArrayValue<master::int_array> *device_nos,
                                                    bool presence);
     Result<master::get_sub_device_presence> handle(master::get_sub_device_presence, Call &);
 

@@ -29,7 +29,7 @@ template <class M, class... I>
 Served serve_as(describe::In<I...>, Handlers &handlers, Call &call, rpc_port_parcel_h request,
                 const Deviation &deviation)
 {
-    std::tuple<typename Argument<I>::Held...> held{};
+    std::tuple<typename Argument<I>::Received...> held{};
     const bool decoded = std::apply([&](auto &...values) { return (Argument<I>::read(request, values) && ...); }, held);
     if (!decoded)
         return {};

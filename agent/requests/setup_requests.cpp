@@ -29,7 +29,7 @@ Result<master::reset> Handlers::handle(master::reset, Call &)
 }
 
 Result<master::send_ap_list> Handlers::handle(master::send_ap_list, Call &, int request,
-                                              const proxy::ArrayValue<master::ap_info_array> *networks)
+                                              const master::ArrayValue<master::ap_info_array> *networks)
 {
     std::vector<AccessPoint> found;
     for (int i = 0; i < networks->present; ++i) {
@@ -60,7 +60,7 @@ Result<master::send_provisioning_language_setting_result> Handlers::handle(
 }
 
 Result<master::set_language_list> Handlers::handle(master::set_language_list, Call &,
-                                                   const proxy::ArrayValue<master::language_info_array> *languages)
+                                                   const master::ArrayValue<master::language_info_array> *languages)
 {
     state_.setup.languages.clear();
     for (int i = 0; i < languages->present; ++i)

@@ -9,6 +9,8 @@
 using namespace kv;
 using namespace kv::proxy;
 
+using master::log;
+
 namespace {
 
 void __kv_master_on_connected(const char *endpoint, const char *port_name, rpc_port_h port, void *data)

@@ -44,7 +44,7 @@ const char *name_of_delegate(int id)
 void write_delegate(rpc_port_parcel_h parcel, void *data, int id)
 {
     if (!parcel || !data) {
-        LogOf<"__kv_master_", "_to">::error(named(id))("Invalid parameter"_fmt);
+        master::LogOf<"__kv_master_", "_to">::error(named(id))("Invalid parameter"_fmt);
         return;
     }
     auto &delegate = *static_cast<Delegate *>(data);
@@ -55,7 +55,7 @@ void write_delegate(rpc_port_parcel_h parcel, void *data, int id)
 
 void read_delegate(rpc_port_parcel_h parcel, void *data, int id)
 {
-    using reader_log = LogOf<"__kv_master_", "_from">;
+    using reader_log = master::LogOf<"__kv_master_", "_from">;
 
     if (!parcel || !data) {
         reader_log::error(named(id))("Invalid parameter"_fmt);
@@ -72,7 +72,7 @@ void read_delegate(rpc_port_parcel_h parcel, void *data, int id)
 Delegate *number_delegate(Delegate *zeroed, int id, const rpc_port_parcelable_t &functions, AnyFunction callback,
                           bool once, void *user_data)
 {
-    using create_log = LogOf<"rpc_port_kv_master_", "_create">;
+    using create_log = master::LogOf<"rpc_port_kv_master_", "_create">;
 
     if (!zeroed) {
         create_log::error(named(id))("Out of memory"_fmt);
@@ -106,7 +106,7 @@ Delegate *find_delegate(rpc_port_proxy_kv_master_h h, int id, int seq_id)
 
 int dispose_delegate(rpc_port_proxy_kv_master_h h, Delegate *delegate, int id)
 {
-    using dispose_log = LogOf<"rpc_port_proxy_kv_master_", "_dispose">;
+    using dispose_log = master::LogOf<"rpc_port_proxy_kv_master_", "_dispose">;
 
     if (!h || !delegate) {
         dispose_log::error(named(id))("Invalid handle %p %p"_fmt, static_cast<void *>(h),

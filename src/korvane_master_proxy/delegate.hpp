@@ -4,11 +4,17 @@
 #include "connection.hpp"
 #include "src/kv_master/array_codec.hpp"
 #include "src/kv_master/interface.hpp"
+#include "src/kv_master/parcel.hpp"
 
 #include <type_traits>
 
 /// Delegates: what a request gives the agent to send events for.
 namespace kv::proxy {
+
+using master::log;
+using master::Parcel;
+using master::Parcelable;
+using master::Wire;
 
 /// A function whose type is known elsewhere.
 using AnyFunction = void (*)();

@@ -12,7 +12,7 @@ using namespace kv::proxy;
 
 namespace {
 
-using event_log = LogOf<"__kv_master_delegate_">;
+using event_log = master::LogOf<"__kv_master_delegate_">;
 
 /// The delegate's entry of the dispatch table, under whose name the event is logged.
 Caller entry_of(int id, int line = __builtin_LINE())
@@ -67,7 +67,7 @@ using Entry = void (*)(GList **list, rpc_port_parcel_h parcel, int seq_id, int i
 template <class... Wires>
 void dispatch(GList **list, rpc_port_parcel_h parcel, int seq_id, int id)
 {
-    std::tuple<typename Wires::Held...> values{};
+    std::tuple<typename Wires::Received...> values{};
     const bool whole = std::apply([&](auto &...held) { return (Wires::read(parcel, held) && ...); }, values);
     if (!whole) {
         event_log::error(entry_of(id))("Failed to read the values of id(%d), seq_id(%d)"_fmt, id, seq_id);

@@ -19,7 +19,7 @@ struct PendingReply {
 
 namespace {
 
-using call_log = LogOf<"rpc_port_proxy_kv_master_invoke_">;
+using call_log = master::LogOf<"rpc_port_proxy_kv_master_invoke_">;
 using master::ValueType;
 
 template <class... M>
@@ -31,9 +31,9 @@ constexpr int max_outs(describe::List<M...>)
 bool write(rpc_port_parcel_h parcel, ValueType type, const Value &value)
 {
     switch (type) {
-    case ValueType::int32: return IntWire::write(parcel, value.number);
-    case ValueType::boolean: return BoolWire::write(parcel, value.flag);
-    case ValueType::string: return TextWire::write(parcel, value.text);
+    case ValueType::int32: return master::IntWire::write(parcel, value.number);
+    case ValueType::boolean: return master::BoolWire::write(parcel, value.flag);
+    case ValueType::string: return master::TextWire::write(parcel, value.text);
     case ValueType::delegate: return write_parcelable(parcel, value.delegate->get());
     default: return write_parcelable(parcel, value.parcelable);
     }
@@ -48,9 +48,9 @@ struct OutValue {
     bool read(rpc_port_parcel_h parcel, ValueType type)
     {
         switch (type) {
-        case ValueType::out_int32: return IntWire::read(parcel, number);
-        case ValueType::out_boolean: return BoolWire::read(parcel, flag);
-        default: return TextWire::read(parcel, text);
+        case ValueType::out_int32: return master::IntWire::read(parcel, number);
+        case ValueType::out_boolean: return master::BoolWire::read(parcel, flag);
+        default: return master::TextWire::read(parcel, text);
         }
     }
 
@@ -158,7 +158,7 @@ bool Exchange::create_request()
 
 bool Exchange::write_request(const Value *values)
 {
-    bool whole = IntWire::write(request_.get(), method_.id);
+    bool whole = master::IntWire::write(request_.get(), method_.id);
     for (const ValueType *type = method_.values; whole && is_argument(*type); ++type, ++values) {
         whole = write(request_.get(), *type, *values);
         // From here on the proxy owns the delegate, whatever happens to the request: the agent may receive it.
@@ -209,7 +209,7 @@ int Exchange::read_reply(const Value *values, int status)
     for (int i = 0; whole && outs[i] != ValueType::end; ++i)
         whole = read[i].read(reply_.parcel.get(), outs[i]);
     int result = -1;
-    if (!whole || !IntWire::read(reply_.parcel.get(), result)) {
+    if (!whole || !master::IntWire::read(reply_.parcel.get(), result)) {
         log_failure(method_, "Incomplete reply");
         result = -1;
     }

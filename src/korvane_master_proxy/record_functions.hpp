@@ -6,6 +6,8 @@
 /// The implementation of the named functions of records and arrays. Each logs under the name of its caller.
 namespace kv::proxy {
 
+using namespace master;
+
 /// Returns whether a required argument is given, and logs if it is not.
 bool is_given(bool given, Caller caller);
 

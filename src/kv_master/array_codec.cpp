@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "array_codec.hpp"
 
-namespace kv::proxy {
+namespace kv::master {
 
 namespace {
 
@@ -74,4 +74,4 @@ AnyArray *prepared(AnyArray *array, const ArrayShape &shape)
     return array;
 }
 
-} // namespace kv::proxy
+} // namespace kv::master

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <type_traits>
 
-namespace kv::proxy {
+namespace kv::master {
 
 /// The part of an array that does not depend on the type of its items.
 struct AnyArray : Parcelable {
@@ -128,16 +128,16 @@ template <class A, FixedText Name>
 struct Wire<describe::Arr<A, Name>> {
     using Shared = Wire;
     using Arg = ArrayValue<A> *;
-    using Held = Owned<ArrayValue<A>>;
+    using Received = Owned<ArrayValue<A>>;
     using View = ArrayValue<A> *;
 
     static bool write(rpc_port_parcel_h parcel, Arg array) { return write_parcelable(parcel, array); }
-    static bool read(rpc_port_parcel_h parcel, Held &array)
+    static bool read(rpc_port_parcel_h parcel, Received &array)
     {
         array.reset(ArrayCodec<A>::create());
         return array && read_parcelable(parcel, array.get());
     }
-    static View view(const Held &held) { return held.get(); }
+    static View view(const Received &received) { return received.get(); }
 };
 
-} // namespace kv::proxy
+} // namespace kv::master

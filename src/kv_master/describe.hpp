@@ -4,6 +4,7 @@
 #include "common/fixed_text.hpp"
 
 #include <string_view>
+#include <type_traits>
 
 /// The vocabulary in which an RPC interface is described. A description consists of types and runs no code. Each element
 /// has a name, which decoders and reference pages show.
@@ -90,6 +91,17 @@ struct Delegate : Named<Name> {
     using values = In<Elements...>;
 };
 
+/// A kind of event that an application registers for. The set method takes the delegates of its events, the unset method
+/// ends the registration. `Name` is that of the exported functions: korvane_set_<Name>_cb and korvane_unset_<Name>_cb.
+template <FixedText Name, class SetMethod, class UnsetMethod>
+struct Event : Named<Name> {
+    using set = SetMethod;
+    using unset = UnsetMethod;
+    static constexpr int since = SetMethod::since;
+
+    static_assert(SetMethod::since == UnsetMethod::since && UnsetMethod::in::count == 0);
+};
+
 /// One field of a record: the element, and the member of the C++ struct for it.
 template <class Element, auto Member>
 struct Field {
@@ -133,6 +145,15 @@ consteval bool names_are_unique(List<D...>)
             if (names[i] == names[j])
                 return false;
     return true;
+}
+
+/// The position of a description in the list, from 0.
+template <class Wanted, class... D>
+consteval int index_of(List<D...>)
+{
+    int index = 0;
+    (void)((std::is_same_v<Wanted, D> || (++index, false)) || ...);
+    return index;
 }
 
 /// Calls visit.template operator()<D>() for every description of the list, in its order.

@@ -204,6 +204,35 @@ using set_diagnostics_cb = Method<106, "set_diagnostics_cb", Since<2, 2>, In<Cal
 using unset_diagnostics_cb = Method<107, "unset_diagnostics_cb", Since<2, 2>>;
 using create_hdr_token_info_custom = Method<108, "create_hdr_token_info_custom", Since<2, 3>, In<Secret<"request_data">, Callback<create_hdr_token_info_custom_cb>>>;
 
+// Events that an application registers for.
+
+namespace events {
+using status_changed = Event<"status_changed", set_status_changed_cb, unset_status_changed_cb>;
+using user_confirm = Event<"user_confirm", set_user_confirm_cb, unset_user_confirm_cb>;
+using reset_confirm = Event<"reset_confirm", set_reset_confirm_cb, unset_reset_confirm_cb>;
+using reset_result = Event<"reset_result", set_reset_result_cb, unset_reset_result_cb>;
+using pin = Event<"pin", set_pin_cb, unset_pin_cb>;
+using wifi_ap_provisioning = Event<"wifi_ap_provisioning", set_wifi_ap_provisioning_cb, unset_wifi_ap_provisioning_cb>;
+using wifi_ap_provisioning_v2 = Event<"wifi_ap_provisioning", set_wifi_ap_provisioning_cb_v2, unset_wifi_ap_provisioning_cb_v2>; // with a document instead of the record
+using device_provisioning = Event<"device_provisioning", set_device_provisioning_cb, unset_device_provisioning_cb>;
+using scan_ap = Event<"scan_ap", set_scan_ap_cb, unset_scan_ap_cb>;
+using stop_soft_ap = Event<"stop_soft_ap", set_softap_stop_cb, unset_softap_stop_cb>;
+using ultrasound_pin = Event<"ultrasound_pin", set_ultrasound_pin_cb, unset_ultrasound_pin_cb>;
+using cloud_device_list = Event<"cloud_device_list", set_cloud_device_list_cb, unset_cloud_device_list_cb>;
+using otm_support_feature = Event<"otm_support_feature", set_otm_support_feature_cb, unset_otm_support_feature_cb>;
+using provisioning_vendor_info = Event<"provisioning_vendor_info", set_provisioning_vendor_info_cb, unset_provisioning_vendor_info_cb>;
+using provisioning_language = Event<"provisioning_language", set_provisioning_language_cb, unset_provisioning_language_cb>;
+using tnc_result = Event<"tnc_result", set_tnc_result_cb, unset_tnc_result_cb>;
+using nick_changed = Event<"nick_changed", set_nick_changed_cb, unset_nick_changed_cb>;
+using last_status_changed = Event<"last_status_changed", set_last_status_changed_cb, unset_last_status_changed_cb>;
+using keepalive_result = Event<"keepalive_result", set_keepalive_result_cb, unset_keepalive_result_cb>;
+using signup_status_changed = Event<"signup_status_changed", set_signup_status_changed_cb, unset_signup_status_changed_cb>;
+using signin_status_changed = Event<"signin_status_changed", set_signin_status_changed_cb, unset_signin_status_changed_cb>;
+using tcp_session_disconnected = Event<"tcp_session_disconnected", set_tcp_session_disconnected_cb, unset_tcp_session_disconnected_cb>;
+using provisioning_get_requested = Event<"provisioning_get_requested", set_provisioning_get_requested_cb, unset_provisioning_get_requested_cb>;
+using diagnostics = Event<"diagnostics", set_diagnostics_cb, unset_diagnostics_cb>;
+} // namespace events
+
 using Records = List<
     ap_info, keepalive_info, keepalive_index_info, device_prov_info, language_info, cloud_device_info,
     last_status_info, platform_info, cloud_info>;
@@ -247,6 +276,15 @@ using Methods = List<
     set_sub_device_presence, get_group_id, get_sub_device_presence, start_async, common_interface,
     create_hdr_token_info, create_hdr_certificate, get_hdr_certificate, set_diagnostics_cb, unset_diagnostics_cb,
     create_hdr_token_info_custom>;
+
+using Events = List<
+    events::status_changed, events::user_confirm, events::reset_confirm, events::reset_result, events::pin,
+    events::wifi_ap_provisioning, events::wifi_ap_provisioning_v2, events::device_provisioning, events::scan_ap,
+    events::stop_soft_ap, events::ultrasound_pin, events::cloud_device_list, events::otm_support_feature,
+    events::provisioning_vendor_info, events::provisioning_language, events::tnc_result, events::nick_changed,
+    events::last_status_changed, events::keepalive_result, events::signup_status_changed,
+    events::signin_status_changed, events::tcp_session_disconnected, events::provisioning_get_requested,
+    events::diagnostics>;
 // clang-format on
 
 /// The first int32 of every parcel that is not a request. Method ids begin after these.
@@ -259,5 +297,6 @@ static_assert(create_hdr_token_info_custom_cb::id == Delegates::count, "delegate
 static_assert(Methods::count == 104 && ids_ascend(Methods{}) && names_are_unique(Methods{}));
 static_assert(is_update_ready::id == 2 && create_hdr_token_info_custom::id == 2 + 104 + 3 - 1,
               "method ids run from 2 with three that this library never sends: 5, 30 and 31");
+static_assert(Events::count == 24);
 
 } // namespace kv::master

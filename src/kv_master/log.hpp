@@ -3,7 +3,7 @@
 
 #include "common/log_line.hpp"
 
-namespace kv::proxy {
+namespace kv::master {
 
 /// Before and After surround the function's name, so that the common part of a family of names is stored once.
 template <FixedText Before, FixedText After>
@@ -29,4 +29,4 @@ using log = Logger<ProxySource<"", "">>;
 template <FixedText Before, FixedText After = "">
 using LogOf = Logger<ProxySource<Before, After>>;
 
-} // namespace kv::proxy
+} // namespace kv::master

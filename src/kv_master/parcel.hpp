@@ -5,7 +5,7 @@
 
 #include <utility>
 
-namespace kv::proxy {
+namespace kv::master {
 
 class Parcel {
 public:
@@ -32,4 +32,4 @@ private:
     rpc_port_parcel_h parcel_ = nullptr;
 };
 
-} // namespace kv::proxy
+} // namespace kv::master

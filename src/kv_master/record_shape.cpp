@@ -3,7 +3,7 @@
 
 #include "wire.hpp"
 
-namespace kv::proxy {
+namespace kv::master {
 
 namespace {
 
@@ -102,4 +102,4 @@ Parcelable *cloned(const Parcelable &source, const RecordShape &shape, Caller ca
     return nullptr;
 }
 
-} // namespace kv::proxy
+} // namespace kv::master

@@ -6,7 +6,7 @@
 #include "record_types.hpp"
 
 /// Records as tables of fields, so that one routine of each kind serves all records.
-namespace kv::proxy {
+namespace kv::master {
 
 /// One field, as a member of the base of all records. It is a text or a number; the other pointer is null.
 struct FieldShape {
@@ -55,4 +55,4 @@ Parcelable *prepared(Parcelable *record, const RecordShape &shape);
 /// Returns a copy, or null with a log line without memory.
 Parcelable *cloned(const Parcelable &source, const RecordShape &shape, Caller caller);
 
-} // namespace kv::proxy
+} // namespace kv::master

@@ -5,7 +5,7 @@
 
 #include <rpc_port.h>
 
-namespace kv::proxy {
+namespace kv::master {
 
 /// The beginning of every value with a writer and a reader of its own. The platform calls the two functions and takes no
 /// result from them, so the value itself records whether it was transferred completely.
@@ -14,11 +14,11 @@ struct Parcelable {
     bool complete = true;
 };
 
-} // namespace kv::proxy
+} // namespace kv::master
 
 // The records of the interface. They own their texts; a text is null if it was not set or if memory ran out.
 
-struct rpc_port_korvane_ap_info_s : kv::proxy::Parcelable {
+struct rpc_port_korvane_ap_info_s : kv::master::Parcelable {
     kv::CText ssid;
     kv::CText pwd;
     int authtype = 0;
@@ -29,15 +29,15 @@ struct rpc_port_korvane_ap_info_s : kv::proxy::Parcelable {
     int max_rate = 0;
 };
 
-struct rpc_port_korvane_keepalive_info_s : kv::proxy::Parcelable {
+struct rpc_port_korvane_keepalive_info_s : kv::master::Parcelable {
     int interval = 0;
 };
 
-struct rpc_port_korvane_keepalive_index_info_s : kv::proxy::Parcelable {
+struct rpc_port_korvane_keepalive_index_info_s : kv::master::Parcelable {
     int index = 0;
 };
 
-struct rpc_port_korvane_device_prov_info_s : kv::proxy::Parcelable {
+struct rpc_port_korvane_device_prov_info_s : kv::master::Parcelable {
     kv::CText language;
     kv::CText country;
     kv::CText datetime;
@@ -45,25 +45,25 @@ struct rpc_port_korvane_device_prov_info_s : kv::proxy::Parcelable {
     kv::CText account;
 };
 
-struct rpc_port_korvane_language_info_s : kv::proxy::Parcelable {
+struct rpc_port_korvane_language_info_s : kv::master::Parcelable {
     kv::CText language;
 };
 
-struct rpc_port_korvane_cloud_device_info_s : kv::proxy::Parcelable {
+struct rpc_port_korvane_cloud_device_info_s : kv::master::Parcelable {
     kv::CText device_id;
 };
 
-struct rpc_port_korvane_last_status_info_s : kv::proxy::Parcelable {
+struct rpc_port_korvane_last_status_info_s : kv::master::Parcelable {
     int timestamp = 0;
     kv::CText error_code;
 };
 
-struct rpc_port_korvane_platform_info_s : kv::proxy::Parcelable {
+struct rpc_port_korvane_platform_info_s : kv::master::Parcelable {
     kv::CText model_number;
     kv::CText platform_version;
 };
 
-struct rpc_port_korvane_cloud_info_s : kv::proxy::Parcelable {
+struct rpc_port_korvane_cloud_info_s : kv::master::Parcelable {
     kv::CText region;
     kv::CText auth_provider;
     kv::CText access_token;

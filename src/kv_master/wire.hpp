@@ -8,9 +8,9 @@
 #include <rpc_port.h>
 
 /// How values of described elements are written to parcels and read from them.
-namespace kv::proxy {
+namespace kv::master {
 
-/// The C++ types of an element: Arg is passed to a call that sends it, Held owns it after it is read, View is passed to a
+/// The C++ types of an element: Arg is passed to a call that sends it, Received owns it after it is read, View is passed to a
 /// callback, Released is stored in an out argument. Elements of the same type share one instance, Shared: the name makes
 /// no difference.
 template <class Element>
@@ -19,31 +19,31 @@ struct Wire;
 struct IntWire {
     using Shared = IntWire;
     using Arg = int;
-    using Held = int;
+    using Received = int;
     using View = int;
     using Released = int;
 
     static bool write(rpc_port_parcel_h parcel, int value) { return rpc_port_parcel_write_int32(parcel, value) == 0; }
     static bool read(rpc_port_parcel_h parcel, int &value) { return rpc_port_parcel_read_int32(parcel, &value) == 0; }
-    static int view(int held) { return held; }
+    static int view(int received) { return received; }
 };
 
 struct BoolWire {
     using Shared = BoolWire;
     using Arg = bool;
-    using Held = bool;
+    using Received = bool;
     using View = bool;
     using Released = bool;
 
     static bool write(rpc_port_parcel_h parcel, bool value) { return rpc_port_parcel_write_bool(parcel, value) == 0; }
     static bool read(rpc_port_parcel_h parcel, bool &value) { return rpc_port_parcel_read_bool(parcel, &value) == 0; }
-    static bool view(bool held) { return held; }
+    static bool view(bool received) { return received; }
 };
 
 struct TextWire {
     using Shared = TextWire;
     using Arg = const char *;
-    using Held = CText;
+    using Received = CText;
     using View = const char *;
     using Released = char *;
 
@@ -57,7 +57,7 @@ struct TextWire {
     {
         return rpc_port_parcel_read_string(parcel, value.out()) == 0;
     }
-    static const char *view(const CText &held) { return held.get(); }
+    static const char *view(const CText &received) { return received.get(); }
 };
 
 template <FixedText Name>
@@ -105,16 +105,16 @@ template <class R, FixedText Name>
 struct Wire<describe::Rec<R, Name>> {
     using Shared = Wire;
     using Arg = typename R::type *;
-    using Held = Owned<typename R::type>;
+    using Received = Owned<typename R::type>;
     using View = typename R::type *;
 
     static bool write(rpc_port_parcel_h parcel, Arg record) { return write_parcelable(parcel, record); }
-    static bool read(rpc_port_parcel_h parcel, Held &record)
+    static bool read(rpc_port_parcel_h parcel, Received &record)
     {
         record.reset(RecordCodec<R>::create());
         return record && read_parcelable(parcel, record.get());
     }
-    static View view(const Held &held) { return held.get(); }
+    static View view(const Received &received) { return received.get(); }
 };
 
-} // namespace kv::proxy
+} // namespace kv::master

@@ -56,7 +56,7 @@ inline const std::string &separator(bool needed)
 }
 
 template <class Item>
-std::string shown(kv::proxy::Array<Item> *array)
+std::string shown(kv::master::Array<Item> *array)
 {
     std::string text = "[";
     for (int i = 0; i < array->present; ++i)

@@ -120,7 +120,7 @@ const std::vector<Golden> goldens = {
 
 class GoldenBytes : public PlatformTest, public ::testing::WithParamInterface<Golden> {
 protected:
-    static kv::proxy::Parcelable *header_of(void *value) { return static_cast<kv::proxy::Parcelable *>(value); }
+    static kv::master::Parcelable *header_of(void *value) { return static_cast<kv::master::Parcelable *>(value); }
 
     /// What the value's own writer writes.
     Bytes written(void *value)

@@ -9,7 +9,7 @@ namespace {
 class Records : public PlatformTest {
 protected:
     /// What the value's writer writes.
-    Bytes written(kv::proxy::Parcelable *value)
+    Bytes written(kv::master::Parcelable *value)
     {
         rpc_port_parcel_h parcel = platform.parcel_of({});
         EXPECT_EQ(rpc_port_parcel_write(parcel, &value->functions, value), 0);
@@ -18,7 +18,7 @@ protected:
         return content;
     }
 
-    void read(kv::proxy::Parcelable *value, const Bytes &content)
+    void read(kv::master::Parcelable *value, const Bytes &content)
     {
         rpc_port_parcel_h parcel = platform.parcel_of(content);
         EXPECT_EQ(rpc_port_parcel_read(parcel, &value->functions, value), 0);

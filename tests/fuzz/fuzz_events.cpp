@@ -41,7 +41,7 @@ void use(rpc_port_korvane_device_prov_info_h record)
 {
     use_fields(record, master::device_prov_info::fields{});
 }
-void use(proxy::ArrayValue<master::cloud_device_info_array> *array)
+void use(master::ArrayValue<master::cloud_device_info_array> *array)
 {
     for (int i = 0; i < array->present; ++i)
         use_fields(array->items[i], master::cloud_device_info::fields{});
@@ -52,7 +52,7 @@ struct Callback;
 
 template <class D, class... E>
 struct Callback<D, describe::In<E...>> {
-    static void call(void *user_data, typename proxy::Wire<E>::View... values)
+    static void call(void *user_data, typename master::Wire<E>::View... values)
     {
         if (user_data != &first_seq_id)
             std::abort();

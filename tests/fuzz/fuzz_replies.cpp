@@ -34,13 +34,13 @@ struct Sample<describe::Secret<N>> : Sample<describe::String<N>> {
 };
 template <class R, FixedText N>
 struct Sample<describe::Rec<R, N>> {
-    Owned<typename R::type> owned{proxy::RecordCodec<R>::create()};
+    Owned<typename R::type> owned{master::RecordCodec<R>::create()};
     typename R::type *value = owned.get();
 };
 template <class A, FixedText N>
 struct Sample<describe::Arr<A, N>> {
-    Owned<proxy::ArrayValue<A>> owned{proxy::ArrayCodec<A>::create()};
-    proxy::ArrayValue<A> *value = owned.get();
+    Owned<master::ArrayValue<A>> owned{master::ArrayCodec<A>::create()};
+    master::ArrayValue<A> *value = owned.get();
 };
 template <class D>
 struct Sample<describe::Callback<D>> {
@@ -69,7 +69,7 @@ template <class M, class... I, class... O>
 void call(rpc_port_proxy_kv_master_h handle, describe::In<I...>, describe::Out<O...>)
 {
     std::tuple<Sample<I>...> arguments;
-    std::tuple<Out<typename proxy::Wire<O>::Held>...> outs;
+    std::tuple<Out<typename master::Wire<O>::Received>...> outs;
     std::apply(
         [&](auto &...argument) {
             std::apply([&](auto &...out) { proxy::exchange<M>(handle, argument.value..., &out.value...); }, outs);

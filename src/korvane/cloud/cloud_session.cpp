@@ -7,23 +7,14 @@ using namespace kv::api;
 
 namespace {
 
-using SigninStatusChanged =
-    RegistrationOf<EventKind::signin_status_changed, master::set_signin_status_changed_cb,
-                   master::unset_signin_status_changed_cb, "callback is NULL",
-                   PlainEvent<master::signin_status_changed_cb, korvane_signin_status_changed_cb,
-                              "_signin_status_changed_cb", "status [%s]">>;
+using SigninStatusChanged = RegistrationOf<master::events::signin_status_changed, "callback is NULL",
+                                           PlainEvent<korvane_signin_status_changed_cb, "status [%s]">>;
 
-using SignupStatusChanged =
-    RegistrationOf<EventKind::signup_status_changed, master::set_signup_status_changed_cb,
-                   master::unset_signup_status_changed_cb, "callback is NULL",
-                   PlainEvent<master::signup_status_changed_cb, korvane_signup_status_changed_cb,
-                              "_signup_status_changed_cb", "status [%s]">>;
+using SignupStatusChanged = RegistrationOf<master::events::signup_status_changed, "callback is NULL",
+                                           PlainEvent<korvane_signup_status_changed_cb, "status [%s]">>;
 
-using TcpSessionDisconnected =
-    RegistrationOf<EventKind::tcp_session_disconnected, master::set_tcp_session_disconnected_cb,
-                   master::unset_tcp_session_disconnected_cb, "callback is NULL",
-                   PlainEvent<master::tcp_session_disconnected_cb, korvane_tcp_session_disconnected_cb,
-                              "_tcp_session_disconnected_cb", "last_error_code [%d]">>;
+using TcpSessionDisconnected = RegistrationOf<master::events::tcp_session_disconnected, "callback is NULL",
+                                              PlainEvent<korvane_tcp_session_disconnected_cb, "last_error_code [%d]">>;
 
 } // namespace
 

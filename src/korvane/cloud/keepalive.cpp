@@ -38,7 +38,7 @@ template <class Table>
 bool fill(AgentCall &call, RecordArray<typename Table::Array> &records, const int *numbers, int count)
 {
     if (!append_records(records, count, Table::create_record)) {
-        proxy::log::error(call.caller())("Failed to create %s handle"_fmt, Table::record);
+        master::log::error(call.caller())("Failed to create %s handle"_fmt, Table::record);
         return call.require_memory(false).passed();
     }
     for (int i = 0; i < count; ++i)
@@ -80,9 +80,8 @@ int send_numbers(Caller caller, korvane_h handle, const int *numbers, int count)
     return call.invoke<typename Table::Method>(array.get());
 }
 
-using KeepaliveResult = RegistrationOf<
-    EventKind::keepalive_result, master::set_keepalive_result_cb, master::unset_keepalive_result_cb, "callback is NULL",
-    PlainEvent<master::keepalive_result_cb, korvane_keepalive_result_cb, "_keepalive_result_cb", "result [%d]">>;
+using KeepaliveResult = RegistrationOf<master::events::keepalive_result, "callback is NULL",
+                                       PlainEvent<korvane_keepalive_result_cb, "result [%d]">>;
 
 } // namespace
 

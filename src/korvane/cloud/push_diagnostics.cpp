@@ -7,9 +7,8 @@ using namespace kv::api;
 
 namespace {
 
-using Diagnostics = RegistrationOf<
-    EventKind::diagnostics, master::set_diagnostics_cb, master::unset_diagnostics_cb, "callback is NULL",
-    PlainEvent<master::diagnostics_cb, korvane_diagnostics_cb, "_diagnostics_cb", "value [%d], text length [%d]">>;
+using Diagnostics = RegistrationOf<master::events::diagnostics, "callback is NULL",
+                                   PlainEvent<korvane_diagnostics_cb, "value [%d], text length [%d]">>;
 
 } // namespace
 

@@ -15,9 +15,8 @@ namespace {
 constexpr JsonField version_field{master::documents::terms::version.key, "version", since(1, 3)};
 constexpr JsonField header_field{master::documents::terms::header.key, "header", since(1, 3)};
 
-using TncResult =
-    RegistrationOf<EventKind::tnc_result, master::set_tnc_result_cb, master::unset_tnc_result_cb, "callback is NULL",
-                   PlainEvent<master::tnc_result_cb, korvane_tnc_result_cb, "_tnc_result_cb", "result length [%d]">>;
+using TncResult = RegistrationOf<master::events::tnc_result, "callback is NULL",
+                                 PlainEvent<korvane_tnc_result_cb, "result length [%d]">>;
 
 } // namespace
 

@@ -5,7 +5,6 @@
 
 #include <cstring>
 #include <initializer_list>
-#include <type_traits>
 
 /// Registrations as rows: the agent's two methods, and per delegate the application's callback type and what is logged.
 namespace kv::api {
@@ -26,40 +25,57 @@ struct Logged<describe::Secret<Name>> {
     static int of(const char *text) { return text ? static_cast<int>(strlen(text)) : 0; }
 };
 
-/// An event whose values the application receives as they arrive. Its trampoline logs under Name; an empty Message logs
-/// nothing.
-template <class D, class AppCallback, FixedText Name, FixedText Message = "", class Values = typename D::values>
-struct PlainEvent;
+namespace detail {
 
-template <class D, class AppCallback, FixedText Name, FixedText Message, class... E>
-struct PlainEvent<D, AppCallback, Name, Message, describe::In<E...>> {
-    using Delegate = D;
-    using Callback = AppCallback;
-    static constexpr ReleaseEventData release = nullptr;
+/// Passes the values of an event on as they arrive. Logs under Name; an empty Message logs nothing.
+template <class AppCallback, FixedText Name, FixedText Message, class Values>
+struct PlainTrampoline;
 
-    static void trampoline(void *user_data, typename proxy::Wire<E>::View... values)
+template <class AppCallback, FixedText Name, FixedText Message, class... E>
+struct PlainTrampoline<AppCallback, Name, Message, describe::In<E...>> {
+    static void call(void *user_data, typename master::Wire<E>::View... values)
     {
         const Caller caller{concat<Name>.text, __builtin_LINE()};
         if constexpr (Message.length() > 0)
             log::info(caller)(Format<Message>{}, Logged<E>::of(values)...);
         deliver<AppCallback>(user_data, caller, values...);
     }
-    static constexpr DelegateRow row = delegate_row<D, trampoline>;
+};
+
+} // namespace detail
+
+/// An event whose values the application receives as they arrive. Its log lines name the delegate, or Name if given.
+template <class AppCallback, FixedText Message = "", FixedText Name = "">
+struct PlainEvent {
+    using Callback = AppCallback;
+    static constexpr ReleaseEventData release = nullptr;
+
+    template <class D>
+    static constexpr auto name = [] {
+        if constexpr (Name.length() > 0)
+            return Name;
+        else
+            return concat<"_", D::text>;
+    }();
+    template <class D>
+    static constexpr DelegateRow row =
+        delegate_row<D, detail::PlainTrampoline<AppCallback, name<D>, Message, typename D::values>::call>;
 };
 
 /// An event whose values are converted for the application, by a trampoline of its own. If the session keeps the
 /// converted data, Release releases it.
-template <class D, class AppCallback, proxy::DelegateCallback<D> Trampoline, ReleaseEventData Release = nullptr>
+template <class AppCallback, auto Trampoline, ReleaseEventData Release = nullptr>
 struct ConvertedEvent {
-    using Delegate = D;
     using Callback = AppCallback;
     static constexpr ReleaseEventData release = Release;
 
+    template <class D>
     static constexpr DelegateRow row = delegate_row<D, Trampoline>;
 };
 
-/// The set and unset functions of one kind of event. Events are those of the set method's delegates, in their order.
-template <EventKind Kind, class SetMethod, class UnsetMethod, FixedText NullText, class... Events>
+/// The set and unset functions of a kind of event, with one PlainEvent or ConvertedEvent for each of its delegates, in
+/// their order. A missing callback logs NullText.
+template <class Event, FixedText NullText, class... Events>
 class RegistrationOf {
     static constexpr ReleaseEventData release_of_any()
     {
@@ -70,22 +86,23 @@ class RegistrationOf {
         return release;
     }
 
-public:
-    static_assert(
-        std::is_same_v<typename SetMethod::in, describe::In<describe::Callback<typename Events::Delegate>...>>,
-        "the set method takes other delegates");
-    static_assert(SetMethod::since == UnsetMethod::since && UnsetMethod::in::count == 0);
+    template <class... D>
+    static consteval RegistrationRow make_row(describe::In<describe::Callback<D>...>)
+    {
+        return {concat<NullText>.text,
+                &master::row_of<typename Event::set>,
+                &master::row_of<typename Event::unset>,
+                release_of_any(),
+                {Events::template row<D>.create...},
+                {D::id...},
+                sizeof...(D),
+                describe::index_of<Event>(master::Events{}),
+                master::minimum_version<typename Event::set>,
+                0};
+    }
 
-    static constexpr RegistrationRow row{concat<NullText>.text,
-                                         &master::row_of<SetMethod>,
-                                         &master::row_of<UnsetMethod>,
-                                         release_of_any(),
-                                         {Events::row.create...},
-                                         {Events::row.id...},
-                                         sizeof...(Events),
-                                         Kind,
-                                         master::minimum_version<SetMethod>,
-                                         0};
+public:
+    static constexpr RegistrationRow row = make_row(typename Event::set::in{});
 
     [[gnu::always_inline]] static int set(Caller caller, korvane_h handle, typename Events::Callback... callbacks,
                                           void *user_data)

@@ -14,36 +14,6 @@ namespace kv::api {
 
 using proxy::AnyFunction;
 
-/// The kinds of events that an application can register for.
-enum class EventKind : std::uint8_t {
-    status_changed,
-    user_confirm,
-    reset_confirm,
-    reset_result,
-    wifi_ap_provisioning,
-    scan_ap,
-    device_provisioning,
-    pin,
-    ultrasound_pin,
-    stop_soft_ap,
-    provisioning_language,
-    provisioning_vendor_info,
-    otm_support_feature,
-    provisioning_get_requested,
-    signin_status_changed,
-    signup_status_changed,
-    tcp_session_disconnected,
-    cloud_device_list,
-    nick_changed,
-    last_status_changed,
-    keepalive_result,
-    tnc_result,
-    diagnostics,
-    count
-};
-
-inline constexpr int event_slot_count = static_cast<int>(EventKind::count);
-
 /// Most events have one callback; the PIN events have two, for begin and end, which are set and unset together.
 inline constexpr int max_callbacks = 2;
 

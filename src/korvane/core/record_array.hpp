@@ -7,12 +7,12 @@ namespace kv::api {
 
 /// Records of the library, before an array for the agent clones them.
 template <class A>
-using RecordArray = proxy::ArrayValue<A>;
+using RecordArray = master::ArrayValue<A>;
 
 /// Appends this many empty records. Returns false for a negative count and without memory; the array then owns those
 /// that were appended.
 template <class Record>
-bool append_records(proxy::Array<Record *> &array, int count, int (*create)(Record **))
+bool append_records(master::Array<Record *> &array, int count, int (*create)(Record **))
 {
     if (count < 0)
         return false;

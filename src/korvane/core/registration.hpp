@@ -45,13 +45,13 @@ struct RegistrationRow {
     CreateDelegate create[max_callbacks];
     std::uint8_t delegate_ids[max_callbacks];
     std::uint8_t count; // of delegates, each with one callback of the application
-    EventKind kind;
+    std::uint8_t slot;  // the position of the event's slot in the session
     std::int16_t minimum_version;
     /// The delegate of another generation of the same event, which may be left from before an update of the agent; 0 if
     /// there is one generation. Such a registration keeps no delegate that the agent refused.
     std::uint8_t other_generation;
 
-    EventSlot &slot_in(korvane_h session) const { return session->event_slots[static_cast<int>(kind)]; }
+    EventSlot &slot_in(korvane_h session) const { return session->event_slots[slot]; }
 };
 
 /// The steps of a set or unset function: what it does with the delegates of one kind.

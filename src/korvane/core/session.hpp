@@ -43,7 +43,7 @@ struct korvane_s {
     korvane_rpc_io_error_cb rpc_io_error_cb = nullptr;
     void *rpc_io_error_data = nullptr;
 
-    kv::api::EventSlot event_slots[kv::api::event_slot_count];
+    kv::api::EventSlot event_slots[kv::master::Events::count];
     kv::api::EventData event_data;
     kv::api::OneShotRequests one_shots;
 };

@@ -33,8 +33,8 @@ struct AnyVersionedHandle {
 
     const WireFormat format;
     const int json_since;
-    proxy::Parcelable *any_record = nullptr; // in record format only
-    Json json;                               // in JSON format only
+    master::Parcelable *any_record = nullptr; // in record format only
+    Json json;                                // in JSON format only
 };
 
 template <class RecordBody, int JsonSince>
@@ -61,12 +61,12 @@ bool require_agents_format(Preamble &call, const AnyVersionedHandle *handle);
 
 /// How the record of a handle is created: the function, and its name for the log.
 struct RecordMaker {
-    proxy::Parcelable *(*create)();
+    master::Parcelable *(*create)();
     const char *name;
 };
 
 template <auto Create, class Record>
-proxy::Parcelable *create_record_with()
+master::Parcelable *create_record_with()
 {
     Record *record = nullptr;
     Create(&record);

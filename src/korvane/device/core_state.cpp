@@ -9,23 +9,17 @@ namespace {
 
 namespace property = master::commands::set_device_property;
 
-using StatusChanged = RegistrationOf<
-    EventKind::status_changed, master::set_status_changed_cb, master::unset_status_changed_cb, "callback is NULL",
-    PlainEvent<master::status_changed_cb, korvane_status_changed_cb, "_status_changed_cb", "status [%d]">>;
+using StatusChanged = RegistrationOf<master::events::status_changed, "callback is NULL",
+                                     PlainEvent<korvane_status_changed_cb, "status [%d]">>;
 
-using UserConfirm = RegistrationOf<EventKind::user_confirm, master::set_user_confirm_cb, master::unset_user_confirm_cb,
-                                   "callback is NULL",
-                                   PlainEvent<master::user_confirm_cb, korvane_user_confirm_cb, "_user_confirm_cb">>;
+using UserConfirm =
+    RegistrationOf<master::events::user_confirm, "callback is NULL", PlainEvent<korvane_user_confirm_cb>>;
 
 using ResetConfirm =
-    RegistrationOf<EventKind::reset_confirm, master::set_reset_confirm_cb, master::unset_reset_confirm_cb,
-                   "callback is NULL",
-                   PlainEvent<master::reset_confirm_cb, korvane_reset_confirm_cb, "_reset_confirm_cb">>;
+    RegistrationOf<master::events::reset_confirm, "callback is NULL", PlainEvent<korvane_reset_confirm_cb>>;
 
-using ResetResult =
-    RegistrationOf<EventKind::reset_result, master::set_reset_result_cb, master::unset_reset_result_cb,
-                   "callback is NULL",
-                   PlainEvent<master::reset_result_cb, korvane_reset_result_cb, "_reset_result_cb", "result [%s]">>;
+using ResetResult = RegistrationOf<master::events::reset_result, "callback is NULL",
+                                   PlainEvent<korvane_reset_result_cb, "result [%s]">>;
 
 /// For log lines that are written before the arguments are checked.
 const char *or_null(const char *text)

@@ -28,14 +28,11 @@ void _cloud_device_list_cb(void *user_data, rpc_port_array_korvane_cloud_device_
                                           count);
 }
 
-using NickChanged = RegistrationOf<
-    EventKind::nick_changed, master::set_nick_changed_cb, master::unset_nick_changed_cb, "callback is NULL",
-    PlainEvent<master::nick_changed_cb, korvane_nick_changed_cb, "_nick_changed_cb", "device_no [%d], nick [%s]">>;
+using NickChanged = RegistrationOf<master::events::nick_changed, "callback is NULL",
+                                   PlainEvent<korvane_nick_changed_cb, "device_no [%d], nick [%s]">>;
 
-using CloudDeviceList =
-    RegistrationOf<EventKind::cloud_device_list, master::set_cloud_device_list_cb, master::unset_cloud_device_list_cb,
-                   "cloud_device_list_cb is NULL",
-                   ConvertedEvent<master::cloud_device_list_cb, korvane_cloud_device_list_cb, _cloud_device_list_cb>>;
+using CloudDeviceList = RegistrationOf<master::events::cloud_device_list, "cloud_device_list_cb is NULL",
+                                       ConvertedEvent<korvane_cloud_device_list_cb, _cloud_device_list_cb>>;
 
 } // namespace
 

@@ -13,10 +13,8 @@ rpc_port_korvane_last_status_info_h record_of(korvane_last_status_info_h handle)
     return reinterpret_cast<rpc_port_korvane_last_status_info_h>(handle);
 }
 
-using LastStatusChanged = RegistrationOf<EventKind::last_status_changed, master::set_last_status_changed_cb,
-                                         master::unset_last_status_changed_cb, "callback is NULL",
-                                         PlainEvent<master::last_status_changed_cb, korvane_last_status_changed_cb,
-                                                    "_last_status_changed_cb", "last_status [%s]">>;
+using LastStatusChanged = RegistrationOf<master::events::last_status_changed, "callback is NULL",
+                                         PlainEvent<korvane_last_status_changed_cb, "last_status [%s]">>;
 
 } // namespace
 

@@ -101,7 +101,7 @@ int korvane_set_sub_device_presence(korvane_h handle, const int *device_no_list,
     log::info()("device_count [%d], presence [%s]"_fmt, device_count, presence ? "true" : "false");
     rpc_port_array_int_h created = nullptr;
     rpc_port_array_int_create(&created);
-    Owned<proxy::Array<int>> numbers{created};
+    Owned<master::Array<int>> numbers{created};
     if (!call.require(bool(numbers), KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_int_create() is failed"_fmt).passed())
         return call.result();
     if (!call.require(rpc_port_array_int_set_array_ints(numbers.get(), device_no_list, device_count) == 0,

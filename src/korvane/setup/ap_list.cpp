@@ -23,8 +23,7 @@ namespace request = master::commands::send_ap_list;
 namespace entry_document = master::documents::ap_list_entry;
 
 using ScanAp =
-    RegistrationOf<EventKind::scan_ap, master::set_scan_ap_cb, master::unset_scan_ap_cb, "scan_ap_cb is NULL",
-                   PlainEvent<master::scan_ap_cb, korvane_scan_ap_cb, "_scan_ap_cb", "req_id [%d]">>;
+    RegistrationOf<master::events::scan_ap, "scan_ap_cb is NULL", PlainEvent<korvane_scan_ap_cb, "req_id [%d]">>;
 
 template <class Value>
 using EntryField = Field<rpc_port_korvane_ap_info_s, Value>;

@@ -27,11 +27,10 @@ void _device_provisioning_cb(void *user_data, rpc_port_korvane_device_prov_info_
     deliver<korvane_device_provisioning_cb>(user_data, Caller::here(), &info);
 }
 
-using DeviceProvisioning = RegistrationOf<
-    EventKind::device_provisioning, master::set_device_provisioning_cb, master::unset_device_provisioning_cb,
-    "callback is NULL",
-    ConvertedEvent<master::device_provisioning_cb, korvane_device_provisioning_cb, _device_provisioning_cb,
-                   [](EventData &data) { data.device_prov_info.record.reset(); }>>;
+using DeviceProvisioning =
+    RegistrationOf<master::events::device_provisioning, "callback is NULL",
+                   ConvertedEvent<korvane_device_provisioning_cb, _device_provisioning_cb,
+                                  [](EventData &data) { data.device_prov_info.record.reset(); }>>;
 
 /// A text of the data: the out argument's name for the log, the lowest agent version that knows it, and its getter.
 struct Text {

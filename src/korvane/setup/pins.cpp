@@ -21,19 +21,15 @@ void _ultrasound_pin_generated_cb(void *user_data, const char *pin, int value)
 }
 
 using Pin =
-    RegistrationOf<EventKind::pin, master::set_pin_cb, master::unset_pin_cb, "callback is NULL",
-                   ConvertedEvent<master::pin_generate_cb, korvane_pin_generated_cb, _pin_generated_cb>,
-                   PlainEvent<master::pin_display_close_cb, korvane_pin_display_closed_cb, "_pin_display_closed_cb">>;
+    RegistrationOf<master::events::pin, "callback is NULL", ConvertedEvent<korvane_pin_generated_cb, _pin_generated_cb>,
+                   PlainEvent<korvane_pin_display_closed_cb, "", "_pin_display_closed_cb">>;
 
-using UltrasoundPin = RegistrationOf<
-    EventKind::ultrasound_pin, master::set_ultrasound_pin_cb, master::unset_ultrasound_pin_cb, "callback is NULL",
-    ConvertedEvent<master::ultrasound_pin_generate_cb, korvane_ultrasound_pin_generated_cb,
-                   _ultrasound_pin_generated_cb>,
-    PlainEvent<master::ultrasound_pin_stop_cb, korvane_ultrasound_pin_stopped_cb, "_ultrasound_pin_stop_cb">>;
+using UltrasoundPin = RegistrationOf<master::events::ultrasound_pin, "callback is NULL",
+                                     ConvertedEvent<korvane_ultrasound_pin_generated_cb, _ultrasound_pin_generated_cb>,
+                                     PlainEvent<korvane_ultrasound_pin_stopped_cb>>;
 
 using StopSoftAp =
-    RegistrationOf<EventKind::stop_soft_ap, master::set_softap_stop_cb, master::unset_softap_stop_cb,
-                   "callback is NULL", PlainEvent<master::softap_stop_cb, korvane_stop_soft_ap_cb, "_softap_stop_cb">>;
+    RegistrationOf<master::events::stop_soft_ap, "callback is NULL", PlainEvent<korvane_stop_soft_ap_cb>>;
 
 } // namespace
 

@@ -16,27 +16,20 @@ void _provisioning_language_cb(void *user_data, int req_id, const char *type, co
     deliver<korvane_provisioning_language_cb>(user_data, Caller::here(), request, type, value);
 }
 
-using ProvisioningLanguage = RegistrationOf<
-    EventKind::provisioning_language, master::set_provisioning_language_cb, master::unset_provisioning_language_cb,
-    "provisioning_language_cb is NULL",
-    ConvertedEvent<master::provisioning_language_cb, korvane_provisioning_language_cb, _provisioning_language_cb>>;
+using ProvisioningLanguage =
+    RegistrationOf<master::events::provisioning_language, "provisioning_language_cb is NULL",
+                   ConvertedEvent<korvane_provisioning_language_cb, _provisioning_language_cb>>;
 
 using ProvisioningVendorInfo =
-    RegistrationOf<EventKind::provisioning_vendor_info, master::set_provisioning_vendor_info_cb,
-                   master::unset_provisioning_vendor_info_cb, "prov_vendor_info_cb is NULL",
-                   PlainEvent<master::provisioning_vendor_info_cb, korvane_provisioning_vendor_info_cb,
-                              "_provisioning_vendor_info_cb", "value [%d], text length [%d]">>;
+    RegistrationOf<master::events::provisioning_vendor_info, "prov_vendor_info_cb is NULL",
+                   PlainEvent<korvane_provisioning_vendor_info_cb, "value [%d], text length [%d]">>;
 
-using OtmSupportFeature = RegistrationOf<EventKind::otm_support_feature, master::set_otm_support_feature_cb,
-                                         master::unset_otm_support_feature_cb, "otm_support_feature_cb is NULL",
-                                         PlainEvent<master::otm_support_feature_cb, korvane_otm_support_feature_cb,
-                                                    "_otm_support_feature_cb", "feature [%d]">>;
+using OtmSupportFeature = RegistrationOf<master::events::otm_support_feature, "otm_support_feature_cb is NULL",
+                                         PlainEvent<korvane_otm_support_feature_cb, "feature [%d]">>;
 
 using ProvisioningGetRequested =
-    RegistrationOf<EventKind::provisioning_get_requested, master::set_provisioning_get_requested_cb,
-                   master::unset_provisioning_get_requested_cb, "callback is NULL",
-                   PlainEvent<master::provisioning_get_requested_cb, korvane_provisioning_get_requested_cb,
-                              "_provisioning_get_requested_cb", "text length [%d], value [%d]">>;
+    RegistrationOf<master::events::provisioning_get_requested, "callback is NULL",
+                   PlainEvent<korvane_provisioning_get_requested_cb, "text length [%d], value [%d]">>;
 
 using Languages = RecordArray<master::language_info_array>;
 
@@ -44,7 +37,7 @@ using Languages = RecordArray<master::language_info_array>;
 bool fill(AgentCall &call, Languages &records, const char *const *texts, int count)
 {
     if (!append_records(records, count, rpc_port_korvane_language_info_create)) {
-        proxy::log::error(call.caller())("Failed to create korvane_language_info handle"_fmt);
+        master::log::error(call.caller())("Failed to create korvane_language_info handle"_fmt);
         return call.require_memory(false).passed();
     }
     for (int i = 0; i < count; ++i) {

@@ -57,18 +57,16 @@ void _wifi_ap_provisioning_cb_v2(void *user_data, const char *text)
     keep_and_deliver<parse_document>(user_data, Caller::here(), text);
 }
 
-using RecordGeneration = RegistrationOf<
-    EventKind::wifi_ap_provisioning, master::set_wifi_ap_provisioning_cb, master::unset_wifi_ap_provisioning_cb,
-    "callback is NULL",
-    ConvertedEvent<master::wifi_ap_provisioning_cb, korvane_wifi_ap_provisioning_cb, _wifi_ap_provisioning_cb>>;
+using RecordGeneration = RegistrationOf<master::events::wifi_ap_provisioning, "callback is NULL",
+                                        ConvertedEvent<korvane_wifi_ap_provisioning_cb, _wifi_ap_provisioning_cb>>;
 
-using JsonGeneration = RegistrationOf<EventKind::wifi_ap_provisioning, master::set_wifi_ap_provisioning_cb_v2,
-                                      master::unset_wifi_ap_provisioning_cb_v2, "callback is NULL",
-                                      ConvertedEvent<master::wifi_ap_prov_with_candidates_cb,
-                                                     korvane_wifi_ap_provisioning_cb, _wifi_ap_provisioning_cb_v2>>;
+using JsonGeneration = RegistrationOf<master::events::wifi_ap_provisioning_v2, "callback is NULL",
+                                      ConvertedEvent<korvane_wifi_ap_provisioning_cb, _wifi_ap_provisioning_cb_v2>>;
 
+/// Both generations use one slot of the session.
 consteval RegistrationRow beside(RegistrationRow row, const RegistrationRow &other)
 {
+    row.slot = RecordGeneration::row.slot;
     row.other_generation = other.delegate_ids[0];
     row.minimum_version = any_agent; // the set function chooses a generation that the agent knows
     return row;

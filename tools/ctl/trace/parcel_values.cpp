@@ -15,7 +15,7 @@ namespace kv::ctl {
 
 namespace {
 
-using proxy::Wire;
+using master::Wire;
 
 static_assert(ParcelValues::reply_kind == master::result && ParcelValues::event_kind == master::callback);
 
@@ -67,7 +67,7 @@ Json show_item(describe::IntArray<Name>, int item)
     return item;
 }
 template <class A, FixedText Name>
-Json show(describe::Arr<A, Name>, const Owned<proxy::ArrayValue<A>> &array)
+Json show(describe::Arr<A, Name>, const Owned<master::ArrayValue<A>> &array)
 {
     Json items = Json::array();
     for (int i = 0; i < array->present; ++i)
@@ -81,7 +81,7 @@ template <class Element>
 struct ReadElement {
     static bool from(rpc_port_parcel_h parcel, Json &values)
     {
-        typename Wire<Element>::Held held{};
+        typename Wire<Element>::Received held{};
         if (!Wire<Element>::read(parcel, held))
             return false;
         values[Element::name] = show(Element{}, held);

@@ -109,19 +109,20 @@ int korvane_deinitialize(korvane_h handle)
 int korvane_start(korvane_h handle)
 {
     AgentCall call{handle, any_agent};
-    if (!call.ready())
-        return call.result();
-    if (!call.require(handle->proxy != nullptr, KORVANE_ERROR_OPERATION_FAILED, "agent is not ready yet"_fmt).passed())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
+    if (!ready.require(handle->proxy != nullptr, KORVANE_ERROR_OPERATION_FAILED, "agent is not ready yet"_fmt).passed())
+        return ready.result();
 
-    return call.invoke<master::start>(start_text, start_number, start_number);
+    return ready.invoke<master::start>(start_text, start_number, start_number);
 }
 
 int korvane_start_async(korvane_h handle, korvane_start_result_cb callback, void *user_data)
 {
     AgentCall call{handle, since(2, 0)};
     call.require_given(callback, "start_result_cb");
-    return request_once<master::start_async, _start_async_result_cb>(call, callback, user_data, start_text,
+    return request_once<master::start_async, _start_async_result_cb>(call.ready(), callback, user_data, start_text,
                                                                      start_number, start_number);
 }
 
@@ -129,7 +130,7 @@ int korvane_stop(korvane_h handle)
 {
     // Unlike start, it has no check for an agent that is not ready: the call fails by itself.
     AgentCall call{handle, any_agent};
-    return call.invoke<master::stop>();
+    return call.ready().invoke<master::stop>();
 }
 
 int korvane_set_rpc_io_error_cb(korvane_h handle, korvane_rpc_io_error_cb callback, void *user_data)

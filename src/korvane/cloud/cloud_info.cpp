@@ -110,14 +110,16 @@ int korvane_sign_up_cloud(korvane_h handle, korvane_cloud_info_h cloud_info)
 {
     AgentCall call{handle, any_agent};
     call.require_given(cloud_info, "cloud_info_h");
-    if (!require_agents_format(call, cloud_info) || !call.ready())
-        return call.result();
+    require_agents_format(call, cloud_info);
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
     if (cloud_info->format == WireFormat::record)
-        return call.invoke<master::signup_cloud>(cloud_info->record());
+        return ready.invoke<master::signup_cloud>(cloud_info->record());
 
     // The command number stays in the application's document: the next sign-up with it sends one more.
-    if (!call.require_memory(add_command(cloud_info->json.get(), document::command.number)).passed())
-        return call.result();
-    return invoke_command(call, cloud_info->json.get());
+    if (!ready.require_memory(add_command(cloud_info->json.get(), document::command.number)).passed())
+        return ready.result();
+    return invoke_command(ready, cloud_info->json.get());
 }

@@ -52,10 +52,11 @@ int korvane_unset_tcp_session_disconnected_cb(korvane_h handle)
 int korvane_get_signin_status(korvane_h handle, bool *is_signed_in)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require_given(is_signed_in, "is_signed_in").ready())
-        return call.result();
+    ReadyCall &ready = call.require_given(is_signed_in, "is_signed_in").ready();
+    if (!ready)
+        return ready.result();
 
-    if (int code = call.invoke<master::get_signin_status>(is_signed_in))
+    if (int code = ready.invoke<master::get_signin_status>(is_signed_in))
         return code;
     log::info()("_out_status [%s]"_fmt, *is_signed_in ? "true" : "false");
     return KORVANE_ERROR_NONE;
@@ -64,10 +65,11 @@ int korvane_get_signin_status(korvane_h handle, bool *is_signed_in)
 int korvane_get_signup_status(korvane_h handle, bool *is_signed_up)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require_given(is_signed_up, "is_signed_up").ready())
-        return call.result();
+    ReadyCall &ready = call.require_given(is_signed_up, "is_signed_up").ready();
+    if (!ready)
+        return ready.result();
 
-    if (int code = call.invoke<master::get_signup_status>(is_signed_up))
+    if (int code = ready.invoke<master::get_signup_status>(is_signed_up))
         return code;
     log::info()("_out_status [%s]"_fmt, *is_signed_up ? "true" : "false");
     return KORVANE_ERROR_NONE;
@@ -77,25 +79,26 @@ int korvane_get_thing_status(korvane_h handle, int *status)
 {
     AgentCall call{handle, since(1, 4)};
     call.require_given(status, "status");
-    return call.invoke<master::get_thing_status>(status);
+    return call.ready().invoke<master::get_thing_status>(status);
 }
 
 int korvane_disable_signin(korvane_h handle, bool disable)
 {
     AgentCall call{handle, since(2, 2)};
-    if (!call.ready())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
-    const Json request = create_command(call, master::commands::disable_signin::command.number);
-    if (!call.passed())
-        return call.result();
+    const Json request = create_command(ready, master::commands::disable_signin::command.number);
+    if (!ready.passed())
+        return ready.result();
     // Without memory for the flag the request is sent without it, and the agent judges it.
     cJSON_AddBoolToObject(request.get(), master::commands::disable_signin::disable.key, disable);
-    return invoke_command(call, request.get());
+    return invoke_command(ready, request.get());
 }
 
 int korvane_disconnect_cloud_session(korvane_h handle)
 {
     AgentCall call{handle, since(1, 4)};
-    return call.invoke<master::disconnect_cloud_session>();
+    return call.ready().invoke<master::disconnect_cloud_session>();
 }

@@ -26,7 +26,7 @@ int korvane_create_hdr_certificate(korvane_h handle, const char *device_type, co
     AgentCall call{handle, since(2, 1)};
     call.require(device_type && csr, "Input param is NULL, device_type=[%p], csr=[%p]"_fmt, device_type, csr)
         .require_given(callback, "create_hdr_certificate_cb");
-    return request_once<master::create_hdr_certificate, _create_hdr_certificate_cb>(call, callback, user_data,
+    return request_once<master::create_hdr_certificate, _create_hdr_certificate_cb>(call.ready(), callback, user_data,
                                                                                     device_type, csr);
 }
 
@@ -37,6 +37,6 @@ int korvane_get_hdr_certificate(korvane_h handle, const char *device_type, const
     call.require(device_type && certificate_arn, "Input param is NULL, device_type=[%p], certificate_arn=[%p]"_fmt,
                  device_type, certificate_arn)
         .require_given(callback, "get_hdr_certificate_cb");
-    return request_once<master::get_hdr_certificate, _get_hdr_certificate_cb>(call, callback, user_data, device_type,
-                                                                              certificate_arn);
+    return request_once<master::get_hdr_certificate, _get_hdr_certificate_cb>(call.ready(), callback, user_data,
+                                                                              device_type, certificate_arn);
 }

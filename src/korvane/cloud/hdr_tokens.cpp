@@ -47,7 +47,7 @@ int korvane_create_hdr_token_info(korvane_h handle, korvane_create_hdr_token_inf
 {
     AgentCall call{handle, since(2, 1)};
     call.require_given(callback, "create_hdr_token_info_cb");
-    return request_once<master::create_hdr_token_info, _create_hdr_token_info_cb>(call, callback, user_data);
+    return request_once<master::create_hdr_token_info, _create_hdr_token_info_cb>(call.ready(), callback, user_data);
 }
 
 int korvane_create_hdr_token_info_custom(korvane_h handle, const char *request_data_json_str,
@@ -58,7 +58,7 @@ int korvane_create_hdr_token_info_custom(korvane_h handle, const char *request_d
                  request_data_json_str)
         .require_given(callback, "create_hdr_token_info_custom_cb");
     return request_once<master::create_hdr_token_info_custom, _create_hdr_token_info_custom_cb>(
-        call, callback, user_data, request_data_json_str);
+        call.ready(), callback, user_data, request_data_json_str);
 }
 
 int korvane_hdr_token_info_get_uuid(korvane_hdr_token_info_h token_info, char **uuid)

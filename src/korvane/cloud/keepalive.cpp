@@ -35,7 +35,7 @@ struct Indexes {
 };
 
 template <class Table>
-bool fill(AgentCall &call, RecordArray<typename Table::Array> &records, const int *numbers, int count)
+bool fill(ReadyCall &call, RecordArray<typename Table::Array> &records, const int *numbers, int count)
 {
     if (!append_records(records, count, Table::create_record)) {
         master::log::error(call.caller())("Failed to create %s handle"_fmt, Table::record);
@@ -47,37 +47,39 @@ bool fill(AgentCall &call, RecordArray<typename Table::Array> &records, const in
 }
 
 /// The checks of both functions, and their log line.
-bool enter(AgentCall &call, const char *argument, const int *numbers, int count)
+ReadyCall &check(AgentCall &call, const char *argument, const int *numbers, int count)
 {
     call.require(numbers && count > 0, "Invalid param : %s=[%p], count=[%d]"_fmt, argument, numbers, count);
-    if (!call.ready())
-        return false;
-    log::info(call.caller())("count [%d]"_fmt, count);
-    return true;
+    ReadyCall &ready = call.ready();
+    if (ready)
+        log::info(ready.caller())("count [%d]"_fmt, count);
+    return ready;
 }
 
 template <class Table>
 int send_numbers(Caller caller, korvane_h handle, const int *numbers, int count)
 {
     AgentCall call{handle, since(1, 3), caller};
-    if (!enter(call, Table::argument, numbers, count))
-        return call.result();
+    ReadyCall &ready = check(call, Table::argument, numbers, count);
+    if (!ready)
+        return ready.result();
 
     RecordArray<typename Table::Array> records;
-    if (!fill<Table>(call, records, numbers, count))
-        return call.result();
+    if (!fill<Table>(ready, records, numbers, count))
+        return ready.result();
     RecordArray<typename Table::Array> *created = nullptr;
     Table::create_array(&created);
     Owned<RecordArray<typename Table::Array>> array{created};
-    if (!call.require(bool(array), KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_%s_create() failed"_fmt, Table::record)
+    if (!ready.require(bool(array), KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_%s_create() failed"_fmt, Table::record)
              .passed())
-        return call.result();
-    if (!call.require(Table::set_items(array.get(), records.items, count) == 0, KORVANE_ERROR_OUT_OF_MEMORY,
+        return ready.result();
+    if (!ready
+             .require(Table::set_items(array.get(), records.items, count) == 0, KORVANE_ERROR_OUT_OF_MEMORY,
                       "rpc_port_array_%s_set_array_%ss() failed"_fmt, Table::record, Table::record)
              .passed())
-        return call.result();
+        return ready.result();
     records.clear();
-    return call.invoke<typename Table::Method>(array.get());
+    return ready.invoke<typename Table::Method>(array.get());
 }
 
 using KeepaliveResult = RegistrationOf<master::events::keepalive_result, "callback is NULL",
@@ -98,17 +100,18 @@ int korvane_select_keepalive_intervals(korvane_h handle, const int *index_array,
 int korvane_send_keepalive(korvane_h handle)
 {
     AgentCall call{handle, since(1, 3)};
-    return call.invoke<master::send_keepalive>();
+    return call.ready().invoke<master::send_keepalive>();
 }
 
 int korvane_send_presence(korvane_h handle, int state)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.ready())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("state [%d] (on: 0 / inactive: 1)"_fmt, state);
-    return call.invoke<master::send_presence>(state);
+    return ready.invoke<master::send_presence>(state);
 }
 
 int korvane_set_keepalive_result_cb(korvane_h handle, korvane_keepalive_result_cb callback, void *user_data)

@@ -25,19 +25,20 @@ int korvane_unset_diagnostics_cb(korvane_h handle)
 int korvane_send_custom_push_msg(korvane_h handle, const char *push_msg_json_str)
 {
     AgentCall call{handle, since(2, 0)};
-    if (!call.require_given(push_msg_json_str, "push_msg_json_str").ready())
-        return call.result();
+    ReadyCall &ready = call.require_given(push_msg_json_str, "push_msg_json_str").ready();
+    if (!ready)
+        return ready.result();
 
     Json message{cJSON_Parse(push_msg_json_str)};
-    if (!call.require(bool(message), "cJSON_Parse() failed"_fmt).passed())
-        return call.result();
-    const Json request = create_command(call, master::commands::custom_push_message::command.number);
-    if (!call.passed())
-        return call.result();
+    if (!ready.require(bool(message), "cJSON_Parse() failed"_fmt).passed())
+        return ready.result();
+    const Json request = create_command(ready, master::commands::custom_push_message::command.number);
+    if (!ready.passed())
+        return ready.result();
     const bool added =
         cJSON_AddItemToObject(request.get(), master::commands::custom_push_message::message.key, message.get());
-    if (!call.require_memory(added).passed())
-        return call.result();
+    if (!ready.require_memory(added).passed())
+        return ready.result();
     message.release(); // the request owns it now
-    return invoke_command(call, request.get());
+    return invoke_command(ready, request.get());
 }

@@ -38,23 +38,24 @@ constexpr JsonField window_scale_field = field(document::window_scale, "window_s
 int korvane_get_tcp_header_info(korvane_h handle, korvane_tcp_header_info_h *tcp_header_info)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require_given(tcp_header_info, "tcp_header_info_h").ready())
-        return call.result();
+    ReadyCall &ready = call.require_given(tcp_header_info, "tcp_header_info_h").ready();
+    if (!ready)
+        return ready.result();
 
     // Applications release what they find here after a failure, too.
     *tcp_header_info = nullptr;
     Owned<korvane_tcp_header_info_s> info{make_zeroed<korvane_tcp_header_info_s>()};
-    if (!call.require(bool(info), KORVANE_ERROR_OUT_OF_MEMORY, "_tcp_header_info_s is NULL"_fmt).passed())
-        return call.result();
+    if (!ready.require(bool(info), KORVANE_ERROR_OUT_OF_MEMORY, "_tcp_header_info_s is NULL"_fmt).passed())
+        return ready.result();
 
     CText text;
-    if (int code = call.invoke<master::get_tcp_header_info>(text.out()))
+    if (int code = ready.invoke<master::get_tcp_header_info>(text.out()))
         return code;
     info->document.reset(cJSON_Parse(text.get()));
-    if (call.require(cJSON_IsObject(info->document.get()), KORVANE_ERROR_OPERATION_FAILED, "cJSON_Parse() failed"_fmt)
+    if (ready.require(cJSON_IsObject(info->document.get()), KORVANE_ERROR_OPERATION_FAILED, "cJSON_Parse() failed"_fmt)
             .passed())
         *tcp_header_info = info.release();
-    return call.result();
+    return ready.result();
 }
 
 int korvane_release_tcp_header_info(korvane_tcp_header_info_h tcp_header_info)

@@ -56,35 +56,38 @@ int korvane_tncinfo_set_header(korvane_tnc_info_h tnc_info, const char *header)
 int korvane_set_tnc_info(korvane_h handle, korvane_tnc_info_h tnc_info)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.require_given(tnc_info, "tnc_info_h").ready() || !has_object(call, tnc_info))
-        return call.result();
+    ReadyCall &ready = call.require_given(tnc_info, "tnc_info_h").ready();
+    if (!ready || !has_object(ready, tnc_info))
+        return ready.result();
 
-    return invoke_with_json<master::set_tnc_data>(call, tnc_info->object.get());
+    return invoke_with_json<master::set_tnc_data>(ready, tnc_info->object.get());
 }
 
 int korvane_set_tnc_url(korvane_h handle, const char *url)
 {
     AgentCall call{handle, since(1, 4)};
     call.require_given(url, "url");
-    return call.invoke<master::set_tnc_url>(url);
+    return call.ready().invoke<master::set_tnc_url>(url);
 }
 
 int korvane_set_tnc_type(korvane_h handle, unsigned int type)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.ready())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("type [0x%x]"_fmt, type);
-    return call.invoke<master::set_tnc_type>(static_cast<int>(type));
+    return ready.invoke<master::set_tnc_type>(static_cast<int>(type));
 }
 
 int korvane_set_tnc_status(korvane_h handle, int status)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.ready())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("status [%d]"_fmt, status);
-    return call.invoke<master::set_tnc_status>(status);
+    return ready.invoke<master::set_tnc_status>(status);
 }

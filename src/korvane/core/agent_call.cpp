@@ -45,19 +45,20 @@ HandleCall::HandleCall(korvane_h handle, int minimum_version, Caller caller) : P
         .require(handle == live_session, "handle is not the live one"_fmt);
 }
 
-AgentCall::AgentCall(korvane_h handle, int minimum_version, Caller caller)
+ReadyCall::ReadyCall(korvane_h handle, int minimum_version, Caller caller)
     : HandleCall(handle, minimum_version, caller), session_(handle)
 {
 }
 
-bool AgentCall::ready()
+ReadyCall &AgentCall::ready()
 {
-    return agent_not_installing().passed();
+    call_.agent_not_installing();
+    return call_;
 }
 
-int AgentCall::invoke(const master::MethodRow &method, const proxy::Value *values)
+int ReadyCall::invoke(const master::MethodRow &method, const proxy::Value *values)
 {
-    if (!ready())
+    if (!passed())
         return result();
     set_last_result(0);
     const proxy::Outcome outcome = proxy::exchange(session_->proxy, method, values);
@@ -68,7 +69,7 @@ int AgentCall::invoke(const master::MethodRow &method, const proxy::Value *value
     return fail(outcome.result, get_last_result());
 }
 
-int AgentCall::fail(int err, int last_result)
+int ReadyCall::fail(int err, int last_result)
 {
     log::error(caller_)("%s() is failed, err=[%d] r=[%d]"_fmt, caller_.function, err, last_result);
     if (session_ && last_result == -EIO) {
@@ -81,7 +82,7 @@ int AgentCall::fail(int err, int last_result)
 }
 
 /// At most one notice is pending: it also reports the failures that follow until it runs.
-void AgentCall::schedule_io_error_notice()
+void ReadyCall::schedule_io_error_notice()
 {
     if (session_->io_error_notice.pending() || !session_->rpc_io_error_cb)
         return;

@@ -21,34 +21,14 @@ public:
     HandleCall(korvane_h handle, int minimum_version, Caller caller = Caller::here());
 };
 
-/// A function that asks the agent.
-class AgentCall : public HandleCall {
+/// A call whose checks have passed: the only thing that can ask the agent.
+class ReadyCall : public HandleCall {
 public:
-    AgentCall(korvane_h handle, int minimum_version, Caller caller = Caller::here());
+    /// Whether the agent may be asked. If not, invoke() does nothing and result() is the reason.
+    explicit operator bool() const { return passed(); }
 
-    template <class... Check>
-    AgentCall &require(bool holds, Check... code_and_reason)
-    {
-        Preamble::require(holds, code_and_reason...);
-        return *this;
-    }
-    template <class Argument>
-    AgentCall &require_given(Argument *argument, const char *name)
-    {
-        Preamble::require_given(argument, name);
-        return *this;
-    }
-    AgentCall &require_as_said(bool holds, int code, const char *reason)
-    {
-        Preamble::require_as_said(holds, code, reason);
-        return *this;
-    }
-
-    /// Closes the checks: returns whether the agent may be asked. Only functions that do more than invoke() need it.
-    bool ready();
-
-    /// Calls a method of the agent, if all checks hold and the agent may be asked, and maps the outcome to a result code.
-    /// The application's callbacks may run meanwhile and do anything, deinitialise included; see session().
+    /// Calls a method of the agent and maps the outcome to a result code. The application's callbacks may run meanwhile
+    /// and do anything, deinitialise included; see session().
     template <class Method, class... Values>
     int invoke(Values... values)
     {
@@ -60,10 +40,48 @@ public:
     korvane_h session() const { return session_; }
 
 private:
+    friend class AgentCall;
+    ReadyCall(korvane_h handle, int minimum_version, Caller caller);
+
     int fail(int err, int last_result);
     void schedule_io_error_notice();
 
     korvane_h session_;
+};
+
+/// A function that asks the agent: its checks, which end with ready().
+class AgentCall {
+public:
+    AgentCall(korvane_h handle, int minimum_version, Caller caller = Caller::here())
+        : call_(handle, minimum_version, caller)
+    {
+    }
+
+    template <class... Check>
+    AgentCall &require(bool holds, Check... code_and_reason)
+    {
+        call_.require(holds, code_and_reason...);
+        return *this;
+    }
+    template <class Argument>
+    AgentCall &require_given(Argument *argument, const char *name)
+    {
+        call_.require_given(argument, name);
+        return *this;
+    }
+    AgentCall &require_as_said(bool holds, int code, const char *reason)
+    {
+        call_.require_as_said(holds, code, reason);
+        return *this;
+    }
+    operator Preamble &() { return call_; }
+
+    /// Closes the checks with the last one: the agent is not being installed.
+    ReadyCall &ready();
+    int result() const { return call_.result(); }
+
+private:
+    ReadyCall call_;
 };
 
 } // namespace kv::api

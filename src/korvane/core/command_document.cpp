@@ -8,7 +8,7 @@ bool add_command(cJSON *object, int command_number)
     return cJSON_AddNumberToObject(object, master::commands::number.key, command_number) != nullptr;
 }
 
-Json create_command(AgentCall &call, int command_number)
+Json create_command(ReadyCall &call, int command_number)
 {
     Json document{cJSON_CreateObject()};
     if (call.require(bool(document), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed())
@@ -16,7 +16,7 @@ Json create_command(AgentCall &call, int command_number)
     return document;
 }
 
-int invoke_command(AgentCall &call, const cJSON *object)
+int invoke_command(ReadyCall &call, const cJSON *object)
 {
     if (!call.passed())
         return call.result();

@@ -9,12 +9,12 @@
 namespace kv::api {
 
 /// Returns a new document with its command number. Without memory it logs why, refuses the call and returns null.
-Json create_command(AgentCall &call, int command_number);
+Json create_command(ReadyCall &call, int command_number);
 
 /// Adds the command number as the next member. Returns false without memory.
 bool add_command(cJSON *object, int command_number);
 
 /// Prints the document and sends it. The text of the reply is not used.
-int invoke_command(AgentCall &call, const cJSON *object);
+int invoke_command(ReadyCall &call, const cJSON *object);
 
 } // namespace kv::api

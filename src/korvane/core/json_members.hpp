@@ -29,7 +29,7 @@ int get_member(Caller caller, const void *handle, DocumentOf document_of, const 
 
 /// Calls a method whose last argument is the document as text.
 template <class Method, class... First>
-int invoke_with_json(AgentCall &call, const cJSON *object, First... first)
+int invoke_with_json(ReadyCall &call, const cJSON *object, First... first)
 {
     JsonText text{cJSON_PrintUnformatted(object)};
     if (!call.require(bool(text), KORVANE_ERROR_OPERATION_FAILED, "json_str is NULL"_fmt).passed())

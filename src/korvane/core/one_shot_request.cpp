@@ -36,10 +36,10 @@ void OneShotRequests::remove(int seq_id)
             return destroy(record);
 }
 
-int request_once(AgentCall &call, const OneShotKind &kind, AnyFunction callback, void *user_data,
+int request_once(ReadyCall &call, const OneShotKind &kind, AnyFunction callback, void *user_data,
                  const proxy::Value *values, proxy::Value &delegate_value)
 {
-    if (!call.ready())
+    if (!call)
         return call.result();
     Owned record{make_zeroed<kv_cb_info>()};
     if (!call.require_memory(bool(record)).passed())

@@ -18,7 +18,7 @@ struct OneShotKind {
 
 /// Calls the method with a new delegate, which is stored at `delegate_value` among the values. Its event may arrive, and
 /// the callback run, before this returns. A request that fails leaves nothing behind.
-int request_once(AgentCall &call, const OneShotKind &kind, AnyFunction callback, void *user_data,
+int request_once(ReadyCall &call, const OneShotKind &kind, AnyFunction callback, void *user_data,
                  const proxy::Value *values, proxy::Value &delegate_value);
 
 /// The last argument of a method.
@@ -32,7 +32,7 @@ struct LastOf<describe::In<E...>> {
 
 /// Calls a method whose last argument is the delegate of the completing event; the trampoline handles that event.
 template <class Method, auto Trampoline, class Callback, class... Values>
-int request_once(AgentCall &call, Callback callback, void *user_data, Values... values)
+int request_once(ReadyCall &call, Callback callback, void *user_data, Values... values)
 {
     using D = typename LastOf<typename Method::in>::Type::delegate;
     static constexpr OneShotKind kind{master::row_of<Method>, D::id, [](kv_cb_info *record) -> proxy::Delegate * {

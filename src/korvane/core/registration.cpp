@@ -53,7 +53,7 @@ void Registration::dispose()
     }
 }
 
-int Registration::send(AgentCall &call)
+int Registration::send(ReadyCall &call)
 {
     for (int i = 0; i < row_.count; ++i) {
         RegisteredDelegate *delegate = row_.create[i]();
@@ -132,7 +132,7 @@ void Registration::redirect_other_generation(int end_seq_id)
     });
 }
 
-int set_registration(AgentCall &call, const RegistrationRow &row, AnyFunction first, AnyFunction second,
+int set_registration(ReadyCall &call, const RegistrationRow &row, AnyFunction first, AnyFunction second,
                      void *user_data)
 {
     Registration registration{call.session(), row};
@@ -153,7 +153,7 @@ int set_registration(AgentCall &call, const RegistrationRow &row, AnyFunction fi
     return code;
 }
 
-int unset_registration(AgentCall &call, const RegistrationRow &row)
+int unset_registration(ReadyCall &call, const RegistrationRow &row)
 {
     Registration registration{call.session(), row};
     if (!registration.exists())
@@ -171,23 +171,25 @@ int set_callbacks(Caller caller, const RegistrationRow &row, korvane_h handle, A
 {
     AgentCall call{handle, row.minimum_version, caller};
     const bool complete = first && (second || row.count == 1);
-    if (!call.require_as_said(complete, KORVANE_ERROR_INVALID_PARAMETER, row.null_text).ready())
-        return call.result();
+    ReadyCall &ready = call.require_as_said(complete, KORVANE_ERROR_INVALID_PARAMETER, row.null_text).ready();
+    if (!ready)
+        return ready.result();
 
     if (row.release_event_data)
         row.release_event_data(handle->event_data);
-    return set_registration(call, row, first, second, user_data);
+    return set_registration(ready, row, first, second, user_data);
 }
 
 int unset_callbacks(Caller caller, const RegistrationRow &row, korvane_h handle)
 {
     AgentCall call{handle, row.minimum_version, caller};
-    if (!call.ready())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
     if (row.release_event_data)
         row.release_event_data(handle->event_data);
-    return unset_registration(call, row);
+    return unset_registration(ready, row);
 }
 
 const RegisteredDelegate *delegate_of(void *user_data, Caller caller)

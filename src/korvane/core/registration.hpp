@@ -65,7 +65,7 @@ public:
     /// was set before them.
     void dispose();
     /// Creates new delegates and calls the set method with them. Afterwards call.session() is null if the session has ended.
-    int send(AgentCall &call);
+    int send(ReadyCall &call);
     /// Ends a successful set: the new delegates' events go to these callbacks from now on.
     void confirm(const AnyFunction *callbacks, void *user_data);
     /// Ends a failed set: the new delegates stay, and their events go to the callback that was set before.
@@ -92,9 +92,9 @@ int set_callbacks(Caller caller, const RegistrationRow &row, korvane_h handle, A
 int unset_callbacks(Caller caller, const RegistrationRow &row, korvane_h handle);
 
 /// The same after the checks, for a call that is ready.
-int set_registration(AgentCall &call, const RegistrationRow &row, AnyFunction first, AnyFunction second,
+int set_registration(ReadyCall &call, const RegistrationRow &row, AnyFunction first, AnyFunction second,
                      void *user_data);
-int unset_registration(AgentCall &call, const RegistrationRow &row);
+int unset_registration(ReadyCall &call, const RegistrationRow &row);
 
 /// Returns the delegate behind a trampoline's user data, or null with a log line if there is none.
 const RegisteredDelegate *delegate_of(void *user_data, Caller caller = Caller::here());

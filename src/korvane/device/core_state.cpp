@@ -80,11 +80,12 @@ int korvane_unset_reset_result_cb(korvane_h handle)
 int korvane_get_device_id(korvane_h handle, char **device_id)
 {
     AgentCall call{handle, any_agent};
-    if (!call.require_given(device_id, "device_id").ready())
-        return call.result();
+    ReadyCall &ready = call.require_given(device_id, "device_id").ready();
+    if (!ready)
+        return ready.result();
 
     CText received;
-    if (int code = call.invoke<master::get_device_id>(received.out()))
+    if (int code = ready.invoke<master::get_device_id>(received.out()))
         return code;
     *device_id = received.release();
     return KORVANE_ERROR_NONE;
@@ -94,25 +95,25 @@ int korvane_get_easysetup_status(korvane_h handle, bool *status)
 {
     AgentCall call{handle, any_agent};
     call.require_given(status, "status");
-    return call.invoke<master::get_easysetup_status>(status);
+    return call.ready().invoke<master::get_easysetup_status>(status);
 }
 
 int korvane_reset(korvane_h handle)
 {
     AgentCall call{handle, any_agent};
-    return call.invoke<master::reset>();
+    return call.ready().invoke<master::reset>();
 }
 
 int korvane_send_reset_confirm(korvane_h handle, bool confirm)
 {
     AgentCall call{handle, any_agent};
-    return call.invoke<master::send_reset_confirm>(confirm);
+    return call.ready().invoke<master::send_reset_confirm>(confirm);
 }
 
 int korvane_send_user_confirm(korvane_h handle, bool confirm)
 {
     AgentCall call{handle, any_agent};
-    return call.invoke<master::send_user_confirm>(confirm);
+    return call.ready().invoke<master::send_user_confirm>(confirm);
 }
 
 int korvane_set_device_property(korvane_h handle, const char *dev_name, int wifi_mode, int wifi_freq)
@@ -120,10 +121,11 @@ int korvane_set_device_property(korvane_h handle, const char *dev_name, int wifi
     log::info()("dev_name [%s], wifi_mode [0x%x], wifi_freq [0x%x]"_fmt, or_null(dev_name), wifi_mode, wifi_freq);
     AgentCall call{handle, any_agent};
     require_property(call, dev_name, wifi_mode, wifi_freq);
-    if (!call.ready())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
-    return call.invoke<master::set_device_property>(dev_name, wifi_mode, wifi_freq);
+    return ready.invoke<master::set_device_property>(dev_name, wifi_mode, wifi_freq);
 }
 
 int korvane_set_device_property_with_wifi_authtype(korvane_h handle, const char *dev_name, int wifi_mode, int wifi_freq,
@@ -136,19 +138,20 @@ int korvane_set_device_property_with_wifi_authtype(korvane_h handle, const char 
     call.require(wifi_authtype_array && wifi_authtype_count > 0,
                  "Invalid param, wifi_authtype_array=[%p], wifi_authtype_count=[%d]"_fmt, wifi_authtype_array,
                  wifi_authtype_count);
-    if (!call.ready())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
-    const Json request = create_command(call, property::command.number);
-    if (!call.passed())
-        return call.result();
+    const Json request = create_command(ready, property::command.number);
+    if (!ready.passed())
+        return ready.result();
     Json authtypes{cJSON_CreateIntArray(wifi_authtype_array, wifi_authtype_count)};
     const bool whole = cJSON_AddStringToObject(request.get(), property::dev_name.key, dev_name) &&
                        cJSON_AddNumberToObject(request.get(), property::wifi_mode.key, wifi_mode) &&
                        cJSON_AddNumberToObject(request.get(), property::wifi_freq.key, wifi_freq) && authtypes &&
                        cJSON_AddItemToObject(request.get(), property::wifi_authtype.key, authtypes.get());
-    if (!call.require_memory(whole).passed())
-        return call.result();
+    if (!ready.require_memory(whole).passed())
+        return ready.result();
     authtypes.release();
-    return invoke_command(call, request.get());
+    return invoke_command(ready, request.get());
 }

@@ -60,64 +60,69 @@ int korvane_get_device_owned_status(korvane_h handle, bool *is_owned)
 {
     AgentCall call{handle, since(1, 2)};
     call.require_given(is_owned, "is_owned");
-    return call.invoke<master::get_device_owned_status>(is_owned);
+    return call.ready().invoke<master::get_device_owned_status>(is_owned);
 }
 
 int korvane_set_regist_set_device(korvane_h handle, const char *rsd)
 {
     AgentCall call{handle, since(1, 1)};
     call.require_given(rsd, "rsd");
-    return call.invoke<master::set_regist_set_device>(rsd);
+    return call.ready().invoke<master::set_regist_set_device>(rsd);
 }
 
 int korvane_set_nick_name(korvane_h handle, int device_no, const char *nick)
 {
     AgentCall call{handle, since(1, 2)};
-    if (!call.require_given(nick, "nick").require(device_no >= 0, "Invalid device no [%d]"_fmt, device_no).ready())
-        return call.result();
+    ReadyCall &ready =
+        call.require_given(nick, "nick").require(device_no >= 0, "Invalid device no [%d]"_fmt, device_no).ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("nick [%s], device_no [%d]"_fmt, nick, device_no);
-    return call.invoke<master::set_nick_name>(device_no, nick);
+    return ready.invoke<master::set_nick_name>(device_no, nick);
 }
 
 int korvane_set_device_name(korvane_h handle, const char *device_name)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require_given(device_name, "device name").ready())
-        return call.result();
+    ReadyCall &ready = call.require_given(device_name, "device name").ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("device_name [%s]"_fmt, device_name);
-    return call.invoke<master::set_device_name>(device_name);
+    return ready.invoke<master::set_device_name>(device_name);
 }
 
 int korvane_set_device_name_with_device_no(korvane_h handle, const char *device_name, int device_no)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no)
-             .require_given(device_name, "device name")
-             .ready())
-        return call.result();
+    ReadyCall &ready = call.require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no)
+                           .require_given(device_name, "device name")
+                           .ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("device_name [%s], device_no [%d]"_fmt, device_name, device_no);
     // The agent takes the number first.
-    return call.invoke<master::set_device_name_with_device_no>(device_no, device_name);
+    return ready.invoke<master::set_device_name_with_device_no>(device_no, device_name);
 }
 
 int korvane_set_device_type_with_device_no(korvane_h handle, int device_no, const char *device_type)
 {
     AgentCall call{handle, since(2, 0)};
-    if (!call.require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no)
-             .require_given(device_type, "device type")
-             .ready())
-        return call.result();
+    ReadyCall &ready = call.require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no)
+                           .require_given(device_type, "device type")
+                           .ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("device_type [%s], device_no [%d]"_fmt, device_type, device_no);
-    const Json request = create_command(call, device_type_command::command.number);
-    if (!call.passed())
-        return call.result();
+    const Json request = create_command(ready, device_type_command::command.number);
+    if (!ready.passed())
+        return ready.result();
     const bool whole = cJSON_AddNumberToObject(request.get(), master::commands::device_no.key, device_no) &&
                        cJSON_AddStringToObject(request.get(), device_type_command::device_type.key, device_type);
-    if (!call.require_memory(whole).passed())
-        return call.result();
-    return invoke_command(call, request.get());
+    if (!ready.require_memory(whole).passed())
+        return ready.result();
+    return invoke_command(ready, request.get());
 }

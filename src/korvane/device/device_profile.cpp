@@ -70,8 +70,9 @@ int korvane_device_profile_info_set_serial_number(korvane_device_profile_info_h 
 int korvane_set_device_profile_info(korvane_h handle, korvane_device_profile_info_h dev_profile)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.require_given(dev_profile, "dev_profile_h").ready() || !has_object(call, dev_profile))
-        return call.result();
+    ReadyCall &ready = call.require_given(dev_profile, "dev_profile_h").ready();
+    if (!ready || !has_object(ready, dev_profile))
+        return ready.result();
 
-    return invoke_with_json<master::set_device_profile>(call, dev_profile->object.get(), device_itself);
+    return invoke_with_json<master::set_device_profile>(ready, dev_profile->object.get(), device_itself);
 }

@@ -71,5 +71,5 @@ int korvane_set_last_status_info(korvane_h handle, korvane_last_status_info_h la
 {
     AgentCall call{handle, since(1, 1)};
     call.require_given(last_status_info, "last_status_info_h");
-    return call.invoke<master::set_last_status_info>(record_of(last_status_info));
+    return call.ready().invoke<master::set_last_status_info>(record_of(last_status_info));
 }

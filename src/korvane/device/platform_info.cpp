@@ -80,12 +80,14 @@ int korvane_set_platform_info(korvane_h handle, korvane_platform_info_h platform
 {
     AgentCall call{handle, since(1, 1)};
     call.require_given(platform_info, "platform_info_h");
-    if (!require_agents_format(call, platform_info) || !call.ready())
-        return call.result();
+    require_agents_format(call, platform_info);
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
     if (platform_info->format == WireFormat::record)
-        return call.invoke<master::set_platform_info>(platform_info->record());
-    return invoke_with_json<master::set_platform_info_with_device_no>(call, platform_info->json.get(), device_itself);
+        return ready.invoke<master::set_platform_info>(platform_info->record());
+    return invoke_with_json<master::set_platform_info_with_device_no>(ready, platform_info->json.get(), device_itself);
 }
 
 int korvane_set_platform_info_with_device_no(korvane_h handle, korvane_platform_info_h platform_info, int device_no)
@@ -94,8 +96,10 @@ int korvane_set_platform_info_with_device_no(korvane_h handle, korvane_platform_
     AgentCall call{handle, since(1, 2)};
     call.require_given(platform_info, "platform_info_h")
         .require(device_no >= 0, "Invalid device_no : [%d]"_fmt, device_no);
-    if (!require_agents_format(call, platform_info) || !call.ready())
-        return call.result();
+    require_agents_format(call, platform_info);
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
-    return invoke_with_json<master::set_platform_info_with_device_no>(call, platform_info->json.get(), device_no);
+    return invoke_with_json<master::set_platform_info_with_device_no>(ready, platform_info->json.get(), device_no);
 }

@@ -37,7 +37,7 @@ public:
     korvane_sub_dev_prs_h *release() { return items_.release(); }
 
     /// Adds an element of the document. Returns false, with a log line, if it lacks a member or memory runs out.
-    bool fill(AgentCall &call, int index, const cJSON *element)
+    bool fill(ReadyCall &call, int index, const cJSON *element)
     {
         const cJSON *device_id = cJSON_GetObjectItem(element, master::documents::presence::device_id.key);
         const cJSON *presence = cJSON_GetObjectItem(element, master::documents::presence::state.key);
@@ -74,68 +74,73 @@ void _get_group_id_cb(void *user_data, const char *group_id)
 int korvane_register_sub_device(korvane_h handle, int device_no, const char *device_id)
 {
     AgentCall call{handle, since(1, 1)};
-    if (!call.require_given(device_id, "device_id")
-             .require(device_no > 0, "Invalid device_no [%d]"_fmt, device_no)
-             .ready())
-        return call.result();
+    ReadyCall &ready = call.require_given(device_id, "device_id")
+                           .require(device_no > 0, "Invalid device_no [%d]"_fmt, device_no)
+                           .ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("device_no [%d]"_fmt, device_no);
-    return call.invoke<master::register_sub_device>(device_no, device_id);
+    return ready.invoke<master::register_sub_device>(device_no, device_id);
 }
 
 int korvane_unregister_sub_device(korvane_h handle, int device_no)
 {
     AgentCall call{handle, since(1, 1)};
     call.require(device_no > 0, "Invalid device_no [%d]"_fmt, device_no);
-    return call.invoke<master::unregister_sub_device>(device_no);
+    return call.ready().invoke<master::unregister_sub_device>(device_no);
 }
 
 int korvane_set_sub_device_presence(korvane_h handle, const int *device_no_list, int device_count, bool presence)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.require_given(device_no_list, "device_no_list")
-             .require(device_count > 0, "Invalid device_count [%d]"_fmt, device_count)
-             .ready())
-        return call.result();
+    ReadyCall &ready = call.require_given(device_no_list, "device_no_list")
+                           .require(device_count > 0, "Invalid device_count [%d]"_fmt, device_count)
+                           .ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("device_count [%d], presence [%s]"_fmt, device_count, presence ? "true" : "false");
     rpc_port_array_int_h created = nullptr;
     rpc_port_array_int_create(&created);
     Owned<master::Array<int>> numbers{created};
-    if (!call.require(bool(numbers), KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_int_create() is failed"_fmt).passed())
-        return call.result();
-    if (!call.require(rpc_port_array_int_set_array_ints(numbers.get(), device_no_list, device_count) == 0,
+    if (!ready.require(bool(numbers), KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_int_create() is failed"_fmt)
+             .passed())
+        return ready.result();
+    if (!ready
+             .require(rpc_port_array_int_set_array_ints(numbers.get(), device_no_list, device_count) == 0,
                       KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_array_int_set_array_ints() is failed"_fmt)
              .passed())
-        return call.result();
-    return call.invoke<master::set_sub_device_presence>(numbers.get(), presence);
+        return ready.result();
+    return ready.invoke<master::set_sub_device_presence>(numbers.get(), presence);
 }
 
 int korvane_get_sub_device_presence_list(korvane_h handle, korvane_sub_dev_prs_h **prs_list, int *count)
 {
     AgentCall call{handle, since(1, 6)};
-    if (!call.require_given(prs_list, "prs_list_h").require_given(count, "count").ready())
-        return call.result();
+    ReadyCall &ready = call.require_given(prs_list, "prs_list_h").require_given(count, "count").ready();
+    if (!ready)
+        return ready.result();
 
     CText text;
-    if (int code = call.invoke<master::get_sub_device_presence>(text.out()))
+    if (int code = ready.invoke<master::get_sub_device_presence>(text.out()))
         return code;
-    if (!call.require(bool(text), KORVANE_ERROR_OPERATION_FAILED, "prs_list_json_str is NULL"_fmt).passed())
-        return call.result();
+    if (!ready.require(bool(text), KORVANE_ERROR_OPERATION_FAILED, "prs_list_json_str is NULL"_fmt).passed())
+        return ready.result();
     Json array{cJSON_Parse(text.get())};
-    if (!call.require(cJSON_IsArray(array.get()), KORVANE_ERROR_OPERATION_FAILED, "json_array is NULL"_fmt).passed())
-        return call.result();
+    if (!ready.require(cJSON_IsArray(array.get()), KORVANE_ERROR_OPERATION_FAILED, "json_array is NULL"_fmt).passed())
+        return ready.result();
     const int size = cJSON_GetArraySize(array.get());
-    if (!call.require(size > 0, KORVANE_ERROR_NO_DATA, "There is no registered sub device"_fmt).passed())
-        return call.result();
+    if (!ready.require(size > 0, KORVANE_ERROR_NO_DATA, "There is no registered sub device"_fmt).passed())
+        return ready.result();
 
     PresenceList list{size};
-    if (!call.require(bool(list), KORVANE_ERROR_OUT_OF_MEMORY, "sub_dev_prs_list is NULL"_fmt).passed())
-        return call.result();
+    if (!ready.require(bool(list), KORVANE_ERROR_OUT_OF_MEMORY, "sub_dev_prs_list is NULL"_fmt).passed())
+        return ready.result();
     int index = 0;
     for (const cJSON *element = array.get()->child; element; element = element->next)
-        if (!list.fill(call, index++, element))
-            return call.result();
+        if (!list.fill(ready, index++, element))
+            return ready.result();
     *prs_list = list.release();
     *count = size;
     return KORVANE_ERROR_NONE;
@@ -171,5 +176,5 @@ int korvane_get_group_id(korvane_h handle, korvane_get_group_id_cb callback, voi
 {
     AgentCall call{handle, since(1, 5)};
     call.require_given(callback, "get_group_id_cb");
-    return request_once<master::get_group_id, _get_group_id_cb>(call, callback, user_data);
+    return request_once<master::get_group_id, _get_group_id_cb>(call.ready(), callback, user_data);
 }

@@ -103,7 +103,7 @@ bool fill_document(LocalCall &call, korvane_aplist_s &list, int count)
     return call.require(whole, KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed();
 }
 
-int send_records(AgentCall &call, const korvane_aplist_s &list, int req_id)
+int send_records(ReadyCall &call, const korvane_aplist_s &list, int req_id)
 {
     rpc_port_array_korvane_ap_info_h array = nullptr;
     if (!call.require(rpc_port_array_korvane_ap_info_create(&array) == 0, KORVANE_ERROR_OUT_OF_MEMORY,
@@ -121,7 +121,7 @@ int send_records(AgentCall &call, const korvane_aplist_s &list, int req_id)
 }
 
 /// Adds the members that make the list a request. They stay in the application's list.
-int send_document(AgentCall &call, cJSON *list, int req_id)
+int send_document(ReadyCall &call, cJSON *list, int req_id)
 {
     bool whole = add_command(list, request::command.number);
     if (whole && !cJSON_AddNumberToObject(list, request::req_id.key, req_id)) {
@@ -219,10 +219,11 @@ int korvane_send_ap_list(korvane_h handle, korvane_aplist_h list, int req_id)
     AgentCall call{handle, any_agent};
     call.require_given(list, "ap_list_h");
     require_agents_format(call, list);
-    if (!call.ready())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("req_id [%u]"_fmt, static_cast<unsigned>(req_id));
-    return list->format == WireFormat::record ? send_records(call, *list, req_id)
-                                              : send_document(call, list->json.get(), req_id);
+    return list->format == WireFormat::record ? send_records(ready, *list, req_id)
+                                              : send_document(ready, list->json.get(), req_id);
 }

@@ -60,20 +60,20 @@ int korvane_set_random_pin(korvane_h handle, const char *pin)
     AgentCall call{handle, since(1, 4)};
     call.require_given(pin, "pin");
     call.require(!pin || *pin, "pin is not valid"_fmt);
-    return call.invoke<master::set_random_pin>(pin);
+    return call.ready().invoke<master::set_random_pin>(pin);
 }
 
 int korvane_unset_random_pin(korvane_h handle)
 {
     AgentCall call{handle, since(1, 4)};
-    return call.invoke<master::unset_random_pin>();
+    return call.ready().invoke<master::unset_random_pin>();
 }
 
 int korvane_set_preconfigured_pin(korvane_h handle, const char *pin)
 {
     AgentCall call{handle, any_agent};
     call.require_given(pin, "pin");
-    return call.invoke<master::set_preconfigured_pin>(pin);
+    return call.ready().invoke<master::set_preconfigured_pin>(pin);
 }
 
 int korvane_set_stop_soft_ap_cb(korvane_h handle, korvane_stop_soft_ap_cb callback, void *user_data)
@@ -89,19 +89,21 @@ int korvane_unset_stop_soft_ap_cb(korvane_h handle)
 int korvane_set_mot_status(korvane_h handle, bool enable)
 {
     AgentCall call{handle, any_agent};
-    if (!call.ready())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("enable [%s]"_fmt, enable ? "true" : "false");
-    return call.invoke<master::set_mot_status>(enable);
+    return ready.invoke<master::set_mot_status>(enable);
 }
 
 int korvane_set_gatt_ble(korvane_h handle, bool enable)
 {
     AgentCall call{handle, since(1, 4)};
-    if (!call.ready())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("enable [%s]"_fmt, enable ? "true" : "false");
-    return call.invoke<master::set_gatt_ble>(enable);
+    return ready.invoke<master::set_gatt_ble>(enable);
 }

@@ -34,7 +34,7 @@ using ProvisioningGetRequested =
 using Languages = RecordArray<master::language_info_array>;
 
 /// Appends one record for each of the texts.
-bool fill(AgentCall &call, Languages &records, const char *const *texts, int count)
+bool fill(ReadyCall &call, Languages &records, const char *const *texts, int count)
 {
     if (!append_records(records, count, rpc_port_korvane_language_info_create)) {
         master::log::error(call.caller())("Failed to create korvane_language_info handle"_fmt);
@@ -55,74 +55,80 @@ bool fill(AgentCall &call, Languages &records, const char *const *texts, int cou
 int korvane_set_language_list(korvane_h handle, const char *const *language_list, int count)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.require(language_list && count > 0, "Invalid param : language_list=[%p], count=[%d]"_fmt, language_list,
-                      count)
-             .ready())
-        return call.result();
+    ReadyCall &ready = call.require(language_list && count > 0, "Invalid param : language_list=[%p], count=[%d]"_fmt,
+                                    language_list, count)
+                           .ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("count [%d]"_fmt, count);
     rpc_port_array_korvane_language_info_h array = nullptr;
-    if (!call.require(rpc_port_array_korvane_language_info_create(&array) == 0, KORVANE_ERROR_OUT_OF_MEMORY,
+    if (!ready
+             .require(rpc_port_array_korvane_language_info_create(&array) == 0, KORVANE_ERROR_OUT_OF_MEMORY,
                       "rpc_port_array_korvane_language_info_create() failed"_fmt)
              .passed())
-        return call.result();
+        return ready.result();
     const Owned owner{array};
 
     Languages records;
-    if (!fill(call, records, language_list, count))
-        return call.result();
-    if (!call.require(rpc_port_array_korvane_language_info_set_array_korvane_language_infos(array, records.items,
+    if (!fill(ready, records, language_list, count))
+        return ready.result();
+    if (!ready
+             .require(rpc_port_array_korvane_language_info_set_array_korvane_language_infos(array, records.items,
                                                                                             count) == 0,
                       KORVANE_ERROR_OUT_OF_MEMORY,
                       "rpc_port_array_korvane_language_info_set_array_korvane_language_infos() failed"_fmt)
              .passed())
-        return call.result();
+        return ready.result();
     records.clear(); // the clones are enough while the agent is waited for
-    return call.invoke<master::set_language_list>(array);
+    return ready.invoke<master::set_language_list>(array);
 }
 
 int korvane_send_provisioning_language_setting_result(korvane_h handle, unsigned int req_id, bool result)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.ready())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("req_id [%u], result [%s]"_fmt, req_id, result ? "true" : "false");
-    return call.invoke<master::send_provisioning_language_setting_result>(static_cast<int>(req_id), result);
+    return ready.invoke<master::send_provisioning_language_setting_result>(static_cast<int>(req_id), result);
 }
 
 int korvane_set_provisioning_vendor_info(korvane_h handle, const char *prov_json_str)
 {
     AgentCall call{handle, since(1, 3)};
     call.require_given(prov_json_str, "prov_json_str");
-    return call.invoke<master::set_provisioning_vendor_info>(prov_json_str);
+    return call.ready().invoke<master::set_provisioning_vendor_info>(prov_json_str);
 }
 
 int korvane_set_wifi_connection_error_code(korvane_h handle, int error_code)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.ready())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("error_code [%d]"_fmt, error_code);
-    return call.invoke<master::set_wifi_connection_error_code>(error_code);
+    return ready.invoke<master::set_wifi_connection_error_code>(error_code);
 }
 
 int korvane_set_sso_list(korvane_h handle, const char *sso_list)
 {
     AgentCall call{handle, since(1, 3)};
     call.require_given(sso_list, "sso_list");
-    return call.invoke<master::set_sso_list>(sso_list);
+    return call.ready().invoke<master::set_sso_list>(sso_list);
 }
 
 int korvane_set_easysetup_version_info(korvane_h handle, const char *es_version_info)
 {
     AgentCall call{handle, since(1, 3)};
-    if (!call.require_given(es_version_info, "es_version_info").ready())
-        return call.result();
+    ReadyCall &ready = call.require_given(es_version_info, "es_version_info").ready();
+    if (!ready)
+        return ready.result();
 
     log::info()("es_version_info [%s]"_fmt, es_version_info);
-    return call.invoke<master::set_easysetup_version_info>(es_version_info);
+    return ready.invoke<master::set_easysetup_version_info>(es_version_info);
 }
 
 int korvane_set_provisioning_language_cb(korvane_h handle, korvane_provisioning_language_cb callback, void *user_data)

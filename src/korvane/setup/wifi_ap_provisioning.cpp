@@ -81,7 +81,7 @@ const RegistrationRow &row_of_agent()
 }
 
 /// Releases the data of the last event. `logged` says whether a present one is worth a line.
-void release_ap_info(AgentCall &call, bool logged)
+void release_ap_info(ReadyCall &call, bool logged)
 {
     Owned<korvane_ap_info_s> &ap_info = call.session()->event_data.ap_info;
     if (ap_info && logged)
@@ -94,20 +94,22 @@ void release_ap_info(AgentCall &call, bool logged)
 int korvane_set_wifi_ap_provisioning_cb(korvane_h handle, korvane_wifi_ap_provisioning_cb callback, void *user_data)
 {
     AgentCall call{handle, any_agent};
-    if (!call.require_given(callback, "callback").ready())
-        return call.result();
+    ReadyCall &ready = call.require_given(callback, "callback").ready();
+    if (!ready)
+        return ready.result();
 
-    release_ap_info(call, true);
-    return set_registration(call, row_of_agent(), reinterpret_cast<AnyFunction>(callback), nullptr, user_data);
+    release_ap_info(ready, true);
+    return set_registration(ready, row_of_agent(), reinterpret_cast<AnyFunction>(callback), nullptr, user_data);
 }
 
 int korvane_unset_wifi_ap_provisioning_cb(korvane_h handle)
 {
     AgentCall call{handle, any_agent};
-    if (!call.ready())
-        return call.result();
+    ReadyCall &ready = call.ready();
+    if (!ready)
+        return ready.result();
 
     const auto &ap_info = handle->event_data.ap_info;
-    release_ap_info(call, ap_info && ap_info->format == WireFormat::json);
-    return unset_registration(call, row_of_agent());
+    release_ap_info(ready, ap_info && ap_info->format == WireFormat::json);
+    return unset_registration(ready, row_of_agent());
 }

@@ -3,7 +3,7 @@
 
 #include "common/agent_state.hpp"
 #include "common/log.hpp"
-#include "src/korvane/core/session.hpp"
+#include "src/korvane/core/session/session.hpp"
 #include "src/korvane_master_proxy/exchange.hpp"
 
 #include <last_result.h>

@@ -2,8 +2,8 @@
 #include "common/update_monitor.hpp"
 
 #include "connection_events.hpp"
-#include "src/korvane/core/agent_call.hpp"
-#include "src/korvane/core/one_shot_request.hpp"
+#include "src/korvane/core/events/one_shot_request.hpp"
+#include "src/korvane/core/session/agent_call.hpp"
 
 #include <last_result.h>
 

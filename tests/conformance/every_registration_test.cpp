@@ -2,7 +2,7 @@
 // What the set and unset functions of all 23 registrations have in common.
 #include "every_pair.hpp"
 
-#include "src/korvane/core/session.hpp"
+#include "src/korvane/core/session/session.hpp"
 
 namespace kvtest {
 namespace {

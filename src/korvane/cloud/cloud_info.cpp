@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/command_document.hpp"
-#include "src/korvane/core/versioned_text.hpp"
+#include "src/korvane/core/documents/command_document.hpp"
+#include "src/korvane/core/documents/versioned_text.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 
 using namespace kv;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/one_shot_request.hpp"
+#include "src/korvane/core/events/one_shot_request.hpp"
 
 using namespace kv;
 using namespace kv::api;

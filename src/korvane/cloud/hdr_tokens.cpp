@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/json_members.hpp"
-#include "src/korvane/core/one_shot_request.hpp"
+#include "src/korvane/core/documents/json_members.hpp"
+#include "src/korvane/core/events/one_shot_request.hpp"
 
 using namespace kv;
 using namespace kv::api;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/json_members.hpp"
+#include "src/korvane/core/documents/json_members.hpp"
 
 using namespace kv;
 using namespace kv::api;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/event.hpp"
-#include "src/korvane/core/json_handle.hpp"
+#include "src/korvane/core/documents/json_handle.hpp"
+#include "src/korvane/core/events/event.hpp"
 
 using namespace kv;
 using namespace kv::api;

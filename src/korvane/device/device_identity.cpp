@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/command_document.hpp"
-#include "src/korvane/core/event.hpp"
-#include "src/korvane/core/zeroed_array.hpp"
+#include "src/korvane/core/documents/command_document.hpp"
+#include "src/korvane/core/events/event.hpp"
+#include "src/korvane/core/values/zeroed_array.hpp"
 #include "src/korvane_master_proxy/arrays.hpp"
 
 using namespace kv;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/json_handle.hpp"
+#include "src/korvane/core/documents/json_handle.hpp"
 
 using namespace kv;
 using namespace kv::api;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/json_members.hpp"
-#include "src/korvane/core/one_shot_request.hpp"
-#include "src/korvane/core/zeroed_array.hpp"
+#include "src/korvane/core/documents/json_members.hpp"
+#include "src/korvane/core/events/one_shot_request.hpp"
+#include "src/korvane/core/values/zeroed_array.hpp"
 #include "src/korvane_master_proxy/arrays.hpp"
 
 using namespace kv;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/event_slot.hpp"
-#include "src/korvane/core/json_members.hpp"
-#include "src/korvane/core/record_members.hpp"
+#include "src/korvane/core/documents/json_members.hpp"
+#include "src/korvane/core/session/event_slot.hpp"
+#include "src/korvane/core/values/record_members.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 
 using namespace kv;

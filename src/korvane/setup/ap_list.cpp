@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/command_document.hpp"
-#include "src/korvane/core/event.hpp"
-#include "src/korvane/core/record_array.hpp"
-#include "src/korvane/core/versioned_handle.hpp"
+#include "src/korvane/core/documents/command_document.hpp"
+#include "src/korvane/core/events/event.hpp"
+#include "src/korvane/core/values/record_array.hpp"
+#include "src/korvane/core/values/versioned_handle.hpp"
 #include "src/korvane_master_proxy/arrays.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/event.hpp"
-#include "src/korvane/core/record_members.hpp"
+#include "src/korvane/core/events/event.hpp"
+#include "src/korvane/core/values/record_members.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 
 /// The event with the data of device provisioning, and the getters of that data. The strings are names in log lines, which

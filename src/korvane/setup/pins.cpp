@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/event.hpp"
+#include "src/korvane/core/events/event.hpp"
 
 /// PINs of each kind, the end of the soft access point, and two switches. No line logs a PIN or its length.
 

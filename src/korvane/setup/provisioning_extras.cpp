@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/event.hpp"
-#include "src/korvane/core/record_array.hpp"
+#include "src/korvane/core/events/event.hpp"
+#include "src/korvane/core/values/record_array.hpp"
 #include "src/korvane_master_proxy/arrays.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "src/korvane/core/event.hpp"
+#include "src/korvane/core/events/event.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 
 /// The access point to join. There are two generations of the event: a record from older agents, a JSON document from

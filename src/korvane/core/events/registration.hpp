@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "agent_call.hpp"
-#include "session.hpp"
+#include "src/korvane/core/session/agent_call.hpp"
+#include "src/korvane/core/session/session.hpp"
 
 #include <cstdint>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "agent_call.hpp"
-#include "json_object.hpp"
+#include "src/korvane/core/session/agent_call.hpp"
+#include "src/korvane/core/values/json_object.hpp"
 #include "src/kv_master/documents.hpp"
 
 /// Getters of members of JSON documents, and sending a document as text.

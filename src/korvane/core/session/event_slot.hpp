@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "src/korvane/core/values/versioned_handle.hpp"
 #include "src/korvane_master_proxy/delegate.hpp"
-#include "versioned_handle.hpp"
 
 #include <korvane.h>
 

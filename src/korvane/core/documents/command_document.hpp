@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "agent_call.hpp"
-#include "json.hpp"
+#include "src/korvane/core/session/agent_call.hpp"
+#include "src/korvane/core/values/json.hpp"
 #include "src/kv_master/documents.hpp"
 
 /// Sending the documents of the generic method.

@@ -4,7 +4,7 @@
 #include "library_fixture.hpp"
 
 /// The functions that take the library's handle, as a table of what they have in common.
-namespace kvtest {
+namespace kv::test {
 
 struct Function {
     std::string name;
@@ -65,4 +65,4 @@ protected:
     static korvane_h bogus_handle() { return reinterpret_cast<korvane_h>(8); }
 };
 
-} // namespace kvtest
+} // namespace kv::test

@@ -3,7 +3,7 @@
 
 #include "common/agent_state.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 struct Version {
@@ -97,4 +97,4 @@ TEST_F(ReadingTheVersion, SupportIsAskedByTheAgentsIdAndTheInfoDestroyedWhatever
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

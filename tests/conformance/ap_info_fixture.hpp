@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 /// The access point to join, as the events bring it and the getters read it.
-namespace kvtest {
+namespace kv::test {
 
 inline constexpr int ok = KORVANE_ERROR_NONE;
 inline constexpr int failed = KORVANE_ERROR_OPERATION_FAILED;
@@ -99,4 +99,4 @@ inline const char *const whole_document =
     R"({"ap_ssid":"home","ap_pwd":"secret","ap_authtype":2,"ap_enctype":3,"ap_channel":6,"ap_bssid":"aa:bb",)"
     R"("ap_candidates":"[{\"ssid\":\"other\"}]"})";
 
-} // namespace kvtest
+} // namespace kv::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ap_info_fixture.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 struct NullCase {
@@ -197,4 +197,4 @@ TEST_F(WifiAp, GettersWithoutMemoryFailAndWriteNothing)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

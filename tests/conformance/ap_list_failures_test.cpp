@@ -3,7 +3,7 @@
 
 #include <set>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 TEST_F(ApList, OfCountZeroIsRefusedInBothGenerations)
@@ -303,4 +303,4 @@ TEST_F(ApList, SendRefusesItsHandleBeforeItsList)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

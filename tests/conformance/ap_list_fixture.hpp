@@ -4,7 +4,7 @@
 #include "setup_fixture.hpp"
 
 /// Access point lists, and the requests that carry them, by hand.
-namespace kvtest {
+namespace kv::test {
 
 inline constexpr int ok = KORVANE_ERROR_NONE;
 inline constexpr int no_memory = KORVANE_ERROR_OUT_OF_MEMORY;
@@ -77,4 +77,4 @@ inline Bytes request_of_document(const std::string &text)
     return bytes(i32(102), str(text));
 }
 
-} // namespace kvtest
+} // namespace kv::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ap_list_fixture.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 TEST_F(ApList, OfAnOldAgentIsSentAsRecords)
@@ -198,4 +198,4 @@ TEST_F(ApList, IsAnsweredFromInsideTheCallbackThatAsks)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -4,7 +4,7 @@
 #include <functional>
 #include <utility>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 /// What the callbacks of a test were recipient; the user data of all of them.
@@ -362,4 +362,4 @@ TEST_F(CloudDeviceList, WithoutMemoryIsDroppedWithALineAndTheNextOneDelivered)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -5,7 +5,7 @@
 
 #include <optional>
 
-namespace kvtest {
+namespace kv::test {
 
 inline constexpr int ok = KORVANE_ERROR_NONE;
 inline constexpr int bad_argument = KORVANE_ERROR_INVALID_PARAMETER;
@@ -73,4 +73,4 @@ protected:
     }
 };
 
-} // namespace kvtest
+} // namespace kv::test

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 class PlatformInfo : public CloudTest {
@@ -308,4 +308,4 @@ TEST_F(DeviceIdentity, SettingNickTwiceOnAProfileLeavesOneNickAndAllMembersTrave
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 class Keepalive : public CloudTest {
@@ -306,4 +306,4 @@ TEST_F(TcpHeader, WithoutMemoryForTheHolderTheAgentIsNotAsked)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cloud_fixture.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 class CustomPush : public CloudTest {
@@ -107,4 +107,4 @@ TEST_F(Terms, ThatAreNullAreRefusedBeforeTheUpdateGate)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cloud_requests.hpp"
 
-namespace kvtest {
+namespace kv::test {
 
 namespace {
 
@@ -184,4 +184,4 @@ const std::vector<CloudRequest> cloud_requests = {
 };
 // clang-format on
 
-} // namespace kvtest
+} // namespace kv::test

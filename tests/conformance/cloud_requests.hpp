@@ -4,7 +4,7 @@
 #include "cloud_fixture.hpp"
 
 /// The cloud functions that ask the agent, as a table of what they send.
-namespace kvtest {
+namespace kv::test {
 
 /// Objects that such functions take, filled in the form of an agent 2.3.
 struct CloudObjects {
@@ -35,4 +35,4 @@ std::ostream &operator<<(std::ostream &out, const CloudRequest &request);
 
 extern const std::vector<CloudRequest> cloud_requests;
 
-} // namespace kvtest
+} // namespace kv::test

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 std::string version_text(int version)
@@ -256,4 +256,4 @@ TEST_P(CloudRequestTest, WithoutMemoryFailsOrGoesWithoutAndWorksAfterwards)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

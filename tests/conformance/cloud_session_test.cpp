@@ -3,7 +3,7 @@
 
 #include <utility>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 constexpr const char *wrong_form_record = "handle was made for another agent version, in [record] form";
@@ -359,4 +359,4 @@ TEST_F(CloudSession, ThingStatusIsHandedOutOnSuccessOnly)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

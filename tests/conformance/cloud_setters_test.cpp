@@ -3,7 +3,7 @@
 
 #include <utility>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 /// A kind of object that the application fills: how it is made and ended, and what of it is sent.
@@ -380,4 +380,4 @@ TEST_F(CloudObjectsTest, AreNotMadeIntoANullPointer)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

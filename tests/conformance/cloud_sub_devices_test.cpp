@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cloud_fixture.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 class SubDevices : public CloudTest {
@@ -229,4 +229,4 @@ TEST_F(SubDevices, AnElementRefusesNullArgumentsOldAgentsAndMissingMemory)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

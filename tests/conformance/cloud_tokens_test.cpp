@@ -3,7 +3,7 @@
 
 #include <functional>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 /// What the token callbacks make of the agent's text.
@@ -183,4 +183,4 @@ TEST_F(CloudToken, GettersNeedAnAgent21)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

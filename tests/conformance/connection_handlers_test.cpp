@@ -5,7 +5,7 @@
 #include "src/korvane/connection_events.hpp"
 #include "src/korvane_master_proxy/connection.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 const std::string endpoint_message = "[__RPC_PORT__] endpoint(org.korvane.agent), port_name(kv_master)";
@@ -259,4 +259,4 @@ TEST_F(WithoutUserData, TheRejectedHandlerStops)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

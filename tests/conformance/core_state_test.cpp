@@ -2,7 +2,7 @@
 // Device id, setup status, device properties, and the four registrations that every agent knows.
 #include "setup_fixture.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -186,4 +186,4 @@ TEST_P(CoreRegistration, EventIsLoggedWithItsValuesAndReachesTheCallback)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 constexpr int ok = KORVANE_ERROR_NONE;
@@ -234,4 +234,4 @@ TEST_F(DeviceProvisioning, GettersAreNotSupportedWithoutTheAgent)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

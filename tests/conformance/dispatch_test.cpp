@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 const std::string received = "__kv_master_on_received";
@@ -291,4 +291,4 @@ TEST(CreationDeathTest, TheFirstDelegateOfAProcessHasSeqId1)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

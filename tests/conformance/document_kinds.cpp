@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "document_kinds.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 constexpr int ok = KORVANE_ERROR_NONE;
@@ -121,4 +121,4 @@ const std::vector<DocumentKind> &document_kinds()
     return kinds;
 }
 
-} // namespace kvtest
+} // namespace kv::test

@@ -4,7 +4,7 @@
 #include "setup_fixture.hpp"
 
 /// The documents that come from the agent, each with its members and the way in which it comes.
-namespace kvtest {
+namespace kv::test {
 
 /// A member of a document: its getter, for a handle of any type.
 struct Member {
@@ -31,4 +31,4 @@ inline std::ostream &operator<<(std::ostream &out, const DocumentKind &kind)
 
 const std::vector<DocumentKind> &document_kinds();
 
-} // namespace kvtest
+} // namespace kv::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "every_pair.hpp"
 
-namespace kvtest {
+namespace kv::test {
 
 namespace {
 
@@ -76,4 +76,4 @@ const std::vector<Pair> &every_pair()
     return pairs;
 }
 
-} // namespace kvtest
+} // namespace kv::test

@@ -4,7 +4,7 @@
 #include "setup_pairs.hpp"
 
 /// All 23 pairs of set and unset functions; that of the access point stands twice, once for each wire generation.
-namespace kvtest {
+namespace kv::test {
 
 const std::vector<Pair> &every_pair();
 
@@ -49,4 +49,4 @@ protected:
     int seq_id = 0; // of the first delegate
 };
 
-} // namespace kvtest
+} // namespace kv::test

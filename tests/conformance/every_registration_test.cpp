@@ -4,7 +4,7 @@
 
 #include "src/korvane/core/session/session.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -109,4 +109,4 @@ TEST_P(EveryRegistration, SetWithoutAHandleIsRefused)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -3,7 +3,7 @@
 
 #include <map>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 constexpr int ok = KORVANE_ERROR_NONE;
@@ -235,4 +235,4 @@ TEST_F(Failures, OfBundleCallsReadAsKeysThatAreNotThere)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -3,7 +3,7 @@
 
 #include "common/agent_state.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 constexpr int package_not_installed = -18153359;
@@ -238,4 +238,4 @@ TEST_F(NullCallback, OfSetRpcIoErrorIsRefusedWithItsOwnText)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -3,7 +3,7 @@
 
 #include <array>
 
-namespace kvtest {
+namespace kv::test {
 
 namespace {
 
@@ -29,7 +29,7 @@ std::string fields(const std::vector<std::string> &values)
 
 std::string shown(const kv::CText &text)
 {
-    return kvtest::shown(text.get());
+    return kv::test::shown(text.get());
 }
 
 } // namespace
@@ -230,4 +230,4 @@ std::string shown(rpc_port_korvane_cloud_info_h r)
                                   shown(r->refresh_token), shown(r->user_id), shown(r->client_id)});
 }
 
-} // namespace kvtest
+} // namespace kv::test

@@ -7,7 +7,7 @@
 #include <type_traits>
 
 /// Values that the golden parcels hold, and how values that were read are shown.
-namespace kvtest {
+namespace kv::test {
 
 template <class Function>
 struct FirstParameter;
@@ -64,4 +64,4 @@ std::string shown(kv::master::Array<Item> *array)
     return text + "]";
 }
 
-} // namespace kvtest
+} // namespace kv::test

@@ -3,7 +3,7 @@
 
 #include "golden.hpp"
 
-namespace kvtest {
+namespace kv::test {
 
 /// The number that the delegate in question has in golden parcels, and that of the one that goes with it.
 inline constexpr int seq_71 = 71;
@@ -42,4 +42,4 @@ inline std::ostream &operator<<(std::ostream &out, const GoldenDelegate &delegat
 
 std::vector<GoldenDelegate> golden_delegates();
 
-} // namespace kvtest
+} // namespace kv::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "golden_delegates.hpp"
 
-namespace kvtest {
+namespace kv::test {
 
 namespace {
 
@@ -229,4 +229,4 @@ std::vector<GoldenDelegate> golden_delegates()
     };
 }
 
-} // namespace kvtest
+} // namespace kv::test

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 class GoldenDelegateTest : public ProxyTest, public ::testing::WithParamInterface<GoldenDelegate> {
@@ -149,4 +149,4 @@ TEST(GoldenDelegates, CoverEveryTypeInOrder)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <functional>
 
-namespace kvtest {
+namespace kv::test {
 
 /// One method that carries no delegate: its request, and the out values of its reply with what they read as.
 struct GoldenMethod {
@@ -61,4 +61,4 @@ int sent_by(Value value, Call call)
 std::vector<GoldenMethod> golden_setup_methods();
 std::vector<GoldenMethod> golden_cloud_methods();
 
-} // namespace kvtest
+} // namespace kv::test

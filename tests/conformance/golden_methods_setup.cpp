@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "golden_methods.hpp"
 
-namespace kvtest {
+namespace kv::test {
 
 using H = ProxyHandle;
 
@@ -110,4 +110,4 @@ std::vector<GoldenMethod> golden_setup_methods()
     };
 }
 
-} // namespace kvtest
+} // namespace kv::test

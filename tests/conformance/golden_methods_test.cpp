@@ -6,7 +6,7 @@
 
 #include <map>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 std::vector<GoldenMethod> all_methods()
@@ -126,4 +126,4 @@ TEST(GoldenMethods, CoverEveryMethodOfTheInterface)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

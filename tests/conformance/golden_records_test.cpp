@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "golden.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 /// A record or an array: how a full one is made, its bytes, and what it reads as.
@@ -209,4 +209,4 @@ TEST_P(GoldenBytes, WriterAndReaderRefuseNull)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

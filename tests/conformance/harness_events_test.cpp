@@ -7,7 +7,7 @@
 
 #include <cstdlib>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -204,4 +204,4 @@ TEST(ReusedBlocks, AreThoseOfTheSameSizeThatWereFreedLast)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

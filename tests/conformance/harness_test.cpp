@@ -13,7 +13,7 @@
 #include <thread>
 
 /// The fakes must notice what they are there to notice.
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 class Harness : public ::testing::Test {
@@ -259,4 +259,4 @@ TEST_F(Harness, AFailedReallocationKeepsTheOldBlock)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

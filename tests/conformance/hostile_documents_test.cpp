@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 constexpr int ok = KORVANE_ERROR_NONE;
@@ -290,4 +290,4 @@ TEST_F(HostileList, WithHugeAndOddMembersIsReadWhole)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

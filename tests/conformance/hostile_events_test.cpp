@@ -6,7 +6,7 @@
 
 #include <set>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 using Strings = std::vector<std::string>;
@@ -297,4 +297,4 @@ TEST_F(EventStorm, WhoseEventsAreEachAnsweredWithACallKeepsRequestsAndRepliesInS
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

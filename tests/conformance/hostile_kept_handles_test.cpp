@@ -2,7 +2,7 @@
 // What has the same form for every agent stays good when the agent is replaced, as far as the new one knows it.
 #include "hostile_updates.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 using Profile = korvane_device_profile_info_h;
@@ -119,4 +119,4 @@ TEST_F(Update, LeavesWhatTheAgentGaveReadableUnlessTheNewOneDoesNotKnowIt)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

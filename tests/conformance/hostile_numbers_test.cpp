@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 constexpr int highest = 2147483647;
@@ -230,4 +230,4 @@ TEST_F(ManySubDevices, TenThousandAreToldWholeAndReadBackWhole)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

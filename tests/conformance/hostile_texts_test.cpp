@@ -8,7 +8,7 @@
 #include <iterator>
 #include <map>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 /// Lone continuation bytes, an overlong form, a surrogate, a cut sequence, bytes that never occur.
@@ -290,4 +290,4 @@ TEST_F(NetworkName, OfTwoHundredAccessPointsWithEveryMemberTravelsInEitherForm)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

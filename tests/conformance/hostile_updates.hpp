@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 /// Handles that outlive their agent: how they are made, used and ended, whatever they are.
-namespace kvtest {
+namespace kv::test {
 
 inline constexpr int ok = KORVANE_ERROR_NONE;
 inline constexpr int refused = KORVANE_ERROR_INVALID_PARAMETER;
@@ -104,4 +104,4 @@ protected:
     }
 };
 
-} // namespace kvtest
+} // namespace kv::test

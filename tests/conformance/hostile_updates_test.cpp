@@ -3,7 +3,7 @@
 // other: it is refused, and good again once an agent of its own kind is back.
 #include "hostile_updates.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 using Cloud = korvane_cloud_info_h;
@@ -220,4 +220,4 @@ TEST_F(UpdateOfAnAccessPoint, BetweenTheRegistrationAndTheEventDeliversItInItsOw
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -2,7 +2,7 @@
 #include "library_fixture.hpp"
 
 #include "common/agent_state.hpp"
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 constexpr const char *initialize_name = "korvane_initialize";
@@ -297,4 +297,4 @@ TEST_F(Deinitialize, ReleasesOutstandingOneShotRequestsUncalled)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <utility>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 const std::string stop_name = "rpc_port_proxy_kv_master_invoke_stop";
@@ -219,4 +219,4 @@ TEST_F(Invocation, WithAFailureOfAnyPlatformCallLeavesNothingBehindAndSendsNoHal
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -3,7 +3,7 @@
 
 #include <glib.h>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 const LogLine notice_entered = api_info("_master_rpc_io_error_cb", ">>> called");
@@ -223,4 +223,4 @@ TEST_F(IoErrorCallback, IsSetAndUnsetWithoutAskingTheAgent)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

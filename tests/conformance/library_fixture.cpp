@@ -2,7 +2,7 @@
 #include "library_fixture.hpp"
 
 #include "common/agent_state.hpp"
-namespace kvtest {
+namespace kv::test {
 
 namespace {
 
@@ -76,4 +76,4 @@ void LibraryTest::forget_the_agent()
     kv::agent.version = 0;
 }
 
-} // namespace kvtest
+} // namespace kv::test

@@ -13,7 +13,7 @@ namespace kv::api {
 extern korvane_h live_session; // what it points to is none of a test's business
 }
 
-namespace kvtest {
+namespace kv::test {
 
 inline constexpr const char *update_event = "org.korvane.ServiceManager.UpdateStatus";
 
@@ -62,4 +62,4 @@ protected:
     void end_run() override;
 };
 
-} // namespace kvtest
+} // namespace kv::test

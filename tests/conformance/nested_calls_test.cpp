@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 class NestedCall : public NestedTest {
@@ -258,4 +258,4 @@ TEST_F(NestedCall, InsideTheRequestsOfTheConnectedHandler)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -4,7 +4,7 @@
 
 #include <optional>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 /// Where the outer call stores its results.
@@ -454,4 +454,4 @@ TEST_F(UndoneInitialize, MayBeginAnewInThatReport)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -8,7 +8,7 @@
 
 /// Calls inside calls: the platform raises events inside a send or a wait, and the application's callback calls the
 /// library again.
-namespace kvtest {
+namespace kv::test {
 
 inline constexpr int ok = KORVANE_ERROR_NONE;
 inline constexpr int failed = KORVANE_ERROR_OPERATION_FAILED;
@@ -114,4 +114,4 @@ protected:
     std::set<int> unanswered;   // request numbers
 };
 
-} // namespace kvtest
+} // namespace kv::test

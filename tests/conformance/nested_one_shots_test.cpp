@@ -2,7 +2,7 @@
 // One-shot requests whose answer arrives while the request is still being made.
 #include "nested_fixture.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 struct OneShot {
@@ -319,4 +319,4 @@ TEST_P(EarlyAnswer, IsNeverDeliveredWhenTheLinkBreaksInsideTheRequest)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -3,7 +3,7 @@
 #include "every_pair.hpp"
 #include "nested_fixture.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 /// All 23 pairs, that of the access point once for each wire format. Another event, the trigger, lets the application act.
@@ -509,4 +509,4 @@ TEST_F(NestedWifiRegistration, AnEventOfTheNestedSetInsideTheOuterOneLeavesNothi
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-namespace kvtest {
+namespace kv::test {
 
 namespace {
 
@@ -90,4 +90,4 @@ int last_seq_id(const Log &log)
     throw std::logic_error("no delegate was created");
 }
 
-} // namespace kvtest
+} // namespace kv::test

@@ -9,7 +9,7 @@
 #include <functional>
 #include <string>
 
-namespace kvtest {
+namespace kv::test {
 
 inline constexpr const char *agent_appid = "org.korvane.agent";
 
@@ -43,4 +43,4 @@ unsigned run_main_loop();
 /// The number that the delegate created last was given.
 int last_seq_id(const Log &log);
 
-} // namespace kvtest
+} // namespace kv::test

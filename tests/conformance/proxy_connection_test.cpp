@@ -3,7 +3,7 @@
 
 #include "src/korvane_master_proxy/connection.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 using Told = std::vector<std::string>;
@@ -188,4 +188,4 @@ TEST_F(ProxyConnection, EveryFailureOfCreateLeavesNothingAllocated)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

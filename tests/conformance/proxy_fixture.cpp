@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "proxy_fixture.hpp"
 
-namespace kvtest {
+namespace kv::test {
 
 namespace {
 
@@ -58,4 +58,4 @@ void ProxyTest::end_run()
     PlatformTest::end_run();
 }
 
-} // namespace kvtest
+} // namespace kv::test

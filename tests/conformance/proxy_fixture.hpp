@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace kvtest {
+namespace kv::test {
 
 using ProxyHandle = rpc_port_proxy_kv_master_h;
 
@@ -39,4 +39,4 @@ Delegate numbered(Delegate delegate, int seq_id)
     return delegate;
 }
 
-} // namespace kvtest
+} // namespace kv::test

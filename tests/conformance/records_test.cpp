@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 class Records : public PlatformTest {
@@ -299,4 +299,4 @@ TEST_F(Arrays, SettingWithoutMemoryFailsAndLeavesAnArrayThatCanBeDestroyed)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

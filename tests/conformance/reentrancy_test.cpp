@@ -3,7 +3,7 @@
 
 #include <utility>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 void ignore_status(int, korvane_h, int, void *) {}
@@ -212,4 +212,4 @@ TEST_F(DuringItsOwnCallback, AnIoErrorSchedulesTheNextNotice)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

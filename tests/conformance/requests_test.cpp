@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "agent_functions.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 /// What becomes of a request, for every function that asks the agent.
@@ -292,4 +292,4 @@ TEST_F(StartAsync, AnEventCutShortIsDroppedAndTheAnswerStillAwaited)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -7,7 +7,7 @@
 
 #include <sstream>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 constexpr int ok = KORVANE_ERROR_NONE;
@@ -380,4 +380,4 @@ TEST_F(Secrets, OfAnUpdatesAnnouncementAreInNoLogLine)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "setup_commands.hpp"
 
-namespace kvtest {
+namespace kv::test {
 
 const std::vector<Command> setup_commands = {
     {"SetRandomPin",
@@ -124,4 +124,4 @@ const std::vector<Command> setup_commands = {
      {"es_version_info [es 3]"}},
 };
 
-} // namespace kvtest
+} // namespace kv::test

@@ -4,7 +4,7 @@
 #include "setup_fixture.hpp"
 
 /// The commands of the easy setup: one row per function and wire generation.
-namespace kvtest {
+namespace kv::test {
 
 struct Command {
     std::string label; // in the test's name
@@ -23,4 +23,4 @@ inline std::ostream &operator<<(std::ostream &out, const Command &command)
     return out << command.label;
 }
 
-} // namespace kvtest
+} // namespace kv::test

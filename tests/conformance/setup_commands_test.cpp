@@ -3,7 +3,7 @@
 
 #include <set>
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 constexpr int package_not_installed = -18153359;
@@ -337,4 +337,4 @@ TEST_F(Pins, RandomPinWithAnAgentOf13IsRefusedBeforeItsArgumentsAreLookedAt)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace kvtest {
+namespace kv::test {
 
 /// The application's side of events: what its callbacks were seen, and what it does inside the next of them.
 struct Recorder {
@@ -110,4 +110,4 @@ inline int outcome_of_request(const std::string &failed)
     return KORVANE_ERROR_OPERATION_FAILED; // the request cannot be written, or the reply not read
 }
 
-} // namespace kvtest
+} // namespace kv::test

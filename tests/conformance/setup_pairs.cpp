@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "setup_pairs.hpp"
 
-namespace kvtest {
+namespace kv::test {
 
 namespace {
 
@@ -147,4 +147,4 @@ const std::vector<Pair> setup_pairs = {
        {api_info("_provisioning_get_requested_cb", "text length [4], value [8]")}}}},
 };
 
-} // namespace kvtest
+} // namespace kv::test

@@ -4,7 +4,7 @@
 #include "setup_fixture.hpp"
 
 /// The events of the easy setup: one row per pair of set and unset functions, and per wire generation.
-namespace kvtest {
+namespace kv::test {
 
 /// One event of a pair.
 struct PairEvent {
@@ -37,4 +37,4 @@ inline std::ostream &operator<<(std::ostream &out, const Pair &pair)
     return out << pair.label;
 }
 
-} // namespace kvtest
+} // namespace kv::test

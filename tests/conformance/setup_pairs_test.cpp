@@ -3,7 +3,7 @@
 // and log texts are the contract of the library, typed by hand.
 #include "setup_pairs.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 constexpr int package_not_installed = -18153359;
@@ -397,4 +397,4 @@ TEST_P(SetupPair, AThousandEventsAreAllDelivered)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

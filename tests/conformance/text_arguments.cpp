@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-namespace kvtest {
+namespace kv::test {
 
 namespace {
 
@@ -207,4 +207,4 @@ int version_number(const std::string &version)
     return 1000 * major + minor;
 }
 
-} // namespace kvtest
+} // namespace kv::test

@@ -4,7 +4,7 @@
 #include "setup_fixture.hpp"
 
 /// Every text that an application hands to the library: one row for each argument, up to the agent.
-namespace kvtest {
+namespace kv::test {
 
 struct TextArgument {
     std::string function; // that takes it
@@ -41,4 +41,4 @@ Bytes raw(std::string_view text);
 /// "2.3" is 2003.
 int version_number(const std::string &version);
 
-} // namespace kvtest
+} // namespace kv::test

@@ -3,7 +3,7 @@
 
 #include "common/agent_state.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 using kv::agent;
@@ -222,4 +222,4 @@ TEST_F(UpdateMonitor, AFailureOfAnyBundleFunctionReadsAsAKeyThatIsNotThere)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

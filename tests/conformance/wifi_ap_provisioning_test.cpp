@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ap_info_fixture.hpp"
 
-namespace kvtest {
+namespace kv::test {
 namespace {
 
 TEST_F(WifiAp, StaysReadableUntilTheNextEvent)
@@ -211,4 +211,4 @@ TEST_F(WifiAp, ACallbackMayReleaseTheAccessPointThatItReads)
 }
 
 } // namespace
-} // namespace kvtest
+} // namespace kv::test

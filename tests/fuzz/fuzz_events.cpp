@@ -78,7 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         give_to_agent(link.handle, proxy::create_delegate<D>(callback, true, &first_seq_id), next++);
     });
     // The same event twice: a delegate for a single use must not fire again.
-    kvtest::Bytes parcel(data, data + size);
+    kv::test::Bytes parcel(data, data + size);
     link.proxy().push_event(parcel);
     link.proxy().push_event(parcel);
     return 0;

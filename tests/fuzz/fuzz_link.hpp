@@ -12,7 +12,7 @@ class FuzzLink {
 public:
     FuzzLink()
     {
-        kvtest::FakePlatform::instance().reset();
+        kv::test::FakePlatform::instance().reset();
         static const rpc_port_proxy_kv_master_callback_s no_callbacks{};
         if (rpc_port_proxy_kv_master_create("agent", &no_callbacks, nullptr, &handle) != 0)
             std::abort();
@@ -25,7 +25,7 @@ public:
     ~FuzzLink()
     {
         rpc_port_proxy_kv_master_destroy(handle);
-        auto &platform = kvtest::FakePlatform::instance();
+        auto &platform = kv::test::FakePlatform::instance();
         for (const auto &what : platform.take_misuses()) {
             std::fprintf(stderr, "misuse of the platform: %s\n", what.c_str());
             std::abort();
@@ -36,7 +36,7 @@ public:
         }
     }
 
-    kvtest::Proxy &proxy() { return kvtest::FakePlatform::instance().proxy(); }
+    kv::test::Proxy &proxy() { return kv::test::FakePlatform::instance().proxy(); }
 
     rpc_port_proxy_kv_master_h handle = nullptr;
 };

@@ -87,7 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const int method_id = data[0];
     for (std::size_t at = 1; at < size;) {
         const std::size_t length = std::min<std::size_t>(data[at], size - at - 1);
-        link.proxy().main_port.push(kvtest::Bytes(data + at + 1, data + at + 1 + length));
+        link.proxy().main_port.push(kv::test::Bytes(data + at + 1, data + at + 1 + length));
         at += 1 + length;
     }
     describe::for_each(master::Methods{}, [&]<class M>() {

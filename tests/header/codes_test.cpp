@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-namespace kvtest::header {
+namespace kv::test::header {
 namespace {
 
 using matrix::Codes;
@@ -178,4 +178,4 @@ TEST_P(CodesOfTheManual, NameTheLowestAgentVersionThatTheLibraryAccepts)
 }
 
 } // namespace
-} // namespace kvtest::header
+} // namespace kv::test::header

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <fstream>
 
-namespace kvtest::header {
+namespace kv::test::header {
 namespace {
 
 const HeaderText &header()
@@ -127,4 +127,4 @@ TEST(Documentation, MentionsNoFunctionAndNoCodeThatDoesNotExist)
 }
 
 } // namespace
-} // namespace kvtest::header
+} // namespace kv::test::header

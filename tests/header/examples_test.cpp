@@ -5,7 +5,7 @@
 
 #include <glib.h>
 
-namespace kvtest::header {
+namespace kv::test::header {
 namespace {
 
 /// The examples of the header, run against the fake platform.
@@ -259,4 +259,4 @@ TEST_F(Example, SendsTheTerms)
 }
 
 } // namespace
-} // namespace kvtest::header
+} // namespace kv::test::header

@@ -7,7 +7,7 @@
 
 #include <ostream>
 
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 
 /// Failures name the row of a table by these.
 inline std::ostream &operator<<(std::ostream &out, const Function &function)
@@ -20,9 +20,9 @@ inline std::ostream &operator<<(std::ostream &out, const Event &event)
     return out << event.name;
 }
 
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix
 
-namespace kvtest::header {
+namespace kv::test::header {
 
 /// A process in which nothing was called yet, with an application that `world` drives.
 class HeaderTest : public PlatformTest {
@@ -68,4 +68,4 @@ protected:
     matrix::World world;
 };
 
-} // namespace kvtest::header
+} // namespace kv::test::header

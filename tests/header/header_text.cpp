@@ -7,7 +7,7 @@
 #include <sstream>
 #include <stdexcept>
 
-namespace kvtest::header {
+namespace kv::test::header {
 
 namespace {
 
@@ -154,4 +154,4 @@ std::set<std::string> HeaderText::mentioned_codes() const
     return matches(text_, std::regex(R"(\b(KORVANE_ERROR_\w+))"));
 }
 
-} // namespace kvtest::header
+} // namespace kv::test::header

@@ -7,7 +7,7 @@
 #include <vector>
 
 /// The public header as its readers see it: declarations with the comments in front of them.
-namespace kvtest::header {
+namespace kv::test::header {
 
 struct Code {
     std::string name; // "KORVANE_ERROR_NONE"
@@ -54,4 +54,4 @@ private:
     std::string text_;
 };
 
-} // namespace kvtest::header
+} // namespace kv::test::header

@@ -2,7 +2,7 @@
 #include "header_fixture.hpp"
 
 /// What korvane.h promises about user data and about push messages, and applications rely on.
-namespace kvtest::header {
+namespace kv::test::header {
 namespace {
 
 using matrix::Event;
@@ -240,4 +240,4 @@ TEST_F(EventInsideItsRequest, MayDeinitializeAndTheFunctionFails)
 }
 
 } // namespace
-} // namespace kvtest::header
+} // namespace kv::test::header

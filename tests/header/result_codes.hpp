@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-namespace kvtest::header {
+namespace kv::test::header {
 
 /// Every result code by its name.
 inline const std::map<std::string, int> &result_codes()
@@ -26,4 +26,4 @@ inline const std::map<std::string, int> &result_codes()
     return codes;
 }
 
-} // namespace kvtest::header
+} // namespace kv::test::header

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "matrix_test.hpp"
 
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 namespace {
 
 /// Every function with every agent that may be installed.
@@ -43,4 +43,4 @@ TEST_P(WithEveryAgent, IsRefusedOrSendsTheRequestOfThatAgent)
 }
 
 } // namespace
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "matrix_test.hpp"
 
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 namespace {
 
 /// Every function from inside every callback of an event.
@@ -75,4 +75,4 @@ TEST_P(BeginningAnewInsideEveryCallback, LeavesTheNewHandleUsable)
 }
 
 } // namespace
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix

@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace kvtest::matrix;
+using namespace kv::test::matrix;
 
 std::string name_of_method(int id)
 {
@@ -40,7 +40,7 @@ Observed observe(const Function &function)
     Observed observed;
     std::string latest;
     for (const int agent : agents) {
-        kvtest::FakePlatform::instance().reset();
+        kv::test::FakePlatform::instance().reset();
         const Outcome outcome = World{}.outcome_of(function, agent);
         if (outcome.result != ok)
             continue;

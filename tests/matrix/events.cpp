@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "function_table.hpp"
 
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 
 namespace {
 
@@ -54,4 +54,4 @@ const std::vector<Event> &events()
     return all;
 }
 
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix

@@ -3,7 +3,7 @@
 
 #include <map>
 
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 namespace {
 
 constexpr unsigned too_many = 200; // steps; a call with more never completes without a failure
@@ -158,4 +158,4 @@ TEST_P(WithoutThePlatform, GivesTheCodeOfTheFailureAndLeavesTheLibraryUsable)
 }
 
 } // namespace
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix

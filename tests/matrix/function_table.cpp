@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 
 const std::vector<Family> &families()
 {
@@ -72,4 +72,4 @@ std::optional<Request> request_with(const Function &function, int agent)
     return latest;
 }
 
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix

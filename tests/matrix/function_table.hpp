@@ -11,7 +11,7 @@
 #include <vector>
 
 /// Tables of the exported functions and of the events, typed by hand. Every test of this folder walks them.
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 
 class World;
 
@@ -103,4 +103,4 @@ int result_with(const Function &function, int agent);
 /// The request that a successful call sends; null if the library answers the call itself.
 std::optional<Request> request_with(const Function &function, int agent);
 
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix

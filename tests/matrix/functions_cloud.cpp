@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "world.hpp"
 
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 
 namespace {
 
@@ -246,4 +246,4 @@ std::vector<Family> cloud_families()
 }
 // clang-format on
 
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix

@@ -5,7 +5,7 @@
 
 #include <iostream>
 
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 
 namespace {
 
@@ -57,4 +57,4 @@ std::string name_of(const ::testing::TestParamInfo<Function> &info)
     return info.param.name;
 }
 
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix

@@ -9,7 +9,7 @@
 #include <ostream>
 #include <string>
 
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 
 inline std::ostream &operator<<(std::ostream &out, const Function &function)
 {
@@ -42,4 +42,4 @@ protected:
 
 std::string name_of(const ::testing::TestParamInfo<Function> &info);
 
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 namespace {
 
 constexpr int io_error = KORVANE_ERROR_IO_ERROR;
@@ -431,4 +431,4 @@ TEST_P(EndsWithEveryCallback, IgnoresEventsInsideDestroy)
 }
 
 } // namespace
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix

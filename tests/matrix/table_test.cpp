@@ -5,7 +5,7 @@
 
 #include <fstream>
 
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 namespace {
 
 std::vector<std::string> exported_names()
@@ -55,4 +55,4 @@ TEST(Table, HasEveryEventInOrderWithTheFunctionThatAsksForIt)
 }
 
 } // namespace
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix

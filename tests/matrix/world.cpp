@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string_view>
 
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 
 namespace {
 
@@ -306,4 +306,4 @@ void World::end()
     callbacks = 0;
 }
 
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix

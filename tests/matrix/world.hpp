@@ -10,7 +10,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace kvtest::matrix {
+namespace kv::test::matrix {
 
 /// The result of one call, its requests and its lines in the log.
 struct Outcome {
@@ -134,4 +134,4 @@ int released(int (*release)(T), T &what)
     return result;
 }
 
-} // namespace kvtest::matrix
+} // namespace kv::test::matrix

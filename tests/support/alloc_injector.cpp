@@ -124,7 +124,7 @@ void __wrap_free(void *block)
 
 } // extern "C"
 
-namespace kvtest::allocs {
+namespace kv::test::allocs {
 
 namespace {
 
@@ -181,4 +181,4 @@ ReuseBlocks::~ReuseBlocks()
     freed().clear();
 }
 
-} // namespace kvtest::allocs
+} // namespace kv::test::allocs

@@ -8,7 +8,7 @@
  * linked statically into the test (the link option --wrap), and cJSON's through its hooks. What shared libraries
  * allocate, GLib and the C++ runtime among them, is not seen: operator new in a test never fails.
  */
-namespace kvtest::allocs {
+namespace kv::test::allocs {
 
 /// The n-th allocation from now on fails, once; 1 is the next one.
 void fail_nth(unsigned nth);
@@ -32,4 +32,4 @@ public:
     ReuseBlocks &operator=(const ReuseBlocks &) = delete;
 };
 
-} // namespace kvtest::allocs
+} // namespace kv::test::allocs

@@ -5,7 +5,7 @@
 #include <ostream>
 #include <string_view>
 
-namespace kvtest {
+namespace kv::test {
 
 namespace {
 
@@ -180,4 +180,4 @@ bool Log::has(const LogLine &line) const
     return std::find(lines_.begin(), lines_.end(), line) != lines_.end();
 }
 
-} // namespace kvtest
+} // namespace kv::test

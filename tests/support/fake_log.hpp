@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace kvtest {
+namespace kv::test {
 
 /// One line of the platform log, taken apart. Line numbers are no part of what a line says.
 struct LogLine {
@@ -56,4 +56,4 @@ private:
     std::vector<std::string> malformed_;
 };
 
-} // namespace kvtest
+} // namespace kv::test

@@ -14,7 +14,7 @@
 #include <stdexcept>
 #include <utility>
 
-using namespace kvtest;
+using namespace kv::test;
 
 namespace {
 
@@ -27,7 +27,7 @@ FakePlatform &platform()
 
 } // namespace
 
-namespace kvtest {
+namespace kv::test {
 
 int FaultPlan::next(const char *function, int natural_code)
 {
@@ -126,7 +126,7 @@ void EventHandler::fire(const char *name, bundle_s data)
     callback(name, &data, user_data);
 }
 
-} // namespace kvtest
+} // namespace kv::test
 
 bundle_s &bundle_s::text(const std::string &key, const std::string &value)
 {

@@ -22,7 +22,7 @@ struct bundle_s {
 public:
     bundle_s &text(const std::string &key, const std::string &value);
     bundle_s &array(const std::string &key, const std::vector<std::string> &values);
-    bundle_s &data(const std::string &key, const kvtest::Bytes &value);
+    bundle_s &data(const std::string &key, const kv::test::Bytes &value);
 
     char *find_text(const std::string &key);
     const char **find_array(const std::string &key, int *length);
@@ -32,10 +32,10 @@ private:
     std::map<std::string, std::string> texts_;
     std::map<std::string, std::vector<std::string>> arrays_;
     std::map<std::string, std::vector<const char *>> handed_out_;
-    std::map<std::string, kvtest::Bytes> data_;
+    std::map<std::string, kv::test::Bytes> data_;
 };
 
-namespace kvtest {
+namespace kv::test {
 
 /// What every handle of the fake begins with. Handles live on as dead ones until the test is over, so that no address
 /// is given out twice and every use of a dead one is noticed.
@@ -266,4 +266,4 @@ T *FakePlatform::make()
     return static_cast<T *>(handle.get());
 }
 
-} // namespace kvtest
+} // namespace kv::test

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-using namespace kvtest;
+using namespace kv::test;
 
 namespace {
 
@@ -79,7 +79,7 @@ int watch(rpc_port_proxy_h handle, const char *function, Watchers Proxy::*watche
 
 } // namespace
 
-namespace kvtest {
+namespace kv::test {
 
 std::shared_ptr<Proxy> FakePlatform::make_proxy()
 {
@@ -189,7 +189,7 @@ Proxy::Raise disconnected()
     return [](Proxy &proxy) { proxy.fire_disconnected(); };
 }
 
-} // namespace kvtest
+} // namespace kv::test
 
 extern "C" {
 

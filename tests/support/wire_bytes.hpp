@@ -8,7 +8,7 @@
 #include <vector>
 
 /// Parcels written by hand: bytes(i32(47), i32(3), str("attic")).
-namespace kvtest {
+namespace kv::test {
 
 using Bytes = std::vector<unsigned char>;
 
@@ -72,4 +72,4 @@ inline Bytes first(const Bytes &whole, std::size_t size)
     return {whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)};
 }
 
-} // namespace kvtest
+} // namespace kv::test

@@ -2,13 +2,13 @@
 // korvane-bench [--stub] [calls|counts|lists|events|start|applications ...]
 // Without arguments: all measurements, with the library served by the virtual agent. --stub: served by the stub alone.
 
-#include "applications.hpp"
-#include "counts.hpp"
-#include "events.hpp"
-#include "lists.hpp"
-#include "round_trip.hpp"
-#include "size.hpp"
-#include "start.hpp"
+#include "bench/measurements/applications.hpp"
+#include "bench/measurements/counts.hpp"
+#include "bench/measurements/events.hpp"
+#include "bench/measurements/lists.hpp"
+#include "bench/measurements/round_trip.hpp"
+#include "bench/measurements/size.hpp"
+#include "bench/measurements/start.hpp"
 
 #include <cstdio>
 #include <exception>

@@ -3,7 +3,7 @@
 // korvane-bench-server stub            (the environment names the directories)
 // Serves one peer after the other until it is killed; prints a line when it listens.
 
-#include "clients.hpp"
+#include "bench/clients/clients.hpp"
 #include "serving.hpp"
 
 #include <glib-unix.h>

@@ -2,7 +2,7 @@
 // korvane-bench-event-server bare|glib|sdbus|stub FOLDER
 // Sends events on command, to one client after another, until it is killed. Prints a line when it listens.
 
-#include "clients.hpp"
+#include "bench/clients/clients.hpp"
 #include "serving.hpp"
 
 #include <glib-unix.h>

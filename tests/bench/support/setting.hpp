@@ -2,7 +2,7 @@
 #pragma once
 
 #include "one_cpu.hpp"
-#include "programs.hpp"
+#include "processes.hpp"
 
 #include "testing/support/temporary_directory.hpp"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trace.hpp"
 
-#include "programs.hpp"
+#include "processes.hpp"
 
 #include <cerrno>
 #include <csignal>

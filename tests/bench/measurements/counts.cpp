@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "counts.hpp"
 
-#include "clients.hpp"
-#include "runs.hpp"
-#include "trace.hpp"
+#include "bench/clients/clients.hpp"
+#include "bench/support/runs.hpp"
+#include "bench/support/trace.hpp"
 
 #include <cmath>
 

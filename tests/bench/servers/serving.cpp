@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "serving.hpp"
 
-#include "clients.hpp"
+#include "bench/clients/clients.hpp"
 
 #include "common/agent_state.hpp"
 

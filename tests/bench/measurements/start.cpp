@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "start.hpp"
 
-#include "clients.hpp"
+#include "bench/clients/clients.hpp"
 
 #include <cstdio>
 #include <stdexcept>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "report.hpp"
-#include "setting.hpp"
+#include "bench/support/report.hpp"
+#include "bench/support/setting.hpp"
 
 namespace kv::test {
 

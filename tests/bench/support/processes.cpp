@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "programs.hpp"
+#include "processes.hpp"
 
 #include <stdexcept>
 

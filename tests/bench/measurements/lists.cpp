@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "lists.hpp"
 
-#include "clients.hpp"
-#include "runs.hpp"
+#include "bench/clients/clients.hpp"
+#include "bench/support/runs.hpp"
 
 namespace kv::test {
 

@@ -4,7 +4,7 @@
 // the mean time of a call in microseconds, without its preparation. With BENCH_TRACE set the process can be traced and
 // stops before and after the N calls.
 
-#include "clients.hpp"
+#include "bench/clients/clients.hpp"
 
 #include <chrono>
 #include <csignal>

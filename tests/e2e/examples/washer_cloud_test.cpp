@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The example washer: sign-up, session, certificates and diagnostics.
-#include "cloud_device.hpp"
+#include "e2e/fixtures/cloud_device.hpp"
 #include "support/signing_request.hpp"
 #include "washer_fixture.hpp"
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The agent's port, used by a client that sends and receives bytes. The library is not involved, because it sends no
 // request that the agent does not support.
-#include "application.hpp"
-#include "wire_client.hpp"
+#include "e2e/fixtures/application.hpp"
+#include "e2e/fixtures/wire_client.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "application.hpp"
+#include "e2e/fixtures/application.hpp"
 #include "support/program.hpp"
 #include "testing/support/read_file.hpp"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The agent lists every method, event and fault of its version, and each of them can be used.
 #include "control_client.hpp"
-#include "wire_client.hpp"
+#include "e2e/fixtures/wire_client.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The journal as a WebSocket stream, also for clients that read too slowly.
 #include "control_client.hpp"
-#include "wire_client.hpp"
+#include "e2e/fixtures/wire_client.hpp"
 
 #include <gtest/gtest.h>
 

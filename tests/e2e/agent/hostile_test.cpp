@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The agent against requests and environments that try to exhaust it: memory, files, output.
-#include "application.hpp"
+#include "e2e/fixtures/application.hpp"
+#include "e2e/fixtures/wire_client.hpp"
 #include "support/program.hpp"
-#include "wire_client.hpp"
 
 #include <gtest/gtest.h>
 

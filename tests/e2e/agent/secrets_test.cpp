@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The journal of the virtual agent, its verbose output and its replies to commands show no secret.
-#include "application.hpp"
+#include "e2e/fixtures/application.hpp"
 #include "testing/support/read_file.hpp"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Updates of the agent while an application runs, announced on a real message bus.
-#include "application.hpp"
+#include "e2e/fixtures/application.hpp"
 
 #include <app_event.h>
 #include <app_event_publish.h>

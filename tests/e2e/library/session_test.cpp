@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // An application and an agent without failures.
-#include "application.hpp"
+#include "e2e/fixtures/application.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The cloud functions of the library, with agents of several versions.
-#include "cloud_device.hpp"
+#include "e2e/fixtures/cloud_device.hpp"
 #include "support/signing_request.hpp"
 
 #include <gtest/gtest.h>

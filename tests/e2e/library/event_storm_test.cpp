@@ -2,7 +2,7 @@
 // An agent that sends 100,000 events at once, faster than the application reads them, over real sockets. Either all of
 // them arrive in order, or the link is closed and the application receives a disconnection. No event is lost without
 // notice, memory is bounded, and timers still run.
-#include "application.hpp"
+#include "e2e/fixtures/application.hpp"
 #include "testing/support/child_process.hpp"
 
 #include <package_info_write.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // An application and an agent that dies, does not reply, or replies wrongly.
-#include "application.hpp"
+#include "e2e/fixtures/application.hpp"
 
 #include <gtest/gtest.h>
 

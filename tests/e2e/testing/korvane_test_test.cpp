@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // korvane-test: a private agent that a test starts and controls.
-#include "application.hpp"
+#include "e2e/fixtures/application.hpp"
 
 #include <korvane_test.hpp>
 

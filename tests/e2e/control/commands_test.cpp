@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Commands of the control API: the journal and waiting for its entries, snapshots of the state, scenarios.
 #include "control_client.hpp"
-#include "wire_client.hpp"
+#include "e2e/fixtures/wire_client.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The connection to the cloud and its keep-alives.
 #include "agent/interface/from_json.hpp"
-#include "agent_cloud_fixture.hpp"
+#include "cloud_fixture.hpp"
 
 #include <fstream>
 #include <sstream>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Requests of applications to the cloud.
 #include "agent/interface/from_json.hpp"
-#include "agent_cloud_fixture.hpp"
+#include "cloud_fixture.hpp"
 
 #include <rpc_port_stub.h>
 

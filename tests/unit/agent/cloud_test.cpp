@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sign-up, sign-in and the owner, step by step.
-#include "agent_cloud_fixture.hpp"
+#include "cloud_fixture.hpp"
 
 using namespace kv;
 using namespace kv::test;

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "common/agent_state.hpp"
-#include "conformance/platform_fixture.hpp"
+#include "conformance/fixtures/platform_fixture.hpp"
 #include "matrix/world.hpp"
 
 #include <ostream>

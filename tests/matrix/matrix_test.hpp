@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "conformance/platform_fixture.hpp"
+#include "conformance/fixtures/platform_fixture.hpp"
 #include "function_table.hpp"
 #include "world.hpp"
 

@@ -1,0 +1,300 @@
+// SPDX-License-Identifier: Apache-2.0
+// Events that come late, early, for nobody, or too many at once.
+#include "conformance/fixtures/every_pair.hpp"
+
+#include <glib.h>
+
+#include <set>
+
+namespace kv::test {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+constexpr int ok = KORVANE_ERROR_NONE;
+constexpr int failed = KORVANE_ERROR_OPERATION_FAILED;
+
+/// The promise of an unset: when it has returned, with whatever result, none of the pair's callbacks runs again.
+class NoCallbackAfterUnset : public EveryPair {
+protected:
+    /// Unsets once while the agent does this with the request. The platform raises events inside the send and inside the
+    /// wait; others wait in the port before and after it.
+    void unset_and_hear_nothing(int expected, const std::function<void(Port &)> &answer)
+    {
+        begin_set();
+        for (const Moment moment : {Moment::send, Moment::wait})
+            for (std::size_t i = 0; i < pair().events.size(); ++i)
+                platform.proxy().raise_inside(moment, received(event_of(i, seq_id)));
+        events_wait(seq_id);
+        platform.main_port().on_sent = [&](Port &port, const Bytes &) {
+            events_wait(seq_id);
+            answer(port);
+        };
+        EXPECT_EQ(pair().unset(handle), expected);
+        main_loop_comes_to_them();
+        events_wait(seq_id);
+        main_loop_comes_to_them();
+        EXPECT_EQ(recorder.seen, Strings{});
+    }
+};
+
+class ReplacedCallback : public EveryPair {};
+class WaitingEvent : public EveryPair {};
+
+const auto label = [](const auto &row) { return row.param.label; };
+INSTANTIATE_TEST_SUITE_P(Of, NoCallbackAfterUnset, ::testing::ValuesIn(every_pair()), label);
+INSTANTIATE_TEST_SUITE_P(Of, ReplacedCallback, ::testing::ValuesIn(every_pair()), label);
+INSTANTIATE_TEST_SUITE_P(Of, WaitingEvent, ::testing::ValuesIn(every_pair()), label);
+
+TEST(EveryPairTable, HoldsTheTwentyThreePairsAndTheTwentySixLastingDelegates)
+{
+    std::set<std::string> names;
+    std::set<int> delegates;
+    for (const Pair &pair : every_pair()) {
+        names.insert(pair.event);
+        for (const PairEvent &event : pair.events)
+            delegates.insert(event.delegate_id);
+    }
+    EXPECT_EQ(names.size(), 23U);
+    EXPECT_EQ(delegates.size(), 26U); // the other six of the 32 serve once
+}
+
+TEST_P(NoCallbackAfterUnset, WhenTheAgentAgreed)
+{
+    unset_and_hear_nothing(ok, [](Port &port) { port.push(reply(0)); });
+}
+
+TEST_P(NoCallbackAfterUnset, WhenTheAgentRefused)
+{
+    unset_and_hear_nothing(-13, [](Port &port) { port.push(reply(-13)); });
+}
+
+TEST_P(NoCallbackAfterUnset, WhenTheAgentFailed)
+{
+    unset_and_hear_nothing(failed, [](Port &port) { port.push(reply(7)); });
+}
+
+TEST_P(NoCallbackAfterUnset, WhenTheAgentNeverAnswered)
+{
+    unset_and_hear_nothing(KORVANE_ERROR_IO_ERROR, [](Port &) {});
+}
+
+TEST_P(NoCallbackAfterUnset, WhenTheRequestCouldNotBeSent)
+{
+    begin_set();
+    events_wait(seq_id);
+    platform.main_port().send_results = {-5};
+    EXPECT_EQ(pair().unset(handle), KORVANE_ERROR_IO_ERROR);
+    main_loop_comes_to_them();
+    EXPECT_EQ(recorder.seen, Strings{});
+}
+
+TEST_P(NoCallbackAfterUnset, WhenTheAgentIsGoneAndTheRequestIsRefusedUnsent)
+{
+    begin_set();
+    events_wait(seq_id);
+    platform.proxy().fire_disconnected();
+    EXPECT_EQ(pair().unset(handle), failed);
+    EXPECT_TRUE(sent().empty());
+    main_loop_comes_to_them();
+    EXPECT_EQ(recorder.seen, Strings{});
+}
+
+TEST_P(NoCallbackAfterUnset, UntilItIsSetAgain)
+{
+    begin_set();
+    ASSERT_EQ(pair().unset(handle), ok);
+    Recorder second;
+    ASSERT_EQ(pair().set(handle, &second), ok);
+    events_wait(seq_id);
+    events_wait(first_seq_id());
+    main_loop_comes_to_them();
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, told_by_events());
+}
+
+TEST_P(ReplacedCallback, IsNeverCalledNeitherForItsOwnEventsNorForThoseOfTheNewOne)
+{
+    begin_set();
+    events_wait(seq_id);
+    Recorder second;
+    ASSERT_EQ(pair().set(handle, &second), ok);
+    events_wait(first_seq_id());
+    events_wait(seq_id);
+    main_loop_comes_to_them();
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, told_by_events());
+}
+
+/// A set that fails ends the old registration: what it left in the port reaches neither of the two.
+TEST_P(ReplacedCallback, HearsNothingOfItsOldRegistrationWhenReplacingItFailed)
+{
+    begin_set();
+    events_wait(seq_id);
+    Recorder second;
+    answers(7);
+    ASSERT_EQ(pair().set(handle, &second), failed);
+    main_loop_comes_to_them();
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, Strings{});
+}
+
+TEST_P(WaitingEvent, IsDeliveredOnceWhereverThePlatformRaisesIt)
+{
+    // Null: the event arrives during the call and the main loop raises it afterwards.
+    for (const std::optional<Moment> moment : {std::optional{Moment::send}, std::optional{Moment::wait}, {}}) {
+        begin_set();
+        platform.main_port().on_sent = [&](Port &port, const Bytes &) {
+            EXPECT_EQ(recorder.seen, moment == Moment::send ? told_by_events() : Strings{});
+            if (!moment)
+                events_wait(seq_id);
+            port.push(event_of(0, seq_id)); // and one on the wrong port, which is no reply either
+            port.push(reply(0));
+        };
+        for (std::size_t i = 0; moment && i < pair().events.size(); ++i)
+            platform.proxy().raise_inside(*moment, received(event_of(i, seq_id)));
+        EXPECT_EQ(korvane_stop(handle), ok);
+        EXPECT_EQ(recorder.seen, moment ? told_by_events() : Strings{});
+        platform.main_port().on_sent = nullptr;
+        main_loop_comes_to_them();
+        EXPECT_EQ(recorder.seen, told_by_events());
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+        recorder.seen.clear();
+    }
+}
+
+TEST_P(WaitingEvent, OfALibraryThatEndedAndBeganAnewReachesNobody)
+{
+    begin_set();
+    const std::shared_ptr<Proxy> old = platform.proxies().back();
+    events_wait(seq_id);
+    ASSERT_EQ(korvane_deinitialize(handle), ok);
+    connect();
+    answers(0);
+    Recorder second;
+    ASSERT_EQ(pair().set(handle, &second), ok);
+    while (!old->callback_port.incoming.empty()) {
+        platform.proxy().push_event(old->callback_port.incoming.front());
+        old->callback_port.incoming.pop_front();
+    }
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, Strings{});
+}
+
+/// That of the access point is delivered, too: in its own form, which its getters then refuse.
+TEST_P(WaitingEvent, OfARegistrationFromBeforeAnUpdateOfTheAgentIsStillDelivered)
+{
+    for (const char *version : {"2.3", "1.0"}) {
+        begin_set();
+        agent_becomes(version);
+        events_wait(seq_id);
+        main_loop_comes_to_them();
+        EXPECT_EQ(recorder.seen, told_by_events());
+        recorder.seen.clear();
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+/// What an application sees of many events: in order, each once, and nothing kept of them.
+class EventStorm : public SetupTest {
+protected:
+    static constexpr int size = 100'000;
+
+    struct Seen {
+        EventStorm *test;
+        int next = 0;
+        int out_of_order = 0;
+        std::size_t blocks_early = 0; // once everything that is kept for good has been made
+        std::size_t blocks_late = 0;
+    };
+
+    static void on_status(korvane_h, int status, void *user_data)
+    {
+        auto &seen = *static_cast<Seen *>(user_data);
+        seen.out_of_order += status != seen.next++;
+        seen.test->platform.log.clear(); // the test's own memory
+        seen.test->platform.calls.clear();
+        if (seen.next == 1000)
+            seen.blocks_early = allocs::live_blocks();
+        if (seen.next == size)
+            seen.blocks_late = allocs::live_blocks();
+    }
+
+    static void on_scan(korvane_h seen, int req_id, void *user_data)
+    {
+        auto &self = *static_cast<EventStorm *>(user_data);
+        EXPECT_EQ(korvane_set_wifi_connection_error_code(seen, req_id), ok);
+        self.requests_in_step += self.sent().back() == bytes(i32(50), i32(req_id));
+        self.forget_the_past();
+    }
+
+    int requests_in_step = 0;
+};
+
+TEST_F(EventStorm, IsDeliveredWholeInOrderAndLeavesNothingBehind)
+{
+    // Null: the events arrive during the call and the main loop raises them afterwards.
+    for (const std::optional<Moment> moment : {std::optional{Moment::send}, std::optional{Moment::wait}, {}}) {
+        connect_to("2.3");
+        Seen seen{this};
+        ASSERT_EQ(korvane_set_status_changed_cb(handle, on_status, &seen), ok);
+        const int seq_id = last_seq_id(platform.log);
+        const auto storm = [seq_id](Proxy &proxy) {
+            for (int i = 0; i < size; ++i)
+                proxy.push_event(event(1, seq_id, false, i32(i)));
+        };
+        allocs::reset_largest();
+        if (moment) {
+            platform.proxy().raise_inside(*moment, storm);
+            EXPECT_EQ(korvane_stop(handle), ok);
+        } else {
+            platform.main_port().on_sent = [&](Port &port, const Bytes &) {
+                for (int i = 0; i < size; ++i)
+                    platform.proxy().callback_port.push(event(1, seq_id, false, i32(i)));
+                port.push(reply(0));
+            };
+            EXPECT_EQ(korvane_stop(handle), ok);
+            EXPECT_EQ(seen.next, 0);
+            for (int i = 0; i < size; ++i)
+                platform.proxy().fire_received();
+        }
+        EXPECT_EQ(seen.next, size);
+        EXPECT_EQ(seen.out_of_order, 0);
+        EXPECT_EQ(seen.blocks_late, seen.blocks_early);
+        EXPECT_LT(allocs::largest(), 4096U);
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+TEST_F(EventStorm, ForNobodyIsDroppedWholeAndTheNextRegistrationWorks)
+{
+    connect_to("2.3");
+    Seen seen{this};
+    const std::size_t blocks = allocs::live_blocks();
+    for (int i = 0; i < size; ++i) {
+        platform.proxy().push_event(event(13, i, false, count(2), str("a"), str("b")));
+        platform.log.clear();
+        platform.calls.clear();
+    }
+    EXPECT_EQ(allocs::live_blocks(), blocks);
+    ASSERT_EQ(korvane_set_status_changed_cb(handle, on_status, &seen), ok);
+    platform.proxy().push_event(event(1, last_seq_id(platform.log), false, i32(0)));
+    EXPECT_EQ(seen.next, 1);
+}
+
+/// A callback that asks the agent about each event: the application keeps up as long as it likes.
+TEST_F(EventStorm, WhoseEventsAreEachAnsweredWithACallKeepsRequestsAndRepliesInStep)
+{
+    constexpr int answered = 10'000;
+    connect_to("2.3");
+    ASSERT_EQ(korvane_set_scan_ap_cb(handle, on_scan, this), ok);
+    const int seq_id = last_seq_id(platform.log);
+    for (int i = 0; i < answered; ++i)
+        platform.proxy().callback_port.push(event(9, seq_id, false, i32(i)));
+    for (int i = 0; i < answered; ++i)
+        platform.proxy().fire_received();
+    EXPECT_EQ(requests_in_step, answered);
+}
+
+} // namespace
+} // namespace kv::test

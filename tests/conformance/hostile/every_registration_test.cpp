@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the set and unset functions of all 23 registrations have in common.
+#include "conformance/fixtures/every_pair.hpp"
+
+#include "src/korvane/core/session/session.hpp"
+
+namespace kv::test {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+constexpr int ok = KORVANE_ERROR_NONE;
+
+class EveryRegistration : public EveryPair {
+protected:
+    /// The delegates of this registration that the agent may still send events for.
+    unsigned listed_delegates()
+    {
+        unsigned found = 0;
+        rpc_port_proxy_kv_master_h proxy = kv::api::live_session->proxy;
+        for (const GList *node = proxy->delegates; node; node = node->next)
+            for (const PairEvent &event : pair().events)
+                found += static_cast<const kv::proxy::Delegate *>(node->data)->id == event.delegate_id;
+        return found;
+    }
+    LogLines warnings_with(const std::string &function, const std::string &message)
+    {
+        LogLines found;
+        for (const LogLine &line : platform.log.lines())
+            if (line == api_warning(function, message))
+                found.push_back(line);
+        return found;
+    }
+    void expect_events_reach(const Strings &expected)
+    {
+        recorder.seen.clear();
+        events_wait(seq_id);
+        main_loop_comes_to_them();
+        EXPECT_EQ(recorder.seen, expected);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Of, EveryRegistration, ::testing::ValuesIn(every_pair()),
+                         [](const auto &row) { return row.param.label; });
+
+TEST_P(EveryRegistration, SetTwiceWarnsOnceAndLeavesOneDelegatePerEvent)
+{
+    begin_set();
+    EXPECT_EQ(listed_delegates(), pair().events.size());
+    EXPECT_EQ(pair().set(handle, &recorder), ok);
+    EXPECT_EQ(warnings_with(pair().set_name(), "rpc cb_h already exists").size(), 1U);
+    EXPECT_EQ(listed_delegates(), pair().events.size());
+    seq_id = first_seq_id();
+    expect_events_reach(told_by_events());
+}
+
+TEST_P(EveryRegistration, FirstSetDoesNotWarn)
+{
+    connect_to(pair().agent_version);
+    EXPECT_EQ(pair().set(handle, &recorder), ok);
+    EXPECT_EQ(warnings_with(pair().set_name(), "rpc cb_h already exists"), LogLines{});
+}
+
+TEST_P(EveryRegistration, UnsetOfNothingWarnsAndStillAsksTheAgent)
+{
+    connect_to(pair().agent_version);
+    platform.log.clear();
+    EXPECT_EQ(pair().unset(handle), ok);
+    EXPECT_EQ(warnings_with(pair().unset_name(), "rpc cb_h doesn't exist").size(), 1U);
+    EXPECT_EQ(sent(), (std::vector<Bytes>{i32(pair().unset_method)}));
+}
+
+TEST_P(EveryRegistration, UnsetOfARegistrationDoesNotWarnAndLeavesNoDelegate)
+{
+    begin_set();
+    EXPECT_EQ(pair().unset(handle), ok);
+    EXPECT_EQ(warnings_with(pair().unset_name(), "rpc cb_h doesn't exist"), LogLines{});
+    EXPECT_EQ(listed_delegates(), 0U);
+    expect_events_reach({});
+}
+
+TEST_P(EveryRegistration, SetRefusedDuringAnInstallationLeavesTheEarlierOne)
+{
+    begin_set();
+    begin_install();
+    Recorder other;
+    EXPECT_EQ(pair().set(handle, &other), KORVANE_ERROR_SERVICE_UNAVAILABLE);
+    EXPECT_EQ(sent(), std::vector<Bytes>{});
+    EXPECT_EQ(listed_delegates(), pair().events.size());
+    expect_events_reach(told_by_events());
+    EXPECT_EQ(other.seen, Strings{});
+}
+
+TEST_P(EveryRegistration, UnsetRefusedDuringAnInstallationLeavesTheRegistration)
+{
+    begin_set();
+    begin_install();
+    EXPECT_EQ(pair().unset(handle), KORVANE_ERROR_SERVICE_UNAVAILABLE);
+    EXPECT_EQ(sent(), std::vector<Bytes>{});
+    expect_events_reach(told_by_events());
+}
+
+TEST_P(EveryRegistration, SetWithoutAHandleIsRefused)
+{
+    begin_set();
+    EXPECT_EQ(pair().set(nullptr, &recorder), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(platform.log.errors(), (LogLines{api_error(pair().set_name(), "handle is NULL")}));
+    expect_events_reach(told_by_events());
+}
+
+} // namespace
+} // namespace kv::test

@@ -1,0 +1,383 @@
+// SPDX-License-Identifier: Apache-2.0
+// A text that goes through the library stays out of its log. A secret is planted in every text that comes in, from the
+// application or from the agent, and every line of every priority is searched for it. The only exceptions are the lines
+// that exist to show one value, given here word by word.
+#include "conformance/fixtures/every_pair.hpp"
+#include "text_arguments.hpp"
+
+#include <sstream>
+
+namespace kv::test {
+namespace {
+
+constexpr int ok = KORVANE_ERROR_NONE;
+constexpr int too_old = KORVANE_ERROR_AGENT_VERSION_LOWER;
+
+/// One for each form that anything of the interface has.
+const std::vector<std::string> agent_versions = {"1.0", "1.2", "1.3", "2.0", "2.3"};
+
+const std::string secret = "pl4nted-5ecret";
+
+class Secrets : public SetupTest {
+protected:
+    /// Every line that shows the secret, as "function: message".
+    std::vector<std::string> lines_with_the_secret()
+    {
+        std::vector<std::string> lines;
+        for (const LogLine &line : platform.log.lines()) {
+            std::ostringstream whole;
+            whole << line;
+            if (whole.str().find(secret) != std::string::npos)
+                lines.push_back(line.function + ": " + line.message);
+        }
+        return lines;
+    }
+
+    /// Every request fails in one of the ways in which it can, or succeeds.
+    struct Outcome {
+        const char *name;
+        std::function<void(Port &, const Bytes &)> answer;
+    };
+
+    /// Answers with texts hold the secret, too.
+    static Bytes answer_of(const Bytes &request, int result)
+    {
+        const Bytes method = first(request, 4);
+        for (int with_text : {28, 78, 100, 102})
+            if (method == i32(with_text))
+                return reply(result, str(secret));
+        return reply(result);
+    }
+
+    static std::vector<Outcome> outcomes()
+    {
+        return {{"answered", [](Port &port, const Bytes &request) { port.push(answer_of(request, 0)); }},
+                {"refused", [](Port &port, const Bytes &request) { port.push(answer_of(request, -13)); }},
+                {"failed", [](Port &port, const Bytes &request) { port.push(answer_of(request, 7)); }},
+                {"cut short",
+                 [](Port &port, const Bytes &request) {
+                     const Bytes whole = answer_of(request, 0);
+                     port.push(first(whole, whole.size() - 1));
+                 }},
+                {"of another kind", [](Port &port, const Bytes &) { port.push(bytes(i32(9), str(secret))); }},
+                {"never answered", [](Port &, const Bytes &) {}}};
+    }
+};
+
+class SecretArgument : public Secrets, public ::testing::WithParamInterface<TextArgument> {
+protected:
+    const TextArgument &row = GetParam();
+    std::vector<std::string> the_one_line()
+    {
+        if (row.line.empty())
+            return {};
+        return {row.function + ": " + row.line_with(secret)};
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Of, SecretArgument, ::testing::ValuesIn(text_arguments()),
+                         [](const auto &row) { return row.param.label(); });
+
+TEST_P(SecretArgument, IsInNoLogLineButItsOwnWhateverTheAgentAnswers)
+{
+    for (const std::string &version : agent_versions)
+        for (const Outcome &outcome : outcomes()) {
+            SCOPED_TRACE(version + ", " + outcome.name);
+            connect_to(version);
+            platform.main_port().on_sent = outcome.answer;
+            platform.log.clear();
+            const int result = row.pass(handle, secret.c_str());
+            const bool refused = version_number(version) < row.minimum_version;
+            if (refused)
+                EXPECT_EQ(result, too_old);
+            else
+                EXPECT_EQ(result == ok, std::string(outcome.name) == "answered") << result;
+            ASSERT_EQ(korvane_deinitialize(handle), ok);
+            // One function shows its arguments before anything is checked.
+            const bool shows = !refused || row.function == "korvane_set_device_property_with_wifi_authtype";
+            EXPECT_EQ(lines_with_the_secret(), shows ? the_one_line() : std::vector<std::string>{});
+        }
+}
+
+TEST_P(SecretArgument, IsInNoOtherLogLineOfACallThatIsRefusedOrFindsNoMemory)
+{
+    const auto expect_no_other_line = [&] {
+        for (const std::string &line : lines_with_the_secret())
+            EXPECT_EQ(std::vector<std::string>{line}, the_one_line());
+    };
+    connect_to("2.3");
+    begin_install();
+    EXPECT_EQ(row.pass(handle, secret.c_str()), KORVANE_ERROR_SERVICE_UNAVAILABLE);
+    EXPECT_EQ(row.pass(nullptr, secret.c_str()), KORVANE_ERROR_INVALID_PARAMETER);
+    expect_no_other_line();
+    for (const char *version : {"1.2", "2.3"}) {
+        if (version_number(version) < row.minimum_version)
+            continue;
+        fail_each_allocation([&] { connect_to(version); }, [&] { return row.pass(handle, secret.c_str()); },
+                             [&](int, int) { expect_no_other_line(); });
+    }
+}
+
+/// An event with a text: what it carries, and the one line that shows it.
+struct SecretValue {
+    int delegate_id;
+    Bytes values;
+    std::vector<std::string> lines = {};
+};
+
+std::ostream &operator<<(std::ostream &out, const SecretValue &row)
+{
+    return out << "delegate " << row.delegate_id;
+}
+
+const Bytes s = str(secret);
+const std::string whole_ap = R"({"ap_ssid":")" + secret + R"(","ap_pwd":")" + secret + R"(","ap_bssid":")" + secret +
+                             R"(","ap_candidates":")" + secret + "\"}";
+
+const std::vector<SecretValue> values_of_pairs = {
+    {5, bytes(s, i32(1))},
+    {7, bytes(s, s, i32(2), i32(3), i32(6), s, i32(-40), i32(54))},
+    {8, bytes(s, s, s, s, s)},
+    {11, bytes(s, i32(1))},
+    {13, bytes(count(2), s, s)},
+    {15, bytes(i32(1), s)},
+    {16, bytes(i32(9), s, s), {"_provisioning_language_cb: req_id [9], type [" + secret + "], value [" + secret + "]"}},
+    {17, s},
+    {18, s},
+    {18, str(whole_ap)},
+    {19, bytes(i32(3), s), {"_nick_changed_cb: device_no [3], nick [" + secret + "]"}},
+    {20, s, {"_last_status_changed_cb: last_status [" + secret + "]"}},
+    {25, bytes(s, i32(1))},
+    {31, bytes(i32(1), s)},
+};
+
+/// Whether an agent of this version sends the event: the access point's differs from 1.3 on.
+bool is_sent_by(const Pair &pair, const PairEvent &event, int version)
+{
+    const bool fits = event.delegate_id == 7 ? version < 1003 : event.delegate_id != 18 || version >= 1003;
+    return fits && version >= pair.minimum_version;
+}
+
+class SecretEvent : public Secrets, public ::testing::WithParamInterface<SecretValue> {};
+
+INSTANTIATE_TEST_SUITE_P(Of, SecretEvent, ::testing::ValuesIn(values_of_pairs), [](const auto &row) {
+    return "Delegate" + std::to_string(row.param.delegate_id) + "Row" + std::to_string(row.index);
+});
+
+TEST_P(SecretEvent, IsInNoLogLineButItsOwnWhetherItIsDeliveredOrDropped)
+{
+    const SecretValue &row = GetParam();
+    int runs = 0;
+    for (const std::string &version : agent_versions)
+        for (const Pair &pair : every_pair())
+            for (std::size_t i = 0; i < pair.events.size(); ++i) {
+                if (pair.events[i].delegate_id != row.delegate_id ||
+                    !is_sent_by(pair, pair.events[i], version_number(version)))
+                    continue;
+                SCOPED_TRACE(version + ", " + pair.label);
+                ++runs;
+                connect_to(version);
+                ASSERT_EQ(pair.set(handle, &recorder), ok);
+                const int seq_id = last_seq_id(platform.log) + 1 - static_cast<int>(pair.events.size() - i);
+                const Bytes whole = event(row.delegate_id, seq_id, false, row.values);
+                platform.log.clear();
+
+                recorder.seen.clear();
+                platform.proxy().push_event(whole);
+                EXPECT_EQ(recorder.seen.size(), 1U);
+                EXPECT_EQ(lines_with_the_secret(), row.lines);
+
+                platform.log.clear();
+                platform.proxy().push_event(first(whole, whole.size() - 1));
+                platform.proxy().push_event(event(row.delegate_id, seq_id + 100, false, row.values));
+                EXPECT_EQ(pair.unset(handle), ok);
+                platform.proxy().push_event(whole);
+                EXPECT_EQ(recorder.seen.size(), 1U);
+                ASSERT_EQ(korvane_deinitialize(handle), ok);
+                EXPECT_EQ(lines_with_the_secret(), std::vector<std::string>{});
+            }
+    EXPECT_GT(runs, 0);
+}
+
+/// Reads all that a handle gives, as an application does, and notes it.
+template <class Handle>
+void read_texts(Recorder &recorder, Handle from, std::initializer_list<int (*)(Handle, char **)> getters)
+{
+    for (auto get : getters) {
+        char *text = nullptr;
+        if (get(from, &text) == ok && text)
+            recorder.seen.push_back(text);
+        free(text);
+    }
+}
+
+void read_token(korvane_h, int, korvane_hdr_token_info_h token, void *data)
+{
+    auto &recorder = *static_cast<Recorder *>(data);
+    recorder.seen.push_back("called");
+    read_texts<korvane_hdr_token_info_h>(recorder, token,
+                                         {korvane_hdr_token_info_get_uuid, korvane_hdr_token_info_get_server_name,
+                                          korvane_hdr_token_info_get_server_url, korvane_hdr_token_info_get_token});
+}
+
+void read_ap(korvane_h, korvane_ap_info_h ap_info, void *data)
+{
+    read_texts<korvane_ap_info_h>(*static_cast<Recorder *>(data), ap_info,
+                                  {korvane_apinfo_get_ssid, korvane_apinfo_get_password, korvane_apinfo_get_bssid,
+                                   korvane_apinfo_get_candidate_ap});
+}
+
+void read_provisioning(korvane_h, korvane_device_prov_info_h info, void *data)
+{
+    read_texts<korvane_device_prov_info_h>(*static_cast<Recorder *>(data), info,
+                                           {korvane_devinfo_get_language, korvane_devinfo_get_country,
+                                            korvane_devinfo_get_datetime, korvane_devinfo_get_regist_mobile_device});
+}
+
+/// A request whose answer comes later, once, with a text in it.
+struct LateAnswer {
+    std::string name;
+    int delegate_id;
+    int minimum_version;
+    int (*ask)(korvane_h handle, Recorder *recorder);
+    Bytes values;
+    unsigned seen;
+};
+
+std::ostream &operator<<(std::ostream &out, const LateAnswer &row)
+{
+    return out << row.name;
+}
+
+int ask_token(korvane_h h, Recorder *recorder)
+{
+    return korvane_create_hdr_token_info(h, read_token, recorder);
+}
+int ask_custom_token(korvane_h h, Recorder *recorder)
+{
+    return korvane_create_hdr_token_info_custom(h, "{}", read_token, recorder);
+}
+
+const std::string whole_token = R"({"uuid":")" + secret + R"(","server_name":")" + secret + R"(","server_url":")" +
+                                secret + R"(","access_token":")" + secret + "\"}";
+
+const std::vector<LateAnswer> late_answers = {
+    {"GroupId", 26, 1005,
+     [](korvane_h h, Recorder *recorder) { return korvane_get_group_id(h, Note<'g', const char *>::call, recorder); },
+     s, 1},
+    {"CreatedCertificate", 29, 2001,
+     [](korvane_h h, Recorder *recorder) {
+         return korvane_create_hdr_certificate(h, "type", "csr", Note<'c', int, const char *>::call, recorder);
+     },
+     bytes(i32(0), s), 1},
+    {"Certificate", 30, 2001,
+     [](korvane_h h, Recorder *recorder) {
+         return korvane_get_hdr_certificate(h, "type", "arn", Note<'c', int, const char *, const char *>::call,
+                                            recorder);
+     },
+     bytes(i32(0), s, s), 1},
+    {"Token", 28, 2001, ask_token, bytes(i32(0), str(whole_token)), 5},
+    {"TokenThatIsNoDocument", 28, 2001, ask_token, bytes(i32(0), s), 1},
+    {"CustomToken", 32, 2003, ask_custom_token, bytes(i32(0), str(whole_token)), 5},
+    {"CustomTokenThatIsNoDocument", 32, 2003, ask_custom_token, bytes(i32(0), s), 1},
+};
+
+class SecretAnswer : public Secrets, public ::testing::WithParamInterface<LateAnswer> {};
+
+INSTANTIATE_TEST_SUITE_P(Of, SecretAnswer, ::testing::ValuesIn(late_answers),
+                         [](const auto &row) { return row.param.name; });
+
+TEST_P(SecretAnswer, IsInNoLogLineWhetherItIsDeliveredOrDropped)
+{
+    const LateAnswer &row = GetParam();
+    for (const std::string &version : agent_versions) {
+        SCOPED_TRACE(version);
+        connect_to(version);
+        const bool known = version_number(version) >= row.minimum_version;
+        EXPECT_EQ(row.ask(handle, &recorder), known ? ok : too_old);
+        if (known) {
+            const Bytes whole = event(row.delegate_id, last_seq_id(platform.log), true, row.values);
+            recorder.seen.clear();
+            platform.proxy().push_event(first(whole, whole.size() - 1));
+            EXPECT_EQ(recorder.seen.size(), 0U);
+            platform.proxy().push_event(whole);
+            platform.proxy().push_event(whole);
+            EXPECT_EQ(recorder.seen.size(), row.seen);
+        }
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+        EXPECT_EQ(lines_with_the_secret(), std::vector<std::string>{});
+    }
+}
+
+/// What an application reads out of a handle is its own affair.
+TEST_F(Secrets, AreInNoLogLineWhenTheyAreReadFromAnAccessPoint)
+{
+    for (const char *version : {"1.2", "2.3"}) {
+        connect_to(version);
+        ASSERT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, read_ap, &recorder), ok);
+        const int seq_id = last_seq_id(platform.log);
+        const bool record = std::string(version) == "1.2";
+        platform.proxy().push_event(record ? event(7, seq_id, false, values_of_pairs[1].values)
+                                           : event(18, seq_id, false, str(whole_ap)));
+        EXPECT_EQ(recorder.seen, std::vector<std::string>(record ? 2 : 4, secret)); // an agent 1.2 has these two
+        EXPECT_EQ(lines_with_the_secret(), std::vector<std::string>{});
+        recorder.seen.clear();
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+TEST_F(Secrets, AreInNoLogLineWhenTheyAreReadFromProvisioningData)
+{
+    connect_to("2.3");
+    ASSERT_EQ(korvane_set_device_provisioning_cb(handle, read_provisioning, &recorder), ok);
+    platform.proxy().push_event(event(8, last_seq_id(platform.log), false, s, s, s, s, s));
+    EXPECT_EQ(recorder.seen, std::vector<std::string>(4, secret));
+    EXPECT_EQ(lines_with_the_secret(), std::vector<std::string>{});
+}
+
+TEST_F(Secrets, OfReplyTextsAreInOneLineOnlyThatOfAPresence)
+{
+    connect_to("2.3");
+    const auto answers_with = [&](const std::string &text) {
+        platform.main_port().on_sent = [text](Port &port, const Bytes &) { port.push(reply(0, str(text))); };
+    };
+    answers_with(secret);
+    char *text = nullptr;
+    EXPECT_EQ(korvane_get_device_id(handle, &text), ok);
+    EXPECT_EQ(text, secret);
+    free(text);
+    EXPECT_EQ(korvane_disable_signin(handle, true), ok);
+    korvane_tcp_header_info_h header = nullptr;
+    EXPECT_NE(korvane_get_tcp_header_info(handle, &header), ok); // no document
+    answers_with(R"({"tcp_header_info_src_addr":")" + secret + "\"}");
+    EXPECT_EQ(korvane_get_tcp_header_info(handle, &header), ok);
+    EXPECT_EQ(korvane_tcp_header_info_get_src_addr(header, &text), ok);
+    EXPECT_EQ(text, secret);
+    free(text);
+    EXPECT_EQ(korvane_release_tcp_header_info(header), ok);
+    korvane_sub_dev_prs_h *list = nullptr;
+    int items = 0;
+    answers_with(secret);
+    EXPECT_NE(korvane_get_sub_device_presence_list(handle, &list, &items), ok);
+    answers_with(R"([{"di":")" + secret + R"(","prs":1}])");
+    EXPECT_EQ(korvane_get_sub_device_presence_list(handle, &list, &items), ok);
+    EXPECT_EQ(lines_with_the_secret(), std::vector<std::string>{});
+    int presence = 0;
+    EXPECT_EQ(korvane_get_sub_device_presence(list[0], &text, &presence), ok);
+    free(text);
+    EXPECT_EQ(korvane_release_sub_device_presence_list(list, items), ok);
+    EXPECT_EQ(lines_with_the_secret(), std::vector<std::string>{"korvane_get_sub_device_presence: device id = [" +
+                                                                secret + "], presence state = [1]"});
+}
+
+TEST_F(Secrets, OfAnUpdatesAnnouncementAreInNoLogLine)
+{
+    connect_to("2.3");
+    announce(bundle_s{}.array("Start", {secret}));
+    announce(bundle_s{}.text("Install", secret));
+    announce(bundle_s{}.text("Complete", secret).data("Fail", raw(secret)));
+    EXPECT_EQ(lines_with_the_secret(), std::vector<std::string>{});
+}
+
+} // namespace
+} // namespace kv::test

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "conformance/fixtures/library_fixture.hpp"
+
+/// The functions that take the library's handle, as a table of what they have in common.
+namespace kv::test {
+
+struct Function {
+    std::string name;
+    int minimum_version;
+    bool asks_agent; // has an update gate, a request and a reply
+    int (*call)(korvane_h handle);
+    int method; // of the request
+};
+
+inline std::ostream &operator<<(std::ostream &out, const Function &function)
+{
+    return out << function.name;
+}
+
+inline void ignore_io_error(korvane_h, void *) {}
+inline void ignore_start_result(korvane_h, int, void *) {}
+
+inline int set_rpc_io_error_cb(korvane_h handle)
+{
+    return korvane_set_rpc_io_error_cb(handle, ignore_io_error, nullptr);
+}
+
+inline int start_async(korvane_h handle)
+{
+    return korvane_start_async(handle, ignore_start_result, nullptr);
+}
+
+inline const std::vector<Function> functions = {
+    {"korvane_deinitialize", 0, false, korvane_deinitialize, 0},
+    {"korvane_set_rpc_io_error_cb", 0, false, set_rpc_io_error_cb, 0},
+    {"korvane_unset_rpc_io_error_cb", 0, false, korvane_unset_rpc_io_error_cb, 0},
+    {"korvane_start", 0, true, korvane_start, 3},
+    {"korvane_stop", 0, true, korvane_stop, 4},
+    {"korvane_start_async", 2000, true, start_async, 101},
+};
+
+inline std::vector<Function> functions_where(bool (*holds)(const Function &))
+{
+    std::vector<Function> kept;
+    for (const Function &function : functions)
+        if (holds(function))
+            kept.push_back(function);
+    return kept;
+}
+
+inline std::string name_of(const ::testing::TestParamInfo<Function> &info)
+{
+    return info.param.name;
+}
+
+class FunctionTest : public LibraryTest, public ::testing::WithParamInterface<Function> {
+protected:
+    int call(korvane_h called_with) { return GetParam().call(called_with); }
+    LogLine entry() { return api_info(GetParam().name, ">>> called"); }
+    LogLine refusal(const std::string &reason) { return api_error(GetParam().name, reason); }
+
+    /// A pointer that is no live handle and must not be looked into.
+    static korvane_h bogus_handle() { return reinterpret_cast<korvane_h>(8); }
+};
+
+} // namespace kv::test

@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "conformance/fixtures/library_fixture.hpp"
+
+#include "common/agent_state.hpp"
+
+namespace kv::test {
+namespace {
+
+using kv::agent;
+
+LogLine seen(const std::string &message)
+{
+    return common_info("_update_status_event_cb", message);
+}
+
+const LogLine entered = seen(">>> called");
+const LogLine start_line = seen(">>>> Agent update is started");
+const LogLine install_line = seen(">>>> Agent install is started");
+const LogLine complete_line = seen(">>>> Agent update is completed");
+
+LogLine fail_line(int code)
+{
+    return common_error("_update_status_event_cb",
+                        ">>>> Agent update is failed, update_err=[" + std::to_string(code) + "]");
+}
+
+class UpdateMonitor : public LibraryTest {
+protected:
+    void SetUp() override
+    {
+        LibraryTest::SetUp();
+        connect();
+        ASSERT_EQ(agent.version, 2003);
+    }
+
+    /// The lines of one announcement.
+    LogLines lines_of(const bundle_s &data)
+    {
+        platform.log.clear();
+        announce(data);
+        return platform.log.lines();
+    }
+};
+
+TEST_F(UpdateMonitor, IsRegisteredForTheServiceManagersEvent)
+{
+    ASSERT_EQ(platform.event_handlers().size(), 1U);
+    EXPECT_EQ(platform.event_handlers()[0]->event_name, update_event);
+    EXPECT_EQ(platform.event_handlers()[0]->user_data, nullptr);
+}
+
+TEST_F(UpdateMonitor, AnotherEventsNameIsIgnored)
+{
+    for (const char *name : {"org.korvane.Other", "", static_cast<const char *>(nullptr)}) {
+        platform.log.clear();
+        platform.event_handlers()[0]->fire(name, bundle_s{}.text("Install", "x"));
+        EXPECT_EQ(platform.log.lines(), (LogLines{entered}));
+        EXPECT_EQ(agent.update, 0);
+    }
+    EXPECT_EQ(platform.calls_to("bundle_get_str"), 0U);
+}
+
+TEST_F(UpdateMonitor, StartSetsState1)
+{
+    EXPECT_EQ(lines_of(bundle_s{}.array("Start", {"a", "b"})), (LogLines{entered, start_line}));
+    EXPECT_EQ(agent.update, 1);
+}
+
+TEST_F(UpdateMonitor, AnEmptyArrayUnderStartIsAStart)
+{
+    EXPECT_EQ(lines_of(bundle_s{}.array("Start", {})), (LogLines{entered, start_line}));
+    EXPECT_EQ(agent.update, 1);
+}
+
+TEST_F(UpdateMonitor, InstallSetsState2FromNoneAndFromStarted)
+{
+    EXPECT_EQ(lines_of(bundle_s{}.text("Install", "")), (LogLines{entered, install_line}));
+    EXPECT_EQ(agent.update, 2);
+    update_completes();
+    update_starts();
+    install_starts();
+    EXPECT_EQ(agent.update, 2);
+}
+
+TEST_F(UpdateMonitor, AValueOfAnotherTypeUnderAKeyIsNoAnnouncement)
+{
+    EXPECT_EQ(lines_of(bundle_s{}.text("Start", "x")), (LogLines{entered}));
+    EXPECT_EQ(lines_of(bundle_s{}.array("Install", {"x"})), (LogLines{entered}));
+    EXPECT_EQ(lines_of(bundle_s{}.data("Complete", {1})), (LogLines{entered}));
+    EXPECT_EQ(lines_of(bundle_s{}.text("Fail", "x")), (LogLines{entered}));
+    EXPECT_EQ(agent.update, 0);
+}
+
+TEST_F(UpdateMonitor, AnAnnouncementWithoutAKnownKeyChangesNothing)
+{
+    install_starts();
+    EXPECT_EQ(lines_of({}), (LogLines{entered}));
+    EXPECT_EQ(lines_of(bundle_s{}.text("Progress", "50")), (LogLines{entered}));
+    EXPECT_EQ(agent.update, 2);
+    EXPECT_EQ(agent.version, 2003);
+}
+
+TEST_F(UpdateMonitor, StartStandsBeforeEverythingElse)
+{
+    EXPECT_EQ(
+        lines_of(bundle_s{}.array("Start", {"a"}).text("Install", "i").text("Complete", "c").data("Fail", i32(1))),
+        (LogLines{entered, start_line}));
+    EXPECT_EQ(agent.update, 1);
+}
+
+TEST_F(UpdateMonitor, AnEventWithBothInstallAndCompleteIsTakenAsInstall)
+{
+    EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "c").text("Install", "i")), (LogLines{entered, install_line}));
+    EXPECT_EQ(agent.update, 2);
+    EXPECT_EQ(agent.version, 2003);
+}
+
+TEST_F(UpdateMonitor, CompleteAfterInstallClearsTheCachedVersionSoThatTheNextCallReadsIt)
+{
+    install_starts();
+    EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "c")), (LogLines{entered, complete_line}));
+    EXPECT_EQ(agent.update, 0);
+    EXPECT_EQ(agent.version, 0);
+
+    platform.agent_version = "1.6.0";
+    EXPECT_EQ(korvane_start_async(handle, nullptr, nullptr), KORVANE_ERROR_AGENT_VERSION_LOWER);
+    EXPECT_TRUE(platform.log.has(common_info("_get_agent_version", "agent version [1.6.0]")));
+    EXPECT_EQ(agent.version, 1006);
+}
+
+TEST_F(UpdateMonitor, CompleteAfterStartAloneKeepsTheCachedVersion)
+{
+    update_starts();
+    EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "c")), (LogLines{entered, complete_line}));
+    EXPECT_EQ(agent.update, 0);
+    EXPECT_EQ(agent.version, 2003);
+}
+
+TEST_F(UpdateMonitor, CompleteOutOfNowhereKeepsTheCachedVersion)
+{
+    EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "c")), (LogLines{entered, complete_line}));
+    EXPECT_EQ(agent.update, 0);
+    EXPECT_EQ(agent.version, 2003);
+}
+
+TEST_F(UpdateMonitor, CompleteWithFailIsLoggedAsBothAndEndsTheUpdate)
+{
+    install_starts();
+    EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "c").data("Fail", i32(-7))),
+              (LogLines{entered, complete_line, fail_line(-7)}));
+    EXPECT_EQ(agent.update, 0);
+    EXPECT_EQ(agent.version, 0);
+}
+
+TEST_F(UpdateMonitor, FailEndsTheUpdateAndKeepsTheVersion)
+{
+    install_starts();
+    EXPECT_EQ(lines_of(bundle_s{}.data("Fail", i32(2147483647))), (LogLines{entered, fail_line(2147483647)}));
+    EXPECT_EQ(agent.update, 0);
+    EXPECT_EQ(agent.version, 2003);
+}
+
+TEST_F(UpdateMonitor, FailAfterStartEndsTheUpdate)
+{
+    update_starts();
+    EXPECT_EQ(lines_of(bundle_s{}.data("Fail", i32(-1))), (LogLines{entered, fail_line(-1)}));
+    EXPECT_EQ(agent.update, 0);
+}
+
+TEST_F(UpdateMonitor, FailDataLongerThanFourBytesGivesTheFirstFour)
+{
+    EXPECT_EQ(lines_of(bundle_s{}.data("Fail", bytes(i32(12), i32(99)))), (LogLines{entered, fail_line(12)}));
+}
+
+TEST_F(UpdateMonitor, FailDataShorterThanFourBytesIsAFailureWithNumber0)
+{
+    for (const Bytes &data : {Bytes{}, Bytes{1}, Bytes{1, 2}, Bytes{1, 2, 3}}) {
+        install_starts();
+        EXPECT_EQ(lines_of(bundle_s{}.data("Fail", data)), (LogLines{entered, fail_line(0)})) << data.size();
+        EXPECT_EQ(agent.update, 0);
+    }
+    install_starts();
+    EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "c").data("Fail", {9})),
+              (LogLines{entered, complete_line, fail_line(0)}));
+}
+
+TEST_F(UpdateMonitor, CallsAreRefusedBetweenInstallAndItsEndOnly)
+{
+    agent_answers();
+    EXPECT_EQ(korvane_start(handle), 0);
+    update_starts();
+    EXPECT_EQ(korvane_start(handle), 0);
+    install_starts();
+    EXPECT_EQ(korvane_start(handle), KORVANE_ERROR_SERVICE_UNAVAILABLE);
+    announce(bundle_s{}.data("Fail", i32(1)));
+    EXPECT_EQ(korvane_start(handle), 0);
+    install_starts();
+    update_completes();
+    EXPECT_EQ(korvane_start(handle), 0);
+}
+
+TEST_F(UpdateMonitor, DeinitializeEndsTheUpdateAndForgetsTheVersion)
+{
+    install_starts();
+    ASSERT_EQ(korvane_deinitialize(handle), 0);
+    EXPECT_EQ(agent.update, 0);
+    EXPECT_EQ(agent.version, 0);
+    EXPECT_EQ(agent.support, 1);
+    EXPECT_TRUE(platform.event_handlers().empty());
+}
+
+TEST_F(UpdateMonitor, AFailureOfAnyBundleFunctionReadsAsAKeyThatIsNotThere)
+{
+    const bundle_s all =
+        bundle_s{}.array("Start", {"a"}).text("Install", "i").text("Complete", "c").data("Fail", i32(3));
+    platform.results["bundle_get_str_array"] = -12;
+    EXPECT_EQ(lines_of(all), (LogLines{entered, install_line}));
+    platform.results["bundle_get_str"] = -12;
+    EXPECT_EQ(lines_of(all), (LogLines{entered, fail_line(3)}));
+    platform.results["bundle_get_byte"] = -12;
+    EXPECT_EQ(lines_of(all), (LogLines{entered}));
+}
+
+} // namespace
+} // namespace kv::test

@@ -1,0 +1,512 @@
+// SPDX-License-Identifier: Apache-2.0
+// Set and unset functions inside set and unset functions of the same event.
+#include "conformance/fixtures/every_pair.hpp"
+#include "nested_fixture.hpp"
+
+namespace kv::test {
+namespace {
+
+/// All 23 pairs, that of the access point once for each wire format. Another event, the trigger, lets the application act.
+class NestedRegistration : public NestedTest, public ::testing::WithParamInterface<Pair> {
+protected:
+    const Pair &pair() { return GetParam(); }
+
+    /// Connected to the pair's agent, with the trigger registered.
+    void begin_pair()
+    {
+        outer = nested = former = {};
+        statuses.clear();
+        connect_to(pair().agent_version);
+        trigger = {};
+        // Not the pair under test.
+        const bool other = pair().event == "status_changed_cb";
+        ASSERT_EQ(other ? korvane_set_user_confirm_cb(handle, Note<'!'>::call, &trigger)
+                        : korvane_set_status_changed_cb(handle, Note<'!', int>::call, &trigger),
+                  ok);
+        const int seq_id = last_seq_id(platform.log);
+        trigger_event = other ? event(2, seq_id, false) : event(1, seq_id, false, i32(0));
+        forget_the_past();
+        results.clear();
+        unanswered.clear();
+        number_requests();
+    }
+
+    /// The first number of the delegates that were made last.
+    int made_last() { return last_seq_id(platform.log) + 1 - static_cast<int>(pair().events.size()); }
+
+    /// One event of every kind of the pair arrives for the delegates that begin with this number.
+    void events_arrive(int first_number)
+    {
+        for (std::size_t i = 0; i < pair().events.size(); ++i) {
+            const PairEvent &described = pair().events[i];
+            platform.proxy().push_event(
+                event(described.delegate_id, first_number + static_cast<int>(i), false, described.values));
+        }
+    }
+    Strings all_events()
+    {
+        Strings seen;
+        for (const PairEvent &described : pair().events)
+            seen.push_back(described.seen);
+        return seen;
+    }
+
+    int set(Recorder &given) { return pair().set(handle, &given); }
+    int unset() { return pair().unset(handle); }
+
+    /// Number of the outer request, as the agent counts them, and of the nested one.
+    static int outer_number(Moment moment) { return moment == Moment::wait ? 1 : 2; }
+    static int nested_number(Moment moment) { return moment == Moment::wait ? 2 : 1; }
+
+    void for_each_point(const std::function<void(Moment)> &check)
+    {
+        for (const Moment moment : inside_a_call)
+            for (const bool registered_before : {false, true}) {
+                SCOPED_TRACE(name_of(moment) + (registered_before ? ", registered before" : ""));
+                end_run();
+                begin_run();
+                begin_pair();
+                before_seq_id = 0;
+                if (registered_before) {
+                    ASSERT_EQ(set(former), ok);
+                    before_seq_id = made_last();
+                }
+                number_requests();
+                check(moment);
+                if (registered_before)
+                    events_arrive(before_seq_id);
+                EXPECT_EQ(former.seen, Strings{}) << "the registration before was replaced";
+            }
+    }
+
+    /// The pair works as usual: set, event, unset, event.
+    void expect_works_on()
+    {
+        results.clear();
+        Recorder later;
+        EXPECT_EQ(set(later), ok);
+        events_arrive(made_last());
+        EXPECT_EQ(later.seen, all_events());
+        EXPECT_EQ(unset(), ok);
+        events_arrive(made_last());
+        EXPECT_EQ(later.seen, all_events());
+    }
+
+    Recorder outer;  // callback of the outer set
+    Recorder nested; // of the nested set
+    Recorder former;
+    int before_seq_id = 0;
+};
+
+INSTANTIATE_TEST_SUITE_P(Of, NestedRegistration, ::testing::ValuesIn(every_pair()),
+                         [](const auto &row) { return row.param.label; });
+
+TEST_P(NestedRegistration, SetInsideSetDeliversEachDelegateToItsOwnCallback)
+{
+    for_each_point([this](Moment moment) {
+        int outer_seq_id = 0;
+        int nested_seq_id = 0;
+        inside(moment, [&](korvane_h) {
+            outer_seq_id = made_last();
+            EXPECT_EQ(set(nested), ok);
+            nested_seq_id = made_last();
+        });
+        EXPECT_EQ(set(outer), ok);
+        ASSERT_NE(outer_seq_id, nested_seq_id);
+
+        // The outer call returns last.
+        events_arrive(outer_seq_id);
+        EXPECT_EQ(outer.seen, all_events());
+        EXPECT_EQ(nested.seen, Strings{});
+        events_arrive(nested_seq_id);
+        EXPECT_EQ(outer.seen, all_events());
+        if (moment == Moment::wait) {
+            EXPECT_EQ(nested.seen, all_events()); // the agent received it last, so it keeps this one
+        } else {
+            EXPECT_TRUE(nested.seen.empty() || nested.seen == all_events());
+        }
+        expect_works_on();
+        events_arrive(outer_seq_id);
+        events_arrive(nested_seq_id);
+        EXPECT_EQ(outer.seen, all_events());
+        EXPECT_LE(nested.seen.size(), all_events().size());
+    });
+}
+
+TEST_P(NestedRegistration, SetInsideASetThatTheAgentRefusesKeepsTheNestedOne)
+{
+    for_each_point([this](Moment moment) {
+        int outer_seq_id = 0;
+        int nested_seq_id = 0;
+        results = {{outer_number(moment), -13}};
+        inside(moment, [&](korvane_h) {
+            outer_seq_id = made_last();
+            EXPECT_EQ(set(nested), ok);
+            nested_seq_id = made_last();
+        });
+        EXPECT_EQ(set(outer), KORVANE_ERROR_PERMISSION_DENIED);
+        events_arrive(nested_seq_id);
+        EXPECT_EQ(outer.seen, Strings{});
+        EXPECT_EQ(nested.seen, all_events());
+        events_arrive(outer_seq_id); // should the agent fire what it has refused
+        EXPECT_EQ(nested.seen, all_events());
+        expect_works_on();
+    });
+}
+
+TEST_P(NestedRegistration, SetThatTheAgentRefusesInsideASetKeepsTheOuterOne)
+{
+    for_each_point([this](Moment moment) {
+        int outer_seq_id = 0;
+        int nested_seq_id = 0;
+        results = {{nested_number(moment), -13}};
+        inside(moment, [&](korvane_h) {
+            outer_seq_id = made_last();
+            EXPECT_EQ(set(nested), KORVANE_ERROR_PERMISSION_DENIED);
+            nested_seq_id = made_last();
+        });
+        EXPECT_EQ(set(outer), ok);
+        events_arrive(outer_seq_id);
+        EXPECT_EQ(outer.seen, all_events());
+        EXPECT_EQ(nested.seen, Strings{});
+        events_arrive(nested_seq_id);
+        EXPECT_EQ(outer.seen, all_events());
+        expect_works_on();
+    });
+}
+
+TEST_P(NestedRegistration, UnsetInsideASetDeliversTheEventsOfTheSet)
+{
+    for_each_point([this](Moment moment) {
+        int outer_seq_id = 0;
+        inside(moment, [&](korvane_h) {
+            outer_seq_id = made_last();
+            EXPECT_EQ(unset(), ok);
+            events_arrive(outer_seq_id);
+            EXPECT_EQ(outer.seen, Strings{}) << "after the unset and before the set returns";
+        });
+        EXPECT_EQ(set(outer), ok);
+        events_arrive(outer_seq_id);
+        EXPECT_EQ(outer.seen, all_events());
+        expect_works_on();
+        events_arrive(outer_seq_id);
+        EXPECT_EQ(outer.seen, all_events());
+    });
+}
+
+TEST_P(NestedRegistration, UnsetInsideASetThatTheAgentRefusesDeliversNothing)
+{
+    for_each_point([this](Moment moment) {
+        int outer_seq_id = 0;
+        results = {{outer_number(moment), 7}};
+        inside(moment, [&](korvane_h) {
+            outer_seq_id = made_last();
+            EXPECT_EQ(unset(), ok);
+        });
+        EXPECT_EQ(set(outer), failed);
+        events_arrive(outer_seq_id);
+        EXPECT_EQ(outer.seen, Strings{});
+        expect_works_on();
+    });
+}
+
+TEST_P(NestedRegistration, SetInsideAnUnsetDeliversNothingOnceTheUnsetHasReturned)
+{
+    for (const int reply : {0, -13}) // an unset that the agent refuses ends the registration, too
+        for_each_point([&](Moment moment) {
+            int nested_seq_id = 0;
+            results = {{outer_number(moment), reply}};
+            inside(moment, [&](korvane_h) {
+                EXPECT_EQ(set(nested), ok);
+                nested_seq_id = made_last();
+                events_arrive(nested_seq_id);
+                EXPECT_EQ(nested.seen, all_events()) << "before the unset returns";
+            });
+            EXPECT_EQ(unset(), reply);
+            events_arrive(nested_seq_id);
+            EXPECT_EQ(nested.seen, all_events());
+            expect_works_on();
+        });
+}
+
+TEST_P(NestedRegistration, UnsetInsideAnUnsetDeliversNothing)
+{
+    for_each_point([this](Moment moment) {
+        inside(moment, [&](korvane_h) { EXPECT_EQ(unset(), ok); });
+        EXPECT_EQ(unset(), ok);
+        EXPECT_EQ(requests, 2);
+        expect_works_on();
+    });
+}
+
+/// The callback of a set counts once the set has succeeded: until then the events of its delegates reach the one before.
+TEST_P(NestedRegistration, EventsOfADelegateInsideItsOwnSetReachTheCallbackBefore)
+{
+    for (const Moment moment : inside_a_call)
+        for (const bool registered_before : {false, true}) {
+            SCOPED_TRACE(name_of(moment) + (registered_before ? ", registered before" : ""));
+            end_run();
+            begin_run();
+            begin_pair();
+            if (registered_before) {
+                ASSERT_EQ(set(former), ok);
+            }
+            platform.proxy().raise_inside(moment, [this](Proxy &) { events_arrive(made_last()); });
+            EXPECT_EQ(set(outer), ok);
+            EXPECT_EQ(former.seen, registered_before ? all_events() : Strings{});
+            EXPECT_EQ(outer.seen, Strings{});
+            events_arrive(made_last());
+            EXPECT_EQ(outer.seen, all_events());
+            EXPECT_EQ(former.seen, registered_before ? all_events() : Strings{});
+        }
+}
+
+/// Three deep: the outermost call returns last.
+TEST_P(NestedRegistration, UnsetInsideASetInsideAnUnsetDeliversNothing)
+{
+    for_each_point([this](Moment moment) {
+        int nested_seq_id = 0;
+        inside(moment, [&](korvane_h) {
+            inside(moment, [&](korvane_h) { EXPECT_EQ(unset(), ok); });
+            EXPECT_EQ(set(nested), ok);
+            nested_seq_id = made_last();
+            events_arrive(nested_seq_id);
+            EXPECT_EQ(nested.seen, all_events());
+        });
+        EXPECT_EQ(unset(), ok);
+        events_arrive(nested_seq_id);
+        EXPECT_EQ(nested.seen, all_events());
+        expect_works_on();
+    });
+}
+
+/// The access point's pair has one delegate for each wire format, of which an update of the agent leaves the other behind.
+class NestedWifiRegistration : public NestedTest {
+protected:
+    int set(Recorder &given)
+    {
+        return korvane_set_wifi_ap_provisioning_cb(handle, Note<'w', korvane_ap_info_h>::call, &given);
+    }
+    int unset() { return korvane_unset_wifi_ap_provisioning_cb(handle); }
+    void record_arrives(int seq_id)
+    {
+        platform.proxy().push_event(event(7, seq_id, false, str("home"), str("secret"), i32(2), i32(3), i32(6),
+                                          str("aa:bb"), i32(-40), i32(54)));
+    }
+    void document_arrives(int seq_id)
+    {
+        platform.proxy().push_event(event(18, seq_id, false, str("{\"ap_ssid\":\"home\"}")));
+    }
+    void expect_works_on()
+    {
+        Recorder later;
+        EXPECT_EQ(set(later), ok);
+        document_arrives(last_seq_id(platform.log));
+        EXPECT_EQ(later.seen, (Strings{"w ap_info"}));
+        EXPECT_EQ(unset(), ok);
+        document_arrives(last_seq_id(platform.log));
+        EXPECT_EQ(later.seen, (Strings{"w ap_info"}));
+    }
+
+    /// Registered with an agent of records, which an update then replaces by one of documents.
+    void begin_updated()
+    {
+        former = outer = nested = {};
+        begin("1.2");
+        ASSERT_EQ(set(former), ok);
+        before_seq_id = last_seq_id(platform.log);
+        update_to("2.3");
+        number_requests();
+    }
+    void update_to(const std::string &version)
+    {
+        install_starts();
+        update_completes();
+        platform.agent_version = version;
+    }
+
+    Recorder former, outer, nested;
+    int before_seq_id = 0;
+    int outer_seq_id = 0;
+    int nested_seq_id = 0;
+    const Strings one_event = {"w ap_info"};
+};
+
+TEST_F(NestedWifiRegistration, SetInsideSetAfterAnUpdate)
+{
+    for (const Moment moment : inside_a_call) {
+        SCOPED_TRACE(name_of(moment));
+        begin_updated();
+        inside(moment, [&](korvane_h) {
+            outer_seq_id = last_seq_id(platform.log);
+            EXPECT_EQ(set(nested), ok);
+            nested_seq_id = last_seq_id(platform.log);
+        });
+        EXPECT_EQ(set(outer), ok);
+        document_arrives(outer_seq_id);
+        EXPECT_EQ(outer.seen, one_event);
+        EXPECT_EQ(nested.seen, Strings{});
+        document_arrives(nested_seq_id);
+        EXPECT_EQ(outer.seen, one_event);
+        expect_works_on();
+        record_arrives(before_seq_id); // after that unset
+        EXPECT_EQ(former.seen, Strings{});
+        EXPECT_EQ(outer.seen, one_event);
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+TEST_F(NestedWifiRegistration, UnsetInsideASetAfterAnUpdate)
+{
+    for (const Moment moment : inside_a_call) {
+        SCOPED_TRACE(name_of(moment));
+        begin_updated();
+        inside(moment, [&](korvane_h) {
+            outer_seq_id = last_seq_id(platform.log);
+            EXPECT_EQ(unset(), ok);
+            record_arrives(before_seq_id);
+            document_arrives(outer_seq_id);
+        });
+        EXPECT_EQ(set(outer), ok);
+        EXPECT_EQ(former.seen, Strings{});
+        EXPECT_EQ(outer.seen, Strings{});
+        document_arrives(outer_seq_id);
+        EXPECT_EQ(outer.seen, one_event);
+        expect_works_on();
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+TEST_F(NestedWifiRegistration, SetInsideAnUnsetAfterAnUpdate)
+{
+    for (const Moment moment : inside_a_call) {
+        SCOPED_TRACE(name_of(moment));
+        begin_updated();
+        inside(moment, [&](korvane_h) {
+            EXPECT_EQ(set(nested), ok);
+            nested_seq_id = last_seq_id(platform.log);
+        });
+        EXPECT_EQ(unset(), ok);
+        record_arrives(before_seq_id);
+        document_arrives(nested_seq_id);
+        EXPECT_EQ(former.seen, Strings{});
+        EXPECT_EQ(nested.seen, Strings{});
+        expect_works_on();
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+/// The agent is replaced inside the outer call: the nested call uses the other wire format.
+TEST_F(NestedWifiRegistration, SetInsideAnUnsetThatAnUpdateInterrupts)
+{
+    for (const Moment moment : inside_a_call) {
+        SCOPED_TRACE(name_of(moment));
+        begin_updated();
+        inside(moment, [&](korvane_h) {
+            update_to("1.2");
+            EXPECT_EQ(set(nested), ok);
+            nested_seq_id = last_seq_id(platform.log);
+            record_arrives(nested_seq_id);
+            EXPECT_EQ(nested.seen, one_event);
+        });
+        EXPECT_EQ(unset(), ok);
+        record_arrives(nested_seq_id);
+        record_arrives(before_seq_id);
+        EXPECT_EQ(nested.seen, one_event);
+        EXPECT_EQ(former.seen, Strings{});
+        update_to("2.3");
+        expect_works_on();
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+TEST_F(NestedWifiRegistration, UnsetInsideASetThatAnUpdateInterrupts)
+{
+    for (const Moment moment : inside_a_call) {
+        SCOPED_TRACE(name_of(moment));
+        begin_updated();
+        inside(moment, [&](korvane_h) {
+            outer_seq_id = last_seq_id(platform.log);
+            update_to("1.2");
+            EXPECT_EQ(unset(), ok);
+        });
+        EXPECT_EQ(set(outer), ok);
+        document_arrives(outer_seq_id);
+        EXPECT_EQ(outer.seen, one_event);
+        EXPECT_EQ(former.seen, Strings{});
+        update_to("2.3");
+        expect_works_on();
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+TEST_F(NestedWifiRegistration, SetInsideASetThatAnUpdateInterrupts)
+{
+    for (const Moment moment : inside_a_call) {
+        SCOPED_TRACE(name_of(moment));
+        begin_updated();
+        inside(moment, [&](korvane_h) {
+            outer_seq_id = last_seq_id(platform.log);
+            update_to("1.2");
+            EXPECT_EQ(set(nested), ok);
+            nested_seq_id = last_seq_id(platform.log);
+        });
+        EXPECT_EQ(set(outer), ok);
+        document_arrives(outer_seq_id);
+        EXPECT_EQ(outer.seen, one_event);
+        EXPECT_EQ(nested.seen, Strings{});
+        record_arrives(nested_seq_id);
+        EXPECT_EQ(outer.seen, one_event);
+        update_to("2.3");
+        expect_works_on();
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+/// A set inside an unset leaves the access point of its event behind, and no callback.
+TEST_F(NestedWifiRegistration, AnEventWithoutACallbackReleasesTheLastAccessPoint)
+{
+    for (const Moment moment : inside_a_call) {
+        SCOPED_TRACE(name_of(moment));
+        begin_updated();
+        inside(moment, [&](korvane_h) {
+            EXPECT_EQ(set(nested), ok);
+            document_arrives(last_seq_id(platform.log));
+            EXPECT_EQ(nested.seen, one_event);
+        });
+        EXPECT_EQ(unset(), ok);
+        const std::size_t blocks = allocs::live_blocks();
+        record_arrives(before_seq_id);
+        EXPECT_EQ(former.seen, Strings{});
+        EXPECT_EQ(nested.seen, one_event);
+        EXPECT_LT(allocs::live_blocks(), blocks);
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+/// What the last event brought is released once, whichever of the two calls does it.
+TEST_F(NestedWifiRegistration, AnEventOfTheNestedSetInsideTheOuterOneLeavesNothingBehind)
+{
+    for (const Moment moment : inside_a_call) {
+        SCOPED_TRACE(name_of(moment));
+        begin_updated();
+        record_arrives(before_seq_id);
+        EXPECT_EQ(former.seen, one_event);
+        inside(moment, [&](korvane_h) {
+            EXPECT_EQ(set(nested), ok);
+            document_arrives(last_seq_id(platform.log));
+            EXPECT_EQ(nested.seen, one_event);
+        });
+        EXPECT_EQ(set(outer), ok);
+        inside(moment, [&](korvane_h) {
+            EXPECT_EQ(set(nested), ok);
+            document_arrives(last_seq_id(platform.log));
+            EXPECT_EQ(nested.seen, (Strings{"w ap_info", "w ap_info"}));
+        });
+        EXPECT_EQ(unset(), ok);
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
+} // namespace
+} // namespace kv::test

@@ -1,0 +1,400 @@
+// SPDX-License-Identifier: Apache-2.0
+// The set and unset functions of the easy setup against common rules, one row per registration in setup_pairs.cpp. Numbers
+// and log texts are the contract of the library, typed by hand.
+#include "conformance/fixtures/setup_pairs.hpp"
+
+namespace kv::test {
+namespace {
+
+constexpr int package_not_installed = -18153359;
+constexpr int ok = KORVANE_ERROR_NONE;
+constexpr int failed = KORVANE_ERROR_OPERATION_FAILED;
+
+using Strings = std::vector<std::string>;
+
+class SetupPair : public SetupTest, public ::testing::WithParamInterface<Pair> {
+protected:
+    const Pair &pair() { return GetParam(); }
+
+    void connect_to_its_agent() { connect_to(pair().agent_version); }
+    int set() { return pair().set(handle, &recorder); }
+    /// Connected and set; the past is forgotten but for the numbers of the delegates.
+    void begin_set()
+    {
+        connect_to_its_agent();
+        ASSERT_EQ(set(), ok);
+        seq_id = first_seq_id();
+        forget_the_past();
+    }
+    int first_seq_id() { return last_seq_id(platform.log) + 1 - static_cast<int>(pair().events.size()); }
+
+    Bytes event_of(std::size_t i, int first_number)
+    {
+        const PairEvent &described = pair().events[i];
+        return event(described.delegate_id, first_number + static_cast<int>(i), false, described.values);
+    }
+    /// One event of every kind arrives.
+    void push_events(int first_number)
+    {
+        for (std::size_t i = 0; i < pair().events.size(); ++i)
+            platform.proxy().push_event(event_of(i, first_number));
+    }
+    Strings told_by_events(unsigned times = 1)
+    {
+        Strings seen;
+        for (unsigned n = 0; n < times; ++n)
+            for (const PairEvent &described : pair().events)
+                seen.push_back(described.seen);
+        return seen;
+    }
+    Bytes set_request(int first_number)
+    {
+        Bytes request = i32(pair().set_method);
+        for (const PairEvent &described : pair().events)
+            request = bytes(request, delegate(described.delegate_id, first_number++, false));
+        return request;
+    }
+
+    LogLine set_info(const std::string &message) { return api_info(pair().set_name(), message); }
+    LogLine set_warning(const std::string &message) { return api_warning(pair().set_name(), message); }
+    LogLine set_error(const std::string &message) { return api_error(pair().set_name(), message); }
+    LogLine unset_info(const std::string &message) { return api_info(pair().unset_name(), message); }
+    LogLine unset_warning(const std::string &message) { return api_warning(pair().unset_name(), message); }
+    LogLine unset_error(const std::string &message) { return api_error(pair().unset_name(), message); }
+
+    int seq_id = 0; // of the first delegate
+};
+
+INSTANTIATE_TEST_SUITE_P(Of, SetupPair, ::testing::ValuesIn(setup_pairs),
+                         [](const auto &row) { return row.param.label; });
+
+TEST_P(SetupPair, SetSendsItsDelegates)
+{
+    connect_to_its_agent();
+    EXPECT_EQ(set(), ok);
+    EXPECT_EQ(sent(), (std::vector<Bytes>{set_request(first_seq_id())}));
+    EXPECT_EQ(platform.log.api(), (LogLines{set_info(">>> called")}));
+}
+
+TEST_P(SetupPair, UnsetSendsNoArguments)
+{
+    begin_set();
+    EXPECT_EQ(pair().unset(handle), ok);
+    EXPECT_EQ(sent(), (std::vector<Bytes>{i32(pair().unset_method)}));
+    EXPECT_EQ(platform.log.api(), (LogLines{unset_info(">>> called")}));
+}
+
+TEST_P(SetupPair, GatesComeInTheirOrder)
+{
+    platform.results["package_info_create"] = package_not_installed;
+    EXPECT_EQ(pair().set(nullptr, nullptr), -1073741822);
+    EXPECT_EQ(pair().unset(nullptr), -1073741822);
+    EXPECT_EQ(platform.log.errors(), (LogLines{set_error("Not Supported"), unset_error("Not Supported")}));
+
+    platform.results.clear();
+    forget_the_agent();
+    platform.log.clear();
+    const int below = pair().minimum_version - 1;
+    platform.agent_version = below < 0 ? "-1.0" : std::to_string(below / 1000) + "." + std::to_string(below % 1000);
+    EXPECT_EQ(pair().set(nullptr, nullptr), -1073741827);
+    EXPECT_EQ(pair().unset(nullptr), -1073741827);
+    EXPECT_EQ(platform.log.errors(),
+              (LogLines{set_error("agent version is lower!!"), unset_error("agent version is lower!!")}));
+
+    forget_the_agent();
+    connect_to_its_agent();
+    begin_install();
+    EXPECT_EQ(pair().set(nullptr, nullptr), -22);
+    EXPECT_EQ(pair().unset(nullptr), -22);
+    EXPECT_EQ(set(), -1073741826);
+    EXPECT_EQ(pair().unset(handle), -1073741826);
+    EXPECT_EQ(platform.log.errors(),
+              (LogLines{set_error("handle is NULL"), unset_error("handle is NULL"),
+                        set_error("Agent is being installing"), unset_error("Agent is being installing")}));
+    EXPECT_TRUE(sent().empty());
+}
+
+TEST_P(SetupPair, ARefusedUnsetKeepsTheRegistration)
+{
+    begin_set();
+    install_starts();
+    EXPECT_EQ(pair().unset(handle), -1073741826);
+    update_completes();
+    push_events(seq_id);
+    EXPECT_EQ(recorder.seen, told_by_events());
+}
+
+TEST_P(SetupPair, EventsReachTheApplicationWithTheirValues)
+{
+    begin_set();
+    LogLines lines;
+    for (const PairEvent &described : pair().events)
+        lines.insert(lines.end(), described.lines.begin(), described.lines.end());
+    push_events(seq_id);
+    EXPECT_EQ(recorder.seen, told_by_events());
+    EXPECT_EQ(recorder.handle, handle);
+    EXPECT_EQ(platform.log.api(), lines);
+    push_events(seq_id);
+    EXPECT_EQ(recorder.seen, told_by_events(2));
+}
+
+/// A platform raises events from the main loop, inside a send or inside the wait for a reply.
+TEST_P(SetupPair, EventsAreDeliveredWhenThePlatformRaisesThemBeforeInsideOrAfterACall)
+{
+    begin_set();
+    push_events(seq_id);
+    EXPECT_EQ(recorder.seen, told_by_events(1));
+    unsigned inside = 1;
+    for (const Moment moment : {Moment::send, Moment::wait}) {
+        for (std::size_t i = 0; i < pair().events.size(); ++i)
+            platform.proxy().raise_inside(moment, received(event_of(i, seq_id)));
+        EXPECT_EQ(korvane_stop(handle), ok);
+        EXPECT_EQ(recorder.seen, told_by_events(++inside));
+    }
+    for (std::size_t i = 0; i < pair().events.size(); ++i)
+        platform.proxy().callback_port.push(event_of(i, seq_id));
+    EXPECT_EQ(korvane_stop(handle), ok);
+    EXPECT_EQ(recorder.seen, told_by_events(3)); // nothing was raised inside this call
+    for (std::size_t i = 0; i < pair().events.size(); ++i)
+        platform.proxy().fire_received();
+    EXPECT_EQ(recorder.seen, told_by_events(4));
+}
+
+TEST_P(SetupPair, SettingTwiceWarnsOnceAndKeepsOneRegistration)
+{
+    begin_set();
+    Recorder second;
+    EXPECT_EQ(pair().set(handle, &second), ok);
+    const int second_seq_id = first_seq_id();
+    EXPECT_EQ(platform.log.api(), (LogLines{set_info(">>> called"), set_warning("rpc cb_h already exists")}));
+    EXPECT_EQ(sent(), (std::vector<Bytes>{set_request(second_seq_id)}));
+    push_events(seq_id); // of the registration that was replaced
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, Strings{});
+    push_events(second_seq_id);
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, told_by_events());
+}
+
+TEST_P(SetupPair, UnsettingWhatWasNeverSetWarnsAndStillAsksTheAgent)
+{
+    connect_to_its_agent();
+    EXPECT_EQ(pair().unset(handle), ok);
+    EXPECT_EQ(platform.log.api(), (LogLines{unset_info(">>> called"), unset_warning("rpc cb_h doesn't exist")}));
+    EXPECT_EQ(sent(), (std::vector<Bytes>{i32(pair().unset_method)}));
+}
+
+TEST_P(SetupPair, NoCallbackRunsAfterUnset)
+{
+    begin_set();
+    EXPECT_EQ(pair().unset(handle), ok);
+    push_events(seq_id);
+    EXPECT_EQ(recorder.seen, Strings{});
+}
+
+TEST_P(SetupPair, NoCallbackRunsAfterAnUnsetThatTheAgentRefused)
+{
+    begin_set();
+    answers(-13);
+    EXPECT_EQ(pair().unset(handle), -13);
+    EXPECT_EQ(platform.log.errors(), (LogLines{unset_error(pair().unset_name() + "() is failed, err=[-13] r=[0]")}));
+    push_events(seq_id);
+    EXPECT_EQ(recorder.seen, Strings{});
+    answers(0);
+    EXPECT_EQ(pair().unset(handle), ok);
+    EXPECT_TRUE(platform.log.has(unset_warning("rpc cb_h doesn't exist")));
+}
+
+TEST_P(SetupPair, AnEventThatCrossesItsUnsetOnTheWireIsDropped)
+{
+    begin_set();
+    for (std::size_t i = 0; i < pair().events.size(); ++i) {
+        platform.proxy().raise_inside(Moment::send, received(event_of(i, seq_id)));
+        platform.proxy().raise_inside(Moment::wait, received(event_of(i, seq_id)));
+    }
+    EXPECT_EQ(pair().unset(handle), ok);
+    push_events(seq_id);
+    EXPECT_EQ(recorder.seen, Strings{});
+}
+
+TEST_P(SetupPair, AFirstSetThatTheAgentRefusedDeliversNothing)
+{
+    connect_to_its_agent();
+    answers(-1);
+    EXPECT_EQ(set(), failed);
+    EXPECT_EQ(platform.log.errors(), (LogLines{set_error(pair().set_name() + "() is failed, err=[-1] r=[0]")}));
+    push_events(first_seq_id());
+    EXPECT_EQ(recorder.seen, Strings{});
+    answers(0);
+    platform.log.clear();
+    EXPECT_EQ(set(), ok);
+    EXPECT_EQ(platform.log.has(set_warning("rpc cb_h already exists")), pair().keeps_refused_delegate);
+    push_events(first_seq_id());
+    EXPECT_EQ(recorder.seen, told_by_events());
+}
+
+TEST_P(SetupPair, ASecondSetThatTheAgentRefusedEndsTheFirstRegistrationAndKeepsItsCallback)
+{
+    begin_set();
+    Recorder second;
+    answers(-13);
+    EXPECT_EQ(pair().set(handle, &second), -13);
+    const int second_seq_id = first_seq_id();
+    push_events(seq_id);
+    EXPECT_EQ(recorder.seen, Strings{});
+    // Should the agent fire what it has refused, nobody but the callback that was set successfully hears of it.
+    push_events(second_seq_id);
+    EXPECT_EQ(recorder.seen, pair().keeps_refused_delegate ? told_by_events() : Strings{});
+    EXPECT_EQ(second.seen, Strings{});
+}
+
+TEST_P(SetupPair, ASetThatTheAgentRefusedAfterAnUnsetDeliversNothingToTheCallbackBefore)
+{
+    begin_set();
+    ASSERT_EQ(pair().unset(handle), ok);
+    Recorder second;
+    answers(-1);
+    EXPECT_EQ(pair().set(handle, &second), failed);
+    push_events(first_seq_id());
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(second.seen, Strings{});
+}
+
+TEST_P(SetupPair, AnEventCutShortAnywhereIsDroppedWithOneErrorAndTheRegistrationStays)
+{
+    begin_set();
+    for (std::size_t i = 0; i < pair().events.size(); ++i) {
+        const Bytes whole = event_of(i, seq_id);
+        for (std::size_t size = 0; size < whole.size(); ++size) {
+            platform.log.clear();
+            platform.proxy().push_event(first(whole, size));
+            EXPECT_EQ(platform.log.errors().size(), 1U) << "cut to " << size;
+        }
+    }
+    EXPECT_EQ(recorder.seen, Strings{});
+    push_events(seq_id);
+    EXPECT_EQ(recorder.seen, told_by_events());
+}
+
+TEST_P(SetupPair, EventsForAnotherNumberOrTypeAreDropped)
+{
+    begin_set();
+    for (const PairEvent &described : pair().events) {
+        platform.proxy().push_event(event(described.delegate_id, seq_id + 1000, false, described.values));
+        platform.proxy().push_event(event(described.delegate_id, 0, false, described.values));
+        platform.proxy().push_event(event(33, seq_id, false, described.values));
+    }
+    EXPECT_EQ(recorder.seen, Strings{});
+}
+
+TEST_P(SetupPair, SetSurvivesTheFailureOfEachPlatformCall)
+{
+    fail_each_platform_call([&] { connect_to_its_agent(); }, [&] { return set(); },
+                            [&](const std::string &failure, int result) {
+                                EXPECT_EQ(result, outcome_of_request(failure));
+                                push_events(first_seq_id());
+                                EXPECT_EQ(recorder.seen, result == ok ? told_by_events() : Strings{});
+                                recorder.seen.clear();
+                                EXPECT_EQ(set(), ok);
+                                push_events(first_seq_id());
+                                EXPECT_EQ(recorder.seen, told_by_events());
+                            });
+}
+
+TEST_P(SetupPair, UnsetSurvivesTheFailureOfEachPlatformCall)
+{
+    fail_each_platform_call([&] { begin_set(); }, [&] { return pair().unset(handle); },
+                            [&](const std::string &failure, int result) {
+                                EXPECT_EQ(result, outcome_of_request(failure));
+                                push_events(seq_id);
+                                EXPECT_EQ(recorder.seen, Strings{});
+                            });
+}
+
+TEST_P(SetupPair, SetWithoutMemoryForADelegateFailsAsTheProxyRefusesIt)
+{
+    int runs = 0;
+    fail_each_allocation([&] { connect_to_its_agent(); }, [&] { return set(); },
+                         [&](int before, int result) {
+                             ++runs;
+                             EXPECT_EQ(result, before < 0 ? ok : failed);
+                             EXPECT_EQ(sent().size(), before < 0 ? 1U : 0U);
+                             EXPECT_EQ(platform.log.count("Out of memory"), before < 0 ? 0U : 1U);
+                             EXPECT_EQ(platform.log.count("Invalid parameter"), before < 0 ? 0U : 1U);
+                             EXPECT_EQ(set(), ok);
+                             push_events(first_seq_id());
+                             EXPECT_EQ(recorder.seen, told_by_events());
+                         });
+    EXPECT_EQ(runs, static_cast<int>(pair().events.size()) + 1);
+}
+
+TEST_P(SetupPair, DeinitializeReleasesARegistrationThatWasRefusedBeforeItWasSent)
+{
+    connect_to_its_agent();
+    platform.proxy().fire_disconnected();
+    EXPECT_EQ(set(), failed);
+    EXPECT_TRUE(sent().empty());
+    EXPECT_EQ(korvane_deinitialize(handle), ok);
+}
+
+TEST_P(SetupPair, TheCallbackMayUnsetItself)
+{
+    begin_set();
+    recorder.then = [&](korvane_h seen) { EXPECT_EQ(pair().unset(seen), ok); };
+    push_events(seq_id);
+    EXPECT_EQ(recorder.seen, Strings{pair().events.front().seen});
+    push_events(seq_id);
+    EXPECT_EQ(recorder.seen.size(), 1U);
+}
+
+TEST_P(SetupPair, TheCallbackMaySetAnother)
+{
+    begin_set();
+    Recorder second;
+    recorder.then = [&](korvane_h seen) { EXPECT_EQ(pair().set(seen, &second), ok); };
+    platform.proxy().push_event(event_of(0, seq_id));
+    push_events(seq_id);
+    EXPECT_EQ(recorder.seen, Strings{pair().events.front().seen});
+    push_events(first_seq_id());
+    EXPECT_EQ(second.seen, told_by_events());
+}
+
+TEST_P(SetupPair, TheCallbackMayAskTheAgent)
+{
+    begin_set();
+    recorder.then = [&](korvane_h seen) { EXPECT_EQ(korvane_stop(seen), ok); };
+    push_events(seq_id);
+    EXPECT_EQ(recorder.seen, told_by_events());
+}
+
+TEST_P(SetupPair, TheCallbackMayDeinitialize)
+{
+    begin_set();
+    recorder.then = [&](korvane_h seen) { EXPECT_EQ(korvane_deinitialize(seen), ok); };
+    platform.proxy().push_event(event_of(0, seq_id));
+    EXPECT_EQ(recorder.seen, Strings{pair().events.front().seen});
+    EXPECT_EQ(kv::api::live_session, nullptr);
+}
+
+TEST_P(SetupPair, TheCallbackMayDeinitializeAndInitialize)
+{
+    begin_set();
+    recorder.then = [&](korvane_h seen) {
+        EXPECT_EQ(korvane_deinitialize(seen), ok);
+        initialize();
+    };
+    platform.proxy().push_event(event_of(0, seq_id));
+    platform.proxy().push_event(event_of(0, seq_id)); // to the new proxy, which knows no such delegate
+    EXPECT_EQ(recorder.seen, Strings{pair().events.front().seen});
+}
+
+TEST_P(SetupPair, AThousandEventsAreAllDelivered)
+{
+    begin_set();
+    for (int i = 0; i < 1000; ++i)
+        platform.proxy().push_event(event_of(0, seq_id));
+    EXPECT_EQ(recorder.seen, Strings(1000, pair().events.front().seen));
+}
+
+} // namespace
+} // namespace kv::test

@@ -100,7 +100,7 @@ bool ControlConnection::send(std::string_view bytes)
 bool ControlConnection::read_more(int milliseconds)
 {
     pollfd wait{socket_.get(), POLLIN, 0};
-    if (at_end_ || ::poll(&wait, 1, milliseconds) <= 0)
+    if (!is_open() || at_end_ || ::poll(&wait, 1, milliseconds) <= 0)
         return false;
     char bytes[65536];
     const ssize_t count = ::read(socket_.get(), bytes, sizeof bytes);

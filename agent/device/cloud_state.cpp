@@ -11,7 +11,7 @@ namespace {
 
 Json shown_text(const std::string &text)
 {
-    return show(describe::String<"text">{}, text.c_str());
+    return Shown::value(describe::String<"text">{}, text.c_str());
 }
 
 Json view_of(const Credentials &credentials)
@@ -19,8 +19,8 @@ Json view_of(const Credentials &credentials)
     Json shown = Json::object();
     shown.set("region", shown_text(credentials.region))
         .set("auth_provider", shown_text(credentials.auth_provider))
-        .set("access_token", show_masked(credentials.access_token.c_str()))
-        .set("refresh_token", show_masked(credentials.refresh_token.c_str()))
+        .set("access_token", Shown::secret(credentials.access_token.c_str()))
+        .set("refresh_token", Shown::secret(credentials.refresh_token.c_str()))
         .set("user_id", shown_text(credentials.user_id))
         .set("client_id", shown_text(credentials.client_id))
         .set("ci_server", shown_text(credentials.ci_server))
@@ -64,8 +64,17 @@ Json view_of(const LastStatus &status)
 Json view_of(const Terms &terms)
 {
     Json shown = Json::object();
-    shown.set("data", show_masked(terms.data.c_str())).set("url", shown_text(terms.url));
+    shown.set("data", Shown::secret(terms.data.c_str())).set("url", shown_text(terms.url));
     shown.set("type", or_null(terms.type)).set("status", or_null(terms.status));
+    return shown;
+}
+
+Json view_of_profiles(const std::map<int, std::string> &profiles)
+{
+    Json shown = Json::object();
+    for (const auto &[number, profile] : profiles)
+        shown.set(std::to_string(number).c_str(),
+                  Shown::document(master::documents::device_profile::document, profile.c_str()));
     return shown;
 }
 
@@ -118,7 +127,7 @@ Json CloudState::view() const
         .set("terms", view_of(terms))
         .set("device_names", by_number(device_names))
         .set("platform_infos", by_number(platform_infos))
-        .set("profiles", by_number(profiles))
+        .set("profiles", view_of_profiles(profiles))
         .set("told", std::move(shown));
     return all;
 }

@@ -81,8 +81,8 @@ Json Setup::view() const
         .set("languages", array_of(languages))
         .set("has_preconfigured_pin", !preconfigured_pin.empty())
         .set("has_random_pin", !random_pin.empty())
-        .set("vendor_info", show(describe::String<"vendor_info">{}, vendor_info.c_str()))
-        .set("version_info", show(describe::String<"version_info">{}, version_info.c_str()))
+        .set("vendor_info", Shown::value(describe::Secret<"vendor_info">{}, vendor_info.c_str()))
+        .set("version_info", Shown::value(describe::String<"version_info">{}, version_info.c_str()))
         .set("mot", mot)
         .set("gatt_ble", gatt_ble);
     return all;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "parcel.hpp"
 #include "show.hpp"
 
 #include <memory>
@@ -45,7 +46,7 @@ public:
 
     Json shown() const override
     {
-        return apply([](const auto &...values) { return show_all(describe::In<E...>{}, values...); });
+        return apply([](const auto &...values) { return Shown::values(describe::In<E...>{}, values...); });
     }
 
     Parcel parcel_for(const AnyDelegate &delegate) const override

@@ -17,63 +17,53 @@ bool rewind_to_values(rpc_port_parcel_h parcel)
     return rpc_port_parcel_rewind(parcel) == 0 && rpc_port_parcel_read_int32(parcel, &id_or_kind) == 0;
 }
 
-/// Decodes one value and adds it to `shown`. Returns false if it is missing, so that a truncated parcel is shown as far
-/// as it can be decoded.
-template <class Element>
-bool read_and_show(rpc_port_parcel_h parcel, Json &shown)
-{
-    typename Argument<Element>::Received held{};
-    if (!Argument<Element>::read(parcel, held))
-        return false;
-    shown.set(Element::name, show(Element{}, Argument<Element>::view(held)));
-    return true;
-}
-
 template <class Element>
 inline constexpr bool is_array = false;
 template <class A, FixedText Name>
 inline constexpr bool is_array<describe::Arr<A, Name>> = true;
 
-template <class Ins, class Outs>
-struct Row;
+template <class... I>
+constexpr bool has_array(describe::In<I...>)
+{
+    return (is_array<I> || ...);
+}
 
-template <class... I, class... O>
-struct Row<describe::In<I...>, describe::Out<O...>> {
-    static constexpr bool has_array = (is_array<I> || ...);
+template <class M>
+Json show_arguments(rpc_port_parcel_h request)
+{
+    Json shown = Json::object();
+    if (rewind_to_values(request))
+        Shown::arguments<M>(request, shown);
+    return shown;
+}
 
-    static Json show_arguments(rpc_port_parcel_h request)
-    {
-        Json shown = Json::object();
-        if (rewind_to_values(request))
-            static_cast<void>((read_and_show<I>(request, shown) && ...));
-        return shown;
-    }
+template <class M>
+Json show_reply(rpc_port_parcel_h reply)
+{
+    Json shown = Json::object();
+    if (rewind_to_values(reply))
+        Shown::reply<M>(reply, shown);
+    return shown;
+}
 
-    static Json show_reply(rpc_port_parcel_h reply)
-    {
-        Json shown = Json::object();
-        int result = 0;
-        if (rewind_to_values(reply) && (read_and_show<O>(reply, shown) && ...) &&
-            rpc_port_parcel_read_int32(reply, &result) == 0)
-            shown.set("result", result);
-        return shown;
-    }
-
-    static Json argument_shapes() { return shapes(describe::In<I...>{}); }
-    static Json out_shapes() { return shapes(describe::Out<O...>{}); }
-};
-
-template <class M, class R>
+template <class M>
 MethodEntry entry_of()
 {
-    return {M::name,           M::id,         M::since,           M::in::count, R::has_array,
-            R::show_arguments, R::show_reply, R::argument_shapes, R::out_shapes};
+    return {.name = M::name,
+            .id = M::id,
+            .since = M::since,
+            .arguments = M::in::count,
+            .has_array = has_array(typename M::in{}),
+            .show_arguments = show_arguments<M>,
+            .show_reply = show_reply<M>,
+            .argument_shapes = [] { return shapes(typename M::in{}); },
+            .out_shapes = [] { return shapes(typename M::out{}); }};
 }
 
 template <class... M>
 std::vector<MethodEntry> entries_of(describe::List<M...>)
 {
-    return {entry_of<M, Row<typename M::in, typename M::out>>()...};
+    return {entry_of<M>()...};
 }
 
 /// The methods by id, by which every request finds its own.

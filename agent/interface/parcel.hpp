@@ -2,6 +2,7 @@
 #pragma once
 
 #include "src/kv_master/array_codec.hpp"
+#include "src/kv_master/delegate_codec.hpp"
 #include "src/kv_master/interface.hpp"
 
 #include <rpc_port_stub.h>
@@ -13,6 +14,8 @@
 /// Parcels as the agent reads and writes them.
 namespace kv::virtual_agent {
 
+using master::AnyDelegate;
+using master::DelegateOf;
 using master::Wire;
 
 struct DestroyParcel {
@@ -49,37 +52,6 @@ inline std::string_view bytes_of(rpc_port_parcel_h parcel)
     return {static_cast<const char *>(bytes), size};
 }
 
-/// A delegate as an application sent it: the type of its events, its sequence number, and whether one event completes
-/// it.
-struct AnyDelegate {
-    int id = 0;
-    int seq_id = 0;
-    bool once = false;
-};
-
-template <class D>
-struct DelegateOf : AnyDelegate {
-};
-
-/// Reads one argument of a request. The library has readers for all elements but delegates, which only agents read.
-template <class Element>
-struct Argument : Wire<Element> {
-};
-
-template <class D>
-struct Argument<describe::Callback<D>> {
-    using Received = DelegateOf<D>;
-
-    /// Returns false for a delegate of another type: the application would misread its events.
-    static bool read(rpc_port_parcel_h parcel, Received &delegate)
-    {
-        return rpc_port_parcel_read_int32(parcel, &delegate.id) == 0 &&
-               rpc_port_parcel_read_int32(parcel, &delegate.seq_id) == 0 &&
-               rpc_port_parcel_read_bool(parcel, &delegate.once) == 0 && delegate.id == D::id;
-    }
-    static const Received &view(const Received &held) { return held; }
-};
-
 /// The type in which a handler returns an out value.
 template <class Element>
 struct OutValue {
@@ -95,6 +67,10 @@ struct OutValue<describe::String<Name>> {
 
 template <FixedText Name>
 struct OutValue<describe::Secret<Name>> : OutValue<describe::String<Name>> {
+};
+
+template <const auto &Documents, FixedText Name>
+struct OutValue<describe::DocumentText<Documents, Name>> : OutValue<describe::String<Name>> {
 };
 
 } // namespace kv::virtual_agent

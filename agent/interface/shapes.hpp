@@ -33,6 +33,14 @@ Json shape(describe::Secret<Name>)
 {
     return std::move(named_shape(Name.text, "string").set("secret", true));
 }
+template <const auto &Documents, FixedText Name>
+Json shape(describe::DocumentText<Documents, Name>)
+{
+    Json text = named_shape(Name.text, "string");
+    if (master::may_hold_secrets(Documents))
+        text.set("secret", true);
+    return text;
+}
 template <class D>
 Json shape(describe::Callback<D>)
 {

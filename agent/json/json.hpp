@@ -27,6 +27,7 @@ public:
     Json() : Json(cJSON_CreateNull()) {}
     Json(bool value) : Json(cJSON_CreateBool(value)) {}
     Json(int value) : Json(cJSON_CreateNumber(value)) {}
+    Json(double value) : Json(cJSON_CreateNumber(value)) {}
     /// Printed with all digits; cJSON would keep the number as a double and lose some.
     Json(std::int64_t value) : Json(cJSON_CreateRaw(std::to_string(value).c_str())) {}
     Json(std::string_view text);

@@ -128,7 +128,7 @@ Result<master::register_sub_device> Handlers::handle(master::register_sub_device
     const bool known = state_.sub_devices.count(device_no) > 0;
     if (device_no <= 0 || (!known && state_.sub_devices.size() >= max_devices))
         return {refused};
-    state_.sub_devices[device_no].device_id = std::string{device_id}.substr(0, max_shown_text);
+    state_.sub_devices[device_no].device_id = std::string{device_id}.substr(0, JournalFormat::max_text);
     return {};
 }
 

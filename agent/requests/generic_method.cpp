@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "generic_method.hpp"
 
-#include "agent/interface/masking.hpp"
+#include "agent/interface/show.hpp"
 #include "values.hpp"
 
 #include <algorithm>
@@ -116,7 +116,7 @@ int serve_generic_method(const Device &device, const char *text)
         std::find_if(all.begin(), all.end(), [number](const auto &one) { return one.command.number == number; });
     if (known == all.end() || known->command.since > device.state.version.number())
         return refused;
-    device.state.cloud.keep(known->name, show_document(text));
+    device.state.cloud.keep(known->name, Shown::document(known->command, text));
     return known->serve(device, request.get());
 }
 

@@ -198,7 +198,7 @@ private:
     template <class M, class... Arguments>
     void keep(M, const Arguments &...arguments)
     {
-        state_.cloud.keep(M::name, show_all(typename M::in{}, arguments...));
+        state_.cloud.keep(M::name, Shown::values(typename M::in{}, arguments...));
     }
 
     Device device_;

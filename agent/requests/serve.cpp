@@ -29,8 +29,8 @@ template <class M, class... I>
 Served serve_as(describe::In<I...>, Handlers &handlers, Call &call, rpc_port_parcel_h request,
                 const Deviation &deviation)
 {
-    std::tuple<typename Argument<I>::Received...> held{};
-    const bool decoded = std::apply([&](auto &...values) { return (Argument<I>::read(request, values) && ...); }, held);
+    std::tuple<typename Wire<I>::Received...> held{};
+    const bool decoded = std::apply([&](auto &...values) { return (Wire<I>::read(request, values) && ...); }, held);
     if (!decoded)
         return {};
     Result<M> result;
@@ -38,8 +38,7 @@ Served serve_as(describe::In<I...>, Handlers &handlers, Call &call, rpc_port_par
         result.result = *deviation.result;
     else
         result = std::apply(
-            [&](auto &...values) -> Result<M> { return handlers.handle(M{}, call, Argument<I>::view(values)...); },
-            held);
+            [&](auto &...values) -> Result<M> { return handlers.handle(M{}, call, Wire<I>::view(values)...); }, held);
     return {true, encode<M>(result, deviation.kind)};
 }
 

@@ -36,6 +36,13 @@ template <FixedText Name>
 struct Secret : String<Name> {
 };
 
+/// A string with a JSON document, or with an array of them. Logs, journals and traces show its members as the document
+/// describes them. Documents is one document, or the commands of which the text holds one.
+template <const auto &Documents, FixedText Name>
+struct DocumentText : String<Name> {
+    static constexpr const auto &documents = Documents;
+};
+
 template <class RecordDescription, FixedText Name>
 struct Rec : Named<Name> {
     using record = RecordDescription;
@@ -161,6 +168,13 @@ template <class... D, class Visitor>
 constexpr void for_each(List<D...>, Visitor &&visit)
 {
     (visit.template operator()<D>(), ...);
+}
+
+/// Calls visit.template operator()<D>() for the description with this id. Returns false if the list has none.
+template <class... D, class Visitor>
+bool visit_id(List<D...>, int id, Visitor &&visit)
+{
+    return ((D::id == id && (visit.template operator()<D>(), true)) || ...);
 }
 
 } // namespace kv::describe

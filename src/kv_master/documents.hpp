@@ -3,10 +3,12 @@
 
 #include "common/agent_state.hpp"
 
+#include <algorithm>
 #include <cstdint>
 
-/// The JSON documents of the agent's interface: their keys, types and secrets stand here and nowhere else. A document is
-/// a namespace with one constant per member, and `document`, the table of them.
+/// The JSON documents of the agent's interface: the only place with their keys, types and secrets. A document is a
+/// namespace with one constant per member, and `document`, the table of them. The elements of methods and delegates that
+/// hold a document name it (`DocumentText` in interface.hpp).
 namespace kv::master {
 
 enum class JsonType : std::uint8_t { string, number, boolean, array, object, any };
@@ -86,10 +88,10 @@ inline constexpr Member members[] = {nick, locale, push_reg_id, push_app_id, pus
 inline constexpr Document document{"device_profile", since(1, 3), members};
 } // namespace device_profile
 
-/// Terms and conditions that a user is to accept.
+/// Terms and conditions that a user is to accept. They are private to user and cloud.
 namespace terms {
-inline constexpr Member version{.key = "tnc_version", .type = JsonType::string};
-inline constexpr Member header{.key = "tnc_header", .type = JsonType::string};
+inline constexpr Member version{.key = "tnc_version", .type = JsonType::string, .secret = true};
+inline constexpr Member header{.key = "tnc_header", .type = JsonType::string, .secret = true};
 inline constexpr Member members[] = {version, header};
 inline constexpr Document document{"terms", since(1, 3), members};
 } // namespace terms
@@ -202,11 +204,36 @@ inline constexpr Member members[] = {ap_list, number, req_id};
 inline constexpr Command command{6, "send_ap_list", since(2, 3), members};
 } // namespace send_ap_list
 
+/// What is known of a request whose number is not below.
+namespace unknown {
+inline constexpr Member members[] = {number};
+inline constexpr Document document{"unknown", since(2, 0), members};
+} // namespace unknown
+
 /// By number, from 1.
 inline constexpr const Command *all[] = {&set_device_type::command, &custom_push_message::command,
                                          &sign_up_cloud::command,   &set_device_property::command,
                                          &disable_signin::command,  &send_ap_list::command};
 
 } // namespace commands
+
+constexpr bool may_hold_secrets(const Document &document)
+{
+    return std::any_of(document.members, document.members + document.count,
+                       [](const Member &one) { return one.secret; });
+}
+
+/// Commands are one element whose secrets depend on the number in it.
+template <int Count>
+constexpr bool may_hold_secrets(const Command *const (&)[Count])
+{
+    return true;
+}
+
+constexpr bool holds_only_secrets(const Document &document)
+{
+    return std::all_of(document.members, document.members + document.count,
+                       [](const Member &one) { return one.secret; });
+}
 
 } // namespace kv::master

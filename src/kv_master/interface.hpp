@@ -2,6 +2,7 @@
 #pragma once
 
 #include "describe.hpp"
+#include "documents.hpp"
 #include "record_types.hpp"
 
 /// The agent's kv_master interface: the only place with an id, an order or a wire type. JSON documents are described in
@@ -81,7 +82,7 @@ using otm_support_feature_cb = Delegate<14, "otm_support_feature_cb", Int32<"fea
 using provisioning_vendor_info_cb = Delegate<15, "provisioning_vendor_info_cb", Int32<"value">, Secret<"text">>;
 using provisioning_language_cb = Delegate<16, "provisioning_language_cb", Int32<"req_id">, String<"type">, String<"value">>;
 using tnc_result_cb = Delegate<17, "tnc_result_cb", Secret<"result">>;
-using wifi_ap_prov_with_candidates_cb = Delegate<18, "wifi_ap_prov_with_candidates_cb", Secret<"ap_info">>;
+using wifi_ap_prov_with_candidates_cb = Delegate<18, "wifi_ap_prov_with_candidates_cb", DocumentText<documents::wifi_ap::document, "ap_info">>;
 using nick_changed_cb = Delegate<19, "nick_changed_cb", Int32<"device_no">, String<"nick">>;
 using last_status_changed_cb = Delegate<20, "last_status_changed_cb", String<"last_status">>;
 using keepalive_result_cb = Delegate<21, "keepalive_result_cb", Int32<"result">>;
@@ -91,11 +92,11 @@ using tcp_session_disconnected_cb = Delegate<24, "tcp_session_disconnected_cb", 
 using provisioning_get_requested_cb = Delegate<25, "provisioning_get_requested_cb", Secret<"text">, Int32<"value">>;
 using get_group_id_cb = Delegate<26, "get_group_id_cb", String<"group_id">>;
 using start_async_cb = Delegate<27, "start_async_cb", Int32<"result">>;
-using create_hdr_token_info_cb = Delegate<28, "create_hdr_token_info_cb", Int32<"result">, Secret<"token_info">>;
+using create_hdr_token_info_cb = Delegate<28, "create_hdr_token_info_cb", Int32<"result">, DocumentText<documents::token::document, "token_info">>;
 using create_hdr_certificate_cb = Delegate<29, "create_hdr_certificate_cb", Int32<"result">, Secret<"text">>;
 using get_hdr_certificate_cb = Delegate<30, "get_hdr_certificate_cb", Int32<"result">, Secret<"text1">, Secret<"text2">>;
 using diagnostics_cb = Delegate<31, "diagnostics_cb", Int32<"value">, Secret<"text">>;
-using create_hdr_token_info_custom_cb = Delegate<32, "create_hdr_token_info_custom_cb", Int32<"result">, Secret<"token_info">>;
+using create_hdr_token_info_custom_cb = Delegate<32, "create_hdr_token_info_custom_cb", Int32<"result">, DocumentText<documents::token::document, "token_info">>;
 
 // Methods. Only the agent knows the meaning of the text and integers of start and start_async; this library sends "", 0, 0.
 
@@ -140,7 +141,7 @@ using unregister_sub_device = Method<42, "unregister_sub_device", Since<1, 1>, I
 using set_cloud_device_list_cb = Method<43, "set_cloud_device_list_cb", Since<1, 1>, In<Callback<cloud_device_list_cb>>>;
 using unset_cloud_device_list_cb = Method<44, "unset_cloud_device_list_cb", Since<1, 1>>;
 using get_device_owned_status = Method<45, "get_device_owned_status", Since<1, 2>, In<>, Out<Bool<"is_owned">>>;
-using set_platform_info_with_device_no = Method<46, "set_platform_info_with_device_no", Since<1, 2>, In<Int32<"device_no">, String<"platform_info">>>;
+using set_platform_info_with_device_no = Method<46, "set_platform_info_with_device_no", Since<1, 2>, In<Int32<"device_no">, DocumentText<documents::platform_info::document, "platform_info">>>;
 using set_nick_name = Method<47, "set_nick_name", Since<1, 2>, In<Int32<"device_no">, String<"nick">>>;
 using set_otm_support_feature_cb = Method<48, "set_otm_support_feature_cb", Since<1, 3>, In<Callback<otm_support_feature_cb>>>;
 using unset_otm_support_feature_cb = Method<49, "unset_otm_support_feature_cb", Since<1, 3>>;
@@ -157,14 +158,14 @@ using set_language_list = Method<59, "set_language_list", Since<1, 3>, In<Arr<la
 using set_tnc_result_cb = Method<60, "set_tnc_result_cb", Since<1, 3>, In<Callback<tnc_result_cb>>>;
 using unset_tnc_result_cb = Method<61, "unset_tnc_result_cb", Since<1, 3>>;
 using set_tnc_status = Method<62, "set_tnc_status", Since<1, 3>, In<Int32<"status">>>;
-using set_tnc_data = Method<63, "set_tnc_data", Since<1, 3>, In<Secret<"tnc_data">>>;
+using set_tnc_data = Method<63, "set_tnc_data", Since<1, 3>, In<DocumentText<documents::terms::document, "tnc_data">>>;
 using set_wifi_ap_provisioning_cb_v2 = Method<64, "set_wifi_ap_provisioning_cb_v2", Since<1, 3>, In<Callback<wifi_ap_prov_with_candidates_cb>>>;
 using unset_wifi_ap_provisioning_cb_v2 = Method<65, "unset_wifi_ap_provisioning_cb_v2", Since<1, 3>>;
 using send_presence = Method<66, "send_presence", Since<1, 3>, In<Int32<"presence">>>;
 using send_keepalive = Method<67, "send_keepalive", Since<1, 3>>;
 using set_keepalive_intervals = Method<68, "set_keepalive_intervals", Since<1, 3>, In<Arr<keepalive_info_array, "intervals">>>;
 using select_keepalive_intervals = Method<69, "select_keepalive_intervals", Since<1, 3>, In<Arr<keepalive_index_info_array, "indexes">>>;
-using set_device_profile = Method<70, "set_device_profile", Since<1, 3>, In<Int32<"device_no">, String<"profile">>>;
+using set_device_profile = Method<70, "set_device_profile", Since<1, 3>, In<Int32<"device_no">, DocumentText<documents::device_profile::document, "profile">>>;
 using set_nick_changed_cb = Method<71, "set_nick_changed_cb", Since<1, 3>, In<Callback<nick_changed_cb>>>;
 using unset_nick_changed_cb = Method<72, "unset_nick_changed_cb", Since<1, 3>>;
 using set_last_status_changed_cb = Method<73, "set_last_status_changed_cb", Since<1, 4>, In<Callback<last_status_changed_cb>>>;
@@ -172,7 +173,7 @@ using unset_last_status_changed_cb = Method<74, "unset_last_status_changed_cb", 
 using set_keepalive_result_cb = Method<75, "set_keepalive_result_cb", Since<1, 4>, In<Callback<keepalive_result_cb>>>;
 using unset_keepalive_result_cb = Method<76, "unset_keepalive_result_cb", Since<1, 4>>;
 using set_device_name = Method<77, "set_device_name", Since<1, 4>, In<String<"device_name">>>;
-using get_tcp_header_info = Method<78, "get_tcp_header_info", Since<1, 4>, In<>, Out<String<"tcp_header_info">>>;
+using get_tcp_header_info = Method<78, "get_tcp_header_info", Since<1, 4>, In<>, Out<DocumentText<documents::tcp_header::document, "tcp_header_info">>>;
 using set_device_property = Method<79, "set_device_property", Since<1, 0>, In<String<"device_name">, Int32<"wifi_mode">, Int32<"wifi_freq">>>;
 using set_random_pin = Method<80, "set_random_pin", Since<1, 4>, In<Secret<"pin">>>;
 using unset_random_pin = Method<81, "unset_random_pin", Since<1, 4>>;
@@ -194,9 +195,9 @@ using unset_provisioning_get_requested_cb = Method<96, "unset_provisioning_get_r
 using disconnect_cloud_session = Method<97, "disconnect_cloud_session", Since<1, 4>>;
 using set_sub_device_presence = Method<98, "set_sub_device_presence", Since<1, 4>, In<Arr<int_array, "device_nos">, Bool<"presence">>>;
 using get_group_id = Method<99, "get_group_id", Since<1, 5>, In<Callback<get_group_id_cb>>>;
-using get_sub_device_presence = Method<100, "get_sub_device_presence", Since<1, 6>, In<>, Out<String<"presence_list">>>;
+using get_sub_device_presence = Method<100, "get_sub_device_presence", Since<1, 6>, In<>, Out<DocumentText<documents::presence::document, "presence_list">>>;
 using start_async = Method<101, "start_async", Since<2, 0>, In<String<"name">, Int32<"mode">, Int32<"flags">, Callback<start_async_cb>>>;
-using common_interface = Method<102, "common_interface", Since<2, 0>, In<Secret<"request">>, Out<Secret<"reply">>>;
+using common_interface = Method<102, "common_interface", Since<2, 0>, In<DocumentText<commands::all, "request">>, Out<Secret<"reply">>>;
 using create_hdr_token_info = Method<103, "create_hdr_token_info", Since<2, 1>, In<Callback<create_hdr_token_info_cb>>>;
 using create_hdr_certificate = Method<104, "create_hdr_certificate", Since<2, 1>, In<String<"device_type">, Secret<"csr">, Callback<create_hdr_certificate_cb>>>;
 using get_hdr_certificate = Method<105, "get_hdr_certificate", Since<2, 1>, In<String<"device_type">, String<"certificate_arn">, Callback<get_hdr_certificate_cb>>>;

@@ -76,6 +76,10 @@ template <FixedText Name>
 struct Wire<describe::Secret<Name>> : TextWire {
 };
 
+template <const auto &Documents, FixedText Name>
+struct Wire<describe::DocumentText<Documents, Name>> : TextWire {
+};
+
 inline bool write_parcelable(rpc_port_parcel_h parcel, Parcelable *value)
 {
     return rpc_port_parcel_write(parcel, &value->functions, value) == 0 && value->complete;

@@ -32,6 +32,9 @@ struct Sample<describe::String<N>> {
 template <FixedText N>
 struct Sample<describe::Secret<N>> : Sample<describe::String<N>> {
 };
+template <const auto &Documents, FixedText N>
+struct Sample<describe::DocumentText<Documents, N>> : Sample<describe::String<N>> {
+};
 template <class R, FixedText N>
 struct Sample<describe::Rec<R, N>> {
     Owned<typename R::type> owned{master::RecordCodec<R>::create()};

@@ -70,6 +70,16 @@ int set_terms(korvane_h handle, const char *text)
     return result;
 }
 
+int set_profile(korvane_h handle, const char *text)
+{
+    korvane_device_profile_info_h info = nullptr;
+    EXPECT_EQ(korvane_device_profile_info_create(&info), ok);
+    EXPECT_EQ(korvane_device_profile_info_set_push_reg_id(info, text), ok);
+    const int result = korvane_set_device_profile_info(handle, info);
+    EXPECT_EQ(korvane_device_profile_info_destroy(info), ok);
+    return result;
+}
+
 /// A request with a secret argument.
 struct SecretRequest {
     const char *method; // empty: one of two, depending on the version
@@ -84,6 +94,8 @@ const SecretRequest secret_requests[] = {
     {.method = "", .min_version = 1000, .send = sign_up_with<korvane_cloudinfo_set_access_token>},
     {.method = "", .min_version = 1000, .send = sign_up_with<korvane_cloudinfo_set_refresh_token>},
     {.method = "set_tnc_data", .min_version = 1003, .send = set_terms},
+    {.method = "set_device_profile", .min_version = 1003, .send = set_profile},
+    {.method = "set_provisioning_vendor_info", .min_version = 1003, .send = korvane_set_provisioning_vendor_info},
     {.method = "common_interface",
      .min_version = 2000,
      .send =

@@ -69,6 +69,11 @@ Bytes sample(describe::Secret<N>)
 {
     return text(hidden_text);
 }
+template <const auto &Documents, FixedText N>
+Bytes sample(describe::DocumentText<Documents, N>)
+{
+    return text(master::may_hold_secrets(Documents) ? hidden_text : shown_text);
+}
 template <class R>
 Bytes record_sample()
 {

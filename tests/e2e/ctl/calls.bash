@@ -65,6 +65,9 @@ check_traces() {
         wrong 'a request is decoded otherwise'
     grep -q '"event":"start_async_cb","seq_id":[0-9]*,"once":true,"values":{"result":0}' out || fail 'no event is shown'
     expect_not_in out 87654321
+    expect_status 0 "$ctl" trace --json -- "$ctl" call send_custom_push_msg '"very private"'
+    expect_in out '"arguments":{"request":{"common_interface":2,"custom_push_msg":"<secret, 12 bytes>"}}'
+    expect_not_in out 'very private'
     expect_not_in out KORVANE_ERROR
     expect_status 1 "$ctl" trace -- "$ctl" call strat
     expect_in err 'ended with exit status 2'

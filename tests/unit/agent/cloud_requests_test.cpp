@@ -81,13 +81,13 @@ TEST_F(AgentCloud, KeepsNamesTypesNicksAndProfilesByDeviceNumber)
     EXPECT_EQ(ask(master::set_device_name_with_device_no{}, 4, "drum"), 0);
     EXPECT_EQ(ask(master::set_nick_name{}, 4, "Rumble"), 0);
     EXPECT_EQ(common(R"({"common_interface":1,"device_no":4,"device_type":"x.d.drum"})"), 0);
-    EXPECT_EQ(ask(master::set_device_profile{}, 0, R"({"nick":"Washy"})"), 0);
+    EXPECT_EQ(ask(master::set_device_profile{}, 0, R"({"nick":"Washy","pushregid":"abc"})"), 0);
     EXPECT_EQ(ask(master::set_device_profile{}, 0, "[]"), -1);
     const std::string all = state.view().text();
     EXPECT_TRUE(has(all, R"("device_names":{"0":"washer","4":"drum"})"));
     EXPECT_TRUE(has(all, R"("nicks":{"4":"Rumble"})"));
     EXPECT_TRUE(has(all, R"("device_types":{"4":"x.d.drum"})"));
-    EXPECT_TRUE(has(all, R"("profiles":{"0":"{\"nick\":\"Washy\"}"})"));
+    EXPECT_TRUE(has(all, R"("profiles":{"0":{"nick":"Washy","pushregid":"<secret, 3 bytes>"}})"));
     EXPECT_EQ(ask(master::set_device_name{}, std::string(65537, 'x').c_str()), -1) << "a name has an end";
 }
 

@@ -11,21 +11,21 @@ namespace {
 
 constexpr double max_exact_integer = 9007199254740992; // 2 to the power of 53
 
-void make_integer(Json &number)
-{
-    const double value = number;
-    if (std::trunc(value) == value && std::abs(value) <= max_exact_integer)
-        number = static_cast<std::int64_t>(value);
-}
-
 } // namespace
+
+Json number_of(double value)
+{
+    if (std::trunc(value) == value && std::abs(value) <= max_exact_integer)
+        return static_cast<std::int64_t>(value);
+    return value;
+}
 
 Json parsed(std::string_view text)
 {
     bool too_deep = false;
     const auto look_at = [&too_deep](int depth, Json::parse_event_t event, Json &value) {
         if (event == Json::parse_event_t::value && value.is_number_float())
-            make_integer(value);
+            value = number_of(value);
         too_deep = too_deep || depth > max_json_depth;
         return !too_deep;
     };

@@ -14,6 +14,8 @@ using Json = nlohmann::ordered_json;
 /// Deeper texts are refused, because nlohmann::json prints a value recursively.
 inline constexpr int max_json_depth = 128;
 
+/// A number without a fraction as an integer.
+Json number_of(double value);
 /// Parses a text. The result is discarded (`is_discarded()`) if the text is not JSON or nests too deeply. A number
 /// without a fraction is an integer, also when it is written as 1.0 or 1e3.
 Json parsed(std::string_view text);

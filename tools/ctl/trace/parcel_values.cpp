@@ -1,172 +1,49 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "parcel_values.hpp"
 
-#include "src/kv_master/array_codec.hpp"
-#include "src/kv_master/interface.hpp"
+#include "src/kv_master/shown_call.hpp"
 
 #include <rpc_port_stub.h>
 
 #include <cerrno>
-#include <cstring>
-#include <map>
+#include <limits>
 #include <new>
 
 namespace kv::ctl {
 
 namespace {
 
-using master::Wire;
-
 static_assert(ParcelValues::reply_kind == master::result && ParcelValues::event_kind == master::callback);
 
-// ---- Rendering of values; a shared renderer is to replace it. ----
+/// Traces show whole values.
+struct TraceFormat {
+    using Json = ctl::Json;
+    static constexpr std::size_t max_text = std::numeric_limits<std::size_t>::max();
+    static constexpr int max_items = std::numeric_limits<int>::max();
 
-template <FixedText Name>
-Json show(describe::Int32<Name>, int value)
-{
-    return value;
-}
-template <FixedText Name>
-Json show(describe::Bool<Name>, bool value)
-{
-    return value;
-}
-template <FixedText Name>
-Json show(describe::String<Name>, const CText &text)
-{
-    return text ? Json(text.get()) : Json("");
-}
-template <FixedText Name>
-Json show(describe::Secret<Name>, const CText &text)
-{
-    return "<secret, " + std::to_string(text ? std::strlen(text.get()) : 0) + " bytes>";
-}
-
-template <class R>
-Json show_record(const typename R::type &record)
-{
-    Json fields = Json::object();
-    describe::for_each(typename R::fields{},
-                       [&]<class F>() { fields[F::element::name] = show(typename F::element{}, record.*F::member); });
-    return fields;
-}
-template <class R, FixedText Name>
-Json show(describe::Rec<R, Name>, const Owned<typename R::type> &record)
-{
-    return show_record<R>(*record.get());
-}
-
-template <FixedText Name, class R>
-Json show_item(describe::RecordArray<Name, R>, const typename R::type *item)
-{
-    return show_record<R>(*item);
-}
-template <FixedText Name>
-Json show_item(describe::IntArray<Name>, int item)
-{
-    return item;
-}
-template <class A, FixedText Name>
-Json show(describe::Arr<A, Name>, const Owned<master::ArrayValue<A>> &array)
-{
-    Json items = Json::array();
-    for (int i = 0; i < array->present; ++i)
-        items.push_back(show_item(A{}, array->items[i]));
-    return items;
-}
-
-// ---- Reading elements in the order of the description. Each returns false if its element is missing or malformed. ----
-
-template <class Element>
-struct ReadElement {
-    static bool from(rpc_port_parcel_h parcel, Json &values)
-    {
-        typename Wire<Element>::Received held{};
-        if (!Wire<Element>::read(parcel, held))
-            return false;
-        values[Element::name] = show(Element{}, held);
-        return true;
-    }
-};
-template <class D>
-struct ReadElement<describe::Callback<D>> {
-    static bool from(rpc_port_parcel_h parcel, Json &values)
-    {
-        int id = 0;
-        int seq_id = 0;
-        bool once = false;
-        const bool whole = rpc_port_parcel_read_int32(parcel, &id) == 0 &&
-                           rpc_port_parcel_read_int32(parcel, &seq_id) == 0 &&
-                           rpc_port_parcel_read_bool(parcel, &once) == 0;
-        values[D::name] = {{"seq_id", seq_id}, {"once", once}};
-        return whole;
-    }
+    static Json text(std::string_view text) { return text; }
+    static Json number(double number) { return number_of(number); }
+    static Json object() { return Json::object(); }
+    static Json array() { return Json::array(); }
+    static void set(Json &object, const char *name, Json value) { object[name] = std::move(value); }
+    static void append(Json &array, Json value) { array.push_back(std::move(value)); }
 };
 
-template <template <class...> class List, class... Elements>
-bool read_all(List<Elements...>, [[maybe_unused]] rpc_port_parcel_h parcel, [[maybe_unused]] Json &values)
+using Shown = ShownCall<TraceFormat>;
+
+template <class List>
+std::string name_in(List list, int id)
 {
-    return (ReadElement<Elements>::from(parcel, values) && ...);
-}
-
-using Read = bool (*)(rpc_port_parcel_h parcel, Json &values);
-
-struct Method {
-    const char *name;
-    Read read_in;
-    Read read_out;
-};
-struct Delegate {
-    const char *name;
-    Read read_values;
-};
-
-const std::map<int, Method> &methods()
-{
-    static const std::map<int, Method> all = [] {
-        std::map<int, Method> table;
-        describe::for_each(master::Methods{}, [&]<class M>() {
-            table[M::id] = {
-                M::name, [](rpc_port_parcel_h parcel, Json &in) { return read_all(typename M::in{}, parcel, in); },
-                [](rpc_port_parcel_h parcel, Json &out) { return read_all(typename M::out{}, parcel, out); }};
-        });
-        return table;
-    }();
-    return all;
-}
-
-const std::map<int, Delegate> &delegates()
-{
-    static const std::map<int, Delegate> all = [] {
-        std::map<int, Delegate> table;
-        describe::for_each(master::Delegates{}, [&]<class D>() {
-            table[D::id] = {
-                D::name, [](rpc_port_parcel_h parcel, Json &in) { return read_all(typename D::values{}, parcel, in); }};
-        });
-        return table;
-    }();
-    return all;
-}
-
-template <class Row>
-const Row *find(const std::map<int, Row> &table, int id)
-{
-    const auto found = table.find(id);
-    return found == table.end() ? nullptr : &found->second;
-}
-
-template <class Row>
-std::string name_in(const std::map<int, Row> &table, int id)
-{
-    const Row *row = find(table, id);
-    return row ? row->name : "unknown " + std::to_string(id);
+    std::string name = "unknown " + std::to_string(id);
+    describe::visit_id(list, id, [&name]<class D>() { name = D::name; });
+    return name;
 }
 
 } // namespace
 
 std::string method_name(int id)
 {
-    return name_in(methods(), id);
+    return name_in(master::Methods{}, id);
 }
 
 ParcelValues::ParcelValues(const char *bytes, std::size_t size)
@@ -187,19 +64,19 @@ int ParcelValues::int32()
 Json ParcelValues::request_arguments(int method)
 {
     Json values = Json::object();
-    const Method *known = find(methods(), method);
-    whole_ = whole_ && known && known->read_in(parcel_.get(), values);
+    bool decoded = false;
+    describe::visit_id(master::Methods{}, method,
+                       [&]<class M>() { decoded = Shown::arguments<M>(parcel_.get(), values); });
+    whole_ = whole_ && decoded;
     return values;
 }
 
 Json ParcelValues::reply_values(int method)
 {
     Json values = Json::object();
-    const Method *known = find(methods(), method);
-    whole_ = whole_ && known && known->read_out(parcel_.get(), values);
-    const int result = int32();
-    if (whole_)
-        values["result"] = result;
+    bool decoded = false;
+    describe::visit_id(master::Methods{}, method, [&]<class M>() { decoded = Shown::reply<M>(parcel_.get(), values); });
+    whole_ = whole_ && decoded;
     return values;
 }
 
@@ -207,13 +84,13 @@ ParcelValues::Event ParcelValues::event()
 {
     Event event{"", 0, false, Json::object()};
     const int id = int32();
-    event.name = name_in(delegates(), id);
-    int seq_id = 0;
-    whole_ = whole_ && rpc_port_parcel_read_int32(parcel_.get(), &seq_id) == 0 &&
-             rpc_port_parcel_read_bool(parcel_.get(), &event.once) == 0;
-    event.seq_id = seq_id;
-    const Delegate *known = find(delegates(), id);
-    whole_ = whole_ && known && known->read_values(parcel_.get(), event.values);
+    event.name = name_in(master::Delegates{}, id);
+    event.seq_id = int32();
+    whole_ = whole_ && rpc_port_parcel_read_bool(parcel_.get(), &event.once) == 0;
+    bool decoded = false;
+    describe::visit_id(master::Delegates{}, id,
+                       [&]<class D>() { decoded = Shown::event<D>(parcel_.get(), event.values); });
+    whole_ = whole_ && decoded;
     return event;
 }
 

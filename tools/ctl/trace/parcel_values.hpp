@@ -11,9 +11,6 @@ namespace kv::ctl {
 
 /// Decodes a parcel of the agent's interface into JSON with the names of its values; secrets are masked. Values are
 /// read in order; after the first that is missing or malformed nothing more is read, and problem() reports it.
-///
-/// The rendering of single values in `parcel_values.cpp` does what the agent's journal also does. It is isolated there so
-/// that one include of a shared renderer in `src/kv_master` can replace it.
 class ParcelValues {
 public:
     static constexpr int reply_kind = 0;

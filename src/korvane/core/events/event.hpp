@@ -25,6 +25,10 @@ struct Logged<describe::Secret<Name>> {
     static int of(const char *text) { return text ? static_cast<int>(strlen(text)) : 0; }
 };
 
+template <const auto &Documents, FixedText Name>
+struct Logged<describe::DocumentText<Documents, Name>> : Logged<describe::Secret<Name>> {
+};
+
 namespace detail {
 
 /// Passes the values of an event on as they arrive. Logs under Name; an empty Message logs nothing.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "agent/control/control_file.hpp"
-#include "agent/control/http.hpp"
+#include "agent/control/http/http.hpp"
 #include "agent/control/lines.hpp"
 #include "agent/files/standard_output.hpp"
 #include "agent/requests/handlers.hpp"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json.hpp"
 
+#include "src/kv_master/json_size.hpp"
+
 #include <glib.h>
 
 #include <new>
@@ -24,38 +26,13 @@ std::string excerpt(const std::string &text)
     return text.size() > max_excerpt ? text.substr(0, max_excerpt) + "..." : text;
 }
 
-/// Which limit the text exceeds; null if none. Counts commas and brackets outside of strings before anything is parsed.
+/// Which limit the text exceeds; null if none.
 const char *exceeded_limit(const std::string &text)
 {
-    std::size_t depth = 0;
-    std::size_t values = 1;
-    bool in_string = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char letter = text[i];
-        if (in_string) {
-            if (letter == '\\')
-                ++i;
-            else if (letter == '"')
-                in_string = false;
-            continue;
-        }
-        switch (letter) {
-        case '"': in_string = true; break;
-        case ',': ++values; break;
-        case '[':
-        case '{':
-            ++values;
-            if (++depth > Json::max_depth)
-                return "nested more than 64 levels deep";
-            break;
-        case ']':
-        case '}': depth -= depth > 0 ? 1 : 0; break;
-        default: break;
-        }
-        if (values > Json::max_values)
-            return "more than 50000 values";
-    }
-    return nullptr;
+    const master::JsonSize size = master::json_size(text.c_str());
+    if (size.depth > Json::max_depth)
+        return "nested more than 64 levels deep";
+    return size.values > master::JsonSize::max_values ? "more than 50000 values" : nullptr;
 }
 
 } // namespace

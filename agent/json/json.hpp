@@ -19,10 +19,7 @@ struct JsonTooLarge : std::invalid_argument {
 /// One JSON value. Text from another process is made valid UTF-8 on the way in, so that printed JSON can be parsed.
 class Json {
 public:
-    // A parsed value takes some 80 bytes, its text as few as 2. The limits keep a document of another process from
-    // filling the memory: 50,000 values take 4 MB, whatever the length of the text.
-    static constexpr std::size_t max_values = 50'000;
-    static constexpr std::size_t max_depth = 64;
+    static constexpr int max_depth = 64;
 
     Json() : Json(cJSON_CreateNull()) {}
     Json(bool value) : Json(cJSON_CreateBool(value)) {}

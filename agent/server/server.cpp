@@ -143,23 +143,24 @@ void Server::received(const rpc_port_stub_peer_t &peer, rpc_port_h port)
     if (rpc_port_parcel_create_from_port(&parcel, port) != 0)
         return;
     Parcel request{parcel};
-    if (Peer *known = hub_.find(peer.instance))
-        answer(*known, request.get());
     // Large requests leave free memory behind, which malloc would keep.
     constexpr std::size_t large = 1 << 20;
-    if (bytes_of(request.get()).size() >= large)
+    const bool is_large = bytes_of(parcel).size() >= large;
+    if (Peer *known = hub_.find(peer.instance))
+        answer(*known, std::move(request));
+    if (is_large)
         trim_.call_soon([] { ::malloc_trim(0); }, G_PRIORITY_LOW);
 }
 
-void Server::answer(Peer &peer, rpc_port_parcel_h request)
+void Server::answer(Peer &peer, Parcel request)
 {
     const std::int64_t begun = Journal::now();
     Handled handled;
     {
         const EventHub::Hold hold{hub_};
-        handled = handle(peer, request);
+        handled = handle(peer, request.get());
     }
-    note_request(peer, begun, handled, request);
+    note_request(peer, begun, handled, std::move(request));
     // Sending may disconnect the peer, so `peer` is not used any more.
     const std::string instance = peer.instance;
     if (handled.served.decoded)
@@ -217,13 +218,14 @@ void Server::keep(int method_id, rpc_port_parcel_h request)
         state_.told.erase(method_id);
 }
 
-void Server::note_request(const Peer &peer, std::int64_t begun, const Handled &handled, rpc_port_parcel_h request)
+void Server::note_request(const Peer &peer, std::int64_t begun, const Handled &handled, Parcel request)
 {
     auto facts = std::make_shared<CallFacts>();
     facts->peer = peer.shared_name();
     facts->id = handled.id;
     facts->method = handled.method;
-    facts->request = bytes_of(request);
+    facts->request = bytes_of(request.get());
+    request.reset(); // its copy is decoded again for the log, which takes a long request's size twice more
     if (handled.served.reply)
         facts->reply = bytes_of(handled.served.reply.get());
     facts->duration_us = Journal::now() - begun;

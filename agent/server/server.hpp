@@ -73,10 +73,10 @@ private:
     void disconnected(const rpc_port_stub_peer_t &peer);
     void received(const rpc_port_stub_peer_t &peer, rpc_port_h port);
 
-    void answer(Peer &peer, rpc_port_parcel_h request);
+    void answer(Peer &peer, Parcel request);
     Handled handle(Peer &peer, rpc_port_parcel_h request);
     void keep(int method_id, rpc_port_parcel_h request);
-    void note_request(const Peer &peer, std::int64_t begun, const Handled &handled, rpc_port_parcel_h request);
+    void note_request(const Peer &peer, std::int64_t begun, const Handled &handled, Parcel request);
     void deliver(const std::string &instance, Served &served, std::vector<Event> events,
                  const std::optional<Fault> &fault);
     void deliver_late(const std::string &instance, Served &served, std::vector<Event> events, int milliseconds);

@@ -7,6 +7,10 @@ namespace {
 
 using reader_log = LogOf<"__", "_from">;
 
+/// A longer array is not read. An empty item takes 4 bytes in a parcel and some 100 in memory, so the longest parcel could
+/// make an array of 400 MB.
+constexpr int max_items_read = 65'536;
+
 Caller named(const ArrayShape &shape, int line = __builtin_LINE())
 {
     return {shape.name, line};
@@ -60,7 +64,8 @@ void read_array(rpc_port_parcel_h parcel, void *data, const ArrayShape &shape)
     }
     auto &array = *static_cast<AnyArray *>(data);
     shape.clear(array);
-    array.complete = rpc_port_parcel_read_array_count(parcel, &array.count) == 0 && array.count >= 0;
+    array.complete = rpc_port_parcel_read_array_count(parcel, &array.count) == 0 && array.count >= 0 &&
+                     array.count <= max_items_read;
     while (array.complete && array.present < array.count)
         array.complete = read_next(parcel, array, shape);
 }

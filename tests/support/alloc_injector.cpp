@@ -9,6 +9,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include <malloc.h>
+
 namespace {
 
 unsigned countdown = 0; // 0: nothing is to fail
@@ -53,11 +55,32 @@ bool fails(std::size_t size)
     return true;
 }
 
+std::size_t bytes_now = 0;
+std::size_t bytes_at_most = 0;
+
+/// What a block takes of the heap: malloc puts its size in front of it.
+std::size_t taken_by(void *block)
+{
+    return malloc_usable_size(block) + sizeof(std::size_t);
+}
+
 void *noted(void *block, std::size_t size)
 {
-    if (block)
+    if (block) {
         live()[block] = size;
+        bytes_now += taken_by(block);
+        bytes_at_most = std::max(bytes_at_most, bytes_now);
+    }
     return block;
+}
+
+/// The block is about to be freed or moved.
+auto forgotten(void *block)
+{
+    auto known = live().extract(block);
+    if (known)
+        bytes_now -= taken_by(block);
+    return known;
 }
 
 } // namespace
@@ -96,10 +119,10 @@ void *__wrap_realloc(void *block, std::size_t size)
 {
     if (fails(size))
         return nullptr;
-    const auto known = live().extract(block);
+    const auto known = forgotten(block);
     void *grown = __real_realloc(block, size);
     if (!grown && known && size != 0)
-        live()[block] = known.mapped();
+        noted(block, known.mapped());
     return noted(grown, size);
 }
 
@@ -115,7 +138,7 @@ char *__wrap_strdup(const char *text)
 
 void __wrap_free(void *block)
 {
-    const auto known = live().extract(block);
+    const auto known = forgotten(block);
     if (known && reuses_blocks)
         freed()[known.mapped()].push_back(block);
     else
@@ -165,6 +188,21 @@ std::size_t largest()
 void reset_largest()
 {
     largest_size = 0;
+}
+
+std::size_t live_bytes()
+{
+    return bytes_now;
+}
+
+std::size_t peak_bytes()
+{
+    return bytes_at_most;
+}
+
+void reset_peak()
+{
+    bytes_at_most = bytes_now;
 }
 
 ReuseBlocks::ReuseBlocks()

@@ -22,6 +22,12 @@ std::size_t live_blocks();
 std::size_t largest();
 void reset_largest();
 
+/// The bytes that all live blocks take together, with what malloc adds to each; and the largest such sum since
+/// reset_peak().
+std::size_t live_bytes();
+std::size_t peak_bytes();
+void reset_peak();
+
 /// While this is alive, an allocation is given the block of the same size that was freed last. Nothing is returned to
 /// the real allocator meanwhile, so the sanitizers see no use of a freed block.
 class ReuseBlocks {

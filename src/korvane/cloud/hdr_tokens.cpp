@@ -19,7 +19,7 @@ const cJSON *document_of(const void *handle)
 template <class Callback>
 void deliver_token(CompletedRequest &request, int result, const char *text)
 {
-    const Json document{cJSON_Parse(text)};
+    const Json document = parse_document(text);
     request.deliver<Callback>(result, reinterpret_cast<korvane_hdr_token_info_h>(document.get()));
 }
 

@@ -51,7 +51,7 @@ int korvane_get_tcp_header_info(korvane_h handle, korvane_tcp_header_info_h *tcp
     CText text;
     if (int code = ready.invoke<master::get_tcp_header_info>(text.out()))
         return code;
-    info->document.reset(cJSON_Parse(text.get()));
+    info->document = parse_document(text.get());
     if (ready.require(cJSON_IsObject(info->document.get()), KORVANE_ERROR_OPERATION_FAILED, "cJSON_Parse() failed"_fmt)
             .passed())
         *tcp_header_info = info.release();

@@ -127,7 +127,7 @@ int korvane_get_sub_device_presence_list(korvane_h handle, korvane_sub_dev_prs_h
         return code;
     if (!ready.require(bool(text), KORVANE_ERROR_OPERATION_FAILED, "prs_list_json_str is NULL"_fmt).passed())
         return ready.result();
-    Json array{cJSON_Parse(text.get())};
+    const Json array = parse_document(text.get());
     if (!ready.require(cJSON_IsArray(array.get()), KORVANE_ERROR_OPERATION_FAILED, "json_array is NULL"_fmt).passed())
         return ready.result();
     const int size = cJSON_GetArraySize(array.get());

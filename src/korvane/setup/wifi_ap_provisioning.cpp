@@ -22,12 +22,12 @@ Owned<korvane_ap_info_s> clone_record(rpc_port_korvane_ap_info_h received)
 }
 
 /// Returns a handle over the document, or null if the text is no JSON or memory runs out.
-Owned<korvane_ap_info_s> parse_document(const char *text)
+Owned<korvane_ap_info_s> document_handle(const char *text)
 {
     Owned ap_info{make_zeroed<korvane_ap_info_s>(WireFormat::json)};
     if (!ap_info)
         return {};
-    ap_info->json.reset(cJSON_Parse(text));
+    ap_info->json = parse_document(text);
     return ap_info->json ? std::move(ap_info) : Owned<korvane_ap_info_s>{};
 }
 
@@ -54,7 +54,7 @@ void _wifi_ap_provisioning_cb(void *user_data, rpc_port_korvane_ap_info_h receiv
 
 void _wifi_ap_provisioning_cb_v2(void *user_data, const char *text)
 {
-    keep_and_deliver<parse_document>(user_data, Caller::here(), text);
+    keep_and_deliver<document_handle>(user_data, Caller::here(), text);
 }
 
 using RecordGeneration = RegistrationOf<master::events::wifi_ap_provisioning, "callback is NULL",

@@ -46,7 +46,7 @@ void send_large(pid_t agent, const Bytes &request)
         [[maybe_unused]] const long peak = memory_kib(agent, "VmHWM") - before;
         // Sanitizers keep freed memory on purpose.
 #ifndef __SANITIZE_ADDRESS__
-        EXPECT_LT(peak, 5 * static_cast<long>(request.size()) / 1024) << "KiB at most while it is decoded";
+        EXPECT_LT(peak, 4 * static_cast<long>(request.size()) / 1024) << "KiB at most while it is decoded";
 #endif
     }
     long held = 0;

@@ -29,6 +29,9 @@ private:
     cJSON *item_ = nullptr;
 };
 
+/// Parses a document from the agent. Returns null if it is null or no JSON, has too many values, or memory runs out.
+Json parse_document(const char *text);
+
 /// Owns printed JSON. cJSON_free matches cJSON_Print with any allocator that is set.
 class JsonText {
 public:

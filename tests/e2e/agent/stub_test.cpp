@@ -228,7 +228,7 @@ TEST_F(AgentStub, ShowsOnlyTheBeginningOfLongValues)
 TEST_F(AgentStub, KeepsADelegateFromItsSetRequestToItsUnsetRequest)
 {
     int pairs = 0;
-    describe::for_each(Registrations{}, [&]<class P>() {
+    describe::for_each(master::Events{}, [&]<class P>() {
         const Bytes arguments = arguments_sample(typename P::set::in{});
         EXPECT_TRUE(serve(P::set::name, arguments).decoded);
         EXPECT_EQ(peer.delegates.size(), static_cast<std::size_t>(P::set::in::count)) << P::set::name;

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # cmake -D FOLDER=<folder> -D FUNCTION=<name> -D OUT=<file.cpp> -P embed_files.cmake
-# Writes the function of embedded.hpp that returns the files of a folder.
-file(GLOB files RELATIVE "${FOLDER}" "${FOLDER}/*")
+# Writes the function of embedded.hpp that returns the files of a folder and of the folders in it.
+file(GLOB_RECURSE files RELATIVE "${FOLDER}" "${FOLDER}/*")
 list(FILTER files EXCLUDE REGEX "\\.md$")
 list(SORT files)
 set(arrays "")

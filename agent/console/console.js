@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // The page: connects the agent's state and journal with the parts of the page, and switches between the views.
 import {Agent} from './api.js';
-import {Cloud} from './cloud.js';
+import {Cloud} from './views/cloud.js';
 import {byId, escapeInvisible, h, render, setText} from './dom.js';
-import {Events} from './events.js';
-import {Faults} from './faults.js';
+import {Events} from './views/events.js';
+import {Faults} from './views/faults.js';
 import {makeForm} from './forms.js';
 import {change, onMove} from './layout.js';
-import {Management} from './management.js';
-import {Phone, showDevice} from './phone.js';
-import {Timeline} from './timeline.js';
-import {Tree} from './tree.js';
+import {Management} from './views/management.js';
+import {Phone, showDevice} from './views/phone.js';
+import {Timeline} from './views/timeline.js';
+import {Tree} from './views/tree.js';
 
 const agent = new Agent();
 const timeline = new Timeline({

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The timeline: the entries of the agent's journal as they arrive.
-import {escapeInvisible, formatJson, formatMembers, formatValue, h, setOptions, setText, toLabel} from './dom.js';
-import {change, isInUse} from './layout.js';
+import {escapeInvisible, formatJson, formatMembers, formatValue, h, setOptions, setText, toLabel} from '../dom.js';
+import {change, isInUse} from '../layout.js';
 
 const maxRows = 3000;
 const batchMs = 40;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The list of networks that the device has found, and the form that chooses one. Network names come from strangers, so
 // they are only ever shown as text.
-import {arrange, escapeInvisible, h, once, render, setText, uniqueId} from './dom.js';
-import {makeFields, makeForm} from './forms.js';
+import {arrange, escapeInvisible, h, once, render, setText, uniqueId} from '../dom.js';
+import {makeFields, makeForm} from '../forms.js';
 
 const hiddenNetwork = 'hidden';
 

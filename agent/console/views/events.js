@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Emits any event with any values, and shows which applications receive it.
-import {escapeInvisible, h, once, options, setOptions, setText} from './dom.js';
-import {fieldsOfEvent, makeFields, makeForm} from './forms.js';
+import {escapeInvisible, h, once, options, setOptions, setText} from '../dom.js';
+import {fieldsOfEvent, makeFields, makeForm} from '../forms.js';
 
 export class Events {
   #receivers = h('p', {class: 'note'});

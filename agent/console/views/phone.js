@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // The setup wizard, which simulates the phone. The agent describes the steps and their arguments. The wizard adds their
 // order and the condition under which each is offered. A step that it does not know is offered at the end.
-import {arrange, escapeInvisible, h, render, setText, toLabel, toSentence} from './dom.js';
-import {fieldsOfStep, makeFields, makeForm} from './forms.js';
-import {isInUse} from './layout.js';
+import {arrange, escapeInvisible, h, render, setText, toLabel, toSentence} from '../dom.js';
+import {fieldsOfStep, makeFields, makeForm} from '../forms.js';
+import {isInUse} from '../layout.js';
 import {makeNetworkForm} from './networks.js';
 
 const isConnected = ({setup}) => setup.stage !== 'waiting';

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Shows a document as a tree. A branch that the user has opened stays open while the document changes, even if the
 // branch is absent for a while.
-import {arrange, escapeInvisible, h, setText} from './dom.js';
+import {arrange, escapeInvisible, h, setText} from '../dom.js';
 
 const isBranch = (value) => value !== null && typeof value === 'object';
 const format = (value) => typeof value === 'string' ? `“${escapeInvisible(value)}”` : String(value);

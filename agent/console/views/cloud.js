@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The cloud: the state of the device there, its devices, and the cloud's steps. The agent describes the steps; this file
 // adds the condition under which some of them are available.
-import {arrange, escapeInvisible, h, once, render, toLabel, toSentence} from './dom.js';
-import {fieldsOfStep, makeFields, makeForm, makeOutcome} from './forms.js';
+import {arrange, escapeInvisible, h, once, render, toLabel, toSentence} from '../dom.js';
+import {fieldsOfStep, makeFields, makeForm, makeOutcome} from '../forms.js';
 
 const conditions = {
   'sign-in': ({signed_in: signedIn, cloud}) => !signedIn && !cloud.session,

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Faults: a form that injects one, and the list of pending faults.
-import {arrange, escapeInvisible, h, once, options, render, setOptions, toLabel, toSentence} from './dom.js';
-import {makeFields, makeForm} from './forms.js';
+import {arrange, escapeInvisible, h, once, options, render, setOptions, toLabel, toSentence} from '../dom.js';
+import {makeFields, makeForm} from '../forms.js';
 
 function makeSelect(label, id) {
   const select = h('select', {id});

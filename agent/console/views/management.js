@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The agent itself: updates, personalities, snapshot and scenario files, and a form for every command.
-import {arrange, formatJson, h, once, toLabel, toSentence} from './dom.js';
-import {fieldsOfCommand, makeFields, makeForm, makeOutcome} from './forms.js';
-import {change} from './layout.js';
+import {arrange, formatJson, h, once, toLabel, toSentence} from '../dom.js';
+import {fieldsOfCommand, makeFields, makeForm, makeOutcome} from '../forms.js';
+import {change} from '../layout.js';
 
 /// The value that a step of an update takes, for the steps that take one.
 const updateValues = {

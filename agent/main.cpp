@@ -139,7 +139,7 @@ int serve(const Options &options)
     Package package{options.for_start_on_demand()};
     Clock clock;
     EventHub events;
-    Server server{{state.version, state.told}, journal, faults, events, options.refuse};
+    Server server{{state.version, state.last_requests}, journal, faults, events, options.refuse};
     Phone phone{state, events};
     Authority authority{options.ca_dir};
     Cloud cloud{state, events, clock, authority};

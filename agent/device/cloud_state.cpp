@@ -98,7 +98,7 @@ int KeepAlive::interval_s() const
 
 void CloudState::keep(const std::string &kind, Json request)
 {
-    std::deque<Json> &kept = told[kind];
+    std::deque<Json> &kept = last_requests[kind];
     while (kept.size() >= max_kept)
         kept.pop_front();
     kept.push_back(std::move(request));
@@ -107,7 +107,7 @@ void CloudState::keep(const std::string &kind, Json request)
 Json CloudState::view() const
 {
     Json shown = Json::object();
-    for (const auto &[kind, requests] : told) {
+    for (const auto &[kind, requests] : last_requests) {
         Json list = Json::array();
         for (const Json &request : requests)
             list.append(request.copy());
@@ -128,7 +128,7 @@ Json CloudState::view() const
         .set("device_names", by_number(device_names))
         .set("platform_infos", by_number(platform_infos))
         .set("profiles", view_of_profiles(profiles))
-        .set("told", std::move(shown));
+        .set("last_requests", std::move(shown));
     return all;
 }
 

@@ -87,9 +87,9 @@ struct CloudState {
     std::map<int, std::string> platform_infos{}; // by device number
     std::map<int, std::string> profiles{};       // by device number
 
-    std::map<std::string, std::deque<Json>> told{}; // the latest requests of each kind, secrets masked
+    std::map<std::string, std::deque<Json>> last_requests{}; // of each kind, secrets masked
 
-    /// Keeps a request in `told`.
+    /// Keeps a request in `last_requests`.
     void keep(const std::string &kind, Json request);
 
     Json view() const;

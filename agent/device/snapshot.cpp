@@ -244,6 +244,13 @@ void load(Object &object, const cJSON *from, const std::string &path)
     }
 }
 
+/// Gives the last requests their current name. Earlier agents called them "told".
+void rename_last_requests(cJSON *object)
+{
+    if (cJSON *requests = cJSON_DetachItemFromObjectCaseSensitive(object, "told"))
+        cJSON_AddItemToObject(object, "last_requests", requests);
+}
+
 /// Checks what the rest of the agent assumes about its own state.
 void check(const State &state)
 {
@@ -262,8 +269,9 @@ void check(const State &state)
     must(std::all_of(keep_alive.selected.begin(), keep_alive.selected.end(),
                      [count](int index) { return index >= 0 && index < count; }),
          "snapshot.cloud.keep_alive.selected must be indexes of its intervals");
-    must(std::all_of(state.told.begin(), state.told.end(), [](const auto &one) { return find_method(one.first); }),
-         "the members of snapshot.told must be ids of methods");
+    must(std::all_of(state.last_requests.begin(), state.last_requests.end(),
+                     [](const auto &one) { return find_method(one.first); }),
+         "the members of snapshot.last_requests must be ids of methods");
 }
 
 } // namespace
@@ -280,6 +288,8 @@ void restore(State &state, const cJSON *snapshot)
     Json members_only = Json::copy_of(snapshot);
     must_be_object(snapshot, "snapshot");
     cJSON_DeleteItemFromObjectCaseSensitive(members_only.get(), "version");
+    rename_last_requests(members_only.get());
+    rename_last_requests(cJSON_GetObjectItemCaseSensitive(members_only.get(), "cloud"));
     State next;
     next.version = state.version;
     next.device_id = state.device_id;

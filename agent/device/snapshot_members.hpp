@@ -125,7 +125,7 @@ void members(Some<CloudState> auto &cloud, auto &&field)
     field("device_names", cloud.device_names);
     field("platform_infos", cloud.platform_infos);
     field("profiles", cloud.profiles);
-    field("told", cloud.told);
+    field("last_requests", cloud.last_requests);
 }
 
 void members(Some<SubDevice> auto &device, auto &&field)
@@ -148,7 +148,7 @@ void members(Some<State> auto &state, auto &&field)
     field("nicks", state.nicks);
     field("device_types", state.device_types);
     field("sub_devices", state.sub_devices);
-    field("told", state.told);
+    field("last_requests", state.last_requests);
 }
 
 } // namespace kv::virtual_agent

@@ -25,7 +25,7 @@ Json State::view() const
         devices.set(std::to_string(number).c_str(),
                     std::move(Json::object().set("device_id", device.device_id).set("presence", device.presence)));
     Json last = Json::object();
-    for (const auto &[id, request] : told)
+    for (const auto &[id, request] : last_requests)
         last.set(find_method(id)->name, shown_arguments(*find_method(id), request));
 
     Json all = Json::object();
@@ -43,7 +43,7 @@ Json State::view() const
         .set("nicks", by_number(nicks))
         .set("device_types", by_number(device_types))
         .set("sub_devices", std::move(devices))
-        .set("told", std::move(last));
+        .set("last_requests", std::move(last));
     return all;
 }
 

@@ -35,7 +35,7 @@ struct State {
     std::map<int, std::string> nicks{};        // by device number
     std::map<int, std::string> device_types{}; // by device number
     std::map<int, SubDevice> sub_devices;      // by device number
-    std::map<int, std::string> told;           // by method id: the bytes of the last request with arguments
+    std::map<int, std::string> last_requests;  // by method id: the bytes of the last request with arguments
 
     Json view() const;
 

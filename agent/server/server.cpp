@@ -213,9 +213,9 @@ Server::Handled Server::handle(Peer &peer, rpc_port_parcel_h request)
 void Server::keep(int method_id, rpc_port_parcel_h request)
 {
     if (const std::string_view bytes = bytes_of(request); bytes.size() <= max_kept_request)
-        state_.told[method_id].assign(bytes);
+        state_.last_requests[method_id].assign(bytes);
     else
-        state_.told.erase(method_id);
+        state_.last_requests.erase(method_id);
 }
 
 void Server::note_request(const Peer &peer, std::int64_t begun, const Handled &handled, Parcel request)

@@ -26,7 +26,7 @@ struct PortInUse : std::runtime_error {
 /// What the server reads and keeps of the device.
 struct ServerState {
     const Version &version;
-    std::map<int, std::string> &told; // by method id: the bytes of the last request with arguments
+    std::map<int, std::string> &last_requests; // by method id: the bytes of the last request with arguments
 };
 
 /// The agent's port. It receives requests, has them served, and sends replies and events. Runs on the GLib main loop.

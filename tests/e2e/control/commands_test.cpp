@@ -199,7 +199,7 @@ TEST_F(Commands, TakeAndRestoreASnapshot)
     restore(used);
     EXPECT_EQ(snapshot(), used);
     EXPECT_EQ(state("sub_devices.3.device_id"), "lamp");
-    EXPECT_EQ(state("told.set_preconfigured_pin.pin"), "<secret, 4 bytes>");
+    EXPECT_EQ(state("last_requests.set_preconfigured_pin.pin"), "<secret, 4 bytes>");
     EXPECT_EQ(application.exchange(int32(42) + int32(3)), int32(0) + int32(0)) << "the agent uses the restored state";
     EXPECT_EQ(state("sub_devices"), "{}");
     restore("{}");
@@ -232,8 +232,8 @@ TEST_F(Commands, RefuseInvalidSnapshotsAndChangeNothing)
         {.snapshot = R"({"cloud":{"keep_alive":{"selected":[0]}}})", .reason = "must be indexes of its intervals"},
         {.snapshot = R"({"cloud":{"next_sign_up":{"after_ms":-1}}})", .reason = "cannot be negative"},
         {.snapshot = R"({"signed_in":true})", .reason = "a device that is signed in is signed up"},
-        {.snapshot = R"({"told":{"5":""}})", .reason = "must be ids of methods"},
-        {.snapshot = R"({"told":{"x":""}})", .reason = "must be a whole number"},
+        {.snapshot = R"({"last_requests":{"5":""}})", .reason = "must be ids of methods"},
+        {.snapshot = R"({"last_requests":{"x":""}})", .reason = "must be a whole number"},
         {.snapshot = R"({"nicks":{"0":{}}})", .reason = "snapshot.nicks.0 must be a text"},
     };
     for (const auto &[text, reason] : refusals) {
@@ -246,9 +246,17 @@ TEST_F(Commands, RefuseInvalidSnapshotsAndChangeNothing)
     for (int i = 1; i <= 1024; ++i)
         many += ",\"" + std::to_string(i) + "\":\"\"";
     EXPECT_EQ(api.post("restore", R"({"snapshot":)" + many + "}}}").status, http::bad_request);
-    restore(R"({"told":{"3":"short","77":{"base64":"/////w=="}}})");
-    EXPECT_EQ(state("told"), R"({"start":{},"set_device_name":{}})")
+    restore(R"({"last_requests":{"3":"short","77":{"base64":"/////w=="}}})");
+    EXPECT_EQ(state("last_requests"), R"({"start":{},"set_device_name":{}})")
         << "a malformed request shows its readable arguments";
+}
+
+TEST_F(Commands, RestoreSnapshotsThatCallTheLastRequestsTold)
+{
+    restore(R"({"told":{"3":"short"},"cloud":{"told":{"send_presence":[{"presence":1}]}}})");
+    EXPECT_EQ(state("last_requests"), R"({"start":{}})");
+    EXPECT_EQ(state("cloud.last_requests"), R"({"send_presence":[{"presence":1}]})");
+    EXPECT_EQ(snapshot().find("told"), std::string::npos);
 }
 
 TEST_F(Commands, ResetTheDeviceButNotItsApplications)

@@ -238,6 +238,32 @@ describe('The timeline', () => {
     await entry('result 8').waitFor();
   });
 
+  test('shows a step above the events that it caused, which are indented', async () => {
+    await fixture.run('phone', {step: 'connect'});
+    await fixture.run('phone', {step: 'pin'});
+    const step = page.locator('#entries li', {hasText: /^[\d:.]+.phone pin$/});
+    await step.waitFor();
+    await event('pin_generate_cb').waitFor();
+    const shown = await page.locator('#entries li').evaluateAll((all) => all.map((row) =>
+      ({name: row.querySelector('b').textContent, values: row.querySelector('.values').textContent, caused: row.matches('.caused'),
+        left: row.querySelector('b').getBoundingClientRect().left})));
+    const at = shown.findIndex(({name, values}) => name === 'phone' && values === 'pin');
+    assert.deepEqual([shown[at].caused, shown[at + 1].name, shown[at + 1].caused], [false, 'pin_generate_cb', true]);
+    assert.ok(shown[at + 1].left > shown[at].left, 'the event is not indented');
+    assert.deepEqual(shown.filter(({name, caused}) => name === 'set_pin_cb' && caused), [], 'a call of the application is caused by no step');
+    assert.match(await page.getByLabel('Signs of the entries').textContent(), /↳ caused by the command above/);
+  });
+
+  test('shows a name completely in an opened entry', async () => {
+    await fixture.run('emit', {event: 'wifi_ap_prov_with_candidates_cb'});
+    const name = event('wifi_ap_prov_with_candidates_cb').locator('.what');
+    const isCut = () => name.evaluate((what) => what.scrollWidth > what.clientWidth);
+    assert.equal(await isCut(), true);
+    await name.click();
+    assert.equal(await isCut(), false);
+    assert.match(await page.getByLabel('Signs of the entries').textContent(), /▸ opens an entry/);
+  });
+
   test('shows the details of an entry and is used by keyboard', async () => {
     await entry('get_device_id').waitFor();
     await entry('get_device_id').click();

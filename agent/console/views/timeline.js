@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// The timeline: the entries of the agent's journal as they arrive.
+// The timeline: the entries of the agent's journal, in the order in which they began.
+//
+// The journal receives a command when it has ended, after the events that it sent. The timeline shows the command above
+// them and indents them.
 import {escapeInvisible, formatJson, formatMembers, formatValue, h, setOptions, setText, toLabel} from '../dom.js';
 import {change, isInUse} from '../layout.js';
 
@@ -10,17 +13,17 @@ const endTolerancePx = 48;
 
 /// The kinds of entries. The first whose `is` matches applies.
 const kinds = [
-  {name: 'call', sign: '→', is: ({method}) => method !== undefined,
+  {name: 'call', sign: '→', help: 'call to the agent', is: ({method}) => method !== undefined,
     title: ({method, id}) => method || `method ${id}`,
     text: ({arguments: values = {}}) => formatMembers(values),
     end: ({answer = {}, duration_us: us}) => [formatMembers(answer), `${us} µs`]},
-  {name: 'event', sign: '←', is: ({event}) => event !== undefined, title: ({event}) => event,
+  {name: 'event', sign: '←', help: 'event to the application', is: ({event}) => event !== undefined, title: ({event}) => event,
     text: ({values = {}}) => formatMembers(values)},
   {name: 'connection', sign: '·', is: ({connection}) => connection !== undefined, title: ({connection}) => connection,
     text: ({peer}) => peer},
   {name: 'update', sign: '↻', is: ({update}) => update !== undefined, title: ({update}) => `update ${update}`,
     text: ({announced}) => announced ? 'announced' : 'not announced: there is no message bus'},
-  {name: 'scenario', sign: '▸', is: ({scenario}) => scenario !== undefined, title: ({scenario}) => scenario,
+  {name: 'scenario', sign: '◆', help: 'step of a scenario', is: ({scenario}) => scenario !== undefined, title: ({scenario}) => scenario,
     text: ({line, step}) => `line ${line}: ${typeof step === 'string' ? step : formatValue(step)}`},
   {name: 'command', sign: '⌘', is: ({command}) => command !== undefined, title: ({command}) => command,
     text: ({with: values = {}}) => Object.values(values).join(' ')},
@@ -56,7 +59,9 @@ export class Timeline {
     Object.assign(this, parts); // list, text, kind, name, pause, clear, count, live, latest, legend
     this.paused = false;
     this.kind.append(h('option', {value: ''}, 'All kinds'), ...kinds.map(({name, sign}) => h('option', {value: name}, `${sign} ${toLabel(name)}`)));
-    this.legend.append(...kinds.map(({name, sign}) => h('span', {}, h('b', {'aria-hidden': 'true'}, sign), ` ${name}`)));
+    const signs = [...kinds.map(({name, sign, help}) => [sign, help ?? name]), ['↳', 'caused by the command above'],
+      ['▸', 'opens an entry, with all that is cut off here']];
+    this.legend.append(...signs.map(([sign, help]) => h('span', {}, h('b', {'aria-hidden': 'true'}, sign), ` ${help}`)));
     for (const input of [this.text, this.kind, this.name])
       input.addEventListener('input', () => this.#filter());
     this.pause.addEventListener('click', () => this.#setPaused(!this.paused));
@@ -100,8 +105,7 @@ export class Timeline {
     if (this.paused)
       return this.#updateCount();
     const added = this.#waiting.splice(0).map((item) => item.entry ? this.#makeEntry(item.entry) : {row: h('li', {class: 'mark-line'}, item.mark)});
-    this.list.append(...added.map(({row}) => row));
-    this.#shown.push(...added);
+    added.forEach((item) => this.#place(item));
     for (const {row} of this.#shown.splice(0, Math.max(0, this.#shown.length - maxRows)))
       row.remove();
     if (!this.list.querySelector('[tabindex="0"]'))
@@ -109,6 +113,23 @@ export class Timeline {
     this.#announce(added.filter(({entry, row}) => entry && !row.hidden));
     this.#updateCount();
     this.followIfUnused();
+  }
+
+  /// Adds an item to the list: a command above the entries that have been written since it began, others at the end.
+  #place(item) {
+    const caused = [];
+    for (let i = this.#shown.length - 1; item.entry?.command && this.#shown[i]?.entry?.time_us >= item.entry.time_us; --i)
+      caused.unshift(this.#shown[i]);
+    this.list.insertBefore(item.row, caused[0]?.row ?? null);
+    this.#shown.splice(this.#shown.length - caused.length, 0, item);
+    for (const {row} of caused)
+      this.#markCaused(row, item);
+  }
+
+  #markCaused(row, {entry, kind}) {
+    row.classList.add('caused');
+    row.querySelector('.what').prepend(
+      h('span', {class: 'visually-hidden'}, `caused by ${escapeInvisible(kind.title(entry))} ${escapeInvisible(kind.text(entry))}: `));
   }
 
   #makeEntry(entry) {

@@ -147,8 +147,9 @@ Json shown_of(const Command &command, const cJSON *arguments)
     return shown;
 }
 
-/// Writes a command that changes something to the journal; one that failed without its arguments.
-void note(ControlledAgent &agent, const Command &command, bool ok, const cJSON *arguments)
+/// Writes a command that changes something to the journal; one that failed without its arguments. What the command caused
+/// is in the journal already, with a time after `begun`.
+void note(ControlledAgent &agent, std::int64_t begun, const Command &command, bool ok, const cJSON *arguments)
 {
     if (command.effect == Command::Effect::asks)
         return;
@@ -162,7 +163,7 @@ void note(ControlledAgent &agent, const Command &command, bool ok, const cJSON *
     } else {
         words += "  [failed]";
     }
-    agent.journal.write(Journal::now(), facts.set("ok", ok), std::move(words));
+    agent.journal.write(begun, facts.set("ok", ok), std::move(words));
 }
 
 } // namespace
@@ -186,6 +187,7 @@ Json bad_reply(const std::string &problem)
 std::unique_ptr<Waiting> carry_out(ControlledAgent &agent, const Command &command, const cJSON *arguments,
                                    const Reply &reply)
 {
+    const std::int64_t begun = Journal::now();
     Json result;
     try {
         if (command.waits()) {
@@ -193,10 +195,10 @@ std::unique_ptr<Waiting> carry_out(ControlledAgent &agent, const Command &comman
             return std::get<Command::Start>(command.action)(agent, taken, reply);
         }
         result = good_reply(run_command(agent, command, arguments));
-        note(agent, command, true, arguments);
+        note(agent, begun, command, true, arguments);
     } catch (const std::exception &problem) {
         result = bad_reply(problem.what());
-        note(agent, command, false, arguments);
+        note(agent, begun, command, false, arguments);
     }
     reply(std::move(result));
     return nullptr;

@@ -156,6 +156,19 @@ TEST_F(Commands, AreJournalledIfTheyChangeSomething)
     EXPECT_EQ(post("journal", R"({"since":1})").body.find("s3cret"), std::string::npos);
 }
 
+TEST_F(Commands, AreJournalledAfterTheirEventsWithTheTimeAtWhichTheyBegan)
+{
+    Client application;
+    ASSERT_TRUE(application.connect());
+    application.exchange(int32(6) + int32(1) + int32(5) + Bytes(1, '\0')); // set_status_changed_cb
+    const Response command = post("emit", R"({"event":"status_changed_cb","values":[1]})");
+    EXPECT_EQ(command.at("peers"), "1");
+    const Response entries = post("journal", R"({"since":4})");
+    EXPECT_EQ(entries.at("entries.0.event"), "status_changed_cb");
+    EXPECT_EQ(entries.at("entries.1.command"), "emit");
+    EXPECT_LE(std::stoll(entries.at("entries.1.time_us")), std::stoll(entries.at("entries.0.time_us")));
+}
+
 TEST_F(Commands, ExpectNoReplyToAnEventWithoutReceivers)
 {
     EXPECT_EQ(api.post("emit", R"({"event":"scan_ap_cb","values":[7]})").at("peers"), "0");

@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 #include <pthread.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -129,14 +130,18 @@ int open_bus(const BusLibrary &lib, sd_bus **bus)
         if (result >= 0)
             result = lib.start(opened);
     }
+    // Programs that initialize the library repeatedly would repeat the line.
+    static constinit std::atomic<int> reported_result = 0;
     if (result >= 0) {
+        reported_result = 0;
         *bus = opened;
         return 0;
     }
     lib.unref(opened);
-    dlog_print(log_error, log_tag,
-               "cannot connect to the message bus KORVANE_BUS=\"%s\", so no application events arrive: %s", chosen,
-               strerror(-result));
+    if (reported_result.exchange(result) != result)
+        dlog_print(log_error, log_tag,
+                   "cannot connect to the message bus KORVANE_BUS=\"%s\", so no application events arrive: %s", chosen,
+                   strerror(-result));
     return result;
 }
 

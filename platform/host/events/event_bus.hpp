@@ -60,7 +60,7 @@ bool bus_is_shared();
 const char *trusted_sender();
 
 /// Begins to connect to the bus that KORVANE_BUS names: "session" (the default), "system" or an address. 0, or a
-/// negative errno after an error line.
+/// negative errno after an error line, unless the previous attempt failed for the same reason.
 int open_bus(const BusLibrary &library, sd_bus **bus);
 
 /// An event's name, divided at its last dot: "a.b.C.Member" is a member of the interface "a.b.C".

@@ -34,6 +34,8 @@ check_calls() {
         expect_status 1 "$ctl" call --keep-going set_nick_name 0 @null : stop
         expect_in out '2  korvane_stop: KORVANE_ERROR_NONE'
         expect_status 0 "$ctl" call initialize : deinitialize : get_device_id
+        expect_status 0 env KORVANE_BUS="unix:path=$work/no-bus" "$ctl" call initialize : deinitialize : get_device_id
+        [[ $(grep -c 'cannot connect to the message bus' err) == 1 ]] || fail 'a missing message bus is not reported once'
     }
 }
 

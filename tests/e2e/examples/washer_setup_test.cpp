@@ -152,7 +152,7 @@ TEST_F(Washer, KeepsItsNickNameAcrossRestarts)
     for (const std::string name : {"Washer", "C\xc3\xa4llar"}) {
         Program program{washer, with_short_join({"--state", path("state")})};
         ASSERT_TRUE(program.wait_for_output("washer: ready"));
-        expect_in_journal({R"("method":"set_device_profile")", R"(\"nick\":\")" + name + R"(\")"});
+        expect_in_journal({R"("method":"set_device_profile")", R"("nick":")" + name + R"(")"});
         agent.run_command("emit nick_changed_cb [0,\"C\xc3\xa4llar\"]");
         program.wait_for_output("nick name: C\xc3\xa4llar (device 0)");
         expect_clean_end(program);

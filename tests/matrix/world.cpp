@@ -111,7 +111,7 @@ void World::begin(Subject subject, int agent)
         make(subject, agent);
     }
     agent_becomes(agent);
-    forget_the_past();
+    clear_records();
 }
 
 void World::connect()
@@ -184,7 +184,7 @@ void World::with(Subject subject, const std::function<void()> &act)
     const Bytes token = subscribe(event_numbered(28));
     during_callback = [&] {
         agent_becomes(agent);
-        forget_the_past();
+        clear_records();
         act();
     };
     arrives(token);
@@ -273,7 +273,7 @@ char **World::text()
     return &text_;
 }
 
-void World::forget_the_past()
+void World::clear_records()
 {
     platform().log.clear();
     if (!platform().proxies().empty())

@@ -96,7 +96,7 @@ private:
     static FakePlatform &platform() { return FakePlatform::instance(); }
     void connect();
     void make(Subject subject, int agent);
-    void forget_the_past();
+    void clear_records();
     void release_outs();
 
     void keep(auto) {}

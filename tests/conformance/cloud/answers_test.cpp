@@ -7,7 +7,7 @@
 namespace kv::test {
 namespace {
 
-/// What the callbacks of a test were recipient; the user data of all of them.
+/// The calls of the callbacks of a test. User data of all of them.
 struct Seen {
     std::vector<std::string> answers;
     korvane_h handle = nullptr;
@@ -94,7 +94,7 @@ const std::vector<Question> questions = {
      bytes(i32(5), str(R"({"uuid":"u-2"})")), "5 u-2", "create_hdr_token_info_custom_cb is NULL"},
 };
 
-/// Requests whose answer comes later, once.
+/// One-shot requests of the cloud.
 class CloudAnswer : public CloudTest, public ::testing::WithParamInterface<Question> {
 protected:
     void SetUp() override
@@ -113,7 +113,7 @@ protected:
     }
 
     Bytes answer() { return event(row.delegate, seq_id, true, row.answer); }
-    void answer_comes() { platform.proxy().push_event(answer()); }
+    void deliver_answer() { platform.proxy().push_event(answer()); }
 
     const Question &row = GetParam();
     Seen seen;
@@ -130,19 +130,19 @@ INSTANTIATE_TEST_SUITE_P(To, CloudAnswer, ::testing::ValuesIn(questions), name_o
 TEST_P(CloudAnswer, ReachesTheCallbackOnceAndASecondOneIsDropped)
 {
     EXPECT_EQ(ask(), ok);
-    answer_comes();
+    deliver_answer();
     const LogLines lines = lines_of(row.trampoline);
     EXPECT_EQ(lines, (LogLines{api_info(row.trampoline, ">>> called"), api_info(row.trampoline, "callback to app")}));
     platform.log.clear();
-    answer_comes();
+    deliver_answer();
     EXPECT_EQ(platform.log.api(), LogLines{});
     EXPECT_EQ(seen.answers, (std::vector<std::string>{row.seen}));
     EXPECT_EQ(seen.handle, handle);
 }
 
-TEST_P(CloudAnswer, IsNotAskedForWithANullCallback)
+TEST_P(CloudAnswer, IsNotRequestedWithANullCallback)
 {
-    install_starts(); // the check comes before that of the update
+    install_starts(); // the argument is checked before the update
     platform.log.clear();
     EXPECT_EQ(row.ask(handle, false, nullptr), bad_argument);
     EXPECT_EQ(platform.log.lines(), (LogLines{api_info(row.name, ">>> called"), api_error(row.name, row.null_text)}));
@@ -153,15 +153,15 @@ TEST_P(CloudAnswer, AfterAFailedRequestIsDropped)
 {
     for (int code : {-13, 1}) {
         EXPECT_EQ(ask(code), code == -13 ? KORVANE_ERROR_PERMISSION_DENIED : failed);
-        answer_comes();
+        deliver_answer();
     }
-    EXPECT_EQ(row.ask(handle, true, &seen), KORVANE_ERROR_IO_ERROR); // no reply at all
+    EXPECT_EQ(row.ask(handle, true, &seen), KORVANE_ERROR_IO_ERROR); // without a reply
     seq_id = last_seq_id(platform.log);
-    answer_comes();
+    deliver_answer();
     EXPECT_EQ(seen.answers, std::vector<std::string>{});
 }
 
-TEST_P(CloudAnswer, CutShortAtEveryByteIsDroppedAndTheWholeOneStillTaken)
+TEST_P(CloudAnswer, TruncatedIsDroppedAndTheWholeOneStillDelivered)
 {
     EXPECT_EQ(ask(), ok);
     const Bytes whole = answer();
@@ -175,59 +175,59 @@ TEST_P(CloudAnswer, CutShortAtEveryByteIsDroppedAndTheWholeOneStillTaken)
     EXPECT_EQ(seen.answers, (std::vector<std::string>{row.seen}));
 }
 
-TEST_P(CloudAnswer, OfTwoRequestsUnderWayReachesEachItsOwnCallback)
+TEST_P(CloudAnswer, OfEachOutstandingRequestReachesItsOwnCallback)
 {
     Seen second;
     EXPECT_EQ(ask(), ok);
     const int first_seq_id = seq_id;
     EXPECT_EQ(ask(0, &second), ok);
-    answer_comes();
+    deliver_answer();
     EXPECT_EQ(seen.answers.size(), 0U);
     EXPECT_EQ(second.answers.size(), 1U);
     seq_id = first_seq_id;
-    answer_comes();
+    deliver_answer();
     EXPECT_EQ(seen.answers.size(), 1U);
     EXPECT_EQ(second.answers.size(), 1U);
 }
 
-TEST_P(CloudAnswer, ThatIsOutstandingAtTheEndOfTheLibraryIsGivenUp)
+TEST_P(CloudAnswer, IsReleasedByDeinitializeIfOutstanding)
 {
     EXPECT_EQ(ask(), ok);
     EXPECT_EQ(ask(), ok);
-    EXPECT_EQ(korvane_deinitialize(handle), ok); // the fixture sees what is not freed
+    EXPECT_EQ(korvane_deinitialize(handle), ok); // the fixture detects leaks
     EXPECT_EQ(seen.answers, std::vector<std::string>{});
 }
 
-TEST_P(CloudAnswer, MayAskAgainInsideItsCallback)
+TEST_P(CloudAnswer, AllowsTheNextRequestInsideItsCallback)
 {
     EXPECT_EQ(ask(), ok);
     Seen second;
     seen.inside = [&] { EXPECT_EQ(ask(0, &second), ok); };
-    answer_comes();
-    answer_comes();
+    deliver_answer();
+    deliver_answer();
     EXPECT_EQ(seen.answers, (std::vector<std::string>{row.seen}));
     EXPECT_EQ(second.answers, (std::vector<std::string>{row.seen}));
 }
 
-TEST_P(CloudAnswer, ComingTwiceWhileTheFirstIsHandledIsTakenOnce)
+TEST_P(CloudAnswer, ThatArrivesAgainInsideItsCallbackIsDropped)
 {
     EXPECT_EQ(ask(), ok);
-    seen.inside = [&] { answer_comes(); };
-    answer_comes();
+    seen.inside = [&] { deliver_answer(); };
+    deliver_answer();
     EXPECT_EQ(seen.answers, (std::vector<std::string>{row.seen}));
 }
 
-TEST_P(CloudAnswer, MayEndTheLibraryInsideItsCallback)
+TEST_P(CloudAnswer, AllowsDeinitializeInsideItsCallback)
 {
     EXPECT_EQ(ask(), ok);
-    EXPECT_EQ(ask(), ok); // the other one is outstanding then
+    EXPECT_EQ(ask(), ok); // the other request is outstanding
     seen.inside = [&] { EXPECT_EQ(korvane_deinitialize(handle), ok); };
-    answer_comes();
+    deliver_answer();
     EXPECT_EQ(seen.answers, (std::vector<std::string>{row.seen}));
     EXPECT_EQ(kv::api::live_session, nullptr);
 }
 
-TEST_P(CloudAnswer, MayEndAndBeginTheLibraryInsideItsCallback)
+TEST_P(CloudAnswer, AllowsANewSessionInsideItsCallback)
 {
     EXPECT_EQ(ask(), ok);
     auto old_proxy = platform.proxies().back();
@@ -240,7 +240,7 @@ TEST_P(CloudAnswer, MayEndAndBeginTheLibraryInsideItsCallback)
     EXPECT_EQ(kv::api::live_session, handle);
 }
 
-TEST_P(CloudAnswer, KeepsItsTextsOutOfTheLog)
+TEST_P(CloudAnswer, DoesNotLogItsTexts)
 {
     EXPECT_EQ(ask(), ok);
     platform.proxy().push_event(event(
@@ -252,7 +252,7 @@ TEST_P(CloudAnswer, KeepsItsTextsOutOfTheLog)
 
 class CloudCertificate : public CloudTest {};
 
-TEST_F(CloudCertificate, RequestsNameTheTextsThatAreNull)
+TEST_F(CloudCertificate, LogsTheArgumentsThatAreNull)
 {
     connect_to("2.1.0");
     const auto refused = [&](const std::string &function, const std::string &start) {

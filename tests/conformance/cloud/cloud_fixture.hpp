@@ -18,27 +18,27 @@ inline constexpr int absent = KORVANE_ERROR_NOT_SUPPORTED;
 /// A callback of any type that does nothing.
 inline constexpr auto ignore = [](auto...) {};
 
-/// A connected library, and agents of any version.
+/// The library with an agent of a chosen version.
 class CloudTest : public LibraryTest {
 protected:
-    /// Connected to an agent of this version.
+    /// Connects to an agent of this version.
     void connect_to(const std::string &version)
     {
         platform.agent_version = version;
         connect();
     }
 
-    /// The agent is replaced by another version, between two calls of the application; "" for one that cannot be read.
+    /// Replaces the agent by one of this version between two calls of the application. "" is an unreadable version.
     void agent_becomes(const std::string &version)
     {
         platform.agent_version = version.empty() ? std::nullopt : std::optional(version);
-        forget_the_agent();
+        clear_agent_state();
     }
 
     void agent_vanishes()
     {
         platform.results["package_info_create"] = -18153359;
-        forget_the_agent();
+        clear_agent_state();
     }
 
     void agent_returns(const std::string &version)
@@ -47,7 +47,7 @@ protected:
         agent_becomes(version);
     }
 
-    /// The request that was sent last, its method first. There must be exactly one since the last time.
+    /// Returns the request that was sent since the last call. Fails unless there is exactly one.
     Bytes only_request()
     {
         EXPECT_EQ(sent().size(), 1U);
@@ -56,7 +56,7 @@ protected:
         return request;
     }
 
-    /// An event for the delegate of this type that was made last.
+    /// Raises an event of a delegate type.
     template <class... Values>
     void fire(int id, int seq_id, bool once, const Values &...values)
     {

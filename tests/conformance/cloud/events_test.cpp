@@ -7,7 +7,7 @@
 namespace kv::test {
 namespace {
 
-/// What the callbacks of a test were recipient; the user data of all of them.
+/// The calls of the callbacks of a test. User data of all of them.
 struct Seen {
     std::vector<std::string> events;
     std::vector<korvane_h> handles;
@@ -70,7 +70,7 @@ struct Pair {
     int (*unset)(korvane_h handle);
     Bytes values;
     std::string seen;
-    std::string line; // what the trampoline writes, if anything
+    std::string line; // what the library logs; empty if nothing
     std::string null_text = "callback is NULL";
 };
 
@@ -157,10 +157,10 @@ TEST_P(CloudEvent, ReachesTheCallbackEachTime)
     EXPECT_EQ(seen.handles, (std::vector<korvane_h>{handle, handle}));
 }
 
-TEST_P(CloudEvent, ANullCallbackIsRefusedAndChangesNothing)
+TEST_P(CloudEvent, RefusesANullCallbackAndChangesNothing)
 {
     EXPECT_EQ(set_callback(), ok);
-    install_starts(); // the check comes before that of the update
+    install_starts(); // the argument is checked before the update
     platform.log.clear();
     EXPECT_EQ(row.set(handle, false, nullptr), bad_argument);
     EXPECT_EQ(platform.log.lines(),
@@ -188,7 +188,7 @@ TEST_P(CloudEvent, SettingTwiceReplacesTheFirst)
     EXPECT_EQ(seen.events, std::vector<std::string>{});
 }
 
-TEST_P(CloudEvent, UnsettingWhatWasNeverSetStillTellsTheAgent)
+TEST_P(CloudEvent, UnsetIsSentWithoutARegistration)
 {
     EXPECT_EQ(unset_callback(), ok);
     EXPECT_EQ(platform.log.lines(),
@@ -207,7 +207,7 @@ TEST_P(CloudEvent, AfterUnsetIsDroppedSilently)
     EXPECT_EQ(seen.events, std::vector<std::string>{});
 }
 
-TEST_P(CloudEvent, AfterAnUnsetThatTheAgentRefusedIsDroppedToo)
+TEST_P(CloudEvent, AfterAnUnsetThatTheAgentRefusedIsDropped)
 {
     EXPECT_EQ(set_callback(), ok);
     EXPECT_EQ(unset_callback(-13), KORVANE_ERROR_PERMISSION_DENIED);
@@ -215,7 +215,7 @@ TEST_P(CloudEvent, AfterAnUnsetThatTheAgentRefusedIsDroppedToo)
     EXPECT_EQ(seen.events, std::vector<std::string>{});
 }
 
-TEST_P(CloudEvent, OfARegistrationThatFailedIsDropped)
+TEST_P(CloudEvent, OfAFailedRegistrationIsDropped)
 {
     EXPECT_EQ(set_callback(7), failed);
     event_arrives(seq_id);
@@ -225,7 +225,7 @@ TEST_P(CloudEvent, OfARegistrationThatFailedIsDropped)
     EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen}));
 }
 
-TEST_P(CloudEvent, CutShortAtEveryByteIsDroppedAndTheNextOneDelivered)
+TEST_P(CloudEvent, TruncatedIsDroppedAndTheNextOneDelivered)
 {
     EXPECT_EQ(set_callback(), ok);
     const Bytes whole = event(row.delegate, seq_id, false, row.values);
@@ -239,7 +239,7 @@ TEST_P(CloudEvent, CutShortAtEveryByteIsDroppedAndTheNextOneDelivered)
     EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen}));
 }
 
-TEST_P(CloudEvent, MayUnsetItselfInsideItsCallback)
+TEST_P(CloudEvent, AllowsUnsetInsideItsCallback)
 {
     EXPECT_EQ(set_callback(), ok);
     seen.inside = [&] { EXPECT_EQ(unset_callback(), ok); };
@@ -248,7 +248,7 @@ TEST_P(CloudEvent, MayUnsetItselfInsideItsCallback)
     EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen}));
 }
 
-TEST_P(CloudEvent, MayBeSetAgainInsideItsCallback)
+TEST_P(CloudEvent, AllowsSetInsideItsCallback)
 {
     EXPECT_EQ(set_callback(), ok);
     Seen second;
@@ -259,7 +259,7 @@ TEST_P(CloudEvent, MayBeSetAgainInsideItsCallback)
     EXPECT_EQ(second.events, (std::vector<std::string>{row.seen}));
 }
 
-TEST_P(CloudEvent, MayEndTheLibraryInsideItsCallback)
+TEST_P(CloudEvent, AllowsDeinitializeInsideItsCallback)
 {
     EXPECT_EQ(set_callback(), ok);
     seen.inside = [&] { EXPECT_EQ(korvane_deinitialize(handle), ok); };
@@ -268,7 +268,7 @@ TEST_P(CloudEvent, MayEndTheLibraryInsideItsCallback)
     EXPECT_EQ(kv::api::live_session, nullptr);
 }
 
-TEST_P(CloudEvent, MayEndAndBeginTheLibraryInsideItsCallback)
+TEST_P(CloudEvent, AllowsANewSessionInsideItsCallback)
 {
     EXPECT_EQ(set_callback(), ok);
     auto old_proxy = platform.proxies().back();
@@ -281,7 +281,7 @@ TEST_P(CloudEvent, MayEndAndBeginTheLibraryInsideItsCallback)
     EXPECT_EQ(kv::api::live_session, handle);
 }
 
-TEST_P(CloudEvent, IsRegisteredAnewAfterAFailureInTheMiddleOfMemory)
+TEST_P(CloudEvent, CanBeRegisteredAgainAfterAFailedAllocation)
 {
     fail_each_allocation(
         [&] {
@@ -302,7 +302,7 @@ TEST_P(CloudEvent, IsRegisteredAnewAfterAFailureInTheMiddleOfMemory)
 
 class CloudDeviceList : public CloudTest {};
 
-TEST_F(CloudDeviceList, OfNoDeviceIsToldAsSuch)
+TEST_F(CloudDeviceList, OfNoDeviceIsDeliveredAsEmpty)
 {
     connect_to("2.3.1");
     Seen seen;
@@ -330,7 +330,7 @@ TEST_F(CloudDeviceList, OfTenThousandDevicesIsDeliveredWhole)
     EXPECT_EQ(seen.events, (std::vector<std::string>{expected}));
 }
 
-TEST_F(CloudDeviceList, WithoutMemoryIsDroppedWithALineAndTheNextOneDelivered)
+TEST_F(CloudDeviceList, WithoutMemoryIsDroppedWithALogLineAndTheNextOneDelivered)
 {
     Seen seen;
     int seq_id = 0;
@@ -358,7 +358,7 @@ TEST_F(CloudDeviceList, WithoutMemoryIsDroppedWithALineAndTheNextOneDelivered)
             fire(13, seq_id, false, values);
             EXPECT_EQ(seen.events.back(), "1: one");
         });
-    EXPECT_GE(dropped, 4U); // the array, its items, a record, its text, the list that is shown
+    EXPECT_GE(dropped, 4U); // among others the array, its items, a record and its text
 }
 
 } // namespace

@@ -12,14 +12,14 @@ protected:
     {
         connect_to(version);
         EXPECT_EQ(korvane_platforminfo_create(&info), ok);
-        forget_the_past();
+        clear_records();
     }
 
     void end_run() override
     {
         allocs::stop_failing();
         if (korvane_platform_info_h made = std::exchange(info, nullptr)) {
-            EXPECT_EQ(korvane_platforminfo_destroy(made), ok); // in whatever form, for whatever agent
+            EXPECT_EQ(korvane_platforminfo_destroy(made), ok); // in every form and with every agent
         }
         CloudTest::end_run();
     }
@@ -27,7 +27,7 @@ protected:
     korvane_platform_info_h info = nullptr;
 };
 
-TEST_F(PlatformInfo, ForAgent11TravelsAsARecord)
+TEST_F(PlatformInfo, IsSentAsARecordToAgent11)
 {
     make_for("1.1.0");
     EXPECT_EQ(korvane_platforminfo_set_model_number(info, "old"), ok);
@@ -38,7 +38,7 @@ TEST_F(PlatformInfo, ForAgent11TravelsAsARecord)
     EXPECT_EQ(only_request(), bytes(i32(37), str("WM-7"), str("4.1")));
 }
 
-TEST_F(PlatformInfo, ForAgentsFrom12OnTravelsAsJson)
+TEST_F(PlatformInfo, IsSentAsJsonToAgent12AndLater)
 {
     make_for("1.2.0");
     EXPECT_EQ(korvane_platforminfo_set_model_number(info, "WM-7"), ok);
@@ -58,14 +58,14 @@ TEST_F(PlatformInfo, ForAgentsFrom12OnTravelsAsJson)
     EXPECT_EQ(only_request(), bytes(i32(46), i32(2147483647), str(json)));
 }
 
-TEST_F(PlatformInfo, SetVendorIdOnAgent11IsRefusedEvenOnAGoodObject)
+TEST_F(PlatformInfo, RefusesSetVendorIdForAgent11)
 {
     make_for("1.1.0");
     EXPECT_EQ(korvane_platforminfo_set_vendor_id(info, "v"), -1073741827);
     EXPECT_EQ(korvane_set_platform_info_with_device_no(handle, info, 0), -1073741827);
 }
 
-TEST_F(PlatformInfo, MadeAsARecordIsRefusedByANewerAgentBeforeTheUpdateGate)
+TEST_F(PlatformInfo, AsARecordIsRefusedForANewerAgentBeforeTheCheckOfTheUpdate)
 {
     make_for("1.1.0");
     EXPECT_EQ(korvane_platforminfo_set_model_number(info, "WM-7"), ok);
@@ -88,7 +88,7 @@ TEST_F(PlatformInfo, MadeAsARecordIsRefusedByANewerAgentBeforeTheUpdateGate)
     EXPECT_EQ(only_request(), bytes(i32(37), str("WM-7"), str("")));
 }
 
-TEST_F(PlatformInfo, MadeAsJsonIsRefusedByAgent11)
+TEST_F(PlatformInfo, AsJsonIsRefusedForAgent11)
 {
     make_for("1.2.0");
     agent_becomes("1.1.0");
@@ -99,7 +99,7 @@ TEST_F(PlatformInfo, MadeAsJsonIsRefusedByAgent11)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(PlatformInfo, InARecordWithoutMemoryIsOnlyLogged)
+TEST_F(PlatformInfo, AsARecordLogsAMemberWithoutMemoryAndSucceeds)
 {
     make_for("1.1.0");
     allocs::fail_nth(1);
@@ -108,12 +108,12 @@ TEST_F(PlatformInfo, InARecordWithoutMemoryIsOnlyLogged)
     EXPECT_EQ(platform.log.count("Failed to duplicate data"), 1U);
 }
 
-TEST_F(PlatformInfo, AsARecordWithoutMemoryIsNotMade)
+TEST_F(PlatformInfo, AsARecordIsNotCreatedWithoutMemory)
 {
     fail_each_allocation(
         [&] {
             connect_to("1.1.0");
-            ASSERT_EQ(korvane_platforminfo_destroy(nullptr), bad_argument); // the version is known from here on
+            ASSERT_EQ(korvane_platforminfo_destroy(nullptr), bad_argument); // makes the library read the version
         },
         [&] { return korvane_platforminfo_create(&info); },
         [&](int before, int result) {
@@ -123,7 +123,7 @@ TEST_F(PlatformInfo, AsARecordWithoutMemoryIsNotMade)
         });
 }
 
-TEST_F(PlatformInfo, ArgumentsAreCheckedInTheirOrder)
+TEST_F(PlatformInfo, ChecksArgumentsInTheirOrder)
 {
     make_for("1.4.0");
     install_starts();
@@ -139,7 +139,7 @@ TEST_F(PlatformInfo, ArgumentsAreCheckedInTheirOrder)
 
 class LastStatus : public CloudTest {};
 
-TEST_F(LastStatus, TravelsAsARecordWhateverTheAgent)
+TEST_F(LastStatus, IsSentAsARecordToEveryAgent)
 {
     for (const char *version : {"1.1.0", "2.3.0"}) {
         korvane_last_status_info_h info = nullptr;
@@ -189,10 +189,10 @@ TEST_F(LastStatus, RefusesNullArgumentsAndOldAgents)
     EXPECT_EQ(korvane_laststatusinfo_destroy(info), ok);
 }
 
-TEST_F(LastStatus, WithoutMemoryIsNotMadeAndATextIsOnlyLogged)
+TEST_F(LastStatus, IsNotCreatedWithoutMemoryAndLogsATextWithoutMemory)
 {
     korvane_last_status_info_h info = nullptr;
-    ASSERT_EQ(korvane_laststatusinfo_destroy(nullptr), bad_argument); // the version is known from here on
+    ASSERT_EQ(korvane_laststatusinfo_destroy(nullptr), bad_argument); // makes the library read the version
     allocs::fail_nth(1);
     EXPECT_EQ(korvane_laststatusinfo_create(&info), no_memory);
     EXPECT_EQ(info, nullptr);
@@ -213,7 +213,7 @@ protected:
     }
 };
 
-TEST_F(DeviceIdentity, DeviceNumberMinus1IsRejectedBeforeTheUpdateGate)
+TEST_F(DeviceIdentity, RefusesDeviceNumberMinus1BeforeTheCheckOfTheUpdate)
 {
     install_starts();
     platform.log.clear();
@@ -226,7 +226,7 @@ TEST_F(DeviceIdentity, DeviceNumberMinus1IsRejectedBeforeTheUpdateGate)
                         api_error("korvane_set_device_type_with_device_no", "Invalid device_no : [-1]")}));
 }
 
-TEST_F(DeviceIdentity, DeviceNumber0IsAcceptedByEveryNumberedFunction)
+TEST_F(DeviceIdentity, AcceptsDeviceNumber0InEveryFunction)
 {
     arrives(reply(0));
     EXPECT_EQ(korvane_set_nick_name(handle, 0, ""), ok);
@@ -245,7 +245,7 @@ TEST_F(DeviceIdentity, DeviceNumber0IsAcceptedByEveryNumberedFunction)
     EXPECT_EQ(korvane_platforminfo_destroy(info), ok);
 }
 
-TEST_F(DeviceIdentity, ArgumentsAreCheckedInTheirOrder)
+TEST_F(DeviceIdentity, ChecksArgumentsInTheirOrder)
 {
     EXPECT_EQ(korvane_set_nick_name(handle, -1, nullptr), bad_argument);
     EXPECT_EQ(korvane_set_device_name_with_device_no(handle, nullptr, -1), bad_argument);
@@ -267,15 +267,15 @@ TEST_F(DeviceIdentity, ArgumentsAreCheckedInTheirOrder)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(DeviceIdentity, SetDeviceTypeOnAgent14IsRefused)
+TEST_F(DeviceIdentity, RefusesSetDeviceTypeForAgent14)
 {
     agent_becomes("1.4.0");
     EXPECT_EQ(korvane_set_device_type_with_device_no(handle, 0, "t"), -1073741827);
 }
 
-TEST_F(DeviceIdentity, AProfileWithoutItsObjectFails)
+TEST_F(DeviceIdentity, FailsForAProfileWithoutItsObject)
 {
-    void *no_object = nullptr; // all that the handle holds
+    void *no_object = nullptr; // the whole content of the handle
     auto *damaged = reinterpret_cast<korvane_device_profile_info_h>(&no_object);
     EXPECT_EQ(korvane_device_profile_info_set_nick(damaged, "n"), failed);
     EXPECT_EQ(korvane_device_profile_info_set_nick(damaged, nullptr), bad_argument);
@@ -287,7 +287,7 @@ TEST_F(DeviceIdentity, AProfileWithoutItsObjectFails)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(DeviceIdentity, SettingNickTwiceOnAProfileLeavesOneNickAndAllMembersTravelInOrder)
+TEST_F(DeviceIdentity, SendsOneNickAndAllMembersInOrderIfNickIsSetTwice)
 {
     korvane_device_profile_info_h profile = nullptr;
     ASSERT_EQ(korvane_device_profile_info_create(&profile), ok);

@@ -15,7 +15,7 @@ protected:
     }
 };
 
-TEST_F(Keepalive, ACountOf0WithAValidArrayIsRefusedAndBothAreLogged)
+TEST_F(Keepalive, RefusesCount0AndLogsCountAndArray)
 {
     const int numbers[] = {1};
     char expected[200];
@@ -32,7 +32,7 @@ TEST_F(Keepalive, ACountOf0WithAValidArrayIsRefusedAndBothAreLogged)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(Keepalive, ANullArrayIsRefusedBeforeTheUpdateGate)
+TEST_F(Keepalive, RefusesANullArrayBeforeTheCheckOfTheUpdate)
 {
     install_starts();
     platform.log.clear();
@@ -44,7 +44,7 @@ TEST_F(Keepalive, ANullArrayIsRefusedBeforeTheUpdateGate)
                   api_error("korvane_select_keepalive_intervals", "Invalid param : index_array=[(nil)], count=[1]")}));
 }
 
-TEST_F(Keepalive, TablesAreNotBounded)
+TEST_F(Keepalive, AcceptsTablesOfAnyLength)
 {
     std::vector<int> numbers;
     Bytes expected = bytes(i32(68), count(10000));
@@ -58,14 +58,14 @@ TEST_F(Keepalive, TablesAreNotBounded)
     EXPECT_EQ(only_request(), expected);
 }
 
-TEST_F(Keepalive, WithoutMemoryForATableSaysWhatIsMissing)
+TEST_F(Keepalive, LogsWhatCannotBeAllocatedForATable)
 {
     const int numbers[] = {1, 2};
     std::vector<std::string> lines;
     fail_each_allocation(
         [&] {
             connect_to("1.3.0");
-            ASSERT_EQ(korvane_send_keepalive(nullptr), bad_argument); // the version is known from here on
+            ASSERT_EQ(korvane_send_keepalive(nullptr), bad_argument); // makes the library read the version
             platform.log.clear();
             arrives(reply(0));
         },
@@ -78,11 +78,12 @@ TEST_F(Keepalive, WithoutMemoryForATableSaysWhatIsMissing)
                 lines.push_back(line.message);
         });
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "Failed to create korvane_keepalive_info handle"), 5);
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), "Memory allocation is failed"), 3); // the list and two records
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "Memory allocation is failed"),
+              3); // one line each for the list and two records
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "rpc_port_array_korvane_keepalive_info_create() failed"), 1);
 }
 
-TEST_F(Keepalive, SendPresenceWithState7IsPassedToTheAgentUnchanged)
+TEST_F(Keepalive, SendsPresenceState7Unchanged)
 {
     arrives(reply(0));
     EXPECT_EQ(korvane_send_presence(handle, 7), ok);
@@ -156,7 +157,7 @@ protected:
     korvane_tcp_header_info_h info = nullptr;
 };
 
-TEST_F(TcpHeader, HandsOutEachFieldUnderItsKey)
+TEST_F(TcpHeader, ReadsEachFieldFromItsMember)
 {
     ASSERT_EQ(receive(whole_header), ok);
     for (const NumberGetter &getter : number_getters) {
@@ -173,7 +174,7 @@ TEST_F(TcpHeader, HandsOutEachFieldUnderItsKey)
     }
 }
 
-TEST_F(TcpHeader, WithoutAMemberMakesOnlyThatGetterFail)
+TEST_F(TcpHeader, FailsOnlyTheGetterOfAMissingMember)
 {
     for (const NumberGetter &missing : number_getters) {
         std::string text = whole_header;
@@ -190,7 +191,7 @@ TEST_F(TcpHeader, WithoutAMemberMakesOnlyThatGetterFail)
     }
 }
 
-TEST_F(TcpHeader, ASequenceNumberAbove2147483647ReadsAs2147483647)
+TEST_F(TcpHeader, ClampsASequenceNumberTo2147483647)
 {
     ASSERT_EQ(receive(R"({"tcp_header_info_seq_num":4294967295,"tcp_header_info_ack_num":-99999999999})"), ok);
     int value = 0;
@@ -200,7 +201,7 @@ TEST_F(TcpHeader, ASequenceNumberAbove2147483647ReadsAs2147483647)
     EXPECT_EQ(value, -2147483647 - 1);
 }
 
-TEST_F(TcpHeader, MembersOfOtherTypesReadAsNoTextAndAsTheIntegerViewOfThem)
+TEST_F(TcpHeader, ReadsMembersOfOtherTypesAsNullOrAsAnInteger)
 {
     ASSERT_EQ(receive(R"({"tcp_header_info_window":"7","tcp_header_info_src_addr":7,"tcp_header_info_dst_addr":null})"),
               ok);
@@ -216,7 +217,7 @@ TEST_F(TcpHeader, MembersOfOtherTypesReadAsNoTextAndAsTheIntegerViewOfThem)
     EXPECT_EQ(text, nullptr);
 }
 
-TEST_F(TcpHeader, ThatIsNoJsonObjectFailsAndNothingIsHeld)
+TEST_F(TcpHeader, FailsIfTheTextIsNotAJsonObject)
 {
     int untouched = 0;
     for (const std::string &text : {std::string(), std::string("no"), std::string("5"), std::string("[]"),
@@ -227,7 +228,7 @@ TEST_F(TcpHeader, ThatIsNoJsonObjectFailsAndNothingIsHeld)
     }
 }
 
-TEST_F(TcpHeader, IsNullAfterAFailureOfTheAgentAndUntouchedAfterARefusal)
+TEST_F(TcpHeader, IsNullAfterAFailureOfTheAgentAndUnchangedAfterARefusal)
 {
     int untouched = 0;
     auto *before = reinterpret_cast<korvane_tcp_header_info_h>(&untouched);
@@ -245,7 +246,7 @@ TEST_F(TcpHeader, IsNullAfterAFailureOfTheAgentAndUntouchedAfterARefusal)
     EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_get_tcp_header_info", "tcp_header_info_h is NULL")}));
 }
 
-TEST_F(TcpHeader, GettersAndReleaseRefuseNullArguments)
+TEST_F(TcpHeader, RefusesNullArguments)
 {
     ASSERT_EQ(receive(whole_header), ok);
     for (const NumberGetter &getter : number_getters) {
@@ -265,7 +266,7 @@ TEST_F(TcpHeader, GettersAndReleaseRefuseNullArguments)
     EXPECT_TRUE(platform.log.has(api_error("korvane_release_tcp_header_info", "handle is NULL")));
 }
 
-TEST_F(TcpHeader, GettersAndReleaseNeedAnAgent14AndWorkDuringInstallation)
+TEST_F(TcpHeader, NeedsAgent14AndWorksDuringInstallation)
 {
     ASSERT_EQ(receive(whole_header), ok);
     int number = 0;
@@ -285,7 +286,7 @@ TEST_F(TcpHeader, GettersAndReleaseNeedAnAgent14AndWorkDuringInstallation)
     EXPECT_EQ(korvane_tcp_header_info_get_window(info, &number), ok);
 }
 
-TEST_F(TcpHeader, AddressWithoutMemoryIsNotHandedOut)
+TEST_F(TcpHeader, ReturnsNoAddressWithoutMemory)
 {
     ASSERT_EQ(receive(whole_header), ok);
     for (const AddressGetter &getter : address_getters) {
@@ -297,7 +298,7 @@ TEST_F(TcpHeader, AddressWithoutMemoryIsNotHandedOut)
     }
 }
 
-TEST_F(TcpHeader, WithoutMemoryForTheHolderTheAgentIsNotAsked)
+TEST_F(TcpHeader, SendsNoRequestWithoutMemoryForTheHandle)
 {
     allocs::fail_nth(1);
     EXPECT_EQ(korvane_get_tcp_header_info(handle, &info), no_memory);

@@ -13,7 +13,7 @@ protected:
     }
 };
 
-TEST_F(CustomPush, WithTextThatIsNotJsonFailsBeforeContactingTheAgent)
+TEST_F(CustomPush, FailsUnsentIfTheTextIsNotJson)
 {
     for (const std::string &text :
          {std::string(), std::string("hello"), std::string("{\"a\":"), std::string(5000, '[')}) {
@@ -24,7 +24,7 @@ TEST_F(CustomPush, WithTextThatIsNotJsonFailsBeforeContactingTheAgent)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(CustomPush, ThatIsJsonButNoObjectIsEmbeddedAsItIs)
+TEST_F(CustomPush, SendsJsonThatIsNotAnObjectUnchanged)
 {
     for (const char *text : {"5", "[1,\"a\"]", "\"a\"", "null", "true"}) {
         arrives(reply(0, str("")));
@@ -34,7 +34,7 @@ TEST_F(CustomPush, ThatIsJsonButNoObjectIsEmbeddedAsItIs)
     }
 }
 
-TEST_F(CustomPush, OfAMegabyteIsSentWhole)
+TEST_F(CustomPush, SendsAMegabyte)
 {
     const std::string text = "\"" + std::string(1 << 20, 'x') + "\"";
     arrives(reply(0, str("")));
@@ -42,7 +42,7 @@ TEST_F(CustomPush, OfAMegabyteIsSentWhole)
     EXPECT_EQ(only_request(), bytes(i32(102), str(R"({"common_interface":2,"custom_push_msg":)" + text + "}")));
 }
 
-TEST_F(CustomPush, ANullTextIsRefusedBeforeTheUpdateGateAndAnyTextIsReadAfterIt)
+TEST_F(CustomPush, RefusesNullBeforeTheCheckOfTheUpdateAndParsesAfterIt)
 {
     install_starts();
     platform.log.clear();
@@ -53,7 +53,7 @@ TEST_F(CustomPush, ANullTextIsRefusedBeforeTheUpdateGateAndAnyTextIsReadAfterIt)
                         api_error("korvane_send_custom_push_msg", "Agent is being installing")}));
 }
 
-TEST_F(CustomPush, TextAndReplyAreNotLogged)
+TEST_F(CustomPush, LogsNeitherTextNorReply)
 {
     arrives(reply(0, str("s3cret")));
     EXPECT_EQ(korvane_send_custom_push_msg(handle, "\"s3cret\""), ok);
@@ -70,7 +70,7 @@ protected:
     }
 };
 
-TEST_F(Terms, TravelWithVersionAndHeader)
+TEST_F(Terms, AreSentWithVersionAndHeader)
 {
     korvane_tnc_info_h terms = nullptr;
     ASSERT_EQ(korvane_tnc_info_create(&terms), ok);
@@ -83,9 +83,9 @@ TEST_F(Terms, TravelWithVersionAndHeader)
     EXPECT_EQ(korvane_tnc_info_destroy(terms), ok);
 }
 
-TEST_F(Terms, WithoutTheirObjectFail)
+TEST_F(Terms, FailWithoutTheirObject)
 {
-    void *no_object = nullptr; // all that the handle holds
+    void *no_object = nullptr; // the whole content of the handle
     auto *damaged = reinterpret_cast<korvane_tnc_info_h>(&no_object);
     EXPECT_EQ(korvane_tncinfo_set_version(damaged, "1"), failed);
     EXPECT_EQ(korvane_tncinfo_set_header(damaged, nullptr), bad_argument);
@@ -96,7 +96,7 @@ TEST_F(Terms, WithoutTheirObjectFail)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(Terms, ThatAreNullAreRefusedBeforeTheUpdateGate)
+TEST_F(Terms, AreRefusedBeforeTheCheckOfTheUpdateIfNull)
 {
     install_starts();
     platform.log.clear();

@@ -10,7 +10,7 @@ constexpr int numbers[] = {4, 8, -1};
 bool flag = false;
 int number = 0;
 
-// What the request hands out is released at once: the rows are about the request.
+// These functions release the result of the request at once, because the rows check the request only.
 
 int get_tcp_header_info(korvane_h handle, const CloudObjects &)
 {
@@ -68,7 +68,7 @@ std::ostream &operator<<(std::ostream &out, const CloudRequest &request)
 using H = korvane_h;
 using O = const CloudObjects &;
 
-// One row a function, not one line a value.
+// One row per function.
 // clang-format off
 const std::vector<CloudRequest> cloud_requests = {
     {"korvane_sign_up_cloud", 0, 102, [](H h, O o) { return korvane_sign_up_cloud(h, o.cloud_info); },

@@ -3,10 +3,10 @@
 
 #include "cloud_fixture.hpp"
 
-/// The cloud functions that ask the agent, as a table of what they send.
+/// A table of the cloud functions that ask the agent, with their requests.
 namespace kv::test {
 
-/// Objects that such functions take, filled in the form of an agent 2.3.
+/// The objects that such functions take, filled for an agent 2.3.
 struct CloudObjects {
     korvane_cloud_info_h cloud_info = nullptr;
     korvane_platform_info_h platform_info = nullptr;
@@ -23,12 +23,12 @@ struct CloudRequest {
     int minimum_version;
     int method;
     int (*call)(korvane_h handle, const CloudObjects &objects);
-    Bytes arguments;           // without the delegate
-    Bytes outs = {};           // of a good answer
-    std::string progress = ""; // the line before the request is sent
-    int delegate = 0;          // type of the one that goes last
+    Bytes arguments;           // arguments of the request except the delegate
+    Bytes outs = {};           // out values of a successful reply
+    std::string progress = ""; // the log line before the send
+    int delegate = 0;          // delegate type of the last argument; 0 if there is none
     bool once = false;
-    int same_form_since = 1000; // the lowest agent that takes the object in the form of an agent 2.3
+    int same_form_since = 1000; // the lowest agent with the same wire format as agent 2.3
 };
 
 std::ostream &operator<<(std::ostream &out, const CloudRequest &request);

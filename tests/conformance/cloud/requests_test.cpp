@@ -12,7 +12,7 @@ std::string version_text(int version)
     return std::to_string(version / 1000) + "." + std::to_string(version % 1000) + ".0";
 }
 
-/// Every version of the agent below the given one.
+/// All agent versions below the given one.
 std::vector<int> versions_below(int version)
 {
     std::vector<int> below;
@@ -22,7 +22,7 @@ std::vector<int> versions_below(int version)
     return below;
 }
 
-/// What holds of every cloud function that asks the agent.
+/// Rules for every cloud function that asks the agent.
 class CloudRequestTest : public CloudTest, public ::testing::WithParamInterface<CloudRequest> {
 protected:
     void SetUp() override
@@ -35,7 +35,7 @@ protected:
     {
         connect_to("2.3.1");
         objects.create();
-        forget_the_past();
+        clear_records();
     }
 
     void end_run() override
@@ -50,7 +50,7 @@ protected:
     }
 
     int call() { return row.call(handle, objects); }
-    void agent_answers_well() { arrives(bytes(i32(0), row.outs, i32(0))); }
+    void queue_good_reply() { arrives(bytes(i32(0), row.outs, i32(0))); }
 
     Bytes expected_request()
     {
@@ -63,7 +63,7 @@ protected:
     LogLine entry() { return api_info(row.name, ">>> called"); }
     LogLine refusal(const std::string &reason) { return api_error(row.name, reason); }
 
-    /// The function's own lines, without those that it writes before or after what the agent says.
+    /// Makes a call that must fail unsent with this result. Returns the lines that the function logged.
     LogLines expect_refused(int code)
     {
         platform.log.clear();
@@ -83,9 +83,9 @@ std::string name_of(const ::testing::TestParamInfo<CloudRequest> &request)
 
 INSTANTIATE_TEST_SUITE_P(Of, CloudRequestTest, ::testing::ValuesIn(cloud_requests), name_of);
 
-TEST_P(CloudRequestTest, SendsExactlyThis)
+TEST_P(CloudRequestTest, SendsTheRequestOfItsRow)
 {
-    agent_answers_well();
+    queue_good_reply();
     EXPECT_EQ(call(), ok);
     EXPECT_EQ(only_request(), expected_request());
     ASSERT_FALSE(lines_of(row.name).empty());
@@ -106,13 +106,13 @@ TEST_P(CloudRequestTest, IsNotSupportedWithoutTheAgent)
     handle = kv::api::live_session;
 }
 
-TEST_P(CloudRequestTest, IsRefusedForEveryOlderAgent)
+TEST_P(CloudRequestTest, RefusesEveryOlderAgent)
 {
     for (int version : versions_below(row.minimum_version)) {
         agent_becomes(version_text(version));
         EXPECT_EQ(expect_refused(too_old), (LogLines{entry(), refusal("agent version is lower!!")})) << version;
     }
-    // The check comes before that of the handle.
+    // The version is checked before the handle.
     if (row.minimum_version > 1000) {
         korvane_h live = std::exchange(handle, nullptr);
         EXPECT_EQ(expect_refused(too_old), (LogLines{entry(), refusal("agent version is lower!!")}));
@@ -120,7 +120,7 @@ TEST_P(CloudRequestTest, IsRefusedForEveryOlderAgent)
     }
 }
 
-TEST_P(CloudRequestTest, IsRefusedForAnAgentOfUnknownVersionUnlessAnyWillDo)
+TEST_P(CloudRequestTest, RefusesAnAgentOfUnknownVersionUnlessItNeedsNone)
 {
     agent_becomes("");
     if (row.minimum_version > 0) {
@@ -132,15 +132,15 @@ TEST_P(CloudRequestTest, IsRefusedForAnAgentOfUnknownVersionUnlessAnyWillDo)
     }
 }
 
-TEST_P(CloudRequestTest, IsAnsweredByTheLowestAgentThatSpeaksTheForm)
+TEST_P(CloudRequestTest, WorksWithTheLowestAgentOfThisWireFormat)
 {
     agent_becomes(version_text(std::max(row.minimum_version, row.same_form_since)));
-    agent_answers_well();
+    queue_good_reply();
     EXPECT_EQ(call(), ok);
     EXPECT_EQ(only_request(), expected_request());
 }
 
-TEST_P(CloudRequestTest, RefusesANullHandleAlsoDuringInstallation)
+TEST_P(CloudRequestTest, RefusesANullHandleEvenDuringInstallation)
 {
     install_starts();
     korvane_h live = std::exchange(handle, nullptr);
@@ -148,24 +148,24 @@ TEST_P(CloudRequestTest, RefusesANullHandleAlsoDuringInstallation)
     handle = live;
 }
 
-TEST_P(CloudRequestTest, RefusesAHandleThatIsNotTheLiveOne)
+TEST_P(CloudRequestTest, RefusesAnUnknownHandle)
 {
     korvane_h live = std::exchange(handle, reinterpret_cast<korvane_h>(8));
     EXPECT_EQ(expect_refused(bad_argument), (LogLines{entry(), refusal("handle is not the live one")}));
     handle = live;
 }
 
-TEST_P(CloudRequestTest, IsUnavailableDuringInstallationOnly)
+TEST_P(CloudRequestTest, IsUnavailableOnlyDuringInstallation)
 {
     install_starts();
     EXPECT_EQ(expect_refused(installing), (LogLines{entry(), refusal("Agent is being installing")}));
     update_completes();
     update_starts();
-    agent_answers_well();
+    queue_good_reply();
     EXPECT_EQ(call(), ok);
 }
 
-TEST_P(CloudRequestTest, MapsWhatTheAgentAnswers)
+TEST_P(CloudRequestTest, MapsTheReplyToAResult)
 {
     arrives(bytes(i32(0), row.outs, i32(-13)));
     EXPECT_EQ(call(), KORVANE_ERROR_PERMISSION_DENIED);
@@ -177,7 +177,7 @@ TEST_P(CloudRequestTest, MapsWhatTheAgentAnswers)
     EXPECT_TRUE(platform.log.has(refusal(row.name + "() is failed, err=[-1] r=[-5]")));
 }
 
-TEST_P(CloudRequestTest, FailsWithAnAnswerCutShortAtEveryByte)
+TEST_P(CloudRequestTest, FailsWithATruncatedReply)
 {
     const Bytes whole = bytes(i32(0), row.outs, i32(0));
     for (std::size_t size = 4; size < whole.size(); ++size) {
@@ -188,31 +188,32 @@ TEST_P(CloudRequestTest, FailsWithAnAnswerCutShortAtEveryByte)
     EXPECT_EQ(call(), ok);
 }
 
-TEST_P(CloudRequestTest, FailsWithEachPlatformCallAndWorksAfterwards)
+TEST_P(CloudRequestTest, FailsIfAPlatformCallFailsAndWorksAfterwards)
 {
     unsigned runs = 0;
     fail_each_platform_call(
         [&] {
             prepare();
-            agent_answers_well();
+            queue_good_reply();
         },
         [&] { return call(); },
         [&](const std::string &what, int result) {
             ++runs;
             const bool harmless = what.empty() || what.starts_with("rpc_port_parcel_destroy");
-            const bool link = what == "rpc_port_parcel_send 1" || what == "rpc_port_parcel_create_from_port 1" ||
-                              what == "rpc_port_parcel_read_int32 1"; // of an unknown kind: the next one is waited for
+            const bool link =
+                what == "rpc_port_parcel_send 1" || what == "rpc_port_parcel_create_from_port 1" ||
+                what == "rpc_port_parcel_read_int32 1"; // a parcel of unknown kind: the library waits for the next one
             EXPECT_EQ(result, harmless ? ok : link ? KORVANE_ERROR_IO_ERROR : failed);
             platform.main_port().incoming.clear();
             platform.main_port().sent.clear();
-            agent_answers_well();
+            queue_good_reply();
             EXPECT_EQ(call(), ok);
             EXPECT_FALSE(sent().empty());
         });
     EXPECT_GT(runs, 5U);
 }
 
-TEST_P(CloudRequestTest, WithoutMemoryFailsOrGoesWithoutAndWorksAfterwards)
+TEST_P(CloudRequestTest, FailsOrOmitsAMemberWithoutMemoryAndWorksAfterwards)
 {
     const bool registers = row.delegate && !row.once;
     const bool parses_its_text = row.name == "korvane_send_custom_push_msg";
@@ -221,7 +222,7 @@ TEST_P(CloudRequestTest, WithoutMemoryFailsOrGoesWithoutAndWorksAfterwards)
     fail_each_allocation(
         [&] {
             prepare();
-            agent_answers_well();
+            queue_good_reply();
         },
         [&] { return call(); },
         [&](int before, int result) {
@@ -244,12 +245,12 @@ TEST_P(CloudRequestTest, WithoutMemoryFailsOrGoesWithoutAndWorksAfterwards)
             if (result != ok) {
                 EXPECT_FALSE(platform.log.errors().empty());
             }
-            // The credentials keep the command of every sign-up that was tried.
+            // Every sign-up, also a failed one, adds its command to the credentials.
             if (row.name == "korvane_sign_up_cloud")
                 return;
             platform.main_port().incoming.clear();
             platform.main_port().sent.clear();
-            agent_answers_well();
+            queue_good_reply();
             EXPECT_EQ(call(), ok);
             EXPECT_EQ(only_request(), expected_request());
         });

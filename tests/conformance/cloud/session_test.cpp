@@ -23,14 +23,14 @@ protected:
     {
         connect_to(version);
         EXPECT_EQ(korvane_cloudinfo_create(&info), ok);
-        forget_the_past();
+        clear_records();
     }
 
     void end_run() override
     {
         allocs::stop_failing();
         if (korvane_cloud_info_h made = std::exchange(info, nullptr)) {
-            EXPECT_EQ(korvane_cloudinfo_destroy(made), ok); // in whatever form, for whatever agent
+            EXPECT_EQ(korvane_cloudinfo_destroy(made), ok); // in every form and with every agent
         }
         CloudTest::end_run();
     }
@@ -45,7 +45,7 @@ protected:
     korvane_cloud_info_h info = nullptr;
 };
 
-TEST_F(CloudInfo, ForAgentsBefore20TravelsAsARecord)
+TEST_F(CloudInfo, IsSentAsARecordToAgentsBefore20)
 {
     make_for("1.6.9");
     for (const auto &[set, value] : record_setters)
@@ -56,7 +56,7 @@ TEST_F(CloudInfo, ForAgentsBefore20TravelsAsARecord)
               bytes(i32(32), str("eu"), str("prov"), str("acc"), str("ref"), str("user"), str("client")));
 }
 
-TEST_F(CloudInfo, ThatIsEmptyTravelsAsEmptyTexts)
+TEST_F(CloudInfo, IsSentAsEmptyTextsIfItIsEmpty)
 {
     make_for("1.0.0");
     arrives(reply(0));
@@ -64,7 +64,7 @@ TEST_F(CloudInfo, ThatIsEmptyTravelsAsEmptyTexts)
     EXPECT_EQ(only_request(), bytes(i32(32), str(""), str(""), str(""), str(""), str(""), str("")));
 }
 
-TEST_F(CloudInfo, OfAnAgentOfUnknownVersionIsARecord)
+TEST_F(CloudInfo, IsARecordForAnAgentOfUnknownVersion)
 {
     connect_to("1.0.0");
     agent_becomes("");
@@ -75,7 +75,7 @@ TEST_F(CloudInfo, OfAnAgentOfUnknownVersionIsARecord)
     EXPECT_EQ(only_request(), bytes(i32(32), str("eu"), str(""), str(""), str(""), str(""), str("")));
 }
 
-TEST_F(CloudInfo, InARecordIsSetAnewByASecondCall)
+TEST_F(CloudInfo, AsARecordIsReplacedByASecondCall)
 {
     make_for("1.1.0");
     EXPECT_EQ(korvane_cloudinfo_set_user_id(info, "old"), ok);
@@ -85,7 +85,7 @@ TEST_F(CloudInfo, InARecordIsSetAnewByASecondCall)
     EXPECT_EQ(only_request(), bytes(i32(32), str(""), str(""), str(""), str(""), str("new"), str("")));
 }
 
-TEST_F(CloudInfo, ForAgentsFrom20OnTravelsAsJsonInTheOrderOfTheCalls)
+TEST_F(CloudInfo, IsSentAsJsonInTheOrderOfTheCallsToAgent20AndLater)
 {
     make_for("2.0.0");
     for (const auto &[set, value] : record_setters)
@@ -99,7 +99,7 @@ TEST_F(CloudInfo, ForAgentsFrom20OnTravelsAsJsonInTheOrderOfTheCalls)
                                   R"("deploy_env":"prod","iatt":4294967295,"common_interface":3})")));
 }
 
-TEST_F(CloudInfo, ASecondSetRegionLeavesExactlyOneRegionWithTheNewValue)
+TEST_F(CloudInfo, HasOneRegionWithTheNewValueAfterASecondSetRegion)
 {
     make_for("2.3.0");
     EXPECT_EQ(korvane_cloudinfo_set_region(info, "eu"), ok);
@@ -108,7 +108,7 @@ TEST_F(CloudInfo, ASecondSetRegionLeavesExactlyOneRegionWithTheNewValue)
     EXPECT_EQ(signed_up_with(), bytes(i32(102), str(R"({"user_id":"u","region":"us","common_interface":3})")));
 }
 
-TEST_F(CloudInfo, SetTokenTypeCalledTwiceLeavesTwoMembers)
+TEST_F(CloudInfo, HasTwoMembersAfterASecondSetTokenType)
 {
     make_for("2.3.0");
     EXPECT_EQ(korvane_cloudinfo_set_token_type(info, 0), ok);
@@ -116,14 +116,14 @@ TEST_F(CloudInfo, SetTokenTypeCalledTwiceLeavesTwoMembers)
     EXPECT_EQ(signed_up_with(), bytes(i32(102), str(R"({"iatt":0,"iatt":1,"common_interface":3})")));
 }
 
-TEST_F(CloudInfo, KeepsTheCommandAfterSignUpAndASecondSignUpAddsAnother)
+TEST_F(CloudInfo, KeepsTheCommandOfASignUpAndAddsAnotherForTheSecond)
 {
     make_for("2.3.0");
     EXPECT_EQ(signed_up_with(), bytes(i32(102), str(R"({"common_interface":3})")));
     EXPECT_EQ(signed_up_with(), bytes(i32(102), str(R"({"common_interface":3,"common_interface":3})")));
 }
 
-TEST_F(CloudInfo, SetTokenTypeRefusesOldAgentsAndANullObject)
+TEST_F(CloudInfo, RefusesSetTokenTypeForOldAgentsAndNull)
 {
     make_for("2.0.0");
     EXPECT_EQ(korvane_cloudinfo_set_token_type(nullptr, 1), bad_argument);
@@ -136,7 +136,7 @@ TEST_F(CloudInfo, SetTokenTypeRefusesOldAgentsAndANullObject)
     agent_returns("2.0.0");
 }
 
-TEST_F(CloudInfo, SetTokenTypeWithoutMemoryAddsNothing)
+TEST_F(CloudInfo, AddsNoTokenTypeWithoutMemory)
 {
     unsigned runs = 0;
     fail_each_allocation([&] { make_for("2.0.0"); }, [&] { return korvane_cloudinfo_set_token_type(info, 1); },
@@ -150,7 +150,7 @@ TEST_F(CloudInfo, SetTokenTypeWithoutMemoryAddsNothing)
     EXPECT_EQ(runs, 3U);
 }
 
-TEST_F(CloudInfo, InARecordWithoutMemoryIsOnlyLogged)
+TEST_F(CloudInfo, AsARecordLogsAMemberWithoutMemoryAndSucceeds)
 {
     make_for("1.1.0");
     for (const auto &[set, value] : record_setters) {
@@ -165,12 +165,12 @@ TEST_F(CloudInfo, InARecordWithoutMemoryIsOnlyLogged)
     }
 }
 
-TEST_F(CloudInfo, AsARecordWithoutMemoryIsNotMade)
+TEST_F(CloudInfo, AsARecordIsNotCreatedWithoutMemory)
 {
     fail_each_allocation(
         [&] {
             connect_to("1.1.0");
-            ASSERT_EQ(korvane_cloudinfo_destroy(nullptr), bad_argument); // the version is known from here on
+            ASSERT_EQ(korvane_cloudinfo_destroy(nullptr), bad_argument); // makes the library read the version
         },
         [&] { return korvane_cloudinfo_create(&info); },
         [&](int before, int result) {
@@ -184,7 +184,7 @@ TEST_F(CloudInfo, AsARecordWithoutMemoryIsNotMade)
         });
 }
 
-TEST_F(CloudInfo, MadeAsARecordIsRefusedAfterAnUpdateAndGoodAgainAfterTheWayBack)
+TEST_F(CloudInfo, AsARecordIsRefusedAfterAnUpdateAndAcceptedAfterADowngrade)
 {
     make_for("1.6.0");
     EXPECT_EQ(korvane_cloudinfo_set_region(info, "eu"), ok);
@@ -196,13 +196,13 @@ TEST_F(CloudInfo, MadeAsARecordIsRefusedAfterAnUpdateAndGoodAgainAfterTheWayBack
     EXPECT_EQ(korvane_cloudinfo_set_cloud_interface_server(info, "x"), bad_argument);
     EXPECT_EQ(korvane_cloudinfo_set_deploy_environment(info, "x"), bad_argument);
     EXPECT_EQ(korvane_cloudinfo_set_token_type(info, 1), bad_argument);
-    EXPECT_EQ(korvane_sign_up_cloud(handle, info), bad_argument); // before the check of the update
+    EXPECT_EQ(korvane_sign_up_cloud(handle, info), bad_argument); // checked before the update
     EXPECT_EQ(platform.log.count(wrong_form_record), 10U);
     EXPECT_EQ(platform.log.errors().size(), 10U);
     EXPECT_TRUE(platform.log.has(api_error("korvane_sign_up_cloud", wrong_form_record)));
     EXPECT_TRUE(sent().empty());
     EXPECT_EQ(korvane_cloudinfo_set_region(info, nullptr), bad_argument);
-    EXPECT_EQ(platform.log.count("region is NULL"), 1U) << "arguments come first";
+    EXPECT_EQ(platform.log.count("region is NULL"), 1U) << "the argument must be checked before the form of the handle";
 
     update_completes();
     agent_becomes("1.6.0");
@@ -211,7 +211,7 @@ TEST_F(CloudInfo, MadeAsARecordIsRefusedAfterAnUpdateAndGoodAgainAfterTheWayBack
     EXPECT_EQ(only_request(), bytes(i32(32), str("eu"), str(""), str(""), str(""), str(""), str("")));
 }
 
-TEST_F(CloudInfo, MadeAsJsonIsRefusedByAnOlderAgent)
+TEST_F(CloudInfo, AsJsonIsRefusedForAnOlderAgent)
 {
     make_for("2.0.0");
     EXPECT_EQ(korvane_cloudinfo_set_region(info, "eu"), ok);
@@ -225,14 +225,14 @@ TEST_F(CloudInfo, MadeAsJsonIsRefusedByAnOlderAgent)
     EXPECT_EQ(signed_up_with(), bytes(i32(102), str(R"({"region":"eu","common_interface":3})")));
 }
 
-TEST_F(CloudInfo, IsDestroyedByTheFormInWhichItWasMade)
+TEST_F(CloudInfo, IsDestroyedInItsOwnForm)
 {
     for (const auto &[made, ended] : {std::pair("1.6.0", "2.3.0"), std::pair("2.3.0", "1.6.0")}) {
         agent_becomes(made);
         EXPECT_EQ(korvane_cloudinfo_create(&info), ok);
         EXPECT_EQ(korvane_cloudinfo_set_region(info, "eu"), ok);
         agent_becomes(ended);
-        EXPECT_EQ(korvane_cloudinfo_destroy(std::exchange(info, nullptr)), ok); // the fixture sees what is not freed
+        EXPECT_EQ(korvane_cloudinfo_destroy(std::exchange(info, nullptr)), ok); // the fixture detects leaks
     }
 }
 
@@ -246,7 +246,7 @@ TEST_F(CloudInfo, IsNeverNullInASignUp)
                                               api_error("korvane_sign_up_cloud", "cloud_info_h is NULL")}));
 }
 
-TEST_F(CloudInfo, ValuesAreNotLogged)
+TEST_F(CloudInfo, DoesNotLogItsValues)
 {
     for (const char *version : {"1.6.0", "2.3.0"}) {
         agent_becomes(version);
@@ -268,27 +268,27 @@ protected:
     }
 };
 
-TEST_F(CloudSession, DisableSigninOnAgent21IsRefusedWithoutAskingTheAgent)
+TEST_F(CloudSession, RefusesDisableSigninForAgent21Unsent)
 {
     agent_becomes("2.1.0");
     EXPECT_EQ(korvane_disable_signin(handle, true), -1073741827);
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(CloudSession, SigninIsSwitchedOnAgainWithFalse)
+TEST_F(CloudSession, EnablesSigninAgainWithFalse)
 {
     arrives(bytes(i32(0), str(""), i32(0)));
     EXPECT_EQ(korvane_disable_signin(handle, false), ok);
     EXPECT_EQ(only_request(), bytes(i32(102), str(R"({"common_interface":5,"disable_signin":false})")));
 }
 
-TEST_F(CloudSession, WithoutMemoryForTheFlagTheRequestGoesOutWithoutIt)
+TEST_F(CloudSession, SendsTheRequestWithoutTheFlagIfMemoryRunsOut)
 {
     std::vector<Bytes> requests;
     fail_each_allocation(
         [&] {
             connect_to("2.2.0");
-            ASSERT_EQ(korvane_disable_signin(nullptr, true), bad_argument); // the version is known from here on
+            ASSERT_EQ(korvane_disable_signin(nullptr, true), bad_argument); // makes the library read the version
             arrives(bytes(i32(0), str(""), i32(0)));
         },
         [&] { return korvane_disable_signin(handle, true); },
@@ -299,7 +299,7 @@ TEST_F(CloudSession, WithoutMemoryForTheFlagTheRequestGoesOutWithoutIt)
                 EXPECT_TRUE(sent().empty() || platform.log.count("Incomplete reply") == 1);
             }
         });
-    // The flag and its key.
+    // One allocation each for the flag and its key.
     const Bytes without_it = bytes(i32(102), str(R"({"common_interface":5})"));
     EXPECT_EQ(requests, (std::vector<Bytes>{without_it, without_it}));
 }
@@ -311,7 +311,7 @@ struct StatusGetter {
     bool logs_the_value;
 };
 
-TEST_F(CloudSession, FlagsAreHandedOutOnSuccessOnly)
+TEST_F(CloudSession, WritesFlagsOnlyOnSuccess)
 {
     for (const StatusGetter &getter :
          {StatusGetter{"korvane_get_signin_status", korvane_get_signin_status, "is_signed_in is NULL", true},
@@ -334,7 +334,7 @@ TEST_F(CloudSession, FlagsAreHandedOutOnSuccessOnly)
         }
 }
 
-TEST_F(CloudSession, GetSigninStatusWithANullOutPointerIsRefusedBeforeTheUpdateGate)
+TEST_F(CloudSession, RefusesANullOutPointerBeforeTheCheckOfTheUpdate)
 {
     install_starts();
     EXPECT_EQ(korvane_get_signin_status(handle, nullptr), -22);
@@ -344,7 +344,7 @@ TEST_F(CloudSession, GetSigninStatusWithANullOutPointerIsRefusedBeforeTheUpdateG
     EXPECT_EQ(platform.log.count("Agent is being installing"), 0U);
 }
 
-TEST_F(CloudSession, ThingStatusIsHandedOutOnSuccessOnly)
+TEST_F(CloudSession, WritesTheThingStatusOnlyOnSuccess)
 {
     int status = 7;
     arrives(reply(-13, i32(-3)));

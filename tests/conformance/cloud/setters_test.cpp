@@ -6,10 +6,10 @@
 namespace kv::test {
 namespace {
 
-/// A kind of object that the application fills: how it is made and ended, and what of it is sent.
+/// A type of object that the application fills, with its functions and its request.
 struct Kind {
     int minimum_version;
-    std::string newest; // an agent that knows every field
+    std::string newest; // an agent that supports every field
     int (*create)(void **object);
     int (*destroy)(void *object);
     int (*send)(korvane_h handle, void *object);
@@ -138,7 +138,7 @@ const std::vector<Setter> setters = {
      "tnc_header"},
 };
 
-/// A setter of one text, on an object in JSON.
+/// A setter of one text of an object that is sent as JSON.
 class TextSetter : public CloudTest, public ::testing::WithParamInterface<Setter> {
 protected:
     void SetUp() override
@@ -151,7 +151,7 @@ protected:
     {
         connect_to(row.kind->newest);
         ASSERT_EQ(row.kind->create(&object), ok);
-        forget_the_past();
+        clear_records();
     }
 
     void end_run() override
@@ -194,17 +194,17 @@ std::string name_of(const ::testing::TestParamInfo<Setter> &setter)
 
 INSTANTIATE_TEST_SUITE_P(Of, TextSetter, ::testing::ValuesIn(setters), name_of);
 
-TEST_P(TextSetter, PutsTheTextUnderItsKey)
+TEST_P(TextSetter, StoresTheTextUnderItsKey)
 {
     LogLines expected = {entry()};
     if (row.logs_its_value)
         expected.push_back(api_info(row.name, (row.key == "nick" ? "nick [" : "version [") + std::string("a \"b\"]")));
     EXPECT_EQ(lines_of_set("a \"b\"", ok), expected);
-    EXPECT_EQ(platform.log.lines(), expected) << "a value must not stand in other lines";
+    EXPECT_EQ(platform.log.lines(), expected) << "no other line may contain the value";
     expect_sent("{" + member("a \\\"b\\\"") + "}");
 }
 
-TEST_P(TextSetter, CalledTwiceLeavesOneMemberWithTheNewText)
+TEST_P(TextSetter, ReplacesTheTextOfAnEarlierCall)
 {
     EXPECT_EQ(row.set(object, "old"), ok);
     EXPECT_EQ(row.set(object, "new"), ok);
@@ -228,7 +228,7 @@ TEST_P(TextSetter, RefusesANullObjectAndANullText)
     object = kept;
 }
 
-TEST_P(TextSetter, IsRefusedWithoutTheAgentAndForOlderAgents)
+TEST_P(TextSetter, IsRefusedWithoutAnAgentAndForOlderAgents)
 {
     if (row.minimum_version > 0) {
         agent_becomes("1.0.9");
@@ -251,7 +251,7 @@ TEST_P(TextSetter, WorksDuringInstallation)
     expect_sent("{" + member("text") + "}");
 }
 
-TEST_P(TextSetter, WithoutMemoryKeepsTheOldText)
+TEST_P(TextSetter, KeepsTheOldTextWithoutMemory)
 {
     unsigned runs = 0;
     fail_each_allocation(
@@ -269,10 +269,10 @@ TEST_P(TextSetter, WithoutMemoryKeepsTheOldText)
             platform.main_port().sent.clear();
             expect_sent("{" + member(before < 0 ? "new" : "old") + "}");
         });
-    EXPECT_EQ(runs, 4U); // the member, its text, its key; and one that goes well
+    EXPECT_EQ(runs, 4U); // one failure each of the member, its text and its key, and one success
 }
 
-/// Making and ending the objects.
+/// The functions that create and destroy a type of object.
 struct Lifetime {
     std::string create_name;
     std::string destroy_name;
@@ -333,7 +333,7 @@ TEST_P(ObjectLifetime, IsRefusedWithoutTheAgent)
 TEST_P(ObjectLifetime, IsRefusedForOlderAgents)
 {
     if (row.kind->minimum_version == 0)
-        return; // any agent will do
+        return; // every agent is accepted
     agent_becomes("1." + std::to_string(row.kind->minimum_version % 1000 - 1));
     void *object = nullptr;
     EXPECT_EQ(row.kind->create(&object), too_old);
@@ -343,14 +343,14 @@ TEST_P(ObjectLifetime, IsRefusedForOlderAgents)
     EXPECT_EQ(row.kind->create(&object), too_old);
 }
 
-TEST_P(ObjectLifetime, WithoutMemoryHandsNothingOut)
+TEST_P(ObjectLifetime, ReturnsNothingWithoutMemory)
 {
     int runs = 0;
     void *object = nullptr;
     fail_each_allocation(
         [&] {
             agent_returns("2.3.1");
-            ASSERT_EQ(korvane_cloudinfo_destroy(nullptr), bad_argument); // the version is known from here on
+            ASSERT_EQ(korvane_cloudinfo_destroy(nullptr), bad_argument); // makes the library read the version
         },
         [&] { return row.kind->create(&object); },
         [&](int before, int result) {
@@ -369,7 +369,7 @@ TEST_P(ObjectLifetime, WithoutMemoryHandsNothingOut)
 
 using CloudObjectsTest = CloudTest;
 
-TEST_F(CloudObjectsTest, AreNotMadeIntoANullPointer)
+TEST_F(CloudObjectsTest, AreNotCreatedIntoANullPointer)
 {
     EXPECT_EQ(korvane_cloudinfo_create(nullptr), bad_argument);
     EXPECT_EQ(korvane_platforminfo_create(nullptr), bad_argument);

@@ -24,7 +24,7 @@ protected:
     int items = -1;
 };
 
-TEST_F(SubDevices, RegisterWithDeviceNumber0IsRefusedAndWith1IsSent)
+TEST_F(SubDevices, RefusesToRegisterDeviceNumber0AndSends1)
 {
     EXPECT_EQ(korvane_register_sub_device(handle, 0, "lamp"), -22);
     EXPECT_EQ(korvane_register_sub_device(handle, -1, "lamp"), -22);
@@ -40,7 +40,7 @@ TEST_F(SubDevices, RegisterWithDeviceNumber0IsRefusedAndWith1IsSent)
     EXPECT_EQ(only_request(), bytes(i32(41), i32(1), str("lamp")));
 }
 
-TEST_F(SubDevices, ArgumentsAreCheckedInTheirOrderBeforeTheUpdateGate)
+TEST_F(SubDevices, ChecksArgumentsInTheirOrderBeforeTheUpdate)
 {
     const int numbers[] = {1};
     install_starts();
@@ -60,7 +60,7 @@ TEST_F(SubDevices, ArgumentsAreCheckedInTheirOrderBeforeTheUpdateGate)
                         api_error("korvane_get_sub_device_presence_list", "count is NULL")}));
 }
 
-TEST_F(SubDevices, ThatAreGoneAreToldAsFalse)
+TEST_F(SubDevices, ReportsAbsenceAsFalse)
 {
     const int numbers[] = {1, 2147483647};
     arrives(reply(0));
@@ -69,14 +69,14 @@ TEST_F(SubDevices, ThatAreGoneAreToldAsFalse)
     EXPECT_TRUE(platform.log.has(api_info("korvane_set_sub_device_presence", "device_count [2], presence [false]")));
 }
 
-TEST_F(SubDevices, PresenceWithoutMemoryIsNotSent)
+TEST_F(SubDevices, SendsNoPresenceWithoutMemory)
 {
     const int numbers[] = {1, 2};
     std::vector<std::string> lines;
     fail_each_allocation(
         [&] {
             connect_to("1.4.0");
-            ASSERT_EQ(korvane_unregister_sub_device(nullptr, 1), bad_argument); // the version is known from here on
+            ASSERT_EQ(korvane_unregister_sub_device(nullptr, 1), bad_argument); // makes the library read the version
             platform.log.clear();
             arrives(reply(0));
         },
@@ -92,7 +92,7 @@ TEST_F(SubDevices, PresenceWithoutMemoryIsNotSent)
                                                "rpc_port_array_int_set_array_ints() is failed"}));
 }
 
-TEST_F(SubDevices, PresenceListHoldsEveryElement)
+TEST_F(SubDevices, ReturnsEveryElementOfAPresenceList)
 {
     ASSERT_EQ(receive(R"([{"di":"a","prs":1},{"prs":99999999999,"di":"","more":[]}])"), ok);
     ASSERT_EQ(items, 2);
@@ -110,7 +110,7 @@ TEST_F(SubDevices, PresenceListHoldsEveryElement)
     EXPECT_EQ(korvane_release_sub_device_presence_list(list, items), ok);
 }
 
-TEST_F(SubDevices, PresenceListOfTenThousandIsReadWhole)
+TEST_F(SubDevices, ReadsAPresenceListOfTenThousand)
 {
     std::string text = "[";
     for (int i = 0; i < 10000; ++i)
@@ -127,7 +127,7 @@ TEST_F(SubDevices, PresenceListOfTenThousandIsReadWhole)
     EXPECT_EQ(korvane_release_sub_device_presence_list(list, items), ok);
 }
 
-TEST_F(SubDevices, AnEmptyPresenceReplyIsNoData)
+TEST_F(SubDevices, ReportsNoDataForAnEmptyPresenceReply)
 {
     EXPECT_EQ(receive("[]"), -61);
     EXPECT_TRUE(
@@ -136,7 +136,7 @@ TEST_F(SubDevices, AnEmptyPresenceReplyIsNoData)
     EXPECT_EQ(items, -1);
 }
 
-TEST_F(SubDevices, APresenceReplyThatIsNoListFailsAndWritesNothing)
+TEST_F(SubDevices, FailsForAPresenceReplyThatIsNotAList)
 {
     for (const std::string &text :
          {std::string(), std::string("no"), std::string("{}"), std::string(R"({"di":"a","prs":1})"), std::string("5"),
@@ -152,13 +152,13 @@ TEST_F(SubDevices, APresenceReplyThatIsNoListFailsAndWritesNothing)
     EXPECT_EQ(platform.log.count("cJSON_GetObjectItem() failed"), 7U);
 }
 
-TEST_F(SubDevices, APresenceListWithoutMemoryIsGivenUpWhole)
+TEST_F(SubDevices, ReturnsNoPartOfAPresenceListWithoutMemory)
 {
     std::vector<std::string> lines;
     fail_each_allocation(
         [&] {
             connect_to("1.6.0");
-            ASSERT_EQ(korvane_unregister_sub_device(nullptr, 1), bad_argument); // the version is known from here on
+            ASSERT_EQ(korvane_unregister_sub_device(nullptr, 1), bad_argument); // makes the library read the version
             platform.log.clear();
             arrives(reply(0, str(R"([{"di":"a","prs":1},{"di":"b","prs":0}])")));
             list = nullptr;
@@ -185,7 +185,7 @@ TEST_F(SubDevices, APresenceListWithoutMemoryIsGivenUpWhole)
                                         "Memory allocation failed for sub_dev_prs_list[1]"}));
 }
 
-TEST_F(SubDevices, ReleasingAListWithCount0IsRefusedAndFreesNothing)
+TEST_F(SubDevices, RefusesToReleaseAListWithCount0)
 {
     ASSERT_EQ(receive(R"([{"di":"a","prs":1}])"), ok);
     EXPECT_EQ(korvane_release_sub_device_presence_list(list, 0), -22);
@@ -202,7 +202,7 @@ TEST_F(SubDevices, ReleasingAListWithCount0IsRefusedAndFreesNothing)
     EXPECT_EQ(korvane_release_sub_device_presence_list(list, items), ok);
 }
 
-TEST_F(SubDevices, AnElementRefusesNullArgumentsOldAgentsAndMissingMemory)
+TEST_F(SubDevices, RefusesNullArgumentsOldAgentsAndMissingMemoryForAnElement)
 {
     ASSERT_EQ(receive(R"([{"di":"a","prs":1}])"), ok);
     platform.log.clear();

@@ -6,7 +6,7 @@
 namespace kv::test {
 namespace {
 
-/// What the token callbacks make of the agent's text.
+/// Tokens that the callbacks receive, and their getters.
 class CloudToken : public CloudTest {
 protected:
     void SetUp() override
@@ -15,7 +15,7 @@ protected:
         connect_to("2.1.0");
     }
 
-    /// The token of this text, as the callback sees it.
+    /// Runs `use` in the callback that receives the token of this text.
     void with_token(const std::string &text, const std::function<void(korvane_hdr_token_info_h)> &use)
     {
         arrives(reply(0));
@@ -54,7 +54,7 @@ const std::vector<TextGetter> token_texts = {
 const char *const whole_token =
     R"({"uuid":"u","server_name":"n","server_url":"l","expiration_time":99,"access_token":"s3cret","token":"other"})";
 
-TEST_F(CloudToken, HandsOutCopiesOfItsMembers)
+TEST_F(CloudToken, ReturnsCopiesOfItsMembers)
 {
     with_token(whole_token, [&](korvane_hdr_token_info_h token) {
         for (const TextGetter &getter : token_texts) {
@@ -70,7 +70,7 @@ TEST_F(CloudToken, HandsOutCopiesOfItsMembers)
     });
 }
 
-TEST_F(CloudToken, GetterRefusesNullArguments)
+TEST_F(CloudToken, RefusesNullArguments)
 {
     with_token(whole_token, [&](korvane_hdr_token_info_h token) {
         for (const TextGetter &getter : token_texts) {
@@ -90,7 +90,7 @@ TEST_F(CloudToken, GetterRefusesNullArguments)
     });
 }
 
-TEST_F(CloudToken, GetTokenOnAnObjectHoldingOnlyTokenFails)
+TEST_F(CloudToken, FailsIfGetTokenFindsOnlyTheMemberToken)
 {
     with_token(R"({"token":"t"})", [&](korvane_hdr_token_info_h token) {
         char *text = nullptr;
@@ -100,7 +100,7 @@ TEST_F(CloudToken, GetTokenOnAnObjectHoldingOnlyTokenFails)
     });
 }
 
-TEST_F(CloudToken, MembersOfOtherTypesReadAsNoTextAndAsTheIntegerViewOfThem)
+TEST_F(CloudToken, ReadsMembersOfOtherTypesAsNullOrAsAnInteger)
 {
     with_token(R"({"uuid":5,"server_name":null,"server_url":{},"expiration_time":"9","access_token":["x"]})",
                [&](korvane_hdr_token_info_h token) {
@@ -116,7 +116,7 @@ TEST_F(CloudToken, MembersOfOtherTypesReadAsNoTextAndAsTheIntegerViewOfThem)
                });
 }
 
-TEST_F(CloudToken, ExpirationBeyond32BitsEndsAtTheLimit)
+TEST_F(CloudToken, ClampsAnExpirationBeyond32Bits)
 {
     with_token(R"({"expiration_time":99999999999})", [&](korvane_hdr_token_info_h token) {
         int time = 0;
@@ -125,7 +125,7 @@ TEST_F(CloudToken, ExpirationBeyond32BitsEndsAtTheLimit)
     });
 }
 
-TEST_F(CloudToken, TextThatIsNotJsonIsANullToken)
+TEST_F(CloudToken, IsNullIfTheTextIsNotJson)
 {
     const std::string too_deep(100000, '[');
     const std::string too_long = "\"" + std::string(1 << 20, 'x');
@@ -133,7 +133,7 @@ TEST_F(CloudToken, TextThatIsNotJsonIsANullToken)
         with_token(text, [&](korvane_hdr_token_info_h token) { EXPECT_EQ(token, nullptr); });
 }
 
-TEST_F(CloudToken, JsonThatIsNoObjectHasNoMembers)
+TEST_F(CloudToken, HasNoMembersIfTheJsonIsNotAnObject)
 {
     for (const char *text : {"5", "[1,2]", "\"text\"", "null"})
         with_token(text, [&](korvane_hdr_token_info_h token) {
@@ -142,7 +142,7 @@ TEST_F(CloudToken, JsonThatIsNoObjectHasNoMembers)
         });
 }
 
-TEST_F(CloudToken, OfAMegabyteIsHandedOutWhole)
+TEST_F(CloudToken, ReturnsATextOfAMegabyte)
 {
     const std::string value(1 << 20, 'x');
     with_token(R"({"access_token":")" + value + "\"}", [&](korvane_hdr_token_info_h token) {
@@ -153,7 +153,7 @@ TEST_F(CloudToken, OfAMegabyteIsHandedOutWhole)
     });
 }
 
-TEST_F(CloudToken, GettersWithoutMemoryHandNothingOut)
+TEST_F(CloudToken, ReturnsNothingWithoutMemory)
 {
     with_token(whole_token, [&](korvane_hdr_token_info_h token) {
         for (const TextGetter &getter : token_texts) {
@@ -167,7 +167,7 @@ TEST_F(CloudToken, GettersWithoutMemoryHandNothingOut)
     });
 }
 
-TEST_F(CloudToken, GettersNeedAnAgent21)
+TEST_F(CloudToken, NeedsAgent21)
 {
     with_token(whole_token, [&](korvane_hdr_token_info_h token) {
         agent_becomes("2.0.9");

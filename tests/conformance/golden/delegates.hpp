@@ -5,14 +5,14 @@
 
 namespace kv::test {
 
-/// The number that the delegate in question has in golden parcels, and that of the one that goes with it.
+/// The number of the delegate under test in golden parcels, and of a second delegate of the same method.
 inline constexpr int seq_71 = 71;
 inline constexpr int seq_72 = 72;
 
-/// What a delegate was called with, one text per call.
+/// The values of the calls of a delegate, one text per call.
 using Seen = std::vector<std::string>;
 
-/// A callback for every delegate type: notes the event's values.
+/// A callback for every delegate type. Notes the values of the event.
 template <class... Values>
 void note(void *seen, Values... values)
 {
@@ -21,17 +21,17 @@ void note(void *seen, Values... values)
     static_cast<Seen *>(seen)->push_back(text);
 }
 
-/// One delegate: the request that carries it, and an event for it.
+/// A delegate: the request that carries it and an event for it.
 struct GoldenDelegate {
     int id;
     std::string type;
-    std::string method; // that carries it
-    bool once;          // as this library sends it
+    std::string method; // the method that carries it
+    bool once;          // the flag that this library sends
     Bytes request;
-    int (*carry)(ProxyHandle proxy, Seen &seen); // makes it, numbered 71, and invokes the method
+    int (*carry)(ProxyHandle proxy, Seen &seen); // creates it with number 71 and invokes the method
     kv::proxy::Delegate *(*create)(Seen &seen);
     int (*dispose)(ProxyHandle proxy, kv::proxy::Delegate *delegate);
-    Bytes values; // of the event
+    Bytes values; // values of the event
     std::string text;
 };
 

@@ -7,10 +7,10 @@ namespace {
 
 using H = ProxyHandle;
 
-/// Whether this library asks for the delegate to serve once.
+/// Whether this library registers the delegate as a one-shot one.
 enum Serves { again, once };
 
-/// Everything of a row that follows from the delegate's own functions and the one that carries it.
+/// Makes a row from the delegate's functions and the function of the method that carries it.
 template <auto Create, auto Dispose, auto Carry, Serves How = again>
 GoldenDelegate golden(int id, std::string type, std::string method, Bytes request, Bytes values, std::string text)
 {
@@ -27,7 +27,7 @@ GoldenDelegate golden(int id, std::string type, std::string method, Bytes reques
             std::move(text)};
 }
 
-// Methods with more arguments than the delegate.
+// Methods with more arguments than one delegate.
 
 int carry_pin(H h, rpc_port_kv_master_pin_generate_cb_h delegate)
 {

@@ -38,7 +38,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Of, GoldenDelegateTest, ::testing::ValuesIn(golden_delegates()),
                          [](const auto &row) { return row.param.type; });
 
-TEST_P(GoldenDelegateTest, IsCreatedNumberedAndLogged)
+TEST_P(GoldenDelegateTest, IsCreatedWithANumberAndLogged)
 {
     auto *delegate = GetParam().create(seen);
     EXPECT_EQ(delegate->id, GetParam().id);
@@ -48,13 +48,13 @@ TEST_P(GoldenDelegateTest, IsCreatedNumberedAndLogged)
     std::free(delegate);
 }
 
-TEST_P(GoldenDelegateTest, TravelsInItsRequest)
+TEST_P(GoldenDelegateTest, IsPartOfItsRequest)
 {
     carry();
     EXPECT_EQ(sent(), (std::vector<Bytes>{GetParam().request}));
 }
 
-TEST_P(GoldenDelegateTest, AnEventReachesItsCallbackWithItsValues)
+TEST_P(GoldenDelegateTest, IsCalledWithTheValuesOfItsEvent)
 {
     carry();
     platform.proxy().push_event(an_event());
@@ -68,7 +68,7 @@ TEST_P(GoldenDelegateTest, AnEventReachesItsCallbackWithItsValues)
     EXPECT_EQ(platform.log.lines(), expected);
 }
 
-TEST_P(GoldenDelegateTest, ServesOnceOrAgainAsItWasSent)
+TEST_P(GoldenDelegateTest, IsReleasedAfterAnEventOnlyIfItIsOneShot)
 {
     carry();
     platform.proxy().push_event(an_event());
@@ -76,7 +76,7 @@ TEST_P(GoldenDelegateTest, ServesOnceOrAgainAsItWasSent)
     EXPECT_EQ(seen.size(), GetParam().once ? 1U : 2U);
 }
 
-TEST_P(GoldenDelegateTest, AnEventCutShortAtEveryByteIsOneErrorLineAndNoCallback)
+TEST_P(GoldenDelegateTest, DropsATruncatedEventWithOneErrorLine)
 {
     carry();
     for (std::size_t size = 0; size < an_event().size(); ++size) {
@@ -86,10 +86,10 @@ TEST_P(GoldenDelegateTest, AnEventCutShortAtEveryByteIsOneErrorLineAndNoCallback
         EXPECT_EQ(platform.log.errors().size(), 1U) << size;
     }
     platform.proxy().push_event(an_event());
-    EXPECT_EQ(seen.size(), 1U) << "the delegate stays";
+    EXPECT_EQ(seen.size(), 1U) << "the delegate is kept";
 }
 
-TEST_P(GoldenDelegateTest, AnEventWithoutMemoryForItsValuesIsOneErrorLineAndNoCallback)
+TEST_P(GoldenDelegateTest, DropsAnEventWithoutMemoryWithOneErrorLine)
 {
     fail_each_allocation([&] { seen.clear(), connect(), carry(); },
                          [&] { return platform.proxy().push_event(an_event()), 0; },
@@ -99,7 +99,7 @@ TEST_P(GoldenDelegateTest, AnEventWithoutMemoryForItsValuesIsOneErrorLineAndNoCa
                          });
 }
 
-TEST_P(GoldenDelegateTest, IsDisposedByItsOwnFunction)
+TEST_P(GoldenDelegateTest, IsReleasedByItsOwnFunction)
 {
     carry();
     GList *node = proxy->delegates;

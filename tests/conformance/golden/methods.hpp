@@ -8,11 +8,11 @@
 
 namespace kv::test {
 
-/// One method that carries no delegate: its request, and the out values of its reply with what they read as.
+/// A method without delegates: its request, and the out values of its reply as bytes and as text.
 struct GoldenMethod {
     std::string name;
     Bytes request;
-    std::function<int(ProxyHandle, std::string &out)> call; // shows the out value if it was written
+    std::function<int(ProxyHandle, std::string &out)> call; // `out` receives the out value as text if the call wrote it
     Bytes outs;
     std::string out_text;
 };
@@ -28,7 +28,7 @@ inline GoldenMethod method(std::string name, Bytes request, int (*call)(ProxyHan
     return {std::move(name), std::move(request), [call](ProxyHandle h, std::string &) { return call(h); }, {}, ""};
 }
 
-/// The out values of a type before the call, and whether it is still the same afterwards.
+/// Returns the out value as text if the call succeeded or changed it.
 template <class Out>
 std::string show_out(int result, Out value, Out before)
 {
@@ -49,7 +49,7 @@ GoldenMethod method_with_out(std::string name, Bytes request, Call call, Bytes o
     return {std::move(name), std::move(request), show, std::move(outs), std::move(out_text)};
 }
 
-/// Sends a record or an array of the caller's, and destroys it.
+/// Sends a record or an array, and destroys it.
 template <auto Destroy, class Value, class Call>
 int sent_by(Value value, Call call)
 {

@@ -49,7 +49,7 @@ TEST_P(GoldenMethodTest, SendsItsBytesAndReadsItsReply)
     EXPECT_TRUE(platform.log.lines().empty());
 }
 
-TEST_P(GoldenMethodTest, ReturnsTheAgentsResultAndLeavesOutValuesAlone)
+TEST_P(GoldenMethodTest, ReturnsTheAgentsResultAndKeepsOutValues)
 {
     for (int result : {-13, 1, -2147483647 - 1}) {
         arrives(answer(result));
@@ -59,7 +59,7 @@ TEST_P(GoldenMethodTest, ReturnsTheAgentsResultAndLeavesOutValuesAlone)
     }
 }
 
-TEST_P(GoldenMethodTest, ReplyCutShortAtEveryByteFails)
+TEST_P(GoldenMethodTest, FailsWithATruncatedReply)
 {
     const Bytes whole = answer(0);
     for (std::size_t size = 0; size < whole.size(); ++size) {
@@ -72,7 +72,7 @@ TEST_P(GoldenMethodTest, ReplyCutShortAtEveryByteFails)
     }
 }
 
-TEST_P(GoldenMethodTest, NamesItselfWhenItIsRefused)
+TEST_P(GoldenMethodTest, LogsItsNameIfItIsRefused)
 {
     EXPECT_EQ(call(nullptr), -1);
     platform.proxy().fire_disconnected();
@@ -96,7 +96,7 @@ INSTANTIATE_TEST_SUITE_P(Of, GoldenTextReply, ::testing::ValuesIn([] {
                          }()),
                          [](const auto &row) { return row.param.name; });
 
-TEST_P(GoldenTextReply, WithoutMemoryForTheTextFails)
+TEST_P(GoldenTextReply, FailsWithoutMemoryForTheText)
 {
     arrives(answer(0));
     allocs::fail_nth(1);
@@ -113,7 +113,7 @@ TEST(GoldenMethods, CoverEveryMethodOfTheInterface)
     auto cover = [&](const Bytes &request, const std::string &name) {
         const int id = request[0] | request[1] << 8;
         const auto [row, fresh] = covered.emplace(id, name);
-        EXPECT_TRUE(fresh || row->second == name) << id << " is two methods";
+        EXPECT_TRUE(fresh || row->second == name) << id << " is the id of two methods";
     };
     for (const GoldenMethod &method : all_methods())
         cover(method.request, method.name);

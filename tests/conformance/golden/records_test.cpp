@@ -4,7 +4,7 @@
 namespace kv::test {
 namespace {
 
-/// A record or an array: how a full one is made, its bytes, and what it reads as.
+/// A record or an array: how to make a full and an empty one, their bytes, and the full one as text.
 struct Golden {
     std::string name;
     void *(*full)();
@@ -47,7 +47,7 @@ std::string read_as(void *value)
     return shown(static_cast<typename FirstParameter<decltype(Destroy)>::Type>(value));
 }
 
-/// Name, create and destroy of one type, with everything that follows from them.
+/// Makes a row from the functions of a type.
 template <auto Create, auto Destroy>
 Golden golden(std::string name, void *(*full)(), Bytes content, std::string text, Bytes empty_content)
 {
@@ -122,7 +122,7 @@ class GoldenBytes : public PlatformTest, public ::testing::WithParamInterface<Go
 protected:
     static kv::master::Parcelable *header_of(void *value) { return static_cast<kv::master::Parcelable *>(value); }
 
-    /// What the value's own writer writes.
+    /// Returns the bytes that the type's writer writes.
     Bytes written(void *value)
     {
         rpc_port_parcel_h parcel = platform.parcel_of({});
@@ -132,7 +132,7 @@ protected:
         return content;
     }
 
-    /// Has the value's own reader read.
+    /// Reads bytes with the type's reader.
     void read(void *value, const Bytes &content)
     {
         rpc_port_parcel_h parcel = platform.parcel_of(content);
@@ -150,7 +150,7 @@ TEST_P(GoldenBytes, AreWritten)
     GetParam().destroy(value);
 }
 
-TEST_P(GoldenBytes, AreWrittenForAValueOfNothing)
+TEST_P(GoldenBytes, AreWrittenForAnEmptyValue)
 {
     void *value = GetParam().empty();
     EXPECT_EQ(written(value), GetParam().empty_content);
@@ -166,7 +166,7 @@ TEST_P(GoldenBytes, AreReadAndWrittenAgain)
     GetParam().destroy(value);
 }
 
-TEST_P(GoldenBytes, ReadTwiceReplaceWhatWasThere)
+TEST_P(GoldenBytes, ReadTwiceReplaceTheOldContent)
 {
     void *value = GetParam().empty();
     read(value, GetParam().content);
@@ -176,7 +176,7 @@ TEST_P(GoldenBytes, ReadTwiceReplaceWhatWasThere)
     GetParam().destroy(value);
 }
 
-TEST_P(GoldenBytes, CutShortAnywhereLeaveAValueThatCanBeDestroyed)
+TEST_P(GoldenBytes, TruncatedLeaveAValueThatCanBeDestroyed)
 {
     for (std::size_t size = 0; size < GetParam().content.size(); ++size) {
         void *value = GetParam().empty();
@@ -186,7 +186,7 @@ TEST_P(GoldenBytes, CutShortAnywhereLeaveAValueThatCanBeDestroyed)
     }
 }
 
-TEST_P(GoldenBytes, WriterAndReaderRefuseNull)
+TEST_P(GoldenBytes, RefuseToWriteOrReadNull)
 {
     void *value = GetParam().full();
     rpc_port_parcel_h parcel = platform.parcel_of(GetParam().content);

@@ -7,7 +7,7 @@ namespace kv::test {
 
 namespace {
 
-/// Fills an array and destroys what it was filled with: it keeps clones.
+/// Fills an array, which keeps clones, and destroys the originals.
 template <auto Create, auto Set, auto DestroyItem, class Item, std::size_t N>
 auto filled(const std::array<Item, N> &items)
 {

@@ -6,7 +6,7 @@
 #include <string>
 #include <type_traits>
 
-/// Values that the golden parcels hold, and how values that were read are shown.
+/// The values in golden parcels, and the conversion of values to text.
 namespace kv::test {
 
 template <class Function>
@@ -17,7 +17,7 @@ struct FirstParameter<Result (*)(First, Rest...)> {
     using Type = First;
 };
 
-// Records and arrays of the caller's, full of values that tell every field from every other.
+// Records and arrays in which every field has a different value.
 rpc_port_korvane_ap_info_h an_ap(const char *ssid);
 rpc_port_korvane_keepalive_info_h an_interval(int interval);
 rpc_port_korvane_keepalive_index_info_h an_index(int index);
@@ -34,7 +34,7 @@ rpc_port_array_korvane_keepalive_info_h intervals();        // 60, 240
 rpc_port_array_korvane_keepalive_index_info_h indexes();    // 0, 3
 rpc_port_array_korvane_cloud_device_info_h cloud_devices(); // d-1, d-2
 
-// With the type in the text, so that a value of a wrong type does not pass for a right one.
+// The text of a record contains its type, so that a value of a wrong type differs.
 std::string shown(int value);
 std::string shown(bool value);
 std::string shown(const char *value);

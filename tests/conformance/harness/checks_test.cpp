@@ -12,7 +12,7 @@
 #include <cstring>
 #include <thread>
 
-/// The fakes must notice what they are there to notice.
+/// The fakes detect the violations that the other tests rely on them to detect.
 namespace kv::test {
 namespace {
 
@@ -26,7 +26,7 @@ protected:
 
 using Strings = std::vector<std::string>;
 
-TEST_F(Harness, BytesAreWrittenAsThePlatformWritesThem)
+TEST_F(Harness, EncodesBytesAsThePlatformDoes)
 {
     EXPECT_EQ(i32(47), (Bytes{0x2f, 0, 0, 0}));
     EXPECT_EQ(i32(-2), (Bytes{0xfe, 0xff, 0xff, 0xff}));
@@ -39,7 +39,7 @@ TEST_F(Harness, BytesAreWrittenAsThePlatformWritesThem)
     EXPECT_EQ(event(1, 71, false, i32(5)), (Bytes{1, 0, 0, 0, 1, 0, 0, 0, 71, 0, 0, 0, 0, 5, 0, 0, 0}));
 }
 
-TEST_F(Harness, AParcelReadsBackWhatWasWritten)
+TEST_F(Harness, ReadsBackWhatAParcelContains)
 {
     rpc_port_parcel_h written = nullptr;
     ASSERT_EQ(rpc_port_parcel_create(&written), 0);
@@ -62,7 +62,7 @@ TEST_F(Harness, AParcelReadsBackWhatWasWritten)
     EXPECT_EQ(platform.take_misuses(), Strings{});
 }
 
-TEST_F(Harness, ReadingPastTheEndFailsAndLeavesTheValueAlone)
+TEST_F(Harness, FailsToReadPastTheEndAndKeepsTheValue)
 {
     rpc_port_parcel_h parcel = platform.parcel_of({1, 2, 3});
     int number = 99;
@@ -73,7 +73,7 @@ TEST_F(Harness, ReadingPastTheEndFailsAndLeavesTheValueAlone)
     EXPECT_EQ(text, nullptr);
 }
 
-TEST_F(Harness, AnArrayCountThatCannotBeTrueIsAFailedRead)
+TEST_F(Harness, FailsToReadAnImpossibleArrayCount)
 {
     int items = 99;
     EXPECT_LT(rpc_port_parcel_read_array_count(platform.parcel_of(count(-1)), &items), 0);
@@ -83,7 +83,7 @@ TEST_F(Harness, AnArrayCountThatCannotBeTrueIsAFailedRead)
     EXPECT_EQ(items, 0);
 }
 
-TEST_F(Harness, AHandleThatIsNeverEndedIsSeen)
+TEST_F(Harness, DetectsAHandleThatIsNeverReleased)
 {
     rpc_port_parcel_h parcel = nullptr;
     rpc_port_parcel_create(&parcel);
@@ -95,7 +95,7 @@ TEST_F(Harness, AHandleThatIsNeverEndedIsSeen)
     EXPECT_EQ(platform.alive(), Strings{});
 }
 
-TEST_F(Harness, AHandleThatIsEndedTwiceIsSeen)
+TEST_F(Harness, DetectsAHandleThatIsReleasedTwice)
 {
     rpc_port_parcel_h parcel = nullptr;
     rpc_port_parcel_create(&parcel);
@@ -104,7 +104,7 @@ TEST_F(Harness, AHandleThatIsEndedTwiceIsSeen)
     EXPECT_EQ(platform.take_misuses(), (Strings{"rpc_port_parcel_destroy of a dead parcel"}));
 }
 
-TEST_F(Harness, AHandleUsedAfterItsEndIsSeen)
+TEST_F(Harness, DetectsAHandleThatIsUsedAfterItsRelease)
 {
     rpc_port_proxy_h proxy = nullptr;
     rpc_port_proxy_create(&proxy);
@@ -121,7 +121,7 @@ TEST_F(Harness, AHandleUsedAfterItsEndIsSeen)
                        "event_remove_event_handler of a handle that is none"}));
 }
 
-TEST_F(Harness, AnEmptyPortFailsAtOnceAndAFailedSendIsNotSent)
+TEST_F(Harness, FailsAtOnceOnAnEmptyPortAndDropsAFailedSend)
 {
     rpc_port_proxy_h proxy = nullptr;
     rpc_port_proxy_create(&proxy);
@@ -138,20 +138,20 @@ TEST_F(Harness, AnEmptyPortFailsAtOnceAndAFailedSendIsNotSent)
     EXPECT_EQ(platform.main_port().sent, (std::vector<Bytes>{i32(4)}));
 }
 
-TEST_F(Harness, EventsEndWithTheProxy)
+TEST_F(Harness, RaisesNoEventsAfterTheEndOfTheProxy)
 {
     rpc_port_proxy_h proxy = nullptr;
     rpc_port_proxy_create(&proxy);
     auto destroy = [](const char *, const char *, void *handle) { rpc_port_proxy_destroy(handle); };
     rpc_port_proxy_add_disconnected_event_cb(proxy, destroy, proxy);
-    rpc_port_proxy_add_disconnected_event_cb(proxy, destroy, proxy); // not reached any more
+    rpc_port_proxy_add_disconnected_event_cb(proxy, destroy, proxy); // not called: the proxy no longer exists
     platform.proxy().fire_disconnected();
     EXPECT_EQ(platform.take_misuses(), Strings{});
     platform.proxy().fire_disconnected();
     EXPECT_EQ(platform.take_misuses(), (Strings{"an event of a dead proxy"}));
 }
 
-TEST_F(Harness, TheNthPlatformCallFailsAndOnlyThat)
+TEST_F(Harness, FailsOnlyTheNthPlatformCall)
 {
     platform.faults.fail(2);
     rpc_port_parcel_h one = nullptr;
@@ -167,7 +167,7 @@ TEST_F(Harness, TheNthPlatformCallFailsAndOnlyThat)
     EXPECT_FALSE(platform.faults.injected());
 }
 
-TEST_F(Harness, TheLastResultIsEachThreadsOwn)
+TEST_F(Harness, KeepsALastResultPerThread)
 {
     set_last_result(-5);
     int elsewhere = -1;
@@ -176,7 +176,7 @@ TEST_F(Harness, TheLastResultIsEachThreadsOwn)
     EXPECT_EQ(get_last_result(), -5);
 }
 
-TEST_F(Harness, ALogLineIsTakenApart)
+TEST_F(Harness, SplitsALogLine)
 {
     dlog_print(6, "KORVANE-API", "%s : %s(%d) >[%d.%d.%d] handle is NULL\n", "korvane.cpp", "korvane_stop", 12, 2, 3,
                3);
@@ -186,7 +186,7 @@ TEST_F(Harness, ALogLineIsTakenApart)
     EXPECT_EQ(platform.log.malformed(), Strings{});
 }
 
-TEST_F(Harness, ALogLineWithoutItsFormIsSeen)
+TEST_F(Harness, DetectsAMalformedLogLine)
 {
     dlog_print(6, "KORVANE-API", "%s : %s(%d) >[2.3.3] no end of line", "korvane.cpp", "f", 12);
     dlog_print(6, "RPC_PORT_PROXY", "only text");
@@ -194,7 +194,7 @@ TEST_F(Harness, ALogLineWithoutItsFormIsSeen)
     EXPECT_EQ(platform.log.malformed().size(), 3U);
 }
 
-TEST_F(Harness, APackageThatIsNotTheAgentIsNotInstalled)
+TEST_F(Harness, ReportsOtherPackagesAsNotInstalled)
 {
     package_info_h package = nullptr;
     EXPECT_EQ(package_info_create("org.example.other", &package), -18153359);
@@ -202,7 +202,7 @@ TEST_F(Harness, APackageThatIsNotTheAgentIsNotInstalled)
     EXPECT_EQ(package_info_destroy(nullptr), 0);
 }
 
-TEST_F(Harness, ABundleHoldsEachKindOfValueApart)
+TEST_F(Harness, KeepsEachKindOfValueOfABundleSeparately)
 {
     bundle_s data;
     data.text("t", "x").array("a", {"p", "q"}).data("d", {1, 2});
@@ -223,7 +223,7 @@ TEST_F(Harness, ABundleHoldsEachKindOfValueApart)
     EXPECT_LT(bundle_get_byte(&data, "t", &block, &size), 0);
 }
 
-TEST_F(Harness, TheNthAllocationFailsAndLeftoverBlocksAreCounted)
+TEST_F(Harness, FailsTheNthAllocationAndCountsLeakedBlocks)
 {
     const std::size_t before = allocs::live_blocks();
     allocs::fail_nth(3);
@@ -245,11 +245,12 @@ TEST_F(Harness, TheNthAllocationFailsAndLeftoverBlocksAreCounted)
     EXPECT_EQ(allocs::live_blocks(), before);
 }
 
-TEST_F(Harness, AFailedReallocationKeepsTheOldBlock)
+TEST_F(Harness, KeepsTheOldBlockOfAFailedReallocation)
 {
     const std::size_t before = allocs::live_blocks();
     void *block = malloc(10);
-    void *(*const volatile resize)(void *, std::size_t) = realloc; // the compiler would not let the block be used again
+    void *(*const volatile resize)(void *, std::size_t) =
+        realloc; // volatile, because the compiler rejects a use of the old block otherwise
     allocs::fail_nth(1);
     void *grown = resize(block, 20);
     allocs::stop_failing();

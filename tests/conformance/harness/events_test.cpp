@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The fake platform raises events at every moment at which a platform may, and notices what the library does wrong there.
+// The fake platform raises events at every moment at which a platform may, and detects a misuse of handles there.
 #include "support/alloc_injector.hpp"
 #include "support/fake_platform.hpp"
 
@@ -12,7 +12,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-/// One proxy, and a record of the events and of what reaches the agent.
+/// One proxy, and a record of its events and requests.
 class RaisedEvents : public ::testing::Test {
 protected:
     void SetUp() override
@@ -50,7 +50,7 @@ protected:
         rpc_port_parcel_destroy(parcel);
         return result;
     }
-    /// The parcel that one read returns; empty if the read fails.
+    /// Returns the parcel of one read; empty if the read fails.
     Bytes read(rpc_port_h from)
     {
         rpc_port_parcel_h parcel = nullptr;
@@ -91,17 +91,17 @@ TEST_F(RaisedEvents, InsideAWaitPrecedeTheParcel)
     EXPECT_EQ(taken, i32(1));
 }
 
-TEST_F(RaisedEvents, WaitOfTheMainPortOnly)
+TEST_F(RaisedEvents, InsideAWaitAreRaisedOnTheMainPortOnly)
 {
     link().raise_inside(Moment::wait, received(i32(7)));
     link().callback_port.push(i32(1));
     EXPECT_EQ(read(callback_port), i32(1));
     EXPECT_EQ(link().unraised(), 1U);
-    EXPECT_EQ(read(port), Bytes{}); // nothing has arrived: the read fails after its event
+    EXPECT_EQ(read(port), Bytes{}); // no parcel has arrived: the read fails after its event
     EXPECT_EQ(record, (Strings{"received"}));
 }
 
-TEST_F(RaisedEvents, NestedSendsAreCountedAsTheyBegin)
+TEST_F(RaisedEvents, CountNestedSendsFromTheirBeginning)
 {
     act = [&] {
         act = nullptr;
@@ -132,7 +132,7 @@ TEST_F(RaisedEvents, DisconnectedInsideAWaitFailsTheRead)
     EXPECT_EQ(record, (Strings{"disconnected"}));
 }
 
-TEST_F(RaisedEvents, InsideDestroyFindTheProxyDead)
+TEST_F(RaisedEvents, InsideDestroyCannotUseTheProxy)
 {
     act = [&] { read(callback_port); };
     link().raise_inside(Moment::destroy, received(i32(7)));
@@ -143,7 +143,7 @@ TEST_F(RaisedEvents, InsideDestroyFindTheProxyDead)
                                                 "rpc_port_parcel_create_from_port of a dead port"}));
 }
 
-TEST_F(RaisedEvents, EndWhenOneOfThemDestroysTheProxy)
+TEST_F(RaisedEvents, EndIfOneOfThemDestroysTheProxy)
 {
     act = [&] { rpc_port_proxy_destroy(proxy); };
     link().raise_inside(Moment::wait, received(i32(7)));
@@ -154,7 +154,7 @@ TEST_F(RaisedEvents, EndWhenOneOfThemDestroysTheProxy)
     EXPECT_EQ(platform.take_misuses(), Strings{});
 }
 
-TEST_F(RaisedEvents, ACallMaySucceedAlthoughItsProxyWasDestroyedMeanwhile)
+TEST_F(RaisedEvents, LetACallSucceedAlthoughItsProxyWasDestroyed)
 {
     platform.finishes_after_destroy = true;
     act = [&] { rpc_port_proxy_destroy(proxy); };
@@ -166,13 +166,13 @@ TEST_F(RaisedEvents, ACallMaySucceedAlthoughItsProxyWasDestroyedMeanwhile)
     EXPECT_EQ(platform.take_misuses(), (Strings{"rpc_port_parcel_send of a dead port"}));
 }
 
-TEST_F(RaisedEvents, ThatAreNeverRaisedAreSeen)
+TEST_F(RaisedEvents, ThatAreNeverRaisedAreDetected)
 {
     link().raise_inside(Moment::send, disconnected());
     EXPECT_EQ(platform.take_misuses(), (Strings{"a scheduled event was never raised"}));
 }
 
-TEST_F(RaisedEvents, ARequestDestroyedInsideItsSendIsSeen)
+TEST_F(RaisedEvents, DetectARequestThatIsDestroyedInsideItsSend)
 {
     rpc_port_parcel_h parcel = platform.parcel_of(i32(4));
     act = [&] { rpc_port_parcel_destroy(parcel); };
@@ -181,7 +181,7 @@ TEST_F(RaisedEvents, ARequestDestroyedInsideItsSendIsSeen)
     EXPECT_EQ(platform.take_misuses(), (Strings{"the parcel was destroyed inside its own send"}));
 }
 
-TEST(ReusedBlocks, AreThoseOfTheSameSizeThatWereFreedLast)
+TEST(ReusedBlocks, AreTheLastFreedOfTheirSize)
 {
     const std::size_t before = allocs::live_blocks();
     {

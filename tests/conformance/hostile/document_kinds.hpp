@@ -3,25 +3,25 @@
 
 #include "conformance/fixtures/setup_fixture.hpp"
 
-/// The documents that come from the agent, each with its members and the way in which it comes.
+/// The documents that the agent sends, each with its members and the event or reply that carries it.
 namespace kv::test {
 
-/// A member of a document: its getter, for a handle of any type.
+/// A member of a document with its getter, which takes a handle of any type.
 struct Member {
     std::string key;
     int (*text)(void *document, char **value);
     int (*number)(void *document, int *value);
 };
 
-/// What the test does with the document that came, or with none.
+/// A check of the delivered document; null if the library delivered none.
 using DocumentUse = std::function<void(void *document)>;
 
 struct DocumentKind {
     std::string label;
     std::vector<Member> members;
-    /// Has the text arrive from the agent, and the use run once.
+    /// Sends the text from the agent and runs the check on the delivered document.
     void (*arrive)(korvane_h handle, const std::string &text, const DocumentUse &use);
-    bool other_values_are_none; // JSON that is no object is refused, instead of having no members
+    bool other_values_are_null; // JSON that is not an object is delivered as null, not as a document without members
 };
 
 inline std::ostream &operator<<(std::ostream &out, const DocumentKind &kind)

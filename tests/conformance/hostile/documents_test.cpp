@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Documents from the agent that are not what they should be. Each kind of document is held against the same faults.
+// Malformed documents from the agent. Every kind of document is tested with the same faults.
 #include "document_kinds.hpp"
 
 #include <cstdlib>
@@ -54,7 +54,7 @@ protected:
         platform.calls.clear();
     }
 
-    /// An object of all members with good values, but for the key.
+    /// A document with good values of all members, except that `key` has this value, or is missing if it is empty.
     std::string document_but(const std::string &key, const std::string &value)
     {
         std::string members;
@@ -69,7 +69,7 @@ protected:
 
     static std::string shown(int code, const std::string &value) { return code == ok ? value : std::to_string(code); }
 
-    /// The value; "(null)" for no text, the code of a failure. A getter that fails must not write.
+    /// Reads a member: its value, "(null)" for a null text, or the code of a failure. A failing getter must not write.
     static std::string read(const Member &member, void *document)
     {
         if (member.number) {
@@ -99,7 +99,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Of, HostileDocument, ::testing::ValuesIn(document_kinds()),
                          [](const auto &row) { return row.param.label; });
 
-TEST_P(HostileDocument, ThatIsWholeIsRead)
+TEST_P(HostileDocument, ThatIsCompleteIsRead)
 {
     with(document_but("", ""), [&](void *document) {
         for (const Member &member : kind.members)
@@ -107,7 +107,7 @@ TEST_P(HostileDocument, ThatIsWholeIsRead)
     });
 }
 
-TEST_P(HostileDocument, ThatDoesNotParseIsNoneAndItsGettersAreRefused)
+TEST_P(HostileDocument, ThatDoesNotParseIsNullAndRefusedByItsGetters)
 {
     for (const std::string &text :
          {std::string(), std::string(" "), std::string("{"), std::string("}"), std::string("no document"),
@@ -120,7 +120,7 @@ TEST_P(HostileDocument, ThatDoesNotParseIsNoneAndItsGettersAreRefused)
         });
 }
 
-TEST_P(HostileDocument, NestedTenThousandDeepIsNone)
+TEST_P(HostileDocument, NestedTenThousandDeepIsNull)
 {
     constexpr int deep = 10'000;
     const std::string within = nested_objects(deep);
@@ -130,7 +130,7 @@ TEST_P(HostileDocument, NestedTenThousandDeepIsNone)
         with(text, [](void *document) { EXPECT_EQ(document, nullptr); });
 }
 
-TEST_P(HostileDocument, NestedManyTimesInAMemberIsReadInTheOthers)
+TEST_P(HostileDocument, NestedInAMemberIsReadInTheOthers)
 {
     constexpr int deep = 500;
     const Member &odd = kind.members.front();
@@ -140,11 +140,11 @@ TEST_P(HostileDocument, NestedManyTimesInAMemberIsReadInTheOthers)
     });
 }
 
-TEST_P(HostileDocument, ThatIsNoObjectHasNoMembers)
+TEST_P(HostileDocument, ThatIsNotAnObjectHasNoMembers)
 {
     for (const char *text : {"5", "\"ap_ssid\"", "null", "true", "[]", "[{}]", "[\"uuid\"]"})
         with(text, [&](void *document) {
-            EXPECT_EQ(document == nullptr, kind.other_values_are_none);
+            EXPECT_EQ(document == nullptr, kind.other_values_are_null);
             expect_every_member_reads(document, document ? failed : refused);
         });
 }
@@ -155,7 +155,7 @@ TEST_P(HostileDocument, WithoutAnyMemberFailsEveryGetter)
         with(text, [&](void *document) { expect_every_member_reads(document, failed); });
 }
 
-TEST_P(HostileDocument, ThatLacksAMemberFailsItsGetterOnly)
+TEST_P(HostileDocument, WithoutAMemberFailsOnlyItsGetter)
 {
     for (const Member &missing : kind.members)
         with(document_but(missing.key, ""), [&](void *document) {
@@ -165,9 +165,9 @@ TEST_P(HostileDocument, ThatLacksAMemberFailsItsGetterOnly)
         });
 }
 
-TEST_P(HostileDocument, WithAMemberOfAnotherTypeReadsAsNoTextOrAsItsIntegerViewAndTheOthersAsEver)
+TEST_P(HostileDocument, WithAMemberOfAnotherTypeReadsItAsNullOrAsAnInteger)
 {
-    // The integer view of what is no number is that of the parser: 1 for true, 0 for the rest.
+    // The parser converts values that are not numbers to an integer: true to 1, others to 0.
     const std::pair<const char *, const char *> wrong_texts[] = {
         {"5", "(null)"}, {"null", "(null)"}, {"true", "(null)"}, {"[\"x\"]", "(null)"}, {"{\"x\":1}", "(null)"}};
     const std::pair<const char *, const char *> wrong_numbers[] = {{"\"5\"", "0"}, {"null", "0"}, {"true", "1"},
@@ -184,7 +184,7 @@ TEST_P(HostileDocument, WithAMemberOfAnotherTypeReadsAsNoTextOrAsItsIntegerViewA
     }
 }
 
-TEST_P(HostileDocument, WithANumberBeyond32BitsReadsAsTheNearest)
+TEST_P(HostileDocument, WithANumberBeyond32BitsIsClamped)
 {
     const std::pair<const char *, int> numbers[] = {
         {"2147483647", highest}, {"2147483648", highest}, {"4294967295", highest}, {"1e300", highest},
@@ -197,7 +197,7 @@ TEST_P(HostileDocument, WithANumberBeyond32BitsReadsAsTheNearest)
                 });
 }
 
-TEST_P(HostileDocument, OfAMegabyteIsReadWhole)
+TEST_P(HostileDocument, OfAMegabyteIsRead)
 {
     const std::string huge(1 << 20, 'x');
     const Member &member = kind.members.front();
@@ -207,14 +207,14 @@ TEST_P(HostileDocument, OfAMegabyteIsReadWhole)
          [&](void *document) { EXPECT_EQ(read(member, document), "good"); });
 }
 
-TEST_P(HostileDocument, WithATextThatIsNotUtf8HandsOutItsBytes)
+TEST_P(HostileDocument, WithATextThatIsNotUtf8ReturnsItsBytes)
 {
     const Member &member = kind.members.front();
     with(document_but(member.key, "\"\xff\xc0\x80\""),
          [&](void *document) { EXPECT_EQ(read(member, document), "\xff\xc0\x80"); });
 }
 
-/// The presence of sub-devices is a list, and all or nothing.
+/// The presence of sub-devices is a list. The library returns all of it or nothing.
 class HostileList : public SetupTest {
 protected:
     int receive(const std::string &text)
@@ -229,7 +229,7 @@ protected:
     int items = 0;
 };
 
-TEST_F(HostileList, ThatIsNoListOfDevicesFailsAndWritesNothing)
+TEST_F(HostileList, ThatIsNotAListOfDevicesFailsAndWritesNothing)
 {
     connect_to("2.3");
     const std::string good = R"({"di":"a","prs":1})";
@@ -269,7 +269,7 @@ TEST_F(HostileList, ThatIsNoListOfDevicesFailsAndWritesNothing)
     EXPECT_EQ(items, 4711);
 }
 
-TEST_F(HostileList, WithHugeAndOddMembersIsReadWhole)
+TEST_F(HostileList, WithHugeAndUnusualMembersIsRead)
 {
     connect_to("2.3");
     const std::string huge(1 << 20, 'd');

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Events that come late, early, for nobody, or too many at once.
+// Events that arrive late, early, without a registration, or in large numbers.
 #include "conformance/fixtures/every_pair.hpp"
 
 #include <glib.h>
@@ -14,26 +14,26 @@ using Strings = std::vector<std::string>;
 constexpr int ok = KORVANE_ERROR_NONE;
 constexpr int failed = KORVANE_ERROR_OPERATION_FAILED;
 
-/// The promise of an unset: when it has returned, with whatever result, none of the pair's callbacks runs again.
+/// After an unset has returned, with any result, no callback of the pair runs.
 class NoCallbackAfterUnset : public EveryPair {
 protected:
-    /// Unsets once while the agent does this with the request. The platform raises events inside the send and inside the
-    /// wait; others wait in the port before and after it.
-    void unset_and_hear_nothing(int expected, const std::function<void(Port &)> &answer)
+    /// Unsets the callback. `answer` is the agent's reaction to the request. The platform raises events inside the send
+    /// and the wait; further events are queued before and after the call.
+    void expect_no_callback_after_unset(int expected, const std::function<void(Port &)> &answer)
     {
         begin_set();
         for (const Moment moment : {Moment::send, Moment::wait})
             for (std::size_t i = 0; i < pair().events.size(); ++i)
                 platform.proxy().raise_inside(moment, received(event_of(i, seq_id)));
-        events_wait(seq_id);
+        queue_events(seq_id);
         platform.main_port().on_sent = [&](Port &port, const Bytes &) {
-            events_wait(seq_id);
+            queue_events(seq_id);
             answer(port);
         };
         EXPECT_EQ(pair().unset(handle), expected);
-        main_loop_comes_to_them();
-        events_wait(seq_id);
-        main_loop_comes_to_them();
+        dispatch_queued_events();
+        queue_events(seq_id);
+        dispatch_queued_events();
         EXPECT_EQ(recorder.seen, Strings{});
     }
 };
@@ -46,7 +46,7 @@ INSTANTIATE_TEST_SUITE_P(Of, NoCallbackAfterUnset, ::testing::ValuesIn(every_pai
 INSTANTIATE_TEST_SUITE_P(Of, ReplacedCallback, ::testing::ValuesIn(every_pair()), label);
 INSTANTIATE_TEST_SUITE_P(Of, WaitingEvent, ::testing::ValuesIn(every_pair()), label);
 
-TEST(EveryPairTable, HoldsTheTwentyThreePairsAndTheTwentySixLastingDelegates)
+TEST(EveryPairTable, HasTheTwentyThreePairsAndTheirTwentySixDelegates)
 {
     std::set<std::string> names;
     std::set<int> delegates;
@@ -56,118 +56,118 @@ TEST(EveryPairTable, HoldsTheTwentyThreePairsAndTheTwentySixLastingDelegates)
             delegates.insert(event.delegate_id);
     }
     EXPECT_EQ(names.size(), 23U);
-    EXPECT_EQ(delegates.size(), 26U); // the other six of the 32 serve once
+    EXPECT_EQ(delegates.size(), 26U); // the other six of the 32 are one-shot
 }
 
-TEST_P(NoCallbackAfterUnset, WhenTheAgentAgreed)
+TEST_P(NoCallbackAfterUnset, IfTheAgentAccepts)
 {
-    unset_and_hear_nothing(ok, [](Port &port) { port.push(reply(0)); });
+    expect_no_callback_after_unset(ok, [](Port &port) { port.push(reply(0)); });
 }
 
-TEST_P(NoCallbackAfterUnset, WhenTheAgentRefused)
+TEST_P(NoCallbackAfterUnset, IfTheAgentRefuses)
 {
-    unset_and_hear_nothing(-13, [](Port &port) { port.push(reply(-13)); });
+    expect_no_callback_after_unset(-13, [](Port &port) { port.push(reply(-13)); });
 }
 
-TEST_P(NoCallbackAfterUnset, WhenTheAgentFailed)
+TEST_P(NoCallbackAfterUnset, IfTheAgentFails)
 {
-    unset_and_hear_nothing(failed, [](Port &port) { port.push(reply(7)); });
+    expect_no_callback_after_unset(failed, [](Port &port) { port.push(reply(7)); });
 }
 
-TEST_P(NoCallbackAfterUnset, WhenTheAgentNeverAnswered)
+TEST_P(NoCallbackAfterUnset, IfTheAgentDoesNotReply)
 {
-    unset_and_hear_nothing(KORVANE_ERROR_IO_ERROR, [](Port &) {});
+    expect_no_callback_after_unset(KORVANE_ERROR_IO_ERROR, [](Port &) {});
 }
 
-TEST_P(NoCallbackAfterUnset, WhenTheRequestCouldNotBeSent)
+TEST_P(NoCallbackAfterUnset, IfTheRequestCannotBeSent)
 {
     begin_set();
-    events_wait(seq_id);
+    queue_events(seq_id);
     platform.main_port().send_results = {-5};
     EXPECT_EQ(pair().unset(handle), KORVANE_ERROR_IO_ERROR);
-    main_loop_comes_to_them();
+    dispatch_queued_events();
     EXPECT_EQ(recorder.seen, Strings{});
 }
 
-TEST_P(NoCallbackAfterUnset, WhenTheAgentIsGoneAndTheRequestIsRefusedUnsent)
+TEST_P(NoCallbackAfterUnset, IfTheLinkIsBrokenAndTheRequestIsRefusedUnsent)
 {
     begin_set();
-    events_wait(seq_id);
+    queue_events(seq_id);
     platform.proxy().fire_disconnected();
     EXPECT_EQ(pair().unset(handle), failed);
     EXPECT_TRUE(sent().empty());
-    main_loop_comes_to_them();
+    dispatch_queued_events();
     EXPECT_EQ(recorder.seen, Strings{});
 }
 
-TEST_P(NoCallbackAfterUnset, UntilItIsSetAgain)
+TEST_P(NoCallbackAfterUnset, UntilTheNextSet)
 {
     begin_set();
     ASSERT_EQ(pair().unset(handle), ok);
     Recorder second;
     ASSERT_EQ(pair().set(handle, &second), ok);
-    events_wait(seq_id);
-    events_wait(first_seq_id());
-    main_loop_comes_to_them();
+    queue_events(seq_id);
+    queue_events(first_seq_id());
+    dispatch_queued_events();
     EXPECT_EQ(recorder.seen, Strings{});
-    EXPECT_EQ(second.seen, told_by_events());
+    EXPECT_EQ(second.seen, expected_calls());
 }
 
-TEST_P(ReplacedCallback, IsNeverCalledNeitherForItsOwnEventsNorForThoseOfTheNewOne)
+TEST_P(ReplacedCallback, ReceivesNeitherItsOwnEventsNorThoseOfTheNewOne)
 {
     begin_set();
-    events_wait(seq_id);
+    queue_events(seq_id);
     Recorder second;
     ASSERT_EQ(pair().set(handle, &second), ok);
-    events_wait(first_seq_id());
-    events_wait(seq_id);
-    main_loop_comes_to_them();
+    queue_events(first_seq_id());
+    queue_events(seq_id);
+    dispatch_queued_events();
     EXPECT_EQ(recorder.seen, Strings{});
-    EXPECT_EQ(second.seen, told_by_events());
+    EXPECT_EQ(second.seen, expected_calls());
 }
 
-/// A set that fails ends the old registration: what it left in the port reaches neither of the two.
-TEST_P(ReplacedCallback, HearsNothingOfItsOldRegistrationWhenReplacingItFailed)
+/// A failed set ends the old registration. Its queued events reach neither callback.
+TEST_P(ReplacedCallback, ReceivesNoEventsIfTheReplacementFails)
 {
     begin_set();
-    events_wait(seq_id);
+    queue_events(seq_id);
     Recorder second;
     answers(7);
     ASSERT_EQ(pair().set(handle, &second), failed);
-    main_loop_comes_to_them();
+    dispatch_queued_events();
     EXPECT_EQ(recorder.seen, Strings{});
     EXPECT_EQ(second.seen, Strings{});
 }
 
-TEST_P(WaitingEvent, IsDeliveredOnceWhereverThePlatformRaisesIt)
+TEST_P(WaitingEvent, IsDeliveredOnceAtEveryMoment)
 {
-    // Null: the event arrives during the call and the main loop raises it afterwards.
+    // Null: the event arrives during the call, and the main loop raises it afterwards.
     for (const std::optional<Moment> moment : {std::optional{Moment::send}, std::optional{Moment::wait}, {}}) {
         begin_set();
         platform.main_port().on_sent = [&](Port &port, const Bytes &) {
-            EXPECT_EQ(recorder.seen, moment == Moment::send ? told_by_events() : Strings{});
+            EXPECT_EQ(recorder.seen, moment == Moment::send ? expected_calls() : Strings{});
             if (!moment)
-                events_wait(seq_id);
-            port.push(event_of(0, seq_id)); // and one on the wrong port, which is no reply either
+                queue_events(seq_id);
+            port.push(event_of(0, seq_id)); // an event on the wrong port, which is not a reply
             port.push(reply(0));
         };
         for (std::size_t i = 0; moment && i < pair().events.size(); ++i)
             platform.proxy().raise_inside(*moment, received(event_of(i, seq_id)));
         EXPECT_EQ(korvane_stop(handle), ok);
-        EXPECT_EQ(recorder.seen, moment ? told_by_events() : Strings{});
+        EXPECT_EQ(recorder.seen, moment ? expected_calls() : Strings{});
         platform.main_port().on_sent = nullptr;
-        main_loop_comes_to_them();
-        EXPECT_EQ(recorder.seen, told_by_events());
+        dispatch_queued_events();
+        EXPECT_EQ(recorder.seen, expected_calls());
         ASSERT_EQ(korvane_deinitialize(handle), ok);
         recorder.seen.clear();
     }
 }
 
-TEST_P(WaitingEvent, OfALibraryThatEndedAndBeganAnewReachesNobody)
+TEST_P(WaitingEvent, OfAnEarlierSessionIsNotDelivered)
 {
     begin_set();
     const std::shared_ptr<Proxy> old = platform.proxies().back();
-    events_wait(seq_id);
+    queue_events(seq_id);
     ASSERT_EQ(korvane_deinitialize(handle), ok);
     connect();
     answers(0);
@@ -181,21 +181,21 @@ TEST_P(WaitingEvent, OfALibraryThatEndedAndBeganAnewReachesNobody)
     EXPECT_EQ(second.seen, Strings{});
 }
 
-/// That of the access point is delivered, too: in its own form, which its getters then refuse.
-TEST_P(WaitingEvent, OfARegistrationFromBeforeAnUpdateOfTheAgentIsStillDelivered)
+/// The access point is delivered in its own form too, but its getters refuse it.
+TEST_P(WaitingEvent, OfARegistrationFromBeforeAnUpdateIsDelivered)
 {
     for (const char *version : {"2.3", "1.0"}) {
         begin_set();
         agent_becomes(version);
-        events_wait(seq_id);
-        main_loop_comes_to_them();
-        EXPECT_EQ(recorder.seen, told_by_events());
+        queue_events(seq_id);
+        dispatch_queued_events();
+        EXPECT_EQ(recorder.seen, expected_calls());
         recorder.seen.clear();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
 }
 
-/// What an application sees of many events: in order, each once, and nothing kept of them.
+/// An application receives many events in order, each once, and the library keeps no memory of them.
 class EventStorm : public SetupTest {
 protected:
     static constexpr int size = 100'000;
@@ -204,7 +204,7 @@ protected:
         EventStorm *test;
         int next = 0;
         int out_of_order = 0;
-        std::size_t blocks_early = 0; // once everything that is kept for good has been made
+        std::size_t blocks_early = 0; // after all permanent allocations
         std::size_t blocks_late = 0;
     };
 
@@ -212,7 +212,7 @@ protected:
     {
         auto &seen = *static_cast<Seen *>(user_data);
         seen.out_of_order += status != seen.next++;
-        seen.test->platform.log.clear(); // the test's own memory
+        seen.test->platform.log.clear(); // the records of the test also need memory
         seen.test->platform.calls.clear();
         if (seen.next == 1000)
             seen.blocks_early = allocs::live_blocks();
@@ -225,15 +225,15 @@ protected:
         auto &self = *static_cast<EventStorm *>(user_data);
         EXPECT_EQ(korvane_set_wifi_connection_error_code(seen, req_id), ok);
         self.requests_in_step += self.sent().back() == bytes(i32(50), i32(req_id));
-        self.forget_the_past();
+        self.clear_records();
     }
 
     int requests_in_step = 0;
 };
 
-TEST_F(EventStorm, IsDeliveredWholeInOrderAndLeavesNothingBehind)
+TEST_F(EventStorm, IsDeliveredInOrderWithoutLeaks)
 {
-    // Null: the events arrive during the call and the main loop raises them afterwards.
+    // Null: the events arrive during the call, and the main loop raises them afterwards.
     for (const std::optional<Moment> moment : {std::optional{Moment::send}, std::optional{Moment::wait}, {}}) {
         connect_to("2.3");
         Seen seen{this};
@@ -266,7 +266,7 @@ TEST_F(EventStorm, IsDeliveredWholeInOrderAndLeavesNothingBehind)
     }
 }
 
-TEST_F(EventStorm, ForNobodyIsDroppedWholeAndTheNextRegistrationWorks)
+TEST_F(EventStorm, WithoutARegistrationIsDroppedAndTheNextRegistrationWorks)
 {
     connect_to("2.3");
     Seen seen{this};
@@ -282,8 +282,8 @@ TEST_F(EventStorm, ForNobodyIsDroppedWholeAndTheNextRegistrationWorks)
     EXPECT_EQ(seen.next, 1);
 }
 
-/// A callback that asks the agent about each event: the application keeps up as long as it likes.
-TEST_F(EventStorm, WhoseEventsAreEachAnsweredWithACallKeepsRequestsAndRepliesInStep)
+/// A callback that sends a request for each event.
+TEST_F(EventStorm, WithARequestPerEventKeepsRequestsAndRepliesInStep)
 {
     constexpr int answered = 10'000;
     connect_to("2.3");

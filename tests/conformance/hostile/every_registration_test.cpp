@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the set and unset functions of all 23 registrations have in common.
+// Rules that the set and unset functions of all 23 registrations share.
 #include "conformance/fixtures/every_pair.hpp"
 
 #include "src/korvane/core/session/session.hpp"
@@ -13,7 +13,7 @@ constexpr int ok = KORVANE_ERROR_NONE;
 
 class EveryRegistration : public EveryPair {
 protected:
-    /// The delegates of this registration that the agent may still send events for.
+    /// The delegates of this registration that still exist.
     unsigned listed_delegates()
     {
         unsigned found = 0;
@@ -34,8 +34,8 @@ protected:
     void expect_events_reach(const Strings &expected)
     {
         recorder.seen.clear();
-        events_wait(seq_id);
-        main_loop_comes_to_them();
+        queue_events(seq_id);
+        dispatch_queued_events();
         EXPECT_EQ(recorder.seen, expected);
     }
 };
@@ -51,7 +51,7 @@ TEST_P(EveryRegistration, SetTwiceWarnsOnceAndLeavesOneDelegatePerEvent)
     EXPECT_EQ(warnings_with(pair().set_name(), "rpc cb_h already exists").size(), 1U);
     EXPECT_EQ(listed_delegates(), pair().events.size());
     seq_id = first_seq_id();
-    expect_events_reach(told_by_events());
+    expect_events_reach(expected_calls());
 }
 
 TEST_P(EveryRegistration, FirstSetDoesNotWarn)
@@ -61,7 +61,7 @@ TEST_P(EveryRegistration, FirstSetDoesNotWarn)
     EXPECT_EQ(warnings_with(pair().set_name(), "rpc cb_h already exists"), LogLines{});
 }
 
-TEST_P(EveryRegistration, UnsetOfNothingWarnsAndStillAsksTheAgent)
+TEST_P(EveryRegistration, UnsetWithoutARegistrationWarnsAndAsksTheAgent)
 {
     connect_to(pair().agent_version);
     platform.log.clear();
@@ -70,7 +70,7 @@ TEST_P(EveryRegistration, UnsetOfNothingWarnsAndStillAsksTheAgent)
     EXPECT_EQ(sent(), (std::vector<Bytes>{i32(pair().unset_method)}));
 }
 
-TEST_P(EveryRegistration, UnsetOfARegistrationDoesNotWarnAndLeavesNoDelegate)
+TEST_P(EveryRegistration, UnsetOfARegistrationDoesNotWarnAndReleasesItsDelegates)
 {
     begin_set();
     EXPECT_EQ(pair().unset(handle), ok);
@@ -79,7 +79,7 @@ TEST_P(EveryRegistration, UnsetOfARegistrationDoesNotWarnAndLeavesNoDelegate)
     expect_events_reach({});
 }
 
-TEST_P(EveryRegistration, SetRefusedDuringAnInstallationLeavesTheEarlierOne)
+TEST_P(EveryRegistration, SetDuringAnInstallationKeepsTheEarlierRegistration)
 {
     begin_set();
     begin_install();
@@ -87,17 +87,17 @@ TEST_P(EveryRegistration, SetRefusedDuringAnInstallationLeavesTheEarlierOne)
     EXPECT_EQ(pair().set(handle, &other), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     EXPECT_EQ(sent(), std::vector<Bytes>{});
     EXPECT_EQ(listed_delegates(), pair().events.size());
-    expect_events_reach(told_by_events());
+    expect_events_reach(expected_calls());
     EXPECT_EQ(other.seen, Strings{});
 }
 
-TEST_P(EveryRegistration, UnsetRefusedDuringAnInstallationLeavesTheRegistration)
+TEST_P(EveryRegistration, UnsetDuringAnInstallationKeepsTheRegistration)
 {
     begin_set();
     begin_install();
     EXPECT_EQ(pair().unset(handle), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     EXPECT_EQ(sent(), std::vector<Bytes>{});
-    expect_events_reach(told_by_events());
+    expect_events_reach(expected_calls());
 }
 
 TEST_P(EveryRegistration, SetWithoutAHandleIsRefused)
@@ -105,7 +105,7 @@ TEST_P(EveryRegistration, SetWithoutAHandleIsRefused)
     begin_set();
     EXPECT_EQ(pair().set(nullptr, &recorder), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.errors(), (LogLines{api_error(pair().set_name(), "handle is NULL")}));
-    expect_events_reach(told_by_events());
+    expect_events_reach(expected_calls());
 }
 
 } // namespace

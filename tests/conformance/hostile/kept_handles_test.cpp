@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What has the same form for every agent stays good when the agent is replaced, as far as the new one knows it.
+// An object with the same form for every agent stays valid when the agent is replaced, if the new agent supports it.
 #include "updates.hpp"
 
 namespace kv::test {
@@ -9,7 +9,7 @@ using Profile = korvane_device_profile_info_h;
 using Terms = korvane_tnc_info_h;
 using Status = korvane_last_status_info_h;
 
-/// Handles that have one form for all agents: only an agent that does not know them is in the way.
+/// A handle with one form for all agents. Only an agent that does not support it makes its use fail.
 struct OneForm {
     std::string label;
     std::string oldest;
@@ -45,7 +45,7 @@ class UpdateOfAHandleInOneForm : public Update, public ::testing::WithParamInter
 INSTANTIATE_TEST_SUITE_P(Of, UpdateOfAHandleInOneForm, ::testing::ValuesIn(one_form),
                          [](const auto &row) { return row.param.label; });
 
-TEST_P(UpdateOfAHandleInOneForm, KeepsItGoodUnlessTheAgentDoesNotKnowIt)
+TEST_P(UpdateOfAHandleInOneForm, KeepsItValidForAgentsThatSupportIt)
 {
     const OneForm &kind = GetParam();
     connect_to(kind.oldest);
@@ -60,8 +60,8 @@ TEST_P(UpdateOfAHandleInOneForm, KeepsItGoodUnlessTheAgentDoesNotKnowIt)
     kind.end(object);
 }
 
-/// What the agent gave: provisioning data, tokens, the TCP header, the presence of sub-devices.
-TEST_F(Update, LeavesWhatTheAgentGaveReadableUnlessTheNewOneDoesNotKnowIt)
+/// Objects from the agent: provisioning data, tokens, the TCP header, the presence of sub-devices.
+TEST_F(Update, KeepsObjectsOfTheOldAgentReadable)
 {
     connect_to("2.3");
     const auto answers_with = [&](const std::string &text) {

@@ -8,13 +8,13 @@ namespace kv::test {
 namespace {
 
 constexpr int highest = 2147483647;
-constexpr int items = 3; // of the arrays that go with a count
+constexpr int items = 3; // length of the arrays whose count is tested
 constexpr int refused = KORVANE_ERROR_INVALID_PARAMETER;
 
 constexpr int some_numbers[items] = {5, lowest, highest};
 constexpr const char *some_texts[items] = {"a", "b", "c"};
 
-/// The first so many of some_numbers, as an array of the wire has them.
+/// The first `size` elements of some_numbers as an array on the wire.
 Bytes numbers_on_the_wire(int count_of_them)
 {
     Bytes all = count(count_of_them);
@@ -25,8 +25,8 @@ Bytes numbers_on_the_wire(int count_of_them)
 
 struct NumberArgument {
     std::string label;
-    std::string agent_version; // the oldest that knows the function
-    int least;                 // that is accepted
+    std::string agent_version; // the oldest agent with the function
+    int least;                 // the smallest accepted number
     int most;
     int (*call)(korvane_h handle, int number);
     Bytes (*request)(int number);
@@ -69,7 +69,7 @@ int sign_up(korvane_h handle, int token_type)
 
 using H = korvane_h;
 
-// One row an argument, named by its function and what it is. Those that are unsigned stand with the same 32 bits.
+// One row per argument. Unsigned arguments are listed as signed numbers of the same 32 bits.
 // clang-format off
 const std::vector<NumberArgument> number_arguments = {
     {"set_platform_info_with_device_no__device_no", "1.2", 0, highest, set_platform_info,
@@ -152,13 +152,13 @@ class HostileNumber : public SetupTest, public ::testing::WithParamInterface<Num
 INSTANTIATE_TEST_SUITE_P(Of, HostileNumber, ::testing::ValuesIn(number_arguments),
                          [](const auto &row) { return row.param.label; });
 
-TEST_P(HostileNumber, WithinItsBoundsIsSentAndOutsideRefusedUnsent)
+TEST_P(HostileNumber, IsSentWithinItsBoundsAndRefusedOutside)
 {
     const NumberArgument &row = GetParam();
     connect_to(row.agent_version);
     for (int number : {lowest, -1, 0, row.least, row.most}) {
         SCOPED_TRACE(number);
-        forget_the_past();
+        clear_records();
         if (number >= row.least) {
             EXPECT_EQ(row.call(handle, number), ok);
             EXPECT_EQ(sent(), std::vector<Bytes>{row.request(number)});
@@ -171,7 +171,7 @@ TEST_P(HostileNumber, WithinItsBoundsIsSentAndOutsideRefusedUnsent)
     }
 }
 
-TEST_F(ApList, IndexesFromTheFirstToTheLastAreTakenAndAllOthersRefusedByEverySetter)
+TEST_F(ApList, AcceptsOnlyIndexesWithinItsBoundsInEverySetter)
 {
     for (const char *version : {"2.2", "2.3"}) {
         connect_to(version);
@@ -194,7 +194,7 @@ TEST_F(ApList, IndexesFromTheFirstToTheLastAreTakenAndAllOthersRefusedByEverySet
 
 using ManySubDevices = SetupTest;
 
-TEST_F(ManySubDevices, TenThousandAreToldWholeAndReadBackWhole)
+TEST_F(ManySubDevices, TenThousandAreSentAndReadBack)
 {
     constexpr int many = 10'000;
     connect_to("2.3");

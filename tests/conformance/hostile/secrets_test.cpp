@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// A text that goes through the library stays out of its log. A secret is planted in every text that comes in, from the
-// application or from the agent, and every line of every priority is searched for it. The only exceptions are the lines
-// that exist to show one value, given here word by word.
+// Texts that pass through the library must not appear in its log. These tests put a secret into every text from the
+// application and from the agent, and search every line of every priority for it. The only exceptions are the lines
+// whose purpose is to show one value; they are typed here word by word.
 #include "conformance/fixtures/every_pair.hpp"
 #include "text_arguments.hpp"
 
@@ -13,14 +13,14 @@ namespace {
 constexpr int ok = KORVANE_ERROR_NONE;
 constexpr int too_old = KORVANE_ERROR_AGENT_VERSION_LOWER;
 
-/// One for each form that anything of the interface has.
+/// One version for each wire format of any part of the interface.
 const std::vector<std::string> agent_versions = {"1.0", "1.2", "1.3", "2.0", "2.3"};
 
 const std::string secret = "pl4nted-5ecret";
 
 class Secrets : public SetupTest {
 protected:
-    /// Every line that shows the secret, as "function: message".
+    /// Returns every line that contains the secret, as "function: message".
     std::vector<std::string> lines_with_the_secret()
     {
         std::vector<std::string> lines;
@@ -33,13 +33,13 @@ protected:
         return lines;
     }
 
-    /// Every request fails in one of the ways in which it can, or succeeds.
+    /// Reactions of the agent to a request: each kind of failure, and success.
     struct Outcome {
         const char *name;
         std::function<void(Port &, const Bytes &)> answer;
     };
 
-    /// Answers with texts hold the secret, too.
+    /// Replies with texts also contain the secret.
     static Bytes answer_of(const Bytes &request, int result)
     {
         const Bytes method = first(request, 4);
@@ -78,7 +78,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Of, SecretArgument, ::testing::ValuesIn(text_arguments()),
                          [](const auto &row) { return row.param.label(); });
 
-TEST_P(SecretArgument, IsInNoLogLineButItsOwnWhateverTheAgentAnswers)
+TEST_P(SecretArgument, IsOnlyInItsOwnLogLineWithEveryReply)
 {
     for (const std::string &version : agent_versions)
         for (const Outcome &outcome : outcomes()) {
@@ -93,13 +93,13 @@ TEST_P(SecretArgument, IsInNoLogLineButItsOwnWhateverTheAgentAnswers)
             else
                 EXPECT_EQ(result == ok, std::string(outcome.name) == "answered") << result;
             ASSERT_EQ(korvane_deinitialize(handle), ok);
-            // One function shows its arguments before anything is checked.
+            // One function logs its arguments before any check.
             const bool shows = !refused || row.function == "korvane_set_device_property_with_wifi_authtype";
             EXPECT_EQ(lines_with_the_secret(), shows ? the_one_line() : std::vector<std::string>{});
         }
 }
 
-TEST_P(SecretArgument, IsInNoOtherLogLineOfACallThatIsRefusedOrFindsNoMemory)
+TEST_P(SecretArgument, IsOnlyInItsOwnLogLineIfTheCallIsRefusedOrMemoryRunsOut)
 {
     const auto expect_no_other_line = [&] {
         for (const std::string &line : lines_with_the_secret())
@@ -118,7 +118,7 @@ TEST_P(SecretArgument, IsInNoOtherLogLineOfACallThatIsRefusedOrFindsNoMemory)
     }
 }
 
-/// An event with a text: what it carries, and the one line that shows it.
+/// An event with a secret text, and the one line that shows it.
 struct SecretValue {
     int delegate_id;
     Bytes values;
@@ -151,7 +151,7 @@ const std::vector<SecretValue> values_of_pairs = {
     {31, bytes(i32(1), s)},
 };
 
-/// Whether an agent of this version sends the event: the access point's differs from 1.3 on.
+/// Whether an agent of this version sends the event. Since 1.3 the access point has another event.
 bool is_sent_by(const Pair &pair, const PairEvent &event, int version)
 {
     const bool fits = event.delegate_id == 7 ? version < 1003 : event.delegate_id != 18 || version >= 1003;
@@ -164,7 +164,7 @@ INSTANTIATE_TEST_SUITE_P(Of, SecretEvent, ::testing::ValuesIn(values_of_pairs), 
     return "Delegate" + std::to_string(row.param.delegate_id) + "Row" + std::to_string(row.index);
 });
 
-TEST_P(SecretEvent, IsInNoLogLineButItsOwnWhetherItIsDeliveredOrDropped)
+TEST_P(SecretEvent, IsOnlyInItsOwnLogLineIfDeliveredOrDropped)
 {
     const SecretValue &row = GetParam();
     int runs = 0;
@@ -199,7 +199,7 @@ TEST_P(SecretEvent, IsInNoLogLineButItsOwnWhetherItIsDeliveredOrDropped)
     EXPECT_GT(runs, 0);
 }
 
-/// Reads all that a handle gives, as an application does, and notes it.
+/// Reads every value of a handle and notes it.
 template <class Handle>
 void read_texts(Recorder &recorder, Handle from, std::initializer_list<int (*)(Handle, char **)> getters)
 {
@@ -234,7 +234,7 @@ void read_provisioning(korvane_h, korvane_device_prov_info_h info, void *data)
                                             korvane_devinfo_get_datetime, korvane_devinfo_get_regist_mobile_device});
 }
 
-/// A request whose answer comes later, once, with a text in it.
+/// A one-shot request whose event contains a text.
 struct LateAnswer {
     std::string name;
     int delegate_id;
@@ -287,7 +287,7 @@ class SecretAnswer : public Secrets, public ::testing::WithParamInterface<LateAn
 INSTANTIATE_TEST_SUITE_P(Of, SecretAnswer, ::testing::ValuesIn(late_answers),
                          [](const auto &row) { return row.param.name; });
 
-TEST_P(SecretAnswer, IsInNoLogLineWhetherItIsDeliveredOrDropped)
+TEST_P(SecretAnswer, IsInNoLogLineIfDeliveredOrDropped)
 {
     const LateAnswer &row = GetParam();
     for (const std::string &version : agent_versions) {
@@ -309,8 +309,8 @@ TEST_P(SecretAnswer, IsInNoLogLineWhetherItIsDeliveredOrDropped)
     }
 }
 
-/// What an application reads out of a handle is its own affair.
-TEST_F(Secrets, AreInNoLogLineWhenTheyAreReadFromAnAccessPoint)
+/// Getters return secrets to the application without logging them.
+TEST_F(Secrets, AreNotLoggedByGettersOfAnAccessPoint)
 {
     for (const char *version : {"1.2", "2.3"}) {
         connect_to(version);
@@ -319,14 +319,15 @@ TEST_F(Secrets, AreInNoLogLineWhenTheyAreReadFromAnAccessPoint)
         const bool record = std::string(version) == "1.2";
         platform.proxy().push_event(record ? event(7, seq_id, false, values_of_pairs[1].values)
                                            : event(18, seq_id, false, str(whole_ap)));
-        EXPECT_EQ(recorder.seen, std::vector<std::string>(record ? 2 : 4, secret)); // an agent 1.2 has these two
+        EXPECT_EQ(recorder.seen,
+                  std::vector<std::string>(record ? 2 : 4, secret)); // an agent 1.2 has only two of the texts
         EXPECT_EQ(lines_with_the_secret(), std::vector<std::string>{});
         recorder.seen.clear();
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
 }
 
-TEST_F(Secrets, AreInNoLogLineWhenTheyAreReadFromProvisioningData)
+TEST_F(Secrets, AreNotLoggedByGettersOfProvisioningData)
 {
     connect_to("2.3");
     ASSERT_EQ(korvane_set_device_provisioning_cb(handle, read_provisioning, &recorder), ok);
@@ -335,7 +336,7 @@ TEST_F(Secrets, AreInNoLogLineWhenTheyAreReadFromProvisioningData)
     EXPECT_EQ(lines_with_the_secret(), std::vector<std::string>{});
 }
 
-TEST_F(Secrets, OfReplyTextsAreInOneLineOnlyThatOfAPresence)
+TEST_F(Secrets, OfReplyTextsAreOnlyInTheLogLineOfAPresence)
 {
     connect_to("2.3");
     const auto answers_with = [&](const std::string &text) {
@@ -348,7 +349,7 @@ TEST_F(Secrets, OfReplyTextsAreInOneLineOnlyThatOfAPresence)
     free(text);
     EXPECT_EQ(korvane_disable_signin(handle, true), ok);
     korvane_tcp_header_info_h header = nullptr;
-    EXPECT_NE(korvane_get_tcp_header_info(handle, &header), ok); // no document
+    EXPECT_NE(korvane_get_tcp_header_info(handle, &header), ok); // the text is not a document
     answers_with(R"({"tcp_header_info_src_addr":")" + secret + "\"}");
     EXPECT_EQ(korvane_get_tcp_header_info(handle, &header), ok);
     EXPECT_EQ(korvane_tcp_header_info_get_src_addr(header, &text), ok);
@@ -370,7 +371,7 @@ TEST_F(Secrets, OfReplyTextsAreInOneLineOnlyThatOfAPresence)
                                                                 secret + "], presence state = [1]"});
 }
 
-TEST_F(Secrets, OfAnUpdatesAnnouncementAreInNoLogLine)
+TEST_F(Secrets, OfAnUpdateEventAreNotLogged)
 {
     connect_to("2.3");
     announce(bundle_s{}.array("Start", {secret}));

@@ -9,7 +9,7 @@ namespace {
 
 constexpr auto ignore = [](auto...) {};
 
-/// An object that is made, filled, sent and ended; the first failure is the result.
+/// Creates, fills, sends and destroys an object. Returns the first failure.
 template <auto Create, auto Set, auto Send, auto Destroy, class Handle>
 int pass_through(korvane_h handle, const char *text, Handle object)
 {
@@ -83,7 +83,7 @@ int in_ap_list(korvane_h h, const char *text)
 using H = korvane_h;
 using T = const char *;
 
-// One row an argument, not one line a value.
+// One row per argument.
 // clang-format off
 const std::vector<TextArgument> rows = {
     {"korvane_set_device_property", "dev_name", 0, [](H h, T t) { return korvane_set_device_property(h, t, 1, 2); },

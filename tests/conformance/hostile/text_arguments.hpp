@@ -3,17 +3,17 @@
 
 #include "conformance/fixtures/setup_fixture.hpp"
 
-/// Every text that an application hands to the library: one row for each argument, up to the agent.
+/// Every text argument of the library's functions, one row each.
 namespace kv::test {
 
 struct TextArgument {
-    std::string function; // that takes it
+    std::string function; // the function with the argument
     std::string argument;
     int minimum_version;
-    int (*pass)(korvane_h handle, const char *text); // until it is sent
-    int json_since = 0;    // the agent version from which on it travels inside a JSON document; 0 is never
-    std::string key = "";  // its member there
-    std::string line = ""; // the one log line that shows it, "@" being the text
+    int (*pass)(korvane_h handle, const char *text); // makes the calls that send the text
+    int json_since = 0;    // the lowest agent version that receives it in a JSON document; 0 if none does
+    std::string key = "";  // its member in the document
+    std::string line = ""; // the only log line that shows it, with "@" for the text
     bool is_refused_when_empty = false;
 
     std::string line_with(const std::string &text) const
@@ -31,14 +31,14 @@ inline std::ostream &operator<<(std::ostream &out, const TextArgument &row)
 
 const std::vector<TextArgument> &text_arguments();
 
-/// The document member as an unformatted document shows it.
+/// A member of an unformatted document.
 std::string member(const std::string &key, const std::string &text);
 
-/// Whether the bytes stand in the whole, anywhere.
+/// Whether `whole` contains the bytes `part`.
 bool contains(const Bytes &whole, const Bytes &part);
 Bytes raw(std::string_view text);
 
-/// "2.3" is 2003.
+/// Converts "2.3" to 2003.
 int version_number(const std::string &version);
 
 } // namespace kv::test

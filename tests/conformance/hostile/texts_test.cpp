@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Texts that no sensible application passes: each must reach the agent as it is, or be refused before anything is sent.
+// Unusual texts. Each must reach the agent unchanged, or be refused before anything is sent.
 #include "conformance/fixtures/every_pair.hpp"
 #include "conformance/setup/ap_info_fixture.hpp"
 #include "text_arguments.hpp"
@@ -18,7 +18,7 @@ class HostileText : public SetupTest, public ::testing::WithParamInterface<TextA
 protected:
     const TextArgument &row = GetParam();
 
-    /// Passed to an agent of this version, and found in the only request.
+    /// Passes a text to an agent of this version and expects it in the only request.
     void expect_sent_as_it_is(const std::string &version, const std::string &text)
     {
         const bool json = row.json_since > 0 && version_number(version) >= row.json_since;
@@ -31,7 +31,7 @@ protected:
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
 
-    /// In every form in which the argument travels.
+    /// Passes a text in every wire format of the argument.
     void expect_sent_in_each_form(const std::string &text)
     {
         expect_sent_as_it_is("2.3", text);
@@ -48,7 +48,7 @@ TEST(TextArguments, CoverEveryFunctionOfTheHeaderThatTakesAText)
     std::ifstream file(KORVANE_HEADER);
     const std::string header{std::istreambuf_iterator<char>(file), {}};
     ASSERT_FALSE(header.empty());
-    std::map<std::string, int> declared; // how many texts each function takes
+    std::map<std::string, int> declared; // the number of text arguments by function
     const std::string begin = "\nKORVANE_API int ";
     const std::string text = "const char *";
     for (std::size_t at = header.find(begin); at != std::string::npos; at = header.find(begin, at + 1)) {
@@ -63,7 +63,7 @@ TEST(TextArguments, CoverEveryFunctionOfTheHeaderThatTakesAText)
     EXPECT_EQ(covered, declared);
 }
 
-TEST_P(HostileText, ThatIsEmptyIsSentAsItIsOrRefused)
+TEST_P(HostileText, ThatIsEmptyIsSentOrRefused)
 {
     if (!row.is_refused_when_empty)
         return expect_sent_in_each_form("");
@@ -72,18 +72,18 @@ TEST_P(HostileText, ThatIsEmptyIsSentAsItIsOrRefused)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_P(HostileText, OfAMegabyteIsSentWhole)
+TEST_P(HostileText, OfAMegabyteIsSent)
 {
     expect_sent_in_each_form(std::string(1 << 20, 'x'));
 }
 
-TEST_P(HostileText, ThatIsNotUtf8IsSentByteForByte)
+TEST_P(HostileText, ThatIsNotUtf8IsSentUnchanged)
 {
     expect_sent_in_each_form(not_utf8);
 }
 
-/// What a log line makes of a text must not be read as a format, nor end the line in the middle.
-TEST_P(HostileText, WithAFormatInItIsNoFormat)
+/// The log must not interpret a text as a format, nor end the line at a line feed in it.
+TEST_P(HostileText, IsNotUsedAsALogFormat)
 {
     const std::string text = "%s%n%p %d %%";
     expect_sent_in_each_form(text);
@@ -95,7 +95,7 @@ TEST_P(HostileText, WithAFormatInItIsNoFormat)
     }
 }
 
-/// Texts that come with an event: what the application receives with this text in all its places.
+/// An event with the same text in all its places, and what the application receives.
 struct EventText {
     int delegate_id;
     Bytes (*values)(const std::string &text);
@@ -109,7 +109,7 @@ std::ostream &operator<<(std::ostream &out, const EventText &row)
 
 using T = const std::string &;
 
-// The access point and the provisioning data are read with getters, which have tests of their own.
+// The texts of access point and provisioning data are read with getters, which have tests of their own.
 // clang-format off
 const std::vector<EventText> event_texts = {
     {5, [](T t) { return bytes(str(t), i32(1)); }, [](T t) { return "g " + t + " 1"; }},
@@ -130,7 +130,7 @@ class HostileEventText : public SetupTest, public ::testing::WithParamInterface<
 INSTANTIATE_TEST_SUITE_P(Of, HostileEventText, ::testing::ValuesIn(event_texts),
                          [](const auto &row) { return "Delegate" + std::to_string(row.param.delegate_id); });
 
-TEST_P(HostileEventText, ReachesTheCallbackByteForByte)
+TEST_P(HostileEventText, ReachesTheCallbackUnchanged)
 {
     const EventText &row = GetParam();
     connect_to("2.3");
@@ -153,7 +153,7 @@ TEST_P(HostileEventText, ReachesTheCallbackByteForByte)
 
 using AgentsText = WifiAp;
 
-TEST_F(AgentsText, OfCertificatesGroupsAndTheDeviceIdReachTheApplicationByteForByte)
+TEST_F(AgentsText, OfCertificatesGroupsAndTheDeviceIdReachTheApplicationUnchanged)
 {
     connect_to("2.3");
     for (const std::string &text : {std::string(), std::string(1 << 20, 'x'), std::string(not_utf8)}) {
@@ -177,9 +177,9 @@ TEST_F(AgentsText, OfCertificatesGroupsAndTheDeviceIdReachTheApplicationByteForB
     }
 }
 
-/// Network names: any 32 bytes but NUL.
+/// Network names consist of up to 32 bytes of any value except NUL.
 
-/// All of 1 to 255, in names of 32 bytes.
+/// Names of 32 bytes that together contain all values from 1 to 255.
 std::vector<std::string> network_names()
 {
     std::vector<std::string> names;
@@ -192,7 +192,7 @@ std::vector<std::string> network_names()
     return names;
 }
 
-/// As a document has to write it: RFC 8259 has short forms for some control characters, and a number for the others.
+/// Escapes a text for a document: RFC 8259 has short forms for some control characters, and numbers for the others.
 std::string escaped(const std::string &text)
 {
     const std::map<char, std::string> named = {{'"', "\\\""}, {'\\', "\\\\"}, {'\b', "\\b"}, {'\f', "\\f"},
@@ -214,7 +214,7 @@ std::string escaped(const std::string &text)
 
 using NetworkName = WifiAp;
 
-TEST_F(NetworkName, OfAny32BytesTravelsInAnApListOfEitherForm)
+TEST_F(NetworkName, OfAny32BytesIsSentInBothFormsOfAnApList)
 {
     for (const char *version : {"1.0", "2.3"}) {
         const std::vector<std::string> names = network_names();
@@ -239,7 +239,7 @@ TEST_F(NetworkName, OfAny32BytesTravelsInAnApListOfEitherForm)
     }
 }
 
-TEST_F(NetworkName, OfAny32BytesIsReadFromAnEventOfEitherForm)
+TEST_F(NetworkName, OfAny32BytesIsReadFromBothFormsOfAnEvent)
 {
     for (const char *version : {"1.0", "2.3"}) {
         begin_set(version);
@@ -252,8 +252,8 @@ TEST_F(NetworkName, OfAny32BytesIsReadFromAnEventOfEitherForm)
     }
 }
 
-/// The longest list that a scan brings, every member set.
-TEST_F(NetworkName, OfTwoHundredAccessPointsWithEveryMemberTravelsInEitherForm)
+/// The longest list of a scan, with every member set.
+TEST_F(NetworkName, OfTwoHundredCompleteAccessPointsIsSentInBothForms)
 {
     constexpr int many = 200;
     for (const char *version : {"1.0", "2.3"}) {

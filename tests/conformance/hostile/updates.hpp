@@ -5,14 +5,14 @@
 
 #include <cstdlib>
 
-/// Handles that outlive their agent: how they are made, used and ended, whatever they are.
+/// Handles of any type that outlive their agent: functions that create, use and destroy them.
 namespace kv::test {
 
 inline constexpr int ok = KORVANE_ERROR_NONE;
 inline constexpr int refused = KORVANE_ERROR_INVALID_PARAMETER;
 inline constexpr int too_old = KORVANE_ERROR_AGENT_VERSION_LOWER;
 
-/// A function that takes the handle, after the library's where it has one.
+/// A function that takes the handle, and the library's handle if it needs it.
 struct Use {
     std::string function;
     int minimum_version;
@@ -48,7 +48,7 @@ int get_text(korvane_h, void *object)
 {
     char *text = nullptr;
     const int code = Get(static_cast<Object>(object), &text);
-    EXPECT_TRUE(code == ok || text == nullptr) << "a refused getter wrote";
+    EXPECT_TRUE(code == ok || text == nullptr) << "a refused getter changed its out argument";
     free(text);
     return code;
 }
@@ -58,7 +58,7 @@ int get_number(korvane_h, void *object)
 {
     int number = 4711;
     const int code = Get(static_cast<Object>(object), &number);
-    EXPECT_TRUE(code == ok || number == 4711) << "a refused getter wrote";
+    EXPECT_TRUE(code == ok || number == 4711) << "a refused getter changed its out argument";
     return code;
 }
 
@@ -77,18 +77,18 @@ void ended(void *object)
     EXPECT_EQ(Destroy(static_cast<Object>(object)), ok);
 }
 
-/// The agent is replaced between two steps of the application.
+/// An update replaces the agent between two calls of the application.
 class Update : public SetupTest {
 protected:
     void updated_to(const std::string &version)
     {
         agent_becomes(version);
         platform.main_port().sent.clear();
-        ASSERT_EQ(korvane_cloudinfo_destroy(nullptr), refused); // the version is known from here on
+        ASSERT_EQ(korvane_cloudinfo_destroy(nullptr), refused); // makes the library read the version
         platform.log.clear();
     }
 
-    /// Every use is refused, with the reason, before anything is sent.
+    /// Expects that every use is refused unsent, with the reason in the log.
     void expect_refused(const std::vector<Use> &uses, void *object, const std::string &form, int version)
     {
         for (const Use &use : uses) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The agent is replaced between two steps of the application. What was made for the one agent is never misread for the
-// other: it is refused, and good again once an agent of its own kind is back.
+// An update replaces the agent between two calls of the application. The library refuses an object that was made for an
+// agent with another wire format, and accepts it again when such an agent returns.
 #include "updates.hpp"
 
 namespace kv::test {
@@ -24,16 +24,16 @@ int send_list(korvane_h handle, List list)
     return korvane_send_ap_list(handle, list, 5);
 }
 
-/// A handle in two forms: a record for agents before the boundary, a document for later ones.
+/// A type of handle with two forms: a record for old agents, a document for new ones.
 struct TwoForms {
     std::string label;
-    std::string before; // the last agent that takes the record
+    std::string before; // the newest agent with the record form
     std::string since;
     void *(*make)();
     void (*end)(void *object);
     std::vector<Use> uses;
-    Use good_use; // shows what the handle holds
-    Bytes record; // the request of the good use
+    Use good_use; // sends the content of the handle
+    Bytes record; // the request of the good use in record form
     Bytes document;
 };
 
@@ -112,7 +112,7 @@ protected:
         EXPECT_EQ(sent(), std::vector<Bytes>{request});
     }
 
-    /// Made for the one agent, used with the other, then back; ended with whichever is there.
+    /// Makes a handle for the agent `mine`, uses it with the agent `other` and, in one of two runs, with `mine` again.
     void run(const std::string &mine, const std::string &other, const std::string &form, const Bytes &request)
     {
         for (bool returns : {true, false}) {
@@ -133,19 +133,19 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Of, UpdateOfAHandle, ::testing::ValuesIn(two_forms),
                          [](const auto &row) { return row.param.label; });
 
-TEST_P(UpdateOfAHandle, RefusesTheRecordAndTakesItAgainAfterTheWayBack)
+TEST_P(UpdateOfAHandle, RefusesTheRecordUntilTheOldAgentReturns)
 {
     run(GetParam().before, GetParam().since, "record", GetParam().record);
     run(GetParam().before, "2.3", "record", GetParam().record);
 }
 
-TEST_P(UpdateOfAHandle, RefusesTheDocumentAndTakesItAgainAfterTheWayBack)
+TEST_P(UpdateOfAHandle, RefusesTheDocumentUntilTheNewAgentReturns)
 {
     run(GetParam().since, GetParam().before, "JSON", GetParam().document);
     run("2.3", GetParam().before, "JSON", GetParam().document);
 }
 
-TEST_P(UpdateOfAHandle, WithinItsFormChangesNothing)
+TEST_P(UpdateOfAHandle, KeepsAHandleOfTheSameForm)
 {
     connect_to(GetParam().since);
     void *object = GetParam().make();
@@ -154,8 +154,8 @@ TEST_P(UpdateOfAHandle, WithinItsFormChangesNothing)
     GetParam().end(object);
 }
 
-/// While the agent is being installed a handle of the wrong form is still found first.
-TEST_P(UpdateOfAHandle, IsFoundBeforeTheUpdateGate)
+/// The form of the handle is checked before the update.
+TEST_P(UpdateOfAHandle, IsCheckedBeforeTheUpdateGate)
 {
     connect_to(GetParam().before);
     void *object = GetParam().make();
@@ -165,7 +165,7 @@ TEST_P(UpdateOfAHandle, IsFoundBeforeTheUpdateGate)
     GetParam().end(object);
 }
 
-/// The access point that an event left with the application.
+/// The access point that an event delivered.
 class UpdateOfAnAccessPoint : public Update {
 protected:
     static void keep(korvane_h, Ap ap_info, void *test) { static_cast<UpdateOfAnAccessPoint *>(test)->held = ap_info; }
@@ -191,7 +191,7 @@ protected:
     int version_of_event = 0;
 };
 
-TEST_F(UpdateOfAnAccessPoint, BetweenTheEventAndItsGettersRefusesThem)
+TEST_F(UpdateOfAnAccessPoint, BetweenTheEventAndItsGettersFailsTheGetters)
 {
     const std::tuple<const char *, const char *, const char *> ways[] = {
         {"1.2", "1.3", "record"}, {"1.0", "2.3", "record"}, {"1.3", "1.2", "JSON"}, {"2.3", "1.0", "JSON"}};
@@ -205,7 +205,7 @@ TEST_F(UpdateOfAnAccessPoint, BetweenTheEventAndItsGettersRefusesThem)
     }
 }
 
-TEST_F(UpdateOfAnAccessPoint, BetweenTheRegistrationAndTheEventDeliversItInItsOwnFormAndRefusesTheGetters)
+TEST_F(UpdateOfAnAccessPoint, BetweenTheRegistrationAndTheEventDeliversItAndFailsTheGetters)
 {
     const std::tuple<const char *, const char *, const char *> ways[] = {{"1.2", "2.3", "record"},
                                                                          {"2.3", "1.2", "JSON"}};

@@ -10,7 +10,7 @@ struct Version {
     std::string name;
     std::string text;
     int number;
-    std::string complaint; // none: the version was read
+    std::string complaint; // the logged error; empty if the version is valid
 };
 
 std::ostream &operator<<(std::ostream &out, const Version &version)
@@ -35,7 +35,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Version{"Empty", "", 0, "token is NULL"}, Version{"OnlyDots", "..", 0, "token is NULL"}),
     [](const auto &row) { return row.param.name; });
 
-TEST_P(AgentVersion, IsReadFromTheVersionText)
+TEST_P(AgentVersion, IsParsedFromTheVersionText)
 {
     const Version &version = GetParam();
     platform.agent_version = version.text;
@@ -50,7 +50,7 @@ TEST_P(AgentVersion, IsReadFromTheVersionText)
 
 using ReadingTheVersion = LibraryTest;
 
-TEST_F(ReadingTheVersion, FailsWhenThePackageInfoCannotBeMade)
+TEST_F(ReadingTheVersion, FailsIfThePackageInfoCannotBeCreated)
 {
     platform.results["package_info_create"] = -71;
     EXPECT_EQ(kv::_get_agent_version(), 0);
@@ -58,7 +58,7 @@ TEST_F(ReadingTheVersion, FailsWhenThePackageInfoCannotBeMade)
               (LogLines{common_error("_get_agent_version", "package_info_create() failed [-71]")}));
 }
 
-TEST_F(ReadingTheVersion, FailsWhenThereIsNoVersionText)
+TEST_F(ReadingTheVersion, FailsWithoutAVersionText)
 {
     platform.agent_version = std::nullopt;
     EXPECT_EQ(kv::_get_agent_version(), 0);
@@ -66,7 +66,7 @@ TEST_F(ReadingTheVersion, FailsWhenThereIsNoVersionText)
               (LogLines{common_error("_get_agent_version", "package_info_get_version() failed")}));
 }
 
-TEST_F(ReadingTheVersion, FailsWhenTheVersionCannotBeRead)
+TEST_F(ReadingTheVersion, FailsIfTheVersionCannotBeRead)
 {
     platform.results["package_info_get_version"] = -5;
     EXPECT_EQ(kv::_get_agent_version(), 0);
@@ -74,7 +74,7 @@ TEST_F(ReadingTheVersion, FailsWhenTheVersionCannotBeRead)
               (LogLines{common_error("_get_agent_version", "package_info_get_version() failed")}));
 }
 
-TEST_F(ReadingTheVersion, HugeNumbersStayAboveEveryMinimum)
+TEST_F(ReadingTheVersion, KeepsHugeNumbersAboveEveryMinimum)
 {
     for (const char *version : {"2147483647.0", "9223372036854775807.9", "99999999999999999999.1", "3000000.1"}) {
         platform.agent_version = version;
@@ -82,7 +82,7 @@ TEST_F(ReadingTheVersion, HugeNumbersStayAboveEveryMinimum)
     }
 }
 
-TEST_F(ReadingTheVersion, SupportIsAskedByTheAgentsIdAndTheInfoDestroyedWhateverTheResult)
+TEST_F(ReadingTheVersion, LooksUpTheAgentsIdAndDestroysTheInfoWithEveryResult)
 {
     kv::agent.determine_support();
     EXPECT_EQ(kv::agent.support, 1);

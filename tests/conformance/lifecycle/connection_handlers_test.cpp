@@ -14,7 +14,7 @@ using Statuses = std::vector<StatusNotice>;
 
 class Connected : public LibraryTest {
 protected:
-    /// Initialises against an agent of this version, forgets the log and raises the event.
+    /// Initialises with an agent of this version, clears the log and raises `connected`.
     void connect_to(const std::optional<std::string> &version)
     {
         platform.agent_version = version;
@@ -33,7 +33,7 @@ protected:
     const Bytes update_ready_request = i32(2);
 };
 
-TEST_F(Connected, TellsTheApiVersionAsksForAnUpdateAndReports)
+TEST_F(Connected, SendsTheApiVersionAsksForAnUpdateAndReportsTheStatus)
 {
     connect_to("2.3.1");
     EXPECT_EQ(sent(), (std::vector<Bytes>{api_version_request, update_ready_request}));
@@ -43,20 +43,20 @@ TEST_F(Connected, TellsTheApiVersionAsksForAnUpdateAndReports)
                                               proxy_info("__kv_master_on_connected", endpoint_message)}));
 }
 
-TEST_F(Connected, TellsTheApiVersionToAgents1001AndLater)
+TEST_F(Connected, SendsTheApiVersionToAgent1001AndLater)
 {
     connect_to("1.1");
     EXPECT_EQ(sent(), (std::vector<Bytes>{api_version_request, update_ready_request}));
 }
 
-TEST_F(Connected, DoesNotTellTheApiVersionToAgent1000)
+TEST_F(Connected, DoesNotSendTheApiVersionToAgent1000)
 {
     connect_to("1.0.9");
     EXPECT_EQ(sent(), (std::vector<Bytes>{update_ready_request}));
     EXPECT_EQ(statuses, (Statuses{{0, handle, 0}}));
 }
 
-TEST_F(Connected, DoesNotTellTheApiVersionToAnAgentOfUnreadableVersion)
+TEST_F(Connected, DoesNotSendTheApiVersionToAnAgentOfUnreadableVersion)
 {
     connect_to(std::nullopt);
     EXPECT_EQ(sent(), (std::vector<Bytes>{update_ready_request}));
@@ -67,7 +67,7 @@ TEST_F(Connected, DoesNotTellTheApiVersionToAnAgentOfUnreadableVersion)
                                               proxy_info("__kv_master_on_connected", endpoint_message)}));
 }
 
-TEST_F(Connected, ReadsAVersionThatIsNotKnownYet)
+TEST_F(Connected, ReadsTheVersionIfItIsNotCached)
 {
     platform.agent_version = std::nullopt;
     initialize();
@@ -78,7 +78,7 @@ TEST_F(Connected, ReadsAVersionThatIsNotKnownYet)
     EXPECT_EQ(kv::agent.version, 1001);
 }
 
-TEST_F(Connected, InUpdateReadyModeReportsServiceUnavailableWithStatus2)
+TEST_F(Connected, ReportsServiceUnavailableWithStatus2InUpdateReadyMode)
 {
     update_ready = true;
     connect_to("2.3.1");
@@ -89,7 +89,7 @@ TEST_F(Connected, InUpdateReadyModeReportsServiceUnavailableWithStatus2)
                         proxy_info("__kv_master_on_connected", endpoint_message)}));
 }
 
-TEST_F(Connected, InUpdateReadyModeIsLoggedEvenWithoutACallback)
+TEST_F(Connected, LogsUpdateReadyModeWithoutACallback)
 {
     ASSERT_EQ(korvane_initialize(&handle, nullptr, nullptr), 0);
     agent_answers(0, true);
@@ -97,7 +97,7 @@ TEST_F(Connected, InUpdateReadyModeIsLoggedEvenWithoutACallback)
     EXPECT_TRUE(platform.log.has(api_info("_rpc_connected_cb", "Now update ready mode, connection will be destroyed")));
 }
 
-TEST_F(Connected, WithAnAgentThatRefusesBothReportsTheConnection)
+TEST_F(Connected, ReportsTheConnectionIfTheAgentRefusesBothRequests)
 {
     result = -13;
     connect_to("2.3.1");
@@ -106,7 +106,7 @@ TEST_F(Connected, WithAnAgentThatRefusesBothReportsTheConnection)
     EXPECT_TRUE(platform.log.errors().empty());
 }
 
-TEST_F(Connected, WithAnAgentThatRefusesTheApiVersionStillAsksForAnUpdate)
+TEST_F(Connected, AsksForAnUpdateIfTheAgentRefusesTheApiVersion)
 {
     initialize();
     platform.main_port().incoming = {reply(-1), reply(0, boolean(true))};
@@ -114,7 +114,7 @@ TEST_F(Connected, WithAnAgentThatRefusesTheApiVersionStillAsksForAnUpdate)
     EXPECT_EQ(statuses, (Statuses{{KORVANE_ERROR_SERVICE_UNAVAILABLE, handle, 2}}));
 }
 
-TEST_F(Connected, WithAnAgentThatDoesNotAnswerReportsTheConnection)
+TEST_F(Connected, ReportsTheConnectionIfTheAgentDoesNotReply)
 {
     answers = false;
     connect_to("2.3.1");
@@ -122,10 +122,10 @@ TEST_F(Connected, WithAnAgentThatDoesNotAnswerReportsTheConnection)
     EXPECT_EQ(platform.log.errors(),
               (LogLines{proxy_error("rpc_port_proxy_kv_master_invoke_set_api_version", "Invalid protocol"),
                         proxy_error("rpc_port_proxy_kv_master_invoke_is_update_ready", "Invalid protocol")}));
-    EXPECT_EQ(run_main_loop(), 0U) << "no call of the application's failed";
+    EXPECT_EQ(run_main_loop(), 0U) << "no call of the application failed, so no notice is due";
 }
 
-TEST_F(Connected, WithAHalfAnswerReportsTheConnection)
+TEST_F(Connected, ReportsTheConnectionIfTheReplyIsIncomplete)
 {
     initialize();
     platform.main_port().incoming = {reply(0), first(reply(0, boolean(true)), 6)};
@@ -133,7 +133,7 @@ TEST_F(Connected, WithAHalfAnswerReportsTheConnection)
     EXPECT_EQ(statuses, (Statuses{{0, handle, 0}}));
 }
 
-TEST_F(Connected, FetchesTheCallbackPort)
+TEST_F(Connected, RequestsTheCallbackPort)
 {
     connect_to("2.3.1");
     EXPECT_EQ(platform.calls_to("rpc_port_proxy_get_port"), 1U);
@@ -160,11 +160,11 @@ TEST_F(Disconnected, ReportsStatus1)
                                               proxy_info("__kv_master_on_disconnected", endpoint_message)}));
 }
 
-TEST_F(Disconnected, DuringAnUpdateReportsServiceUnavailableWithStatus1)
+TEST_F(Disconnected, ReportsServiceUnavailableWithStatus1DuringAnUpdate)
 {
     for (bool installing : {false, true}) {
         installing ? install_starts() : update_starts();
-        forget_the_past();
+        clear_records();
         platform.proxy().fire_disconnected();
         EXPECT_EQ(statuses, (Statuses{{-1073741826, handle, 1}}));
         EXPECT_EQ(platform.log.lines(), (LogLines{api_info("_rpc_disconnected_cb", ">>> called"),
@@ -173,7 +173,7 @@ TEST_F(Disconnected, DuringAnUpdateReportsServiceUnavailableWithStatus1)
     }
 }
 
-TEST_F(Disconnected, AfterAnUpdateIsOverReportsStatus1)
+TEST_F(Disconnected, ReportsStatus1AfterTheEndOfAnUpdate)
 {
     install_starts();
     update_completes();
@@ -205,7 +205,7 @@ INSTANTIATE_TEST_SUITE_P(WithLastResult, Rejected,
                                            Rejection{"Other", -22, -13}),
                          [](const auto &row) { return row.param.name; });
 
-TEST_P(Rejected, ReportsWhyWithStatus2)
+TEST_P(Rejected, ReportsTheReasonWithStatus2)
 {
     initialize();
     platform.log.clear();
@@ -240,19 +240,19 @@ protected:
     rpc_port_proxy_kv_master_h proxy = nullptr;
 };
 
-TEST_F(WithoutUserData, TheConnectedHandlerStops)
+TEST_F(WithoutUserData, ConnectedIsIgnored)
 {
     platform.proxy().fire_connected();
     expect_no_user_data("_rpc_connected_cb");
 }
 
-TEST_F(WithoutUserData, TheDisconnectedHandlerStops)
+TEST_F(WithoutUserData, DisconnectedIsIgnored)
 {
     platform.proxy().fire_disconnected();
     expect_no_user_data("_rpc_disconnected_cb");
 }
 
-TEST_F(WithoutUserData, TheRejectedHandlerStops)
+TEST_F(WithoutUserData, RejectedIsIgnored)
 {
     platform.proxy().fire_rejected(-13);
     expect_no_user_data("_rpc_rejected_cb");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Device id, setup status, device properties, and the four registrations that every agent knows.
+// Device id, setup status, device properties, and the four events that every agent version supports.
 #include "conformance/fixtures/setup_fixture.hpp"
 
 namespace kv::test {
@@ -43,7 +43,7 @@ TEST_F(CoreState, DevicePropertiesAreCheckedBeforeTheUpdateGate)
     EXPECT_EQ(platform.log.errors(), (LogLines{api_error(name, "Agent is being installing")}));
 }
 
-TEST_F(CoreState, DevicePropertiesAreLoggedAtEntryAlsoWithoutAName)
+TEST_F(CoreState, DevicePropertiesAreLoggedAtEntryEvenWithoutAName)
 {
     connect_to("2.2");
     platform.log.clear();
@@ -61,7 +61,7 @@ TEST_F(CoreState, DevicePropertiesAreLoggedAtEntryAlsoWithoutAName)
                         api_error("korvane_set_device_property_with_wifi_authtype", "dev_name is NULL")}));
 }
 
-TEST_F(CoreState, AuthenticationTypesAreRefusedByVersionBeforeAnyArgument)
+TEST_F(CoreState, AuthenticationTypesCheckTheVersionBeforeTheArguments)
 {
     connect_to("2.1");
     platform.log.clear();
@@ -71,7 +71,7 @@ TEST_F(CoreState, AuthenticationTypesAreRefusedByVersionBeforeAnyArgument)
               (LogLines{api_error("korvane_set_device_property_with_wifi_authtype", "agent version is lower!!")}));
 }
 
-TEST_F(CoreState, AuthenticationTypesMustBeGivenAndCounted)
+TEST_F(CoreState, AuthenticationTypesNeedAnArrayAndACount)
 {
     const std::string name = "korvane_set_device_property_with_wifi_authtype";
     const int types[] = {3};
@@ -95,14 +95,14 @@ TEST_F(CoreState, OneAuthenticationTypeIsSentAsAnArrayOfOne)
                                               R"("wifi_authtype":[3]})"))}));
 }
 
-/// The four registrations of this family.
+/// An event of this family.
 struct CoreEvent {
     const char *label;
     int (*set)(korvane_h handle, bool with_callback, Recorder *recorder);
     int delegate_id;
     Bytes values;
-    const char *seen; // by the application
-    const char *line; // of the trampoline; empty for an event without values
+    const char *seen; // what the callback of the application receives
+    const char *line; // the line that the library logs; empty for an event without values
     const char *trampoline;
     const char *set_name;
 };
@@ -157,13 +157,13 @@ const CoreEvent core_events[] = {
 INSTANTIATE_TEST_SUITE_P(Of, CoreRegistration, ::testing::ValuesIn(core_events),
                          [](const auto &row) { return std::string(row.param.label); });
 
-TEST_P(CoreRegistration, NullCallbackIsRefusedAndTheEarlierRegistrationStays)
+TEST_P(CoreRegistration, NullCallbackIsRefusedAndKeepsTheEarlierRegistration)
 {
     connect_to("1.0");
     ASSERT_EQ(GetParam().set(handle, true, &recorder), ok);
     const int seq_id = last_seq_id(platform.log);
-    forget_the_past();
-    begin_install(); // the check comes before the update gate
+    clear_records();
+    begin_install(); // the argument is checked before the update
     EXPECT_EQ(GetParam().set(handle, false, nullptr), bad_argument);
     EXPECT_EQ(platform.log.lines(), (LogLines{api_info(GetParam().set_name, ">>> called"),
                                               api_error(GetParam().set_name, "callback is NULL")}));

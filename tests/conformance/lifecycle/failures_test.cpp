@@ -10,7 +10,7 @@ constexpr int ok = KORVANE_ERROR_NONE;
 constexpr int io_error = KORVANE_ERROR_IO_ERROR;
 constexpr int failed = KORVANE_ERROR_OPERATION_FAILED;
 
-/// What comes of a call when the named platform call failed; success for all that are not named.
+/// The expected result of a call by the platform call that fails. With any other failure the call succeeds.
 using Outcomes = std::map<std::string, int>;
 
 int outcome_in(const Outcomes &outcomes, const std::string &failure)
@@ -21,7 +21,7 @@ int outcome_in(const Outcomes &outcomes, const std::string &failure)
 
 class Failures : public LibraryTest {
 protected:
-    /// Names of what was made to fail must include every call in the table, or the table says nothing.
+    /// Fails if a platform call of the table was never made to fail, because its row would then check nothing.
     void expect_all_seen(const Outcomes &outcomes)
     {
         for (const auto &[call, code] : outcomes)
@@ -31,7 +31,7 @@ protected:
     std::map<std::string, int> seen;
 };
 
-TEST_F(Failures, OfPlatformCallsDuringInitializeAreUndone)
+TEST_F(Failures, OfAPlatformCallUndoesInitialize)
 {
     const Outcomes outcomes = {
         {"rpc_port_proxy_create 1", failed},
@@ -40,7 +40,7 @@ TEST_F(Failures, OfPlatformCallsDuringInitializeAreUndone)
         {"rpc_port_proxy_add_rejected_event_cb 1", failed},
         {"rpc_port_proxy_add_received_event_cb 1", failed},
         {"rpc_port_proxy_connect 1", KORVANE_ERROR_SERVICE_UNAVAILABLE},
-        // Without the version and without the update's event the library goes on.
+        // The library works without the version and without the update event.
         {"package_info_create 1", ok},
         {"package_info_create 2", ok},
         {"package_info_get_version 1", ok},
@@ -60,9 +60,9 @@ TEST_F(Failures, OfPlatformCallsDuringInitializeAreUndone)
     expect_all_seen(outcomes);
 }
 
-TEST_F(Failures, OfAllocationsDuringInitializeAreUndone)
+TEST_F(Failures, OfAnAllocationUndoesInitialize)
 {
-    // The handle, the proxy, its copy of the agent's name; and, first of all, the platform's copy of the version.
+    // Allocations in their order: the platform's copy of the version, the handle, the proxy, its copy of the agent's id.
     const std::vector<int> outcomes = {ok, KORVANE_ERROR_OUT_OF_MEMORY, failed, failed};
     int runs = 0;
     fail_each_allocation([] {}, [&] { return korvane_initialize(&handle, nullptr, nullptr); },
@@ -78,7 +78,7 @@ TEST_F(Failures, OfAllocationsDuringInitializeAreUndone)
     EXPECT_EQ(runs, 5);
 }
 
-/// The same for each function over a live handle.
+/// Failures of each function that takes a live handle.
 class FailuresOf : public Failures, public ::testing::WithParamInterface<Function> {
 protected:
     void prepare()
@@ -88,7 +88,7 @@ protected:
             arrives(reply(0));
     }
 
-    /// Failures of these are the ways in which a request goes wrong.
+    /// The platform calls of a request, with the result if one fails.
     Outcomes outcomes()
     {
         if (!GetParam().asks_agent)
@@ -96,7 +96,7 @@ protected:
         Outcomes of_any_request = {
             {"rpc_port_parcel_create 1", failed},       {"rpc_port_parcel_write_int32 1", failed},
             {"rpc_port_parcel_send 1", io_error},       {"rpc_port_parcel_create_from_port 1", io_error},
-            {"rpc_port_parcel_read_int32 1", io_error}, // not a result: the next parcel is waited for
+            {"rpc_port_parcel_read_int32 1", io_error}, // the parcel is discarded, and no other arrives
             {"rpc_port_parcel_read_int32 2", failed},   {"rpc_port_parcel_destroy 1", ok},
             {"rpc_port_parcel_destroy 2", ok},
         };
@@ -115,7 +115,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Call, FailuresOf, ::testing::ValuesIn(functions), name_of);
 
-TEST_P(FailuresOf, ThePlatformGiveTheRightCodeAndLeaveTheLibraryUsable)
+TEST_P(FailuresOf, OfAPlatformCallGivesItsCodeAndKeepsTheLibraryUsable)
 {
     std::size_t blocks = 0;
     const auto ready = [&] {
@@ -131,7 +131,7 @@ TEST_P(FailuresOf, ThePlatformGiveTheRightCodeAndLeaveTheLibraryUsable)
                 return;
             EXPECT_EQ(platform.alive(), (std::vector<std::string>{"proxy", "event handler"}));
             if (result != ok) {
-                EXPECT_EQ(allocs::live_blocks(), blocks) << "the call left something behind";
+                EXPECT_EQ(allocs::live_blocks(), blocks) << "the failed call leaked memory";
             }
             agent_answers();
             EXPECT_EQ(korvane_start(handle), ok);
@@ -139,7 +139,7 @@ TEST_P(FailuresOf, ThePlatformGiveTheRightCodeAndLeaveTheLibraryUsable)
     expect_all_seen(outcomes());
 }
 
-TEST_P(FailuresOf, AllocationsGiveTheRightCodeAndLeaveTheLibraryUsable)
+TEST_P(FailuresOf, OfAnAllocationGivesItsCodeAndKeepsTheLibraryUsable)
 {
     int runs = 0;
     std::size_t blocks = 0;
@@ -166,7 +166,7 @@ TEST_P(FailuresOf, AllocationsGiveTheRightCodeAndLeaveTheLibraryUsable)
     EXPECT_EQ(runs, GetParam().method == 101 ? 3 : 1);
 }
 
-TEST_F(Failures, OfTheStartAsyncDelegateAreToldByItsOwnText)
+TEST_F(Failures, OfTheStartAsyncDelegateLogsItsOwnText)
 {
     connect();
     allocs::fail_nth(2);
@@ -177,7 +177,7 @@ TEST_F(Failures, OfTheStartAsyncDelegateAreToldByItsOwnText)
                         api_error("korvane_start_async", "rpc_port_kv_master_start_async_cb_create() failed")}));
 }
 
-TEST_F(Failures, OfPlatformCallsDuringTheConnectedEventDoNotKeepItFromTheApplication)
+TEST_F(Failures, OfAPlatformCallInTheConnectedHandlerStillReportsTheConnection)
 {
     unsigned runs = 0;
     const auto ready = [&] {
@@ -195,7 +195,7 @@ TEST_F(Failures, OfPlatformCallsDuringTheConnectedEventDoNotKeepItFromTheApplica
     EXPECT_GT(runs, 15U);
 }
 
-TEST_F(Failures, OfPlatformCallsDuringAnEventDropItOrDeliverItOnce)
+TEST_F(Failures, OfAPlatformCallDuringAnEventDropsItOrDeliversItOnce)
 {
     static int callbacks = 0;
     Bytes answer;
@@ -225,7 +225,7 @@ TEST_F(Failures, OfPlatformCallsDuringAnEventDropItOrDeliverItOnce)
     expect_all_seen(dropped);
 }
 
-TEST_F(Failures, OfBundleCallsReadAsKeysThatAreNotThere)
+TEST_F(Failures, OfABundleCallReadsAsAMissingKey)
 {
     fail_each_platform_call([&] { connect(); }, [&] { return update_starts(), 0; },
                             [&](const std::string &failure, int) {

@@ -8,26 +8,26 @@ namespace {
 
 constexpr int package_not_installed = -18153359;
 
-/// What every function over the handle checks before it does anything, in its order.
+/// The checks that every function with a handle makes before it acts, in their order.
 class Gate : public FunctionTest {};
 
 INSTANTIATE_TEST_SUITE_P(Of, Gate, ::testing::ValuesIn(functions), name_of);
 
-TEST_P(Gate, AgentAbsentIsNotSupported)
+TEST_P(Gate, IsNotSupportedWithoutAnAgent)
 {
     platform.results["package_info_create"] = package_not_installed;
     EXPECT_EQ(call(bogus_handle()), KORVANE_ERROR_NOT_SUPPORTED);
     EXPECT_EQ(platform.log.lines(), (LogLines{entry(), refusal("Not Supported")}));
 }
 
-TEST_P(Gate, AgentAbsentComesBeforeANullHandle)
+TEST_P(Gate, ChecksForTheAgentBeforeTheHandle)
 {
     platform.results["package_info_create"] = package_not_installed;
     EXPECT_EQ(call(nullptr), -1073741822);
     EXPECT_EQ(platform.log.lines(), (LogLines{entry(), refusal("Not Supported")}));
 }
 
-TEST_P(Gate, FirstCallOnADeviceWithoutTheAgentAsksThePackageManagerAndLaterCallsDoNot)
+TEST_P(Gate, AsksThePackageManagerForAMissingAgentOnlyOnce)
 {
     platform.results["package_info_create"] = package_not_installed;
     EXPECT_EQ(call(nullptr), -1073741822);
@@ -39,10 +39,10 @@ TEST_P(Gate, FirstCallOnADeviceWithoutTheAgentAsksThePackageManagerAndLaterCalls
     EXPECT_EQ(platform.calls_to("package_info_get_version"), 0U);
 }
 
-TEST_P(Gate, AnyOtherPackageManagerErrorCountsAsAgentPresent)
+TEST_P(Gate, TreatsOtherPackageManagerErrorsAsAnInstalledAgent)
 {
     for (int code : {-1, -5, -13, -18153358, -18153360}) {
-        forget_the_agent();
+        clear_agent_state();
         platform.log.clear();
         platform.results["package_info_create"] = code;
         const int expected =
@@ -57,7 +57,7 @@ TEST_P(Gate, AnyOtherPackageManagerErrorCountsAsAgentPresent)
     }
 }
 
-TEST_P(Gate, TheVersionIsReadOnceAndKept)
+TEST_P(Gate, ReadsTheVersionOnce)
 {
     EXPECT_EQ(call(nullptr), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.lines(), (LogLines{entry(), common_info("_get_agent_version", "agent version [2.3.1]"),
@@ -69,7 +69,7 @@ TEST_P(Gate, TheVersionIsReadOnceAndKept)
     EXPECT_EQ(platform.calls_to("package_info_get_version"), 1U);
 }
 
-TEST_P(Gate, AnUnreadableVersionPassesAMinimumOfZeroOnlyAndIsReadAgain)
+TEST_P(Gate, AcceptsAnUnreadableVersionOnlyForMinimum0AndReadsItAgain)
 {
     platform.agent_version = std::nullopt;
     const bool passes = GetParam().minimum_version == 0;
@@ -85,10 +85,10 @@ TEST_P(Gate, AnUnreadableVersionPassesAMinimumOfZeroOnlyAndIsReadAgain)
     EXPECT_EQ(call(nullptr), KORVANE_ERROR_INVALID_PARAMETER);
 }
 
-TEST_P(Gate, ANegativeVersionIsRefusedEvenByAMinimumOfZero)
+TEST_P(Gate, RefusesANegativeVersionEvenForMinimum0)
 {
     for (const char *version : {"-1.0", "-1.999", "0.-1"}) {
-        forget_the_agent();
+        clear_agent_state();
         platform.log.clear();
         platform.agent_version = version;
         EXPECT_EQ(call(nullptr), KORVANE_ERROR_AGENT_VERSION_LOWER) << version;
@@ -98,7 +98,7 @@ TEST_P(Gate, ANegativeVersionIsRefusedEvenByAMinimumOfZero)
     }
 }
 
-TEST_P(Gate, ANegativeVersionIsReadAgainByTheNextCall)
+TEST_P(Gate, ReadsANegativeVersionAgainInTheNextCall)
 {
     platform.agent_version = "-1.0";
     EXPECT_EQ(call(nullptr), KORVANE_ERROR_AGENT_VERSION_LOWER);
@@ -106,11 +106,11 @@ TEST_P(Gate, ANegativeVersionIsReadAgainByTheNextCall)
     EXPECT_EQ(call(nullptr), KORVANE_ERROR_INVALID_PARAMETER);
 }
 
-TEST_P(Gate, TheMinimumVersionItselfPassesAndTheOneBelowDoesNot)
+TEST_P(Gate, AcceptsTheMinimumVersionAndRefusesTheOneBelow)
 {
     const int minimum = GetParam().minimum_version;
     auto result_with = [&](int version) {
-        forget_the_agent();
+        clear_agent_state();
         platform.agent_version = std::to_string(version / 1000) + "." + std::to_string(version % 1000);
         return call(nullptr);
     };
@@ -122,7 +122,7 @@ TEST_P(Gate, TheMinimumVersionItselfPassesAndTheOneBelowDoesNot)
     }
 }
 
-TEST_P(Gate, NullHandleIsAnInvalidParameterAfterTheSupportAndVersionGates)
+TEST_P(Gate, RefusesANullHandleAfterTheChecksOfSupportAndVersion)
 {
     connect();
     EXPECT_EQ(call(nullptr), -22);
@@ -130,7 +130,7 @@ TEST_P(Gate, NullHandleIsAnInvalidParameterAfterTheSupportAndVersionGates)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_P(Gate, AHandleThatIsNotTheLiveOneIsRefusedWithALineOfItsOwn)
+TEST_P(Gate, RefusesAnUnknownHandleWithItsOwnLogLine)
 {
     connect();
     EXPECT_EQ(call(bogus_handle()), KORVANE_ERROR_INVALID_PARAMETER);
@@ -142,7 +142,7 @@ TEST_P(Gate, AHandleThatIsNotTheLiveOneIsRefusedWithALineOfItsOwn)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_P(Gate, AHandleUsedAfterDeinitializeIsRefused)
+TEST_P(Gate, RefusesAHandleAfterDeinitialize)
 {
     korvane_h old = connect();
     ASSERT_EQ(korvane_deinitialize(old), KORVANE_ERROR_NONE);
@@ -151,7 +151,7 @@ TEST_P(Gate, AHandleUsedAfterDeinitializeIsRefused)
     EXPECT_EQ(platform.log.errors().size(), 1U);
 }
 
-TEST_P(Gate, NullHandleComesBeforeTheUpdateGate)
+TEST_P(Gate, ChecksTheHandleBeforeTheUpdate)
 {
     connect();
     install_starts();
@@ -160,7 +160,7 @@ TEST_P(Gate, NullHandleComesBeforeTheUpdateGate)
     EXPECT_EQ(platform.log.lines(), (LogLines{entry(), refusal("handle is NULL")}));
 }
 
-TEST_P(Gate, DuringInstallationOnlyFunctionsThatDoNotAskTheAgentWork)
+TEST_P(Gate, RefusesFunctionsThatAskTheAgentDuringInstallation)
 {
     connect();
     install_starts();
@@ -175,7 +175,7 @@ TEST_P(Gate, DuringInstallationOnlyFunctionsThatDoNotAskTheAgentWork)
     }
 }
 
-TEST_P(Gate, AnUpdateThatHasOnlyStartedDoesNotBlock)
+TEST_P(Gate, AcceptsCallsWhileAnUpdateHasOnlyStarted)
 {
     connect();
     agent_answers();
@@ -183,7 +183,7 @@ TEST_P(Gate, AnUpdateThatHasOnlyStartedDoesNotBlock)
     EXPECT_EQ(call(handle), KORVANE_ERROR_NONE);
 }
 
-TEST_P(Gate, ARefusedCallChangesNothingAndSendsNothing)
+TEST_P(Gate, SendsNothingAndChangesNothingInARefusedCall)
 {
     connect();
     install_starts();
@@ -209,7 +209,7 @@ TEST_F(NullCallback, OfStartAsyncIsRefusedWithItsOwnText)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(NullCallback, OfStartAsyncComesAfterTheHandleAndBeforeTheUpdateGate)
+TEST_F(NullCallback, OfStartAsyncIsCheckedAfterTheHandleAndBeforeTheUpdate)
 {
     connect();
     install_starts();
@@ -220,7 +220,7 @@ TEST_F(NullCallback, OfStartAsyncComesAfterTheHandleAndBeforeTheUpdateGate)
                                                api_error("korvane_start_async", "start_result_cb is NULL")}));
 }
 
-TEST_F(NullCallback, OfStartAsyncComesAfterTheVersion)
+TEST_F(NullCallback, OfStartAsyncIsCheckedAfterTheVersion)
 {
     platform.agent_version = "1.6.0";
     connect();

@@ -3,13 +3,13 @@
 
 #include "conformance/fixtures/library_fixture.hpp"
 
-/// The functions that take the library's handle, as a table of what they have in common.
+/// A table of the lifecycle functions that take the library's handle.
 namespace kv::test {
 
 struct Function {
     std::string name;
     int minimum_version;
-    bool asks_agent; // has an update gate, a request and a reply
+    bool asks_agent; // checks for an update and sends a request
     int (*call)(korvane_h handle);
     int method; // of the request
 };
@@ -61,7 +61,7 @@ protected:
     LogLine entry() { return api_info(GetParam().name, ">>> called"); }
     LogLine refusal(const std::string &reason) { return api_error(GetParam().name, reason); }
 
-    /// A pointer that is no live handle and must not be looked into.
+    /// A pointer that is not a live handle and must not be dereferenced.
     static korvane_h bogus_handle() { return reinterpret_cast<korvane_h>(8); }
 };
 

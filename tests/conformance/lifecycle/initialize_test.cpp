@@ -17,7 +17,7 @@ LogLine refused(const std::string &reason)
 
 class Initialize : public LibraryTest {
 protected:
-    /// A value that no call may mistake for a handle, nor leave changed without being asked.
+    /// The value of the out argument before a call; a failed call must not change it.
     korvane_h untouched() { return reinterpret_cast<korvane_h>(&platform); }
 
     int refused_initialize(korvane_h expected)
@@ -29,7 +29,7 @@ protected:
     }
 };
 
-TEST_F(Initialize, MakesAHandleAndBeginsToConnect)
+TEST_F(Initialize, CreatesAHandleAndBeginsToConnect)
 {
     initialize();
     EXPECT_NE(handle, nullptr);
@@ -47,14 +47,14 @@ TEST_F(Initialize, MakesAHandleAndBeginsToConnect)
                                   "set_last_result", "rpc_port_proxy_connect", "event_add_event_handler"}));
 }
 
-TEST_F(Initialize, WithANullOutPointerIsAnInvalidParameterAfterTheSupportAndVersionGates)
+TEST_F(Initialize, RefusesANullOutPointerAfterTheChecksOfSupportAndVersion)
 {
     EXPECT_EQ(korvane_initialize(nullptr, nullptr, nullptr), -22);
     EXPECT_EQ(platform.log.lines(), (LogLines{entered, api_version, agent_2_3, refused("handle is NULL")}));
     EXPECT_TRUE(platform.proxies().empty());
 }
 
-TEST_F(Initialize, WithoutTheAgentIsNotSupportedEvenWithANullOutPointer)
+TEST_F(Initialize, IsNotSupportedWithoutAnAgentEvenWithANullOutPointer)
 {
     platform.results["package_info_create"] = -18153359;
     EXPECT_EQ(korvane_initialize(nullptr, nullptr, nullptr), -1073741822);
@@ -63,7 +63,7 @@ TEST_F(Initialize, WithoutTheAgentIsNotSupportedEvenWithANullOutPointer)
                                               refused("Not Supported")}));
 }
 
-TEST_F(Initialize, WithANegativeAgentVersionIsRefusedEvenWithANullOutPointer)
+TEST_F(Initialize, RefusesANegativeAgentVersionEvenWithANullOutPointer)
 {
     platform.agent_version = "-2.3";
     EXPECT_EQ(korvane_initialize(nullptr, nullptr, nullptr), -1073741827);
@@ -71,7 +71,7 @@ TEST_F(Initialize, WithANegativeAgentVersionIsRefusedEvenWithANullOutPointer)
     EXPECT_EQ(platform.log.count("agent version is lower!!"), 2U);
 }
 
-TEST_F(Initialize, AsksThePackageManagerAgainEveryTime)
+TEST_F(Initialize, AsksThePackageManagerInEveryCall)
 {
     platform.results["package_info_create"] = -18153359;
     EXPECT_EQ(refused_initialize(untouched()), KORVANE_ERROR_NOT_SUPPORTED);
@@ -84,7 +84,7 @@ TEST_F(Initialize, AsksThePackageManagerAgainEveryTime)
     EXPECT_EQ(kv::agent.version, 1000);
 }
 
-TEST_F(Initialize, WhileAnAgentUpdateHasStartedIsServiceUnavailableButStartIsAllowed)
+TEST_F(Initialize, IsServiceUnavailableAfterTheStartOfAnUpdateAlthoughStartWorks)
 {
     connect();
     agent_answers();
@@ -96,7 +96,7 @@ TEST_F(Initialize, WhileAnAgentUpdateHasStartedIsServiceUnavailableButStartIsAll
     EXPECT_EQ(korvane_start(handle), KORVANE_ERROR_NONE);
 }
 
-TEST_F(Initialize, DuringInstallationIsServiceUnavailable)
+TEST_F(Initialize, IsServiceUnavailableDuringInstallation)
 {
     kv::agent.update = 2;
     EXPECT_EQ(refused_initialize(untouched()), -1073741826);
@@ -104,13 +104,13 @@ TEST_F(Initialize, DuringInstallationIsServiceUnavailable)
     EXPECT_TRUE(platform.proxies().empty());
 }
 
-TEST_F(Initialize, ANullOutPointerComesBeforeTheUpdate)
+TEST_F(Initialize, ChecksTheOutPointerBeforeTheUpdate)
 {
     kv::agent.update = 1;
     EXPECT_EQ(korvane_initialize(nullptr, nullptr, nullptr), -22);
 }
 
-TEST_F(Initialize, ASecondTimeFailsAndLeavesTheFirstHandleWorking)
+TEST_F(Initialize, FailsASecondTimeAndKeepsTheFirstHandleUsable)
 {
     connect();
     agent_answers();
@@ -122,7 +122,7 @@ TEST_F(Initialize, ASecondTimeFailsAndLeavesTheFirstHandleWorking)
     EXPECT_EQ(korvane_stop(handle), KORVANE_ERROR_NONE);
 }
 
-TEST_F(Initialize, ASecondTimeIntoTheSamePointerLeavesItAlone)
+TEST_F(Initialize, DoesNotOverwriteTheHandleIfItIsCalledTwice)
 {
     connect();
     korvane_h same = handle;
@@ -130,7 +130,7 @@ TEST_F(Initialize, ASecondTimeIntoTheSamePointerLeavesItAlone)
     EXPECT_EQ(same, handle);
 }
 
-TEST_F(Initialize, WithoutACallbackReportsNothingAndWorks)
+TEST_F(Initialize, WorksWithoutACallback)
 {
     ASSERT_EQ(korvane_initialize(&handle, nullptr, nullptr), KORVANE_ERROR_NONE);
     agent_answers();
@@ -143,7 +143,7 @@ TEST_F(Initialize, WithoutACallbackReportsNothingAndWorks)
     EXPECT_EQ(platform.log.count("RPC rejected callback to app"), 0U);
 }
 
-TEST_F(Initialize, WithAnUnreadableVersionSucceeds)
+TEST_F(Initialize, SucceedsWithAnUnreadableVersion)
 {
     platform.agent_version = std::nullopt;
     initialize();
@@ -152,7 +152,7 @@ TEST_F(Initialize, WithAnUnreadableVersionSucceeds)
         (LogLines{entered, api_version, common_error("_get_agent_version", "package_info_get_version() failed")}));
 }
 
-TEST_F(Initialize, WithoutTheUpdateEventStillSucceeds)
+TEST_F(Initialize, SucceedsWithoutTheUpdateEvent)
 {
     platform.results["event_add_event_handler"] = -71;
     initialize();
@@ -184,7 +184,7 @@ INSTANTIATE_TEST_SUITE_P(
                                 "Failed to add received event cb. err = -71"}),
     [](const auto &row) { return row.param.function; });
 
-TEST_P(InitializeWithoutProxy, FailsAndMayBeTriedAgain)
+TEST_P(InitializeWithoutProxy, FailsAndCanBeCalledAgain)
 {
     const ProxyStep &step = GetParam();
     platform.results[step.function] = -71;
@@ -217,7 +217,7 @@ INSTANTIATE_TEST_SUITE_P(Because, InitializeWithoutConnection,
                                            ConnectOutcome{"PositiveCode", 5, -1073741825}),
                          [](const auto &row) { return row.param.name; });
 
-TEST_P(InitializeWithoutConnection, LeavesNoHandleAndNoInitialisedFlagSoThatItMayBeCalledAgain)
+TEST_P(InitializeWithoutConnection, ReturnsNoHandleAndCanBeCalledAgain)
 {
     const std::string code = std::to_string(GetParam().code);
     platform.results["rpc_port_proxy_connect"] = GetParam().code;
@@ -247,13 +247,13 @@ TEST_F(Deinitialize, DestroysTheProxyAndUnregistersTheEvent)
     EXPECT_EQ(kv::api::live_session, nullptr);
 }
 
-TEST_F(Deinitialize, BeforeTheConnectionIsUpWorks)
+TEST_F(Deinitialize, WorksBeforeTheConnectionIsEstablished)
 {
     initialize();
     EXPECT_EQ(korvane_deinitialize(handle), KORVANE_ERROR_NONE);
 }
 
-TEST_F(Deinitialize, AfterDisconnectionAndAfterRejectionWorks)
+TEST_F(Deinitialize, WorksAfterDisconnectionAndAfterRejection)
 {
     connect();
     platform.proxy().fire_disconnected();
@@ -263,14 +263,14 @@ TEST_F(Deinitialize, AfterDisconnectionAndAfterRejectionWorks)
     EXPECT_EQ(korvane_deinitialize(handle), KORVANE_ERROR_NONE);
 }
 
-TEST_F(Deinitialize, ASecondTimeIsAnInvalidParameter)
+TEST_F(Deinitialize, IsAnInvalidParameterTheSecondTime)
 {
     connect();
     EXPECT_EQ(korvane_deinitialize(handle), KORVANE_ERROR_NONE);
     EXPECT_EQ(korvane_deinitialize(handle), KORVANE_ERROR_INVALID_PARAMETER);
 }
 
-TEST_F(Deinitialize, LetsTheLibraryBeInitialisedAgainAndAgain)
+TEST_F(Deinitialize, AllowsInitialisingRepeatedly)
 {
     for (int round = 0; round < 3; ++round) {
         connect();
@@ -282,7 +282,7 @@ TEST_F(Deinitialize, LetsTheLibraryBeInitialisedAgainAndAgain)
     EXPECT_EQ(platform.proxies().size(), 3U);
 }
 
-TEST_F(Deinitialize, ReleasesOutstandingOneShotRequestsUncalled)
+TEST_F(Deinitialize, ReleasesOutstandingOneShotRequestsWithoutCallingThem)
 {
     connect();
     agent_answers();
@@ -293,7 +293,7 @@ TEST_F(Deinitialize, ReleasesOutstandingOneShotRequestsUncalled)
     platform.log.clear();
     EXPECT_EQ(korvane_deinitialize(handle), KORVANE_ERROR_NONE);
     EXPECT_EQ(called, 0);
-    EXPECT_TRUE(platform.log.proxy().empty()) << "delegates go without a line of their own";
+    EXPECT_TRUE(platform.log.proxy().empty()) << "delegates are released without a log line";
 }
 
 } // namespace

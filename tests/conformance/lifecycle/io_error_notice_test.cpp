@@ -13,7 +13,7 @@ LogLine scheduled_by(const std::string &function)
     return api_info(function, "rpc io error callback will be called");
 }
 
-/// What the RPC I/O error callback was called with.
+/// The calls of the RPC I/O error callback.
 struct Notices {
     unsigned count = 0;
     korvane_h handle = nullptr;
@@ -35,7 +35,7 @@ protected:
         platform.log.clear();
     }
 
-    /// A call that finds the link broken.
+    /// Makes a call over a broken link.
     void fail_a_call() { EXPECT_EQ(korvane_start(handle), KORVANE_ERROR_IO_ERROR); }
 
     Notices notices;
@@ -53,7 +53,7 @@ TEST_F(IoErrorNotice, RunsFromTheMainLoopAndNeverInsideTheFailingCall)
     EXPECT_EQ(platform.log.lines(), (LogLines{notice_entered}));
 }
 
-TEST_F(IoErrorNotice, OfTwoFailingCallsInARowIsOneAndAfterItRanTheNextFailureSchedulesANewOne)
+TEST_F(IoErrorNotice, IsScheduledOnceForTwoFailuresAndAgainAfterItRan)
 {
     fail_a_call();
     EXPECT_EQ(korvane_stop(handle), KORVANE_ERROR_IO_ERROR);
@@ -69,7 +69,7 @@ TEST_F(IoErrorNotice, OfTwoFailingCallsInARowIsOneAndAfterItRanTheNextFailureSch
     EXPECT_EQ(notices.count, 2U);
 }
 
-TEST_F(IoErrorNotice, IsAnIdleSourceOfTheDefaultPriority)
+TEST_F(IoErrorNotice, IsAnIdleSourceWithDefaultPriority)
 {
     fail_a_call();
     GSource *source = g_main_context_find_source_by_user_data(nullptr, handle);
@@ -88,7 +88,7 @@ TEST_F(IoErrorNotice, RunsOnTheMainContextOfTheThreadThatInitialised)
     ASSERT_EQ(korvane_set_rpc_io_error_cb(handle, Notices::note, &notices), KORVANE_ERROR_NONE);
     for (bool cancelled : {false, true}) {
         fail_a_call();
-        EXPECT_EQ(run_main_loop(), 0U) << "nothing on the default context";
+        EXPECT_EQ(run_main_loop(), 0U) << "the notice must not run on the default context";
         if (cancelled) {
             EXPECT_EQ(korvane_deinitialize(handle), KORVANE_ERROR_NONE);
         }
@@ -99,7 +99,7 @@ TEST_F(IoErrorNotice, RunsOnTheMainContextOfTheThreadThatInitialised)
     g_main_context_unref(context);
 }
 
-TEST_F(IoErrorNotice, IsScheduledByEveryFunctionThatAsksTheAgent)
+TEST_F(IoErrorNotice, IsScheduledByEveryFunctionThatSendsARequest)
 {
     EXPECT_EQ(korvane_start_async(
                   handle, [](korvane_h, int, void *) {}, nullptr),
@@ -119,7 +119,7 @@ TEST_F(IoErrorNotice, IsNotScheduledForOtherFailures)
     EXPECT_EQ(notices.count, 0U);
 }
 
-TEST_F(IoErrorNotice, IsNotScheduledForAFailedSendThatWasAnsweredWithSuccess)
+TEST_F(IoErrorNotice, IsNotScheduledForAFailedSendWithASuccessfulReply)
 {
     platform.main_port().send_results = {-5};
     arrives(reply(0));
@@ -135,7 +135,7 @@ TEST_F(IoErrorNotice, IsNotScheduledWithoutACallback)
     EXPECT_EQ(run_main_loop(), 0U);
 }
 
-TEST_F(IoErrorNotice, AfterUnsetReachesNobody)
+TEST_F(IoErrorNotice, IsNotDeliveredAfterUnset)
 {
     fail_a_call();
     ASSERT_EQ(korvane_unset_rpc_io_error_cb(handle), KORVANE_ERROR_NONE);
@@ -145,7 +145,7 @@ TEST_F(IoErrorNotice, AfterUnsetReachesNobody)
     EXPECT_EQ(platform.log.lines(), (LogLines{notice_entered}));
 }
 
-TEST_F(IoErrorNotice, GoesToTheCallbackThatIsSetWhenItRuns)
+TEST_F(IoErrorNotice, CallsTheCallbackThatIsSetWhenItRuns)
 {
     Notices others;
     fail_a_call();
@@ -155,7 +155,7 @@ TEST_F(IoErrorNotice, GoesToTheCallbackThatIsSetWhenItRuns)
     EXPECT_EQ(others.count, 1U);
 }
 
-TEST_F(IoErrorNotice, IsCancelledByDeinitializeAndNeverReachesADestroyedHandle)
+TEST_F(IoErrorNotice, IsCancelledByDeinitialize)
 {
     fail_a_call();
     ASSERT_EQ(korvane_deinitialize(handle), KORVANE_ERROR_NONE);
@@ -163,7 +163,7 @@ TEST_F(IoErrorNotice, IsCancelledByDeinitializeAndNeverReachesADestroyedHandle)
     EXPECT_EQ(notices.count, 0U);
 }
 
-TEST_F(IoErrorNotice, OfAnEarlierHandleDoesNotKeepTheNextOneFromItsOwn)
+TEST_F(IoErrorNotice, OfAnEarlierHandleDoesNotSuppressThatOfTheNext)
 {
     fail_a_call();
     ASSERT_EQ(korvane_deinitialize(handle), KORVANE_ERROR_NONE);
@@ -175,7 +175,7 @@ TEST_F(IoErrorNotice, OfAnEarlierHandleDoesNotKeepTheNextOneFromItsOwn)
     EXPECT_EQ(notices.handle, handle);
 }
 
-TEST_F(IoErrorNotice, IsCancelledByAnyInitialize)
+TEST_F(IoErrorNotice, IsCancelledByEveryInitialize)
 {
     fail_a_call();
     korvane_h other = nullptr;
@@ -190,7 +190,7 @@ TEST_F(IoErrorNotice, IsCancelledByAnyInitialize)
 
 using IoErrorCallback = LibraryTest;
 
-TEST_F(IoErrorCallback, WithANullCallbackIsAnInvalidParameterAndKeepsTheOneThatIsSet)
+TEST_F(IoErrorCallback, RefusesNullAndKeepsThePresentOne)
 {
     Notices notices;
     connect();
@@ -201,7 +201,7 @@ TEST_F(IoErrorCallback, WithANullCallbackIsAnInvalidParameterAndKeepsTheOneThatI
     EXPECT_EQ(notices.count, 1U);
 }
 
-TEST_F(IoErrorCallback, UnsetTwiceSucceedsBothTimes)
+TEST_F(IoErrorCallback, CanBeUnsetTwice)
 {
     connect();
     EXPECT_EQ(korvane_unset_rpc_io_error_cb(handle), KORVANE_ERROR_NONE);
@@ -210,7 +210,7 @@ TEST_F(IoErrorCallback, UnsetTwiceSucceedsBothTimes)
                                               api_info("korvane_unset_rpc_io_error_cb", ">>> called")}));
 }
 
-TEST_F(IoErrorCallback, IsSetAndUnsetWithoutAskingTheAgent)
+TEST_F(IoErrorCallback, IsSetAndUnsetWithoutARequest)
 {
     Notices notices;
     initialize();

@@ -10,7 +10,7 @@ void ignore_status(int, korvane_h, int, void *) {}
 void ignore_io_error(korvane_h, void *) {}
 void ignore_start_result(korvane_h, int, void *) {}
 
-/// What an application does inside a callback, and what comes of it while connected and while not.
+/// A call that an application makes inside a callback, and its result with and without a connection.
 struct Action {
     std::string name;
     int (*run)(korvane_h handle);
@@ -50,7 +50,7 @@ std::ostream &operator<<(std::ostream &out, const Action &action)
     return out << action.name;
 }
 
-/// The application: it acts inside one chosen callback, once.
+/// An application that makes its call once, inside a chosen callback.
 class InsideACallback : public LibraryTest, public ::testing::WithParamInterface<Action> {
 protected:
     void SetUp() override
@@ -156,7 +156,7 @@ TEST_P(InsideACallback, OnStartResult)
     EXPECT_EQ(acted, 1);
 }
 
-TEST_P(InsideACallback, OnStartResultWithOtherAnswersStillOutstanding)
+TEST_P(InsideACallback, OnStartResultWithOtherRequestsOutstanding)
 {
     armed = false;
     begin_connected();
@@ -176,7 +176,7 @@ protected:
     {
         auto &self = *static_cast<DuringItsOwnCallback *>(test);
         if (++self.calls == 1)
-            self.platform.proxy().push_event(self.answer); // the agent sends it twice
+            self.platform.proxy().push_event(self.answer); // the agent sends the event twice
     }
 
     static void fail_once_more(korvane_h seen, void *test)
@@ -191,7 +191,7 @@ protected:
     Bytes answer;
 };
 
-TEST_F(DuringItsOwnCallback, AOnceDelegateIsNotCalledAgainByASecondEvent)
+TEST_F(DuringItsOwnCallback, AOneShotDelegateIsNotCalledByASecondEvent)
 {
     connect();
     arrives(reply(0));
@@ -201,7 +201,7 @@ TEST_F(DuringItsOwnCallback, AOnceDelegateIsNotCalledAgainByASecondEvent)
     EXPECT_EQ(calls, 1);
 }
 
-/// A failing call inside the notice's own callback: the notice is over by then, so that a new one is scheduled.
+/// The notice has ended when its callback runs. Therefore a call that fails inside the callback schedules another one.
 TEST_F(DuringItsOwnCallback, AnIoErrorSchedulesTheNextNotice)
 {
     connect();

@@ -4,7 +4,7 @@
 namespace kv::test {
 namespace {
 
-/// What becomes of a request, for every function that asks the agent.
+/// The result of a request by reply and failure, for every function that sends one.
 class Request : public FunctionTest {
 protected:
     void SetUp() override
@@ -21,7 +21,7 @@ protected:
                        std::to_string(last_result) + "]");
     }
 
-    /// Lines of the call without those about the delegate that one of the functions sends.
+    /// The lines of the call except those about the delegate that one of the functions sends.
     LogLines lines()
     {
         LogLines kept;
@@ -35,7 +35,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Of, Request,
                          ::testing::ValuesIn(functions_where([](const Function &f) { return f.asks_agent; })), name_of);
 
-TEST_P(Request, AnsweredWith0Succeeds)
+TEST_P(Request, SucceedsWithReply0)
 {
     arrives(reply(0));
     EXPECT_EQ(call(handle), KORVANE_ERROR_NONE);
@@ -45,7 +45,7 @@ TEST_P(Request, AnsweredWith0Succeeds)
     EXPECT_TRUE(platform.main_port().incoming.empty());
 }
 
-TEST_P(Request, ClearsTheLastResultBeforeItIsSent)
+TEST_P(Request, ClearsTheLastResultBeforeTheSend)
 {
     arrives(reply(0));
     call(handle);
@@ -53,14 +53,14 @@ TEST_P(Request, ClearsTheLastResultBeforeItIsSent)
     EXPECT_EQ(platform.calls.front(), "set_last_result");
 }
 
-TEST_P(Request, AnsweredWithMinus13IsPermissionDenied)
+TEST_P(Request, IsPermissionDeniedWithReplyMinus13)
 {
     arrives(reply(-13));
     EXPECT_EQ(call(handle), -13);
     EXPECT_EQ(lines(), (LogLines{entry(), failure(-13, 0)}));
 }
 
-TEST_P(Request, AnsweredWithAnyOtherNonZeroIsOperationFailed)
+TEST_P(Request, IsOperationFailedWithAnyOtherReply)
 {
     for (int answer : {1, -1, -5, -12, -22, 2147483647, -2147483647 - 1}) {
         platform.log.clear();
@@ -70,14 +70,14 @@ TEST_P(Request, AnsweredWithAnyOtherNonZeroIsOperationFailed)
     }
 }
 
-TEST_P(Request, WithoutAnAnswerIsAnIoError)
+TEST_P(Request, IsAnIoErrorWithoutAReply)
 {
     EXPECT_EQ(call(handle), KORVANE_ERROR_IO_ERROR);
     EXPECT_EQ(lines(), (LogLines{entry(), proxy_error(invoke_name(), "Invalid protocol"), failure(-1, -5)}));
     EXPECT_EQ(sent().size(), 1U);
 }
 
-TEST_P(Request, WhoseSendFailsStillTakesAnAnswerOf0AsSuccess)
+TEST_P(Request, SucceedsAfterAFailedSendWithReply0)
 {
     platform.main_port().send_results = {-32};
     arrives(reply(0));
@@ -85,7 +85,7 @@ TEST_P(Request, WhoseSendFailsStillTakesAnAnswerOf0AsSuccess)
     EXPECT_EQ(lines(), (LogLines{entry(), proxy_error(invoke_name(), "Failed to send parcel. result(-32)")}));
 }
 
-TEST_P(Request, WhoseSendFailsIsAnIoErrorWhateverTheAnswerSays)
+TEST_P(Request, IsAnIoErrorAfterAFailedSendWithAnyOtherReply)
 {
     platform.main_port().send_results = {-32};
     arrives(reply(-13));
@@ -94,7 +94,7 @@ TEST_P(Request, WhoseSendFailsIsAnIoErrorWhateverTheAnswerSays)
               (LogLines{entry(), proxy_error(invoke_name(), "Failed to send parcel. result(-32)"), failure(-13, -5)}));
 }
 
-TEST_P(Request, WhoseSendFailsWithoutAnAnswerIsAnIoError)
+TEST_P(Request, IsAnIoErrorAfterAFailedSendWithoutAReply)
 {
     platform.main_port().send_results = {-32};
     EXPECT_EQ(call(handle), KORVANE_ERROR_IO_ERROR);
@@ -102,14 +102,14 @@ TEST_P(Request, WhoseSendFailsWithoutAnAnswerIsAnIoError)
                                  proxy_error(invoke_name(), "Invalid protocol"), failure(-1, -5)}));
 }
 
-TEST_P(Request, TakesNoNoticeOfAnIoErrorOfEarlierTimes)
+TEST_P(Request, IgnoresAnEarlierIoError)
 {
     EXPECT_EQ(call(handle), KORVANE_ERROR_IO_ERROR);
     arrives(reply(-2));
     EXPECT_EQ(call(handle), KORVANE_ERROR_OPERATION_FAILED);
 }
 
-TEST_P(Request, DiscardsParcelsOfOtherKindsBeforeTheAnswer)
+TEST_P(Request, DiscardsParcelsOfOtherKindsBeforeTheReply)
 {
     arrives(event(27, 1, true, i32(0)));
     arrives(bytes(i32(2), i32(99)));
@@ -120,7 +120,7 @@ TEST_P(Request, DiscardsParcelsOfOtherKindsBeforeTheAnswer)
     EXPECT_EQ(lines(), (LogLines{entry()}));
 }
 
-TEST_P(Request, CutShortInItsAnswerFailsLikeAnAnswerOfMinus1)
+TEST_P(Request, FailsWithATruncatedReplyAsWithReplyMinus1)
 {
     for (std::size_t size = 4; size < 8; ++size) {
         platform.log.clear();
@@ -130,7 +130,7 @@ TEST_P(Request, CutShortInItsAnswerFailsLikeAnAnswerOfMinus1)
     }
 }
 
-TEST_P(Request, OnAnUnreadableKindWaitsForTheNextParcel)
+TEST_P(Request, WaitsForTheNextParcelIfAKindIsUnreadable)
 {
     for (std::size_t size = 0; size < 4; ++size) {
         arrives(first(reply(0), size));
@@ -138,7 +138,7 @@ TEST_P(Request, OnAnUnreadableKindWaitsForTheNextParcel)
     }
 }
 
-TEST_P(Request, BeforeTheConnectionIsUpFailsAndSendsNothing)
+TEST_P(Request, FailsUnsentBeforeTheConnectionIsEstablished)
 {
     ASSERT_EQ(korvane_deinitialize(handle), 0);
     initialize();
@@ -148,7 +148,7 @@ TEST_P(Request, BeforeTheConnectionIsUpFailsAndSendsNothing)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_P(Request, AfterDisconnectionOrRejectionFailsUntilANewProxyIsConnected)
+TEST_P(Request, FailsAfterDisconnectionOrRejectionUntilANewProxyIsConnected)
 {
     platform.proxy().fire_disconnected();
     EXPECT_EQ(call(handle), KORVANE_ERROR_OPERATION_FAILED);
@@ -174,7 +174,7 @@ TEST_F(StartAndStop, StartSendsItsConstants)
     EXPECT_EQ(sent(), (std::vector<Bytes>{bytes(i32(3), str(""), i32(0), i32(0))}));
 }
 
-TEST_F(StartAndStop, StopSendsNothingButItsId)
+TEST_F(StartAndStop, StopSendsOnlyItsId)
 {
     connect();
     arrives(reply(0));
@@ -182,7 +182,7 @@ TEST_F(StartAndStop, StopSendsNothingButItsId)
     EXPECT_EQ(sent(), (std::vector<Bytes>{i32(4)}));
 }
 
-/// What start_async's callback was seen.
+/// The calls of the callback of start_async.
 struct StartNotices {
     std::vector<int> results;
     korvane_h handle = nullptr;
@@ -227,7 +227,7 @@ TEST_F(StartAsync, SendsItsConstantsAndAOnceDelegate)
     EXPECT_TRUE(notices.results.empty());
 }
 
-TEST_F(StartAsync, TellsTheAgentsResultOnce)
+TEST_F(StartAsync, ReportsTheAgentsResultOnce)
 {
     start();
     platform.log.clear();
@@ -243,7 +243,7 @@ TEST_F(StartAsync, TellsTheAgentsResultOnce)
     EXPECT_EQ(notices.results.size(), 1U);
 }
 
-TEST_F(StartAsync, NumbersEveryRequestAnew)
+TEST_F(StartAsync, GivesEveryRequestANewNumber)
 {
     start();
     const int earlier = seq_id;
@@ -254,7 +254,7 @@ TEST_F(StartAsync, NumbersEveryRequestAnew)
     EXPECT_EQ(notices.results, (std::vector<int>{1, 2}));
 }
 
-TEST_F(StartAsync, RefusedByTheAgentIsForgottenAtOnce)
+TEST_F(StartAsync, ReleasesARequestThatTheAgentRefuses)
 {
     const std::size_t blocks = allocs::live_blocks();
     for (int answer : {-13, 7}) {
@@ -265,7 +265,7 @@ TEST_F(StartAsync, RefusedByTheAgentIsForgottenAtOnce)
     EXPECT_TRUE(notices.results.empty());
 }
 
-TEST_F(StartAsync, RefusedBeforeItWasSentIsForgottenAtOnce)
+TEST_F(StartAsync, ReleasesARequestThatIsRefusedUnsent)
 {
     platform.proxy().fire_disconnected();
     const std::size_t blocks = allocs::live_blocks();
@@ -274,14 +274,14 @@ TEST_F(StartAsync, RefusedBeforeItWasSentIsForgottenAtOnce)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(StartAsync, DuringAnIoErrorIsForgottenAtOnce)
+TEST_F(StartAsync, ReleasesARequestAfterAnIoError)
 {
     const std::size_t blocks = allocs::live_blocks();
     EXPECT_EQ(korvane_start_async(handle, StartNotices::note, &notices), KORVANE_ERROR_IO_ERROR);
     EXPECT_EQ(allocs::live_blocks(), blocks);
 }
 
-TEST_F(StartAsync, AnEventCutShortIsDroppedAndTheAnswerStillAwaited)
+TEST_F(StartAsync, DropsATruncatedEventAndStillAcceptsTheReply)
 {
     start();
     for (std::size_t size = 13; size < 17; ++size)

@@ -33,7 +33,7 @@ protected:
         ASSERT_EQ(agent.version, 2003);
     }
 
-    /// The lines of one announcement.
+    /// The log lines of one update event.
     LogLines lines_of(const bundle_s &data)
     {
         platform.log.clear();
@@ -42,14 +42,14 @@ protected:
     }
 };
 
-TEST_F(UpdateMonitor, IsRegisteredForTheServiceManagersEvent)
+TEST_F(UpdateMonitor, RegistersForTheServiceManagersEvent)
 {
     ASSERT_EQ(platform.event_handlers().size(), 1U);
     EXPECT_EQ(platform.event_handlers()[0]->event_name, update_event);
     EXPECT_EQ(platform.event_handlers()[0]->user_data, nullptr);
 }
 
-TEST_F(UpdateMonitor, AnotherEventsNameIsIgnored)
+TEST_F(UpdateMonitor, IgnoresAnEventOfAnotherName)
 {
     for (const char *name : {"org.korvane.Other", "", static_cast<const char *>(nullptr)}) {
         platform.log.clear();
@@ -66,13 +66,13 @@ TEST_F(UpdateMonitor, StartSetsState1)
     EXPECT_EQ(agent.update, 1);
 }
 
-TEST_F(UpdateMonitor, AnEmptyArrayUnderStartIsAStart)
+TEST_F(UpdateMonitor, TreatsAnEmptyArrayUnderStartAsAStart)
 {
     EXPECT_EQ(lines_of(bundle_s{}.array("Start", {})), (LogLines{entered, start_line}));
     EXPECT_EQ(agent.update, 1);
 }
 
-TEST_F(UpdateMonitor, InstallSetsState2FromNoneAndFromStarted)
+TEST_F(UpdateMonitor, InstallSetsState2WithAndWithoutAStart)
 {
     EXPECT_EQ(lines_of(bundle_s{}.text("Install", "")), (LogLines{entered, install_line}));
     EXPECT_EQ(agent.update, 2);
@@ -82,7 +82,7 @@ TEST_F(UpdateMonitor, InstallSetsState2FromNoneAndFromStarted)
     EXPECT_EQ(agent.update, 2);
 }
 
-TEST_F(UpdateMonitor, AValueOfAnotherTypeUnderAKeyIsNoAnnouncement)
+TEST_F(UpdateMonitor, IgnoresAValueOfAnotherType)
 {
     EXPECT_EQ(lines_of(bundle_s{}.text("Start", "x")), (LogLines{entered}));
     EXPECT_EQ(lines_of(bundle_s{}.array("Install", {"x"})), (LogLines{entered}));
@@ -91,7 +91,7 @@ TEST_F(UpdateMonitor, AValueOfAnotherTypeUnderAKeyIsNoAnnouncement)
     EXPECT_EQ(agent.update, 0);
 }
 
-TEST_F(UpdateMonitor, AnAnnouncementWithoutAKnownKeyChangesNothing)
+TEST_F(UpdateMonitor, IgnoresAnEventWithoutAKnownKey)
 {
     install_starts();
     EXPECT_EQ(lines_of({}), (LogLines{entered}));
@@ -100,7 +100,7 @@ TEST_F(UpdateMonitor, AnAnnouncementWithoutAKnownKeyChangesNothing)
     EXPECT_EQ(agent.version, 2003);
 }
 
-TEST_F(UpdateMonitor, StartStandsBeforeEverythingElse)
+TEST_F(UpdateMonitor, StartTakesPrecedenceOverEveryOtherKey)
 {
     EXPECT_EQ(
         lines_of(bundle_s{}.array("Start", {"a"}).text("Install", "i").text("Complete", "c").data("Fail", i32(1))),
@@ -108,14 +108,14 @@ TEST_F(UpdateMonitor, StartStandsBeforeEverythingElse)
     EXPECT_EQ(agent.update, 1);
 }
 
-TEST_F(UpdateMonitor, AnEventWithBothInstallAndCompleteIsTakenAsInstall)
+TEST_F(UpdateMonitor, InstallTakesPrecedenceOverComplete)
 {
     EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "c").text("Install", "i")), (LogLines{entered, install_line}));
     EXPECT_EQ(agent.update, 2);
     EXPECT_EQ(agent.version, 2003);
 }
 
-TEST_F(UpdateMonitor, CompleteAfterInstallClearsTheCachedVersionSoThatTheNextCallReadsIt)
+TEST_F(UpdateMonitor, CompleteAfterInstallClearsTheCachedVersion)
 {
     install_starts();
     EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "c")), (LogLines{entered, complete_line}));
@@ -128,7 +128,7 @@ TEST_F(UpdateMonitor, CompleteAfterInstallClearsTheCachedVersionSoThatTheNextCal
     EXPECT_EQ(agent.version, 1006);
 }
 
-TEST_F(UpdateMonitor, CompleteAfterStartAloneKeepsTheCachedVersion)
+TEST_F(UpdateMonitor, CompleteAfterStartKeepsTheCachedVersion)
 {
     update_starts();
     EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "c")), (LogLines{entered, complete_line}));
@@ -136,14 +136,14 @@ TEST_F(UpdateMonitor, CompleteAfterStartAloneKeepsTheCachedVersion)
     EXPECT_EQ(agent.version, 2003);
 }
 
-TEST_F(UpdateMonitor, CompleteOutOfNowhereKeepsTheCachedVersion)
+TEST_F(UpdateMonitor, CompleteAloneKeepsTheCachedVersion)
 {
     EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "c")), (LogLines{entered, complete_line}));
     EXPECT_EQ(agent.update, 0);
     EXPECT_EQ(agent.version, 2003);
 }
 
-TEST_F(UpdateMonitor, CompleteWithFailIsLoggedAsBothAndEndsTheUpdate)
+TEST_F(UpdateMonitor, CompleteWithFailLogsBothAndEndsTheUpdate)
 {
     install_starts();
     EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "c").data("Fail", i32(-7))),
@@ -167,12 +167,12 @@ TEST_F(UpdateMonitor, FailAfterStartEndsTheUpdate)
     EXPECT_EQ(agent.update, 0);
 }
 
-TEST_F(UpdateMonitor, FailDataLongerThanFourBytesGivesTheFirstFour)
+TEST_F(UpdateMonitor, FailReadsTheFirstFourBytesOfLongerData)
 {
     EXPECT_EQ(lines_of(bundle_s{}.data("Fail", bytes(i32(12), i32(99)))), (LogLines{entered, fail_line(12)}));
 }
 
-TEST_F(UpdateMonitor, FailDataShorterThanFourBytesIsAFailureWithNumber0)
+TEST_F(UpdateMonitor, FailReadsDataOfLessThanFourBytesAs0)
 {
     for (const Bytes &data : {Bytes{}, Bytes{1}, Bytes{1, 2}, Bytes{1, 2, 3}}) {
         install_starts();
@@ -184,7 +184,7 @@ TEST_F(UpdateMonitor, FailDataShorterThanFourBytesIsAFailureWithNumber0)
               (LogLines{entered, complete_line, fail_line(0)}));
 }
 
-TEST_F(UpdateMonitor, CallsAreRefusedBetweenInstallAndItsEndOnly)
+TEST_F(UpdateMonitor, RefusesCallsOnlyBetweenInstallAndItsEnd)
 {
     agent_answers();
     EXPECT_EQ(korvane_start(handle), 0);
@@ -199,7 +199,7 @@ TEST_F(UpdateMonitor, CallsAreRefusedBetweenInstallAndItsEndOnly)
     EXPECT_EQ(korvane_start(handle), 0);
 }
 
-TEST_F(UpdateMonitor, DeinitializeEndsTheUpdateAndForgetsTheVersion)
+TEST_F(UpdateMonitor, DeinitializeEndsTheUpdateAndClearsTheVersion)
 {
     install_starts();
     ASSERT_EQ(korvane_deinitialize(handle), 0);
@@ -209,7 +209,7 @@ TEST_F(UpdateMonitor, DeinitializeEndsTheUpdateAndForgetsTheVersion)
     EXPECT_TRUE(platform.event_handlers().empty());
 }
 
-TEST_F(UpdateMonitor, AFailureOfAnyBundleFunctionReadsAsAKeyThatIsNotThere)
+TEST_F(UpdateMonitor, TreatsAFailureOfABundleFunctionAsAMissingKey)
 {
     const bundle_s all =
         bundle_s{}.array("Start", {"a"}).text("Install", "i").text("Complete", "c").data("Fail", i32(3));

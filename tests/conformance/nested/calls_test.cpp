@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A callback that runs inside a call makes a call itself: which reply belongs to which request.
+// A callback that runs inside a call makes a call itself. Each of the two calls receives its own reply.
 #include "nested_fixture.hpp"
 
 #include <cstdlib>
@@ -11,7 +11,7 @@ class NestedCall : public NestedTest {
 protected:
     int thing_status(int &status) { return korvane_get_thing_status(handle, &status); }
 
-    int outer = 0; // out values; the agent's number of the request
+    int outer = 0; // out values: the agent's number of the request
     int nested = 0;
     int nested_result = 1;
 };
@@ -27,7 +27,7 @@ TEST_F(NestedCall, InsideTheWaitGetsItsOwnReplyAndKeepsTheOuterOne)
     EXPECT_EQ(trigger.seen.size(), 1U);
 }
 
-TEST_F(NestedCall, InsideTheSendIsAnsweredFirst)
+TEST_F(NestedCall, InsideTheSendGetsTheFirstReply)
 {
     begin();
     inside(Moment::send, [&](korvane_h) { nested_result = thing_status(nested); });
@@ -37,7 +37,7 @@ TEST_F(NestedCall, InsideTheSendIsAnsweredFirst)
     EXPECT_EQ(outer, 2);
 }
 
-TEST_F(NestedCall, HasTheReplyOfAnotherMethodThanTheOuterOne)
+TEST_F(NestedCall, OfAnotherMethodGetsItsOwnReply)
 {
     for (const Moment moment : inside_a_call) {
         begin();
@@ -55,7 +55,7 @@ TEST_F(NestedCall, HasTheReplyOfAnotherMethodThanTheOuterOne)
     }
 }
 
-TEST_F(NestedCall, HasItsOwnResult)
+TEST_F(NestedCall, GetsItsOwnResult)
 {
     for (const Moment moment : inside_a_call) {
         begin();
@@ -70,7 +70,7 @@ TEST_F(NestedCall, HasItsOwnResult)
     }
 }
 
-TEST_F(NestedCall, ThreeDeepInWaitsAllHaveTheirOwnReplies)
+TEST_F(NestedCall, ThreeLevelsDeepInWaitsGetsItsOwnReply)
 {
     begin();
     int innermost = 0;
@@ -86,7 +86,7 @@ TEST_F(NestedCall, ThreeDeepInWaitsAllHaveTheirOwnReplies)
     EXPECT_EQ(outer, 4);
 }
 
-TEST_F(NestedCall, InsideTheSendOfACallInsideAWait)
+TEST_F(NestedCall, InsideTheSendOfACallInsideAWaitGetsItsOwnReply)
 {
     begin();
     int innermost = 0;
@@ -100,7 +100,7 @@ TEST_F(NestedCall, InsideTheSendOfACallInsideAWait)
     EXPECT_EQ(nested, 3);
 }
 
-TEST_F(NestedCall, TwoOneAfterTheOtherInsideOneWait)
+TEST_F(NestedCall, TwiceInOneWaitGetsItsOwnReplies)
 {
     begin();
     int second = 0;
@@ -114,11 +114,11 @@ TEST_F(NestedCall, TwoOneAfterTheOtherInsideOneWait)
     EXPECT_EQ(second, 3);
 }
 
-TEST_F(NestedCall, InsideTwoReadsOfOneWait)
+TEST_F(NestedCall, InsideTwoReadsOfOneWaitGetsItsOwnReplies)
 {
     begin();
     int second = 0;
-    unanswered = {1}; // the outer request's reply arrives behind a parcel that is no reply
+    unanswered = {1}; // the reply to the outer request arrives behind a parcel of another kind
     platform.main_port().push(event(1, 1, false));
     inside(
         Moment::wait, [&](korvane_h) { ++nested; }, 1);
@@ -135,14 +135,15 @@ TEST_F(NestedCall, InsideTwoReadsOfOneWait)
     EXPECT_EQ(second, 2);
 }
 
-/// The platform ends the outer read with the next parcel, whatever it is.
+/// The platform completes the outer read with the next parcel of any kind.
 TEST_F(NestedCall, KeepsTheReplyOfAnOuterCallWhoseReadEndsWithAParcelOfAnotherKind)
 {
     begin();
     inside(Moment::wait, [&](korvane_h) {
         EXPECT_EQ(thing_status(nested), ok);
         platform.main_port().push(event(1, 1, false));
-        platform.main_port().push(event(1, 1, false)); // the outer call has its reply and does not read this one
+        platform.main_port().push(
+            event(1, 1, false)); // the outer call has its reply already and does not read this parcel
     });
     EXPECT_EQ(thing_status(outer), ok);
     EXPECT_EQ(outer, 1);
@@ -150,7 +151,7 @@ TEST_F(NestedCall, KeepsTheReplyOfAnOuterCallWhoseReadEndsWithAParcelOfAnotherKi
     EXPECT_EQ(platform.main_port().incoming.size(), 1U);
 }
 
-TEST_F(NestedCall, KeepsTheReplyOfAnOuterCallWhoseLinkThenBreaks)
+TEST_F(NestedCall, KeepsTheReplyOfAnOuterCallIfTheLinkBreaksAfterwards)
 {
     begin();
     ASSERT_EQ(korvane_set_rpc_io_error_cb(handle, on_io_error, &notices), ok);
@@ -164,18 +165,18 @@ TEST_F(NestedCall, KeepsTheReplyOfAnOuterCallWhoseLinkThenBreaks)
     EXPECT_EQ(thing_status(outer), failed); // not connected
 }
 
-TEST_F(NestedCall, KeepsAReplyThatEndsTooEarly)
+TEST_F(NestedCall, KeepsATruncatedReply)
 {
     begin();
     unanswered = {1};
-    platform.main_port().push(first(reply(0, i32(1)), 6)); // the first request's
+    platform.main_port().push(first(reply(0, i32(1)), 6)); // the reply to the first request
     inside(Moment::wait, [&](korvane_h) { EXPECT_EQ(thing_status(nested), ok); });
     EXPECT_EQ(thing_status(outer), failed);
     EXPECT_EQ(nested, 2);
     EXPECT_EQ(outer, 0);
 }
 
-TEST_F(NestedCall, WhoseOwnSendFailsStillKeepsTheOuterReply)
+TEST_F(NestedCall, KeepsTheOuterReplyIfItsOwnSendFails)
 {
     begin();
     ASSERT_EQ(korvane_set_rpc_io_error_cb(handle, on_io_error, &notices), ok);
@@ -191,7 +192,7 @@ TEST_F(NestedCall, WhoseOwnSendFailsStillKeepsTheOuterReply)
     EXPECT_EQ(notices, 1);
 }
 
-TEST_F(NestedCall, InsideASendThatThenFails)
+TEST_F(NestedCall, InsideASendThatFailsAfterwardsGetsItsOwnReply)
 {
     begin();
     ASSERT_EQ(korvane_set_rpc_io_error_cb(handle, on_io_error, &notices), ok);
@@ -206,7 +207,7 @@ TEST_F(NestedCall, InsideASendThatThenFails)
     EXPECT_EQ(outer, 2);
 }
 
-TEST_F(NestedCall, ThatFailsWithAnIoErrorLeavesTheOuterLastResultAlone)
+TEST_F(NestedCall, KeepsTheOuterLastResultIfItFailsWithAnIoError)
 {
     begin();
     unanswered = {2};
@@ -218,7 +219,7 @@ TEST_F(NestedCall, ThatFailsWithAnIoErrorLeavesTheOuterLastResultAlone)
     EXPECT_TRUE(platform.log.has(api_error("korvane_stop", "korvane_stop() is failed, err=[7] r=[0]")));
 }
 
-TEST_F(NestedCall, InsideADisconnectedEventIsRefusedUnsentAndTheOuterCallIsAnIoError)
+TEST_F(NestedCall, InsideADisconnectedEventIsRefusedUnsentAndFailsTheOuterCall)
 {
     for (const Moment moment : inside_a_call) {
         SCOPED_TRACE(name_of(moment));
@@ -240,8 +241,8 @@ TEST_F(NestedCall, InsideADisconnectedEventIsRefusedUnsentAndTheOuterCallIsAnIoE
     }
 }
 
-/// The handler of the connection asks the agent too; what its two requests are answered is theirs.
-TEST_F(NestedCall, InsideTheRequestsOfTheConnectedHandler)
+/// The connected handler also sends two requests, whose replies belong to it.
+TEST_F(NestedCall, InsideTheRequestsOfTheConnectedHandlerGetsItsOwnReply)
 {
     for (const unsigned request : {1U, 2U})
         for (const Moment moment : inside_a_call) {
@@ -249,7 +250,7 @@ TEST_F(NestedCall, InsideTheRequestsOfTheConnectedHandler)
             begin();
             inside(
                 moment, [&](korvane_h) { EXPECT_EQ(thing_status(nested), ok); }, request);
-            platform.proxy().fire_connected(); // once more, so that there is a registration already
+            platform.proxy().fire_connected(); // a second connection, because the trigger is registered only now
             const int expected = static_cast<int>(request) + (moment == Moment::wait ? 1 : 0);
             EXPECT_EQ(nested, expected);
             EXPECT_EQ(statuses, (std::vector<StatusNotice>{{0, handle, 0}}));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A callback that runs inside a call ends the session, or ends it and begins another one.
+// A callback that runs inside a call ends the session, or ends it and begins a new one.
 #include "nested_fixture.hpp"
 
 #include <optional>
@@ -7,7 +7,7 @@
 namespace kv::test {
 namespace {
 
-/// Where the outer call stores its results.
+/// The out arguments of the outer call.
 struct Outs {
     char *text = nullptr;
     bool flag = false;
@@ -20,7 +20,7 @@ struct Outs {
 
 void ignore(korvane_h, auto...) {}
 
-/// A call that is interrupted.
+/// A call that an event interrupts.
 struct OuterCall {
     std::string name;
     std::string agent_version;
@@ -49,7 +49,7 @@ int sign_up(korvane_h handle)
     return result;
 }
 
-// One row a call.
+// One row per call.
 // clang-format off
 const OuterCall outer_calls[] = {
     {"Start", "2.3", [](korvane_h h, Outs &) { return korvane_start(h); }},
@@ -91,19 +91,19 @@ std::ostream &operator<<(std::ostream &out, const OuterCall &call)
     return out << call.name;
 }
 
-/// How the interrupted platform function ends once its proxy is destroyed: it fails, or it succeeds all the same.
+/// Whether the interrupted platform function fails or succeeds after the destruction of its proxy.
 constexpr bool both_ends[] = {false, true};
 
 class EndInside : public NestedTest {
 protected:
-    /// The callback of an application that ends its session.
+    /// A callback that ends the session.
     void deinitialize(korvane_h called_with)
     {
         EXPECT_EQ(called_with, handle);
         EXPECT_EQ(korvane_deinitialize(called_with), ok);
     }
 
-    /// The new session has an I/O error callback, which the outer call must not have called. Its agent is the newest.
+    /// A callback that begins a new session with an I/O error callback, which the outer call must not call.
     void begin_anew(korvane_h called_with)
     {
         deinitialize(called_with);
@@ -112,7 +112,7 @@ protected:
         ASSERT_EQ(korvane_set_rpc_io_error_cb(handle, on_io_error, &notices), ok);
     }
 
-    /// The callback runs a main loop, too: the new session is connected, with a registration and a one-shot request.
+    /// A callback that also runs a main loop. The new session is connected, with a registration and a one-shot request.
     void begin_anew_and_connect(korvane_h called_with)
     {
         begin_anew(called_with);
@@ -123,7 +123,7 @@ protected:
         answer = event(27, last_seq_id(platform.log), true, i32(0));
     }
 
-    /// The connection comes up unless it has, and everything works.
+    /// Connects the session if it is not connected, and checks that everything works.
     void expect_works_normally(bool is_connected)
     {
         if (!is_connected) {
@@ -153,10 +153,10 @@ protected:
         EXPECT_EQ(notices, 0);
     }
 
-    Bytes answer; // to the new session's one-shot request
+    Bytes answer; // answer to the one-shot request of the new session
 };
 
-/// Every call of the table, interrupted at each point, with both ways in which the platform's function ends.
+/// Interrupts every call of the table at each point, with both results of the platform function.
 class EndInsideACall : public EndInside, public ::testing::WithParamInterface<OuterCall> {
 protected:
     void for_each_interruption(const std::function<void(korvane_h)> &act, const std::function<void()> &check)
@@ -193,7 +193,7 @@ TEST_P(EndInsideACall, FailsIt)
                           });
 }
 
-TEST_P(EndInsideACall, FailsItWhenAnotherSessionFollows)
+TEST_P(EndInsideACall, FailsItIfANewSessionFollows)
 {
     for_each_interruption([this](korvane_h called_with) { begin_anew(called_with); },
                           [this] {
@@ -203,18 +203,18 @@ TEST_P(EndInsideACall, FailsItWhenAnotherSessionFollows)
                           });
 }
 
-TEST_P(EndInsideACall, FailsItWhenAnotherSessionIsConnectedAlready)
+TEST_P(EndInsideACall, FailsItIfANewSessionIsAlreadyConnected)
 {
     for_each_interruption([this](korvane_h called_with) { begin_anew_and_connect(called_with); },
                           [this] {
-                              EXPECT_EQ(methods(), (std::vector{39, 2, 6, 101})); // nothing of the outer call
+                              EXPECT_EQ(methods(), (std::vector{39, 2, 6, 101})); // no request of the outer call
                               expect_no_notice();
                               expect_works_normally(true);
                           });
 }
 
-/// The new handle and all that belongs to it have the addresses of the old ones, wherever these are free.
-TEST_P(EndInsideACall, FailsItWhenAnotherSessionHasTheSameAddresses)
+/// Freed blocks are reused at once, so that the new handle and its objects have the addresses of the old ones.
+TEST_P(EndInsideACall, FailsItIfANewSessionHasTheSameAddresses)
 {
     for (int round = 0; round < 3; ++round) {
         {
@@ -224,7 +224,7 @@ TEST_P(EndInsideACall, FailsItWhenAnotherSessionHasTheSameAddresses)
                                       EXPECT_EQ(methods(), (std::vector{39, 2, 6, 101}));
                                       expect_no_notice();
                                       expect_works_normally(true);
-                                      // Nothing that the outer call could have left in the new session.
+                                      // The outer call stores nothing in the new session.
                                       EXPECT_EQ(korvane_unset_user_confirm_cb(handle), ok);
                                       EXPECT_TRUE(platform.log.has(
                                           api_warning("korvane_unset_user_confirm_cb", "rpc cb_h doesn't exist")));
@@ -236,7 +236,7 @@ TEST_P(EndInsideACall, FailsItWhenAnotherSessionHasTheSameAddresses)
 
 class EndInsideTheConnectedHandler : public EndInside {
 protected:
-    /// Connects with `disconnected` raised inside one of the handler's two requests; what its callback does.
+    /// Connects, and raises `disconnected` inside one of the handler's two requests. `act` runs in its callback.
     void connect_and_act(Moment moment, unsigned request, const std::function<void(korvane_h)> &next_act)
     {
         act = next_act;
@@ -270,7 +270,7 @@ TEST_F(EndInsideTheConnectedHandler, ReportsNothingMore)
             }
 }
 
-TEST_F(EndInsideTheConnectedHandler, LeavesANewSessionAlone)
+TEST_F(EndInsideTheConnectedHandler, DoesNotAffectANewSession)
 {
     for (const Moment moment : inside_a_call)
         for (const unsigned request : {1U, 2U})
@@ -287,7 +287,7 @@ TEST_F(EndInsideTheConnectedHandler, LeavesANewSessionAlone)
             }
 }
 
-TEST_F(EndInsideTheConnectedHandler, LeavesANewSessionOfTheSameAddressAlone)
+TEST_F(EndInsideTheConnectedHandler, DoesNotAffectANewSessionOfTheSameAddress)
 {
     const allocs::ReuseBlocks reuse;
     for (int round = 0; round < 5; ++round)
@@ -303,16 +303,16 @@ TEST_F(EndInsideTheConnectedHandler, LeavesANewSessionOfTheSameAddressAlone)
             }
 }
 
-/// What the platform raises while the library destroys its proxy is ignored.
+/// The library ignores events that the platform raises while it destroys its proxy.
 class EventsInsideDestroy : public NestedTest {
 protected:
-    /// A session with the trigger and an outstanding one-shot request; all its events are raised inside destroy.
+    /// A session with the trigger and an outstanding one-shot request. The platform raises all events inside destroy.
     void begin_doomed()
     {
         begin();
         ASSERT_EQ(korvane_start_async(handle, Note<'A', int>::call, &recorder), ok);
         const Bytes answer = event(27, last_seq_id(platform.log), true, i32(0));
-        forget_the_past();
+        clear_records();
         recorder.seen.clear();
         for (const Proxy::Raise &raise : {received(trigger_event), received(answer), disconnected()})
             platform.proxy().raise_inside(Moment::destroy, raise);
@@ -325,14 +325,14 @@ protected:
     }
 };
 
-TEST_F(EventsInsideDestroy, AreIgnoredWhenTheApplicationDeinitializes)
+TEST_F(EventsInsideDestroy, AreIgnoredIfTheApplicationDeinitializes)
 {
     begin_doomed();
     EXPECT_EQ(korvane_deinitialize(handle), ok);
     expect_ignored(0);
 }
 
-TEST_F(EventsInsideDestroy, AreIgnoredWhenACallbackInsideACallDeinitializes)
+TEST_F(EventsInsideDestroy, AreIgnoredIfACallbackInsideACallDeinitializes)
 {
     for (const Moment moment : inside_a_call) {
         begin_doomed();
@@ -342,7 +342,7 @@ TEST_F(EventsInsideDestroy, AreIgnoredWhenACallbackInsideACallDeinitializes)
     }
 }
 
-TEST_F(EventsInsideDestroy, AreIgnoredWhenACallbackFromTheMainLoopDeinitializes)
+TEST_F(EventsInsideDestroy, AreIgnoredIfACallbackFromTheMainLoopDeinitializes)
 {
     begin_doomed();
     trigger.then = [](korvane_h called_with) { EXPECT_EQ(korvane_deinitialize(called_with), ok); };
@@ -350,7 +350,7 @@ TEST_F(EventsInsideDestroy, AreIgnoredWhenACallbackFromTheMainLoopDeinitializes)
     expect_ignored(1);
 }
 
-TEST_F(EventsInsideDestroy, AreIgnoredWhenTheDisconnectedCallbackDeinitializes)
+TEST_F(EventsInsideDestroy, AreIgnoredIfTheDisconnectedCallbackDeinitializes)
 {
     begin_doomed();
     korvane_h doomed = handle;
@@ -368,7 +368,7 @@ TEST_F(EventsInsideDestroy, AreIgnoredWhenTheDisconnectedCallbackDeinitializes)
     EXPECT_EQ(disconnections, 1);
 }
 
-/// `disconnected` is raised while a failed korvane_initialize() is undone.
+/// The platform raises `disconnected` while the library undoes a failed korvane_initialize().
 class UndoneInitialize : public LibraryTest {
 protected:
     static void on_status(int, korvane_h called_with, int, void *test)
@@ -379,7 +379,7 @@ protected:
             act(called_with);
     }
 
-    /// The result of an initialisation in which this platform function fails.
+    /// Initialises with this platform function failing, and returns the result.
     int initialize_without(const std::string &function, int code)
     {
         reports = 0;
@@ -398,7 +398,7 @@ protected:
     int reports = 0;
 };
 
-/// Steps that can fail once there is a proxy, and the result.
+/// Steps that can fail after the creation of the proxy, with the result.
 const std::vector<std::tuple<std::string, int, int>> failing_steps = {
     {"rpc_port_proxy_connect", -5, KORVANE_ERROR_SERVICE_UNAVAILABLE},
     {"rpc_port_proxy_connect", -13, KORVANE_ERROR_PERMISSION_DENIED},
@@ -420,7 +420,7 @@ TEST_F(UndoneInitialize, ReportsAtMostOnce)
     }
 }
 
-TEST_F(UndoneInitialize, MayBeDeinitializedInThatReport)
+TEST_F(UndoneInitialize, CanBeDeinitializedInsideThatReport)
 {
     for (const auto &[function, code, result] : failing_steps) {
         SCOPED_TRACE(function + " failed with " + std::to_string(code));
@@ -433,7 +433,7 @@ TEST_F(UndoneInitialize, MayBeDeinitializedInThatReport)
     }
 }
 
-TEST_F(UndoneInitialize, MayBeginAnewInThatReport)
+TEST_F(UndoneInitialize, CanBeInitializedInsideThatReport)
 {
     for (const auto &[function, code, result] : failing_steps) {
         SCOPED_TRACE(function + " failed with " + std::to_string(code));

@@ -23,10 +23,10 @@ inline std::string name_of(Moment moment)
 /// The points at which a call can be interrupted.
 inline constexpr Moment inside_a_call[] = {Moment::send, Moment::wait};
 
-/// The library with one registration, the trigger: its event lets the application act inside another call.
+/// The library with one registered callback, the trigger, whose event lets the application act inside another call.
 class NestedTest : public SetupTest {
 protected:
-    /// Connected and with the trigger registered; the past is forgotten.
+    /// Connects, registers the trigger and clears all records.
     void begin(const std::string &version = "2.3")
     {
         statuses.clear();
@@ -35,7 +35,7 @@ protected:
         unanswered.clear();
         connect_to(version);
         register_trigger();
-        forget_the_past();
+        clear_records();
         number_requests();
     }
 
@@ -45,7 +45,7 @@ protected:
         trigger_event = event(1, last_seq_id(platform.log), false, i32(0));
     }
 
-    /// At the n-th such moment from now on the trigger's callback runs and does this.
+    /// Makes the trigger's callback run and call `act` at the n-th such moment from now on.
     void inside(Moment moment, std::function<void(korvane_h)> act, unsigned nth = 1)
     {
         platform.proxy().raise_inside(
@@ -57,8 +57,8 @@ protected:
             nth);
     }
 
-    /// From now on the newest proxy's agent answers each request at once and numbers them 1, 2, 3: the number is an out
-    /// value where the method has one.
+    /// Makes the agent of the newest proxy number the requests 1, 2, 3 and reply to each at once, with the number as
+    /// out value if the method has one.
     void number_requests()
     {
         requests = 0;
@@ -86,7 +86,7 @@ protected:
         }
     }
 
-    /// The methods of the requests that have reached the newest proxy's agent, in order.
+    /// The methods of the requests to the agent of the newest proxy, in order.
     std::vector<int> methods()
     {
         std::vector<int> found;
@@ -96,7 +96,7 @@ protected:
     }
 
     static void on_io_error(korvane_h, void *count) { ++*static_cast<int *>(count); }
-    int notices = 0; // calls of the I/O error callback, where a test sets it with this counter
+    int notices = 0; // calls of the I/O error callback, if a test sets it with this counter
 
     void end_run() override
     {
@@ -110,8 +110,8 @@ protected:
     Recorder trigger;
     Bytes trigger_event;
     int requests = 0;
-    std::map<int, int> results; // of the agent, by request number; 0 where there is none
-    std::set<int> unanswered;   // request numbers
+    std::map<int, int> results; // results in the replies, by request number; 0 if there is none
+    std::set<int> unanswered;   // numbers of the requests without a reply
 };
 
 } // namespace kv::test

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// One-shot requests whose answer arrives while the request is still being made.
+// One-shot requests whose event arrives inside the call that sends them.
 #include "nested_fixture.hpp"
 
 namespace kv::test {
@@ -9,7 +9,7 @@ struct OneShot {
     std::string name;
     int (*request)(korvane_h handle, Recorder *recorder);
     int delegate_id;
-    Bytes values; // of the answer
+    Bytes values; // values of the event
     std::string noted;
 };
 
@@ -25,7 +25,7 @@ void note_two_texts(korvane_h handle, int result, const char *one, const char *t
 
 const Bytes token = bytes(i32(0), str("{\"uuid\":\"u\"}"));
 
-// One row a request.
+// One row per request.
 // clang-format off
 const OneShot one_shots[] = {
     {"StartAsync", [](korvane_h h, Recorder *r) { return korvane_start_async(h, Note<'s', int>::call, r); }, 27, i32(-5),
@@ -53,10 +53,10 @@ std::ostream &operator<<(std::ostream &out, const OneShot &one_shot)
     return out << one_shot.name;
 }
 
-/// How the agent ends the request whose answer has arrived already.
+/// The agent's reply to a request whose event has already arrived.
 struct End {
     std::string name;
-    std::optional<int> reply; // null: it never replies
+    std::optional<int> reply; // null if it never replies
     int result;
 };
 
@@ -71,12 +71,12 @@ class EarlyAnswer : public NestedTest, public ::testing::WithParamInterface<OneS
 protected:
     using Check = std::function<void(Moment moment, const End &end)>;
 
-    /// Runs the check in a fresh session for each point at which the answer can arrive and each end of the request.
+    /// Runs the check in a new session for each moment of the event and each reply.
     void for_each_case(const Check &check, bool asks_again_inside = false)
     {
         for (const Moment moment : inside_a_call)
             for (const End &end : ends) {
-                // Agents reply in the order of the requests: the nested request would have no reply either.
+                // Agents reply in the order of the requests, so that a nested request would have no reply either.
                 if (asks_again_inside && moment == Moment::wait && !end.reply)
                     continue;
                 SCOPED_TRACE(name_of(moment) + ", the agent " + end.name);
@@ -98,7 +98,7 @@ protected:
             unanswered.insert(request);
     }
 
-    /// The agent's answer to the request that is made last when the platform raises it.
+    /// The event of the latest request at the moment when the platform raises it.
     Bytes answer() const
     {
         return event(GetParam().delegate_id, last_seq_id(FakePlatform::instance().log), true, GetParam().values);
@@ -114,7 +114,7 @@ protected:
     int request(Recorder &given) { return GetParam().request(handle, &given); }
     Strings once() const { return {GetParam().noted}; }
 
-    /// A further request of the same kind is made and answered as usual.
+    /// Makes another request of the same kind, which must succeed.
     void expect_works_on()
     {
         results.clear();
@@ -127,13 +127,13 @@ protected:
     }
 
     Bytes last_answer;
-    Recorder other; // of a nested request
+    Recorder other; // recorder of a nested request
 };
 
 INSTANTIATE_TEST_SUITE_P(Of, EarlyAnswer, ::testing::ValuesIn(one_shots),
                          [](const auto &row) { return row.param.name; });
 
-TEST_P(EarlyAnswer, IsDeliveredOnceAndAtOnceWhateverTheAgentReplies)
+TEST_P(EarlyAnswer, IsDeliveredOnceAndAtOnceWithEveryReply)
 {
     for_each_case([this](Moment moment, const End &end) {
         answer_inside(moment);
@@ -145,7 +145,7 @@ TEST_P(EarlyAnswer, IsDeliveredOnceAndAtOnceWhateverTheAgentReplies)
     });
 }
 
-TEST_P(EarlyAnswer, SentTwiceIsDeliveredOnce)
+TEST_P(EarlyAnswer, ThatIsSentTwiceIsDeliveredOnce)
 {
     for_each_case([this](Moment moment, const End &end) {
         answer_inside(moment, 2);
@@ -156,7 +156,7 @@ TEST_P(EarlyAnswer, SentTwiceIsDeliveredOnce)
     });
 }
 
-TEST_P(EarlyAnswer, InsideTheSendAndAgainInsideTheWait)
+TEST_P(EarlyAnswer, InsideTheSendAndAgainInsideTheWaitIsDeliveredOnce)
 {
     for (const End &end : ends) {
         end_run();
@@ -171,7 +171,7 @@ TEST_P(EarlyAnswer, InsideTheSendAndAgainInsideTheWait)
     }
 }
 
-TEST_P(EarlyAnswer, OfARequestWhoseSendThenFails)
+TEST_P(EarlyAnswer, OfARequestWhoseSendFailsAfterwardsIsDeliveredOnce)
 {
     begin();
     platform.main_port().send_results = {-32};
@@ -181,16 +181,16 @@ TEST_P(EarlyAnswer, OfARequestWhoseSendThenFails)
     expect_works_on();
 }
 
-/// Record and delegate of the outer request are freed before the nested request is made, so the nested one may have
-/// their addresses. It is outstanding when the outer request ends, and stays so.
-TEST_P(EarlyAnswer, LeavesTheNestedRequestThatItsCallbackMakes)
+/// The record and the delegate of the outer request are released before the nested request is made, so that the nested
+/// one may have their addresses. It must remain outstanding when the outer request ends.
+TEST_P(EarlyAnswer, KeepsTheNestedRequestThatItsCallbackMakes)
 {
     for (int round = 0; round < 3; ++round) {
         const allocs::ReuseBlocks reuse;
         for_each_case(
             [this](Moment moment, const End &end) {
                 other = {};
-                const int outer_number = moment == Moment::send ? 2 : 1; // in the order in which they reach the agent
+                const int outer_number = moment == Moment::send ? 2 : 1; // in the order of their arrival at the agent
                 ends_with(1, ends[0]);
                 ends_with(outer_number, end);
                 answer_inside(moment);
@@ -214,7 +214,7 @@ TEST_P(EarlyAnswer, LeavesTheNestedRequestThatItsCallbackMakes)
     }
 }
 
-TEST_P(EarlyAnswer, LeavesANestedRequestThatIsNeverAnsweredToDeinitialize)
+TEST_P(EarlyAnswer, LetsDeinitializeReleaseANestedRequest)
 {
     for_each_case(
         [this](Moment moment, const End &end) {
@@ -231,8 +231,8 @@ TEST_P(EarlyAnswer, LeavesANestedRequestThatIsNeverAnsweredToDeinitialize)
         true);
 }
 
-/// Inside another event of the same call the answer of the outer request is still to come.
-TEST_P(EarlyAnswer, ToANestedRequestInsideAnotherEvent)
+/// The nested request is made inside another event, before the event of the outer request.
+TEST_P(EarlyAnswer, OfANestedRequestInsideAnotherEventIsDelivered)
 {
     for_each_case(
         [this](Moment moment, const End &end) {
@@ -256,7 +256,7 @@ TEST_P(EarlyAnswer, ToANestedRequestInsideAnotherEvent)
         true);
 }
 
-TEST_P(EarlyAnswer, WhoseCallbackDeinitializesFailsTheRequest)
+TEST_P(EarlyAnswer, FailsTheRequestIfItsCallbackDeinitializes)
 {
     for (const bool finishes : {false, true})
         for_each_case([&](Moment moment, const End &) {
@@ -269,7 +269,7 @@ TEST_P(EarlyAnswer, WhoseCallbackDeinitializesFailsTheRequest)
         });
 }
 
-TEST_P(EarlyAnswer, WhoseCallbackBeginsANewSessionFailsTheRequestAndLeavesTheSessionAlone)
+TEST_P(EarlyAnswer, FailsTheRequestIfItsCallbackBeginsANewSession)
 {
     for (const bool finishes : {false, true}) {
         const allocs::ReuseBlocks reuse;
@@ -304,8 +304,8 @@ TEST_P(EarlyAnswer, WhoseCallbackBeginsANewSessionFailsTheRequestAndLeavesTheSes
     }
 }
 
-/// A link that breaks inside the request: the answer never comes, and the request leaves nothing behind.
-TEST_P(EarlyAnswer, IsNeverDeliveredWhenTheLinkBreaksInsideTheRequest)
+/// The link breaks inside the request: no event arrives, and the request leaks nothing.
+TEST_P(EarlyAnswer, IsNotDeliveredIfTheLinkBreaksInsideTheRequest)
 {
     for (const Moment moment : inside_a_call) {
         begin();

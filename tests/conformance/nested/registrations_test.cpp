@@ -1,40 +1,40 @@
 // SPDX-License-Identifier: Apache-2.0
-// Set and unset functions inside set and unset functions of the same event.
+// Set and unset functions that are called inside set and unset functions of the same event.
 #include "conformance/fixtures/every_pair.hpp"
 #include "nested_fixture.hpp"
 
 namespace kv::test {
 namespace {
 
-/// All 23 pairs, that of the access point once for each wire format. Another event, the trigger, lets the application act.
+/// All 23 pairs; the pair of the access point once per wire format. Another event, the trigger, lets the application act.
 class NestedRegistration : public NestedTest, public ::testing::WithParamInterface<Pair> {
 protected:
     const Pair &pair() { return GetParam(); }
 
-    /// Connected to the pair's agent, with the trigger registered.
+    /// Connects to the pair's agent and registers the trigger.
     void begin_pair()
     {
         outer = nested = former = {};
         statuses.clear();
         connect_to(pair().agent_version);
         trigger = {};
-        // Not the pair under test.
+        // The trigger must not be the pair under test.
         const bool other = pair().event == "status_changed_cb";
         ASSERT_EQ(other ? korvane_set_user_confirm_cb(handle, Note<'!'>::call, &trigger)
                         : korvane_set_status_changed_cb(handle, Note<'!', int>::call, &trigger),
                   ok);
         const int seq_id = last_seq_id(platform.log);
         trigger_event = other ? event(2, seq_id, false) : event(1, seq_id, false, i32(0));
-        forget_the_past();
+        clear_records();
         results.clear();
         unanswered.clear();
         number_requests();
     }
 
-    /// The first number of the delegates that were made last.
+    /// The first number of the delegates that were created last.
     int made_last() { return last_seq_id(platform.log) + 1 - static_cast<int>(pair().events.size()); }
 
-    /// One event of every kind of the pair arrives for the delegates that begin with this number.
+    /// Raises one event of every kind of the pair, for delegates numbered from this one on.
     void events_arrive(int first_number)
     {
         for (std::size_t i = 0; i < pair().events.size(); ++i) {
@@ -54,7 +54,7 @@ protected:
     int set(Recorder &given) { return pair().set(handle, &given); }
     int unset() { return pair().unset(handle); }
 
-    /// Number of the outer request, as the agent counts them, and of the nested one.
+    /// The agent's numbers of the outer and the nested request.
     static int outer_number(Moment moment) { return moment == Moment::wait ? 1 : 2; }
     static int nested_number(Moment moment) { return moment == Moment::wait ? 2 : 1; }
 
@@ -75,11 +75,11 @@ protected:
                 check(moment);
                 if (registered_before)
                     events_arrive(before_seq_id);
-                EXPECT_EQ(former.seen, Strings{}) << "the registration before was replaced";
+                EXPECT_EQ(former.seen, Strings{}) << "the earlier registration was replaced";
             }
     }
 
-    /// The pair works as usual: set, event, unset, event.
+    /// Checks that the pair works: set, event, unset, event.
     void expect_works_on()
     {
         results.clear();
@@ -93,7 +93,7 @@ protected:
     }
 
     Recorder outer;  // callback of the outer set
-    Recorder nested; // of the nested set
+    Recorder nested; // callback of the nested set
     Recorder former;
     int before_seq_id = 0;
 };
@@ -114,14 +114,14 @@ TEST_P(NestedRegistration, SetInsideSetDeliversEachDelegateToItsOwnCallback)
         EXPECT_EQ(set(outer), ok);
         ASSERT_NE(outer_seq_id, nested_seq_id);
 
-        // The outer call returns last.
+        // The outer call returns after the nested one.
         events_arrive(outer_seq_id);
         EXPECT_EQ(outer.seen, all_events());
         EXPECT_EQ(nested.seen, Strings{});
         events_arrive(nested_seq_id);
         EXPECT_EQ(outer.seen, all_events());
         if (moment == Moment::wait) {
-            EXPECT_EQ(nested.seen, all_events()); // the agent received it last, so it keeps this one
+            EXPECT_EQ(nested.seen, all_events()); // the agent received this registration last and keeps it
         } else {
             EXPECT_TRUE(nested.seen.empty() || nested.seen == all_events());
         }
@@ -133,7 +133,7 @@ TEST_P(NestedRegistration, SetInsideSetDeliversEachDelegateToItsOwnCallback)
     });
 }
 
-TEST_P(NestedRegistration, SetInsideASetThatTheAgentRefusesKeepsTheNestedOne)
+TEST_P(NestedRegistration, SetInsideARefusedSetKeepsTheNestedCallback)
 {
     for_each_point([this](Moment moment) {
         int outer_seq_id = 0;
@@ -148,13 +148,13 @@ TEST_P(NestedRegistration, SetInsideASetThatTheAgentRefusesKeepsTheNestedOne)
         events_arrive(nested_seq_id);
         EXPECT_EQ(outer.seen, Strings{});
         EXPECT_EQ(nested.seen, all_events());
-        events_arrive(outer_seq_id); // should the agent fire what it has refused
+        events_arrive(outer_seq_id); // the agent sends events for delegates that it refused
         EXPECT_EQ(nested.seen, all_events());
         expect_works_on();
     });
 }
 
-TEST_P(NestedRegistration, SetThatTheAgentRefusesInsideASetKeepsTheOuterOne)
+TEST_P(NestedRegistration, RefusedSetInsideASetKeepsTheOuterCallback)
 {
     for_each_point([this](Moment moment) {
         int outer_seq_id = 0;
@@ -183,7 +183,7 @@ TEST_P(NestedRegistration, UnsetInsideASetDeliversTheEventsOfTheSet)
             outer_seq_id = made_last();
             EXPECT_EQ(unset(), ok);
             events_arrive(outer_seq_id);
-            EXPECT_EQ(outer.seen, Strings{}) << "after the unset and before the set returns";
+            EXPECT_EQ(outer.seen, Strings{}) << "no event is due between the unset and the return of the set";
         });
         EXPECT_EQ(set(outer), ok);
         events_arrive(outer_seq_id);
@@ -194,7 +194,7 @@ TEST_P(NestedRegistration, UnsetInsideASetDeliversTheEventsOfTheSet)
     });
 }
 
-TEST_P(NestedRegistration, UnsetInsideASetThatTheAgentRefusesDeliversNothing)
+TEST_P(NestedRegistration, UnsetInsideARefusedSetDeliversNothing)
 {
     for_each_point([this](Moment moment) {
         int outer_seq_id = 0;
@@ -210,9 +210,9 @@ TEST_P(NestedRegistration, UnsetInsideASetThatTheAgentRefusesDeliversNothing)
     });
 }
 
-TEST_P(NestedRegistration, SetInsideAnUnsetDeliversNothingOnceTheUnsetHasReturned)
+TEST_P(NestedRegistration, SetInsideAnUnsetDeliversNothingAfterTheUnset)
 {
-    for (const int reply : {0, -13}) // an unset that the agent refuses ends the registration, too
+    for (const int reply : {0, -13}) // an unset that the agent refuses also ends the registration
         for_each_point([&](Moment moment) {
             int nested_seq_id = 0;
             results = {{outer_number(moment), reply}};
@@ -220,7 +220,7 @@ TEST_P(NestedRegistration, SetInsideAnUnsetDeliversNothingOnceTheUnsetHasReturne
                 EXPECT_EQ(set(nested), ok);
                 nested_seq_id = made_last();
                 events_arrive(nested_seq_id);
-                EXPECT_EQ(nested.seen, all_events()) << "before the unset returns";
+                EXPECT_EQ(nested.seen, all_events()) << "the nested callback is set until the unset returns";
             });
             EXPECT_EQ(unset(), reply);
             events_arrive(nested_seq_id);
@@ -239,8 +239,8 @@ TEST_P(NestedRegistration, UnsetInsideAnUnsetDeliversNothing)
     });
 }
 
-/// The callback of a set counts once the set has succeeded: until then the events of its delegates reach the one before.
-TEST_P(NestedRegistration, EventsOfADelegateInsideItsOwnSetReachTheCallbackBefore)
+/// A set replaces the callback when it succeeds. Until then events of its delegates reach the earlier callback.
+TEST_P(NestedRegistration, EventsInsideTheSetReachTheEarlierCallback)
 {
     for (const Moment moment : inside_a_call)
         for (const bool registered_before : {false, true}) {
@@ -261,7 +261,7 @@ TEST_P(NestedRegistration, EventsOfADelegateInsideItsOwnSetReachTheCallbackBefor
         }
 }
 
-/// Three deep: the outermost call returns last.
+/// Three levels deep; the outermost call returns last.
 TEST_P(NestedRegistration, UnsetInsideASetInsideAnUnsetDeliversNothing)
 {
     for_each_point([this](Moment moment) {
@@ -280,7 +280,7 @@ TEST_P(NestedRegistration, UnsetInsideASetInsideAnUnsetDeliversNothing)
     });
 }
 
-/// The access point's pair has one delegate for each wire format, of which an update of the agent leaves the other behind.
+/// The pair of the access point has one delegate per wire format. After an update the delegate of the other one remains.
 class NestedWifiRegistration : public NestedTest {
 protected:
     int set(Recorder &given)
@@ -308,7 +308,7 @@ protected:
         EXPECT_EQ(later.seen, (Strings{"w ap_info"}));
     }
 
-    /// Registered with an agent of records, which an update then replaces by one of documents.
+    /// Registers with an agent of the record format, then replaces it by one of the document format.
     void begin_updated()
     {
         former = outer = nested = {};
@@ -332,7 +332,7 @@ protected:
     const Strings one_event = {"w ap_info"};
 };
 
-TEST_F(NestedWifiRegistration, SetInsideSetAfterAnUpdate)
+TEST_F(NestedWifiRegistration, SetInsideSetAfterAnUpdateDeliversEachDelegateToItsOwnCallback)
 {
     for (const Moment moment : inside_a_call) {
         SCOPED_TRACE(name_of(moment));
@@ -349,14 +349,14 @@ TEST_F(NestedWifiRegistration, SetInsideSetAfterAnUpdate)
         document_arrives(nested_seq_id);
         EXPECT_EQ(outer.seen, one_event);
         expect_works_on();
-        record_arrives(before_seq_id); // after that unset
+        record_arrives(before_seq_id); // arrives after that unset
         EXPECT_EQ(former.seen, Strings{});
         EXPECT_EQ(outer.seen, one_event);
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
 }
 
-TEST_F(NestedWifiRegistration, UnsetInsideASetAfterAnUpdate)
+TEST_F(NestedWifiRegistration, UnsetInsideASetWorksAfterAnUpdate)
 {
     for (const Moment moment : inside_a_call) {
         SCOPED_TRACE(name_of(moment));
@@ -377,7 +377,7 @@ TEST_F(NestedWifiRegistration, UnsetInsideASetAfterAnUpdate)
     }
 }
 
-TEST_F(NestedWifiRegistration, SetInsideAnUnsetAfterAnUpdate)
+TEST_F(NestedWifiRegistration, SetInsideAnUnsetWorksAfterAnUpdate)
 {
     for (const Moment moment : inside_a_call) {
         SCOPED_TRACE(name_of(moment));
@@ -396,8 +396,8 @@ TEST_F(NestedWifiRegistration, SetInsideAnUnsetAfterAnUpdate)
     }
 }
 
-/// The agent is replaced inside the outer call: the nested call uses the other wire format.
-TEST_F(NestedWifiRegistration, SetInsideAnUnsetThatAnUpdateInterrupts)
+/// An update replaces the agent inside the outer call, so that the nested call uses the other wire format.
+TEST_F(NestedWifiRegistration, SetInsideAnUnsetWorksIfAnUpdateInterrupts)
 {
     for (const Moment moment : inside_a_call) {
         SCOPED_TRACE(name_of(moment));
@@ -420,7 +420,7 @@ TEST_F(NestedWifiRegistration, SetInsideAnUnsetThatAnUpdateInterrupts)
     }
 }
 
-TEST_F(NestedWifiRegistration, UnsetInsideASetThatAnUpdateInterrupts)
+TEST_F(NestedWifiRegistration, UnsetInsideASetWorksIfAnUpdateInterrupts)
 {
     for (const Moment moment : inside_a_call) {
         SCOPED_TRACE(name_of(moment));
@@ -440,7 +440,7 @@ TEST_F(NestedWifiRegistration, UnsetInsideASetThatAnUpdateInterrupts)
     }
 }
 
-TEST_F(NestedWifiRegistration, SetInsideASetThatAnUpdateInterrupts)
+TEST_F(NestedWifiRegistration, SetInsideASetWorksIfAnUpdateInterrupts)
 {
     for (const Moment moment : inside_a_call) {
         SCOPED_TRACE(name_of(moment));
@@ -463,7 +463,7 @@ TEST_F(NestedWifiRegistration, SetInsideASetThatAnUpdateInterrupts)
     }
 }
 
-/// A set inside an unset leaves the access point of its event behind, and no callback.
+/// A set inside an unset leaves the access point of its event, but no callback.
 TEST_F(NestedWifiRegistration, AnEventWithoutACallbackReleasesTheLastAccessPoint)
 {
     for (const Moment moment : inside_a_call) {
@@ -484,8 +484,8 @@ TEST_F(NestedWifiRegistration, AnEventWithoutACallbackReleasesTheLastAccessPoint
     }
 }
 
-/// What the last event brought is released once, whichever of the two calls does it.
-TEST_F(NestedWifiRegistration, AnEventOfTheNestedSetInsideTheOuterOneLeavesNothingBehind)
+/// Either of the two calls releases the access point of the last event, exactly once.
+TEST_F(NestedWifiRegistration, AnEventOfTheNestedSetInsideTheOuterOneLeaksNothing)
 {
     for (const Moment moment : inside_a_call) {
         SCOPED_TRACE(name_of(moment));

@@ -6,19 +6,20 @@
 namespace kv::test {
 namespace {
 
-using Told = std::vector<std::string>;
+using Strings = std::vector<std::string>;
 
 constexpr rpc_port_proxy_kv_master_callback_s no_callbacks{};
 const std::string endpoint_message = "[__RPC_PORT__] endpoint(org.korvane.agent), port_name(kv_master)";
 
 class ProxyConnection : public ProxyTest {};
 
-TEST_F(ProxyConnection, CreateRegistersTheEventsInOrderAndDoesNotConnect)
+TEST_F(ProxyConnection, CreateRegistersTheEventsInOrderWithoutConnecting)
 {
     create();
-    EXPECT_EQ(platform.calls, (Told{"rpc_port_proxy_create", "rpc_port_proxy_add_connected_event_cb",
-                                    "rpc_port_proxy_add_disconnected_event_cb", "rpc_port_proxy_add_rejected_event_cb",
-                                    "rpc_port_proxy_add_received_event_cb"}));
+    EXPECT_EQ(platform.calls,
+              (Strings{"rpc_port_proxy_create", "rpc_port_proxy_add_connected_event_cb",
+                       "rpc_port_proxy_add_disconnected_event_cb", "rpc_port_proxy_add_rejected_event_cb",
+                       "rpc_port_proxy_add_received_event_cb"}));
     EXPECT_TRUE(platform.log.lines().empty());
     EXPECT_EQ(proxy->port, nullptr);
 }
@@ -36,7 +37,7 @@ TEST_F(ProxyConnection, CreateWithANullArgumentFailsWithInvalidParameterAndAlloc
     EXPECT_EQ(proxy, nullptr);
 }
 
-TEST_F(ProxyConnection, ConnectAsksForTheAgentsPort)
+TEST_F(ProxyConnection, ConnectRequestsTheAgentsPort)
 {
     create();
     EXPECT_EQ(rpc_port_proxy_kv_master_connect(proxy), 0);
@@ -45,7 +46,7 @@ TEST_F(ProxyConnection, ConnectAsksForTheAgentsPort)
     EXPECT_TRUE(seen.empty());
 }
 
-TEST_F(ProxyConnection, ConnectReturnsThePlatformsCodeUnchangedAndLeavesTheProxyCreated)
+TEST_F(ProxyConnection, ConnectReturnsThePlatformsCodeAndKeepsTheProxy)
 {
     create();
     for (int code : {-13, -5, -4711, 3}) {
@@ -71,7 +72,7 @@ TEST_F(ProxyConnection, DestroyOfNullFailsWithInvalidParameter)
     EXPECT_EQ(platform.log.lines(), (LogLines{proxy_error("rpc_port_proxy_kv_master_destroy", "Invalid parameter")}));
 }
 
-TEST_F(ProxyConnection, EventsSetAndClearThePortAndAreToldAndLogged)
+TEST_F(ProxyConnection, EventsSetAndClearThePortAndCallAndLog)
 {
     create();
     rpc_port_proxy_kv_master_connect(proxy);
@@ -85,14 +86,14 @@ TEST_F(ProxyConnection, EventsSetAndClearThePortAndAreToldAndLogged)
     link.fire_connected();
     link.fire_rejected(-13);
     EXPECT_EQ(proxy->port, nullptr);
-    EXPECT_EQ(seen, (Told{"connected", "disconnected", "connected", "rejected"}));
+    EXPECT_EQ(seen, (Strings{"connected", "disconnected", "connected", "rejected"}));
     EXPECT_EQ(platform.log.lines(), (LogLines{proxy_info("__kv_master_on_connected", endpoint_message),
                                               proxy_info("__kv_master_on_disconnected", endpoint_message),
                                               proxy_info("__kv_master_on_connected", endpoint_message),
                                               proxy_info("__kv_master_on_rejected", endpoint_message)}));
 }
 
-TEST_F(ProxyConnection, EventsWithoutCallbacksAreOnlyLogged)
+TEST_F(ProxyConnection, LogsEventsWithoutCallbacks)
 {
     ASSERT_EQ(rpc_port_proxy_kv_master_create(agent_appid, &no_callbacks, nullptr, &proxy), 0);
     platform.proxy().fire_connected();
@@ -101,7 +102,7 @@ TEST_F(ProxyConnection, EventsWithoutCallbacksAreOnlyLogged)
     EXPECT_EQ(platform.log.lines().size(), 3U);
 }
 
-TEST_F(ProxyConnection, TheCallbackRecordIsCopied)
+TEST_F(ProxyConnection, CopiesTheCallbackRecord)
 {
     auto record = std::make_unique<rpc_port_proxy_kv_master_callback_s>();
     static bool called;
@@ -113,7 +114,7 @@ TEST_F(ProxyConnection, TheCallbackRecordIsCopied)
     EXPECT_TRUE(called);
 }
 
-TEST_F(ProxyConnection, MayBeDestroyedInsideEachOfItsCallbacks)
+TEST_F(ProxyConnection, CanBeDestroyedInsideEachOfItsCallbacks)
 {
     constexpr auto destroy_it = [](ProxyHandle h, void *) { rpc_port_proxy_kv_master_destroy(h); };
     const rpc_port_proxy_kv_master_callback_s destroying = {destroy_it, destroy_it, destroy_it};
@@ -132,7 +133,7 @@ TEST_F(ProxyConnection, MayBeDestroyedInsideEachOfItsCallbacks)
     EXPECT_EQ(platform.log.lines().size(), 3U);
 }
 
-TEST_F(ProxyConnection, DestroyingAProxyThatHoldsDelegatesFreesEveryOneWithoutCallingOrLogging)
+TEST_F(ProxyConnection, DestroyFreesEveryDelegateWithoutCallingOrLogging)
 {
     connect();
     static bool called;
@@ -148,20 +149,20 @@ TEST_F(ProxyConnection, DestroyingAProxyThatHoldsDelegatesFreesEveryOneWithoutCa
     EXPECT_TRUE(platform.log.lines().empty());
 }
 
-TEST_F(ProxyConnection, WithoutACallbackPortAnEventIsLoggedAndDropped)
+TEST_F(ProxyConnection, LogsAndDropsAnEventWithoutACallbackPort)
 {
     create();
     rpc_port_proxy_kv_master_connect(proxy);
     platform.results["rpc_port_proxy_get_port"] = -5;
     platform.proxy().fire_connected();
-    EXPECT_EQ(seen, (Told{"connected"}));
+    EXPECT_EQ(seen, (Strings{"connected"}));
     platform.log.clear();
     platform.proxy().fire_received();
     EXPECT_EQ(platform.log.lines(),
               (LogLines{proxy_error("__kv_master_on_received", "Failed to create parcel from port(kv_master)")}));
 }
 
-TEST_F(ProxyConnection, EveryFailureOfCreateLeavesNothingAllocated)
+TEST_F(ProxyConnection, FailedCreateLeaksNothing)
 {
     const auto create_it = [&] { return rpc_port_proxy_kv_master_create(agent_appid, &no_callbacks, nullptr, &proxy); };
     int runs = 0;

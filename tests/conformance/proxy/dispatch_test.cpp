@@ -35,7 +35,7 @@ protected:
         static_cast<Dispatch *>(test)->platform.proxy().push_event(event(1, 72, false, i32(9)));
     }
 
-    /// A status delegate with this number in the agent's hands.
+    /// Registers a status delegate with this number.
     rpc_port_kv_master_status_changed_cb_h register_status(int seq_id, bool once = false)
     {
         auto *delegate = numbered(rpc_port_kv_master_status_changed_cb_create(note_status, once, &statuses), seq_id);
@@ -45,7 +45,7 @@ protected:
         return delegate;
     }
 
-    /// The lines of one arrival.
+    /// The log lines of one event.
     LogLines lines_of(Bytes parcel)
     {
         platform.log.clear();
@@ -67,7 +67,7 @@ TEST_F(Dispatch, CallsTheDelegateThatTheEventNames)
     EXPECT_EQ(statuses, (std::vector<int>{5, 6}));
 }
 
-TEST_F(Dispatch, TheEventsOwnOnceFlagDecidesNothing)
+TEST_F(Dispatch, IgnoresTheOnceFlagOfTheEvent)
 {
     register_status(71);
     platform.proxy().push_event(event(1, 71, true, i32(1)));
@@ -75,7 +75,7 @@ TEST_F(Dispatch, TheEventsOwnOnceFlagDecidesNothing)
     EXPECT_EQ(statuses, (std::vector<int>{1, 2}));
 }
 
-TEST_F(Dispatch, AnEventWhoseIdIs0OrAbove32LogsUnknownIdAndIsDropped)
+TEST_F(Dispatch, DropsAnEventWithId0OrAbove32AndLogsUnknownId)
 {
     register_status(71);
     for (int id : {0, 33, -1, 2147483647, -2147483647 - 1}) {
@@ -86,7 +86,7 @@ TEST_F(Dispatch, AnEventWhoseIdIs0OrAbove32LogsUnknownIdAndIsDropped)
     EXPECT_TRUE(statuses.empty());
 }
 
-TEST_F(Dispatch, AnEventWhoseSeqIdMatchesNoLiveDelegateIsDroppedAfterItsValuesAreReadAndReleased)
+TEST_F(Dispatch, DropsAnEventWithoutADelegateAfterReadingAndReleasingItsValues)
 {
     register_status(71);
     EXPECT_EQ(lines_of(event(1, 72, false, i32(5))), (LogLines{event_line(1, 72), closing}));
@@ -95,7 +95,7 @@ TEST_F(Dispatch, AnEventWhoseSeqIdMatchesNoLiveDelegateIsDroppedAfterItsValuesAr
     EXPECT_TRUE(statuses.empty());
 }
 
-TEST_F(Dispatch, AOnceDelegateIsInvokedAtMostOnceAndASecondEventWithTheSameSeqIdIsDropped)
+TEST_F(Dispatch, CallsAOneShotDelegateOnceAndDropsTheSecondEvent)
 {
     register_status(71, true);
     EXPECT_EQ(lines_of(event(1, 71, true, i32(5))),
@@ -107,7 +107,7 @@ TEST_F(Dispatch, AOnceDelegateIsInvokedAtMostOnceAndASecondEventWithTheSameSeqId
     EXPECT_EQ(proxy->delegates, nullptr);
 }
 
-TEST_F(Dispatch, ACallbackParcelWithAKindOtherThan1LogsInvalidProtocol)
+TEST_F(Dispatch, LogsInvalidProtocolForAParcelOfAnotherKind)
 {
     register_status(71);
     for (int kind : {0, 2, -1}) {
@@ -121,7 +121,7 @@ TEST_F(Dispatch, ACallbackParcelWithAKindOtherThan1LogsInvalidProtocol)
     EXPECT_TRUE(statuses.empty());
 }
 
-TEST_F(Dispatch, WithoutAParcelOnThePortIsLogged)
+TEST_F(Dispatch, LogsAMissingParcel)
 {
     platform.proxy().fire_received();
     EXPECT_EQ(platform.log.lines(), (LogLines{proxy_error(received, "Failed to create parcel from port(kv_master)")}));
@@ -141,7 +141,7 @@ TEST_F(Dispatch, FindsTheDelegateAmongManyByIdAndNumber)
     EXPECT_EQ(statuses, (std::vector<int>{2}));
 }
 
-TEST_F(Dispatch, EventsArriveAfterARequestThatTheAgentRefused)
+TEST_F(Dispatch, DeliversEventsOfARequestThatTheAgentRefused)
 {
     auto *delegate = numbered(rpc_port_kv_master_status_changed_cb_create(note_status, false, &statuses), 71);
     arrives(reply(-13));
@@ -150,7 +150,7 @@ TEST_F(Dispatch, EventsArriveAfterARequestThatTheAgentRefused)
     EXPECT_EQ(statuses, (std::vector<int>{5}));
 }
 
-TEST_F(Dispatch, ADelegateMayDisposeOfItselfInItsOwnEvent)
+TEST_F(Dispatch, LetsADelegateDisposeOfItselfInItsOwnEvent)
 {
     struct Self {
         ProxyHandle proxy;
@@ -166,12 +166,12 @@ TEST_F(Dispatch, ADelegateMayDisposeOfItselfInItsOwnEvent)
         arrives(reply(0));
         ASSERT_EQ(rpc_port_proxy_kv_master_invoke_set_user_confirm_cb(proxy, self.delegate), 0);
         platform.proxy().push_event(event(2, 71, once));
-        EXPECT_EQ(self.result, once ? -1 : 0) << "a once-delegate is off the list while it is called";
+        EXPECT_EQ(self.result, once ? -1 : 0) << "a one-shot delegate is not in the list while it is called";
         EXPECT_EQ(proxy->delegates, nullptr);
     }
 }
 
-TEST_F(Dispatch, TheProxyMayBeDestroyedInsideAnEventsCallback)
+TEST_F(Dispatch, LetsACallbackDestroyTheProxy)
 {
     auto *delegate = numbered(rpc_port_kv_master_user_confirm_cb_create(destroy_it, false, this), 71);
     arrives(reply(0));
@@ -180,7 +180,7 @@ TEST_F(Dispatch, TheProxyMayBeDestroyedInsideAnEventsCallback)
     EXPECT_EQ(proxy, nullptr);
 }
 
-TEST_F(Dispatch, AnEventForOneDelegateInsideTheEventOfAnotherIsDelivered)
+TEST_F(Dispatch, DeliversAnEventInsideTheEventOfAnotherDelegate)
 {
     register_status(72);
     auto *delegate = numbered(rpc_port_kv_master_user_confirm_cb_create(raise_another, false, this), 71);
@@ -190,7 +190,7 @@ TEST_F(Dispatch, AnEventForOneDelegateInsideTheEventOfAnotherIsDelivered)
     EXPECT_EQ(statuses, (std::vector<int>{9}));
 }
 
-TEST_F(Dispatch, AnArrayCountThatIsNotTrueIsDroppedAndAllocatesLittle)
+TEST_F(Dispatch, DropsAFalseArrayCountAndAllocatesLittle)
 {
     static int called;
     called = 0;
@@ -209,7 +209,7 @@ TEST_F(Dispatch, AnArrayCountThatIsNotTrueIsDroppedAndAllocatesLittle)
 
 class Disposal : public Dispatch {};
 
-TEST_F(Disposal, TakesTheDelegateFromTheListAndLogsIt)
+TEST_F(Disposal, RemovesTheDelegateFromTheListAndLogsIt)
 {
     auto *delegate = register_status(71);
     EXPECT_EQ(rpc_port_proxy_kv_master_status_changed_cb_dispose(proxy, delegate), 0);
@@ -263,7 +263,7 @@ TEST_F(Creation, NumbersDelegatesAcrossAllTypesAndLogsThem)
     std::free(two);
 }
 
-TEST_F(Creation, WithoutMemoryGivesNoneAndUsesNoNumber)
+TEST_F(Creation, FailsWithoutMemoryAndUsesNoNumber)
 {
     auto *before = rpc_port_kv_master_user_confirm_cb_create([](void *) {}, false, nullptr);
     platform.log.clear();
@@ -279,7 +279,7 @@ TEST_F(Creation, WithoutMemoryGivesNoneAndUsesNoNumber)
 
 TEST(CreationDeathTest, TheFirstDelegateOfAProcessHasSeqId1)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process of its own, in which no delegate was made yet
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // runs in a new process, which has not created a delegate yet
     EXPECT_EXIT(
         {
             auto *delegate = rpc_port_kv_master_user_confirm_cb_create([](void *) {}, false, nullptr);

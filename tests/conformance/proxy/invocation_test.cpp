@@ -24,7 +24,7 @@ protected:
     int stop() { return rpc_port_proxy_kv_master_invoke_stop(proxy); }
 };
 
-TEST_F(Invocation, ReturnsTheAgentsResultAndLeavesALastResultOf0)
+TEST_F(Invocation, ReturnsTheAgentsResultAndSetsTheLastResultTo0)
 {
     for (int result : {0, 1, -1, -13, 2147483647, -2147483647 - 1}) {
         set_last_result(stale_last_result);
@@ -45,14 +45,14 @@ TEST_F(Invocation, SendsOneParcelAndReadsOne)
     EXPECT_EQ(platform.calls_to("rpc_port_parcel_create_from_port"), 1U);
 }
 
-TEST_F(Invocation, WithANullHandleIsAnInvalidParameterAndLeavesTheLastResultAlone)
+TEST_F(Invocation, RefusesANullHandleAndKeepsTheLastResult)
 {
     EXPECT_EQ(rpc_port_proxy_kv_master_invoke_stop(nullptr), -1);
     EXPECT_EQ(platform.log.lines(), (LogLines{proxy_error(stop_name, "Invalid parameter")}));
     EXPECT_EQ(get_last_result(), stale_last_result);
 }
 
-TEST_F(Invocation, WithoutARequiredArgumentIsAnInvalidParameterAndSendsNothing)
+TEST_F(Invocation, RefusesAMissingArgumentAndSendsNothing)
 {
     EXPECT_EQ(rpc_port_proxy_kv_master_invoke_signup_cloud(proxy, nullptr), -1);
     EXPECT_EQ(rpc_port_proxy_kv_master_invoke_send_ap_list(proxy, 1, nullptr), -1);
@@ -64,15 +64,15 @@ TEST_F(Invocation, WithoutARequiredArgumentIsAnInvalidParameterAndSendsNothing)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(Invocation, OfTwoDelegatesWithOneMissingIsAnInvalidParameterAndKeepsTheOther)
+TEST_F(Invocation, RefusesAMissingDelegateAndLeavesTheOtherToTheCaller)
 {
     auto *generated = rpc_port_kv_master_pin_generate_cb_create([](void *, const char *, int) {}, false, nullptr);
     EXPECT_EQ(rpc_port_proxy_kv_master_invoke_set_pin_cb(proxy, generated, nullptr), -1);
     EXPECT_EQ(proxy->delegates, nullptr);
-    std::free(generated); // still the caller's
+    std::free(generated); // the caller still owns it
 }
 
-TEST_F(Invocation, OnAnUnconnectedProxyReturnsMinus1WithNotConnectedAndSendsNothing)
+TEST_F(Invocation, FailsWithNotConnectedOnAnUnconnectedProxyAndSendsNothing)
 {
     platform.proxy().fire_disconnected();
     platform.log.clear();
@@ -83,7 +83,7 @@ TEST_F(Invocation, OnAnUnconnectedProxyReturnsMinus1WithNotConnectedAndSendsNoth
     EXPECT_EQ(platform.calls_to("rpc_port_parcel_create"), 0U);
 }
 
-TEST_F(Invocation, BeforeTheConnectedEventHasRunFailsWithNotConnected)
+TEST_F(Invocation, FailsWithNotConnectedBeforeTheConnectedEvent)
 {
     destroy();
     create();
@@ -92,7 +92,7 @@ TEST_F(Invocation, BeforeTheConnectedEventHasRunFailsWithNotConnected)
     EXPECT_EQ(platform.log.count("Not connected"), 1U);
 }
 
-TEST_F(Invocation, WhoseSendFailsStillWaitsForAReplyAndReturnsItsResultWithALastResultOfMinus5)
+TEST_F(Invocation, WaitsForAReplyAfterAFailedSendAndSetsTheLastResultToMinus5)
 {
     platform.main_port().send_results = {-104};
     arrives(reply(3));
@@ -101,7 +101,7 @@ TEST_F(Invocation, WhoseSendFailsStillWaitsForAReplyAndReturnsItsResultWithALast
     EXPECT_EQ(platform.log.lines(), (LogLines{proxy_error(stop_name, "Failed to send parcel. result(-104)")}));
 }
 
-TEST_F(Invocation, OnAReplyStreamClosedBeforeAResultGivesInvalidProtocolMinus1AndALastResultOfMinus5)
+TEST_F(Invocation, FailsWithInvalidProtocolIfTheLinkClosesBeforeTheReply)
 {
     arrives(event(1, 1, false, i32(1)));
     EXPECT_EQ(stop(), -1);
@@ -109,7 +109,7 @@ TEST_F(Invocation, OnAReplyStreamClosedBeforeAResultGivesInvalidProtocolMinus1An
     EXPECT_EQ(platform.log.lines(), (LogLines{proxy_error(stop_name, "Invalid protocol")}));
 }
 
-TEST_F(Invocation, DiscardsEverythingThatIsNoResultWithoutALine)
+TEST_F(Invocation, DiscardsOtherParcelsWithoutALogLine)
 {
     arrives(event(1, 1, false, i32(1)));
     arrives(bytes(i32(2147483647)));
@@ -129,7 +129,7 @@ TEST_F(Invocation, SendsANullStringAsTheEmptyText)
     EXPECT_EQ(sent(), (std::vector<Bytes>{bytes(i32(47), i32(3), str(""))}));
 }
 
-TEST_F(Invocation, LeavesOutValuesAloneWhenTheAgentRefuses)
+TEST_F(Invocation, KeepsOutValuesIfTheAgentRefuses)
 {
     bool ready = false;
     char *text = nullptr;
@@ -145,7 +145,7 @@ TEST_F(Invocation, LeavesOutValuesAloneWhenTheAgentRefuses)
     EXPECT_EQ(number, 99);
 }
 
-TEST_F(Invocation, OfAReplyWithALengthBeyondItsEndFailsAndAllocatesNothingForIt)
+TEST_F(Invocation, FailsOnALengthBeyondTheEndOfTheReplyAndAllocatesNothing)
 {
     char *text = nullptr;
     for (int length : {5, 1000, 2147483647, -1}) {
@@ -158,7 +158,7 @@ TEST_F(Invocation, OfAReplyWithALengthBeyondItsEndFailsAndAllocatesNothingForIt)
     EXPECT_EQ(text, nullptr);
 }
 
-TEST_F(Invocation, HandsADelegateToTheProxyOnceTheRequestHoldsIt)
+TEST_F(Invocation, TransfersADelegateToTheProxyOnceTheRequestContainsIt)
 {
     for (const char *failure : {"rpc_port_parcel_send", "rpc_port_parcel_create_from_port"}) {
         auto *delegate = rpc_port_kv_master_user_confirm_cb_create([](void *) {}, false, nullptr);
@@ -170,7 +170,7 @@ TEST_F(Invocation, HandsADelegateToTheProxyOnceTheRequestHoldsIt)
     }
 }
 
-TEST_F(Invocation, LeavesADelegateToTheCallerWhenTheRequestCouldNotHoldIt)
+TEST_F(Invocation, LeavesADelegateToTheCallerIfTheRequestCannotContainIt)
 {
     for (const char *failure : {"rpc_port_parcel_create", "rpc_port_parcel_write_int32", "rpc_port_parcel_write"}) {
         auto *delegate = rpc_port_kv_master_user_confirm_cb_create([](void *) {}, false, nullptr);
@@ -183,7 +183,7 @@ TEST_F(Invocation, LeavesADelegateToTheCallerWhenTheRequestCouldNotHoldIt)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(Invocation, MayHappenInsideAnEventOfTheSameProxy)
+TEST_F(Invocation, WorksInsideAnEventOfTheSameProxy)
 {
     auto call_again = [](void *proxy_handle) {
         EXPECT_EQ(rpc_port_proxy_kv_master_invoke_stop(static_cast<ProxyHandle>(proxy_handle)), 12);
@@ -196,7 +196,7 @@ TEST_F(Invocation, MayHappenInsideAnEventOfTheSameProxy)
     EXPECT_EQ(sent().size(), 2U);
 }
 
-TEST_F(Invocation, WithAFailureOfAnyPlatformCallLeavesNothingBehindAndSendsNoHalfRequest)
+TEST_F(Invocation, LeaksNothingAndSendsNoPartialRequestIfAPlatformCallFails)
 {
     char *text = nullptr;
     const auto call = [&] { return rpc_port_proxy_kv_master_invoke_common_interface(proxy, "{\"a\":1}", &text); };

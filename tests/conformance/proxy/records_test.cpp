@@ -8,7 +8,7 @@ namespace {
 
 class Records : public PlatformTest {
 protected:
-    /// What the value's writer writes.
+    /// Returns the bytes that the type's writer writes.
     Bytes written(kv::master::Parcelable *value)
     {
         rpc_port_parcel_h parcel = platform.parcel_of({});
@@ -26,7 +26,7 @@ protected:
     }
 };
 
-TEST_F(Records, ANullStringWrittenAndReadBackArrivesAsTheEmptyText)
+TEST_F(Records, WriteANullStringAsTheEmptyText)
 {
     rpc_port_korvane_last_status_info_h sent = nullptr;
     rpc_port_korvane_last_status_info_h arrived = nullptr;
@@ -39,7 +39,7 @@ TEST_F(Records, ANullStringWrittenAndReadBackArrivesAsTheEmptyText)
     rpc_port_korvane_last_status_info_destroy(arrived);
 }
 
-TEST_F(Records, ACloneIsACopyOfItsOwn)
+TEST_F(Records, CloneIntoAnIndependentCopy)
 {
     auto *source = an_ap("home");
     rpc_port_korvane_ap_info_h copy = nullptr;
@@ -52,7 +52,7 @@ TEST_F(Records, ACloneIsACopyOfItsOwn)
     rpc_port_korvane_ap_info_destroy(copy);
 }
 
-TEST_F(Records, ACloneOfARecordWhosePwdIsNullCopiesNull)
+TEST_F(Records, CloneANullMemberAsNull)
 {
     rpc_port_korvane_ap_info_h source = nullptr;
     rpc_port_korvane_ap_info_h copy = nullptr;
@@ -66,7 +66,7 @@ TEST_F(Records, ACloneOfARecordWhosePwdIsNullCopiesNull)
     rpc_port_korvane_ap_info_destroy(copy);
 }
 
-TEST_F(Records, ACloneWithoutMemorySaysWhatCouldNotBeDuplicatedAndLeavesNothing)
+TEST_F(Records, LogTheMemberThatCannotBeClonedAndLeakNothing)
 {
     const std::string clone_name = "rpc_port_korvane_ap_info_clone";
     const std::vector<LogLines> complaints = {
@@ -97,7 +97,7 @@ TEST_F(Records, ACloneWithoutMemorySaysWhatCouldNotBeDuplicatedAndLeavesNothing)
     rpc_port_korvane_ap_info_destroy(source);
 }
 
-TEST_F(Records, ALanguageThatCannotBeDuplicatedIsSaidSo)
+TEST_F(Records, LogALanguageThatCannotBeCloned)
 {
     auto *source = a_language("ko_KR");
     rpc_port_korvane_language_info_h copy = nullptr;
@@ -109,7 +109,7 @@ TEST_F(Records, ALanguageThatCannotBeDuplicatedIsSaidSo)
     rpc_port_korvane_language_info_destroy(source);
 }
 
-TEST_F(Records, CreateWithoutMemoryLogsOutOfMemory)
+TEST_F(Records, LogOutOfMemoryInCreate)
 {
     rpc_port_korvane_cloud_info_h record = nullptr;
     rpc_port_array_int_h array = nullptr;
@@ -124,7 +124,7 @@ TEST_F(Records, CreateWithoutMemoryLogsOutOfMemory)
                                               proxy_error("rpc_port_array_int_create", "Out of memory")}));
 }
 
-TEST_F(Records, DestroyOfNullIsAnInvalidParameter)
+TEST_F(Records, RefuseToDestroyNull)
 {
     EXPECT_EQ(rpc_port_korvane_ap_info_destroy(nullptr), -1);
     EXPECT_EQ(rpc_port_korvane_device_prov_info_destroy(nullptr), -1);
@@ -135,7 +135,7 @@ TEST_F(Records, DestroyOfNullIsAnInvalidParameter)
                         proxy_error("rpc_port_array_korvane_ap_info_destroy", "Invalid parameter")}));
 }
 
-TEST_F(Records, SettersCopyAndReplace)
+TEST_F(Records, SetACopyThatReplacesTheOldValue)
 {
     rpc_port_korvane_ap_info_h record = nullptr;
     ASSERT_EQ(rpc_port_korvane_ap_info_create(&record), 0);
@@ -148,7 +148,7 @@ TEST_F(Records, SettersCopyAndReplace)
     rpc_port_korvane_ap_info_destroy(record);
 }
 
-TEST_F(Records, GettersHandOutCopies)
+TEST_F(Records, GetACopy)
 {
     auto *record = an_ap("home");
     char *text = nullptr;
@@ -163,7 +163,7 @@ TEST_F(Records, GettersHandOutCopies)
 
 class Arrays : public Records {};
 
-TEST_F(Arrays, ACountOf0YieldsAnEmptyTableAndNoElementReads)
+TEST_F(Arrays, OfCount0AreEmptyAndReadNoElement)
 {
     rpc_port_array_korvane_ap_info_h array = nullptr;
     ASSERT_EQ(rpc_port_array_korvane_ap_info_create(&array), 0);
@@ -178,7 +178,7 @@ TEST_F(Arrays, ACountOf0YieldsAnEmptyTableAndNoElementReads)
     rpc_port_array_korvane_ap_info_destroy(array);
 }
 
-TEST_F(Arrays, AFailedElementReadLeavesTheElementsBeforeItAndTheCountOfTheWire)
+TEST_F(Arrays, KeepTheElementsBeforeAFailedReadAndTheCountOfTheWire)
 {
     rpc_port_array_korvane_language_info_h array = nullptr;
     ASSERT_EQ(rpc_port_array_korvane_language_info_create(&array), 0);
@@ -191,7 +191,7 @@ TEST_F(Arrays, AFailedElementReadLeavesTheElementsBeforeItAndTheCountOfTheWire)
     rpc_port_array_korvane_language_info_destroy(array);
 }
 
-TEST_F(Arrays, AnIntegerThatCannotBeReadIsMinus1)
+TEST_F(Arrays, ReadAnUnreadableIntegerAsMinus1)
 {
     rpc_port_array_int_h array = nullptr;
     ASSERT_EQ(rpc_port_array_int_create(&array), 0);
@@ -204,12 +204,12 @@ TEST_F(Arrays, AnIntegerThatCannotBeReadIsMinus1)
     rpc_port_array_int_destroy(array);
 }
 
-TEST_F(Arrays, ReadWithoutMemorySaysWhatFailedAndStops)
+TEST_F(Arrays, LogWhatFailedWithoutMemoryAndStopReading)
 {
     const Bytes content = bytes(count(2), str("a"), str("b"));
     const std::string reader = "__array_korvane_cloud_device_info_from";
     const std::vector<LogLines> complaints = {
-        {proxy_error(reader, "Out of memory")}, // the table
+        {proxy_error(reader, "Out of memory")}, // the table of elements
         {proxy_error("rpc_port_korvane_cloud_device_info_create", "Out of memory"),
          proxy_error(reader, "Failed to create handle")}, // the first element
         {},                                               // the platform's copy of its text
@@ -228,7 +228,7 @@ TEST_F(Arrays, ReadWithoutMemorySaysWhatFailedAndStops)
                          });
 }
 
-TEST_F(Arrays, ACountFromOutsideIsBelievedOnlyAsFarAsElementsFollowIt)
+TEST_F(Arrays, AllocateOnlyForElementsThatFollowTheCount)
 {
     platform.trusts_array_counts = true;
     rpc_port_array_int_h integers = nullptr;
@@ -247,7 +247,7 @@ TEST_F(Arrays, ACountFromOutsideIsBelievedOnlyAsFarAsElementsFollowIt)
     rpc_port_array_korvane_language_info_destroy(languages_read);
 }
 
-TEST_F(Arrays, ManyElementsAreReadWhole)
+TEST_F(Arrays, ReadThousandsOfElements)
 {
     constexpr int many = 5000; // more than the steps in which the table grows
     Bytes content = count(many);
@@ -265,7 +265,7 @@ TEST_F(Arrays, ManyElementsAreReadWhole)
     rpc_port_array_int_destroy(array);
 }
 
-TEST_F(Arrays, SettingStoresClonesAndReplacesWhatWasThere)
+TEST_F(Arrays, StoreClonesThatReplaceOldElements)
 {
     auto *array = languages();
     rpc_port_korvane_language_info_h only = a_language("fr_FR");
@@ -276,7 +276,7 @@ TEST_F(Arrays, SettingStoresClonesAndReplacesWhatWasThere)
     rpc_port_array_korvane_language_info_destroy(array);
 }
 
-TEST_F(Arrays, SettingWithoutMemoryFailsAndLeavesAnArrayThatCanBeDestroyed)
+TEST_F(Arrays, FailToSetWithoutMemoryAndCanStillBeDestroyed)
 {
     rpc_port_korvane_language_info_h items[2] = {nullptr, nullptr};
     rpc_port_array_korvane_language_info_h array = nullptr;
@@ -295,7 +295,7 @@ TEST_F(Arrays, SettingWithoutMemoryFailsAndLeavesAnArrayThatCanBeDestroyed)
             rpc_port_korvane_language_info_destroy(items[0]);
             rpc_port_korvane_language_info_destroy(items[1]);
         });
-    EXPECT_EQ(runs, 6); // the table, two records, two texts, and none
+    EXPECT_EQ(runs, 6); // each of the table, two records and two texts fails once; the last run has no failure
 }
 
 } // namespace

@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-/// The access point to join, as the events bring it and the getters read it.
+/// The access point to join, as events deliver it and getters read it.
 namespace kv::test {
 
 inline constexpr int ok = KORVANE_ERROR_NONE;
@@ -17,7 +17,7 @@ inline const char *const other_form_of_json = "handle was made for another agent
 
 using Strings = std::vector<std::string>;
 
-/// What a text getter gives: its code, and the text when the code is 0.
+/// The result of a text getter, and the text if the result is 0.
 struct Text {
     int code;
     std::string value = {};
@@ -36,7 +36,7 @@ inline Text text_of(int (*get)(korvane_ap_info_h, char **), korvane_ap_info_h ap
     char *out = untouched;
     Text text{get(ap_info, &out)};
     if (text.code != ok) {
-        EXPECT_EQ(out, untouched) << "a failed getter wrote";
+        EXPECT_EQ(out, untouched) << "a failed getter changed its out argument";
         return text;
     }
     text.value = out ? out : "(null)";
@@ -61,7 +61,7 @@ inline Number number_of(int (*get)(korvane_ap_info_h, int *), korvane_ap_info_h 
     int out = 4711;
     const int code = get(ap_info, &out);
     if (code != ok) {
-        EXPECT_EQ(out, 4711) << "a failed getter wrote";
+        EXPECT_EQ(out, 4711) << "a failed getter changed its out argument";
     }
     return {code, code == ok ? out : 0};
 }
@@ -80,7 +80,7 @@ protected:
         connect_to(version);
         ASSERT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, on_ap, this), ok);
         seq_id = last_seq_id(platform.log);
-        forget_the_past();
+        clear_records();
     }
 
     Bytes record_event(const std::string &ssid = "home")

@@ -11,7 +11,7 @@ struct NullCase {
     const char *message;
 };
 
-TEST_F(WifiAp, OfAnOldAgentIsReadFromItsRecord)
+TEST_F(WifiAp, IsReadFromARecordOfAnOldAgent)
 {
     begin_set("1.2");
     push_record();
@@ -23,7 +23,7 @@ TEST_F(WifiAp, OfAnOldAgentIsReadFromItsRecord)
     EXPECT_EQ(platform.log.errors(), LogLines{});
 }
 
-TEST_F(WifiAp, OfANewAgentIsReadFromItsDocument)
+TEST_F(WifiAp, IsReadFromADocumentOfANewAgent)
 {
     begin_set("2.3");
     push_document(whole_document);
@@ -37,7 +37,7 @@ TEST_F(WifiAp, OfANewAgentIsReadFromItsDocument)
     EXPECT_EQ(platform.log.errors(), LogLines{});
 }
 
-TEST_F(WifiAp, NamesMayBeAnyBytes)
+TEST_F(WifiAp, AcceptsAnyBytesInNames)
 {
     const std::string name = "\x01\xff\x7f \"\\/\xc3\x28 arbitrary 32 bytes..";
     begin_set("1.0");
@@ -49,11 +49,11 @@ TEST_F(WifiAp, NamesMayBeAnyBytes)
     EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, std::string(1 << 20, 'x')}));
 }
 
-/// The getters of candidates and hardware address came with agents 1.3 and 1.4.
-TEST_F(WifiAp, WithAgent12CandidatesAreRefusedEvenWithNullArgumentsWith13BssidStillIsAndWith14BothWork)
+/// The getter of candidates needs agent 1.3, that of the hardware address agent 1.4.
+TEST_F(WifiAp, RefusesCandidatesBelowAgent13AndBssidBelow14)
 {
     for (const char *version : {"1.2", "1.3", "1.4"}) {
-        forget_the_agent();
+        clear_agent_state();
         platform.agent_version = version;
         platform.log.clear();
         const bool candidates = std::string(version) != "1.2";
@@ -75,7 +75,7 @@ TEST_F(WifiAp, WithAgent12CandidatesAreRefusedEvenWithNullArgumentsWith13BssidSt
     EXPECT_EQ(text_of(korvane_apinfo_get_bssid, held).code, ok);
 }
 
-TEST_F(WifiAp, ADocumentWithoutThePasswordFailsItsGetterAndANullPasswordReadsAsNull)
+TEST_F(WifiAp, FailsForAMissingPasswordAndReadsANullOneAsNull)
 {
     begin_set("1.3");
     push_document(R"({"ap_ssid":"home"})");
@@ -86,14 +86,14 @@ TEST_F(WifiAp, ADocumentWithoutThePasswordFailsItsGetterAndANullPasswordReadsAsN
     EXPECT_EQ(text_of(korvane_apinfo_get_password, held), (Text{ok, "(null)"}));
 }
 
-TEST_F(WifiAp, ADocumentWithAChannelAsTextReadsAsItsIntegerValue)
+TEST_F(WifiAp, ReadsAChannelInATextAsAnInteger)
 {
     begin_set("2.3");
     push_document(R"({"ap_channel":"6"})");
     EXPECT_EQ(number_of(korvane_apinfo_get_channel, held), (Number{ok, 0}));
 }
 
-TEST_F(WifiAp, MembersOfAnotherTypeReadAsNullAndNumbersBeyond32BitsAsTheNearest)
+TEST_F(WifiAp, ReadsMembersOfOtherTypesAsNullAndClampsNumbers)
 {
     begin_set("2.3");
     push_document(R"({"ap_ssid":5,"ap_pwd":{"a":1},"ap_bssid":[],"ap_candidates":[1],)"
@@ -106,7 +106,7 @@ TEST_F(WifiAp, MembersOfAnotherTypeReadAsNullAndNumbersBeyond32BitsAsTheNearest)
     EXPECT_EQ(number_of(korvane_apinfo_get_channel, held), (Number{ok, 6}));
 }
 
-TEST_F(WifiAp, ADocumentThatLacksAMemberFailsItsGetterOnly)
+TEST_F(WifiAp, FailsOnlyTheGetterOfAMissingMember)
 {
     begin_set("2.3");
     for (const char *empty : {"{}", "[]", "5", "\"ap_ssid\"", "null", "[{\"ap_ssid\":\"home\"}]"}) {
@@ -117,7 +117,7 @@ TEST_F(WifiAp, ADocumentThatLacksAMemberFailsItsGetterOnly)
     }
 }
 
-TEST_F(WifiAp, ATextThatIsNoDocumentIsDeliveredAsNone)
+TEST_F(WifiAp, DeliversNullForATextThatIsNotADocument)
 {
     begin_set("2.3");
     const std::string deep(10000, '[');
@@ -131,7 +131,7 @@ TEST_F(WifiAp, ATextThatIsNoDocumentIsDeliveredAsNone)
     EXPECT_EQ(korvane_apinfo_get_ssid(held, nullptr), -22);
 }
 
-TEST_F(WifiAp, ADocumentOfOneMegabyteIsRead)
+TEST_F(WifiAp, ReadsADocumentOfOneMegabyte)
 {
     begin_set("2.3");
     const std::string name(1 << 20, 'n');
@@ -139,7 +139,7 @@ TEST_F(WifiAp, ADocumentOfOneMegabyteIsRead)
     EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, name}));
 }
 
-TEST_F(WifiAp, GettersRefuseNullArgumentsInTheirOrder)
+TEST_F(WifiAp, RefusesNullArgumentsInTheirOrder)
 {
     const NullCase cases[] = {
         {"korvane_apinfo_get_ssid", [] { return korvane_apinfo_get_ssid(nullptr, nullptr); },
@@ -160,7 +160,7 @@ TEST_F(WifiAp, GettersRefuseNullArgumentsInTheirOrder)
     };
     begin_set("2.3");
     push_document(whole_document);
-    begin_install(); // getters do not care
+    begin_install(); // getters work during an installation
     for (const NullCase &one : cases) {
         platform.log.clear();
         EXPECT_EQ(one.with_null_handle(), -22);
@@ -172,7 +172,7 @@ TEST_F(WifiAp, GettersRefuseNullArgumentsInTheirOrder)
     EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "home"}));
 }
 
-TEST_F(WifiAp, GettersWithoutMemoryFailAndWriteNothing)
+TEST_F(WifiAp, FailsWithoutMemoryAndWritesNothing)
 {
     for (const char *version : {"1.2", "2.3"}) {
         begin_set(version);

@@ -6,10 +6,10 @@
 namespace kv::test {
 namespace {
 
-TEST_F(ApList, OfCountZeroIsRefusedInBothGenerations)
+TEST_F(ApList, RefusesCount0InBothWireFormats)
 {
     for (const char *version : {"2.2", "2.3"}) {
-        forget_the_agent();
+        clear_agent_state();
         platform.agent_version = version;
         platform.log.clear();
         EXPECT_EQ(korvane_aplist_create(&list, 0), -22);
@@ -18,15 +18,15 @@ TEST_F(ApList, OfCountZeroIsRefusedInBothGenerations)
     }
 }
 
-TEST_F(ApList, OfANegativeCountHasNoMemoryAsRecordsAndIsRefusedAsADocument)
+TEST_F(ApList, FailsForANegativeCountAsRecordsAndRefusesItAsADocument)
 {
     for (int negative : {-1, lowest}) {
-        forget_the_agent();
+        clear_agent_state();
         platform.agent_version = "2.2";
         platform.log.clear();
         EXPECT_EQ(korvane_aplist_create(&list, negative), -12);
         EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_aplist_create", "Memory allocation is failed")}));
-        forget_the_agent();
+        clear_agent_state();
         platform.agent_version = "2.3";
         platform.log.clear();
         EXPECT_EQ(korvane_aplist_create(&list, negative), -22);
@@ -35,10 +35,10 @@ TEST_F(ApList, OfANegativeCountHasNoMemoryAsRecordsAndIsRefusedAsADocument)
     EXPECT_EQ(list, nullptr);
 }
 
-TEST_F(ApList, OfMoreEntriesThanCouldEverBeSentHasNoMemory)
+TEST_F(ApList, FailsForMoreEntriesThanFitInARequest)
 {
     for (const char *version : {"2.2", "2.3"}) {
-        forget_the_agent();
+        clear_agent_state();
         platform.agent_version = version;
         allocs::reset_largest();
         for (int entries : {524289, 2147483647}) {
@@ -52,7 +52,7 @@ TEST_F(ApList, OfMoreEntriesThanCouldEverBeSentHasNoMemory)
     }
 }
 
-TEST_F(ApList, CreateAndDestroyRefuseNull)
+TEST_F(ApList, RefusesNullInCreateAndDestroy)
 {
     platform.agent_version = "2.3";
     EXPECT_EQ(korvane_aplist_create(nullptr, 0), -22);
@@ -61,7 +61,7 @@ TEST_F(ApList, CreateAndDestroyRefuseNull)
                                                api_error("korvane_aplist_destroy", "handle is NULL")}));
 }
 
-TEST_F(ApList, IndexesAtAndBeyondTheBoundsAreRefusedInBothGenerations)
+TEST_F(ApList, RefusesIndexesBeyondTheBoundsInBothWireFormats)
 {
     for (const char *version : {"2.2", "2.3"}) {
         connect_to(version);
@@ -97,7 +97,7 @@ TEST_F(ApList, IndexesAtAndBeyondTheBoundsAreRefusedInBothGenerations)
     }
 }
 
-TEST_F(ApList, SettersRefuseNullArgumentsBeforeTheIndex)
+TEST_F(ApList, ChecksNullArgumentsBeforeTheIndex)
 {
     connect_to("2.3");
     create(1);
@@ -116,7 +116,7 @@ TEST_F(ApList, SettersRefuseNullArgumentsBeforeTheIndex)
     EXPECT_EQ(platform.log.errors(), errors);
 }
 
-TEST_F(ApList, FrequencyIsRefusedByAgentsBelow23BeforeTheArgumentsAndTheListStays)
+TEST_F(ApList, RefusesFrequencyBelowAgent23BeforeTheArgumentsAndKeepsTheList)
 {
     connect_to("2.2");
     create(1);
@@ -128,7 +128,7 @@ TEST_F(ApList, FrequencyIsRefusedByAgentsBelow23BeforeTheArgumentsAndTheListStay
     EXPECT_EQ(sent_list(), request_of_records(1, 1, record("", 0, 0, 0, "", 0, 0)));
 }
 
-TEST_F(ApList, MadeForAnotherAgentVersionIsRefusedBeforeTheUpdateGateAndReleasedByItsOwnForm)
+TEST_F(ApList, IsRefusedIfMadeForAnotherAgentVersionAndReleasedInItsOwnForm)
 {
     struct {
         const char *before;
@@ -140,7 +140,7 @@ TEST_F(ApList, MadeForAnotherAgentVersionIsRefusedBeforeTheUpdateGateAndReleased
         create(1);
         ASSERT_EQ(korvane_aplist_set_ssid(list, 0, "home"), ok);
         agent_becomes(after);
-        forget_the_past();
+        clear_records();
         EXPECT_EQ(korvane_aplist_set_ssid(list, 0, "other"), -22);
         EXPECT_EQ(korvane_aplist_set_channel(list, 5, 1), -22);
         begin_install();
@@ -148,7 +148,7 @@ TEST_F(ApList, MadeForAnotherAgentVersionIsRefusedBeforeTheUpdateGateAndReleased
         EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_send_ap_list", message)}));
         EXPECT_TRUE(sent().empty());
 
-        agent_becomes(before); // nothing of the list was touched
+        agent_becomes(before); // the list is unchanged
         const Bytes expected =
             std::string(before) == "2.2"
                 ? request_of_records(1, 1, record("home", 0, 0, 0, "", 0, 0))
@@ -192,7 +192,7 @@ TEST_F(ApList, SettersSurviveTheFailureOfEachAllocation)
     connect_to("2.3");
     create(1);
     ASSERT_EQ(korvane_aplist_set_ssid(list, 0, "first"), ok);
-    for (unsigned nth = 1; nth <= 3; ++nth) { // the member, its text, its key
+    for (unsigned nth = 1; nth <= 3; ++nth) { // the member, its text and its key
         allocs::fail_nth(nth);
         EXPECT_EQ(korvane_aplist_set_ssid(list, 0, "second"), no_memory);
         EXPECT_TRUE(allocs::failed());
@@ -209,7 +209,8 @@ TEST_F(ApList, SettersSurviveTheFailureOfEachAllocation)
     agent_becomes("2.2");
     create(1);
     allocs::fail_nth(1);
-    EXPECT_EQ(korvane_aplist_set_ssid(list, 0, "second"), KORVANE_ERROR_NONE); // as every setter of a record
+    EXPECT_EQ(korvane_aplist_set_ssid(list, 0, "second"),
+              KORVANE_ERROR_NONE); // as every setter of a record does without memory
     allocs::stop_failing();
     EXPECT_TRUE(platform.log.has(proxy_error("rpc_port_korvane_ap_info_set_ssid", "Failed to duplicate data")));
     EXPECT_EQ(sent_list(), request_of_records(1, 1, record("", 0, 0, 0, "", 0, 0)));
@@ -219,7 +220,7 @@ TEST_F(ApList, SendSurvivesTheFailureOfEachAllocation)
 {
     for (const char *version : {"2.2", "2.3"}) {
         const bool records = std::string(version) == "2.2";
-        // The last one: the request was sent, and its reply's text could not be read.
+        // The last allocation: the request was sent, and the text of its reply cannot be read.
         const std::string unread = "korvane_send_ap_list() is failed, err=[-1] r=[0]";
         const std::set<std::string> expected_messages =
             records ? std::set<std::string>{"rpc_port_array_korvane_ap_info_create() failed",
@@ -270,7 +271,7 @@ TEST_F(ApList, SendSurvivesTheFailureOfEachPlatformCall)
     }
 }
 
-TEST_F(ApList, SendMapsTheAgentsAnswer)
+TEST_F(ApList, MapsTheReplyToAResult)
 {
     for (const char *version : {"2.2", "2.3"}) {
         connect_to(version);
@@ -290,7 +291,7 @@ TEST_F(ApList, SendMapsTheAgentsAnswer)
     }
 }
 
-TEST_F(ApList, SendRefusesItsHandleBeforeItsList)
+TEST_F(ApList, ChecksTheHandleBeforeTheList)
 {
     connect_to("2.3");
     create(1);

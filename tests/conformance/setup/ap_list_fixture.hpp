@@ -3,7 +3,7 @@
 
 #include "conformance/fixtures/setup_fixture.hpp"
 
-/// Access point lists, and the requests that carry them, by hand.
+/// Lists of access points, and the bytes of the requests that carry them.
 namespace kv::test {
 
 inline constexpr int ok = KORVANE_ERROR_NONE;
@@ -13,7 +13,7 @@ inline constexpr int lowest = -2147483647 - 1;
 inline const char *const other_form_of_record = "handle was made for another agent version, in [record] form";
 inline const char *const other_form_of_json = "handle was made for another agent version, in [JSON] form";
 
-/// A setter of numbers, by its name.
+/// A setter of a number, with its name.
 struct NumberSetter {
     const char *name;
     int (*set)(korvane_aplist_h list, int idx, int value);
@@ -49,7 +49,7 @@ protected:
         }
     }
 
-    /// What the list holds, as it is sent.
+    /// Sends the list and returns the request.
     Bytes sent_list(int req_id = 1)
     {
         platform.main_port().sent.clear();

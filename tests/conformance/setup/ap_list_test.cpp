@@ -4,7 +4,7 @@
 namespace kv::test {
 namespace {
 
-TEST_F(ApList, OfAnOldAgentIsSentAsRecords)
+TEST_F(ApList, IsSentAsRecordsToAnOldAgent)
 {
     connect_to("2.2");
     create(2);
@@ -25,7 +25,7 @@ TEST_F(ApList, OfAnOldAgentIsSentAsRecords)
                                               api_info("korvane_send_ap_list", "req_id [77]")}));
 }
 
-TEST_F(ApList, OfANewAgentIsSentAsADocumentWithItsMembersInTheOrderInWhichTheyWereSet)
+TEST_F(ApList, IsSentAsADocumentInTheOrderOfTheSettersToANewAgent)
 {
     connect_to("2.3");
     create(2);
@@ -47,7 +47,7 @@ TEST_F(ApList, OfANewAgentIsSentAsADocumentWithItsMembersInTheOrderInWhichTheyWe
                                               api_info("korvane_send_ap_list", "req_id [4294967295]")}));
 }
 
-TEST_F(ApList, SentTwiceToAnOldAgentIsTheSameTwice)
+TEST_F(ApList, IsTheSameWhenSentTwiceToAnOldAgent)
 {
     connect_to("1.0");
     create(1);
@@ -56,7 +56,7 @@ TEST_F(ApList, SentTwiceToAnOldAgentIsTheSameTwice)
     EXPECT_EQ(once, request_of_records(5, 1, record("", 0, 0, 0, "", 0, 0)));
 }
 
-TEST_F(ApList, SentTwiceToANewAgentHoldsTheCommandAndTheRequestIdTwice)
+TEST_F(ApList, ContainsCommandAndRequestIdTwiceWhenSentTwiceToANewAgent)
 {
     connect_to("2.3");
     create(1);
@@ -66,7 +66,7 @@ TEST_F(ApList, SentTwiceToANewAgentHoldsTheCommandAndTheRequestIdTwice)
                   R"({"ap_list_array":[{}],"common_interface":6,"req_id":5,"common_interface":6,"req_id":6})"));
 }
 
-TEST_F(ApList, AFailedSendToANewAgentLeavesTheTwoMembersInTheList)
+TEST_F(ApList, KeepsCommandAndRequestIdOfAFailedSendToANewAgent)
 {
     connect_to("2.3");
     create(1);
@@ -78,7 +78,7 @@ TEST_F(ApList, AFailedSendToANewAgentLeavesTheTwoMembersInTheList)
                   R"({"ap_list_array":[{}],"common_interface":6,"req_id":5,"common_interface":6,"req_id":6})"));
 }
 
-TEST_F(ApList, AValueSetAgainReplacesTheFormerOneAndInADocumentMovesToTheEnd)
+TEST_F(ApList, ReplacesAValueWhichMovesToTheEndOfADocument)
 {
     connect_to("2.2");
     create(1);
@@ -101,7 +101,7 @@ TEST_F(ApList, AValueSetAgainReplacesTheFormerOneAndInADocumentMovesToTheEnd)
                                                 R"("common_interface":6,"req_id":1,"common_interface":6,"req_id":2})"));
 }
 
-TEST_F(ApList, NamesMayBeAnyBytesAndLong)
+TEST_F(ApList, AcceptsAnyBytesAndLongNames)
 {
     std::string name;
     for (char byte = 1; byte <= 31; ++byte)
@@ -126,7 +126,7 @@ TEST_F(ApList, NamesMayBeAnyBytesAndLong)
                                                longest + "\"}],\"common_interface\":6,\"req_id\":1}"));
 }
 
-TEST_F(ApList, NumbersKeepAllTheir32Bits)
+TEST_F(ApList, KeepsAll32BitsOfNumbers)
 {
     connect_to("2.3");
     create(1);
@@ -137,7 +137,7 @@ TEST_F(ApList, NumbersKeepAllTheir32Bits)
                                   R"("common_interface":6,"req_id":-2147483648})"));
 }
 
-TEST_F(ApList, OfTwoHundredAccessPointsArrivesWhole)
+TEST_F(ApList, SendsTwoHundredAccessPoints)
 {
     connect_to("2.2");
     create(200);
@@ -161,19 +161,19 @@ TEST_F(ApList, OfTwoHundredAccessPointsArrivesWhole)
               request_of_document("{\"ap_list_array\":[" + entries + R"(],"common_interface":6,"req_id":1})"));
 }
 
-TEST_F(ApList, NeedsTheAgentButNotTheConnection)
+TEST_F(ApList, NeedsAnAgentButNoConnection)
 {
     EXPECT_EQ(korvane_aplist_create(&list, 1), ok); // the library is not initialised
     EXPECT_EQ(korvane_aplist_set_ssid(list, 0, "home"), ok);
     destroy();
-    forget_the_agent();
+    clear_agent_state();
     platform.results["package_info_create"] = -18153359;
     EXPECT_EQ(korvane_aplist_create(nullptr, 0), -1073741822);
     EXPECT_EQ(korvane_aplist_destroy(nullptr), -1073741822);
     EXPECT_EQ(korvane_aplist_set_ssid(nullptr, 0, nullptr), -1073741822);
 }
 
-TEST_F(ApList, SettersWorkWhileTheAgentIsInstalled)
+TEST_F(ApList, CanBeFilledWhileTheAgentIsInstalled)
 {
     connect_to("2.3");
     begin_install();
@@ -184,7 +184,7 @@ TEST_F(ApList, SettersWorkWhileTheAgentIsInstalled)
     EXPECT_EQ(platform.log.count("req_id [1]"), 0U);
 }
 
-TEST_F(ApList, IsAnsweredFromInsideTheCallbackThatAsks)
+TEST_F(ApList, CanBeSentInsideTheCallbackThatRequestsIt)
 {
     connect_to("2.3");
     ASSERT_EQ(korvane_set_scan_ap_cb(handle, Note<'s', int>::call, &recorder), ok);

@@ -3,17 +3,17 @@
 
 #include "conformance/fixtures/setup_fixture.hpp"
 
-/// The commands of the easy setup: one row per function and wire generation.
+/// The commands of the easy setup, one row per function and wire format.
 namespace kv::test {
 
 struct Command {
-    std::string label; // in the test's name
+    std::string label; // part of the test's name
     std::string function;
     int minimum_version;
-    std::string agent_version; // one that speaks the generation of this row
+    std::string agent_version; // an agent with the wire format of this row
     int (*call)(korvane_h handle);
     Bytes request;
-    std::vector<std::string> lines; // of priority 4, between the gates and the invoke
+    std::vector<std::string> lines; // messages of priority 4, between the checks and the request
 };
 
 extern const std::vector<Command> setup_commands;

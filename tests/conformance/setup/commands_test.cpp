@@ -15,7 +15,7 @@ protected:
     LogLine info(const std::string &message) { return api_info(GetParam().function, message); }
     LogLine error(const std::string &message) { return api_error(GetParam().function, message); }
 
-    /// Entry and progress lines of a call that reaches the agent.
+    /// The lines of a call that sends its request.
     LogLines lines_of_a_call()
     {
         LogLines lines = {info(">>> called")};
@@ -28,7 +28,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Of, SetupCommand, ::testing::ValuesIn(setup_commands),
                          [](const auto &row) { return row.param.label; });
 
-TEST_P(SetupCommand, SendsItsArgumentsAndLogsThemOnce)
+TEST_P(SetupCommand, SendsAndLogsItsArgumentsOnce)
 {
     connect_to_its_agent();
     EXPECT_EQ(call(handle), KORVANE_ERROR_NONE);
@@ -36,14 +36,14 @@ TEST_P(SetupCommand, SendsItsArgumentsAndLogsThemOnce)
     EXPECT_EQ(platform.log.lines(), lines_of_a_call());
 }
 
-TEST_P(SetupCommand, IsNotSupportedWithoutTheAgentWhateverTheHandle)
+TEST_P(SetupCommand, IsNotSupportedWithoutAnAgentWithAnyHandle)
 {
     platform.results["package_info_create"] = package_not_installed;
     EXPECT_EQ(call(nullptr), -1073741822);
     EXPECT_EQ(platform.log.lines(), (LogLines{info(">>> called"), error("Not Supported")}));
 }
 
-TEST_P(SetupCommand, RefusesAnOlderAgentBeforeItLooksAtTheHandle)
+TEST_P(SetupCommand, ChecksTheVersionBeforeTheHandle)
 {
     const int minimum = GetParam().minimum_version;
     if (minimum == 0)
@@ -61,10 +61,10 @@ TEST_P(SetupCommand, WorksWithItsLowestAgentVersion)
     EXPECT_EQ(call(handle), KORVANE_ERROR_NONE);
 }
 
-TEST_P(SetupCommand, RefusesANullHandleAndOneThatIsNotLive)
+TEST_P(SetupCommand, RefusesANullHandleAndAnUnknownOne)
 {
     connect_to_its_agent();
-    begin_install(); // comes later
+    begin_install(); // is checked later
     EXPECT_EQ(call(nullptr), -22);
     EXPECT_EQ(platform.log.lines(), (LogLines{info(">>> called"), error("handle is NULL")}));
     platform.log.clear();
@@ -73,7 +73,7 @@ TEST_P(SetupCommand, RefusesANullHandleAndOneThatIsNotLive)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_P(SetupCommand, IsRefusedWhileTheAgentIsInstalledAndLogsNoArguments)
+TEST_P(SetupCommand, IsRefusedDuringInstallationWithoutLoggingArguments)
 {
     connect_to_its_agent();
     begin_install();
@@ -82,7 +82,7 @@ TEST_P(SetupCommand, IsRefusedWhileTheAgentIsInstalledAndLogsNoArguments)
     EXPECT_TRUE(sent().empty());
 }
 
-TEST_P(SetupCommand, MapsTheAgentsAnswer)
+TEST_P(SetupCommand, MapsTheReplyToAResult)
 {
     connect_to_its_agent();
     const std::string failure = GetParam().function + "() is failed, err=[";
@@ -138,7 +138,7 @@ TEST_P(SetupCommand, SurvivesTheFailureOfEachAllocation)
         });
 }
 
-/// Arguments that a function refuses: after the version and the handle, before the update gate.
+/// Arguments that a function refuses. It checks them after the version and the handle and before the update.
 struct Refusal {
     std::string label;
     std::string function;
@@ -215,7 +215,7 @@ class SetupArgument : public SetupTest, public ::testing::WithParamInterface<Ref
 INSTANTIATE_TEST_SUITE_P(Of, SetupArgument, ::testing::ValuesIn(refusals),
                          [](const auto &row) { return row.param.label; });
 
-TEST_P(SetupArgument, IsRefusedAfterTheHandleAndBeforeTheUpdateGate)
+TEST_P(SetupArgument, IsCheckedAfterTheHandleAndBeforeTheUpdate)
 {
     connect_to("2.3");
     begin_install();
@@ -240,7 +240,7 @@ class NewerSetupArgument : public SetupArgument {};
 INSTANTIATE_TEST_SUITE_P(Of, NewerSetupArgument, ::testing::ValuesIn(refusals_of_newer_functions()),
                          [](const auto &row) { return row.param.label; });
 
-TEST_P(NewerSetupArgument, IsNotLookedAtWithAnOlderAgent)
+TEST_P(NewerSetupArgument, IsNotCheckedWithAnOlderAgent)
 {
     const auto &[label, function, minimum, call, message] = GetParam();
     connect_to(std::to_string(minimum / 1000) + "." + std::to_string(minimum % 1000 - 1));
@@ -250,7 +250,7 @@ TEST_P(NewerSetupArgument, IsNotLookedAtWithAnOlderAgent)
 
 class LanguageList : public SetupTest {};
 
-TEST_F(LanguageList, OfCountZeroOrBelowIsRefusedWithBothValuesShown)
+TEST_F(LanguageList, OfCountZeroOrBelowIsRefusedWithBothValuesInTheLog)
 {
     connect_to("2.3");
     for (int count : {0, -1, -2147483647 - 1}) {
@@ -276,7 +276,7 @@ TEST_F(LanguageList, WithATextThatIsNullIsRefusedAndNothingIsSent)
     EXPECT_EQ(allocs::live_blocks(), blocks);
 }
 
-TEST_F(LanguageList, ThatIsLongAndHasLongTextsArrivesWhole)
+TEST_F(LanguageList, SendsManyLongTexts)
 {
     connect_to("1.3");
     const std::string text(1 << 20, 'x');
@@ -291,7 +291,7 @@ TEST_F(LanguageList, ThatIsLongAndHasLongTextsArrivesWhole)
     EXPECT_EQ(sent()[0].size(), 8U + 5000U * 6U);
 }
 
-TEST_F(LanguageList, WithoutMemoryForTheArrayNamesWhatFailed)
+TEST_F(LanguageList, WithoutMemoryForTheArrayLogsTheFailure)
 {
     connect_to("2.3");
     allocs::fail_nth(1);
@@ -302,7 +302,7 @@ TEST_F(LanguageList, WithoutMemoryForTheArrayNamesWhatFailed)
                   api_error("korvane_set_language_list", "rpc_port_array_korvane_language_info_create() failed")}));
 }
 
-TEST_F(LanguageList, WithoutMemoryForARecordNamesTheRecord)
+TEST_F(LanguageList, WithoutMemoryForARecordLogsTheRecord)
 {
     connect_to("2.3");
     allocs::fail_nth(3); // after the array and the table of records
@@ -329,7 +329,7 @@ TEST_F(Pins, AreNeverLogged)
         EXPECT_EQ(line.message.find("31415926"), std::string::npos) << line;
 }
 
-TEST_F(Pins, RandomPinWithAnAgentOf13IsRefusedBeforeItsArgumentsAreLookedAt)
+TEST_F(Pins, RandomPinChecksTheVersionBeforeItsArguments)
 {
     connect_to("1.3");
     EXPECT_EQ(korvane_set_random_pin(handle, ""), -1073741827);

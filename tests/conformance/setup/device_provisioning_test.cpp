@@ -40,7 +40,7 @@ protected:
         connect_to(version);
         ASSERT_EQ(korvane_set_device_provisioning_cb(handle, on_info, this), ok);
         seq_id = last_seq_id(platform.log);
-        forget_the_past();
+        clear_records();
     }
 
     void push(const std::string &language = "en")
@@ -61,7 +61,7 @@ protected:
     int seq_id = 0;
 };
 
-TEST_F(DeviceProvisioning, DataAreReadWithTheGetters)
+TEST_F(DeviceProvisioning, DeliversDataForTheGetters)
 {
     for (const char *version : {"1.1", "2.3"}) {
         begin_set(version);
@@ -73,7 +73,7 @@ TEST_F(DeviceProvisioning, DataAreReadWithTheGetters)
     }
 }
 
-TEST_F(DeviceProvisioning, TextsMayBeEmptyLongOrNotUtf8)
+TEST_F(DeviceProvisioning, AcceptsEmptyLongAndNonUtf8Texts)
 {
     begin_set();
     for (const std::string &text : {std::string(), std::string(1 << 20, 'x'), std::string("\xff\xfe")}) {
@@ -82,7 +82,7 @@ TEST_F(DeviceProvisioning, TextsMayBeEmptyLongOrNotUtf8)
     }
 }
 
-TEST_F(DeviceProvisioning, DataStayReadableUntilTheNextEvent)
+TEST_F(DeviceProvisioning, KeepsDataUntilTheNextEvent)
 {
     begin_set();
     push("en");
@@ -93,7 +93,7 @@ TEST_F(DeviceProvisioning, DataStayReadableUntilTheNextEvent)
     EXPECT_EQ(recorder.seen, Strings(2, "info"));
 }
 
-TEST_F(DeviceProvisioning, DataAreReleasedBySetUnsetAndDeinitialize)
+TEST_F(DeviceProvisioning, ReleasesDataInSetUnsetAndDeinitialize)
 {
     begin_set();
     const std::size_t blocks = allocs::live_blocks();
@@ -105,14 +105,14 @@ TEST_F(DeviceProvisioning, DataAreReleasedBySetUnsetAndDeinitialize)
     push();
     EXPECT_GT(allocs::live_blocks(), blocks);
     ASSERT_EQ(korvane_unset_device_provisioning_cb(handle), ok);
-    EXPECT_LT(allocs::live_blocks(), blocks); // the delegate as well
-    // A handle kept too long is found out while the library is initialised.
+    EXPECT_LT(allocs::live_blocks(), blocks); // the delegate is released too
+    // An initialised library recognises a handle that the application kept too long.
     char *value = nullptr;
     EXPECT_EQ(korvane_devinfo_get_language(held, &value), failed);
     EXPECT_EQ(value, nullptr);
 }
 
-TEST_F(DeviceProvisioning, DataSurviveASetThatIsRefused)
+TEST_F(DeviceProvisioning, KeepsDataIfASetIsRefused)
 {
     begin_set();
     push();
@@ -123,7 +123,7 @@ TEST_F(DeviceProvisioning, DataSurviveASetThatIsRefused)
     expect_text(getters[0], "en");
 }
 
-TEST_F(DeviceProvisioning, DataMayBeReleasedByTheCallbackThatReadsThem)
+TEST_F(DeviceProvisioning, LetsTheCallbackReleaseItsData)
 {
     begin_set();
     recorder.then = [&](korvane_h seen) {
@@ -134,7 +134,7 @@ TEST_F(DeviceProvisioning, DataMayBeReleasedByTheCallbackThatReadsThem)
     EXPECT_EQ(recorder.seen, Strings{"info"});
 }
 
-TEST_F(DeviceProvisioning, AnEventSurvivesTheFailureOfEachAllocation)
+TEST_F(DeviceProvisioning, SurvivesTheFailureOfEachAllocationOfAnEvent)
 {
     fail_each_allocation(
         [&] {
@@ -147,19 +147,20 @@ TEST_F(DeviceProvisioning, AnEventSurvivesTheFailureOfEachAllocation)
             return 0;
         },
         [&](int before, int) {
-            EXPECT_EQ(recorder.seen, before < 0 ? Strings{"info"} : Strings{}) << "delivered only when whole";
+            EXPECT_EQ(recorder.seen, before < 0 ? Strings{"info"} : Strings{})
+                << "incomplete data must not be delivered";
             if (before >= 0) {
                 EXPECT_FALSE(platform.log.errors().empty());
             }
         });
 }
 
-TEST_F(DeviceProvisioning, AnEventWithoutMemoryForItsCloneNamesWhatFailedAndReleasesTheDataBeforeIt)
+TEST_F(DeviceProvisioning, LogsAFailedCloneAndReleasesTheEarlierData)
 {
     begin_set();
     push();
     recorder.seen.clear();
-    // The record that is read and its five texts come first.
+    // The first allocations are those of the received record and its five texts.
     const char *const fields[] = {"language", "country", "datetime", "rmd", "account"};
     for (unsigned i = 0; i < 5; ++i) {
         platform.log.clear();
@@ -180,7 +181,7 @@ TEST_F(DeviceProvisioning, AnEventWithoutMemoryForItsCloneNamesWhatFailedAndRele
     EXPECT_EQ(korvane_devinfo_get_language(held, &value), failed);
 }
 
-TEST_F(DeviceProvisioning, GettersWithoutMemoryFailAndWriteNothing)
+TEST_F(DeviceProvisioning, FailsWithoutMemoryAndWritesNothing)
 {
     begin_set();
     push();
@@ -199,7 +200,7 @@ TEST_F(DeviceProvisioning, GettersWithoutMemoryFailAndWriteNothing)
     }
 }
 
-TEST_F(DeviceProvisioning, GettersRefuseNullArgumentsInTheirOrderAndDoNotCareForUpdates)
+TEST_F(DeviceProvisioning, RefusesNullArgumentsInTheirOrderAlsoDuringUpdates)
 {
     begin_set();
     push();
@@ -216,7 +217,7 @@ TEST_F(DeviceProvisioning, GettersRefuseNullArgumentsInTheirOrderAndDoNotCareFor
     }
 }
 
-TEST_F(DeviceProvisioning, TheMobileDeviceIsRefusedByAgent10BeforeItsArgumentsAreLookedAt)
+TEST_F(DeviceProvisioning, ChecksTheVersionForTheMobileDeviceBeforeItsArguments)
 {
     begin_set("1.0");
     push();
@@ -226,7 +227,7 @@ TEST_F(DeviceProvisioning, TheMobileDeviceIsRefusedByAgent10BeforeItsArgumentsAr
     expect_text(getters[0], "en");
 }
 
-TEST_F(DeviceProvisioning, GettersAreNotSupportedWithoutTheAgent)
+TEST_F(DeviceProvisioning, IsNotSupportedWithoutAnAgent)
 {
     platform.results["package_info_create"] = -18153359;
     for (const Getter &getter : getters)

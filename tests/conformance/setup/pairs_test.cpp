@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The set and unset functions of the easy setup against common rules, one row per registration in setup_pairs.cpp. Numbers
-// and log texts are the contract of the library, typed by hand.
+// Rules that all set and unset functions of the easy setup share. Method numbers and log texts are part of the library's
+// contract and therefore typed by hand in setup_pairs.cpp.
 #include "conformance/fixtures/setup_pairs.hpp"
 
 namespace kv::test {
@@ -18,13 +18,13 @@ protected:
 
     void connect_to_its_agent() { connect_to(pair().agent_version); }
     int set() { return pair().set(handle, &recorder); }
-    /// Connected and set; the past is forgotten but for the numbers of the delegates.
+    /// Connects, sets the callback and clears all records. `seq_id` is the number of its first delegate.
     void begin_set()
     {
         connect_to_its_agent();
         ASSERT_EQ(set(), ok);
         seq_id = first_seq_id();
-        forget_the_past();
+        clear_records();
     }
     int first_seq_id() { return last_seq_id(platform.log) + 1 - static_cast<int>(pair().events.size()); }
 
@@ -33,13 +33,13 @@ protected:
         const PairEvent &described = pair().events[i];
         return event(described.delegate_id, first_number + static_cast<int>(i), false, described.values);
     }
-    /// One event of every kind arrives.
+    /// Raises one event of every kind.
     void push_events(int first_number)
     {
         for (std::size_t i = 0; i < pair().events.size(); ++i)
             platform.proxy().push_event(event_of(i, first_number));
     }
-    Strings told_by_events(unsigned times = 1)
+    Strings expected_calls(unsigned times = 1)
     {
         Strings seen;
         for (unsigned n = 0; n < times; ++n)
@@ -84,7 +84,7 @@ TEST_P(SetupPair, UnsetSendsNoArguments)
     EXPECT_EQ(platform.log.api(), (LogLines{unset_info(">>> called")}));
 }
 
-TEST_P(SetupPair, GatesComeInTheirOrder)
+TEST_P(SetupPair, ChecksAreMadeInTheirOrder)
 {
     platform.results["package_info_create"] = package_not_installed;
     EXPECT_EQ(pair().set(nullptr, nullptr), -1073741822);
@@ -92,7 +92,7 @@ TEST_P(SetupPair, GatesComeInTheirOrder)
     EXPECT_EQ(platform.log.errors(), (LogLines{set_error("Not Supported"), unset_error("Not Supported")}));
 
     platform.results.clear();
-    forget_the_agent();
+    clear_agent_state();
     platform.log.clear();
     const int below = pair().minimum_version - 1;
     platform.agent_version = below < 0 ? "-1.0" : std::to_string(below / 1000) + "." + std::to_string(below % 1000);
@@ -101,7 +101,7 @@ TEST_P(SetupPair, GatesComeInTheirOrder)
     EXPECT_EQ(platform.log.errors(),
               (LogLines{set_error("agent version is lower!!"), unset_error("agent version is lower!!")}));
 
-    forget_the_agent();
+    clear_agent_state();
     connect_to_its_agent();
     begin_install();
     EXPECT_EQ(pair().set(nullptr, nullptr), -22);
@@ -121,43 +121,43 @@ TEST_P(SetupPair, ARefusedUnsetKeepsTheRegistration)
     EXPECT_EQ(pair().unset(handle), -1073741826);
     update_completes();
     push_events(seq_id);
-    EXPECT_EQ(recorder.seen, told_by_events());
+    EXPECT_EQ(recorder.seen, expected_calls());
 }
 
-TEST_P(SetupPair, EventsReachTheApplicationWithTheirValues)
+TEST_P(SetupPair, EventsAreDeliveredWithTheirValues)
 {
     begin_set();
     LogLines lines;
     for (const PairEvent &described : pair().events)
         lines.insert(lines.end(), described.lines.begin(), described.lines.end());
     push_events(seq_id);
-    EXPECT_EQ(recorder.seen, told_by_events());
+    EXPECT_EQ(recorder.seen, expected_calls());
     EXPECT_EQ(recorder.handle, handle);
     EXPECT_EQ(platform.log.api(), lines);
     push_events(seq_id);
-    EXPECT_EQ(recorder.seen, told_by_events(2));
+    EXPECT_EQ(recorder.seen, expected_calls(2));
 }
 
-/// A platform raises events from the main loop, inside a send or inside the wait for a reply.
-TEST_P(SetupPair, EventsAreDeliveredWhenThePlatformRaisesThemBeforeInsideOrAfterACall)
+/// A platform raises events from the main loop, inside a send, or inside the wait for a reply.
+TEST_P(SetupPair, EventsAreDeliveredBeforeInsideAndAfterACall)
 {
     begin_set();
     push_events(seq_id);
-    EXPECT_EQ(recorder.seen, told_by_events(1));
+    EXPECT_EQ(recorder.seen, expected_calls(1));
     unsigned inside = 1;
     for (const Moment moment : {Moment::send, Moment::wait}) {
         for (std::size_t i = 0; i < pair().events.size(); ++i)
             platform.proxy().raise_inside(moment, received(event_of(i, seq_id)));
         EXPECT_EQ(korvane_stop(handle), ok);
-        EXPECT_EQ(recorder.seen, told_by_events(++inside));
+        EXPECT_EQ(recorder.seen, expected_calls(++inside));
     }
     for (std::size_t i = 0; i < pair().events.size(); ++i)
         platform.proxy().callback_port.push(event_of(i, seq_id));
     EXPECT_EQ(korvane_stop(handle), ok);
-    EXPECT_EQ(recorder.seen, told_by_events(3)); // nothing was raised inside this call
+    EXPECT_EQ(recorder.seen, expected_calls(3)); // the platform raised nothing inside this call
     for (std::size_t i = 0; i < pair().events.size(); ++i)
         platform.proxy().fire_received();
-    EXPECT_EQ(recorder.seen, told_by_events(4));
+    EXPECT_EQ(recorder.seen, expected_calls(4));
 }
 
 TEST_P(SetupPair, SettingTwiceWarnsOnceAndKeepsOneRegistration)
@@ -168,15 +168,15 @@ TEST_P(SetupPair, SettingTwiceWarnsOnceAndKeepsOneRegistration)
     const int second_seq_id = first_seq_id();
     EXPECT_EQ(platform.log.api(), (LogLines{set_info(">>> called"), set_warning("rpc cb_h already exists")}));
     EXPECT_EQ(sent(), (std::vector<Bytes>{set_request(second_seq_id)}));
-    push_events(seq_id); // of the registration that was replaced
+    push_events(seq_id); // events of the registration that was replaced
     EXPECT_EQ(recorder.seen, Strings{});
     EXPECT_EQ(second.seen, Strings{});
     push_events(second_seq_id);
     EXPECT_EQ(recorder.seen, Strings{});
-    EXPECT_EQ(second.seen, told_by_events());
+    EXPECT_EQ(second.seen, expected_calls());
 }
 
-TEST_P(SetupPair, UnsettingWhatWasNeverSetWarnsAndStillAsksTheAgent)
+TEST_P(SetupPair, UnsetWithoutARegistrationWarnsAndAsksTheAgent)
 {
     connect_to_its_agent();
     EXPECT_EQ(pair().unset(handle), ok);
@@ -230,10 +230,10 @@ TEST_P(SetupPair, AFirstSetThatTheAgentRefusedDeliversNothing)
     EXPECT_EQ(set(), ok);
     EXPECT_EQ(platform.log.has(set_warning("rpc cb_h already exists")), pair().keeps_refused_delegate);
     push_events(first_seq_id());
-    EXPECT_EQ(recorder.seen, told_by_events());
+    EXPECT_EQ(recorder.seen, expected_calls());
 }
 
-TEST_P(SetupPair, ASecondSetThatTheAgentRefusedEndsTheFirstRegistrationAndKeepsItsCallback)
+TEST_P(SetupPair, ARefusedSecondSetEndsTheFirstRegistrationAndKeepsItsCallback)
 {
     begin_set();
     Recorder second;
@@ -242,13 +242,13 @@ TEST_P(SetupPair, ASecondSetThatTheAgentRefusedEndsTheFirstRegistrationAndKeepsI
     const int second_seq_id = first_seq_id();
     push_events(seq_id);
     EXPECT_EQ(recorder.seen, Strings{});
-    // Should the agent fire what it has refused, nobody but the callback that was set successfully hears of it.
+    // If the agent sends an event for a delegate that it refused, only the callback of the successful set runs.
     push_events(second_seq_id);
-    EXPECT_EQ(recorder.seen, pair().keeps_refused_delegate ? told_by_events() : Strings{});
+    EXPECT_EQ(recorder.seen, pair().keeps_refused_delegate ? expected_calls() : Strings{});
     EXPECT_EQ(second.seen, Strings{});
 }
 
-TEST_P(SetupPair, ASetThatTheAgentRefusedAfterAnUnsetDeliversNothingToTheCallbackBefore)
+TEST_P(SetupPair, ARefusedSetAfterAnUnsetDeliversNothing)
 {
     begin_set();
     ASSERT_EQ(pair().unset(handle), ok);
@@ -260,7 +260,7 @@ TEST_P(SetupPair, ASetThatTheAgentRefusedAfterAnUnsetDeliversNothingToTheCallbac
     EXPECT_EQ(second.seen, Strings{});
 }
 
-TEST_P(SetupPair, AnEventCutShortAnywhereIsDroppedWithOneErrorAndTheRegistrationStays)
+TEST_P(SetupPair, ATruncatedEventIsDroppedWithOneErrorAndKeepsTheRegistration)
 {
     begin_set();
     for (std::size_t i = 0; i < pair().events.size(); ++i) {
@@ -273,7 +273,7 @@ TEST_P(SetupPair, AnEventCutShortAnywhereIsDroppedWithOneErrorAndTheRegistration
     }
     EXPECT_EQ(recorder.seen, Strings{});
     push_events(seq_id);
-    EXPECT_EQ(recorder.seen, told_by_events());
+    EXPECT_EQ(recorder.seen, expected_calls());
 }
 
 TEST_P(SetupPair, EventsForAnotherNumberOrTypeAreDropped)
@@ -293,11 +293,11 @@ TEST_P(SetupPair, SetSurvivesTheFailureOfEachPlatformCall)
                             [&](const std::string &failure, int result) {
                                 EXPECT_EQ(result, outcome_of_request(failure));
                                 push_events(first_seq_id());
-                                EXPECT_EQ(recorder.seen, result == ok ? told_by_events() : Strings{});
+                                EXPECT_EQ(recorder.seen, result == ok ? expected_calls() : Strings{});
                                 recorder.seen.clear();
                                 EXPECT_EQ(set(), ok);
                                 push_events(first_seq_id());
-                                EXPECT_EQ(recorder.seen, told_by_events());
+                                EXPECT_EQ(recorder.seen, expected_calls());
                             });
 }
 
@@ -311,7 +311,7 @@ TEST_P(SetupPair, UnsetSurvivesTheFailureOfEachPlatformCall)
                             });
 }
 
-TEST_P(SetupPair, SetWithoutMemoryForADelegateFailsAsTheProxyRefusesIt)
+TEST_P(SetupPair, SetFailsWithoutMemoryForADelegate)
 {
     int runs = 0;
     fail_each_allocation([&] { connect_to_its_agent(); }, [&] { return set(); },
@@ -323,12 +323,12 @@ TEST_P(SetupPair, SetWithoutMemoryForADelegateFailsAsTheProxyRefusesIt)
                              EXPECT_EQ(platform.log.count("Invalid parameter"), before < 0 ? 0U : 1U);
                              EXPECT_EQ(set(), ok);
                              push_events(first_seq_id());
-                             EXPECT_EQ(recorder.seen, told_by_events());
+                             EXPECT_EQ(recorder.seen, expected_calls());
                          });
     EXPECT_EQ(runs, static_cast<int>(pair().events.size()) + 1);
 }
 
-TEST_P(SetupPair, DeinitializeReleasesARegistrationThatWasRefusedBeforeItWasSent)
+TEST_P(SetupPair, DeinitializeReleasesARegistrationThatWasRefusedUnsent)
 {
     connect_to_its_agent();
     platform.proxy().fire_disconnected();
@@ -337,7 +337,7 @@ TEST_P(SetupPair, DeinitializeReleasesARegistrationThatWasRefusedBeforeItWasSent
     EXPECT_EQ(korvane_deinitialize(handle), ok);
 }
 
-TEST_P(SetupPair, TheCallbackMayUnsetItself)
+TEST_P(SetupPair, TheCallbackCanUnsetItself)
 {
     begin_set();
     recorder.then = [&](korvane_h seen) { EXPECT_EQ(pair().unset(seen), ok); };
@@ -347,7 +347,7 @@ TEST_P(SetupPair, TheCallbackMayUnsetItself)
     EXPECT_EQ(recorder.seen.size(), 1U);
 }
 
-TEST_P(SetupPair, TheCallbackMaySetAnother)
+TEST_P(SetupPair, TheCallbackCanSetAnother)
 {
     begin_set();
     Recorder second;
@@ -356,18 +356,18 @@ TEST_P(SetupPair, TheCallbackMaySetAnother)
     push_events(seq_id);
     EXPECT_EQ(recorder.seen, Strings{pair().events.front().seen});
     push_events(first_seq_id());
-    EXPECT_EQ(second.seen, told_by_events());
+    EXPECT_EQ(second.seen, expected_calls());
 }
 
-TEST_P(SetupPair, TheCallbackMayAskTheAgent)
+TEST_P(SetupPair, TheCallbackCanAskTheAgent)
 {
     begin_set();
     recorder.then = [&](korvane_h seen) { EXPECT_EQ(korvane_stop(seen), ok); };
     push_events(seq_id);
-    EXPECT_EQ(recorder.seen, told_by_events());
+    EXPECT_EQ(recorder.seen, expected_calls());
 }
 
-TEST_P(SetupPair, TheCallbackMayDeinitialize)
+TEST_P(SetupPair, TheCallbackCanDeinitialize)
 {
     begin_set();
     recorder.then = [&](korvane_h seen) { EXPECT_EQ(korvane_deinitialize(seen), ok); };
@@ -376,7 +376,7 @@ TEST_P(SetupPair, TheCallbackMayDeinitialize)
     EXPECT_EQ(kv::api::live_session, nullptr);
 }
 
-TEST_P(SetupPair, TheCallbackMayDeinitializeAndInitialize)
+TEST_P(SetupPair, TheCallbackCanDeinitializeAndInitialize)
 {
     begin_set();
     recorder.then = [&](korvane_h seen) {
@@ -384,11 +384,11 @@ TEST_P(SetupPair, TheCallbackMayDeinitializeAndInitialize)
         initialize();
     };
     platform.proxy().push_event(event_of(0, seq_id));
-    platform.proxy().push_event(event_of(0, seq_id)); // to the new proxy, which knows no such delegate
+    platform.proxy().push_event(event_of(0, seq_id)); // the new proxy has no delegate with this number
     EXPECT_EQ(recorder.seen, Strings{pair().events.front().seen});
 }
 
-TEST_P(SetupPair, AThousandEventsAreAllDelivered)
+TEST_P(SetupPair, AThousandEventsAreDelivered)
 {
     begin_set();
     for (int i = 0; i < 1000; ++i)

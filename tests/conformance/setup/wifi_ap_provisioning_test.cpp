@@ -4,7 +4,7 @@
 namespace kv::test {
 namespace {
 
-TEST_F(WifiAp, StaysReadableUntilTheNextEvent)
+TEST_F(WifiAp, IsReadableUntilTheNextEvent)
 {
     for (const char *version : {"1.2", "2.3"}) {
         begin_set(version);
@@ -21,7 +21,7 @@ TEST_F(WifiAp, StaysReadableUntilTheNextEvent)
     }
 }
 
-TEST_F(WifiAp, ThatIsHeldIsReleasedBySetWithALineInBothGenerations)
+TEST_F(WifiAp, IsReleasedBySetWithALogLineInBothWireFormats)
 {
     for (const char *version : {"1.2", "2.3"}) {
         begin_set(version);
@@ -36,12 +36,12 @@ TEST_F(WifiAp, ThatIsHeldIsReleasedBySetWithALineInBothGenerations)
         EXPECT_LT(allocs::live_blocks(), blocks);
         platform.log.clear();
         EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, on_ap, this), ok);
-        EXPECT_EQ(platform.log.count(released_line), 0U) << "released twice";
+        EXPECT_EQ(platform.log.count(released_line), 0U) << "the access point was released twice";
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
 }
 
-TEST_F(WifiAp, ThatIsHeldIsReleasedByUnsetSilentlyAsARecordAndWithALineAsADocument)
+TEST_F(WifiAp, IsReleasedByUnsetWithALogLineOnlyAsADocument)
 {
     for (const char *version : {"1.2", "2.3"}) {
         begin_set(version);
@@ -57,12 +57,12 @@ TEST_F(WifiAp, ThatIsHeldIsReleasedByUnsetSilentlyAsARecordAndWithALineAsADocume
         EXPECT_LT(allocs::live_blocks(), blocks);
         platform.log.clear();
         EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), ok);
-        EXPECT_EQ(platform.log.count(released_line), 0U) << "released twice";
+        EXPECT_EQ(platform.log.count(released_line), 0U) << "the access point was released twice";
         ASSERT_EQ(korvane_deinitialize(handle), ok);
     }
 }
 
-TEST_F(WifiAp, ThatIsHeldSurvivesASetThatIsRefused)
+TEST_F(WifiAp, IsKeptIfASetIsRefused)
 {
     begin_set("2.3");
     push_document(whole_document);
@@ -73,8 +73,8 @@ TEST_F(WifiAp, ThatIsHeldSurvivesASetThatIsRefused)
     EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "home"}));
 }
 
-/// The event's delegate is left from before an update, while the callback was unset with the new generation's methods.
-TEST_F(WifiAp, AnEventWithoutACallbackReleasesWhatIsHeldAndDeliversNothing)
+/// The delegate remains from before an update, but the callback was unset with the methods of the new wire format.
+TEST_F(WifiAp, IsReleasedByAnEventWithoutACallback)
 {
     begin_set("1.2");
     push_record("first");
@@ -89,7 +89,7 @@ TEST_F(WifiAp, AnEventWithoutACallbackReleasesWhatIsHeldAndDeliversNothing)
     EXPECT_EQ(allocs::live_blocks(), without_held);
 }
 
-TEST_F(WifiAp, AnEventOfTheOtherGenerationLeftFromBeforeAnUpdateIsDeliveredInItsOwnForm)
+TEST_F(WifiAp, IsDeliveredInItsOwnFormByADelegateFromBeforeAnUpdate)
 {
     begin_set("1.2");
     agent_becomes("1.3");
@@ -102,7 +102,7 @@ TEST_F(WifiAp, AnEventOfTheOtherGenerationLeftFromBeforeAnUpdateIsDeliveredInIts
                                                api_error("korvane_apinfo_get_channel", other_form_of_record)}));
 }
 
-TEST_F(WifiAp, ADocumentKeptAcrossADowngradeIsRefused)
+TEST_F(WifiAp, IsRefusedAsADocumentAfterADowngrade)
 {
     begin_set("1.3");
     push_document(whole_document);
@@ -110,19 +110,19 @@ TEST_F(WifiAp, ADocumentKeptAcrossADowngradeIsRefused)
     EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{-22}));
     EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_apinfo_get_ssid", other_form_of_json)}));
     platform.log.clear();
-    EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), ok); // releases by the document's own form
+    EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), ok); // releases the document in its own form
     EXPECT_EQ(platform.log.count(released_line), 1U);
     agent_becomes("1.3");
     push_document(whole_document);
     EXPECT_EQ(recorder.seen.size(), 1U) << "the callback was unset";
 }
 
-TEST_F(WifiAp, SetAfterAnUpdateRegistersWithTheOtherGenerationAndLeavesTheOldDelegateAlone)
+TEST_F(WifiAp, IsSetInTheOtherWireFormatAfterAnUpdateAndKeepsTheOldDelegate)
 {
     begin_set("1.2");
     const int old_seq_id = seq_id;
     agent_becomes("1.3");
-    forget_the_past();
+    clear_records();
     EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, on_ap, this), ok);
     seq_id = last_seq_id(platform.log);
     EXPECT_EQ(sent(), (std::vector<Bytes>{bytes(i32(64), delegate(18, seq_id, false))}));
@@ -134,20 +134,20 @@ TEST_F(WifiAp, SetAfterAnUpdateRegistersWithTheOtherGenerationAndLeavesTheOldDel
     EXPECT_EQ(recorder.seen, (Strings{"ap_info", "ap_info"}));
 }
 
-TEST_F(WifiAp, UnsetAfterAnUpdateFindsNoDelegateOfItsGeneration)
+TEST_F(WifiAp, IsUnsetWithoutADelegateOfItsWireFormatAfterAnUpdate)
 {
     begin_set("1.2");
     agent_becomes("1.3");
-    forget_the_past();
+    clear_records();
     EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), ok);
     EXPECT_EQ(sent(), std::vector<Bytes>{i32(65)});
     EXPECT_EQ(platform.log.count("rpc cb_h doesn't exist"), 1U);
 }
 
-TEST_F(WifiAp, WithAnUnreadableVersionSpeaksTheOldGeneration)
+TEST_F(WifiAp, UsesTheOldWireFormatWithAnUnreadableVersion)
 {
     connect_to("2.3");
-    forget_the_agent();
+    clear_agent_state();
     platform.agent_version = std::nullopt;
     EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, on_ap, this), ok);
     seq_id = last_seq_id(platform.log);
@@ -156,7 +156,7 @@ TEST_F(WifiAp, WithAnUnreadableVersionSpeaksTheOldGeneration)
     EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "home"}));
 }
 
-TEST_F(WifiAp, AnEventSurvivesTheFailureOfEachAllocation)
+TEST_F(WifiAp, SurvivesTheFailureOfEachAllocationOfAnEvent)
 {
     for (const char *version : {"1.2", "2.3"}) {
         const bool record = std::string(version) == "1.2";
@@ -171,7 +171,7 @@ TEST_F(WifiAp, AnEventSurvivesTheFailureOfEachAllocation)
                 return 0;
             },
             [&](int before, int) {
-                // Either the event could not be read, or it came with its access point, or without it.
+                // Either the event is dropped, or it is delivered with its access point or without it.
                 if (recorder.seen.empty()) {
                     EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "first"}));
                 } else if (recorder.seen == Strings{"ap_info"}) {
@@ -187,7 +187,7 @@ TEST_F(WifiAp, AnEventSurvivesTheFailureOfEachAllocation)
     }
 }
 
-TEST_F(WifiAp, TheAccessPointIsNeverLogged)
+TEST_F(WifiAp, IsNeverLogged)
 {
     for (const char *version : {"1.2", "2.3"}) {
         begin_set(version);
@@ -199,7 +199,7 @@ TEST_F(WifiAp, TheAccessPointIsNeverLogged)
     }
 }
 
-TEST_F(WifiAp, ACallbackMayReleaseTheAccessPointThatItReads)
+TEST_F(WifiAp, CanBeReleasedInsideTheCallbackThatReadsIt)
 {
     begin_set("2.3");
     recorder.then = [&](korvane_h seen) {

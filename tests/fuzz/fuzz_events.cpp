@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Events from the agent. Delegates of every type are registered, one lasting and one for a single use, with sequence
-// numbers that an input can name: the delegate of type n has 2n - 1 and 2n, counted from the first of the input.
+// Events from the agent. Two delegates of every type are registered, a lasting one and a one-shot one. Their sequence
+// numbers are the same in every run, so that an input can contain them: type n has 2n - 1 and 2n.
 
 #include "fuzz_link.hpp"
 #include "src/korvane_master_proxy/delegate.hpp"
@@ -14,7 +14,7 @@ using namespace kv;
 
 int first_seq_id = 0;
 
-/// Uses every byte of what a callback is shown, so that a value that is not there is noticed.
+/// Reads every byte of a callback's arguments, so that a sanitizer detects an invalid one.
 void use(int) {}
 void use(bool) {}
 void use(const char *text)
@@ -77,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         give_to_agent(link.handle, proxy::create_delegate<D>(callback, false, &first_seq_id), next++);
         give_to_agent(link.handle, proxy::create_delegate<D>(callback, true, &first_seq_id), next++);
     });
-    // The same event twice: a delegate for a single use must not fire again.
+    // The same event twice: a one-shot delegate must not run again.
     kv::test::Bytes parcel(data, data + size);
     link.proxy().push_event(parcel);
     link.proxy().push_event(parcel);

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// A connected proxy over the fake platform, for the time of one fuzz input.
+/// A connected proxy over the fake platform, for one fuzz input.
 class FuzzLink {
 public:
     FuzzLink()
@@ -21,7 +21,7 @@ public:
     FuzzLink(const FuzzLink &) = delete;
     FuzzLink &operator=(const FuzzLink &) = delete;
 
-    /// Whatever came in, nothing of the platform's may be left over or used wrongly.
+    /// With every input, all handles of the platform must be used correctly and released.
     ~FuzzLink()
     {
         rpc_port_proxy_kv_master_destroy(handle);

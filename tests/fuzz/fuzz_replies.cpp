@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Replies from the agent. The first byte chooses the method; the rest is what arrives on the main port: parcels, each
-// with its length as one byte in front, so that an input can hold parcels of other kinds before the reply.
+// Replies from the agent. The first byte selects the method. The rest is the input of the main port: parcels, each after
+// its length in one byte, so that an input can contain parcels of other kinds before the reply.
 //
 // The results of the calls do not matter. An input fails if a sanitizer reports an error, or if FuzzLink finds a misuse of
 // the platform or a handle left alive. An id without a method calls nothing.
@@ -51,7 +51,7 @@ struct Sample<describe::Callback<D>> {
     Owned<proxy::Delegate> *value = &owned;
 };
 
-/// Room for an out argument, which frees what the call returned.
+/// An out argument that frees the returned value.
 template <class Held>
 struct Out;
 template <>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Requests to the virtual agent: the input is a request parcel, method id first. It is served, and shown as the journal
-// would show it; an answer must be shown as well.
+// Requests to the virtual agent. The input is a request parcel that begins with the method id. The target serves it and
+// formats request and reply for the journal.
 
 #include "support/lone_device.hpp"
 

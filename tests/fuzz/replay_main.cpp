@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Runs a fuzz target over kept inputs: every file of the directories on the command line, and the empty input.
+// Runs a fuzz target with stored inputs: every file of the directories on the command line, and the empty input.
 
 #include <cstddef>
 #include <cstdint>
@@ -23,7 +23,7 @@ int main(int argc, char **argv)
         std::ifstream file(path, std::ios::binary);
         const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size());
-        // Not only the input: every beginning of it, since links break anywhere.
+        // Runs every prefix of the input too, because a link can break after any byte.
         for (std::size_t cut = 1; cut < bytes.size(); ++cut)
             LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.data()), cut);
     }

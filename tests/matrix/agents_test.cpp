@@ -4,7 +4,7 @@
 namespace kv::test::matrix {
 namespace {
 
-/// Every function with every agent that may be installed.
+/// Calls every function with every agent that may be installed.
 class WithEveryAgent : public MatrixTest {
 protected:
     static void TearDownTestSuite() { tally.print(std::to_string(std::size(agents)) + " agents"); }

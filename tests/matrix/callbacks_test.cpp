@@ -4,17 +4,17 @@
 namespace kv::test::matrix {
 namespace {
 
-/// Every function from inside every callback of an event.
+/// Calls every function inside every callback of an event.
 class InsideEveryCallback : public MatrixTest {
 protected:
     static void TearDownTestSuite() { tally.print(std::to_string(events().size()) + " callbacks"); }
 
-    /// The older form of the access point comes from agents that know no other.
+    /// Only agents without the newer form of the access point send the older one.
     static int agent_of(const Event &event) { return event.id == 7 ? 1002 : newest; }
 
     int promised(const Event &event) const
     {
-        return function().name == "korvane_initialize" ? failed // there is a handle
+        return function().name == "korvane_initialize" ? failed // a handle already exists
                                                        : result_with(function(), agent_of(event));
     }
 
@@ -37,7 +37,8 @@ protected:
         if (world.connected()) {
             const int before = world.callbacks;
             world.arrives(parcel);
-            EXPECT_EQ(world.callbacks - before, once(event) || ends(event) ? 0 : 1) << "the event, once more";
+            EXPECT_EQ(world.callbacks - before, once(event) || ends(event) ? 0 : 1)
+                << "calls for the event that is sent again";
         }
         EXPECT_EQ(world.use_once_more(), ok);
     }
@@ -55,7 +56,7 @@ TEST_P(InsideEveryCallback, WorksAndLeavesTheLibraryUsable)
 }
 
 /// The callback ends the session of its handle and begins another one.
-class BeginningAnewInsideEveryCallback : public InsideEveryCallback {
+class NewSessionInsideEveryCallback : public InsideEveryCallback {
 protected:
     static void TearDownTestSuite() {}
 };
@@ -65,9 +66,9 @@ const Function begin_anew = {"korvane_deinitialize_and_korvane_initialize", 0, S
                                  return result == ok ? korvane_initialize(&w.handle, ignore_connection, &w) : result;
                              }};
 
-INSTANTIATE_TEST_SUITE_P(Call, BeginningAnewInsideEveryCallback, ::testing::Values(begin_anew), name_of);
+INSTANTIATE_TEST_SUITE_P(Call, NewSessionInsideEveryCallback, ::testing::Values(begin_anew), name_of);
 
-TEST_P(BeginningAnewInsideEveryCallback, LeavesTheNewHandleUsable)
+TEST_P(NewSessionInsideEveryCallback, LeavesTheNewHandleUsable)
 {
     Tally not_of_the_matrix;
     for (const Event &event : events())

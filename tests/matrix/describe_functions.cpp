@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Prints the reference page of the exported functions. The families are the table's; lowest versions and methods are
-// what is seen when each function is called with every agent over the fake platform.
+// Prints the reference page of the exported functions. The families are those of the table. Lowest versions and methods
+// are observed: each function is called with every agent over the fake platform.
 
 #include "src/kv_master/interface.hpp"
 #include "world.hpp"
@@ -29,9 +29,9 @@ std::string shown(const Request &request)
     return request.command == 0 ? method : method + " with command " + std::to_string(request.command);
 }
 
-/// What one function does with the agents of each version.
+/// The observed behaviour of a function with the agents of all versions.
 struct Observed {
-    std::string lowest; // agent version; empty: no agent will do
+    std::string lowest; // lowest agent version with which it works; empty if it works with none
     std::string methods;
 };
 

@@ -6,13 +6,13 @@
 namespace kv::test::matrix {
 namespace {
 
-constexpr unsigned too_many = 200; // steps; a call with more never completes without a failure
+constexpr unsigned too_many = 200; // more steps than any call has
 
-/// What makes the n-th step of a kind fail, once.
+/// Makes the n-th step of a kind fail, once.
 struct Injector {
     void (*arm)(unsigned nth);
     void (*disarm)();
-    std::string (*injected)(); // what failed; empty when nothing did
+    std::string (*injected)(); // returns the name of the failed step; empty if none failed
 };
 
 const Injector allocations = {allocs::fail_nth, allocs::stop_failing,
@@ -22,12 +22,12 @@ const Injector platform_calls = {[](unsigned nth) { FakePlatform::instance().fau
                                  [] { FakePlatform::instance().faults.disarm(); },
                                  [] { return FakePlatform::instance().faults.function(); }};
 
-/// Every function with each of its steps of one kind failing in turn, with the lowest agent and with the newest.
+/// Calls every function with each of its steps of one kind failing in turn, with the lowest agent and the newest.
 class WithEveryFailure : public MatrixTest {
 protected:
     using Check = std::function<void(int agent, const std::string &injected, int result)>;
 
-    /// One run with the n-th step failing; false when the call has fewer steps.
+    /// Makes one run with the n-th step failing. Returns false if the call has fewer steps.
     bool run(Tally &tally, const Injector &injector, int agent, unsigned nth, const Check &check)
     {
         std::string injected;
@@ -39,7 +39,7 @@ protected:
                 result = function().call(world);
                 injector.disarm();
                 if (result != ok) {
-                    EXPECT_EQ(function().call(world), ok) << "the same call, once more";
+                    EXPECT_EQ(function().call(world), ok) << "the repeated call must succeed";
                 }
             });
             injected = injector.injected();
@@ -65,11 +65,11 @@ protected:
     }
 
     int lowest() const { return std::max(function().since, 1000); }
-    /// The library reads the agent's version at its first call, as it is here.
+    /// The library reads the agent's version in its first call, which is the tested one.
     int without_the_version() const { return function().since == 0 ? ok : KORVANE_ERROR_AGENT_VERSION_LOWER; }
 };
 
-/// Each allocation outside GLib.
+/// Makes each allocation outside GLib fail.
 class WithoutMemory : public WithEveryFailure {
 protected:
     static void TearDownTestSuite()
@@ -96,14 +96,14 @@ TEST_P(WithoutMemory, GivesOneOfItsCodesAndLeavesTheLibraryUsable)
             EXPECT_EQ(result, without_the_version());
             return;
         }
-        EXPECT_TRUE(promised(agent).contains(result)) << result << " is none of its codes";
+        EXPECT_TRUE(promised(agent).contains(result)) << result << " is not one of its codes";
         seen[agent].insert(result);
     });
     for (const auto &[agent, codes] : seen)
-        EXPECT_EQ(codes, promised(agent)) << "a code of the table was never seen, agent " << shown_agent(agent);
+        EXPECT_EQ(codes, promised(agent)) << "a code of the table did not occur, agent " << shown_agent(agent);
 }
 
-/// Each call of the platform that can fail.
+/// Makes each call of the platform fail.
 class WithoutThePlatform : public WithEveryFailure {
 protected:
     static void TearDownTestSuite()
@@ -114,9 +114,10 @@ protected:
             EXPECT_TRUE(!whole || seen.contains(call)) << call << " was never made to fail";
     }
 
-    /// The first of these that a failed call's name begins with decides; a call that is none of them fails its cell.
+    /// The expected code by the name of the failed call; the first prefix of the name decides. Without a match the cell
+    /// fails.
     static inline const std::vector<std::pair<std::string, int>> outcomes = {
-        {"package_info_create 1", ok}, // only a definite "not installed" counts
+        {"package_info_create 1", ok}, // only the code for "not installed" makes the agent absent
         {"package_info_create 2", KORVANE_ERROR_AGENT_VERSION_LOWER},
         {"package_info_get_version 1", KORVANE_ERROR_AGENT_VERSION_LOWER},
         {"package_info_destroy", ok},
@@ -130,7 +131,8 @@ protected:
         {"rpc_port_parcel_create", failed},
         {"rpc_port_parcel_write", failed},
         {"rpc_port_parcel_send", KORVANE_ERROR_IO_ERROR},
-        {"rpc_port_parcel_read_int32 1", KORVANE_ERROR_IO_ERROR}, // not known to be a result: the next one is awaited
+        {"rpc_port_parcel_read_int32 1",
+         KORVANE_ERROR_IO_ERROR}, // the kind is unknown: the library waits for the next parcel
         {"rpc_port_parcel_read_", failed},
         {"rpc_port_parcel_destroy", ok},
     };

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-/// Tables of the exported functions and of the events, typed by hand. Every test of this folder walks them.
+/// Tables of the exported functions and of the events, typed by hand. Every test of this folder iterates over them.
 namespace kv::test::matrix {
 
 class World;
@@ -19,10 +19,10 @@ inline constexpr int ok = KORVANE_ERROR_NONE;
 inline constexpr int no_memory = KORVANE_ERROR_OUT_OF_MEMORY;
 inline constexpr int failed = KORVANE_ERROR_OPERATION_FAILED;
 
-/// The object that a call takes besides the library's handle. It must exist before the call.
+/// The object that a call needs besides the library's handle.
 enum class Subject {
     nothing, // the library is not initialised
-    library, // initialised and connected, as with all that follow
+    library, // initialised and connected, as for all subjects below
     ap_info,
     prov_info,
     ap_list,
@@ -40,7 +40,7 @@ enum class Subject {
 struct Request {
     int method;
     int since = 0;
-    int command = 0; // of the method common_interface
+    int command = 0; // command number of the method common_interface
 
     bool operator==(const Request &) const = default;
 };
@@ -60,7 +60,7 @@ struct Function {
     std::optional<Codes> without_memory_for_records = std::nullopt;
 };
 
-/// Functions of one subject, as the header groups them.
+/// The functions of one group of the header.
 struct Family {
     std::string name;
     std::vector<Function> functions;
@@ -69,17 +69,17 @@ struct Family {
 std::vector<Family> setup_families();
 std::vector<Family> cloud_families();
 
-/// All of them, in the order of the header.
+/// All functions, in the order of the header.
 const std::vector<Family> &families();
 const std::vector<Function> &functions();
-/// The function must exist.
+/// Returns a row by name. The function must exist.
 const Function &function_named(const std::string &name);
 
 /// One event of the agent.
 struct Event {
     int id;
     std::string name;
-    std::string asked_by; // the exported function that gives the agent its delegate
+    std::string asked_by; // the exported function that sends the delegate of the event
     Bytes values;
 };
 

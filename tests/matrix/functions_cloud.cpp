@@ -20,7 +20,7 @@ int release_presences(World &world)
 
 } // namespace
 
-// One row a function, not one line a value.
+// One row per function.
 // clang-format off
 std::vector<Family> cloud_families()
 {
@@ -51,7 +51,7 @@ std::vector<Family> cloud_families()
     {"korvane_sign_up_cloud", 0, S::cloud_info, {{32}, {102, 2000, 3}},
      [](W w) { return korvane_sign_up_cloud(w.handle, w.cloud_info); }, {no_memory, failed}, Codes{}},
     {"korvane_disable_signin", 2002, S::library, {{102, 2002, 5}},
-     [](W w) { return korvane_disable_signin(w.handle, true); }, {no_memory, failed, ok}}, // goes out without the flag
+     [](W w) { return korvane_disable_signin(w.handle, true); }, {no_memory, failed, ok}}, // the request is sent without the flag
     {"korvane_disconnect_cloud_session", 1004, S::library, {{97}},
      [](W w) { return korvane_disconnect_cloud_session(w.handle); }},
     {"korvane_get_signin_status", 1004, S::library, {{88}},
@@ -218,7 +218,7 @@ std::vector<Family> cloud_families()
     {"Push messages and diagnostics", {
     {"korvane_send_custom_push_msg", 2000, S::library, {{102, 2000, 2}},
      [](W w) { return korvane_send_custom_push_msg(w.handle, R"({"title":"done"})"); },
-     {KORVANE_ERROR_INVALID_PARAMETER, no_memory, failed}}, // a text that cannot be parsed for want of memory
+     {KORVANE_ERROR_INVALID_PARAMETER, no_memory, failed}}, // the parser reports a lack of memory as a malformed text
     {"korvane_set_diagnostics_cb", 2002, S::library, {{106}},
      [](W w) { return korvane_set_diagnostics_cb(w.handle, on_event, &w); }, {failed}},
     {"korvane_unset_diagnostics_cb", 2002, S::library, {{107}},

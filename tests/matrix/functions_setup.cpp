@@ -13,7 +13,7 @@ constexpr int auth_types[] = {1, 3};
 
 } // namespace
 
-// One row a function, not one line a value.
+// One row per function.
 // clang-format off
 std::vector<Family> setup_families()
 {

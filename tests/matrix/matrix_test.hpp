@@ -16,7 +16,7 @@ inline std::ostream &operator<<(std::ostream &out, const Function &function)
     return out << function.name;
 }
 
-/// How many cells of a matrix were run, and how many of them passed.
+/// The number of cells of a matrix, and the number of those that passed.
 struct Tally {
     int functions = 0;
     int cells = 0;
@@ -26,11 +26,11 @@ struct Tally {
     void print(const std::string &other_axis) const;
 };
 
-/// One function's row of a matrix. Every cell begins with a library in which nothing was called yet. What a cell leaves
-/// behind fails it and does not reach the next one.
+/// The row of one function in a matrix. Every cell begins with the library in its initial state. A cell that leaves
+/// memory, handles or idle sources behind fails and does not affect the next one.
 class MatrixTest : public PlatformTest, public ::testing::WithParamInterface<Function> {
 protected:
-    /// Runs one cell; its name is shown with everything that fails in it.
+    /// Runs one cell. Every failure in it shows the cell's name.
     void cell(Tally &tally, const std::string &name, const std::function<void()> &body);
     const Function &function() const { return GetParam(); }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every function that asks the agent, interrupted inside its send or its wait by every callback, which does one of the
-// things that an application may do there.
+// Every function that asks the agent is interrupted inside its send or its wait by every callback, which performs one of
+// the actions that an application may take there.
 #include "matrix_test.hpp"
 
 #include <algorithm>
@@ -14,17 +14,17 @@ constexpr int denied = KORVANE_ERROR_PERMISSION_DENIED;
 constexpr int refusal = -13; // the agent's result that becomes `denied`
 constexpr int not_run = 1;   // result of a callback's call when no callback ran
 
-/// What the platform raises, and so which callback runs.
+/// The event that the platform raises, which determines the callback that runs.
 enum class Source {
-    event,        // of a delegate that the agent has had since before the call
-    own_answer,   // to the one-shot request that is interrupted
+    event,        // an event of a delegate that was registered before the call
+    own_answer,   // the event of the interrupted one-shot request
     disconnected, // the connection status callback runs
     main_loop,    // an event whose callback runs the main loop, where an I/O error notice is due
 };
 
 struct Trigger {
     Source source;
-    const Event *event = nullptr; // that of `event` and `own_answer`
+    const Event *event = nullptr; // the row of `event` and `own_answer`
 
     std::string name() const
     {
@@ -37,7 +37,7 @@ struct Trigger {
     }
     bool is_registration() const { return source == Source::event && !once(*event); }
     bool is_one_shot() const { return event && once(*event); }
-    /// The oldest wire format of the access point needs an agent that knows no other.
+    /// Only agents without the newer form of the access point send the older one.
     int agent() const { return event && event->id == 7 ? 1002 : newest; }
     std::string unset_function() const
     {
@@ -63,7 +63,7 @@ std::vector<Trigger> all_triggers()
     return triggers;
 }
 
-/// What a callback does to the session.
+/// The effect of a callback on the session.
 enum class Effect { ends_it, begins_another, unsets, sets_again, asks, repeats };
 
 struct Cell;
@@ -77,11 +77,11 @@ struct Action {
     bool ends_session() const { return effect == Effect::ends_it || effect == Effect::begins_another; }
 };
 
-/// Where the events are raised.
+/// The moments at which the events are raised.
 struct Position {
     std::string name;
     Moment moment;
-    /// The trigger and `disconnected` are raised once more inside the destruction of the proxy.
+    /// Whether the trigger and `disconnected` are raised again inside the destruction of the proxy.
     bool raises_inside_destroy = false;
 };
 
@@ -98,9 +98,9 @@ struct Cell {
     const Position &position;
     World &world;
 
-    Bytes parcel = {}; // of the trigger's event
+    Bytes parcel = {}; // the parcel of the trigger's event
     int inner = not_run;
-    int notices = 0; // I/O error notices, where the I/O error callback is not the trigger
+    int notices = 0; // calls of the I/O error callback, unless it is the trigger
 };
 
 void count_notice(korvane_h, void *notices)
@@ -175,16 +175,16 @@ const Action actions[] = {
          }},
 };
 
-/// What must hold in a cell, from what is promised of calls inside calls.
+/// The expected results of a cell, from the contract for calls inside calls.
 struct Promise {
     int outer = ok;
     int inner = not_run;
     int callbacks = 0;
-    std::vector<int> methods; // of the requests that reach the agent of the first session, in order
+    std::vector<int> methods; // methods of the requests to the agent of the first session, in order
     int notices = 0;
 };
 
-/// The registration whose callback runs the main loop; not one that the interrupted function ends.
+/// The event whose callback runs the main loop. The interrupted function must not end its registration.
 const Event &event_that_runs_the_loop(const Function &function)
 {
     return event_numbered(function.name.ends_with("set_user_confirm_cb") ? 3 : 2);
@@ -197,7 +197,7 @@ bool ends(const Function &function, const Trigger &trigger)
            (function.name == trigger.set_function() || function.name == trigger.unset_function());
 }
 
-/// The method that the callback's call asks the agent; null if it asks nothing.
+/// The method of the request that the callback's call sends; null if it sends none.
 std::optional<int> inner_method(const Cell &cell)
 {
     std::string name;
@@ -215,7 +215,7 @@ std::optional<int> inner_method(const Cell &cell)
     return request ? std::optional(request->method) : std::nullopt;
 }
 
-/// The agent refuses one of the two requests, so that a reply in the wrong hands is seen.
+/// The agent refuses one of the two requests, so that the test detects a reply that reaches the wrong call.
 Promise promise_of(const Cell &cell, bool refuses_outer)
 {
     Promise promise;
@@ -249,7 +249,7 @@ Promise promise_of(const Cell &cell, bool refuses_outer)
     return promise;
 }
 
-/// A function inside which the platform raises events.
+/// Calls a function inside which the platform raises events.
 class InterruptedByEveryCallback : public MatrixTest {
 protected:
     static void TearDownTestSuite()
@@ -285,7 +285,7 @@ protected:
             world.callbacks = 0;
             std::function<void()> act = std::exchange(world.during_callback, nullptr);
             world.during_callback = [this, act] {
-                world.callbacks = 0; // the callback that runs the loop is not the one that counts
+                world.callbacks = 0; // the callback that runs the loop is not counted
                 world.during_callback = act;
                 run_main_loop();
             };
@@ -328,10 +328,10 @@ protected:
         EXPECT_EQ(outer, promise.outer);
         EXPECT_EQ(cell.inner, promise.inner);
         EXPECT_EQ(world.callbacks, promise.callbacks);
-        EXPECT_TRUE(outer == ok || world.outs_untouched()) << "a failed call stored something";
+        EXPECT_TRUE(outer == ok || world.outs_untouched()) << "a failed call changed an out argument";
         EXPECT_EQ(methods_of(*proxy), promise.methods);
         if (Proxy &newest_proxy = platform.proxy(); &newest_proxy != proxy.get()) {
-            const bool connected = world.connected(); // then the callback has called korvane_stop(), too
+            const bool connected = world.connected(); // if so, the callback has also called korvane_stop()
             EXPECT_EQ(methods_of(newest_proxy), connected ? (std::vector{39, 2, 4}) : std::vector<int>{});
         }
         world.during_callback = nullptr;
@@ -384,7 +384,7 @@ TEST_P(InterruptedByEveryCallback, HasItsOwnResultAndLeavesTheLibraryUsable)
         if (trigger.source == Source::own_answer && function().name != trigger.event->asked_by)
             continue;
         if (result_with(function(), trigger.agent()) != ok)
-            continue; // an agent that sends such events does not know the function
+            continue; // agents that send this event do not support the function
         for (const Action &action : actions)
             for (const Position &position : positions) {
                 if (!action.possible(trigger) || (position.raises_inside_destroy && !action.ends_session()))

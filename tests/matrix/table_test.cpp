@@ -37,7 +37,7 @@ TEST(Table, HasAFunctionForEveryMethodOfTheAgent)
     std::set<int> all;
     for (int method = 2; method <= 108; ++method)
         all.insert(method);
-    for (int not_asked_by_functions : {2, 39}) // when the connection comes up
+    for (int not_asked_by_functions : {2, 39}) // the connected handler sends these
         all.erase(not_asked_by_functions);
     for (int unused : {5, 30, 31})
         all.erase(unused);

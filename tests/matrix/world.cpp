@@ -16,7 +16,7 @@ namespace {
 
 constexpr int package_not_installed = -18153359;
 
-/// The first agent for which there is such a thing.
+/// The lowest agent version with such a subject.
 int first_agent_with(Subject subject)
 {
     static const std::map<Subject, int> since = {
@@ -36,7 +36,7 @@ int number_at(const Bytes &parcel, std::size_t at)
     return static_cast<int>(bits);
 }
 
-/// The out values of the agent's answer, where a method has some.
+/// The out values of the agent's reply, if the method has any.
 Bytes out_values(int method)
 {
     static const std::map<int, Bytes> values = {
@@ -58,7 +58,7 @@ Bytes out_values(int method)
     return found == values.end() ? Bytes{} : found->second;
 }
 
-/// Which request a parcel is.
+/// The method and command of a request parcel.
 Request seen(const Bytes &parcel)
 {
     constexpr std::string_view key = "\"common_interface\":";
@@ -69,7 +69,7 @@ Request seen(const Bytes &parcel)
     return request;
 }
 
-/// The number of the delegate of this type that was made last.
+/// The number of the delegate of this type that was created last.
 int seq_id_of(int id, const Log &log)
 {
     const LogLines &lines = log.lines();
@@ -144,7 +144,7 @@ void World::make(Subject subject, int agent)
         must(korvane_get_sub_device_presence_list(handle, &presences, &presence_count),
              "korvane_get_sub_device_presence_list()");
         break;
-    // What an application fills is not empty, so that setters replace and requests carry something.
+    // Objects are filled, so that setters replace a value and requests carry one.
     case Subject::ap_list:
         must(korvane_aplist_create(&ap_list, 2), "korvane_aplist_create()");
         must(korvane_aplist_set_ssid(ap_list, 0, "first"), "korvane_aplist_set_ssid()");

@@ -16,11 +16,11 @@ namespace kv::test::matrix {
 struct Outcome {
     int result = 1;
     std::vector<Request> requests;
-    LogLines errors; // of the function itself
+    LogLines errors; // error lines of the function itself
     bool said_called = false;
 };
 
-/// One application, the library over the fake platform, and an agent that answers everything with success.
+/// An application, the library over the fake platform, and an agent that replies to every request with success.
 class World {
 public:
     World() = default;
@@ -28,15 +28,15 @@ public:
     World &operator=(const World &) = delete;
     ~World() { end(); }
 
-    /// Prepares a call: initialises the library unless the subject is `nothing`, and makes the subject. A subject that
-    /// this agent does not know is made with another agent, which this one then replaces.
+    /// Prepares a call: initialises the library unless the subject is `nothing`, and creates the subject. A subject that
+    /// this agent does not support is created with another agent, which this one then replaces.
     void begin(Subject subject, int agent);
     /// Releases everything and installs the newest agent.
     void end();
 
     /// Runs `act` while the subject exists. A token exists inside a callback only.
     void with(Subject subject, const std::function<void()> &act);
-    /// One call from beginning to end. The world must be fresh.
+    /// Prepares and makes one call. The world must be in its initial state.
     Outcome outcome_of(const Function &function, int agent);
 
     void agent_becomes(int version);
@@ -58,7 +58,7 @@ public:
     std::deque<int> next_results;
     /// What the next callback does, once.
     std::function<void()> during_callback;
-    int callbacks = 0; // how many have run
+    int callbacks = 0; // number of callbacks that have run
 
     // Arguments of calls.
 
@@ -78,7 +78,7 @@ public:
 
     int number = 0;
     bool flag = false;
-    /// The out argument for one text. The text before is freed.
+    /// The out argument for one text. Frees the previous text.
     char **text();
 
     /// Keeps the arguments of a callback, counts it and runs `during_callback`.
@@ -104,7 +104,7 @@ private:
     void keep(korvane_device_prov_info_h given) { prov_info = given; }
     void keep(korvane_hdr_token_info_h given) { token_info = given; }
 
-    const Proxy *connected_ = nullptr; // the proxy that has come up
+    const Proxy *connected_ = nullptr; // the connected proxy
     int agent_ = newest;
     char *text_ = nullptr;
 };

@@ -13,11 +13,11 @@
 
 namespace {
 
-unsigned countdown = 0; // 0: nothing is to fail
+unsigned countdown = 0; // allocations until one fails; 0 if none must fail
 bool has_failed = false;
 std::size_t largest_size = 0;
 
-/// Sizes of the blocks. Never destroyed: blocks are freed until the very end of the process.
+/// Sizes of the blocks. Never destroyed, because blocks are freed until the end of the process.
 std::unordered_map<void *, std::size_t> &live()
 {
     static auto *blocks = new std::unordered_map<void *, std::size_t>;
@@ -26,14 +26,14 @@ std::unordered_map<void *, std::size_t> &live()
 
 bool reuses_blocks = false;
 
-/// Blocks that were freed while blocks are reused, by size.
+/// Freed blocks that can be reused, by size.
 std::unordered_map<std::size_t, std::vector<void *>> &freed()
 {
     static auto *blocks = new std::unordered_map<std::size_t, std::vector<void *>>;
     return *blocks;
 }
 
-/// The block of this size that was freed last; null if there is none.
+/// Returns the block of this size that was freed last; null if there is none.
 void *reused(std::size_t size)
 {
     if (!reuses_blocks)

@@ -10,15 +10,15 @@
  */
 namespace kv::test::allocs {
 
-/// The n-th allocation from now on fails, once; 1 is the next one.
+/// Makes the n-th allocation from now on fail, once; 1 is the next one.
 void fail_nth(unsigned nth);
 void stop_failing();
-/// Whether an allocation was made to fail since fail_nth().
+/// Whether an allocation has failed since fail_nth().
 bool failed();
 
-/// Blocks that were allocated and not freed.
+/// The number of blocks that are allocated and not freed.
 std::size_t live_blocks();
-/// The largest size that was asked for since reset_largest().
+/// The largest requested size since reset_largest().
 std::size_t largest();
 void reset_largest();
 
@@ -28,8 +28,8 @@ std::size_t live_bytes();
 std::size_t peak_bytes();
 void reset_peak();
 
-/// While this is alive, an allocation is given the block of the same size that was freed last. Nothing is returned to
-/// the real allocator meanwhile, so the sanitizers see no use of a freed block.
+/// For its lifetime an allocation receives the block of the same size that was freed last. Freed blocks do not return
+/// to the real allocator meanwhile, so the sanitizers see no use of a freed block.
 class ReuseBlocks {
 public:
     ReuseBlocks();

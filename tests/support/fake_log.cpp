@@ -38,20 +38,20 @@ LogLines filtered(const LogLines &lines, auto keep)
     return kept;
 }
 
-/// Takes the text apart from its beginning; the first thing that is not there fails all that follows.
+/// Parses a text from its beginning. After the first mismatch every further step fails.
 class Scanner {
 public:
     explicit Scanner(std::string_view text) : rest_(text) {}
 
     Scanner &literal(std::string_view expected) { return take(rest_.starts_with(expected) ? expected.size() : 0); }
-    /// A name, up to one of the characters that may not be in it.
+    /// A name that ends before one of these characters.
     Scanner &word(std::string &out, const char *ends)
     {
         const auto length = std::min(rest_.find_first_of(ends), rest_.size());
         out = rest_.substr(0, length);
         return take(length);
     }
-    /// A line number: no sign, no leading zero.
+    /// A line number without sign and leading zero.
     Scanner &number()
     {
         const auto length = std::min(rest_.find_first_not_of("0123456789"), rest_.size());

@@ -8,7 +8,7 @@
 
 namespace kv::test {
 
-/// One line of the platform log, taken apart. Line numbers are no part of what a line says.
+/// One line of the platform log, split into its parts. The source line number is checked for its form and not kept.
 struct LogLine {
     int priority = 0;
     std::string tag;
@@ -22,7 +22,7 @@ struct LogLine {
 
 std::ostream &operator<<(std::ostream &out, const LogLine &line);
 
-// Lines as tests expect them, by the layer that writes them.
+// Expected lines, by the layer that writes them.
 LogLine api_info(std::string function, std::string message);
 LogLine api_warning(std::string function, std::string message);
 LogLine api_error(std::string function, std::string message);
@@ -40,15 +40,15 @@ public:
     void clear() { lines_.clear(); }
 
     const LogLines &lines() const { return lines_; }
-    /// Lines of the exported functions and the runtime.
+    /// The lines of the exported functions and the runtime.
     LogLines api() const;
-    /// Lines of the proxy.
+    /// The lines of the proxy.
     LogLines proxy() const;
     LogLines errors() const;
-    /// How many lines have this message, whoever writes it.
+    /// The number of lines with this message, from all layers.
     unsigned count(std::string_view message) const;
     bool has(const LogLine &line) const;
-    /// Texts that do not have the form of a line.
+    /// Texts that are not well-formed lines.
     const std::vector<std::string> &malformed() const { return malformed_; }
 
 private:

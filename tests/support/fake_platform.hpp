@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-/// The data of an application event, as a test writes it: bundle_s{}.text("Install", "1").data("Fail", i32(-7)).
+/// The data of an application event. A test writes bundle_s{}.text("Install", "1").data("Fail", i32(-7)).
 struct bundle_s {
 public:
     bundle_s &text(const std::string &key, const std::string &value);
@@ -37,8 +37,8 @@ private:
 
 namespace kv::test {
 
-/// What every handle of the fake begins with. Handles live on as dead ones until the test is over, so that no address
-/// is given out twice and every use of a dead one is noticed.
+/// The base of every handle of the fake. Released handles are kept until the end of the test, so that no address is
+/// used twice and every use of a released handle is detected.
 struct Handle {
     const char *kind;
     bool alive = true;
@@ -61,7 +61,7 @@ struct Proxy;
 enum class Moment {
     send,    // rpc_port_parcel_send, before the request reaches the agent
     wait,    // rpc_port_parcel_create_from_port of the main port, before it takes a parcel
-    destroy, // rpc_port_proxy_destroy, when the proxy and its ports are dead already
+    destroy, // rpc_port_proxy_destroy, after the release of the proxy and its ports
 };
 
 /// One end of a link. The test queues what arrives; a read of an empty port fails at once, as on a closed link, so that
@@ -70,11 +70,11 @@ struct Port : Handle {
     Port() : Handle("port") {}
 
     Proxy *proxy = nullptr;
-    bool broken = false; // since `disconnected`; sends and reads fail
+    bool broken = false; // after `disconnected`: sends and reads fail
     std::vector<Bytes> sent;
     std::deque<Bytes> incoming;
-    std::deque<int> send_results; // for the next sends; 0 once it is empty. A failed send is not in sent
-    std::function<void(Port &, const Bytes &)> on_sent; // an agent that answers, for instance
+    std::deque<int> send_results; // results of the next sends; 0 once it is empty. A failed send is not added to `sent`
+    std::function<void(Port &, const Bytes &)> on_sent; // called after each send, for example by an agent that replies
 
     void push(Bytes parcel) { incoming.push_back(std::move(parcel)); }
 };
@@ -88,7 +88,7 @@ struct Proxy : Handle, std::enable_shared_from_this<Proxy> {
 
     Proxy() : Handle("proxy") { main_port.proxy = callback_port.proxy = this; }
 
-    std::string appid; // of the last connect
+    std::string appid; // the argument of the last connect
     std::string port_name;
     int connects = 0;
     Port main_port;
@@ -98,32 +98,32 @@ struct Proxy : Handle, std::enable_shared_from_this<Proxy> {
     std::vector<Watcher<rpc_port_proxy_rejected_event_cb>> rejected;
     std::vector<Watcher<rpc_port_proxy_received_event_cb>> received;
 
-    // The platform's events, as the main loop would raise them. The callbacks may destroy the proxy.
+    // Raise an event as the main loop does. The callbacks may destroy the proxy.
     void fire_connected();
-    /// The link is dead from here on.
+    /// Raises `disconnected`. The link is broken from then on.
     void fire_disconnected();
     void fire_rejected(int last_result);
     void fire_received();
-    /// One parcel arrives on the callback port.
+    /// Queues a parcel at the callback port and raises `received`.
     void push_event(Bytes parcel);
 
     using Raise = std::function<void(Proxy &)>;
     /// Schedules an event for the n-th time that this proxy reaches the moment; 1 is the next time. Events of the same
     /// moment are raised in the order in which they were scheduled, until a callback destroys the proxy.
     void raise_inside(Moment moment, Raise raise, unsigned nth = 1);
-    /// Events that were scheduled and not raised yet.
+    /// The number of scheduled events that were not raised yet.
     unsigned unraised() const { return static_cast<unsigned>(scheduled_.size()); }
 
-    // For the platform functions only.
+    // Used only by the platform functions.
 
-    /// Raises what is scheduled for this point.
+    /// Raises the events that are scheduled for this moment.
     void reach(Moment moment);
     void destroy();
 
 private:
     struct Scheduled {
         Moment moment;
-        unsigned at; // value of reached_ at which it is due
+        unsigned at; // value of reached_ at which the event is due
         Raise raise;
     };
 
@@ -134,9 +134,9 @@ private:
     bool being_destroyed_ = false;
 };
 
-/// `received`, for a parcel that has arrived on the callback port.
+/// An action that raises `received` for a parcel at the callback port.
 Proxy::Raise received(Bytes parcel);
-/// `disconnected`.
+/// An action that raises `disconnected`.
 Proxy::Raise disconnected();
 
 struct EventHandler : Handle {
@@ -145,7 +145,7 @@ struct EventHandler : Handle {
     event_cb callback = nullptr;
     void *user_data = nullptr;
 
-    /// Calls the handler as the platform would, with a name of the test's choice.
+    /// Calls the handler as the platform does, with an event name of the test's choice.
     void fire(const char *name, bundle_s data = {});
 };
 
@@ -153,7 +153,7 @@ struct PackageInfo : Handle {
     PackageInfo() : Handle("package info") {}
 };
 
-/// Makes the n-th platform call that can fail do so, with a code that is natural for it.
+/// Makes the n-th platform call fail, with an error code that is typical for it.
 class FaultPlan {
 public:
     void fail(unsigned nth)
@@ -164,10 +164,10 @@ public:
     }
     void disarm() { armed_ = false; }
     bool injected() const { return !function_.empty(); }
-    /// The call that was made to fail: "rpc_port_parcel_read_int32 2" is the second of that name.
+    /// The call that failed: "rpc_port_parcel_read_int32 2" is the second call of that function.
     const std::string &function() const { return function_; }
 
-    /// The code to fail with; 0 to go on.
+    /// Returns the code with which the call must fail; 0 if it must not.
     int next(const char *function, int natural_code);
 
 private:
@@ -178,53 +178,53 @@ private:
     std::string function_;
 };
 
-/// The whole platform, for one test at a time.
+/// The fake of the whole platform, for one test at a time.
 class FakePlatform {
 public:
     static FakePlatform &instance();
 
-    /// As at the start of the process; what is still alive is forgotten.
+    /// Returns to the state at the start of the process. Handles that still exist are dropped.
     void reset();
 
-    /// The installed agent's version; none: the package manager hands out no string.
+    /// The version of the installed agent; null if the package manager returns none.
     std::optional<std::string> agent_version = "2.3.1";
-    /// Hands out array counts that the rest of the parcel cannot hold, as the real one does not.
+    /// Returns array counts that exceed the rest of the parcel, which the real platform refuses.
     bool trusts_array_counts = false;
-    /// A send or a read whose proxy is destroyed by an event that it raised succeeds all the same.
+    /// Whether a send or a read succeeds although an event inside it destroyed its proxy.
     bool finishes_after_destroy = false;
-    /// Called with each proxy that the library creates: to schedule events, or to put an agent behind it.
+    /// Called with each proxy that the library creates, to schedule events or to attach an agent.
     std::function<void(Proxy &)> on_new_proxy;
-    /// Codes of functions that shall fail, by name.
+    /// Error codes of functions that must fail, by name.
     std::map<std::string, int> results;
     FaultPlan faults;
     Log log;
 
-    /// Names of the platform functions called so far, in order; all but dlog_print.
+    /// The names of the platform functions called so far, in order, except dlog_print.
     std::vector<std::string> calls;
     unsigned calls_to(std::string_view function) const;
 
-    /// All proxies ever made, dead ones included.
+    /// All proxies of the test, released ones included.
     const std::vector<std::shared_ptr<Proxy>> &proxies() const { return proxies_; }
-    /// The newest one. It must exist.
+    /// The newest proxy. It must exist.
     Proxy &proxy();
     Port &main_port() { return proxy().main_port; }
-    /// The event handlers that are registered now.
+    /// The registered event handlers.
     std::vector<EventHandler *> event_handlers();
 
-    /// A parcel of the test's own, as if it had arrived; destroyed with rpc_port_parcel_destroy.
+    /// Creates a received parcel. The test destroys it with rpc_port_parcel_destroy.
     rpc_port_parcel_h parcel_of(Bytes content);
     const Bytes &content_of(rpc_port_parcel_h parcel);
 
-    /// Kinds of the handles that are alive, but for ports, which go with their proxy.
+    /// The kinds of the handles that exist, except ports, which belong to their proxy.
     std::vector<std::string> alive() const;
-    /// Handles used after their end, ended twice, or never given out; also events that a test scheduled and that were
-    /// never raised. Taking them clears the list.
+    /// Returns and clears the detected misuses: handles used after their release, released twice or never created, and
+    /// events that a test scheduled and that were never raised.
     std::vector<std::string> take_misuses();
     void misuse(std::string what) { misuses_.push_back(std::move(what)); }
 
-    // For the platform functions only.
+    // Used only by the platform functions.
 
-    /// Notes the call; the code that it shall fail with, or 0.
+    /// Records a call. Returns the code with which it must fail, or 0.
     int enter(const char *function, int natural_code);
     template <class T>
     T *open(void *handle, const char *function);
@@ -241,8 +241,8 @@ private:
     std::vector<std::string> misuses_;
 };
 
-/// The handle as what it is; NULL, with the misuse noted, when it is dead or none of ours. A NULL handle is an ordinary
-/// bad argument.
+/// Casts a handle to its type. Returns NULL and records a misuse if it is released or was never created. A NULL handle
+/// is an ordinary invalid argument.
 template <class T>
 T *FakePlatform::open(void *handle, const char *function)
 {

@@ -16,7 +16,7 @@ FakePlatform &platform()
     return FakePlatform::instance();
 }
 
-/// Adds to a parcel that is written.
+/// Appends to a parcel that is written.
 int append(rpc_port_parcel_h handle, const char *function, const Bytes &value)
 {
     if (int code = platform().enter(function, -ENOMEM))
@@ -28,7 +28,7 @@ int append(rpc_port_parcel_h handle, const char *function, const Bytes &value)
     return 0;
 }
 
-/// The next bytes of a parcel that is read; NULL past its end.
+/// Returns the next bytes of a parcel that is read; NULL past its end.
 const unsigned char *take(Parcel &parcel, std::size_t size)
 {
     if (parcel.content.size() - parcel.at < size)
@@ -48,7 +48,7 @@ bool take_int32(Parcel &parcel, std::int32_t &value)
     return true;
 }
 
-/// Opens the parcel for a read of this function; the code on failure, else 0.
+/// Begins a read of a parcel by this function. Returns 0 or an error code.
 int open_for_read(rpc_port_parcel_h handle, const char *function, Parcel *&parcel)
 {
     if (int code = platform().enter(function, -EBADMSG))
@@ -57,7 +57,7 @@ int open_for_read(rpc_port_parcel_h handle, const char *function, Parcel *&parce
     return parcel ? 0 : -EINVAL;
 }
 
-/// Raises what is scheduled for this point; whether the port can still be used.
+/// Raises the events that are scheduled for this moment. Returns whether the port can still be used.
 bool raise_events(Port &port, Moment moment)
 {
     const auto keep_alive = port.proxy->shared_from_this();
@@ -104,7 +104,7 @@ const Bytes &FakePlatform::content_of(rpc_port_parcel_h parcel)
     return dynamic_cast<Parcel &>(*static_cast<Handle *>(parcel)).content;
 }
 
-/// Frees endpoint and name as soon as the callbacks have returned, so that a later use is seen.
+/// Frees endpoint and name as soon as the callbacks have returned, so that a later use is detected.
 void Proxy::fire(auto watchers, auto... port)
 {
     auto self = shared_from_this();
@@ -170,7 +170,7 @@ void Proxy::reach(Moment moment)
             raise(*this);
 }
 
-/// Everything is dead before the events are raised: they are to be ignored, and a use of a port in them is noted.
+/// Releases everything before it raises the events. The library must ignore them; a use of a port in them is a misuse.
 void Proxy::destroy()
 {
     alive = main_port.alive = callback_port.alive = false;
@@ -271,7 +271,7 @@ int rpc_port_parcel_create_from_port(rpc_port_parcel_h *parcel, rpc_port_h handl
     if (!port)
         return -EINVAL;
     if (code != 0) {
-        port->incoming.clear(); // the link is broken for good
+        port->incoming.clear(); // the link remains broken
         return code;
     }
     if (port == &port->proxy->main_port && !raise_events(*port, Moment::wait))
@@ -291,7 +291,7 @@ int rpc_port_parcel_send(rpc_port_parcel_h handle, rpc_port_h port_handle)
     if (!parcel || !port)
         return -EINVAL;
     if (code != 0) {
-        port->incoming.clear(); // the link is broken for good
+        port->incoming.clear(); // the link remains broken
         return code;
     }
     const bool usable = raise_events(*port, Moment::send);

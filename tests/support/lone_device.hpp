@@ -5,7 +5,7 @@
 
 namespace kv::test {
 
-/// The inside of the virtual agent without a port. Events are kept instead of sent.
+/// The virtual agent without a port. It keeps events instead of sending them.
 class LoneDevice final {
 public:
     LoneDevice()

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-/// Signing requests, certificates and signatures. Uses OpenSSL only, none of the agent's code.
+/// Signing requests, certificates and signatures, checked with OpenSSL and none of the agent's code.
 namespace kv::test {
 
 template <auto Free>

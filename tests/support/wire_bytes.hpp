@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-/// Parcels written by hand: bytes(i32(47), i32(3), str("attic")).
+/// Parcels as bytes, typed by hand: bytes(i32(47), i32(3), str("attic")).
 namespace kv::test {
 
 using Bytes = std::vector<unsigned char>;
@@ -34,7 +34,8 @@ inline Bytes boolean(bool value)
 inline Bytes str(std::string_view text)
 {
     Bytes result = i32(static_cast<std::int32_t>(text.size()));
-    result.resize(4 + text.size()); // g++ 12 takes an insert of the empty text for a write beyond the four bytes
+    result.resize(4 +
+                  text.size()); // not insert(): g++ 12 warns that inserting an empty text writes beyond the four bytes
     std::copy(text.begin(), text.end(), result.begin() + 4);
     return result;
 }
@@ -47,7 +48,7 @@ Bytes bytes(const Parts &...parts)
     return whole;
 }
 
-/// The three values that name a delegate, in requests and in events.
+/// The three values that identify a delegate in requests and events.
 inline Bytes delegate(std::int32_t id, std::int32_t seq_id, bool once)
 {
     return bytes(i32(id), i32(seq_id), boolean(once));
@@ -60,7 +61,7 @@ Bytes reply(std::int32_t result, const Outs &...outs)
     return bytes(i32(0), outs..., i32(result));
 }
 
-/// An event for a delegate: kind 1, its name, the values.
+/// An event for a delegate: kind 1, the identity of the delegate, the values.
 template <class... Values>
 Bytes event(std::int32_t id, std::int32_t seq_id, bool once, const Values &...values)
 {

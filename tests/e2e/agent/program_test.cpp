@@ -61,7 +61,7 @@ TEST(AgentProgram, PrintsALineOfJsonAboutItsScenario)
 TEST(AgentProgram, PrintsSentencesOnATerminal)
 {
     AgentHome home;
-    // script(1) runs the agent on a terminal of its own.
+    // script(1) runs the agent on a new terminal.
     Program terminal{"script", {"-q", "-c", KORVANE_AGENT_PATH " --log " + home.log().string(), "/dev/null"}};
     ASSERT_TRUE(terminal.wait_for_output("\n"));
     const pid_t agent = home.latest_agent();

@@ -47,7 +47,7 @@ Bytes text(const std::string &value)
 constexpr const char *shown_text = "for all to see";
 constexpr const char *hidden_text = "not to be shown";
 
-// Sample bytes of each kind of element, written by hand and not with the code under test.
+// Sample bytes of each kind of element, typed by hand and not written by the code under test.
 
 template <FixedText N>
 Bytes sample(describe::Int32<N>)

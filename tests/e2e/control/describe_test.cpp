@@ -11,7 +11,7 @@ using namespace kv::test;
 
 namespace {
 
-/// The interface of a version, counted by hand.
+/// The number of methods and events of an agent version, counted by hand.
 struct Interface {
     const char *version;
     int methods;

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* An application of its own that uses the installed library: the same text as C and as C++. */
+/* An application outside this tree that uses the installed library, compiled as C and as C++. */
 #include <korvane.h>
 
 #include <stdio.h>

@@ -20,7 +20,7 @@ namespace {
 
 constexpr const char *device_id = "11111111-2222-4333-8444-555555555555";
 
-/// Why a request is refused; empty if it is not.
+/// The reason why a request is refused; empty if it is accepted.
 std::string refusal(const std::string &csr, const std::string &type = "lamp", const std::string &id = device_id)
 {
     Authority authority;
@@ -55,10 +55,10 @@ TEST(Authority, IssuesCertificatesThatOpenSslVerifies)
     ASSERT_TRUE(certificate);
     EXPECT_TRUE(verifies(issued.pem, authority.certificate()));
     EXPECT_EQ(X509_check_purpose(certificate.get(), X509_PURPOSE_SSL_CLIENT, 0), 1);
-    EXPECT_EQ(X509_check_ca(certificate.get()), 0) << "the device issues none itself";
+    EXPECT_EQ(X509_check_ca(certificate.get()), 0) << "the device must not issue certificates";
     EXPECT_EQ(EVP_PKEY_eq(X509_get0_pubkey(certificate.get()), key.get()), 1);
     EXPECT_EQ(subject_of(certificate.get()), std::string{"/CN="} + device_id + "/OU=x.d.lamp")
-        << "who the device is does not say the request";
+        << "the authority decides the name, not the request";
 
     Authority other;
     EXPECT_FALSE(verifies(issued.pem, other.certificate()));
@@ -89,7 +89,7 @@ TEST(Authority, RefusesATextThatIsNotASigningRequest)
                     "not a signing request"));
     EXPECT_TRUE(has(refusal(good.substr(0, good.size() / 2)), "not a signing request"));
     EXPECT_TRUE(has(refusal(std::string(65537, 'x')), "longer than 65536 bytes"));
-    // Nobody is asked for a passphrase: that would wait at the terminal.
+    // The authority must not ask for a passphrase at the terminal, because that would block the agent.
     EXPECT_TRUE(has(refusal("-----BEGIN CERTIFICATE REQUEST-----\nProc-Type: 4,ENCRYPTED\n"
                             "DEK-Info: AES-128-CBC,00112233445566778899AABBCCDDEEFF\n\nAAAA\n"
                             "-----END CERTIFICATE REQUEST-----\n"),
@@ -129,7 +129,7 @@ TEST(Authority, DropsTheOldestOfTooManyCertificates)
     EXPECT_FALSE(authority.find(first));
 }
 
-// ---- its files -------------------------------------------------------------------------------------------------------
+// ---- files -----------------------------------------------------------------------------------------------------------
 
 class AuthorityFiles : public testing::Test {
 protected:
@@ -176,7 +176,7 @@ TEST_F(AuthorityFiles, AreCreatedOnceAndForTheirOwnerOnly)
     Authority second{directory()};
     EXPECT_EQ(second.certificate(), certificate);
     EXPECT_TRUE(verifies(second.issue(device_id, "", request_for(new_key().get())).pem, certificate))
-        << "the key is the same as well";
+        << "the key must be the same too";
 }
 
 TEST_F(AuthorityFiles, AreRefusedWithAReason)
@@ -188,13 +188,13 @@ TEST_F(AuthorityFiles, AreRefusedWithAReason)
 
     std::filesystem::rename(certificate_file(), certificate_file() + ".away");
     EXPECT_TRUE(has(complaint(), "only one exists")) << complaint();
-    std::ofstream{certificate_file()} << "nothing of the kind";
+    std::ofstream{certificate_file()} << "neither key nor certificate";
     EXPECT_TRUE(has(complaint(), "cannot read a certificate")) << complaint();
 
     Authority other;
     std::ofstream{certificate_file()} << other.certificate();
     EXPECT_TRUE(has(complaint(), "is not for the key")) << complaint();
-    std::ofstream{key_file()} << "nothing of the kind";
+    std::ofstream{key_file()} << "neither key nor certificate";
     EXPECT_TRUE(has(complaint(), "cannot read a key")) << complaint();
 }
 
@@ -235,7 +235,7 @@ TEST(Token, IsSignedAndNamesIssuerSubjectAndExpiry)
 {
     Authority authority;
     const std::time_t before = std::time(nullptr);
-    const Json info = Json::parse(new_token(authority, device_id, {}).text()); // as it is sent
+    const Json info = Json::parse(new_token(authority, device_id, {}).text()); // parses the text that is sent
     const Token token = taken_apart(text_in(info, "access_token"), authority.certificate());
     EXPECT_TRUE(token.verified);
     EXPECT_EQ(text_in(token.header, "alg"), "ES256");
@@ -250,10 +250,10 @@ TEST(Token, IsSignedAndNamesIssuerSubjectAndExpiry)
     EXPECT_EQ(cJSON_GetObjectItem(token.claims.get(), "request_data"), nullptr);
 }
 
-TEST(Token, CarriesTheRequestDataInAClaimOfTheirOwn)
+TEST(Token, ContainsTheRequestDataInAClaim)
 {
     Authority authority;
-    const Json data = Json::parse(R"({"scope":"diagnose","sub":"somebody else"})");
+    const Json data = Json::parse(R"({"scope":"diagnose","sub":"another device"})");
     const Json info = new_token(authority, device_id, data);
     const Token token = taken_apart(text_in(info, "access_token"), authority.certificate());
     EXPECT_TRUE(token.verified);
@@ -268,7 +268,7 @@ TEST(Token, DoesNotVerifyIfItWasChangedOrSignedByAnotherAuthority)
     std::string token = text_in(info, "access_token");
     Authority other;
     EXPECT_FALSE(taken_apart(token, other.certificate()).verified);
-    const std::string changed = to_base64url(R"({"iss":"korvane-agent","sub":"somebody else"})");
+    const std::string changed = to_base64url(R"({"iss":"korvane-agent","sub":"another device"})");
     const std::size_t first = token.find('.');
     token.replace(first + 1, token.find('.', first + 1) - first - 1, changed);
     EXPECT_FALSE(taken_apart(token, authority.certificate()).verified);

@@ -16,8 +16,8 @@ namespace kv::test {
 inline testing::AssertionResult has(const std::string &text, const std::string &part)
 {
     if (text.find(part) != std::string::npos)
-        return testing::AssertionSuccess() << "there is '" << part << "' in: " << text;
-    return testing::AssertionFailure() << "there is no '" << part << "' in: " << text;
+        return testing::AssertionSuccess() << "'" << part << "' found in: " << text;
+    return testing::AssertionFailure() << "'" << part << "' not found in: " << text;
 }
 
 /// The cloud of a device without a port, with a stopped clock and an application that is registered for every event.
@@ -39,7 +39,7 @@ protected:
     {
         return device.cloud.run(name, virtual_agent::Json::parse(arguments).get()).text();
     }
-    /// Why a step is refused; empty if it succeeds.
+    /// The reason why a step is refused; empty if it succeeds.
     std::string refusal(const char *name, const char *arguments = "null")
     {
         try {

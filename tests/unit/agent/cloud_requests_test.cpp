@@ -88,7 +88,7 @@ TEST_F(AgentCloud, KeepsNamesTypesNicksAndProfilesByDeviceNumber)
     EXPECT_TRUE(has(all, R"("nicks":{"4":"Rumble"})"));
     EXPECT_TRUE(has(all, R"("device_types":{"4":"x.d.drum"})"));
     EXPECT_TRUE(has(all, R"("profiles":{"0":{"nick":"Washy","pushregid":"<secret, 3 bytes>"}})"));
-    EXPECT_EQ(ask(master::set_device_name{}, std::string(65537, 'x').c_str()), -1) << "a name has an end";
+    EXPECT_EQ(ask(master::set_device_name{}, std::string(65537, 'x').c_str()), -1) << "a name is longer than the limit";
 }
 
 TEST_F(AgentCloud, KeepsTheTerms)
@@ -137,10 +137,10 @@ TEST_F(AgentCloud, KeepsTheLatestRequestsOfEachKind)
         ask(master::send_presence{}, state_number);
     ask(master::set_regist_set_device{}, "one");
     ask(master::set_regist_set_device{}, "two");
-    ask(master::set_sso_list{}, "nobody's business");
+    ask(master::set_sso_list{}, "user's login data");
     const std::string all = shown();
     EXPECT_TRUE(has(all, R"("presence":39)"));
-    EXPECT_TRUE(has(all, R"("send_presence":[{"presence":8},{"presence":9},)")) << "thirty-two are kept";
+    EXPECT_TRUE(has(all, R"("send_presence":[{"presence":8},{"presence":9},)")) << "the last 32 are kept";
     EXPECT_TRUE(has(all, R"("set_regist_set_device":[{"regist_set_device":"one"},{"regist_set_device":"two"}])"));
     EXPECT_TRUE(has(all, R"("set_sso_list":[{"sso_list":"<secret, 17 bytes>"}])"));
 }
@@ -162,9 +162,10 @@ TEST_F(AgentCloud, KeepsSubDevicesAndTheirPresence)
     EXPECT_EQ(ask(master::register_sub_device{}, 7, "fan"), 0);
     EXPECT_EQ(ask(master::register_sub_device{}, 0, "itself"), -1);
     EXPECT_EQ(ask(master::set_sub_device_presence{}, numbers({1, 7}).get(), true), 0);
-    EXPECT_EQ(ask(master::set_sub_device_presence{}, numbers({1, 2}).get(), false), -1) << "there is no 2";
+    EXPECT_EQ(ask(master::set_sub_device_presence{}, numbers({1, 2}).get(), false), -1) << "device 2 does not exist";
     const auto list = [this] { return std::get<0>(handlers.handle(master::get_sub_device_presence{}, call).outs); };
-    EXPECT_EQ(list(), R"([{"di":"lamp","prs":1},{"di":"fan","prs":1}])") << "all or none";
+    EXPECT_EQ(list(), R"([{"di":"lamp","prs":1},{"di":"fan","prs":1}])")
+        << "a request with an unknown device changes none";
     EXPECT_EQ(ask(master::unregister_sub_device{}, 1), 0);
     EXPECT_EQ(ask(master::unregister_sub_device{}, 1), -1);
     EXPECT_EQ(list(), R"([{"di":"fan","prs":1}])");
@@ -201,7 +202,7 @@ TEST_F(AgentCloud, IssuesTokensWithServerAndLifetime)
     EXPECT_EQ(member(info, "server_url"), "https://cloud.korvane.example");
     const std::string token = member(info, "access_token");
     EXPECT_EQ(std::count(token.begin(), token.end(), '.'), 2) << token;
-    EXPECT_FALSE(has(call.events[0].values->text(), token)) << "never shown";
+    EXPECT_FALSE(has(call.events[0].values->text(), token)) << "the token must not be shown";
 }
 
 TEST_F(AgentCloud, ReportsWhyRequestDataThatAreNotADocumentAreRefused)

@@ -19,9 +19,9 @@ using namespace kv::virtual_agent;
 
 namespace {
 
-constexpr int keep_alive_size = 12; // "keep-alive" and the end of a line
+constexpr int keep_alive_size = 12; // "keep-alive" and a line feed
 
-/// Records of one number each.
+/// Makes records of one number each.
 template <class A>
 auto records_of(const char *field, const std::vector<int> &numbers)
 {
@@ -53,7 +53,7 @@ protected:
 TEST_F(AgentSession, KeepsAliveEveryMinuteByDefault)
 {
     clock.advance(3'600'000);
-    EXPECT_EQ(sent_events(), Events{}) << "not while the device is signed out";
+    EXPECT_EQ(sent_events(), Events{}) << "no keep-alives while the device is signed out";
     sign_in();
     clock.advance(59'999);
     EXPECT_EQ(sent_events(), Events{});
@@ -65,13 +65,13 @@ TEST_F(AgentSession, KeepsAliveEveryMinuteByDefault)
     EXPECT_EQ(sent_events(), Events{});
 }
 
-TEST_F(AgentSession, MakesTheRoundsOfADayWhenTheClockAdvancesByADay)
+TEST_F(AgentSession, SendsTheKeepAlivesOfADayWhenTheClockAdvancesByADay)
 {
     sign_in();
     clock.advance(86'400'000);
     EXPECT_EQ(sent_events(), Events(1440, keep_alive(0)));
     EXPECT_EQ(state.cloud.session->sent, 1440 * keep_alive_size);
-    EXPECT_EQ(state.cloud.session->received, 1440 * keep_alive_size) << "each has gone to the other end and back";
+    EXPECT_EQ(state.cloud.session->received, 1440 * keep_alive_size) << "every keep-alive is echoed";
     EXPECT_TRUE(has(shown(), R"("rounds":1440)"));
 }
 
@@ -90,7 +90,7 @@ TEST_F(AgentSession, UsesTheFirstIntervalUntilOthersAreSelected)
     clock.advance(9'999);
     EXPECT_EQ(sent_events(), Events{});
     clock.advance(1);
-    EXPECT_EQ(sent_events(), Events{keep_alive(0)}) << "the selected ones take turns";
+    EXPECT_EQ(sent_events(), Events{keep_alive(0)}) << "the selected intervals alternate";
     clock.advance(30'000);
     EXPECT_EQ(sent_events(), Events{keep_alive(0)});
 }
@@ -116,26 +116,26 @@ TEST_F(AgentSession, AcceptsTheMaximumInterval)
 
 TEST_F(AgentSession, RefusesToSelectIndexesOutsideTheTable)
 {
-    EXPECT_EQ(select({0}), -1) << "there is no table";
+    EXPECT_EQ(select({0}), -1) << "no table is set";
     EXPECT_EQ(set_intervals({10, 20}), 0);
     EXPECT_EQ(select({1}), 0);
     EXPECT_EQ(select({0, 2}), -1);
     EXPECT_EQ(select({-1}), -1);
-    EXPECT_TRUE(has(shown(), R"("selected":[1],"interval_s":20)")) << "the former selection holds";
+    EXPECT_TRUE(has(shown(), R"("selected":[1],"interval_s":20)")) << "a refused selection keeps the earlier one";
     EXPECT_EQ(set_intervals({40}), 0);
     EXPECT_TRUE(has(shown(), R"("selected":[],"interval_s":40)")) << "a new table has no selection";
-    EXPECT_EQ(set_intervals(std::vector<int>(1025, 5)), -1) << "a table has an end";
+    EXPECT_EQ(set_intervals(std::vector<int>(1025, 5)), -1) << "the table is longer than the limit";
 }
 
 TEST_F(AgentSession, KeepsAliveAtOnceOnRequest)
 {
-    EXPECT_EQ(ask(master::send_keepalive{}), -1) << "signed out";
+    EXPECT_EQ(ask(master::send_keepalive{}), -1) << "the device is signed out";
     sign_in();
     clock.advance(50'000);
     EXPECT_EQ(ask(master::send_keepalive{}), 0);
     EXPECT_EQ(sent_events(), Events{keep_alive(0)});
     clock.advance(59'999);
-    EXPECT_EQ(sent_events(), Events{}) << "the next round counts from there";
+    EXPECT_EQ(sent_events(), Events{}) << "the next interval begins with that keep-alive";
     clock.advance(1);
     EXPECT_EQ(sent_events(), Events{keep_alive(0)});
 }
@@ -153,7 +153,7 @@ TEST_F(AgentSession, EndsKeepAlivesWithTheGivenResult)
 
 // ---- the connection --------------------------------------------------------------------------------------------------
 
-/// The connection as the kernel lists it: addresses and ports in hexadecimal, and a state.
+/// The connection as the kernel lists it: addresses, ports and state in hexadecimal.
 bool kernel_lists(const virtual_agent::TcpHeader &header)
 {
     const auto end = [](const std::string &address, int port) {
@@ -177,7 +177,7 @@ bool kernel_lists(const virtual_agent::TcpHeader &header)
     return false;
 }
 
-/// This process's end of a connection with these ports.
+/// The socket of this process in a connection with these ports.
 int descriptor_between(int local, int remote)
 {
     for (int fd = 3; fd < 1024; ++fd) {
@@ -193,7 +193,7 @@ int descriptor_between(int local, int remote)
     return -1;
 }
 
-/// Takes CAP_NET_ADMIN from this thread while it lives.
+/// Removes CAP_NET_ADMIN from this thread for the lifetime of the object.
 class WithoutNetAdmin {
 public:
     WithoutNetAdmin()
@@ -230,7 +230,7 @@ TEST_F(AgentSession, IsARealTcpConnection)
     EXPECT_EQ(header->src_addr, "127.0.0.1");
     EXPECT_TRUE(kernel_lists(*header));
     EXPECT_GT(header->window, 0);
-    EXPECT_LE(header->window, 65535) << "as it stands in sixteen bits";
+    EXPECT_LE(header->window, 65535) << "the TCP header has 16 bits for it";
     step("sign-out");
     EXPECT_FALSE(kernel_lists(*header));
 }
@@ -240,13 +240,13 @@ TEST_F(AgentSession, ReportsItsHeaderByTheNamesThatApplicationsUse)
     sign_in();
     const auto answer = handlers.handle(master::get_tcp_header_info{}, call);
     EXPECT_EQ(answer.result, 0);
-    const Json told = Json::parse(std::get<0>(answer.outs));
+    const Json info = Json::parse(std::get<0>(answer.outs));
     const TcpHeader header = *cloud.tcp_header();
     const auto number = [&](const char *name) {
-        return cJSON_GetNumberValue(cJSON_GetObjectItem(told.get(), (std::string{"tcp_header_info_"} + name).c_str()));
+        return cJSON_GetNumberValue(cJSON_GetObjectItem(info.get(), (std::string{"tcp_header_info_"} + name).c_str()));
     };
     const auto text = [&](const char *name) {
-        return cJSON_GetStringValue(cJSON_GetObjectItem(told.get(), (std::string{"tcp_header_info_"} + name).c_str()));
+        return cJSON_GetStringValue(cJSON_GetObjectItem(info.get(), (std::string{"tcp_header_info_"} + name).c_str()));
     };
     EXPECT_EQ(number("ip_version"), 4);
     EXPECT_STREQ(text("src_addr"), "127.0.0.1");
@@ -274,7 +274,7 @@ TEST_F(AgentSession, CountsItsNumbersWithoutThePrivilegeToReadThem)
 TEST_F(AgentSession, ReadsTheKernelsNumbersAndLeavesTheConnectionIntact)
 {
     if (!WithoutNetAdmin::had())
-        GTEST_SKIP() << "takes CAP_NET_ADMIN";
+        GTEST_SKIP() << "this test needs CAP_NET_ADMIN";
     sign_in();
     const TcpHeader before = *cloud.tcp_header();
     EXPECT_TRUE(before.has_kernel_numbers);
@@ -285,10 +285,10 @@ TEST_F(AgentSession, ReadsTheKernelsNumbersAndLeavesTheConnectionIntact)
     EXPECT_EQ(sent_events(), (Events{keep_alive(0), keep_alive(0)}));
     EXPECT_TRUE(kernel_lists(after));
 
-    // What one end sends next the other expects next.
+    // Each end expects the sequence number that the other end sends next.
     step("sign-out");
     step("sign-in");
-    EXPECT_NE(cloud.tcp_header()->seq_num, after.seq_num) << "another connection begins elsewhere";
+    EXPECT_NE(cloud.tcp_header()->seq_num, after.seq_num) << "a new connection has another initial number";
 }
 
 TEST_F(AgentSession, IsRestoredAfterItsConnectionBreaks)

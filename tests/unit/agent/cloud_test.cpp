@@ -60,19 +60,19 @@ TEST_F(AgentCloud, AcceptsCredentialsAsADocumentFromAgent20On)
 TEST_F(AgentCloud, MakesTheNextSignUpFail)
 {
     step("next-sign-up", R"({"outcome":"fail"})");
-    EXPECT_TRUE(sign_up()) << "it is the cloud that says no, later";
+    EXPECT_TRUE(sign_up()) << "the cloud reports the failure later, in an event";
     EXPECT_EQ(sent_events(), Events{not_signed_up});
     EXPECT_EQ(state.thing_status, 0);
 
     EXPECT_TRUE(sign_up());
-    EXPECT_EQ(sent_events(), (Events{signed_up, signed_in})) << "only the next one was to fail";
+    EXPECT_EQ(sent_events(), (Events{signed_up, signed_in})) << "only one sign-up fails";
 }
 
 TEST_F(AgentCloud, DelaysTheNextSignUp)
 {
     step("next-sign-up", R"({"outcome":"succeed","after_ms":500})");
     EXPECT_TRUE(sign_up());
-    EXPECT_FALSE(sign_up()) << "one after the other";
+    EXPECT_FALSE(sign_up()) << "a sign-up is already pending";
     clock.advance(499);
     EXPECT_EQ(sent_events(), Events{});
     EXPECT_TRUE(has(shown(), R"("signing_up":true)"));
@@ -104,7 +104,7 @@ TEST_F(AgentCloud, DoesNotSignInWhileTheApplicationHasDisabledIt)
     EXPECT_EQ(sent_events(), Events{signed_in});
     EXPECT_EQ(common(R"({"common_interface":5,"disable_signin":true})"), 0);
     EXPECT_EQ(sent_events(), Events{signed_out});
-    EXPECT_EQ(common(R"({"common_interface":5})"), -1) << "neither true nor false";
+    EXPECT_EQ(common(R"({"common_interface":5})"), -1) << "the flag is missing";
     EXPECT_EQ(sent_events(), Events{});
 }
 
@@ -143,7 +143,7 @@ TEST_F(AgentCloud, RestoresABrokenSessionOnCommand)
     step("drop-session");
     EXPECT_EQ(sent_events(), (Events{signed_up, signed_in, session_lost(-104), signed_out}));
     clock.advance(86'400'000);
-    EXPECT_EQ(sent_events(), Events{}) << "not by itself";
+    EXPECT_EQ(sent_events(), Events{}) << "the session is restored only on command";
     step("restore-session");
     EXPECT_EQ(sent_events(), Events{signed_in});
 }
@@ -160,7 +160,7 @@ TEST_F(AgentCloud, RestoresABrokenSessionOnce)
 
 TEST_F(AgentCloud, EndsTheSessionOnRequest)
 {
-    EXPECT_EQ(ask(master::disconnect_cloud_session{}), -1) << "there is none";
+    EXPECT_EQ(ask(master::disconnect_cloud_session{}), -1) << "there is no session";
     sign_up();
     sent_events();
     EXPECT_EQ(ask(master::disconnect_cloud_session{}), 0);
@@ -174,7 +174,7 @@ TEST_F(AgentCloud, EndsTheSessionOnRequest)
 TEST_F(AgentCloud, GivesEachOwnerAGroup)
 {
     EXPECT_EQ(cloud.group_id(), std::nullopt);
-    EXPECT_EQ(ask(master::get_group_id{}, DelegateOf<master::get_group_id_cb>{}), -1) << "it is nobody's";
+    EXPECT_EQ(ask(master::get_group_id{}, DelegateOf<master::get_group_id_cb>{}), -1) << "the device has no owner";
     const auto group_of = [this](const char *owner) {
         step("own", owner);
         const std::string group = cloud.group_id().value_or("");
@@ -223,7 +223,7 @@ TEST_F(AgentCloud, SignsOutADeviceThatIsReset)
     sign_up();
     sent_events();
     EXPECT_EQ(ask(master::send_reset_confirm{}, false), 0);
-    EXPECT_TRUE(state.signed_in) << "the user has said no";
+    EXPECT_TRUE(state.signed_in) << "the user refused the reset";
     EXPECT_EQ(ask(master::send_reset_confirm{}, true), 0);
     EXPECT_FALSE(state.signed_up);
 }
@@ -251,7 +251,8 @@ TEST_F(AgentCloud, RefusesUnknownStepsAndWrongArguments)
     EXPECT_TRUE(has(refusal("next-sign-up", "[]"), "must be a JSON object"));
     EXPECT_TRUE(has(refusal("own", R"({"owner":7})"), "'owner' must be a text"));
     EXPECT_TRUE(has(refusal("keepalive"), "'result' is missing"));
-    EXPECT_TRUE(has(shown(), R"("next_sign_up":{"outcome":"succeed","after_ms":0})")) << "nothing has happened";
+    EXPECT_TRUE(has(shown(), R"("next_sign_up":{"outcome":"succeed","after_ms":0})"))
+        << "a refused step changes nothing";
 }
 
 TEST_F(AgentCloud, RefusesStepsOfNewerAgents)
@@ -281,7 +282,7 @@ TEST_F(AgentCloud, RefusesEventsWithoutARegisteredApplication)
     EXPECT_TRUE(
         has(refusal("last-status", R"({"text":"x"})"), "no application is registered for last_status_changed_cb"));
     EXPECT_TRUE(has(refusal("diagnostics"), "no application is registered for diagnostics_cb"));
-    EXPECT_TRUE(sign_up()) << "whether anybody hears of it or not";
+    EXPECT_TRUE(sign_up()) << "a sign-up succeeds without a registered callback";
     EXPECT_TRUE(state.signed_in);
 }
 

@@ -97,7 +97,7 @@ TEST_F(AgentPhone, RefusesAStepWithoutARegisteredApplication)
     EXPECT_EQ(setup.pin.tries_left, 0);
 }
 
-TEST_F(AgentPhone, DoesNotKnowStepsOfNewerAgents)
+TEST_F(AgentPhone, RefusesStepsOfNewerAgents)
 {
     be("1.2");
     connect();
@@ -168,10 +168,10 @@ TEST_F(AgentPhone, AcceptsNetworksOnlyForThePendingScan)
     EXPECT_EQ(step("scan"), R"({"request":1})");
     EXPECT_FALSE(networks_found(2, {home}));
     EXPECT_TRUE(networks_found(1, {home, cafe}));
-    EXPECT_FALSE(networks_found(1, {})) << "a second answer";
+    EXPECT_FALSE(networks_found(1, {})) << "the request has been answered already";
     EXPECT_EQ(setup.networks.size(), 2U);
     EXPECT_EQ(step("scan"), R"({"request":2})");
-    EXPECT_TRUE(setup.networks.empty()) << "a new scan forgets the old one";
+    EXPECT_TRUE(setup.networks.empty()) << "a new scan discards the old networks";
 }
 
 TEST_F(AgentPhone, SendsTheChosenNetworkAsARecordBefore13)
@@ -195,8 +195,9 @@ TEST_F(AgentPhone, SendsTheChosenNetworkWithCandidatesFrom13AndItsAddressFrom14)
     const std::string at_13 = sent_events();
     EXPECT_NE(at_13.find(R"("ap_ssid":"home","ap_pwd":"<secret)"), std::string::npos) << at_13;
     EXPECT_EQ(at_13.find("ap_bssid"), std::string::npos) << at_13;
-    EXPECT_NE(at_13.find(R"(\"bssid\":\"02:00:00:00:00:02\")"), std::string::npos) << "the other one is a candidate";
-    EXPECT_EQ(at_13.find("02:00:00:00:00:03"), std::string::npos) << "one of another name is not";
+    EXPECT_NE(at_13.find(R"(\"bssid\":\"02:00:00:00:00:02\")"), std::string::npos)
+        << "the other access point of this name is a candidate";
+    EXPECT_EQ(at_13.find("02:00:00:00:00:03"), std::string::npos) << "an access point of another name is not";
     be("1.4");
     step("choose", R"({"ssid":"home","password":"laundry"})");
     EXPECT_NE(sent_events().find(R"("ap_bssid":"02:00:00:00:00:01")"), std::string::npos);
@@ -208,7 +209,7 @@ TEST_F(AgentPhone, AcceptsRepliesToEventsThatACommandPublishes)
     EXPECT_EQ(device.events.publish_values(*scan->decode(Json::parse("[7]").get())), 1);
     EXPECT_FALSE(networks_found(6, {home}));
     EXPECT_TRUE(networks_found(7, {home}));
-    EXPECT_FALSE(networks_found(7, {home})) << "one reply for one request";
+    EXPECT_FALSE(networks_found(7, {home})) << "a request accepts one reply";
 
     device.events.disconnect_all();
     EXPECT_EQ(device.events.publish_values(*scan->decode(Json::parse("[8]").get())), 0);
@@ -265,7 +266,7 @@ TEST_F(AgentPhone, KeepsASettingThatTheDeviceHasApplied)
     EXPECT_EQ(step("language", R"({"type":"voice","value":"de-DE"})"), R"({"request":2})");
     EXPECT_TRUE(device.phone.language_answered(2, false));
     EXPECT_TRUE(device.phone.language_answered(1, true));
-    EXPECT_FALSE(device.phone.language_answered(1, true)) << "a second answer";
+    EXPECT_FALSE(device.phone.language_answered(1, true)) << "the request has been answered already";
     EXPECT_EQ(setup.settings, (std::map<std::string, std::string>{{"language", "fr-FR"}}));
 }
 
@@ -297,7 +298,7 @@ TEST_F(AgentPhone, ResetsTheDeviceWhenItsUserConfirms)
     EXPECT_EQ(sent_events(), R"(status_changed_cb{"status":0} reset_result_cb{"result":true})");
     EXPECT_FALSE(device.state.owned);
     EXPECT_TRUE(device.state.nicks.empty());
-    EXPECT_EQ(setup.languages, std::vector<std::string>{"en-GB"}) << "what the device told of itself remains";
+    EXPECT_EQ(setup.languages, std::vector<std::string>{"en-GB"}) << "the languages that the device reported remain";
 }
 
 TEST_F(AgentPhone, ReportsWrongArguments)

@@ -180,7 +180,7 @@ TEST_F(AgentClock, DropsCallsThatAreCancelledByOtherCalls)
     EXPECT_EQ(done, "");
 }
 
-TEST_F(AgentClock, RunsOnFromWhereItWasStopped)
+TEST_F(AgentClock, ContinuesFromTheTimeAtWhichItStopped)
 {
     clock.advance(5000);
     const auto before = clock.now_ms();

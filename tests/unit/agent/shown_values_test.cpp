@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What journal and state show of values that hold a JSON document.
+// How journal and state show arguments that are a JSON document.
 #include "agent/interface/show.hpp"
 
 #include <glib.h>
@@ -10,7 +10,7 @@ using virtual_agent::Shown;
 
 namespace {
 
-/// The only argument of Method, or its second one behind a device number, as the journal shows it.
+/// The document argument of Method as the journal shows it: its only argument, or the second after a device number.
 template <class Method>
 std::string shown(const std::string &text)
 {
@@ -76,7 +76,7 @@ TEST(ShownValues, ACommandIsShownAsItsNumberDescribesIt)
               R"({"request":{"common_interface":77,"device_type":"<secret, 1 bytes>"}})");
 }
 
-TEST(ShownValues, ATextThatIsNoShortDocumentIsMaskedAsAWhole)
+TEST(ShownValues, ATextThatIsNotAShortDocumentIsMaskedAsAWhole)
 {
     EXPECT_EQ(command("[1]"), R"({"request":"<secret, 3 bytes>"})");
     EXPECT_EQ(command("{} and more"), R"({"request":"<secret, 11 bytes>"})");

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-/// Runs a part of a test in a child process, for what a process decides once: by its environment, its user or its
-/// descriptors.
+/// Runs a part of a test in a child process, because a process reads its environment once and cannot restore its user or
+/// its descriptors.
 namespace kv::test {
 
 struct ChildResult {

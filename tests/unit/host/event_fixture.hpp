@@ -30,7 +30,7 @@ inline bool has_bus_library()
 
 inline std::ptrdiff_t open_descriptors()
 {
-    g_main_context_default(); // has one, made at its first use
+    g_main_context_default(); // its first use opens a descriptor
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
@@ -118,7 +118,7 @@ inline pid_t start(const std::vector<std::string> &command)
         arguments.push_back(const_cast<char *>(argument.c_str()));
     arguments.push_back(nullptr);
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    dup2(nowhere, STDERR_FILENO); // keeps its output out of the test's
+    dup2(nowhere, STDERR_FILENO); // its errors must not appear in the output of the test
     execvp(arguments[0], arguments.data());
     _exit(127);
 }

@@ -32,7 +32,7 @@ std::vector<int> numbers(int count)
     return values;
 }
 
-/// A proxy that reads each event's number, and an agent made by hand.
+/// A proxy that reads the number of each event, and a raw agent.
 struct Listening {
     explicit Listening(const std::string &socket_path) : agent(socket_path, proxy)
     {

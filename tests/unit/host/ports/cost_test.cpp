@@ -76,7 +76,7 @@ TEST_F(CallCostTest, IsOneSendAndOneReceiveForTheCaller)
 
 TEST_F(CallCostTest, IsOneSendOneReceiveAndOnePollForTheAgent)
 {
-    // Every reply says what it has cost so far.
+    // Every reply contains the costs up to now.
     Agent agent([](Stub &, rpc_port_h main, int request) {
         send_number(main, request == 0 ? counts.sends : request == 1 ? counts.receives : counts.polls);
     });
@@ -94,7 +94,7 @@ TEST_F(CallCostTest, IsOneSendOneReceiveAndOnePollForTheAgent)
     }
 }
 
-/// A proxy that reads the events of an agent made by hand.
+/// A proxy that reads the events of a raw agent.
 struct Reading {
     explicit Reading(const std::string &socket_path) : agent(socket_path, proxy)
     {
@@ -153,7 +153,7 @@ TEST_F(EventCostTest, IsOneSendForHeldParcels)
     EXPECT_EQ(1, counts.sends);
 }
 
-/// A peer made by hand that does not read, and a way to push more than its link holds.
+/// A raw peer that does not read, and a way to push more than its link holds.
 struct Unread {
     explicit Unread(const std::string &socket_path)
     {

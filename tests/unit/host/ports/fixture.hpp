@@ -48,7 +48,7 @@ bool run_until(const std::function<bool()> &condition);
 /// Runs the sources that are ready, without waiting.
 void run_ready_sources();
 
-/// Bytes typed by hand, so that a mistake on both sides cannot go unnoticed.
+/// The bytes of the wire, typed by hand. With the platform's own encoder a mistake of both ends would stay undetected.
 std::string u32(uint32_t value);
 std::string frame(const std::string &payload);
 std::string handshake_request(int link, const std::string &token = std::string(16, 't'), uint32_t version = 1);
@@ -109,13 +109,13 @@ public:
 };
 
 int send_number(rpc_port_h port, int number);
-/// The number at the start of the next parcel; none if either is missing.
+/// The number at the start of the next parcel; null if either is missing.
 std::optional<int> read_number(rpc_port_h port);
 
 /// A child process. It ends when this object is destroyed or the test process ends.
 class Child {
 public:
-    /// The body calls `ready` when it is, and `serve` to run the loop until the child ends.
+    /// The body calls `ready` when it can be used, and `serve` to run the loop until the child ends.
     using Body = std::function<void(const std::function<void()> &ready, const std::function<void()> &serve)>;
     explicit Child(const Body &body);
     ~Child();
@@ -137,7 +137,7 @@ public:
     explicit Agent(const Handler &handler);
 };
 
-/// A link made by hand: to a stub, or accepted by a RawListener.
+/// A link of raw bytes: connected to a stub, or accepted by a RawListener.
 class RawLink {
 public:
     explicit RawLink(int descriptor) : descriptor_(descriptor) {}
@@ -175,14 +175,14 @@ private:
     int descriptor_;
 };
 
-/// Both links of a proxy made by hand, accepted by a stub on this loop.
+/// Both links of a raw proxy, accepted by a stub on this loop.
 struct RawProxy {
     explicit RawProxy(const std::string &socket_path, const std::string &token = std::string(16, 't'));
     RawLink main;
     RawLink callback;
 };
 
-/// A proxy that is connected to an agent made by hand.
+/// A raw agent to which a proxy is connected.
 struct RawAgent {
     RawAgent(const std::string &socket_path, Proxy &proxy);
     RawListener listener;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The handshake, against peers made by hand that are silent, cut short, or wrong.
+// The handshake with raw peers that send nothing, too little or something wrong.
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>

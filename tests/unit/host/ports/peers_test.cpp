@@ -279,7 +279,7 @@ TEST_F(StubTest, RefusesInvalidArguments)
     EXPECT_EQ(-EINVAL, rpc_port_stub_listen(nullptr));
     EXPECT_EQ(-EINVAL, rpc_port_stub_destroy(nullptr));
     EXPECT_EQ(-EINVAL, rpc_port_stub_get_port(stub.handle, nullptr, RPC_PORT_PORT_MAIN, &port));
-    EXPECT_EQ(-ENOENT, rpc_port_stub_get_port(stub.handle, "nobody", RPC_PORT_PORT_MAIN, &port));
+    EXPECT_EQ(-ENOENT, rpc_port_stub_get_port(stub.handle, "no-such-peer", RPC_PORT_PORT_MAIN, &port));
     EXPECT_EQ(-EINVAL, rpc_port_stub_hold(nullptr));
     EXPECT_EQ(-EINVAL, rpc_port_stub_flush(nullptr));
     EXPECT_EQ(-EINVAL, rpc_port_stub_send_raw(nullptr, "", 0));

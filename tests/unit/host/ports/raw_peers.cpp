@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Peers made by hand: bytes and sockets without the code under test.
+// Raw peers: they send bytes over sockets and use none of the code under test.
 #include <glib.h>
 #include <poll.h>
 #include <sys/socket.h>

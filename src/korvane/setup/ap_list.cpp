@@ -12,7 +12,31 @@ using namespace kv::api;
 /// An array of records, or a document with an array of objects.
 struct korvane_aplist_s : VersionedHandle<RecordArray<master::ap_info_array>, since(2, 3)> {
     using VersionedHandle::VersionedHandle;
+
+    /// Returns an entry of the document's array, or null. Walks from the entry that it returned last, so that a loop over a list
+    /// takes one step per entry. Entries are neither added nor removed once the list is created.
+    cJSON *json_entry(const cJSON *array, int idx);
+
+private:
+    cJSON *last_entry_ = nullptr;
+    int last_idx_ = 0;
 };
+
+cJSON *korvane_aplist_s::json_entry(const cJSON *array, int idx)
+{
+    if (!last_entry_)
+        last_entry_ = cJSON_GetArrayItem(array, 0);
+    cJSON *entry = last_entry_;
+    int at = last_idx_;
+    for (; entry && at < idx; ++at)
+        entry = entry->next;
+    for (; at > idx && at > 0; --at)
+        entry = entry->prev;
+    if (!entry || at != idx)
+        return nullptr;
+    last_idx_ = idx;
+    return last_entry_ = entry;
+}
 
 namespace {
 
@@ -54,7 +78,7 @@ Entry entry_at(LocalCall &call, korvane_aplist_h list, int idx)
     }
     const cJSON *array = cJSON_GetObjectItem(list->json.get(), request::ap_list.key);
     call.require_given(array, "json_array_obj");
-    cJSON *item = cJSON_GetArrayItem(array, idx);
+    cJSON *item = list->json_entry(array, idx);
     call.require_given(item, "json_obj_item");
     return {nullptr, item};
 }

@@ -34,13 +34,7 @@ Caller named(int id, int line = __builtin_LINE())
     return {name_of_delegate(id), line};
 }
 
-} // namespace
-
-const char *name_of_delegate(int id)
-{
-    return master::names.at(delegate_names[static_cast<std::size_t>(id)]);
-}
-
+/// Writes id, sequence number and once. `id` is that of the type, for the log.
 void write_delegate(rpc_port_parcel_h parcel, void *data, int id)
 {
     if (!parcel || !data) {
@@ -53,6 +47,7 @@ void write_delegate(rpc_port_parcel_h parcel, void *data, int id)
                         rpc_port_parcel_write_bool(parcel, delegate.once) == 0;
 }
 
+/// Reads the same values; an agent does that.
 void read_delegate(rpc_port_parcel_h parcel, void *data, int id)
 {
     using reader_log = master::LogOf<"__kv_master_", "_from">;
@@ -69,8 +64,29 @@ void read_delegate(rpc_port_parcel_h parcel, void *data, int id)
                                 yes_or_no(delegate.once));
 }
 
-Delegate *number_delegate(Delegate *zeroed, int id, const rpc_port_parcelable_t &functions, AnyFunction callback,
-                          bool once, void *user_data)
+template <class D>
+struct DelegateCodec {
+    static void to(rpc_port_parcel_h parcel, void *data) { write_delegate(parcel, data, D::id); }
+    static void from(rpc_port_parcel_h parcel, void *data) { read_delegate(parcel, data, D::id); }
+};
+
+/// Writer and reader of each type, by delegate id from 1.
+template <class... D>
+constexpr auto codecs_of(describe::List<D...>)
+{
+    return std::array<rpc_port_parcelable_t, sizeof...(D)>{{{DelegateCodec<D>::to, DelegateCodec<D>::from}...}};
+}
+
+constexpr auto delegate_codecs = codecs_of(master::Delegates{});
+
+} // namespace
+
+const char *name_of_delegate(int id)
+{
+    return master::names.at(delegate_names[static_cast<std::size_t>(id)]);
+}
+
+Delegate *number_delegate(Delegate *zeroed, int id, AnyFunction callback, bool once, void *user_data)
 {
     using create_log = master::LogOf<"rpc_port_kv_master_", "_create">;
 
@@ -78,7 +94,7 @@ Delegate *number_delegate(Delegate *zeroed, int id, const rpc_port_parcelable_t 
         create_log::error(named(id))("Out of memory"_fmt);
         return nullptr;
     }
-    zeroed->functions = functions;
+    zeroed->functions = delegate_codecs[static_cast<std::size_t>(id - 1)];
     zeroed->id = id;
     zeroed->seq_id = last_seq_id.fetch_add(1) + 1;
     zeroed->callback = callback;
@@ -88,10 +104,9 @@ Delegate *number_delegate(Delegate *zeroed, int id, const rpc_port_parcelable_t 
     return zeroed;
 }
 
-Delegate *create_delegate(int id, const rpc_port_parcelable_t &functions, AnyFunction callback, bool once,
-                          void *user_data)
+Delegate *create_delegate(int id, AnyFunction callback, bool once, void *user_data)
 {
-    return number_delegate(make_zeroed<Delegate>(), id, functions, callback, once, user_data);
+    return number_delegate(make_zeroed<Delegate>(), id, callback, once, user_data);
 }
 
 Delegate *find_delegate(rpc_port_proxy_kv_master_h h, int id, int seq_id)

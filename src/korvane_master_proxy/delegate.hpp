@@ -49,33 +49,18 @@ using DelegateCallback = typename CallbackOf<typename D::values>::Type;
 /// The name of a delegate type, for log lines.
 const char *name_of_delegate(int id);
 
-/// Writes id, sequence number and once. `id` is that of the type, for the log.
-void write_delegate(rpc_port_parcel_h parcel, void *data, int id);
-/// Reads the same values; an agent does that.
-void read_delegate(rpc_port_parcel_h parcel, void *data, int id);
-
-template <class D>
-struct DelegateCodec {
-    static void to(rpc_port_parcel_h parcel, void *data) { write_delegate(parcel, data, D::id); }
-    static void from(rpc_port_parcel_h parcel, void *data) { read_delegate(parcel, data, D::id); }
-
-    static constexpr rpc_port_parcelable_t functions{to, from};
-};
-
 /// Initialises a zero-filled delegate with the next sequence number, and logs it. Null stays null and logs why.
-Delegate *number_delegate(Delegate *zeroed, int id, const rpc_port_parcelable_t &functions, AnyFunction callback,
-                          bool once, void *user_data);
+Delegate *number_delegate(Delegate *zeroed, int id, AnyFunction callback, bool once, void *user_data);
 
 /// Returns a new delegate, or null without memory.
-Delegate *create_delegate(int id, const rpc_port_parcelable_t &functions, AnyFunction callback, bool once,
-                          void *user_data);
+Delegate *create_delegate(int id, AnyFunction callback, bool once, void *user_data);
 
 template <class D>
 TypedDelegate<D> *create_delegate(DelegateCallback<D> callback, bool once, void *user_data)
 {
     // The type adds nothing to a delegate.
     return static_cast<TypedDelegate<D> *>(
-        create_delegate(D::id, DelegateCodec<D>::functions, reinterpret_cast<AnyFunction>(callback), once, user_data));
+        create_delegate(D::id, reinterpret_cast<AnyFunction>(callback), once, user_data));
 }
 
 /// Returns the delegate of this number on the proxy's list, or null.

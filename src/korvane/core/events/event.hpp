@@ -62,8 +62,8 @@ struct PlainEvent {
             return concat<"_", D::text>;
     }();
     template <class D>
-    static constexpr DelegateRow row =
-        delegate_row<D, detail::PlainTrampoline<AppCallback, name<D>, Message, typename D::values>::call>;
+    static constexpr TrampolineOf trampoline =
+        trampoline_of<D, detail::PlainTrampoline<AppCallback, name<D>, Message, typename D::values>::call>;
 };
 
 /// An event whose values are converted for the application, by a trampoline of its own. If the session keeps the
@@ -74,7 +74,7 @@ struct ConvertedEvent {
     static constexpr ReleaseEventData release = Release;
 
     template <class D>
-    static constexpr DelegateRow row = delegate_row<D, Trampoline>;
+    static constexpr TrampolineOf trampoline = trampoline_of<D, Trampoline>;
 };
 
 /// The set and unset functions of a kind of event, with one PlainEvent or ConvertedEvent for each of its delegates, in
@@ -97,7 +97,7 @@ class RegistrationOf {
                 &master::row_of<typename Event::set>,
                 &master::row_of<typename Event::unset>,
                 release_of_any(),
-                {Events::template row<D>.create...},
+                {Events::template trampoline<D>...},
                 {D::id...},
                 sizeof...(D),
                 describe::index_of<Event>(master::Events{}),

@@ -44,7 +44,7 @@ int request_once(ReadyCall &call, const OneShotKind &kind, AnyFunction callback,
     Owned record{make_zeroed<kv_cb_info>()};
     if (!call.require_memory(bool(record)).passed())
         return call.result();
-    Owned delegate{kind.create_delegate(record.get())};
+    Owned delegate{proxy::create_delegate(kind.delegate_id, kind.trampoline(), true, record.get())};
     if (!call.require(bool(delegate), KORVANE_ERROR_OUT_OF_MEMORY, "rpc_port_kv_master_%s_create() failed"_fmt,
                       proxy::name_of_delegate(kind.delegate_id))
              .passed())

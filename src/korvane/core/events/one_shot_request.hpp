@@ -3,17 +3,18 @@
 
 #include "src/korvane/core/session/agent_call.hpp"
 #include "src/korvane/core/session/session.hpp"
+#include "trampoline.hpp"
 
 #include <tuple>
 
 /// Sending one-shot requests, and handling the events that complete them.
 namespace kv::api {
 
-/// A kind of one-shot request: its method, and how its delegate is made.
+/// A kind of one-shot request: its method, its delegate, and what handles the delegate's event.
 struct OneShotKind {
     const master::MethodRow &method;
     int delegate_id;
-    proxy::Delegate *(*create_delegate)(kv_cb_info *record);
+    TrampolineOf trampoline;
 };
 
 /// Calls the method with a new delegate, which is stored at `delegate_value` among the values. Its event may arrive, and
@@ -35,9 +36,7 @@ template <class Method, auto Trampoline, class Callback, class... Values>
 int request_once(ReadyCall &call, Callback callback, void *user_data, Values... values)
 {
     using D = typename LastOf<typename Method::in>::Type::delegate;
-    static constexpr OneShotKind kind{master::row_of<Method>, D::id, [](kv_cb_info *record) -> proxy::Delegate * {
-                                          return proxy::create_delegate<D>(Trampoline, true, record);
-                                      }};
+    static constexpr OneShotKind kind{master::row_of<Method>, D::id, trampoline_of<D, Trampoline>};
 
     proxy::Arguments<Method> arguments{values..., nullptr};
     return request_once(call, kind, reinterpret_cast<AnyFunction>(callback), user_data, arguments.values.data(),

@@ -21,14 +21,15 @@ void for_each_delegate(korvane_h session, int id, Visit visit)
     }
 }
 
-} // namespace
-
-RegisteredDelegate *create_registered(int id, const rpc_port_parcelable_t &functions, AnyFunction trampoline)
+/// Returns a new delegate with itself as user data, or null without memory.
+RegisteredDelegate *create_registered(int id, AnyFunction trampoline)
 {
     auto *delegate = make_zeroed<RegisteredDelegate>();
-    proxy::number_delegate(delegate, id, functions, trampoline, false, delegate);
+    proxy::number_delegate(delegate, id, trampoline, false, delegate);
     return delegate;
 }
+
+} // namespace
 
 bool Registration::exists() const
 {
@@ -56,7 +57,7 @@ void Registration::dispose()
 int Registration::send(ReadyCall &call)
 {
     for (int i = 0; i < row_.count; ++i) {
-        RegisteredDelegate *delegate = row_.create[i]();
+        RegisteredDelegate *delegate = create_registered(row_.delegate_ids[i], row_.trampolines[i]());
         created_[i].reset(delegate);
         if (!delegate)
             continue; // without memory the proxy refuses the call

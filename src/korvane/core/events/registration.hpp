@@ -3,6 +3,7 @@
 
 #include "src/korvane/core/session/agent_call.hpp"
 #include "src/korvane/core/session/session.hpp"
+#include "trampoline.hpp"
 
 #include <cstdint>
 
@@ -14,27 +15,8 @@
 /// unset of it: the delegates of calls that have not returned are left alone, and the call that returns last decides.
 namespace kv::api {
 
-/// Returns a new delegate of one type, or null without memory.
-using CreateDelegate = RegisteredDelegate *(*)();
-
 /// Releases what the session keeps of the last event of a kind.
 using ReleaseEventData = void (*)(EventData &data);
-
-struct DelegateRow {
-    CreateDelegate create;
-    std::uint8_t id;
-};
-
-/// Returns a new delegate with itself as user data, or null without memory.
-RegisteredDelegate *create_registered(int id, const rpc_port_parcelable_t &functions, AnyFunction trampoline);
-
-/// A delegate whose events `Trampoline` handles.
-template <class D, proxy::DelegateCallback<D> Trampoline>
-inline constexpr DelegateRow delegate_row{[] {
-                                              return create_registered(D::id, proxy::DelegateCodec<D>::functions,
-                                                                       reinterpret_cast<AnyFunction>(Trampoline));
-                                          },
-                                          D::id};
 
 /// A kind of registration as data: what it does not share with the others.
 struct RegistrationRow {
@@ -42,7 +24,7 @@ struct RegistrationRow {
     const master::MethodRow *set_method;
     const master::MethodRow *unset_method;
     ReleaseEventData release_event_data; // null if the session keeps nothing of such events
-    CreateDelegate create[max_callbacks];
+    TrampolineOf trampolines[max_callbacks];
     std::uint8_t delegate_ids[max_callbacks];
     std::uint8_t count; // of delegates, each with one callback of the application
     std::uint8_t slot;  // the position of the event's slot in the session

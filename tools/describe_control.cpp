@@ -71,7 +71,7 @@ int main()
                     code(command.name + (command.form().empty() ? "" : " " + command.form())).c_str(),
                     members_of(command).c_str(), command.effect == Command::Effect::changes ? "yes" : "no",
                     cell(command.help).c_str());
-    std::puts("\n## Faults\n\n| fault | value | the next request |\n|---|---|---|");
+    std::puts("\n## Faults\n\n| fault | value | effect on the next request |\n|---|---|---|");
     for (const FaultForm &form : fault_forms())
         std::printf("| `%s` | %s | %s |\n", form.name, form.value ? form.value : "", cell(form.help).c_str());
     print_steps("The phone", "phone", Phone::steps());

@@ -18,7 +18,7 @@ const std::vector<Step<Cloud>> &Cloud::steps()
         {"sign-out", "", 1000, &Cloud::sign_out, "signs the device out"},
         {"drop-session", R"([{"code":N,"after_ms":N}])", 1000, &Cloud::drop_session, "breaks the session; with after_ms it is restored after that time"},
         {"restore-session", "", 1000, &Cloud::sign_in, "restores a broken session at once"},
-        {"own", R"([{"owner":TEXT}])", 1000, &Cloud::own, "gives the device an owner"},
+        {"own", R"([{"owner":TEXT}])", 1000, &Cloud::own, "sets the owner of the device"},
         {"disown", "", 1000, &Cloud::disown, "removes the owner; the device is signed out and no longer signed up"},
         {"device-list", R"([{"devices":[ID,...]}])", 1001, &Cloud::device_list, "sends the list of devices; by default the registered sub-devices"},
         {"keepalive", R"({"result":N})", 1003, &Cloud::keep_alive, "sets the result of all further keep-alives"},
@@ -115,7 +115,7 @@ Json Cloud::own(Arguments &arguments)
     const std::string owner = arguments.text("owner").value_or("");
     arguments.end();
     if (state_.owned)
-        refuse("the device has an owner already; 'disown' comes first");
+        refuse("the device has an owner already; run 'disown' first");
     state_.owned = true;
     cloud().owner = owner;
     return std::move(Json::object().set("group_id", *group_id()));
@@ -125,7 +125,7 @@ Json Cloud::disown(Arguments &arguments)
 {
     arguments.end();
     if (!state_.owned)
-        refuse("the device has no owner; 'own' comes first");
+        refuse("the device has no owner; run 'own' first");
     forget_owner();
     return Json::object();
 }

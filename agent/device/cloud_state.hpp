@@ -28,7 +28,7 @@ struct Credentials {
     int token_type = 0;
 };
 
-/// How a sign-up will end, and after how long.
+/// The outcome of the next sign-up, and the time until then.
 struct SignUpOutcome {
     bool succeeds = true;
     int after_ms = 0;
@@ -71,7 +71,7 @@ struct LastStatus {
     std::string error_code{};
 };
 
-/// What the cloud knows about the device, and what applications sent to it.
+/// The cloud's record of the device, and the requests of applications.
 struct CloudState {
     SignUpOutcome next_sign_up{};
     bool signing_up = false;

@@ -53,7 +53,7 @@ struct DeviceProperty {
     std::vector<int> auth_types{};
 };
 
-/// A setup: what the phone did, and what the device reported.
+/// A setup: the progress of the phone, and the reports of the device.
 struct Setup {
     Stage stage = Stage::waiting;
     int last_request = 0;                // the request id that was used last; all kinds share one counter
@@ -68,7 +68,7 @@ struct Setup {
     std::map<std::string, std::string> settings{}; // languages and other settings that the device applied, by type
     bool soft_ap_stopped = false;
 
-    // What the device reported about itself.
+    // Reports of the device about itself.
     std::optional<DeviceProperty> property{};
     std::vector<std::string> languages{};
     std::string preconfigured_pin{};

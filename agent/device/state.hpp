@@ -42,7 +42,7 @@ struct State {
     /// Stores a text for a device number. Returns false if the text is too long or there are too many numbers.
     static bool set_text(std::map<int, std::string> &texts, int device_no, std::string text);
 
-    /// Resets what the device knows about its owner, and its sign-up.
+    /// Removes the owner and the sign-up.
     void forget_owner();
 };
 

@@ -37,8 +37,8 @@ Json run_step(Actor &actor, const Version &version, const std::string &name, con
     if (step == steps.end())
         refuse(std::string{"the "} + Actor::name + " has no step '" + name + "'; 'help' lists them");
     if (step->since > version.number())
-        refuse("agent " + version.text() + " does not know '" + name + "', only " + version_text(step->since) +
-               " and newer ones do");
+        refuse("agent " + version.text() + " does not know '" + name + "'; " + version_text(step->since) +
+               " and later do");
     Arguments arguments{values};
     return (actor.*step->run)(arguments);
 }

@@ -14,7 +14,7 @@ inline constexpr int refused = -1;
 /// A decoded array of empty texts takes 20 times its bytes. A longer request with an array is not decoded.
 inline constexpr std::size_t max_array_request = 256 << 10;
 
-/// One method of the interface: what is known of it without serving it.
+/// One method of the interface: its name, version and types, and how its calls are shown.
 struct MethodEntry {
     const char *name;
     int id;

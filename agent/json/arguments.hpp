@@ -9,8 +9,8 @@
 
 namespace kv::virtual_agent {
 
-/// The members of a JSON object, taken by name. end() rejects every member that was not asked for, so that a misspelt
-/// name is reported. All functions throw std::invalid_argument with a message that names the member.
+/// The members of a JSON object, taken by name. end() rejects every member that was not taken, so that a misspelt name
+/// is reported. All functions throw std::invalid_argument with a message that names the member.
 class Arguments {
 public:
     /// A null pointer and JSON null both mean an object without members.
@@ -28,7 +28,7 @@ public:
     /// A number that must not be negative.
     std::optional<int> count(const char *name);
 
-    /// To be called once every known member was asked for.
+    /// To be called after every known member was taken.
     void end() const;
 
 private:

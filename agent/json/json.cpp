@@ -26,7 +26,7 @@ std::string excerpt(const std::string &text)
     return text.size() > max_excerpt ? text.substr(0, max_excerpt) + "..." : text;
 }
 
-/// Which limit the text exceeds; null if none.
+/// Returns the limit that the text exceeds, or null.
 const char *exceeded_limit(const std::string &text)
 {
     const master::JsonSize size = master::json_size(text.c_str());

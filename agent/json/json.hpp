@@ -37,7 +37,7 @@ public:
     static Json bytes(const std::string &text) { return Json{cJSON_CreateString(text.c_str())}; }
     /// Throws std::invalid_argument if the text is not JSON, JsonTooLarge if it exceeds the limits.
     static Json parse(const std::string &text);
-    /// Parses the value at the beginning of a text that goes on; `length` is set to the length of the value's text.
+    /// Parses the value at the beginning of a longer text; `length` is set to the length of the value's text.
     /// Throws as parse() does.
     static Json parse_first(const std::string &text, std::size_t &length);
     static Json copy_of(const cJSON *value) { return Json{cJSON_Duplicate(value, true)}; }
@@ -66,7 +66,7 @@ std::string text_of(const cJSON *value);
 /// The text of a value for an error message: at most 200 bytes of it.
 std::string excerpt_of(const cJSON *value);
 
-/// A value that may be missing; null stands for a missing one.
+/// An optional value; null if it is missing.
 template <class Optional>
 Json or_null(const Optional &value)
 {

@@ -26,20 +26,20 @@ const std::vector<Step<Phone>> &Phone::steps()
 {
     static const std::vector<Step<Phone>> all = {
         {"connect", "", 1000, &Phone::connect, "finds the device and connects to it"},
-        {"leave", "", 1000, &Phone::leave, "disconnects; an unfinished setup is given up"},
+        {"leave", "", 1000, &Phone::leave, "disconnects and cancels an unfinished setup"},
         {"confirm", "", 1000, &Phone::confirm, "requests a confirmation by the user at the device"},
         {"pin", R"([{"kind":"display"|"ultrasound"|"label","pin":TEXT}])", 1000, &Phone::pin, "requests the PIN of the device: displayed, played as ultrasound or on its label"},
-        {"enter-pin", R"({"pin":TEXT})", 1000, &Phone::enter_pin, "enters the PIN; there are three tries"},
+        {"enter-pin", R"({"pin":TEXT})", 1000, &Phone::enter_pin, "enters the PIN; three tries are allowed"},
         {"scan", "", 1000, &Phone::scan, "requests a scan for networks"},
         {"choose", R"({"ssid":TEXT|"index":N,"password":TEXT[,"hidden":BOOL]})", 1000, &Phone::choose, "chooses a network"},
         {"join", "", 1000, &Phone::join, "finds the device on the chosen network"},
-        {"provision", R"([{"language":TEXT,"country":TEXT,"datetime":TEXT,"rmd":TEXT,"account":TEXT}])", 1000, &Phone::provision, "sends place, time and account to the device"},
+        {"provision", R"([{"language":TEXT,"country":TEXT,"datetime":TEXT,"rmd":TEXT,"account":TEXT}])", 1000, &Phone::provision, "sends language, country, time and account to the device"},
         {"language", R"({"type":TEXT,"value":TEXT})", 1003, &Phone::language, "sets the language of the device, or another setting by type"},
         {"vendor-info", R"([{"value":N,"text":TEXT|OBJECT}])", 1003, &Phone::vendor_info, "sends vendor data"},
-        {"features", R"([{"feature":N}])", 1003, &Phone::features, "reports which on-boarding it supports"},
+        {"features", R"([{"feature":N}])", 1003, &Phone::features, "reports the setup features that the phone supports"},
         {"get-provisioning", R"({"text":TEXT[,"value":N]})", 1004, &Phone::get_provisioning, "requests provisioning data"},
         {"accept-terms", R"([{"accepted":BOOL}])", 1003, &Phone::accept_terms, "reports whether the user accepts the terms"},
-        {"stop-soft-ap", "", 1000, &Phone::stop_soft_ap, "has the device stop its own access point"},
+        {"stop-soft-ap", "", 1000, &Phone::stop_soft_ap, "requests the device to stop its own access point"},
         {"finish", "", 1000, &Phone::finish, "ends the setup; the device is set up and owned"},
         {"rename", R"({"nick":TEXT[,"device_no":N]})", 1003, &Phone::rename, "renames a device"},
         {"remove", "", 1000, &Phone::remove, "removes the device, which the user confirms at the device; it is then reset"},
@@ -61,7 +61,7 @@ Phone::Phone(State &state, EventHub &hub) : state_(state), hub_(hub)
 void Phone::must_be_connected() const
 {
     if (state_.setup.stage == Stage::waiting)
-        refuse("the phone is not connected to the device; 'connect' comes first");
+        refuse("the phone is not connected to the device; run 'connect' first");
 }
 
 void Phone::enter(Stage stage)
@@ -121,7 +121,7 @@ Json Phone::pin(Arguments &arguments)
         next.text = !setup().random_pin.empty() ? setup().random_pin : given.value_or(new_pin());
     } else if (kind == "ultrasound") {
         if (state_.version.number() < master::set_ultrasound_pin_cb::since)
-            refuse("agent " + state_.version.text() + " knows no ultrasound PIN, only 1.1 and newer ones do");
+            refuse("agent " + state_.version.text() + " does not support an ultrasound PIN; 1.1 and later do");
         next.kind = Pin::Kind::ultrasound;
         next.text = given.value_or(new_pin());
     } else if (kind == "label") {
@@ -173,7 +173,7 @@ Json Phone::enter_pin(Arguments &arguments)
     must_be_connected();
     Pin &pin = setup().pin;
     if (pin.tries_left == 0)
-        refuse("no PIN was requested; 'pin' comes first");
+        refuse("no PIN was requested; run 'pin' first");
     pin.verified = entered == pin.text;
     if (pin.verified) {
         hide_pin();
@@ -193,7 +193,7 @@ Json Phone::finish(Arguments &arguments)
 {
     arguments.end();
     if (setup().stage != Stage::joined)
-        refuse(std::string{"a setup ends when the device has joined its network, but it is "} + name_of(setup().stage));
+        refuse(std::string{"the device has not joined a network; the stage of the setup is "} + name_of(setup().stage));
     state_.set_up = true;
     state_.owned = true;
     enter(Stage::done);
@@ -225,7 +225,7 @@ void Phone::reset_confirmed(bool yes)
         reset();
 }
 
-/// What the device reported about itself when it started stays valid.
+/// Keeps the reports that the device made when it started.
 void Phone::reset()
 {
     Setup fresh;

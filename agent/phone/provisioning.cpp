@@ -137,12 +137,12 @@ Json Phone::join(Arguments &arguments)
 {
     arguments.end();
     if (!setup().chosen)
-        refuse("no network is chosen; 'choose' comes first");
+        refuse("no network is chosen; run 'choose' first");
     if (setup().wifi_error)
         refuse("the device could not join the network: error code " + std::to_string(*setup().wifi_error) +
                "; 'choose' again");
     if (setup().stage != Stage::joining)
-        refuse(std::string{"the device is not joining a network, the setup is "} + name_of(setup().stage));
+        refuse(std::string{"the device is not joining a network; the stage of the setup is "} + name_of(setup().stage));
     enter(Stage::joined);
     return Json::object();
 }

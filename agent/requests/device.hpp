@@ -6,7 +6,7 @@
 
 namespace kv::virtual_agent {
 
-/// What requests act upon.
+/// The parts of the agent on which requests act.
 struct Device {
     State &state;
     Phone &phone;

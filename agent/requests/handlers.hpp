@@ -54,7 +54,7 @@ void complete_by_event(Call &call, const DelegateOf<D> &delegate, Values... valu
     call.events.push_back(make_event(delegate, values...));
 }
 
-/// What a handler returns: the agent's result and the out values, which are empty or 0 by default.
+/// The return value of a handler: the agent's result and the out values, which are empty or 0 by default.
 template <class M, class Outs = typename M::out>
 struct Result;
 
@@ -64,7 +64,7 @@ struct Result<M, describe::Out<O...>> {
     std::tuple<typename OutValue<O>::Type...> outs{};
 };
 
-/// What the agent does with each request: one overload of handle() per method, selected by the type of its description.
+/// Serves each request: one overload of handle() per method, selected by the type of its description.
 /// A method without an overload does not compile.
 class Handlers final : public RequestHandler {
 public:

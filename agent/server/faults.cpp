@@ -18,15 +18,15 @@ const std::vector<FaultForm> &fault_forms()
 {
     using Form = Fault::Form;
     static const std::vector<FaultForm> forms = {
-        {"die", nullptr, Form::die, "the agent dies before it replies"},
-        {"silent", nullptr, Form::silent, "is never answered"},
-        {"delay", "MS", Form::delay, "is answered after a delay of MS milliseconds"},
-        {"result", "CODE", Form::result, "is answered with the result CODE and not served"},
-        {"kind", "N", Form::kind, "is answered by a parcel of kind N; a result has kind 0"},
-        {"cut", "N", Form::cut, "is answered by the first N bytes of the reply"},
-        {"half", "N", Form::half, "the agent dies after it has sent N bytes of the reply's frame"},
-        {"garbage", "N", Form::garbage, "is answered by N random bytes"},
-        {"close", nullptr, Form::close, "the agent closes the link and does not reply"},
+        {"die", nullptr, Form::die, "kills the agent before it replies"},
+        {"silent", nullptr, Form::silent, "sends no reply"},
+        {"delay", "MS", Form::delay, "sends the reply after MS milliseconds"},
+        {"result", "CODE", Form::result, "replies with the result CODE and does not serve the request"},
+        {"kind", "N", Form::kind, "sends a reply of kind N; the kind of a reply is 0"},
+        {"cut", "N", Form::cut, "sends only the first N bytes of the reply"},
+        {"half", "N", Form::half, "sends N bytes of the reply's frame and kills the agent"},
+        {"garbage", "N", Form::garbage, "sends N random bytes as the reply"},
+        {"close", nullptr, Form::close, "closes the link without a reply"},
     };
     return forms;
 }

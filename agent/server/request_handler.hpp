@@ -16,7 +16,7 @@ struct Call {
     std::vector<Event> events{}; // sent after the reply
 };
 
-/// How a fault changes a reply.
+/// The change that a fault makes to a reply.
 struct Deviation {
     std::optional<int> result{}; // replied without serving the request
     int kind = master::result;

@@ -23,7 +23,7 @@ struct PortInUse : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
-/// What the server reads and keeps of the device.
+/// The part of the device's state that the server reads and writes.
 struct ServerState {
     const Version &version;
     std::map<int, std::string> &last_requests; // by method id: the bytes of the last request with arguments

@@ -95,7 +95,7 @@ describe('The wizard', () => {
     await step(page, 'pin').locator('summary').click();
     await field(page, 'pin', 'Kind optional').selectOption('ultrasound');
     await send(page, 'pin').click();
-    await waitForRefusal(page, 'pin', 'agent 1.0 knows no ultrasound PIN, only 1.1 and newer ones do');
+    await waitForRefusal(page, 'pin', 'agent 1.0 does not support an ultrasound PIN; 1.1 and later do');
   }, {args: ['--agent-version', '1.0']});
 
   test('fills in an ultrasound PIN and requests one on a label', async ({page, fixture, washer}) => {

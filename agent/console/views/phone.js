@@ -96,7 +96,7 @@ function nextStep({setup, running}) {
   return setup.networks.length > 0 ? 'choose' : 'scan';
 }
 
-/// What a step shows in addition to the agent's help text.
+/// The elements that a step shows in addition to the agent's help text.
 const notes = {
   'connect': ({running}) => running ? '' : 'The application has not started its service yet, so the phone cannot find the device.',
   'confirm': ({setup}) => setup.confirmed === false ? 'The user of the device has refused.' : '',

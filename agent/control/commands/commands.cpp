@@ -12,7 +12,7 @@ namespace kv::virtual_agent {
 
 namespace {
 
-/// Takes the next JSON value from a line, which may go on behind it. Null for a `-`.
+/// Takes the next JSON value from a line, which may continue behind it. Null for a `-`.
 Json next_json(std::istringstream &words)
 {
     std::string text;
@@ -63,14 +63,14 @@ const std::vector<Command> &all_commands()
     using enum Parameter::Kind;
     using enum Command::Effect;
     static const std::vector<Command> commands = {
-        {"state", {{"path", word, false}}, command::state, asks,
+        {"state", {{"path", word, false}}, command::state, reads,
          "shows the state of the agent, its connected applications and pending faults; or the part at a path: setup.networks.0.ssid"},
-        {"journal", {{"since", number, false}, {"limit", number, false}, {"filter", json, false}}, command::journal, asks,
+        {"journal", {{"since", number, false}, {"limit", number, false}, {"filter", json, false}}, command::journal, reads,
          "lists the entries of the journal, from the number SINCE on; FILTER is an object that entries must match"},
-        {"count", {{"filter", json, false}}, command::count, asks, "counts the entries that match"},
-        {"wait", {{"filter", json, false}, {"within_ms", number, false}, {"since", number, false}}, command::wait, asks,
+        {"count", {{"filter", json, false}}, command::count, reads, "counts the entries that match"},
+        {"wait", {{"filter", json, false}, {"within_ms", number, false}, {"since", number, false}}, command::wait, reads,
          "waits until an entry matches; by default one that is written within 5000 ms from now on"},
-        {"describe", {}, command::describe, asks,
+        {"describe", {}, command::describe, reads,
          "describes this agent version: methods, events with sample values, faults, steps, personalities"},
         {"clear", {}, command::clear, changes, "removes all entries; their numbers count on"},
         {"emit", {{"event", word, true}, {"values", json, false}}, command::emit, changes,
@@ -85,17 +85,17 @@ const std::vector<Command> &all_commands()
          "runs a step of the simulated cloud; WITH is a JSON object"},
         {"clock", {{"what", word, true, {"stop", "run", "advance", "stand"}}, {"ms", number, false}}, command::clock, changes,
          "stops the agent's clock or lets it run; a stopped clock advances by MS; 'stand' is another name for 'stop'"},
-        {"snapshot", {}, command::snapshot, asks, "returns the whole state, secrets included, for 'restore'"},
+        {"snapshot", {}, command::snapshot, reads, "returns the whole state, secrets included, for 'restore'"},
         {"restore", {{"snapshot", json, true}}, command::restore, changes,
          "replaces the state by a snapshot; no events are sent, and the version stays"},
         {"reset", {}, command::reset, changes,
          "resets the device to an unused one; faults are removed, the clock runs, applications stay connected"},
         {"personality", {{"name", word, true}}, command::personality, changes,
-         "turns the device into another one: " + personality_names()},
+         "replaces the device by a prepared one: " + personality_names()},
         {"play", {{"scenario", json, true}}, command::play, changes,
          "plays a scenario: an object, or the path of a file as a text; 'state play' shows its progress"},
         {"stop-play", {}, command::stop_play, changes, "stops the scenario"},
-        {"help", {}, command::help, asks, "lists commands, faults, steps and events"},
+        {"help", {}, command::help, reads, "lists commands, faults, steps and events"},
         {"quit", {}, command::quit, changes, "stops the agent"},
     };
     return commands;
@@ -151,7 +151,7 @@ Json shown_of(const Command &command, const cJSON *arguments)
 /// is in the journal already, with a time after `begun`.
 void note(ControlledAgent &agent, std::int64_t begun, const Command &command, bool ok, const cJSON *arguments)
 {
-    if (command.effect == Command::Effect::asks)
+    if (command.effect == Command::Effect::reads)
         return;
     Json facts = Json::object();
     facts.set("command", command.name);

@@ -14,8 +14,8 @@
 
 namespace kv::virtual_agent {
 
-/// What commands need of scenarios. Scenarios consist of commands, so `agent/scenario` implements this and commands do
-/// not depend on it.
+/// The functions of scenarios that commands call. Scenarios consist of commands, so `agent/scenario` implements this and
+/// commands do not depend on it.
 class ScenarioControl {
 public:
     /// Both throw std::exception if the scenario has a mistake or another one is played.
@@ -78,7 +78,7 @@ struct Command {
     /// Starts a command whose reply comes later. Throws if it cannot be started.
     using Start = std::unique_ptr<Waiting> (*)(ControlledAgent &agent, Arguments &arguments, Reply reply);
 
-    enum class Effect { changes, asks };
+    enum class Effect { changes, reads };
 
     const char *name;
     std::vector<Parameter> parameters;

@@ -36,7 +36,7 @@ Json fault(ControlledAgent &agent, Arguments &arguments)
     const std::string name = arguments.required_text("method");
     const MethodEntry *method = find_method(name);
     if (!method && name != "all")
-        throw std::invalid_argument{"there is no method '" + name + "'; 'all' stands for every one"};
+        throw std::invalid_argument{"there is no method '" + name + "'; 'all' selects every method"};
     const Fault fault = parse_fault(arguments.required_text("form"), arguments.number("value"));
     agent.faults.set(method ? method->id : Faults::every_method, fault, arguments.number("times").value_or(1));
     return Json::object();
@@ -87,7 +87,7 @@ Json clock(ControlledAgent &agent, Arguments &arguments)
     else if (what != "advance")
         throw std::invalid_argument{"the clock can stop, run or advance, not '" + what + "'"};
     else if (!agent.clock.is_stopped())
-        throw std::invalid_argument{"only a stopped clock can be advanced; 'clock stop' comes first"};
+        throw std::invalid_argument{"only a stopped clock can be advanced; run 'clock stop' first"};
     else if (!milliseconds || *milliseconds < 0)
         throw std::invalid_argument{"'ms' is missing or negative: the milliseconds by which the clock is advanced"};
     else

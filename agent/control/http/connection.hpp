@@ -50,7 +50,7 @@ public:
     /// Whether no request on this connection has had the token, where one is needed.
     bool is_stranger() const { return guard_ && !is_known_; }
 
-    /// Keeps a request unanswered while its command waits. release() sends the reply.
+    /// Postpones the reply to a request while its command waits. release() sends it.
     void hold(SoupServerMessage *message, std::unique_ptr<Waiting> waiting);
     void release();
 

@@ -27,7 +27,7 @@ void refuse(SoupServerMessage *message, unsigned status, const std::string &why)
 void refuse_method(SoupServerMessage *message, const char *allowed)
 {
     soup_message_headers_replace(soup_server_message_get_response_headers(message), "Allow", allowed);
-    refuse(message, SOUP_STATUS_METHOD_NOT_ALLOWED, std::string{"this takes "} + allowed);
+    refuse(message, SOUP_STATUS_METHOD_NOT_ALLOWED, std::string{"use "} + allowed);
 }
 
 bool is(SoupServerMessage *message, const char *method)
@@ -166,7 +166,7 @@ void HttpControl::handle(Connection &connection, SoupServerMessage *message, con
     if (target == stream_path && soup_message_headers_header_contains(headers, "Upgrade", "websocket"))
         return; // libsoup continues with the handshake
     if (target == stream_path)
-        return refuse(message, upgrade_required, "this is a WebSocket");
+        return refuse(message, upgrade_required, "connect with a WebSocket");
     if (target.rfind(std::string{api} + "/", 0) == 0)
         return handle_command(connection, message, target.substr(std::strlen(api) + 1), query);
 
@@ -175,7 +175,7 @@ void HttpControl::handle(Connection &connection, SoupServerMessage *message, con
     const auto file =
         std::find_if(files.begin(), files.end(), [&](const EmbeddedFile &one) { return one.name == name; });
     if (target != api && file == files.end())
-        return refuse(message, SOUP_STATUS_NOT_FOUND, "there is nothing here; GET /v1 lists what there is");
+        return refuse(message, SOUP_STATUS_NOT_FOUND, "not found; GET /v1 lists the commands");
     if (!is(message, "GET"))
         return refuse_method(message, "GET");
     if (target == api)
@@ -189,10 +189,10 @@ void HttpControl::handle_command(Connection &connection, SoupServerMessage *mess
     const Command *command = find_command(name);
     if (!command)
         return refuse(message, SOUP_STATUS_NOT_FOUND, "there is no command '" + name + "'; GET /v1 lists them");
-    const bool asks = command->effect == Command::Effect::asks;
-    const bool by_address = asks && is(message, "GET");
+    const bool reads = command->effect == Command::Effect::reads;
+    const bool by_address = reads && is(message, "GET");
     if (!by_address && !is(message, "POST"))
-        return refuse_method(message, asks ? "GET, POST" : "POST");
+        return refuse_method(message, reads ? "GET, POST" : "POST");
 
     try {
         const Json arguments = by_address ? arguments_of_query(*command, query) : arguments_of_body(message);

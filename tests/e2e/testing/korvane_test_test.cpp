@@ -62,7 +62,7 @@ TEST(TestHelper, ReportsWhyACommandIsRefused)
 {
     Agent agent{with_program()};
     EXPECT_EQ(problem_of([&] { agent.tell("phone scan"); }),
-              "the phone is not connected to the device; 'connect' comes first");
+              "the phone is not connected to the device; run 'connect' first");
     EXPECT_EQ(problem_of([&] { agent.tell("dance"); }), "there is no command 'dance'; 'help' lists them");
     EXPECT_EQ(problem_of([&] { agent.tell("state"); }), "");
 }
@@ -107,7 +107,7 @@ TEST(TestHelper, PlaysAScenario)
     std::ofstream{path} << R"({"steps":[{"until":{"running":false}},{"say":"well"}]})";
     agent.play(path);
     std::ofstream{path} << R"({"steps":[{"phone":"scan"}]})";
-    EXPECT_NE(problem_of([&] { agent.play(path); }).find("'connect' comes first"), std::string::npos);
+    EXPECT_NE(problem_of([&] { agent.play(path); }).find("run 'connect' first"), std::string::npos);
     std::ofstream{path} << R"({"steps":[{"wait_ms":60000}]})";
     EXPECT_NE(problem_of([&] { agent.play(path, 50); }).find("takes longer than 50 ms"), std::string::npos);
     agent.tell("state");

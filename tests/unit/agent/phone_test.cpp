@@ -80,9 +80,9 @@ TEST_F(AgentPhone, ConnectsOnlyToARunningService)
 TEST_F(AgentPhone, DoesNothingBeforeItIsConnected)
 {
     for (const char *name : {"confirm", "pin", "scan", "provision", "leave"})
-        EXPECT_EQ(refusal(name), "the phone is not connected to the device; 'connect' comes first") << name;
+        EXPECT_EQ(refusal(name), "the phone is not connected to the device; run 'connect' first") << name;
     EXPECT_EQ(refusal("language", R"({"type":"language","value":"fr-FR"})"),
-              "the phone is not connected to the device; 'connect' comes first");
+              "the phone is not connected to the device; run 'connect' first");
     EXPECT_EQ(sent_events(), "");
 }
 
@@ -102,13 +102,13 @@ TEST_F(AgentPhone, RefusesStepsOfNewerAgents)
     be("1.2");
     connect();
     EXPECT_EQ(refusal("language", R"({"type":"language","value":"fr-FR"})"),
-              "agent 1.2 does not know 'language', only 1.3 and newer ones do");
+              "agent 1.2 does not know 'language'; 1.3 and later do");
     be("1.3");
     EXPECT_EQ(refusal("get-provisioning", R"({"text":"model"})"),
-              "agent 1.3 does not know 'get-provisioning', only 1.4 and newer ones do");
+              "agent 1.3 does not know 'get-provisioning'; 1.4 and later do");
     be("1.0");
     EXPECT_EQ(refusal("pin", R"({"kind":"ultrasound"})"),
-              "agent 1.0 knows no ultrasound PIN, only 1.1 and newer ones do");
+              "agent 1.0 does not support an ultrasound PIN; 1.1 and later do");
 }
 
 TEST_F(AgentPhone, AcceptsTheRightPin)
@@ -119,7 +119,7 @@ TEST_F(AgentPhone, AcceptsTheRightPin)
     EXPECT_EQ(step("enter-pin", R"({"pin":"12345678"})"), R"({"verified":true,"tries_left":0})");
     EXPECT_EQ(sent_events(), "pin_display_close_cb{}");
     EXPECT_TRUE(setup.pin.verified);
-    EXPECT_EQ(refusal("enter-pin", R"({"pin":"12345678"})"), "no PIN was requested; 'pin' comes first");
+    EXPECT_EQ(refusal("enter-pin", R"({"pin":"12345678"})"), "no PIN was requested; run 'pin' first");
 }
 
 TEST_F(AgentPhone, FailsAfterThreeWrongPinsAndCanStartAgain)
@@ -246,7 +246,7 @@ TEST_F(AgentPhone, DoesNotChooseAfterTheUserHasRefused)
 TEST_F(AgentPhone, CanChooseAgainAfterAFailedJoin)
 {
     connect();
-    EXPECT_EQ(refusal("join"), "no network is chosen; 'choose' comes first");
+    EXPECT_EQ(refusal("join"), "no network is chosen; run 'choose' first");
     scan_finds({home});
     step("choose", R"({"index":0,"password":"wrong"})");
     sent_events();
@@ -256,7 +256,7 @@ TEST_F(AgentPhone, CanChooseAgainAfterAFailedJoin)
     step("choose", R"({"index":0,"password":"right"})");
     step("join");
     EXPECT_EQ(setup.stage, Stage::joined);
-    EXPECT_EQ(refusal("join"), "the device is not joining a network, the setup is joined");
+    EXPECT_EQ(refusal("join"), "the device is not joining a network; the stage of the setup is joined");
 }
 
 TEST_F(AgentPhone, KeepsASettingThatTheDeviceHasApplied)
@@ -273,7 +273,7 @@ TEST_F(AgentPhone, KeepsASettingThatTheDeviceHasApplied)
 TEST_F(AgentPhone, EndsASetupOnlyAfterTheDeviceHasJoined)
 {
     connect();
-    EXPECT_EQ(refusal("finish"), "a setup ends when the device has joined its network, but it is connected");
+    EXPECT_EQ(refusal("finish"), "the device has not joined a network; the stage of the setup is connected");
     scan_finds({home});
     step("choose", R"({"index":0})");
     step("join");

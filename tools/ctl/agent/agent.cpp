@@ -115,7 +115,7 @@ JournalPage Agent::journal(std::optional<long long> since, const Json &filter, i
     for (const Json &entry : reply.array("entries"))
         page.entries.push_back(Reply{entry, "an entry of the agent's journal"}.json());
     if (since && page.next < *since)
-        throw Failure{failed, "cannot read the agent's reply to 'journal': its numbers go backwards"};
+        throw Failure{failed, "cannot read the agent's reply to 'journal': its numbers do not ascend"};
     return page;
 }
 

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <type_traits>
 
-/// What each parameter type of korvane.h means on the command line. A function with another type does not compile.
+/// The meaning of each parameter type of korvane.h on the command line. A function with another type does not compile.
 namespace kv::ctl {
 
 /// The short name of a handle's struct: "aplist" for korvane_aplist_s.

@@ -31,7 +31,7 @@ public:
     int call(const Function &function, const std::vector<Argument> &arguments, std::vector<OutValue> &outs);
     /// Runs the callbacks that are due, and waits up to `seconds` until there have been that many (0: all that time).
     void listen(double seconds, int callbacks);
-    /// How many callbacks have run, without that of korvane_initialize.
+    /// The number of callbacks that have run, without that of korvane_initialize.
     int callbacks() const { return callbacks_; }
 
     /// A trampoline reports its callback: the function it was registered with, the parameter's index, and its values.
@@ -46,7 +46,7 @@ private:
     void await_connection();
 
     OnCallback on_callback_;
-    bool connecting_ = false; // without having been asked to, so that success is not reported
+    bool connecting_ = false; // for another function, so that success is not reported
     int callbacks_ = 0;
     std::optional<int> connection_; // the status that the library reported since initialising
     int connection_result_ = 0;

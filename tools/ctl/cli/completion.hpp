@@ -5,7 +5,7 @@
 
 namespace kv::ctl {
 
-/// What can complete the last word of a command line. Empty if the shell shall complete file names.
+/// Candidates for the last word of a command line. Empty if the shell shall complete file names.
 std::vector<std::string> candidates(const CLI::App &app, const Verbs &verbs, const std::vector<std::string> &words);
 
 /// The names of all verbs and of the commands of the running agent.

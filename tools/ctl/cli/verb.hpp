@@ -13,7 +13,7 @@ class App;
 
 namespace kv::ctl {
 
-/// What every verb can use.
+/// Shared by all verbs.
 struct Context {
     Output out;
     std::vector<std::string> program; // the words behind "--": a program and its arguments
@@ -23,7 +23,7 @@ struct Context {
 struct Verb {
     const char *name;
     const char *help;
-    const char *usage;    // what follows the name and the options in the usage line
+    const char *usage;    // the rest of the usage line, after name and options
     const char *examples; // one in each line
     /// Declares the options and returns the function that runs the verb.
     std::function<int()> (*set_up)(CLI::App &app, Context &context);

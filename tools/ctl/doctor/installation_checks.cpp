@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What must be installed: the library, the agent's program, and the package entry that names it.
+// The checks of the installation: the library, the agent's program, and the package entry that names it.
 #include "checks.hpp"
 
 #include "tools/ctl/agent/paths.hpp"

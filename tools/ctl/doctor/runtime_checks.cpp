@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What must be in order at run time: the runtime directory, the agent's port and its locks, and the message bus.
+// The checks at run time: the runtime directory, the agent's port and its locks, and the message bus.
 #include "checks.hpp"
 
 #include "tools/ctl/agent/paths.hpp"

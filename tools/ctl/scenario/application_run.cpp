@@ -182,7 +182,7 @@ void ApplicationRun::fail(const std::string &problem)
     end();
 }
 
-/// Asks the application to end. finish() follows when it has ended.
+/// Sends SIGTERM to the application. finish() follows when it has ended.
 void ApplicationRun::end()
 {
     if (std::exchange(ending_, true))

@@ -21,7 +21,7 @@ bool is_masked(const Json &value)
     return value.is_string() && value.get<std::string>().rfind("<secret, ", 0) == 0;
 }
 
-/// Where the journal has cut off a long value, which it marks with "... (1234 bytes)" or "... (40 items)"; npos if not.
+/// The position at which the journal has cut off a long value, which it marks with "... (1234 bytes)" or "... (40 items)"; npos if not.
 std::size_t cut_position(const Json &value)
 {
     if (!value.is_string())

@@ -11,7 +11,7 @@ namespace kv::ctl {
 /// A scenario made from the journal of an agent.
 struct RecordedScenario {
     std::string text;                        // of the file
-    std::vector<std::string> placeholders{}; // what a person must fill in: line, event and value
+    std::vector<std::string> placeholders{}; // line, event and value of each placeholder
     int calls = 0;                           // written as expectations
     int events = 0;                          // written as events to send
     int left_out = 0;                        // events that the agent sends without a command

@@ -23,7 +23,7 @@ public:
 
     /// Takes the next bytes of the trace. Throws Failure if they are not a trace.
     void take(const char *bytes, std::size_t size);
-    /// How many complete records there were.
+    /// The number of complete records so far.
     int records() const { return records_; }
     /// Whether the last record is incomplete.
     bool cut() const { return !pending_.empty(); }

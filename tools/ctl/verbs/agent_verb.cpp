@@ -69,7 +69,7 @@ struct StartOptions {
     std::string log{};
 };
 
-/// The file for what the agent writes to stdout and stderr.
+/// The file for stdout and stderr of the agent.
 class Log {
 public:
     explicit Log(const std::string &chosen) : path_(chosen.empty() ? runtime_directory() + "/agent.log" : chosen)
@@ -112,7 +112,7 @@ void require_no_agent()
                                   "; stop it with 'korvanectl agent stop'"};
 }
 
-/// The agent checks the directory, and reports what is wrong with it.
+/// The agent checks the directory and reports its problems.
 void create_runtime_directory()
 {
     const std::string path = runtime_directory();

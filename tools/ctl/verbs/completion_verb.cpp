@@ -12,7 +12,7 @@ namespace kv::ctl {
 
 namespace {
 
-// Both scripts ask this program for candidates, which also knows the commands of the running agent. Candidates are data
+// Both scripts take their candidates from this program, which also lists the commands of the running agent. Candidates are data
 // of another process: the scripts compare and insert them, quoted, and never expand or evaluate them.
 
 constexpr const char *bash_script = R"sh(# bash completion for korvanectl

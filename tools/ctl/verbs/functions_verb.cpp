@@ -38,7 +38,7 @@ int list_functions(const Output &out, const std::string &text)
 std::function<int()> set_up_functions(CLI::App &app, Context &context)
 {
     auto text = std::make_shared<std::string>();
-    app.add_option("TEXT", *text, "List only functions whose names contain it");
+    app.add_option("TEXT", *text, "List only functions whose name contains TEXT");
     return [&context, text] { return list_functions(context.out, *text); };
 }
 

@@ -67,7 +67,7 @@ private:
         child.start(program, [this] { loop_.quit(); });
     }
 
-    /// What the application calls after it was asked to end is not part of the recording.
+    /// Calls that the application makes after SIGTERM are not part of the recording.
     void end(const Child &child)
     {
         end_us_ = end_us_ < 0 ? g_get_real_time() : end_us_;
@@ -117,7 +117,7 @@ int record(const Context &context, const std::string &path)
     file.write(recorded.text);
     print_summary(context.out, path, recorded);
     if (!recording.problem().empty())
-        throw Failure{failed, recording.problem() + "; " + path + " has what was recorded before"};
+        throw Failure{failed, recording.problem() + "; " + path + " contains the recording until then"};
     return done;
 }
 
@@ -132,13 +132,14 @@ std::function<int()> set_up_record(CLI::App &app, Context &context)
 
 const Verb record_verb{
     .name = "record",
-    .help = "Write a scenario from what applications and commands do, until Ctrl-C or the end of APPLICATION",
+    .help = "Record calls and commands as a scenario, until Ctrl-C or the end of APPLICATION",
     .usage = "FILE [-- APPLICATION [ARGUMENT]...]",
-    .examples = "  korvanectl agent start; korvanectl record setup.json -- ./my-app\n"
-                "  korvanectl record setup.json      with applications that are started elsewhere\n"
-                "Calls become expectations. What 'phone', 'cloud' and 'emit' send becomes events with their values.\n"
-                "The agent's journal has no secrets: the summary lists each line where you must fill one in.\n"
-                "Remove expected values that differ in each run, such as times.",
+    .examples =
+        "  korvanectl agent start; korvanectl record setup.json -- ./my-app\n"
+        "  korvanectl record setup.json      with applications that are started elsewhere\n"
+        "Calls become expectations. Events that 'phone', 'cloud' and 'emit' send are recorded with their values.\n"
+        "The agent's journal has no secrets: the summary lists each line where you must fill one in.\n"
+        "Remove expected values that differ in each run, such as times.",
     .set_up = set_up_record,
     .takes_program = true,
 };

@@ -44,7 +44,7 @@ const Verb run_verb{
     .usage = "SCENARIO -- APPLICATION [ARGUMENT]...",
     .examples = "  korvanectl run setup.json -- ./my-app --its-option\n"
                 "  korvanectl run --agent-version 1.2 --json setup.json -- ./my-app\n"
-                "The application is ended with SIGTERM when the scenario is over. No process is left running.",
+                "korvanectl ends the application with SIGTERM after the scenario and leaves no process running.",
     .set_up = set_up_run,
     .takes_program = true,
 };

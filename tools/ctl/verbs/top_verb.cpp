@@ -173,7 +173,7 @@ std::function<int()> set_up_top(CLI::App &app, Context &context)
 
 const Verb top_verb{
     .name = "top",
-    .help = "Print which methods applications call, how often, how long they take, and how often they fail",
+    .help = "Print the methods that applications call, with the number of calls, their duration and failures",
     .usage = "",
     .examples = "  korvanectl top\n"
                 "  korvanectl top --once --json | jq '.methods[] | select(.errors > 0)'\n"

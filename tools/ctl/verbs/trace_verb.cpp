@@ -137,7 +137,7 @@ std::function<int()> set_up_trace(CLI::App &app, Context &context)
 
 const Verb trace_verb{
     .name = "trace",
-    .help = "Run an application and print what crosses its ports, decoded",
+    .help = "Run an application and print the requests, replies and events that cross its ports",
     .usage = "(-- APPLICATION [ARGUMENT]... | --read FILE)",
     .examples =
         "  korvanectl trace -- ./my-app --its-option\n"

@@ -50,9 +50,9 @@ using Codes = std::set<int>;
 
 struct Function {
     std::string name;
-    int since; // lowest agent version, as 1000 x major + minor; 0 also passes one that cannot be read
-    Subject subject;
-    std::vector<Request> requests;
+    int since = 0; // lowest agent version, as 1000 x major + minor; 0 also passes one that cannot be read
+    Subject subject = Subject::library;
+    std::vector<Request> requests = {};
     int (*call)(World &world); // with valid arguments
     /// Results when one of its own allocations fails; empty if it allocates nothing.
     Codes without_memory = {};
@@ -80,7 +80,7 @@ struct Event {
     int id;
     std::string name;
     std::string asked_by; // the exported function that sends the delegate of the event
-    Bytes values;
+    Bytes values = {};
 };
 
 const std::vector<Event> &events();

@@ -69,29 +69,50 @@ std::ostream &operator<<(std::ostream &out, const Question &question)
 }
 
 const std::vector<Question> questions = {
-    {"korvane_get_group_id", "_get_group_id_cb", 26,
-     [](korvane_h h, bool with, void *data) { return korvane_get_group_id(h, with ? on_group_id : nullptr, data); },
-     str("group-1"), "group-1", "get_group_id_cb is NULL"},
-    {"korvane_create_hdr_certificate", "_create_hdr_certificate_cb", 29,
-     [](korvane_h h, bool with, void *data) {
-         return korvane_create_hdr_certificate(h, "washer", "csr", with ? on_certificate : nullptr, data);
-     },
-     bytes(i32(0), str("arn:1")), "0 arn:1", "create_hdr_certificate_cb is NULL"},
-    {"korvane_get_hdr_certificate", "_get_hdr_certificate_cb", 30,
-     [](korvane_h h, bool with, void *data) {
-         return korvane_get_hdr_certificate(h, "washer", "arn:1", with ? on_two_texts : nullptr, data);
-     },
-     bytes(i32(-4), str("one"), str("two")), "-4 one two", "get_hdr_certificate_cb is NULL"},
-    {"korvane_create_hdr_token_info", "_create_hdr_token_info_cb", 28,
-     [](korvane_h h, bool with, void *data) {
-         return korvane_create_hdr_token_info(h, with ? on_token : nullptr, data);
-     },
-     bytes(i32(0), str(R"({"uuid":"u-1"})")), "0 u-1", "create_hdr_token_info_cb is NULL"},
-    {"korvane_create_hdr_token_info_custom", "_create_hdr_token_info_custom_cb", 32,
-     [](korvane_h h, bool with, void *data) {
-         return korvane_create_hdr_token_info_custom(h, "{}", with ? on_token : nullptr, data);
-     },
-     bytes(i32(5), str(R"({"uuid":"u-2"})")), "5 u-2", "create_hdr_token_info_custom_cb is NULL"},
+    {.name = "korvane_get_group_id",
+     .trampoline = "_get_group_id_cb",
+     .delegate = 26,
+     .ask = [](korvane_h h, bool with,
+               void *data) { return korvane_get_group_id(h, with ? on_group_id : nullptr, data); },
+     .answer = str("group-1"),
+     .seen = "group-1",
+     .null_text = "get_group_id_cb is NULL"},
+    {.name = "korvane_create_hdr_certificate",
+     .trampoline = "_create_hdr_certificate_cb",
+     .delegate = 29,
+     .ask =
+         [](korvane_h h, bool with, void *data) {
+             return korvane_create_hdr_certificate(h, "washer", "csr", with ? on_certificate : nullptr, data);
+         },
+     .answer = bytes(i32(0), str("arn:1")),
+     .seen = "0 arn:1",
+     .null_text = "create_hdr_certificate_cb is NULL"},
+    {.name = "korvane_get_hdr_certificate",
+     .trampoline = "_get_hdr_certificate_cb",
+     .delegate = 30,
+     .ask =
+         [](korvane_h h, bool with, void *data) {
+             return korvane_get_hdr_certificate(h, "washer", "arn:1", with ? on_two_texts : nullptr, data);
+         },
+     .answer = bytes(i32(-4), str("one"), str("two")),
+     .seen = "-4 one two",
+     .null_text = "get_hdr_certificate_cb is NULL"},
+    {.name = "korvane_create_hdr_token_info",
+     .trampoline = "_create_hdr_token_info_cb",
+     .delegate = 28,
+     .ask = [](korvane_h h, bool with,
+               void *data) { return korvane_create_hdr_token_info(h, with ? on_token : nullptr, data); },
+     .answer = bytes(i32(0), str(R"({"uuid":"u-1"})")),
+     .seen = "0 u-1",
+     .null_text = "create_hdr_token_info_cb is NULL"},
+    {.name = "korvane_create_hdr_token_info_custom",
+     .trampoline = "_create_hdr_token_info_custom_cb",
+     .delegate = 32,
+     .ask = [](korvane_h h, bool with,
+               void *data) { return korvane_create_hdr_token_info_custom(h, "{}", with ? on_token : nullptr, data); },
+     .answer = bytes(i32(5), str(R"({"uuid":"u-2"})")),
+     .seen = "5 u-2",
+     .null_text = "create_hdr_token_info_custom_cb is NULL"},
 };
 
 /// One-shot requests of the cloud.
@@ -276,7 +297,7 @@ TEST_F(CloudCertificate, LogsTheArgumentsThatAreNull)
 TEST_F(CloudCertificate, CreateHdrTokenInfoCustomOnAgent22IsRefused)
 {
     connect_to("2.2.0");
-    EXPECT_EQ(korvane_create_hdr_token_info_custom(handle, "{}", on_token, nullptr), -1073741827);
+    EXPECT_EQ(korvane_create_hdr_token_info_custom(handle, "{}", on_token, nullptr), KORVANE_ERROR_AGENT_VERSION_LOWER);
     EXPECT_TRUE(sent().empty());
 }
 

@@ -61,8 +61,8 @@ TEST_F(PlatformInfo, IsSentAsJsonToAgent12AndLater)
 TEST_F(PlatformInfo, RefusesSetVendorIdForAgent11)
 {
     make_for("1.1.0");
-    EXPECT_EQ(korvane_platforminfo_set_vendor_id(info, "v"), -1073741827);
-    EXPECT_EQ(korvane_set_platform_info_with_device_no(handle, info, 0), -1073741827);
+    EXPECT_EQ(korvane_platforminfo_set_vendor_id(info, "v"), KORVANE_ERROR_AGENT_VERSION_LOWER);
+    EXPECT_EQ(korvane_set_platform_info_with_device_no(handle, info, 0), KORVANE_ERROR_AGENT_VERSION_LOWER);
 }
 
 TEST_F(PlatformInfo, AsARecordIsRefusedForANewerAgentBeforeTheCheckOfTheUpdate)
@@ -217,9 +217,9 @@ TEST_F(DeviceIdentity, RefusesDeviceNumberMinus1BeforeTheCheckOfTheUpdate)
 {
     install_starts();
     platform.log.clear();
-    EXPECT_EQ(korvane_set_nick_name(handle, -1, "n"), -22);
-    EXPECT_EQ(korvane_set_device_name_with_device_no(handle, "n", -1), -22);
-    EXPECT_EQ(korvane_set_device_type_with_device_no(handle, -1, "t"), -22);
+    EXPECT_EQ(korvane_set_nick_name(handle, -1, "n"), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_set_device_name_with_device_no(handle, "n", -1), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_set_device_type_with_device_no(handle, -1, "t"), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.errors(),
               (LogLines{api_error("korvane_set_nick_name", "Invalid device no [-1]"),
                         api_error("korvane_set_device_name_with_device_no", "Invalid device_no : [-1]"),
@@ -270,7 +270,7 @@ TEST_F(DeviceIdentity, ChecksArgumentsInTheirOrder)
 TEST_F(DeviceIdentity, RefusesSetDeviceTypeForAgent14)
 {
     agent_becomes("1.4.0");
-    EXPECT_EQ(korvane_set_device_type_with_device_no(handle, 0, "t"), -1073741827);
+    EXPECT_EQ(korvane_set_device_type_with_device_no(handle, 0, "t"), KORVANE_ERROR_AGENT_VERSION_LOWER);
 }
 
 TEST_F(DeviceIdentity, FailsForAProfileWithoutItsObject)

@@ -21,8 +21,8 @@ TEST_F(Keepalive, RefusesCount0AndLogsCountAndArray)
     char expected[200];
     for (int bad : {0, -1}) {
         platform.log.clear();
-        EXPECT_EQ(korvane_set_keepalive_intervals(handle, numbers, bad), -22);
-        EXPECT_EQ(korvane_select_keepalive_intervals(handle, numbers, bad), -22);
+        EXPECT_EQ(korvane_set_keepalive_intervals(handle, numbers, bad), KORVANE_ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(korvane_select_keepalive_intervals(handle, numbers, bad), KORVANE_ERROR_INVALID_PARAMETER);
         const void *address = numbers;
         std::snprintf(expected, sizeof expected, "Invalid param : interval_array=[%p], count=[%d]", address, bad);
         EXPECT_TRUE(platform.log.has(api_error("korvane_set_keepalive_intervals", expected)));
@@ -104,18 +104,18 @@ struct AddressGetter {
 };
 
 const std::vector<NumberGetter> number_getters = {
-    {"ip_version", korvane_tcp_header_info_get_ip_version, 4},
-    {"src_port", korvane_tcp_header_info_get_src_port, 40000},
-    {"dst_port", korvane_tcp_header_info_get_dst_port, 443},
-    {"seq_num", korvane_tcp_header_info_get_seq_num, 1},
-    {"ack_num", korvane_tcp_header_info_get_ack_num, 2},
-    {"window", korvane_tcp_header_info_get_window, 501},
-    {"window_scale", korvane_tcp_header_info_get_window_scale, 7},
+    {.name = "ip_version", .get = korvane_tcp_header_info_get_ip_version, .value = 4},
+    {.name = "src_port", .get = korvane_tcp_header_info_get_src_port, .value = 40000},
+    {.name = "dst_port", .get = korvane_tcp_header_info_get_dst_port, .value = 443},
+    {.name = "seq_num", .get = korvane_tcp_header_info_get_seq_num, .value = 1},
+    {.name = "ack_num", .get = korvane_tcp_header_info_get_ack_num, .value = 2},
+    {.name = "window", .get = korvane_tcp_header_info_get_window, .value = 501},
+    {.name = "window_scale", .get = korvane_tcp_header_info_get_window_scale, .value = 7},
 };
 
 const std::vector<AddressGetter> address_getters = {
-    {"src_addr", korvane_tcp_header_info_get_src_addr, "10.0.0.2"},
-    {"dst_addr", korvane_tcp_header_info_get_dst_addr, "10.0.0.1"},
+    {.name = "src_addr", .get = korvane_tcp_header_info_get_src_addr, .value = "10.0.0.2"},
+    {.name = "dst_addr", .get = korvane_tcp_header_info_get_dst_addr, .value = "10.0.0.1"},
 };
 
 std::string function(const char *getter)
@@ -183,7 +183,7 @@ TEST_F(TcpHeader, FailsOnlyTheGetterOfAMissingMember)
         for (const NumberGetter &getter : number_getters) {
             int value = -1;
             const bool reported = &getter != &missing;
-            EXPECT_EQ(getter.get(info, &value), reported ? ok : -1073741825) << getter.name;
+            EXPECT_EQ(getter.get(info, &value), reported ? ok : KORVANE_ERROR_OPERATION_FAILED) << getter.name;
             EXPECT_EQ(value, reported ? getter.value : -1);
         }
         EXPECT_EQ(platform.log.errors(), (LogLines{api_error(function(missing.name), "cJSON_GetObjectItem() failed")}));

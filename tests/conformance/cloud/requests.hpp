@@ -23,7 +23,7 @@ struct CloudRequest {
     int minimum_version;
     int method;
     int (*call)(korvane_h handle, const CloudObjects &objects);
-    Bytes arguments;           // arguments of the request except the delegate
+    Bytes arguments = {};      // arguments of the request except the delegate
     Bytes outs = {};           // out values of a successful reply
     std::string progress = ""; // the log line before the send
     int delegate = 0;          // delegate type of the last argument; 0 if there is none

@@ -271,7 +271,7 @@ protected:
 TEST_F(CloudSession, RefusesDisableSigninForAgent21Unsent)
 {
     agent_becomes("2.1.0");
-    EXPECT_EQ(korvane_disable_signin(handle, true), -1073741827);
+    EXPECT_EQ(korvane_disable_signin(handle, true), KORVANE_ERROR_AGENT_VERSION_LOWER);
     EXPECT_TRUE(sent().empty());
 }
 
@@ -313,10 +313,18 @@ struct StatusGetter {
 
 TEST_F(CloudSession, WritesFlagsOnlyOnSuccess)
 {
-    for (const StatusGetter &getter :
-         {StatusGetter{"korvane_get_signin_status", korvane_get_signin_status, "is_signed_in is NULL", true},
-          StatusGetter{"korvane_get_signup_status", korvane_get_signup_status, "is_signed_up is NULL", true},
-          StatusGetter{"korvane_get_device_owned_status", korvane_get_device_owned_status, "is_owned is NULL", false}})
+    for (const StatusGetter &getter : {StatusGetter{.name = "korvane_get_signin_status",
+                                      .get = korvane_get_signin_status,
+                                      .null_text = "is_signed_in is NULL",
+                                      .logs_the_value = true},
+                                       StatusGetter{.name = "korvane_get_signup_status",
+                                       .get = korvane_get_signup_status,
+                                       .null_text = "is_signed_up is NULL",
+                                       .logs_the_value = true},
+                                       StatusGetter{.name = "korvane_get_device_owned_status",
+                                       .get = korvane_get_device_owned_status,
+                                       .null_text = "is_owned is NULL",
+                                       .logs_the_value = false}})
         for (bool value : {true, false}) {
             platform.log.clear();
             bool flag = !value;
@@ -337,10 +345,10 @@ TEST_F(CloudSession, WritesFlagsOnlyOnSuccess)
 TEST_F(CloudSession, RefusesANullOutPointerBeforeTheCheckOfTheUpdate)
 {
     install_starts();
-    EXPECT_EQ(korvane_get_signin_status(handle, nullptr), -22);
-    EXPECT_EQ(korvane_get_signup_status(handle, nullptr), -22);
-    EXPECT_EQ(korvane_get_thing_status(handle, nullptr), -22);
-    EXPECT_EQ(korvane_get_device_owned_status(handle, nullptr), -22);
+    EXPECT_EQ(korvane_get_signin_status(handle, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_get_signup_status(handle, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_get_thing_status(handle, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_get_device_owned_status(handle, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.count("Agent is being installing"), 0U);
 }
 

@@ -26,10 +26,10 @@ protected:
 
 TEST_F(SubDevices, RefusesToRegisterDeviceNumber0AndSends1)
 {
-    EXPECT_EQ(korvane_register_sub_device(handle, 0, "lamp"), -22);
-    EXPECT_EQ(korvane_register_sub_device(handle, -1, "lamp"), -22);
-    EXPECT_EQ(korvane_unregister_sub_device(handle, 0), -22);
-    EXPECT_EQ(korvane_unregister_sub_device(handle, -7), -22);
+    EXPECT_EQ(korvane_register_sub_device(handle, 0, "lamp"), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_register_sub_device(handle, -1, "lamp"), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_unregister_sub_device(handle, 0), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_unregister_sub_device(handle, -7), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_register_sub_device", "Invalid device_no [0]"),
                                                api_error("korvane_register_sub_device", "Invalid device_no [-1]"),
                                                api_error("korvane_unregister_sub_device", "Invalid device_no [0]"),
@@ -129,7 +129,7 @@ TEST_F(SubDevices, ReadsAPresenceListOfTenThousand)
 
 TEST_F(SubDevices, ReportsNoDataForAnEmptyPresenceReply)
 {
-    EXPECT_EQ(receive("[]"), -61);
+    EXPECT_EQ(receive("[]"), KORVANE_ERROR_NO_DATA);
     EXPECT_TRUE(
         platform.log.has(api_error("korvane_get_sub_device_presence_list", "There is no registered sub device")));
     EXPECT_EQ(list, nullptr);
@@ -188,9 +188,9 @@ TEST_F(SubDevices, ReturnsNoPartOfAPresenceListWithoutMemory)
 TEST_F(SubDevices, RefusesToReleaseAListWithCount0)
 {
     ASSERT_EQ(receive(R"([{"di":"a","prs":1}])"), ok);
-    EXPECT_EQ(korvane_release_sub_device_presence_list(list, 0), -22);
-    EXPECT_EQ(korvane_release_sub_device_presence_list(list, -1), -22);
-    EXPECT_EQ(korvane_release_sub_device_presence_list(nullptr, 1), -22);
+    EXPECT_EQ(korvane_release_sub_device_presence_list(list, 0), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_release_sub_device_presence_list(list, -1), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_release_sub_device_presence_list(nullptr, 1), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.errors(),
               (LogLines{api_error("korvane_release_sub_device_presence_list", "Invalid count [0]"),
                         api_error("korvane_release_sub_device_presence_list", "Invalid count [-1]"),

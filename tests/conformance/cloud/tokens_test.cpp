@@ -45,10 +45,22 @@ struct TextGetter {
 };
 
 const std::vector<TextGetter> token_texts = {
-    {"korvane_hdr_token_info_get_uuid", korvane_hdr_token_info_get_uuid, "uuid", "u"},
-    {"korvane_hdr_token_info_get_server_name", korvane_hdr_token_info_get_server_name, "server_name", "n"},
-    {"korvane_hdr_token_info_get_server_url", korvane_hdr_token_info_get_server_url, "server_url", "l"},
-    {"korvane_hdr_token_info_get_token", korvane_hdr_token_info_get_token, "token", "s3cret"},
+    {.name = "korvane_hdr_token_info_get_uuid",
+     .get = korvane_hdr_token_info_get_uuid,
+     .argument = "uuid",
+     .value = "u"},
+    {.name = "korvane_hdr_token_info_get_server_name",
+     .get = korvane_hdr_token_info_get_server_name,
+     .argument = "server_name",
+     .value = "n"},
+    {.name = "korvane_hdr_token_info_get_server_url",
+     .get = korvane_hdr_token_info_get_server_url,
+     .argument = "server_url",
+     .value = "l"},
+    {.name = "korvane_hdr_token_info_get_token",
+     .get = korvane_hdr_token_info_get_token,
+     .argument = "token",
+     .value = "s3cret"},
 };
 
 const char *const whole_token =
@@ -94,7 +106,7 @@ TEST_F(CloudToken, FailsIfGetTokenFindsOnlyTheMemberToken)
 {
     with_token(R"({"token":"t"})", [&](korvane_hdr_token_info_h token) {
         char *text = nullptr;
-        EXPECT_EQ(korvane_hdr_token_info_get_token(token, &text), -1073741825);
+        EXPECT_EQ(korvane_hdr_token_info_get_token(token, &text), KORVANE_ERROR_OPERATION_FAILED);
         EXPECT_EQ(text, nullptr);
         EXPECT_TRUE(platform.log.has(api_error("korvane_hdr_token_info_get_token", "cJSON_GetObjectItem() failed")));
     });

@@ -26,17 +26,20 @@ std::ostream &operator<<(std::ostream &out, const OneForm &kind)
 
 // clang-format off
 const std::vector<OneForm> one_form = {
-    {"LastStatus", "1.1", made<Status, korvane_laststatusinfo_create, korvane_laststatusinfo_set_error_code>,
-     ended<Status, korvane_laststatusinfo_destroy>,
-     {"korvane_set_last_status_info", 1001, send<Status, korvane_set_last_status_info>},
-     bytes(i32(40), i32(0), str("mine"))},
-    {"DeviceProfile", "1.3", made<Profile, korvane_device_profile_info_create, korvane_device_profile_info_set_nick>,
-     ended<Profile, korvane_device_profile_info_destroy>,
-     {"korvane_set_device_profile_info", 1003, send<Profile, korvane_set_device_profile_info>},
-     bytes(i32(70), i32(0), str(R"({"nick":"mine"})"))},
-    {"Terms", "1.3", made<Terms, korvane_tnc_info_create, korvane_tncinfo_set_version>,
-     ended<Terms, korvane_tnc_info_destroy>, {"korvane_set_tnc_info", 1003, send<Terms, korvane_set_tnc_info>},
-     bytes(i32(63), str(R"({"tnc_version":"mine"})"))},
+    {.label = "LastStatus", .oldest = "1.1",
+     .make = made<Status, korvane_laststatusinfo_create, korvane_laststatusinfo_set_error_code>,
+     .end = ended<Status, korvane_laststatusinfo_destroy>,
+     .use = {.function = "korvane_set_last_status_info", .minimum_version = 1001,
+ .call = send<Status, korvane_set_last_status_info>}, .request = bytes(i32(40), i32(0), str("mine"))},
+    {.label = "DeviceProfile", .oldest = "1.3",
+     .make = made<Profile, korvane_device_profile_info_create, korvane_device_profile_info_set_nick>,
+     .end = ended<Profile, korvane_device_profile_info_destroy>,
+     .use = {.function = "korvane_set_device_profile_info", .minimum_version = 1003,
+ .call = send<Profile, korvane_set_device_profile_info>}, .request = bytes(i32(70), i32(0), str(R"({"nick":"mine"})"))},
+    {.label = "Terms", .oldest = "1.3", .make = made<Terms, korvane_tnc_info_create, korvane_tncinfo_set_version>,
+     .end = ended<Terms, korvane_tnc_info_destroy>,
+     .use = {.function = "korvane_set_tnc_info", .minimum_version = 1003, .call = send<Terms, korvane_set_tnc_info>},
+     .request = bytes(i32(63), str(R"({"tnc_version":"mine"})"))},
 };
 // clang-format on
 

@@ -72,75 +72,75 @@ using H = korvane_h;
 // One row per argument. Unsigned arguments are listed as signed numbers of the same 32 bits.
 // clang-format off
 const std::vector<NumberArgument> number_arguments = {
-    {"set_platform_info_with_device_no__device_no", "1.2", 0, highest, set_platform_info,
-     [](int n) { return bytes(i32(46), i32(n), str("{}")); }},
-    {"set_nick_name__device_no", "1.2", 0, highest, [](H h, int n) { return korvane_set_nick_name(h, n, "attic"); },
-     [](int n) { return bytes(i32(47), i32(n), str("attic")); }},
-    {"set_device_name_with_device_no__device_no", "1.4", 0, highest,
-     [](H h, int n) { return korvane_set_device_name_with_device_no(h, "lamp", n); },
-     [](int n) { return bytes(i32(82), i32(n), str("lamp")); }},
-    {"set_device_type_with_device_no__device_no", "2.0", 0, highest,
-     [](H h, int n) { return korvane_set_device_type_with_device_no(h, n, "light"); },
-     [](int n) {
+    {.label = "set_platform_info_with_device_no__device_no", .agent_version = "1.2", .least = 0, .most = highest,
+     .call = set_platform_info, .request = [](int n) { return bytes(i32(46), i32(n), str("{}")); }},
+    {.label = "set_nick_name__device_no", .agent_version = "1.2", .least = 0, .most = highest,
+     .call = [](H h, int n) { return korvane_set_nick_name(h, n, "attic"); },
+     .request = [](int n) { return bytes(i32(47), i32(n), str("attic")); }},
+    {.label = "set_device_name_with_device_no__device_no", .agent_version = "1.4", .least = 0, .most = highest,
+     .call = [](H h, int n) { return korvane_set_device_name_with_device_no(h, "lamp", n); },
+     .request = [](int n) { return bytes(i32(82), i32(n), str("lamp")); }},
+    {.label = "set_device_type_with_device_no__device_no", .agent_version = "2.0", .least = 0, .most = highest,
+     .call = [](H h, int n) { return korvane_set_device_type_with_device_no(h, n, "light"); }, .request = [](int n) {
          return bytes(i32(102), str(R"({"common_interface":1,"device_no":)" + std::to_string(n) +
                                     R"(,"device_type":"light"})"));
      }},
-    {"register_sub_device__device_no", "1.1", 1, highest,
-     [](H h, int n) { return korvane_register_sub_device(h, n, "lamp"); },
-     [](int n) { return bytes(i32(41), i32(n), str("lamp")); }},
-    {"unregister_sub_device__device_no", "1.1", 1, highest, korvane_unregister_sub_device,
-     [](int n) { return bytes(i32(42), i32(n)); }},
+    {.label = "register_sub_device__device_no", .agent_version = "1.1", .least = 1, .most = highest,
+     .call = [](H h, int n) { return korvane_register_sub_device(h, n, "lamp"); },
+     .request = [](int n) { return bytes(i32(41), i32(n), str("lamp")); }},
+    {.label = "unregister_sub_device__device_no", .agent_version = "1.1", .least = 1, .most = highest,
+     .call = korvane_unregister_sub_device, .request = [](int n) { return bytes(i32(42), i32(n)); }},
 
-    {"set_language_list__count", "1.3", 1, items,
-     [](H h, int n) { return korvane_set_language_list(h, some_texts, n); },
-     [](int n) {
+    {.label = "set_language_list__count", .agent_version = "1.3", .least = 1, .most = items,
+     .call = [](H h, int n) { return korvane_set_language_list(h, some_texts, n); }, .request = [](int n) {
          return n == 1 ? bytes(i32(59), count(1), str("a")) : bytes(i32(59), count(3), str("a"), str("b"), str("c"));
      }},
-    {"set_keepalive_intervals__count", "1.3", 1, items,
-     [](H h, int n) { return korvane_set_keepalive_intervals(h, some_numbers, n); },
-     [](int n) { return bytes(i32(68), numbers_on_the_wire(n)); }},
-    {"select_keepalive_intervals__count", "1.3", 1, items,
-     [](H h, int n) { return korvane_select_keepalive_intervals(h, some_numbers, n); },
-     [](int n) { return bytes(i32(69), numbers_on_the_wire(n)); }},
-    {"set_sub_device_presence__device_count", "1.4", 1, items,
-     [](H h, int n) { return korvane_set_sub_device_presence(h, some_numbers, n, true); },
-     [](int n) { return bytes(i32(98), numbers_on_the_wire(n), boolean(true)); }},
-    {"set_device_property_with_wifi_authtype__count", "2.2", 1, items,
-     [](H h, int n) { return korvane_set_device_property_with_wifi_authtype(h, "lamp", 1, 2, some_numbers, n); },
-     [](int n) {
+    {.label = "set_keepalive_intervals__count", .agent_version = "1.3", .least = 1, .most = items,
+     .call = [](H h, int n) { return korvane_set_keepalive_intervals(h, some_numbers, n); },
+     .request = [](int n) { return bytes(i32(68), numbers_on_the_wire(n)); }},
+    {.label = "select_keepalive_intervals__count", .agent_version = "1.3", .least = 1, .most = items,
+     .call = [](H h, int n) { return korvane_select_keepalive_intervals(h, some_numbers, n); },
+     .request = [](int n) { return bytes(i32(69), numbers_on_the_wire(n)); }},
+    {.label = "set_sub_device_presence__device_count", .agent_version = "1.4", .least = 1, .most = items,
+     .call = [](H h, int n) { return korvane_set_sub_device_presence(h, some_numbers, n, true); },
+     .request = [](int n) { return bytes(i32(98), numbers_on_the_wire(n), boolean(true)); }},
+    {.label = "set_device_property_with_wifi_authtype__count", .agent_version = "2.2", .least = 1, .most = items,
+     .call = [](H h, int n) { return korvane_set_device_property_with_wifi_authtype(h, "lamp", 1, 2, some_numbers, n); },
+     .request = [](int n) {
          return bytes(i32(102), str(R"({"common_interface":4,"dev_name":"lamp","wifi_mode":1,"wifi_freq":2,)"
                                     R"("wifi_authtype":[5)" + std::string(n == 1 ? "" : ",-2147483648,2147483647") +
                                     "]}"));
      }},
-    {"set_device_property_with_wifi_authtype__wifi_mode", "2.2", 1, highest,
-     [](H h, int n) { return korvane_set_device_property_with_wifi_authtype(h, "lamp", n, 2, some_numbers, 1); },
-     [](int n) {
+    {.label = "set_device_property_with_wifi_authtype__wifi_mode", .agent_version = "2.2", .least = 1, .most = highest,
+     .call = [](H h, int n) { return korvane_set_device_property_with_wifi_authtype(h, "lamp", n, 2, some_numbers, 1); },
+     .request = [](int n) {
          return bytes(i32(102), str(R"({"common_interface":4,"dev_name":"lamp","wifi_mode":)" + std::to_string(n) +
                                     R"(,"wifi_freq":2,"wifi_authtype":[5]})"));
      }},
-    {"set_device_property__wifi_mode", "1.0", 1, highest,
-     [](H h, int n) { return korvane_set_device_property(h, "lamp", n, 1); },
-     [](int n) { return bytes(i32(79), str("lamp"), i32(n), i32(1)); }},
-    {"set_device_property__wifi_freq", "1.0", 1, highest,
-     [](H h, int n) { return korvane_set_device_property(h, "lamp", 1, n); },
-     [](int n) { return bytes(i32(79), str("lamp"), i32(1), i32(n)); }},
+    {.label = "set_device_property__wifi_mode", .agent_version = "1.0", .least = 1, .most = highest,
+     .call = [](H h, int n) { return korvane_set_device_property(h, "lamp", n, 1); },
+     .request = [](int n) { return bytes(i32(79), str("lamp"), i32(n), i32(1)); }},
+    {.label = "set_device_property__wifi_freq", .agent_version = "1.0", .least = 1, .most = highest,
+     .call = [](H h, int n) { return korvane_set_device_property(h, "lamp", 1, n); },
+     .request = [](int n) { return bytes(i32(79), str("lamp"), i32(1), i32(n)); }},
 
-    {"set_wifi_connection_error_code__error_code", "1.3", lowest, highest, korvane_set_wifi_connection_error_code,
-     [](int n) { return bytes(i32(50), i32(n)); }},
-    {"send_presence__state", "1.3", lowest, highest, korvane_send_presence,
-     [](int n) { return bytes(i32(66), i32(n)); }},
-    {"set_tnc_status__status", "1.3", lowest, highest, korvane_set_tnc_status,
-     [](int n) { return bytes(i32(62), i32(n)); }},
-    {"set_tnc_type__type", "1.4", lowest, highest,
-     [](H h, int n) { return korvane_set_tnc_type(h, static_cast<unsigned>(n)); },
-     [](int n) { return bytes(i32(91), i32(n)); }},
-    {"send_provisioning_language_setting_result__req_id", "1.3", lowest, highest,
-     [](H h, int n) { return korvane_send_provisioning_language_setting_result(h, static_cast<unsigned>(n), true); },
-     [](int n) { return bytes(i32(58), i32(n), boolean(true)); }},
-    {"laststatusinfo_set_timestamp__timestamp", "1.1", lowest, highest, set_last_status,
-     [](int n) { return bytes(i32(40), i32(n), str("")); }},
-    {"cloudinfo_set_token_type__type", "2.0", lowest, highest, sign_up,
-     [](int n) {
+    {.label = "set_wifi_connection_error_code__error_code", .agent_version = "1.3", .least = lowest, .most = highest,
+     .call = korvane_set_wifi_connection_error_code, .request = [](int n) { return bytes(i32(50), i32(n)); }},
+    {.label = "send_presence__state", .agent_version = "1.3", .least = lowest, .most = highest,
+     .call = korvane_send_presence, .request = [](int n) { return bytes(i32(66), i32(n)); }},
+    {.label = "set_tnc_status__status", .agent_version = "1.3", .least = lowest, .most = highest,
+     .call = korvane_set_tnc_status, .request = [](int n) { return bytes(i32(62), i32(n)); }},
+    {.label = "set_tnc_type__type", .agent_version = "1.4", .least = lowest, .most = highest,
+     .call = [](H h, int n) { return korvane_set_tnc_type(h, static_cast<unsigned>(n)); },
+     .request = [](int n) { return bytes(i32(91), i32(n)); }},
+    {.label = "send_provisioning_language_setting_result__req_id", .agent_version = "1.3", .least = lowest,
+     .most = highest,
+     .call = [](H h, int n) { return korvane_send_provisioning_language_setting_result(h, static_cast<unsigned>(n), true); },
+     .request = [](int n) { return bytes(i32(58), i32(n), boolean(true)); }},
+    {.label = "laststatusinfo_set_timestamp__timestamp", .agent_version = "1.1", .least = lowest, .most = highest,
+     .call = set_last_status, .request = [](int n) { return bytes(i32(40), i32(n), str("")); }},
+    {.label = "cloudinfo_set_token_type__type", .agent_version = "2.0", .least = lowest, .most = highest,
+     .call = sign_up, .request = [](int n) {
          return bytes(i32(102), str(R"({"iatt":)" + std::to_string(static_cast<unsigned>(n)) +
                                     R"(,"common_interface":3})"));
      }},

@@ -51,16 +51,19 @@ protected:
 
     static std::vector<Outcome> outcomes()
     {
-        return {{"answered", [](Port &port, const Bytes &request) { port.push(answer_of(request, 0)); }},
-                {"refused", [](Port &port, const Bytes &request) { port.push(answer_of(request, -13)); }},
-                {"failed", [](Port &port, const Bytes &request) { port.push(answer_of(request, 7)); }},
-                {"cut short",
+        return {
+            {.name = "answered", .answer = [](Port &port, const Bytes &request) { port.push(answer_of(request, 0)); }},
+            {.name = "refused", .answer = [](Port &port, const Bytes &request) { port.push(answer_of(request, -13)); }},
+            {.name = "failed", .answer = [](Port &port, const Bytes &request) { port.push(answer_of(request, 7)); }},
+            {.name = "truncated",
+             .answer =
                  [](Port &port, const Bytes &request) {
                      const Bytes whole = answer_of(request, 0);
                      port.push(first(whole, whole.size() - 1));
                  }},
-                {"of another kind", [](Port &port, const Bytes &) { port.push(bytes(i32(9), str(secret))); }},
-                {"never answered", [](Port &, const Bytes &) {}}};
+            {.name = "of another kind",
+             .answer = [](Port &port, const Bytes &) { port.push(bytes(i32(9), str(secret))); }},
+            {.name = "without a reply", .answer = [](Port &, const Bytes &) {}}};
     }
 };
 
@@ -135,20 +138,24 @@ const std::string whole_ap = R"({"ap_ssid":")" + secret + R"(","ap_pwd":")" + se
                              R"(","ap_candidates":")" + secret + "\"}";
 
 const std::vector<SecretValue> values_of_pairs = {
-    {5, bytes(s, i32(1))},
-    {7, bytes(s, s, i32(2), i32(3), i32(6), s, i32(-40), i32(54))},
-    {8, bytes(s, s, s, s, s)},
-    {11, bytes(s, i32(1))},
-    {13, bytes(count(2), s, s)},
-    {15, bytes(i32(1), s)},
-    {16, bytes(i32(9), s, s), {"_provisioning_language_cb: req_id [9], type [" + secret + "], value [" + secret + "]"}},
-    {17, s},
-    {18, s},
-    {18, str(whole_ap)},
-    {19, bytes(i32(3), s), {"_nick_changed_cb: device_no [3], nick [" + secret + "]"}},
-    {20, s, {"_last_status_changed_cb: last_status [" + secret + "]"}},
-    {25, bytes(s, i32(1))},
-    {31, bytes(i32(1), s)},
+    {.delegate_id = 5, .values = bytes(s, i32(1))},
+    {.delegate_id = 7, .values = bytes(s, s, i32(2), i32(3), i32(6), s, i32(-40), i32(54))},
+    {.delegate_id = 8, .values = bytes(s, s, s, s, s)},
+    {.delegate_id = 11, .values = bytes(s, i32(1))},
+    {.delegate_id = 13, .values = bytes(count(2), s, s)},
+    {.delegate_id = 15, .values = bytes(i32(1), s)},
+    {.delegate_id = 16,
+     .values = bytes(i32(9), s, s),
+     .lines = {"_provisioning_language_cb: req_id [9], type [" + secret + "], value [" + secret + "]"}},
+    {.delegate_id = 17, .values = s},
+    {.delegate_id = 18, .values = s},
+    {.delegate_id = 18, .values = str(whole_ap)},
+    {.delegate_id = 19,
+     .values = bytes(i32(3), s),
+     .lines = {"_nick_changed_cb: device_no [3], nick [" + secret + "]"}},
+    {.delegate_id = 20, .values = s, .lines = {"_last_status_changed_cb: last_status [" + secret + "]"}},
+    {.delegate_id = 25, .values = bytes(s, i32(1))},
+    {.delegate_id = 31, .values = bytes(i32(1), s)},
 };
 
 /// Whether an agent of this version sends the event. Since 1.3 the access point has another event.
@@ -262,24 +269,56 @@ const std::string whole_token = R"({"uuid":")" + secret + R"(","server_name":")"
                                 secret + R"(","access_token":")" + secret + "\"}";
 
 const std::vector<LateAnswer> late_answers = {
-    {"GroupId", 26, 1005,
-     [](korvane_h h, Recorder *recorder) { return korvane_get_group_id(h, Note<'g', const char *>::call, recorder); },
-     s, 1},
-    {"CreatedCertificate", 29, 2001,
-     [](korvane_h h, Recorder *recorder) {
-         return korvane_create_hdr_certificate(h, "type", "csr", Note<'c', int, const char *>::call, recorder);
-     },
-     bytes(i32(0), s), 1},
-    {"Certificate", 30, 2001,
-     [](korvane_h h, Recorder *recorder) {
-         return korvane_get_hdr_certificate(h, "type", "arn", Note<'c', int, const char *, const char *>::call,
-                                            recorder);
-     },
-     bytes(i32(0), s, s), 1},
-    {"Token", 28, 2001, ask_token, bytes(i32(0), str(whole_token)), 5},
-    {"TokenThatIsNoDocument", 28, 2001, ask_token, bytes(i32(0), s), 1},
-    {"CustomToken", 32, 2003, ask_custom_token, bytes(i32(0), str(whole_token)), 5},
-    {"CustomTokenThatIsNoDocument", 32, 2003, ask_custom_token, bytes(i32(0), s), 1},
+    {.name = "GroupId",
+     .delegate_id = 26,
+     .minimum_version = 1005,
+     .ask = [](korvane_h h,
+               Recorder *recorder) { return korvane_get_group_id(h, Note<'g', const char *>::call, recorder); },
+     .values = s,
+     .seen = 1},
+    {.name = "CreatedCertificate",
+     .delegate_id = 29,
+     .minimum_version = 2001,
+     .ask =
+         [](korvane_h h, Recorder *recorder) {
+             return korvane_create_hdr_certificate(h, "type", "csr", Note<'c', int, const char *>::call, recorder);
+         },
+     .values = bytes(i32(0), s),
+     .seen = 1},
+    {.name = "Certificate",
+     .delegate_id = 30,
+     .minimum_version = 2001,
+     .ask =
+         [](korvane_h h, Recorder *recorder) {
+             return korvane_get_hdr_certificate(h, "type", "arn", Note<'c', int, const char *, const char *>::call,
+                                                recorder);
+         },
+     .values = bytes(i32(0), s, s),
+     .seen = 1},
+    {.name = "Token",
+     .delegate_id = 28,
+     .minimum_version = 2001,
+     .ask = ask_token,
+     .values = bytes(i32(0), str(whole_token)),
+     .seen = 5},
+    {.name = "TokenThatIsNoDocument",
+     .delegate_id = 28,
+     .minimum_version = 2001,
+     .ask = ask_token,
+     .values = bytes(i32(0), s),
+     .seen = 1},
+    {.name = "CustomToken",
+     .delegate_id = 32,
+     .minimum_version = 2003,
+     .ask = ask_custom_token,
+     .values = bytes(i32(0), str(whole_token)),
+     .seen = 5},
+    {.name = "CustomTokenThatIsNoDocument",
+     .delegate_id = 32,
+     .minimum_version = 2003,
+     .ask = ask_custom_token,
+     .values = bytes(i32(0), s),
+     .seen = 1},
 };
 
 class SecretAnswer : public Secrets, public ::testing::WithParamInterface<LateAnswer> {};

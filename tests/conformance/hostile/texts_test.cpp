@@ -112,16 +112,21 @@ using T = const std::string &;
 // The texts of access point and provisioning data are read with getters, which have tests of their own.
 // clang-format off
 const std::vector<EventText> event_texts = {
-    {5, [](T t) { return bytes(str(t), i32(1)); }, [](T t) { return "g " + t + " 1"; }},
-    {11, [](T t) { return bytes(str(t), i32(1)); }, [](T t) { return "u " + t + " 1"; }},
-    {13, [](T t) { return bytes(count(2), str(t), str(t)); }, [](T t) { return "C 2: " + t + " " + t; }},
-    {15, [](T t) { return bytes(i32(1), str(t)); }, [](T t) { return "v 1 " + t; }},
-    {16, [](T t) { return bytes(i32(1), str(t), str(t)); }, [](T t) { return "l 1 " + t + " " + t; }},
-    {17, [](T t) { return str(t); }, [](T t) { return "T " + t; }},
-    {19, [](T t) { return bytes(i32(1), str(t)); }, [](T t) { return "N 1 " + t; }},
-    {20, [](T t) { return str(t); }, [](T t) { return "L " + t; }},
-    {25, [](T t) { return bytes(str(t), i32(1)); }, [](T t) { return "r " + t + " 1"; }},
-    {31, [](T t) { return bytes(i32(1), str(t)); }, [](T t) { return "G 1 " + t; }},
+    {.delegate_id = 5, .values = [](T t) { return bytes(str(t), i32(1)); },
+     .seen = [](T t) { return "g " + t + " 1"; }},
+    {.delegate_id = 11, .values = [](T t) { return bytes(str(t), i32(1)); },
+     .seen = [](T t) { return "u " + t + " 1"; }},
+    {.delegate_id = 13, .values = [](T t) { return bytes(count(2), str(t), str(t)); },
+     .seen = [](T t) { return "C 2: " + t + " " + t; }},
+    {.delegate_id = 15, .values = [](T t) { return bytes(i32(1), str(t)); }, .seen = [](T t) { return "v 1 " + t; }},
+    {.delegate_id = 16, .values = [](T t) { return bytes(i32(1), str(t), str(t)); },
+     .seen = [](T t) { return "l 1 " + t + " " + t; }},
+    {.delegate_id = 17, .values = [](T t) { return str(t); }, .seen = [](T t) { return "T " + t; }},
+    {.delegate_id = 19, .values = [](T t) { return bytes(i32(1), str(t)); }, .seen = [](T t) { return "N 1 " + t; }},
+    {.delegate_id = 20, .values = [](T t) { return str(t); }, .seen = [](T t) { return "L " + t; }},
+    {.delegate_id = 25, .values = [](T t) { return bytes(str(t), i32(1)); },
+     .seen = [](T t) { return "r " + t + " 1"; }},
+    {.delegate_id = 31, .values = [](T t) { return bytes(i32(1), str(t)); }, .seen = [](T t) { return "G 1 " + t; }},
 };
 // clang-format on
 

@@ -44,63 +44,83 @@ std::ostream &operator<<(std::ostream &out, const TwoForms &kind)
 
 // clang-format off
 const std::vector<TwoForms> two_forms = {
-    {"CloudInfo", "1.6", "2.0", made<Cloud, korvane_cloudinfo_create, korvane_cloudinfo_set_region>,
-     ended<Cloud, korvane_cloudinfo_destroy>,
-     {{"korvane_cloudinfo_set_region", 0, set_text<Cloud, korvane_cloudinfo_set_region>},
-      {"korvane_cloudinfo_set_auth_provider", 0, set_text<Cloud, korvane_cloudinfo_set_auth_provider>},
-      {"korvane_cloudinfo_set_access_token", 0, set_text<Cloud, korvane_cloudinfo_set_access_token>},
-      {"korvane_cloudinfo_set_refresh_token", 0, set_text<Cloud, korvane_cloudinfo_set_refresh_token>},
-      {"korvane_cloudinfo_set_user_id", 0, set_text<Cloud, korvane_cloudinfo_set_user_id>},
-      {"korvane_cloudinfo_set_client_id", 0, set_text<Cloud, korvane_cloudinfo_set_client_id>},
-      {"korvane_cloudinfo_set_cloud_interface_server", 2000,
-       set_text<Cloud, korvane_cloudinfo_set_cloud_interface_server>},
-      {"korvane_cloudinfo_set_deploy_environment", 2000, set_text<Cloud, korvane_cloudinfo_set_deploy_environment>},
-      {"korvane_cloudinfo_set_token_type", 2000,
-       [](korvane_h, void *info) { return korvane_cloudinfo_set_token_type(static_cast<Cloud>(info), 1); }},
-      {"korvane_sign_up_cloud", 0, send<Cloud, korvane_sign_up_cloud>}},
-     {"korvane_sign_up_cloud", 0, send<Cloud, korvane_sign_up_cloud>},
-     bytes(i32(32), str("mine"), str(""), str(""), str(""), str(""), str("")),
-     bytes(i32(102), str(R"({"region":"mine","common_interface":3})"))},
-    {"PlatformInfo", "1.1", "1.2", made<Platform, korvane_platforminfo_create, korvane_platforminfo_set_model_number>,
-     ended<Platform, korvane_platforminfo_destroy>,
-     {{"korvane_platforminfo_set_model_number", 1001, set_text<Platform, korvane_platforminfo_set_model_number>},
-      {"korvane_platforminfo_set_platform_version", 1001,
-       set_text<Platform, korvane_platforminfo_set_platform_version>},
-      {"korvane_platforminfo_set_vendor_id", 1002, set_text<Platform, korvane_platforminfo_set_vendor_id>},
-      {"korvane_platforminfo_set_manufacture_date", 1004,
-       set_text<Platform, korvane_platforminfo_set_manufacture_date>},
-      {"korvane_platforminfo_set_firmware_version", 1004,
-       set_text<Platform, korvane_platforminfo_set_firmware_version>},
-      {"korvane_set_platform_info", 1001, send<Platform, korvane_set_platform_info>},
-      {"korvane_set_platform_info_with_device_no", 1002,
-       [](korvane_h handle, void *info) {
+    {.label = "CloudInfo", .before = "1.6", .since = "2.0",
+     .make = made<Cloud, korvane_cloudinfo_create, korvane_cloudinfo_set_region>,
+     .end = ended<Cloud, korvane_cloudinfo_destroy>,
+     .uses = {{.function = "korvane_cloudinfo_set_region", .minimum_version = 0,
+ .call = set_text<Cloud, korvane_cloudinfo_set_region>},
+      {.function = "korvane_cloudinfo_set_auth_provider", .minimum_version = 0,
+       .call = set_text<Cloud, korvane_cloudinfo_set_auth_provider>},
+      {.function = "korvane_cloudinfo_set_access_token", .minimum_version = 0,
+       .call = set_text<Cloud, korvane_cloudinfo_set_access_token>},
+      {.function = "korvane_cloudinfo_set_refresh_token", .minimum_version = 0,
+       .call = set_text<Cloud, korvane_cloudinfo_set_refresh_token>},
+      {.function = "korvane_cloudinfo_set_user_id", .minimum_version = 0,
+       .call = set_text<Cloud, korvane_cloudinfo_set_user_id>},
+      {.function = "korvane_cloudinfo_set_client_id", .minimum_version = 0,
+       .call = set_text<Cloud, korvane_cloudinfo_set_client_id>},
+      {.function = "korvane_cloudinfo_set_cloud_interface_server", .minimum_version = 2000,
+       .call = set_text<Cloud, korvane_cloudinfo_set_cloud_interface_server>},
+      {.function = "korvane_cloudinfo_set_deploy_environment", .minimum_version = 2000,
+       .call = set_text<Cloud, korvane_cloudinfo_set_deploy_environment>},
+      {.function = "korvane_cloudinfo_set_token_type", .minimum_version = 2000,
+       .call = [](korvane_h, void *info) { return korvane_cloudinfo_set_token_type(static_cast<Cloud>(info), 1); }},
+      {.function = "korvane_sign_up_cloud", .minimum_version = 0, .call = send<Cloud, korvane_sign_up_cloud>}},
+     .good_use = {.function = "korvane_sign_up_cloud", .minimum_version = 0, .call = send<Cloud, korvane_sign_up_cloud>},
+     .record = bytes(i32(32), str("mine"), str(""), str(""), str(""), str(""), str("")),
+     .document = bytes(i32(102), str(R"({"region":"mine","common_interface":3})"))},
+    {.label = "PlatformInfo", .before = "1.1", .since = "1.2",
+     .make = made<Platform, korvane_platforminfo_create, korvane_platforminfo_set_model_number>,
+     .end = ended<Platform, korvane_platforminfo_destroy>,
+     .uses = {{.function = "korvane_platforminfo_set_model_number", .minimum_version = 1001,
+ .call = set_text<Platform, korvane_platforminfo_set_model_number>},
+      {.function = "korvane_platforminfo_set_platform_version", .minimum_version = 1001,
+       .call = set_text<Platform, korvane_platforminfo_set_platform_version>},
+      {.function = "korvane_platforminfo_set_vendor_id", .minimum_version = 1002,
+       .call = set_text<Platform, korvane_platforminfo_set_vendor_id>},
+      {.function = "korvane_platforminfo_set_manufacture_date", .minimum_version = 1004,
+       .call = set_text<Platform, korvane_platforminfo_set_manufacture_date>},
+      {.function = "korvane_platforminfo_set_firmware_version", .minimum_version = 1004,
+       .call = set_text<Platform, korvane_platforminfo_set_firmware_version>},
+      {.function = "korvane_set_platform_info", .minimum_version = 1001,
+       .call = send<Platform, korvane_set_platform_info>},
+      {.function = "korvane_set_platform_info_with_device_no", .minimum_version = 1002,
+       .call = [](korvane_h handle, void *info) {
            return korvane_set_platform_info_with_device_no(handle, static_cast<Platform>(info), 0);
        }}},
-     {"korvane_set_platform_info", 1001, send<Platform, korvane_set_platform_info>},
-     bytes(i32(37), str("mine"), str("")), bytes(i32(46), i32(0), str(R"({"model_number":"mine"})"))},
-    {"ApList", "2.2", "2.3", made<List, create_one, fill_first>, ended<List, korvane_aplist_destroy>,
-     {{"korvane_aplist_set_ssid", 0, set_entry_text<korvane_aplist_set_ssid>},
-      {"korvane_aplist_set_bssid", 0, set_entry_text<korvane_aplist_set_bssid>},
-      {"korvane_aplist_set_authtype", 0, set_entry_number<korvane_aplist_set_authtype>},
-      {"korvane_aplist_set_enctype", 0, set_entry_number<korvane_aplist_set_enctype>},
-      {"korvane_aplist_set_channel", 0, set_entry_number<korvane_aplist_set_channel>},
-      {"korvane_aplist_set_signal_level", 0, set_entry_number<korvane_aplist_set_signal_level>},
-      {"korvane_aplist_set_max_rate", 0, set_entry_number<korvane_aplist_set_max_rate>},
-      {"korvane_aplist_set_frequency", 2003, set_entry_number<korvane_aplist_set_frequency>},
-      {"korvane_send_ap_list", 0, send<List, send_list>}},
-     {"korvane_send_ap_list", 0, send<List, send_list>},
-     bytes(i32(25), i32(5), count(1), str("mine"), str(""), i32(0), i32(0), i32(0), str(""), i32(0), i32(0)),
-     bytes(i32(102), str(R"({"ap_list_array":[{"ssid":"mine"}],"common_interface":6,"req_id":5})"))},
+     .good_use = {.function = "korvane_set_platform_info", .minimum_version = 1001, .call = send<Platform, korvane_set_platform_info>},
+     .record = bytes(i32(37), str("mine"), str("")),
+     .document = bytes(i32(46), i32(0), str(R"({"model_number":"mine"})"))},
+    {.label = "ApList", .before = "2.2", .since = "2.3", .make = made<List, create_one, fill_first>,
+     .end = ended<List, korvane_aplist_destroy>,
+     .uses = {{.function = "korvane_aplist_set_ssid", .minimum_version = 0, .call = set_entry_text<korvane_aplist_set_ssid>},
+      {.function = "korvane_aplist_set_bssid", .minimum_version = 0, .call = set_entry_text<korvane_aplist_set_bssid>},
+      {.function = "korvane_aplist_set_authtype", .minimum_version = 0,
+       .call = set_entry_number<korvane_aplist_set_authtype>},
+      {.function = "korvane_aplist_set_enctype", .minimum_version = 0,
+       .call = set_entry_number<korvane_aplist_set_enctype>},
+      {.function = "korvane_aplist_set_channel", .minimum_version = 0,
+       .call = set_entry_number<korvane_aplist_set_channel>},
+      {.function = "korvane_aplist_set_signal_level", .minimum_version = 0,
+       .call = set_entry_number<korvane_aplist_set_signal_level>},
+      {.function = "korvane_aplist_set_max_rate", .minimum_version = 0,
+       .call = set_entry_number<korvane_aplist_set_max_rate>},
+      {.function = "korvane_aplist_set_frequency", .minimum_version = 2003,
+       .call = set_entry_number<korvane_aplist_set_frequency>},
+      {.function = "korvane_send_ap_list", .minimum_version = 0, .call = send<List, send_list>}},
+     .good_use = {.function = "korvane_send_ap_list", .minimum_version = 0, .call = send<List, send_list>},
+     .record = bytes(i32(25), i32(5), count(1), str("mine"), str(""), i32(0), i32(0), i32(0), str(""), i32(0), i32(0)),
+     .document = bytes(i32(102), str(R"({"ap_list_array":[{"ssid":"mine"}],"common_interface":6,"req_id":5})"))},
 };
 
 const std::vector<Use> ap_getters = {
-    {"korvane_apinfo_get_ssid", 0, get_text<Ap, korvane_apinfo_get_ssid>},
-    {"korvane_apinfo_get_password", 0, get_text<Ap, korvane_apinfo_get_password>},
-    {"korvane_apinfo_get_authtype", 0, get_number<Ap, korvane_apinfo_get_authtype>},
-    {"korvane_apinfo_get_enctype", 0, get_number<Ap, korvane_apinfo_get_enctype>},
-    {"korvane_apinfo_get_channel", 0, get_number<Ap, korvane_apinfo_get_channel>},
-    {"korvane_apinfo_get_candidate_ap", 1003, get_text<Ap, korvane_apinfo_get_candidate_ap>},
-    {"korvane_apinfo_get_bssid", 1004, get_text<Ap, korvane_apinfo_get_bssid>},
+    {.function = "korvane_apinfo_get_ssid", .minimum_version = 0, .call = get_text<Ap, korvane_apinfo_get_ssid>},
+    {.function = "korvane_apinfo_get_password", .minimum_version = 0, .call = get_text<Ap, korvane_apinfo_get_password>},
+    {.function = "korvane_apinfo_get_authtype", .minimum_version = 0, .call = get_number<Ap, korvane_apinfo_get_authtype>},
+    {.function = "korvane_apinfo_get_enctype", .minimum_version = 0, .call = get_number<Ap, korvane_apinfo_get_enctype>},
+    {.function = "korvane_apinfo_get_channel", .minimum_version = 0, .call = get_number<Ap, korvane_apinfo_get_channel>},
+    {.function = "korvane_apinfo_get_candidate_ap", .minimum_version = 1003, .call = get_text<Ap, korvane_apinfo_get_candidate_ap>},
+    {.function = "korvane_apinfo_get_bssid", .minimum_version = 1004, .call = get_text<Ap, korvane_apinfo_get_bssid>},
 };
 // clang-format on
 
@@ -191,11 +211,22 @@ protected:
     int version_of_event = 0;
 };
 
+/// An update: the version of the agent that made the access point, that of the new agent, and the form of the former.
+struct Replacement {
+    const char *mine;
+    const char *other;
+    const char *form;
+};
+
 TEST_F(UpdateOfAnAccessPoint, BetweenTheEventAndItsGettersFailsTheGetters)
 {
-    const std::tuple<const char *, const char *, const char *> ways[] = {
-        {"1.2", "1.3", "record"}, {"1.0", "2.3", "record"}, {"1.3", "1.2", "JSON"}, {"2.3", "1.0", "JSON"}};
-    for (const auto &[mine, other, form] : ways) {
+    const Replacement replacements[] = {
+        {.mine = "1.2", .other = "1.3", .form = "record"},
+        {.mine = "1.0", .other = "2.3", .form = "record"},
+        {.mine = "1.3", .other = "1.2", .form = "JSON"},
+        {.mine = "2.3", .other = "1.0", .form = "JSON"},
+    };
+    for (const auto &[mine, other, form] : replacements) {
         receive(mine);
         updated_to(other);
         expect_refused(ap_getters, held, form, version_number(other));
@@ -207,9 +238,11 @@ TEST_F(UpdateOfAnAccessPoint, BetweenTheEventAndItsGettersFailsTheGetters)
 
 TEST_F(UpdateOfAnAccessPoint, BetweenTheRegistrationAndTheEventDeliversItAndFailsTheGetters)
 {
-    const std::tuple<const char *, const char *, const char *> ways[] = {{"1.2", "2.3", "record"},
-                                                                         {"2.3", "1.2", "JSON"}};
-    for (const auto &[mine, other, form] : ways) {
+    const Replacement replacements[] = {
+        {.mine = "1.2", .other = "2.3", .form = "record"},
+        {.mine = "2.3", .other = "1.2", .form = "JSON"},
+    };
+    for (const auto &[mine, other, form] : replacements) {
         receive(mine);
         updated_to(other);
         held = nullptr;

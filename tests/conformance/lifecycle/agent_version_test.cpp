@@ -22,17 +22,23 @@ class AgentVersion : public LibraryTest, public ::testing::WithParamInterface<Ve
 
 INSTANTIATE_TEST_SUITE_P(
     Text, AgentVersion,
-    ::testing::Values(Version{"ThreePartsGive2003", "2.3.1", 2003, ""},
-                      Version{"TwoDigitMajorGives10000", "10.0", 10000, ""}, Version{"TwoParts", "1.6", 1006, ""},
-                      Version{"ManyParts", "1.1.9.8.7", 1001, ""}, Version{"LeadingZeros", "02.003", 2003, ""},
-                      Version{"SeveralDotsCountAsOne", "2..3", 2003, ""},
-                      Version{"ADotInFrontIsSkipped", ".2.3", 2003, ""},
-                      Version{"LettersBehindANumberAreIgnored", "2rc.3beta", 2003, ""},
-                      Version{"MinorAbove999AddsUp", "1.1001", 2001, ""}, Version{"MajorZero", "0.5", 5, ""},
-                      Version{"NoNumbersGive0", "a.b", 0, ""}, Version{"Negative", "-1.0", -1000, ""},
-                      Version{"WithoutADot", "1", 0, "2nd token is NULL"},
-                      Version{"NothingBehindTheDot", "2.", 0, "2nd token is NULL"},
-                      Version{"Empty", "", 0, "token is NULL"}, Version{"OnlyDots", "..", 0, "token is NULL"}),
+    ::testing::Values(
+        Version{.name = "ThreePartsGive2003", .text = "2.3.1", .number = 2003, .complaint = ""},
+        Version{.name = "TwoDigitMajorGives10000", .text = "10.0", .number = 10000, .complaint = ""},
+        Version{.name = "TwoParts", .text = "1.6", .number = 1006, .complaint = ""},
+        Version{.name = "ManyParts", .text = "1.1.9.8.7", .number = 1001, .complaint = ""},
+        Version{.name = "LeadingZeros", .text = "02.003", .number = 2003, .complaint = ""},
+        Version{.name = "SeveralDotsCountAsOne", .text = "2..3", .number = 2003, .complaint = ""},
+        Version{.name = "ADotInFrontIsSkipped", .text = ".2.3", .number = 2003, .complaint = ""},
+        Version{.name = "LettersBehindANumberAreIgnored", .text = "2rc.3beta", .number = 2003, .complaint = ""},
+        Version{.name = "MinorAbove999AddsUp", .text = "1.1001", .number = 2001, .complaint = ""},
+        Version{.name = "MajorZero", .text = "0.5", .number = 5, .complaint = ""},
+        Version{.name = "NoNumbersGive0", .text = "a.b", .number = 0, .complaint = ""},
+        Version{.name = "Negative", .text = "-1.0", .number = -1000, .complaint = ""},
+        Version{.name = "WithoutADot", .text = "1", .number = 0, .complaint = "2nd token is NULL"},
+        Version{.name = "NothingBehindTheDot", .text = "2.", .number = 0, .complaint = "2nd token is NULL"},
+        Version{.name = "Empty", .text = "", .number = 0, .complaint = "token is NULL"},
+        Version{.name = "OnlyDots", .text = "..", .number = 0, .complaint = "token is NULL"}),
     [](const auto &row) { return row.param.name; });
 
 TEST_P(AgentVersion, IsParsedFromTheVersionText)

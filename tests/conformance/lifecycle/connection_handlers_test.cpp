@@ -82,7 +82,7 @@ TEST_F(Connected, ReportsServiceUnavailableWithStatus2InUpdateReadyMode)
 {
     update_ready = true;
     connect_to("2.3.1");
-    EXPECT_EQ(statuses, (Statuses{{-1073741826, handle, 2}}));
+    EXPECT_EQ(statuses, (Statuses{{KORVANE_ERROR_SERVICE_UNAVAILABLE, handle, 2}}));
     EXPECT_EQ(platform.log.lines(),
               (LogLines{api_info("_rpc_connected_cb", ">>> called"),
                         api_info("_rpc_connected_cb", "Now update ready mode, connection will be destroyed"),
@@ -166,7 +166,7 @@ TEST_F(Disconnected, ReportsServiceUnavailableWithStatus1DuringAnUpdate)
         installing ? install_starts() : update_starts();
         clear_records();
         platform.proxy().fire_disconnected();
-        EXPECT_EQ(statuses, (Statuses{{-1073741826, handle, 1}}));
+        EXPECT_EQ(statuses, (Statuses{{KORVANE_ERROR_SERVICE_UNAVAILABLE, handle, 1}}));
         EXPECT_EQ(platform.log.lines(), (LogLines{api_info("_rpc_disconnected_cb", ">>> called"),
                                                   api_info("_rpc_disconnected_cb", "RPC disconnected-by-update"),
                                                   proxy_info("__kv_master_on_disconnected", endpoint_message)}));
@@ -199,11 +199,14 @@ struct Rejection {
 
 class Rejected : public LibraryTest, public ::testing::WithParamInterface<Rejection> {};
 
-INSTANTIATE_TEST_SUITE_P(WithLastResult, Rejected,
-                         ::testing::Values(Rejection{"IoError", -5, -5}, Rejection{"Refused", -13, -13},
-                                           Rejection{"NoneIsNeverReportedAsSuccess", 0, -13},
-                                           Rejection{"Other", -22, -13}),
-                         [](const auto &row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    WithLastResult, Rejected,
+    ::testing::Values(
+        Rejection{.name = "IoError", .last_result = -5, .result = KORVANE_ERROR_IO_ERROR},
+        Rejection{.name = "Refused", .last_result = -13, .result = KORVANE_ERROR_PERMISSION_DENIED},
+        Rejection{.name = "NoneIsNeverReportedAsSuccess", .last_result = 0, .result = KORVANE_ERROR_PERMISSION_DENIED},
+        Rejection{.name = "Other", .last_result = -22, .result = KORVANE_ERROR_PERMISSION_DENIED}),
+    [](const auto &row) { return row.param.name; });
 
 TEST_P(Rejected, ReportsTheReasonWithStatus2)
 {

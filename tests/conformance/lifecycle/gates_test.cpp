@@ -23,17 +23,17 @@ TEST_P(Gate, IsNotSupportedWithoutAnAgent)
 TEST_P(Gate, ChecksForTheAgentBeforeTheHandle)
 {
     platform.results["package_info_create"] = package_not_installed;
-    EXPECT_EQ(call(nullptr), -1073741822);
+    EXPECT_EQ(call(nullptr), KORVANE_ERROR_NOT_SUPPORTED);
     EXPECT_EQ(platform.log.lines(), (LogLines{entry(), refusal("Not Supported")}));
 }
 
 TEST_P(Gate, AsksThePackageManagerForAMissingAgentOnlyOnce)
 {
     platform.results["package_info_create"] = package_not_installed;
-    EXPECT_EQ(call(nullptr), -1073741822);
-    EXPECT_EQ(call(nullptr), -1073741822);
+    EXPECT_EQ(call(nullptr), KORVANE_ERROR_NOT_SUPPORTED);
+    EXPECT_EQ(call(nullptr), KORVANE_ERROR_NOT_SUPPORTED);
     for (const Function &other : functions)
-        EXPECT_EQ(other.call(nullptr), -1073741822) << other;
+        EXPECT_EQ(other.call(nullptr), KORVANE_ERROR_NOT_SUPPORTED) << other;
     EXPECT_EQ(platform.calls_to("package_info_create"), 1U);
     EXPECT_EQ(platform.calls_to("package_info_destroy"), 1U);
     EXPECT_EQ(platform.calls_to("package_info_get_version"), 0U);
@@ -117,15 +117,15 @@ TEST_P(Gate, AcceptsTheMinimumVersionAndRefusesTheOneBelow)
     EXPECT_EQ(result_with(minimum == 0 ? 1000 : minimum), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(result_with(2003), KORVANE_ERROR_INVALID_PARAMETER);
     if (minimum > 0) {
-        EXPECT_EQ(result_with(minimum - 1), -1073741827);
-        EXPECT_EQ(result_with(1006), -1073741827);
+        EXPECT_EQ(result_with(minimum - 1), KORVANE_ERROR_AGENT_VERSION_LOWER);
+        EXPECT_EQ(result_with(1006), KORVANE_ERROR_AGENT_VERSION_LOWER);
     }
 }
 
 TEST_P(Gate, RefusesANullHandleAfterTheChecksOfSupportAndVersion)
 {
     connect();
-    EXPECT_EQ(call(nullptr), -22);
+    EXPECT_EQ(call(nullptr), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.lines(), (LogLines{entry(), refusal("handle is NULL")}));
     EXPECT_TRUE(sent().empty());
 }
@@ -156,7 +156,7 @@ TEST_P(Gate, ChecksTheHandleBeforeTheUpdate)
     connect();
     install_starts();
     platform.log.clear();
-    EXPECT_EQ(call(nullptr), -22);
+    EXPECT_EQ(call(nullptr), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.lines(), (LogLines{entry(), refusal("handle is NULL")}));
 }
 
@@ -166,7 +166,7 @@ TEST_P(Gate, RefusesFunctionsThatAskTheAgentDuringInstallation)
     install_starts();
     platform.log.clear();
     if (GetParam().asks_agent) {
-        EXPECT_EQ(call(handle), -1073741826);
+        EXPECT_EQ(call(handle), KORVANE_ERROR_SERVICE_UNAVAILABLE);
         EXPECT_EQ(platform.log.lines(), (LogLines{entry(), refusal("Agent is being installing")}));
         EXPECT_TRUE(sent().empty());
     } else {
@@ -232,7 +232,7 @@ TEST_F(NullCallback, OfStartAsyncIsCheckedAfterTheVersion)
 TEST_F(NullCallback, OfSetRpcIoErrorIsRefusedWithItsOwnText)
 {
     connect();
-    EXPECT_EQ(korvane_set_rpc_io_error_cb(handle, nullptr, &platform), -22);
+    EXPECT_EQ(korvane_set_rpc_io_error_cb(handle, nullptr, &platform), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.lines(), (LogLines{api_info("korvane_set_rpc_io_error_cb", ">>> called"),
                                               api_error("korvane_set_rpc_io_error_cb", "rpc_io_error_cb is NULL")}));
 }

@@ -33,12 +33,24 @@ inline int start_async(korvane_h handle)
 }
 
 inline const std::vector<Function> functions = {
-    {"korvane_deinitialize", 0, false, korvane_deinitialize, 0},
-    {"korvane_set_rpc_io_error_cb", 0, false, set_rpc_io_error_cb, 0},
-    {"korvane_unset_rpc_io_error_cb", 0, false, korvane_unset_rpc_io_error_cb, 0},
-    {"korvane_start", 0, true, korvane_start, 3},
-    {"korvane_stop", 0, true, korvane_stop, 4},
-    {"korvane_start_async", 2000, true, start_async, 101},
+    {.name = "korvane_deinitialize",
+     .minimum_version = 0,
+     .asks_agent = false,
+     .call = korvane_deinitialize,
+     .method = 0},
+    {.name = "korvane_set_rpc_io_error_cb",
+     .minimum_version = 0,
+     .asks_agent = false,
+     .call = set_rpc_io_error_cb,
+     .method = 0},
+    {.name = "korvane_unset_rpc_io_error_cb",
+     .minimum_version = 0,
+     .asks_agent = false,
+     .call = korvane_unset_rpc_io_error_cb,
+     .method = 0},
+    {.name = "korvane_start", .minimum_version = 0, .asks_agent = true, .call = korvane_start, .method = 3},
+    {.name = "korvane_stop", .minimum_version = 0, .asks_agent = true, .call = korvane_stop, .method = 4},
+    {.name = "korvane_start_async", .minimum_version = 2000, .asks_agent = true, .call = start_async, .method = 101},
 };
 
 inline std::vector<Function> functions_where(bool (*holds)(const Function &))

@@ -49,7 +49,7 @@ TEST_F(Initialize, CreatesAHandleAndBeginsToConnect)
 
 TEST_F(Initialize, RefusesANullOutPointerAfterTheChecksOfSupportAndVersion)
 {
-    EXPECT_EQ(korvane_initialize(nullptr, nullptr, nullptr), -22);
+    EXPECT_EQ(korvane_initialize(nullptr, nullptr, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.lines(), (LogLines{entered, api_version, agent_2_3, refused("handle is NULL")}));
     EXPECT_TRUE(platform.proxies().empty());
 }
@@ -57,8 +57,8 @@ TEST_F(Initialize, RefusesANullOutPointerAfterTheChecksOfSupportAndVersion)
 TEST_F(Initialize, IsNotSupportedWithoutAnAgentEvenWithANullOutPointer)
 {
     platform.results["package_info_create"] = -18153359;
-    EXPECT_EQ(korvane_initialize(nullptr, nullptr, nullptr), -1073741822);
-    EXPECT_EQ(refused_initialize(untouched()), -1073741822);
+    EXPECT_EQ(korvane_initialize(nullptr, nullptr, nullptr), KORVANE_ERROR_NOT_SUPPORTED);
+    EXPECT_EQ(refused_initialize(untouched()), KORVANE_ERROR_NOT_SUPPORTED);
     EXPECT_EQ(platform.log.lines(), (LogLines{entered, api_version, refused("Not Supported"), entered, api_version,
                                               refused("Not Supported")}));
 }
@@ -66,8 +66,8 @@ TEST_F(Initialize, IsNotSupportedWithoutAnAgentEvenWithANullOutPointer)
 TEST_F(Initialize, RefusesANegativeAgentVersionEvenWithANullOutPointer)
 {
     platform.agent_version = "-2.3";
-    EXPECT_EQ(korvane_initialize(nullptr, nullptr, nullptr), -1073741827);
-    EXPECT_EQ(refused_initialize(untouched()), -1073741827);
+    EXPECT_EQ(korvane_initialize(nullptr, nullptr, nullptr), KORVANE_ERROR_AGENT_VERSION_LOWER);
+    EXPECT_EQ(refused_initialize(untouched()), KORVANE_ERROR_AGENT_VERSION_LOWER);
     EXPECT_EQ(platform.log.count("agent version is lower!!"), 2U);
 }
 
@@ -90,7 +90,7 @@ TEST_F(Initialize, IsServiceUnavailableAfterTheStartOfAnUpdateAlthoughStartWorks
     agent_answers();
     update_starts();
     platform.log.clear();
-    EXPECT_EQ(refused_initialize(untouched()), -1073741826);
+    EXPECT_EQ(refused_initialize(untouched()), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     EXPECT_EQ(platform.log.lines(), (LogLines{entered, api_version, agent_2_3,
                                               refused("Started to update agent, so service is unavailable")}));
     EXPECT_EQ(korvane_start(handle), KORVANE_ERROR_NONE);
@@ -99,7 +99,7 @@ TEST_F(Initialize, IsServiceUnavailableAfterTheStartOfAnUpdateAlthoughStartWorks
 TEST_F(Initialize, IsServiceUnavailableDuringInstallation)
 {
     kv::agent.update = 2;
-    EXPECT_EQ(refused_initialize(untouched()), -1073741826);
+    EXPECT_EQ(refused_initialize(untouched()), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     EXPECT_TRUE(platform.log.has(refused("Started to update agent, so service is unavailable")));
     EXPECT_TRUE(platform.proxies().empty());
 }
@@ -107,14 +107,14 @@ TEST_F(Initialize, IsServiceUnavailableDuringInstallation)
 TEST_F(Initialize, ChecksTheOutPointerBeforeTheUpdate)
 {
     kv::agent.update = 1;
-    EXPECT_EQ(korvane_initialize(nullptr, nullptr, nullptr), -22);
+    EXPECT_EQ(korvane_initialize(nullptr, nullptr, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
 }
 
 TEST_F(Initialize, FailsASecondTimeAndKeepsTheFirstHandleUsable)
 {
     connect();
     agent_answers();
-    EXPECT_EQ(refused_initialize(untouched()), -1073741825);
+    EXPECT_EQ(refused_initialize(untouched()), KORVANE_ERROR_OPERATION_FAILED);
     EXPECT_EQ(platform.log.lines(), (LogLines{entered, api_version, agent_2_3, refused("Already initialized")}));
     EXPECT_EQ(platform.proxies().size(), 1U);
     EXPECT_EQ(platform.event_handlers().size(), 1U);
@@ -171,18 +171,23 @@ struct ProxyStep {
 
 class InitializeWithoutProxy : public Initialize, public ::testing::WithParamInterface<ProxyStep> {};
 
-INSTANTIATE_TEST_SUITE_P(
-    Because, InitializeWithoutProxy,
-    ::testing::Values(ProxyStep{"rpc_port_proxy_create", "__create_kv_master", "Failed to create proxy"},
-                      ProxyStep{"rpc_port_proxy_add_connected_event_cb", "rpc_port_proxy_kv_master_create",
-                                "Failed to add connected event cb. err = -71"},
-                      ProxyStep{"rpc_port_proxy_add_disconnected_event_cb", "rpc_port_proxy_kv_master_create",
-                                "Failed to add disconnected event cb. err = -71"},
-                      ProxyStep{"rpc_port_proxy_add_rejected_event_cb", "rpc_port_proxy_kv_master_create",
-                                "Failed to add rejected event cb. err = -71"},
-                      ProxyStep{"rpc_port_proxy_add_received_event_cb", "rpc_port_proxy_kv_master_create",
-                                "Failed to add received event cb. err = -71"}),
-    [](const auto &row) { return row.param.function; });
+INSTANTIATE_TEST_SUITE_P(Because, InitializeWithoutProxy,
+                         ::testing::Values(ProxyStep{.function = "rpc_port_proxy_create",
+                                                     .complaint_of = "__create_kv_master",
+                                                     .complaint = "Failed to create proxy"},
+                                           ProxyStep{.function = "rpc_port_proxy_add_connected_event_cb",
+                                                     .complaint_of = "rpc_port_proxy_kv_master_create",
+                                                     .complaint = "Failed to add connected event cb. err = -71"},
+                                           ProxyStep{.function = "rpc_port_proxy_add_disconnected_event_cb",
+                                                     .complaint_of = "rpc_port_proxy_kv_master_create",
+                                                     .complaint = "Failed to add disconnected event cb. err = -71"},
+                                           ProxyStep{.function = "rpc_port_proxy_add_rejected_event_cb",
+                                                     .complaint_of = "rpc_port_proxy_kv_master_create",
+                                                     .complaint = "Failed to add rejected event cb. err = -71"},
+                                           ProxyStep{.function = "rpc_port_proxy_add_received_event_cb",
+                                                     .complaint_of = "rpc_port_proxy_kv_master_create",
+                                                     .complaint = "Failed to add received event cb. err = -71"}),
+                         [](const auto &row) { return row.param.function; });
 
 TEST_P(InitializeWithoutProxy, FailsAndCanBeCalledAgain)
 {
@@ -208,14 +213,15 @@ struct ConnectOutcome {
 
 class InitializeWithoutConnection : public Initialize, public ::testing::WithParamInterface<ConnectOutcome> {};
 
-INSTANTIATE_TEST_SUITE_P(Because, InitializeWithoutConnection,
-                         ::testing::Values(ConnectOutcome{"Forbidden", -13, -13},
-                                           ConnectOutcome{"IoError", -5, -1073741826},
-                                           ConnectOutcome{"NoMemory", -12, -1073741825},
-                                           ConnectOutcome{"Minus1", -1, -1073741825},
-                                           ConnectOutcome{"InvalidParameter", -22, -1073741825},
-                                           ConnectOutcome{"PositiveCode", 5, -1073741825}),
-                         [](const auto &row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Because, InitializeWithoutConnection,
+    ::testing::Values(ConnectOutcome{.name = "Forbidden", .code = -13, .result = KORVANE_ERROR_PERMISSION_DENIED},
+                      ConnectOutcome{.name = "IoError", .code = -5, .result = KORVANE_ERROR_SERVICE_UNAVAILABLE},
+                      ConnectOutcome{.name = "NoMemory", .code = -12, .result = KORVANE_ERROR_OPERATION_FAILED},
+                      ConnectOutcome{.name = "Minus1", .code = -1, .result = KORVANE_ERROR_OPERATION_FAILED},
+                      ConnectOutcome{.name = "InvalidParameter", .code = -22, .result = KORVANE_ERROR_OPERATION_FAILED},
+                      ConnectOutcome{.name = "PositiveCode", .code = 5, .result = KORVANE_ERROR_OPERATION_FAILED}),
+    [](const auto &row) { return row.param.name; });
 
 TEST_P(InitializeWithoutConnection, ReturnsNoHandleAndCanBeCalledAgain)
 {

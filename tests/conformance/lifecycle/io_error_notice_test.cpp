@@ -195,7 +195,7 @@ TEST_F(IoErrorCallback, RefusesNullAndKeepsThePresentOne)
     Notices notices;
     connect();
     ASSERT_EQ(korvane_set_rpc_io_error_cb(handle, Notices::note, &notices), KORVANE_ERROR_NONE);
-    EXPECT_EQ(korvane_set_rpc_io_error_cb(handle, nullptr, nullptr), -22);
+    EXPECT_EQ(korvane_set_rpc_io_error_cb(handle, nullptr, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(korvane_start(handle), KORVANE_ERROR_IO_ERROR);
     run_main_loop();
     EXPECT_EQ(notices.count, 1U);

@@ -28,21 +28,31 @@ int reinitialize(korvane_h handle)
 }
 
 const std::vector<Action> actions = {
-    {"Initialize",
-     [](korvane_h) {
-         korvane_h next = nullptr;
-         return korvane_initialize(&next, ignore_status, nullptr);
-     },
-     KORVANE_ERROR_OPERATION_FAILED, KORVANE_ERROR_OPERATION_FAILED},
-    {"Deinitialize", korvane_deinitialize, 0, 0, true},
-    {"DeinitializeAndInitialize", reinitialize, 0, 0, true},
-    {"Start", korvane_start, 0, KORVANE_ERROR_OPERATION_FAILED},
-    {"Stop", korvane_stop, 0, KORVANE_ERROR_OPERATION_FAILED},
-    {"StartAsync", [](korvane_h handle) { return korvane_start_async(handle, ignore_start_result, nullptr); }, 0,
-     KORVANE_ERROR_OPERATION_FAILED},
-    {"SetRpcIoErrorCb", [](korvane_h handle) { return korvane_set_rpc_io_error_cb(handle, ignore_io_error, nullptr); },
-     0, 0},
-    {"UnsetRpcIoErrorCb", korvane_unset_rpc_io_error_cb, 0, 0},
+    {.name = "Initialize",
+     .run =
+         [](korvane_h) {
+             korvane_h next = nullptr;
+             return korvane_initialize(&next, ignore_status, nullptr);
+         },
+     .connected = KORVANE_ERROR_OPERATION_FAILED,
+     .not_connected = KORVANE_ERROR_OPERATION_FAILED},
+    {.name = "Deinitialize", .run = korvane_deinitialize, .connected = 0, .not_connected = 0, .ends_the_handle = true},
+    {.name = "DeinitializeAndInitialize",
+     .run = reinitialize,
+     .connected = 0,
+     .not_connected = 0,
+     .ends_the_handle = true},
+    {.name = "Start", .run = korvane_start, .connected = 0, .not_connected = KORVANE_ERROR_OPERATION_FAILED},
+    {.name = "Stop", .run = korvane_stop, .connected = 0, .not_connected = KORVANE_ERROR_OPERATION_FAILED},
+    {.name = "StartAsync",
+     .run = [](korvane_h handle) { return korvane_start_async(handle, ignore_start_result, nullptr); },
+     .connected = 0,
+     .not_connected = KORVANE_ERROR_OPERATION_FAILED},
+    {.name = "SetRpcIoErrorCb",
+     .run = [](korvane_h handle) { return korvane_set_rpc_io_error_cb(handle, ignore_io_error, nullptr); },
+     .connected = 0,
+     .not_connected = 0},
+    {.name = "UnsetRpcIoErrorCb", .run = korvane_unset_rpc_io_error_cb, .connected = 0, .not_connected = 0},
 };
 
 std::ostream &operator<<(std::ostream &out, const Action &action)

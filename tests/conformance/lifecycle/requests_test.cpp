@@ -56,7 +56,7 @@ TEST_P(Request, ClearsTheLastResultBeforeTheSend)
 TEST_P(Request, IsPermissionDeniedWithReplyMinus13)
 {
     arrives(reply(-13));
-    EXPECT_EQ(call(handle), -13);
+    EXPECT_EQ(call(handle), KORVANE_ERROR_PERMISSION_DENIED);
     EXPECT_EQ(lines(), (LogLines{entry(), failure(-13, 0)}));
 }
 
@@ -65,7 +65,7 @@ TEST_P(Request, IsOperationFailedWithAnyOtherReply)
     for (int answer : {1, -1, -5, -12, -22, 2147483647, -2147483647 - 1}) {
         platform.log.clear();
         arrives(reply(answer));
-        EXPECT_EQ(call(handle), -1073741825) << answer;
+        EXPECT_EQ(call(handle), KORVANE_ERROR_OPERATION_FAILED) << answer;
         EXPECT_EQ(lines(), (LogLines{entry(), failure(answer, 0)}));
     }
 }

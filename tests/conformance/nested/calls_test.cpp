@@ -62,7 +62,7 @@ TEST_F(NestedCall, GetsItsOwnResult)
         const int outer_number = moment == Moment::wait ? 1 : 2;
         results = {{outer_number, -13}, {3 - outer_number, 7}};
         inside(moment, [&](korvane_h) { nested_result = korvane_start(handle); });
-        EXPECT_EQ(korvane_stop(handle), -13);
+        EXPECT_EQ(korvane_stop(handle), KORVANE_ERROR_PERMISSION_DENIED);
         EXPECT_EQ(nested_result, failed);
         results.clear();
         EXPECT_EQ(korvane_stop(handle), ok);

@@ -52,37 +52,51 @@ int sign_up(korvane_h handle)
 // One row per call.
 // clang-format off
 const OuterCall outer_calls[] = {
-    {"Start", "2.3", [](korvane_h h, Outs &) { return korvane_start(h); }},
-    {"Stop", "2.3", [](korvane_h h, Outs &) { return korvane_stop(h); }},
-    {"SetNickName", "2.3", [](korvane_h h, Outs &) { return korvane_set_nick_name(h, 0, "attic"); }},
-    {"GetDeviceId", "2.3", [](korvane_h h, Outs &o) { return korvane_get_device_id(h, &o.text); }},
-    {"GetEasysetupStatus", "2.3", [](korvane_h h, Outs &o) { return korvane_get_easysetup_status(h, &o.flag); }},
-    {"GetThingStatus", "2.3", [](korvane_h h, Outs &o) { return korvane_get_thing_status(h, &o.number); }},
-    {"GetTcpHeaderInfo", "2.3",
-     [](korvane_h h, Outs &o) { return korvane_get_tcp_header_info(h, &o.tcp_header); }}, // stores NULL on failure
-    {"GetPresenceList", "2.3",
-     [](korvane_h h, Outs &o) { return korvane_get_sub_device_presence_list(h, &o.presences, &o.number); }},
-    {"SetKeepaliveIntervals", "2.3",
-     [](korvane_h h, Outs &) { return korvane_set_keepalive_intervals(h, numbers, 2); }},
-    {"SendApListOfRecords", "1.0", [](korvane_h h, Outs &) { return send_ap_list(h); }},
-    {"SendApListAsDocument", "2.3", [](korvane_h h, Outs &) { return send_ap_list(h); }},
-    {"SignUpWithRecord", "1.0", [](korvane_h h, Outs &) { return sign_up(h); }},
-    {"SignUpWithDocument", "2.3", [](korvane_h h, Outs &) { return sign_up(h); }},
-    {"DisableSignin", "2.3", [](korvane_h h, Outs &) { return korvane_disable_signin(h, true); }},
-    {"SetUserConfirmCb", "2.3", [](korvane_h h, Outs &) { return korvane_set_user_confirm_cb(h, ignore, nullptr); }},
-    {"UnsetUserConfirmCb", "2.3", [](korvane_h h, Outs &) { return korvane_unset_user_confirm_cb(h); }},
-    {"SetPinCb", "2.3", [](korvane_h h, Outs &) { return korvane_set_pin_cb(h, ignore, ignore, nullptr); }},
-    {"UnsetPinCb", "2.3", [](korvane_h h, Outs &) { return korvane_unset_pin_cb(h); }},
-    {"SetWifiCbOfRecords", "1.2",
-     [](korvane_h h, Outs &) { return korvane_set_wifi_ap_provisioning_cb(h, ignore, nullptr); }},
-    {"SetWifiCbOfDocuments", "2.3",
-     [](korvane_h h, Outs &) { return korvane_set_wifi_ap_provisioning_cb(h, ignore, nullptr); }},
-    {"UnsetWifiCbOfRecords", "1.2", [](korvane_h h, Outs &) { return korvane_unset_wifi_ap_provisioning_cb(h); }},
-    {"UnsetWifiCbOfDocuments", "2.3", [](korvane_h h, Outs &) { return korvane_unset_wifi_ap_provisioning_cb(h); }},
-    {"StartAsync", "2.3", [](korvane_h h, Outs &) { return korvane_start_async(h, ignore, nullptr); }},
-    {"GetGroupId", "2.3", [](korvane_h h, Outs &) { return korvane_get_group_id(h, ignore, nullptr); }},
-    {"CreateCertificate", "2.3",
-     [](korvane_h h, Outs &) { return korvane_create_hdr_certificate(h, "type", "csr", ignore, nullptr); }},
+    {.name = "Start", .agent_version = "2.3", .call = [](korvane_h h, Outs &) { return korvane_start(h); }},
+    {.name = "Stop", .agent_version = "2.3", .call = [](korvane_h h, Outs &) { return korvane_stop(h); }},
+    {.name = "SetNickName", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &) { return korvane_set_nick_name(h, 0, "attic"); }},
+    {.name = "GetDeviceId", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &o) { return korvane_get_device_id(h, &o.text); }},
+    {.name = "GetEasysetupStatus", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &o) { return korvane_get_easysetup_status(h, &o.flag); }},
+    {.name = "GetThingStatus", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &o) { return korvane_get_thing_status(h, &o.number); }},
+    {.name = "GetTcpHeaderInfo", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &o) { return korvane_get_tcp_header_info(h, &o.tcp_header); }}, // stores NULL on failure
+    {.name = "GetPresenceList", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &o) { return korvane_get_sub_device_presence_list(h, &o.presences, &o.number); }},
+    {.name = "SetKeepaliveIntervals", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &) { return korvane_set_keepalive_intervals(h, numbers, 2); }},
+    {.name = "SendApListOfRecords", .agent_version = "1.0",
+     .call = [](korvane_h h, Outs &) { return send_ap_list(h); }},
+    {.name = "SendApListAsDocument", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &) { return send_ap_list(h); }},
+    {.name = "SignUpWithRecord", .agent_version = "1.0", .call = [](korvane_h h, Outs &) { return sign_up(h); }},
+    {.name = "SignUpWithDocument", .agent_version = "2.3", .call = [](korvane_h h, Outs &) { return sign_up(h); }},
+    {.name = "DisableSignin", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &) { return korvane_disable_signin(h, true); }},
+    {.name = "SetUserConfirmCb", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &) { return korvane_set_user_confirm_cb(h, ignore, nullptr); }},
+    {.name = "UnsetUserConfirmCb", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &) { return korvane_unset_user_confirm_cb(h); }},
+    {.name = "SetPinCb", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &) { return korvane_set_pin_cb(h, ignore, ignore, nullptr); }},
+    {.name = "UnsetPinCb", .agent_version = "2.3", .call = [](korvane_h h, Outs &) { return korvane_unset_pin_cb(h); }},
+    {.name = "SetWifiCbOfRecords", .agent_version = "1.2",
+     .call = [](korvane_h h, Outs &) { return korvane_set_wifi_ap_provisioning_cb(h, ignore, nullptr); }},
+    {.name = "SetWifiCbOfDocuments", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &) { return korvane_set_wifi_ap_provisioning_cb(h, ignore, nullptr); }},
+    {.name = "UnsetWifiCbOfRecords", .agent_version = "1.2",
+     .call = [](korvane_h h, Outs &) { return korvane_unset_wifi_ap_provisioning_cb(h); }},
+    {.name = "UnsetWifiCbOfDocuments", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &) { return korvane_unset_wifi_ap_provisioning_cb(h); }},
+    {.name = "StartAsync", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &) { return korvane_start_async(h, ignore, nullptr); }},
+    {.name = "GetGroupId", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &) { return korvane_get_group_id(h, ignore, nullptr); }},
+    {.name = "CreateCertificate", .agent_version = "2.3",
+     .call = [](korvane_h h, Outs &) { return korvane_create_hdr_certificate(h, "type", "csr", ignore, nullptr); }},
 };
 // clang-format on
 
@@ -399,12 +413,18 @@ protected:
 };
 
 /// Steps that can fail after the creation of the proxy, with the result.
-const std::vector<std::tuple<std::string, int, int>> failing_steps = {
-    {"rpc_port_proxy_connect", -5, KORVANE_ERROR_SERVICE_UNAVAILABLE},
-    {"rpc_port_proxy_connect", -13, KORVANE_ERROR_PERMISSION_DENIED},
-    {"rpc_port_proxy_connect", -1, KORVANE_ERROR_OPERATION_FAILED},
-    {"rpc_port_proxy_add_rejected_event_cb", -12, KORVANE_ERROR_OPERATION_FAILED},
-    {"rpc_port_proxy_add_received_event_cb", -12, KORVANE_ERROR_OPERATION_FAILED},
+struct FailingStep {
+    std::string function; // of the platform
+    int code;             // returned by the platform
+    int result;           // of korvane_initialize()
+};
+
+const std::vector<FailingStep> failing_steps = {
+    {.function = "rpc_port_proxy_connect", .code = -5, .result = KORVANE_ERROR_SERVICE_UNAVAILABLE},
+    {.function = "rpc_port_proxy_connect", .code = -13, .result = KORVANE_ERROR_PERMISSION_DENIED},
+    {.function = "rpc_port_proxy_connect", .code = -1, .result = KORVANE_ERROR_OPERATION_FAILED},
+    {.function = "rpc_port_proxy_add_rejected_event_cb", .code = -12, .result = KORVANE_ERROR_OPERATION_FAILED},
+    {.function = "rpc_port_proxy_add_received_event_cb", .code = -12, .result = KORVANE_ERROR_OPERATION_FAILED},
 };
 
 TEST_F(UndoneInitialize, ReportsAtMostOnce)

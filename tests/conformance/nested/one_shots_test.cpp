@@ -28,23 +28,24 @@ const Bytes token = bytes(i32(0), str("{\"uuid\":\"u\"}"));
 // One row per request.
 // clang-format off
 const OneShot one_shots[] = {
-    {"StartAsync", [](korvane_h h, Recorder *r) { return korvane_start_async(h, Note<'s', int>::call, r); }, 27, i32(-5),
-     "s -5"},
-    {"GetGroupId", [](korvane_h h, Recorder *r) { return korvane_get_group_id(h, Note<'g', const char *>::call, r); }, 26,
-     str("group"), "g group"},
-    {"CreateToken", [](korvane_h h, Recorder *r) { return korvane_create_hdr_token_info(h, note_token, r); }, 28, token,
-     "token 0"},
-    {"CreateCertificate",
-     [](korvane_h h, Recorder *r) {
+    {.name = "StartAsync",
+     .request = [](korvane_h h, Recorder *r) { return korvane_start_async(h, Note<'s', int>::call, r); },
+     .delegate_id = 27, .values = i32(-5), .noted = "s -5"},
+    {.name = "GetGroupId",
+     .request = [](korvane_h h, Recorder *r) { return korvane_get_group_id(h, Note<'g', const char *>::call, r); },
+     .delegate_id = 26, .values = str("group"), .noted = "g group"},
+    {.name = "CreateToken",
+     .request = [](korvane_h h, Recorder *r) { return korvane_create_hdr_token_info(h, note_token, r); },
+     .delegate_id = 28, .values = token, .noted = "token 0"},
+    {.name = "CreateCertificate", .request = [](korvane_h h, Recorder *r) {
          return korvane_create_hdr_certificate(h, "type", "csr", Note<'c', int, const char *>::call, r);
-     },
-     29, bytes(i32(0), str("pem")), "c 0 pem"},
-    {"GetCertificate",
-     [](korvane_h h, Recorder *r) { return korvane_get_hdr_certificate(h, "type", "arn", note_two_texts, r); }, 30,
-     bytes(i32(0), str("one"), str("two")), "0 one two"},
-    {"CreateTokenCustom",
-     [](korvane_h h, Recorder *r) { return korvane_create_hdr_token_info_custom(h, "{}", note_token, r); }, 32, token,
-     "token 0"},
+     }, .delegate_id = 29, .values = bytes(i32(0), str("pem")), .noted = "c 0 pem"},
+    {.name = "GetCertificate",
+     .request = [](korvane_h h, Recorder *r) { return korvane_get_hdr_certificate(h, "type", "arn", note_two_texts, r); },
+     .delegate_id = 30, .values = bytes(i32(0), str("one"), str("two")), .noted = "0 one two"},
+    {.name = "CreateTokenCustom",
+     .request = [](korvane_h h, Recorder *r) { return korvane_create_hdr_token_info_custom(h, "{}", note_token, r); },
+     .delegate_id = 32, .values = token, .noted = "token 0"},
 };
 // clang-format on
 
@@ -61,10 +62,10 @@ struct End {
 };
 
 const End ends[] = {
-    {"agreed", 0, ok},
-    {"refused", -13, KORVANE_ERROR_PERMISSION_DENIED},
-    {"failed", 7, failed},
-    {"never replied", std::nullopt, KORVANE_ERROR_IO_ERROR},
+    {.name = "agreed", .reply = 0, .result = ok},
+    {.name = "refused", .reply = -13, .result = KORVANE_ERROR_PERMISSION_DENIED},
+    {.name = "failed", .reply = 7, .result = failed},
+    {.name = "never replied", .reply = std::nullopt, .result = KORVANE_ERROR_IO_ERROR},
 };
 
 class EarlyAnswer : public NestedTest, public ::testing::WithParamInterface<OneShot> {

@@ -10,7 +10,7 @@ namespace kv::test {
 
 inline constexpr int ok = KORVANE_ERROR_NONE;
 inline constexpr int failed = KORVANE_ERROR_OPERATION_FAILED;
-inline constexpr int version_lower = -1073741827;
+inline constexpr int version_lower = KORVANE_ERROR_AGENT_VERSION_LOWER;
 inline const char *const released_line = "ap_info_h is already allocated, thus it will be released now";
 inline const char *const other_form_of_record = "handle was made for another agent version, in [record] form";
 inline const char *const other_form_of_json = "handle was made for another agent version, in [JSON] form";

@@ -58,8 +58,9 @@ TEST_F(WifiAp, RefusesCandidatesBelowAgent13AndBssidBelow14)
         platform.log.clear();
         const bool candidates = std::string(version) != "1.2";
         const bool bssid = std::string(version) == "1.4";
-        EXPECT_EQ(korvane_apinfo_get_candidate_ap(nullptr, nullptr), candidates ? -22 : version_lower);
-        EXPECT_EQ(korvane_apinfo_get_bssid(nullptr, nullptr), bssid ? -22 : version_lower);
+        EXPECT_EQ(korvane_apinfo_get_candidate_ap(nullptr, nullptr),
+                  candidates ? KORVANE_ERROR_INVALID_PARAMETER : version_lower);
+        EXPECT_EQ(korvane_apinfo_get_bssid(nullptr, nullptr), bssid ? KORVANE_ERROR_INVALID_PARAMETER : version_lower);
         EXPECT_EQ(
             platform.log.errors(),
             (LogLines{api_error("korvane_apinfo_get_candidate_ap",
@@ -128,7 +129,7 @@ TEST_F(WifiAp, DeliversNullForATextThatIsNotADocument)
         EXPECT_EQ(held, nullptr);
     }
     EXPECT_EQ(recorder.seen, Strings(7, "no ap_info"));
-    EXPECT_EQ(korvane_apinfo_get_ssid(held, nullptr), -22);
+    EXPECT_EQ(korvane_apinfo_get_ssid(held, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
 }
 
 TEST_F(WifiAp, ReadsADocumentOfOneMegabyte)
@@ -142,29 +143,42 @@ TEST_F(WifiAp, ReadsADocumentOfOneMegabyte)
 TEST_F(WifiAp, RefusesNullArgumentsInTheirOrder)
 {
     const NullCase cases[] = {
-        {"korvane_apinfo_get_ssid", [] { return korvane_apinfo_get_ssid(nullptr, nullptr); },
-         [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_ssid(ap_info, nullptr); }, "ssid is NULL"},
-        {"korvane_apinfo_get_password", [] { return korvane_apinfo_get_password(nullptr, nullptr); },
-         [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_password(ap_info, nullptr); }, "pwd is NULL"},
-        {"korvane_apinfo_get_authtype", [] { return korvane_apinfo_get_authtype(nullptr, nullptr); },
-         [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_authtype(ap_info, nullptr); }, "authtype is NULL"},
-        {"korvane_apinfo_get_enctype", [] { return korvane_apinfo_get_enctype(nullptr, nullptr); },
-         [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_enctype(ap_info, nullptr); }, "enctype is NULL"},
-        {"korvane_apinfo_get_channel", [] { return korvane_apinfo_get_channel(nullptr, nullptr); },
-         [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_channel(ap_info, nullptr); }, "channel is NULL"},
-        {"korvane_apinfo_get_candidate_ap", [] { return korvane_apinfo_get_candidate_ap(nullptr, nullptr); },
-         [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_candidate_ap(ap_info, nullptr); },
-         "candidate_ap_json is NULL"},
-        {"korvane_apinfo_get_bssid", [] { return korvane_apinfo_get_bssid(nullptr, nullptr); },
-         [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_bssid(ap_info, nullptr); }, "bssid is NULL"},
+        {.function = "korvane_apinfo_get_ssid",
+         .with_null_handle = [] { return korvane_apinfo_get_ssid(nullptr, nullptr); },
+         .with_null_out = [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_ssid(ap_info, nullptr); },
+         .message = "ssid is NULL"},
+        {.function = "korvane_apinfo_get_password",
+         .with_null_handle = [] { return korvane_apinfo_get_password(nullptr, nullptr); },
+         .with_null_out = [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_password(ap_info, nullptr); },
+         .message = "pwd is NULL"},
+        {.function = "korvane_apinfo_get_authtype",
+         .with_null_handle = [] { return korvane_apinfo_get_authtype(nullptr, nullptr); },
+         .with_null_out = [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_authtype(ap_info, nullptr); },
+         .message = "authtype is NULL"},
+        {.function = "korvane_apinfo_get_enctype",
+         .with_null_handle = [] { return korvane_apinfo_get_enctype(nullptr, nullptr); },
+         .with_null_out = [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_enctype(ap_info, nullptr); },
+         .message = "enctype is NULL"},
+        {.function = "korvane_apinfo_get_channel",
+         .with_null_handle = [] { return korvane_apinfo_get_channel(nullptr, nullptr); },
+         .with_null_out = [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_channel(ap_info, nullptr); },
+         .message = "channel is NULL"},
+        {.function = "korvane_apinfo_get_candidate_ap",
+         .with_null_handle = [] { return korvane_apinfo_get_candidate_ap(nullptr, nullptr); },
+         .with_null_out = [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_candidate_ap(ap_info, nullptr); },
+         .message = "candidate_ap_json is NULL"},
+        {.function = "korvane_apinfo_get_bssid",
+         .with_null_handle = [] { return korvane_apinfo_get_bssid(nullptr, nullptr); },
+         .with_null_out = [](korvane_ap_info_h ap_info) { return korvane_apinfo_get_bssid(ap_info, nullptr); },
+         .message = "bssid is NULL"},
     };
     begin_set("2.3");
     push_document(whole_document);
     begin_install(); // getters work during an installation
     for (const NullCase &one : cases) {
         platform.log.clear();
-        EXPECT_EQ(one.with_null_handle(), -22);
-        EXPECT_EQ(one.with_null_out(held), -22);
+        EXPECT_EQ(one.with_null_handle(), KORVANE_ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(one.with_null_out(held), KORVANE_ERROR_INVALID_PARAMETER);
         EXPECT_EQ(platform.log.lines(),
                   (LogLines{api_info(one.function, ">>> called"), api_error(one.function, "handle is NULL"),
                             api_info(one.function, ">>> called"), api_error(one.function, one.message)}));

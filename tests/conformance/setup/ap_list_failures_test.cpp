@@ -12,7 +12,7 @@ TEST_F(ApList, RefusesCount0InBothWireFormats)
         clear_agent_state();
         platform.agent_version = version;
         platform.log.clear();
-        EXPECT_EQ(korvane_aplist_create(&list, 0), -22);
+        EXPECT_EQ(korvane_aplist_create(&list, 0), KORVANE_ERROR_INVALID_PARAMETER);
         EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_aplist_create", "count is zero")}));
         EXPECT_EQ(list, nullptr);
     }
@@ -24,12 +24,12 @@ TEST_F(ApList, FailsForANegativeCountAsRecordsAndRefusesItAsADocument)
         clear_agent_state();
         platform.agent_version = "2.2";
         platform.log.clear();
-        EXPECT_EQ(korvane_aplist_create(&list, negative), -12);
+        EXPECT_EQ(korvane_aplist_create(&list, negative), KORVANE_ERROR_OUT_OF_MEMORY);
         EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_aplist_create", "Memory allocation is failed")}));
         clear_agent_state();
         platform.agent_version = "2.3";
         platform.log.clear();
-        EXPECT_EQ(korvane_aplist_create(&list, negative), -22);
+        EXPECT_EQ(korvane_aplist_create(&list, negative), KORVANE_ERROR_INVALID_PARAMETER);
         EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_aplist_create", "count is negative")}));
     }
     EXPECT_EQ(list, nullptr);
@@ -43,7 +43,7 @@ TEST_F(ApList, FailsForMoreEntriesThanFitInARequest)
         allocs::reset_largest();
         for (int entries : {524289, 2147483647}) {
             platform.log.clear();
-            EXPECT_EQ(korvane_aplist_create(&list, entries), -12);
+            EXPECT_EQ(korvane_aplist_create(&list, entries), KORVANE_ERROR_OUT_OF_MEMORY);
             EXPECT_EQ(platform.log.errors(),
                       (LogLines{api_error("korvane_aplist_create", "Memory allocation is failed")}));
         }
@@ -55,8 +55,8 @@ TEST_F(ApList, FailsForMoreEntriesThanFitInARequest)
 TEST_F(ApList, RefusesNullInCreateAndDestroy)
 {
     platform.agent_version = "2.3";
-    EXPECT_EQ(korvane_aplist_create(nullptr, 0), -22);
-    EXPECT_EQ(korvane_aplist_destroy(nullptr), -22);
+    EXPECT_EQ(korvane_aplist_create(nullptr, 0), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_aplist_destroy(nullptr), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_aplist_create", "handle is NULL"),
                                                api_error("korvane_aplist_destroy", "handle is NULL")}));
 }
@@ -74,14 +74,14 @@ TEST_F(ApList, RefusesIndexesBeyondTheBoundsInBothWireFormats)
         };
         for (int idx : {2, 3, -1, 2147483647, lowest}) {
             platform.log.clear();
-            EXPECT_EQ(korvane_aplist_set_ssid(list, idx, "home"), -22);
-            EXPECT_EQ(korvane_aplist_set_bssid(list, idx, "home"), -22);
+            EXPECT_EQ(korvane_aplist_set_ssid(list, idx, "home"), KORVANE_ERROR_INVALID_PARAMETER);
+            EXPECT_EQ(korvane_aplist_set_bssid(list, idx, "home"), KORVANE_ERROR_INVALID_PARAMETER);
             LogLines errors = {api_error("korvane_aplist_set_ssid", message(idx)),
                                api_error("korvane_aplist_set_bssid", message(idx))};
             for (const NumberSetter &setter : number_setters) {
                 if (records && setter.set == korvane_aplist_set_frequency)
                     continue;
-                EXPECT_EQ(setter.set(list, idx, 1), -22);
+                EXPECT_EQ(setter.set(list, idx, 1), KORVANE_ERROR_INVALID_PARAMETER);
                 errors.push_back(api_error(setter.name, message(idx)));
             }
             EXPECT_EQ(platform.log.errors(), errors);
@@ -102,15 +102,15 @@ TEST_F(ApList, ChecksNullArgumentsBeforeTheIndex)
     connect_to("2.3");
     create(1);
     platform.log.clear();
-    EXPECT_EQ(korvane_aplist_set_ssid(nullptr, 9, nullptr), -22);
-    EXPECT_EQ(korvane_aplist_set_bssid(nullptr, 9, nullptr), -22);
-    EXPECT_EQ(korvane_aplist_set_ssid(list, 9, nullptr), -22);
-    EXPECT_EQ(korvane_aplist_set_bssid(list, 9, nullptr), -22);
+    EXPECT_EQ(korvane_aplist_set_ssid(nullptr, 9, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_aplist_set_bssid(nullptr, 9, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_aplist_set_ssid(list, 9, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_aplist_set_bssid(list, 9, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
     LogLines errors = {
         api_error("korvane_aplist_set_ssid", "handle is NULL"), api_error("korvane_aplist_set_bssid", "handle is NULL"),
         api_error("korvane_aplist_set_ssid", "ssid is NULL"), api_error("korvane_aplist_set_bssid", "pwd is NULL")};
     for (const NumberSetter &setter : number_setters) {
-        EXPECT_EQ(setter.set(nullptr, 9, 1), -22);
+        EXPECT_EQ(setter.set(nullptr, 9, 1), KORVANE_ERROR_INVALID_PARAMETER);
         errors.push_back(api_error(setter.name, "handle is NULL"));
     }
     EXPECT_EQ(platform.log.errors(), errors);
@@ -141,10 +141,10 @@ TEST_F(ApList, IsRefusedIfMadeForAnotherAgentVersionAndReleasedInItsOwnForm)
         ASSERT_EQ(korvane_aplist_set_ssid(list, 0, "home"), ok);
         agent_becomes(after);
         clear_records();
-        EXPECT_EQ(korvane_aplist_set_ssid(list, 0, "other"), -22);
-        EXPECT_EQ(korvane_aplist_set_channel(list, 5, 1), -22);
+        EXPECT_EQ(korvane_aplist_set_ssid(list, 0, "other"), KORVANE_ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(korvane_aplist_set_channel(list, 5, 1), KORVANE_ERROR_INVALID_PARAMETER);
         begin_install();
-        EXPECT_EQ(korvane_send_ap_list(handle, list, 1), -22);
+        EXPECT_EQ(korvane_send_ap_list(handle, list, 1), KORVANE_ERROR_INVALID_PARAMETER);
         EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_send_ap_list", message)}));
         EXPECT_TRUE(sent().empty());
 
@@ -276,7 +276,9 @@ TEST_F(ApList, MapsTheReplyToAResult)
     for (const char *version : {"2.2", "2.3"}) {
         connect_to(version);
         create(1);
-        for (auto [answer, expected] : {std::pair{-13, -13}, {-1, -1073741825}, {7, -1073741825}}) {
+        for (auto [answer, expected] : {std::pair{-13, int{KORVANE_ERROR_PERMISSION_DENIED}},
+                                        {-1, KORVANE_ERROR_OPERATION_FAILED},
+                                        {7, KORVANE_ERROR_OPERATION_FAILED}}) {
             platform.log.clear();
             answers(answer);
             EXPECT_EQ(korvane_send_ap_list(handle, list, 1), expected);
@@ -295,9 +297,9 @@ TEST_F(ApList, ChecksTheHandleBeforeTheList)
 {
     connect_to("2.3");
     create(1);
-    EXPECT_EQ(korvane_send_ap_list(nullptr, nullptr, 1), -22);
-    EXPECT_EQ(korvane_send_ap_list(reinterpret_cast<korvane_h>(8), list, 1), -22);
-    EXPECT_EQ(korvane_send_ap_list(handle, nullptr, 1), -22);
+    EXPECT_EQ(korvane_send_ap_list(nullptr, nullptr, 1), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_send_ap_list(reinterpret_cast<korvane_h>(8), list, 1), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(korvane_send_ap_list(handle, nullptr, 1), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_send_ap_list", "handle is NULL"),
                                                api_error("korvane_send_ap_list", "handle is not the live one"),
                                                api_error("korvane_send_ap_list", "ap_list_h is NULL")}));

@@ -8,7 +8,7 @@ namespace kv::test {
 
 inline constexpr int ok = KORVANE_ERROR_NONE;
 inline constexpr int no_memory = KORVANE_ERROR_OUT_OF_MEMORY;
-inline constexpr int version_lower = -1073741827;
+inline constexpr int version_lower = KORVANE_ERROR_AGENT_VERSION_LOWER;
 inline constexpr int lowest = -2147483647 - 1;
 inline const char *const other_form_of_record = "handle was made for another agent version, in [record] form";
 inline const char *const other_form_of_json = "handle was made for another agent version, in [JSON] form";
@@ -21,12 +21,12 @@ struct NumberSetter {
 };
 
 inline const NumberSetter number_setters[] = {
-    {"korvane_aplist_set_authtype", korvane_aplist_set_authtype, "authtype"},
-    {"korvane_aplist_set_enctype", korvane_aplist_set_enctype, "enctype"},
-    {"korvane_aplist_set_channel", korvane_aplist_set_channel, "channel"},
-    {"korvane_aplist_set_signal_level", korvane_aplist_set_signal_level, "signal_level"},
-    {"korvane_aplist_set_max_rate", korvane_aplist_set_max_rate, "max_rate"},
-    {"korvane_aplist_set_frequency", korvane_aplist_set_frequency, "frequency"},
+    {.name = "korvane_aplist_set_authtype", .set = korvane_aplist_set_authtype, .key = "authtype"},
+    {.name = "korvane_aplist_set_enctype", .set = korvane_aplist_set_enctype, .key = "enctype"},
+    {.name = "korvane_aplist_set_channel", .set = korvane_aplist_set_channel, .key = "channel"},
+    {.name = "korvane_aplist_set_signal_level", .set = korvane_aplist_set_signal_level, .key = "signal_level"},
+    {.name = "korvane_aplist_set_max_rate", .set = korvane_aplist_set_max_rate, .key = "max_rate"},
+    {.name = "korvane_aplist_set_frequency", .set = korvane_aplist_set_frequency, .key = "frequency"},
 };
 
 class ApList : public SetupTest {

@@ -71,7 +71,7 @@ TEST_F(ApList, KeepsCommandAndRequestIdOfAFailedSendToANewAgent)
     connect_to("2.3");
     create(1);
     answers(-13);
-    EXPECT_EQ(korvane_send_ap_list(handle, list, 5), -13);
+    EXPECT_EQ(korvane_send_ap_list(handle, list, 5), KORVANE_ERROR_PERMISSION_DENIED);
     answers(0);
     EXPECT_EQ(sent_list(6),
               request_of_document(
@@ -168,9 +168,9 @@ TEST_F(ApList, NeedsAnAgentButNoConnection)
     destroy();
     clear_agent_state();
     platform.results["package_info_create"] = -18153359;
-    EXPECT_EQ(korvane_aplist_create(nullptr, 0), -1073741822);
-    EXPECT_EQ(korvane_aplist_destroy(nullptr), -1073741822);
-    EXPECT_EQ(korvane_aplist_set_ssid(nullptr, 0, nullptr), -1073741822);
+    EXPECT_EQ(korvane_aplist_create(nullptr, 0), KORVANE_ERROR_NOT_SUPPORTED);
+    EXPECT_EQ(korvane_aplist_destroy(nullptr), KORVANE_ERROR_NOT_SUPPORTED);
+    EXPECT_EQ(korvane_aplist_set_ssid(nullptr, 0, nullptr), KORVANE_ERROR_NOT_SUPPORTED);
 }
 
 TEST_F(ApList, CanBeFilledWhileTheAgentIsInstalled)
@@ -179,7 +179,7 @@ TEST_F(ApList, CanBeFilledWhileTheAgentIsInstalled)
     begin_install();
     create(1);
     EXPECT_EQ(korvane_aplist_set_ssid(list, 0, "home"), ok);
-    EXPECT_EQ(korvane_send_ap_list(handle, list, 1), -1073741826);
+    EXPECT_EQ(korvane_send_ap_list(handle, list, 1), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_send_ap_list", "Agent is being installing")}));
     EXPECT_EQ(platform.log.count("req_id [1]"), 0U);
 }

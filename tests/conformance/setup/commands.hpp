@@ -13,7 +13,7 @@ struct Command {
     std::string agent_version; // an agent with the wire format of this row
     int (*call)(korvane_h handle);
     Bytes request;
-    std::vector<std::string> lines; // messages of priority 4, between the checks and the request
+    std::vector<std::string> lines = {}; // messages of priority 4, between the checks and the request
 };
 
 extern const std::vector<Command> setup_commands;

@@ -39,7 +39,7 @@ TEST_P(SetupCommand, SendsAndLogsItsArgumentsOnce)
 TEST_P(SetupCommand, IsNotSupportedWithoutAnAgentWithAnyHandle)
 {
     platform.results["package_info_create"] = package_not_installed;
-    EXPECT_EQ(call(nullptr), -1073741822);
+    EXPECT_EQ(call(nullptr), KORVANE_ERROR_NOT_SUPPORTED);
     EXPECT_EQ(platform.log.lines(), (LogLines{info(">>> called"), error("Not Supported")}));
 }
 
@@ -50,7 +50,7 @@ TEST_P(SetupCommand, ChecksTheVersionBeforeTheHandle)
         platform.agent_version = "0.-1";
     else
         platform.agent_version = std::to_string(minimum / 1000) + "." + std::to_string(minimum % 1000 - 1);
-    EXPECT_EQ(call(nullptr), -1073741827);
+    EXPECT_EQ(call(nullptr), KORVANE_ERROR_AGENT_VERSION_LOWER);
     EXPECT_EQ(platform.log.errors(), (LogLines{error("agent version is lower!!")}));
 }
 
@@ -65,10 +65,10 @@ TEST_P(SetupCommand, RefusesANullHandleAndAnUnknownOne)
 {
     connect_to_its_agent();
     begin_install(); // is checked later
-    EXPECT_EQ(call(nullptr), -22);
+    EXPECT_EQ(call(nullptr), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.lines(), (LogLines{info(">>> called"), error("handle is NULL")}));
     platform.log.clear();
-    EXPECT_EQ(call(reinterpret_cast<korvane_h>(8)), -22);
+    EXPECT_EQ(call(reinterpret_cast<korvane_h>(8)), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.errors(), (LogLines{error("handle is not the live one")}));
     EXPECT_TRUE(sent().empty());
 }
@@ -77,7 +77,7 @@ TEST_P(SetupCommand, IsRefusedDuringInstallationWithoutLoggingArguments)
 {
     connect_to_its_agent();
     begin_install();
-    EXPECT_EQ(call(handle), -1073741826);
+    EXPECT_EQ(call(handle), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     EXPECT_EQ(platform.log.lines(), (LogLines{info(">>> called"), error("Agent is being installing")}));
     EXPECT_TRUE(sent().empty());
 }
@@ -86,7 +86,10 @@ TEST_P(SetupCommand, MapsTheReplyToAResult)
 {
     connect_to_its_agent();
     const std::string failure = GetParam().function + "() is failed, err=[";
-    for (auto [answer, expected] : {std::pair{-13, -13}, {-5, -1073741825}, {-1, -1073741825}, {1, -1073741825}}) {
+    for (auto [answer, expected] : {std::pair{-13, int{KORVANE_ERROR_PERMISSION_DENIED}},
+                                    {-5, KORVANE_ERROR_OPERATION_FAILED},
+                                    {-1, KORVANE_ERROR_OPERATION_FAILED},
+                                    {1, KORVANE_ERROR_OPERATION_FAILED}}) {
         platform.log.clear();
         answers(answer);
         EXPECT_EQ(call(handle), expected) << answer;
@@ -157,57 +160,111 @@ void ignore_pin(korvane_h, const char *, int, void *) {}
 const char *const one_language = "en-GB";
 
 const std::vector<Refusal> refusals = {
-    {"RandomPinNull", "korvane_set_random_pin", 1004,
-     [](korvane_h handle) { return korvane_set_random_pin(handle, nullptr); }, "pin is NULL"},
-    {"RandomPinEmpty", "korvane_set_random_pin", 1004,
-     [](korvane_h handle) { return korvane_set_random_pin(handle, ""); }, "pin is not valid"},
-    {"PreconfiguredPinNull", "korvane_set_preconfigured_pin", 0,
-     [](korvane_h handle) { return korvane_set_preconfigured_pin(handle, nullptr); }, "pin is NULL"},
-    {"VendorInfoNull", "korvane_set_provisioning_vendor_info", 1003,
-     [](korvane_h handle) { return korvane_set_provisioning_vendor_info(handle, nullptr); }, "prov_json_str is NULL"},
-    {"SsoListNull", "korvane_set_sso_list", 1003,
-     [](korvane_h handle) { return korvane_set_sso_list(handle, nullptr); }, "sso_list is NULL"},
-    {"EasysetupVersionInfoNull", "korvane_set_easysetup_version_info", 1003,
-     [](korvane_h handle) { return korvane_set_easysetup_version_info(handle, nullptr); }, "es_version_info is NULL"},
-    {"LanguageListNull", "korvane_set_language_list", 1003,
-     [](korvane_h handle) { return korvane_set_language_list(handle, nullptr, 2); },
-     "Invalid param : language_list=[(nil)], count=[2]"},
-    {"LanguageListNullAndEmpty", "korvane_set_language_list", 1003,
-     [](korvane_h handle) { return korvane_set_language_list(handle, nullptr, 0); },
-     "Invalid param : language_list=[(nil)], count=[0]"},
-    {"ApListNull", "korvane_send_ap_list", 0, [](korvane_h handle) { return korvane_send_ap_list(handle, nullptr, 1); },
-     "ap_list_h is NULL"},
-    {"ScanCallbackNull", "korvane_set_scan_ap_cb", 0,
-     [](korvane_h handle) { return korvane_set_scan_ap_cb(handle, nullptr, nullptr); }, "scan_ap_cb is NULL"},
-    {"WifiApCallbackNull", "korvane_set_wifi_ap_provisioning_cb", 0,
-     [](korvane_h handle) { return korvane_set_wifi_ap_provisioning_cb(handle, nullptr, nullptr); },
-     "callback is NULL"},
-    {"DeviceProvisioningCallbackNull", "korvane_set_device_provisioning_cb", 0,
-     [](korvane_h handle) { return korvane_set_device_provisioning_cb(handle, nullptr, nullptr); }, "callback is NULL"},
-    {"PinFirstCallbackNull", "korvane_set_pin_cb", 0,
-     [](korvane_h handle) { return korvane_set_pin_cb(handle, nullptr, ignore, nullptr); }, "callback is NULL"},
-    {"PinSecondCallbackNull", "korvane_set_pin_cb", 0,
-     [](korvane_h handle) { return korvane_set_pin_cb(handle, ignore_pin, nullptr, nullptr); }, "callback is NULL"},
-    {"UltrasoundPinFirstCallbackNull", "korvane_set_ultrasound_pin_cb", 1001,
-     [](korvane_h handle) { return korvane_set_ultrasound_pin_cb(handle, nullptr, ignore, nullptr); },
-     "callback is NULL"},
-    {"UltrasoundPinSecondCallbackNull", "korvane_set_ultrasound_pin_cb", 1001,
-     [](korvane_h handle) { return korvane_set_ultrasound_pin_cb(handle, ignore_pin, nullptr, nullptr); },
-     "callback is NULL"},
-    {"StopSoftApCallbackNull", "korvane_set_stop_soft_ap_cb", 0,
-     [](korvane_h handle) { return korvane_set_stop_soft_ap_cb(handle, nullptr, nullptr); }, "callback is NULL"},
-    {"LanguageCallbackNull", "korvane_set_provisioning_language_cb", 1003,
-     [](korvane_h handle) { return korvane_set_provisioning_language_cb(handle, nullptr, nullptr); },
-     "provisioning_language_cb is NULL"},
-    {"VendorInfoCallbackNull", "korvane_set_provisioning_vendor_info_cb", 1003,
-     [](korvane_h handle) { return korvane_set_provisioning_vendor_info_cb(handle, nullptr, nullptr); },
-     "prov_vendor_info_cb is NULL"},
-    {"OtmSupportFeatureCallbackNull", "korvane_set_otm_support_feature_cb", 1003,
-     [](korvane_h handle) { return korvane_set_otm_support_feature_cb(handle, nullptr, nullptr); },
-     "otm_support_feature_cb is NULL"},
-    {"GetRequestedCallbackNull", "korvane_set_provisioning_get_requested_cb", 1004,
-     [](korvane_h handle) { return korvane_set_provisioning_get_requested_cb(handle, nullptr, nullptr); },
-     "callback is NULL"},
+    {.label = "RandomPinNull",
+     .function = "korvane_set_random_pin",
+     .minimum_version = 1004,
+     .call = [](korvane_h handle) { return korvane_set_random_pin(handle, nullptr); },
+     .message = "pin is NULL"},
+    {.label = "RandomPinEmpty",
+     .function = "korvane_set_random_pin",
+     .minimum_version = 1004,
+     .call = [](korvane_h handle) { return korvane_set_random_pin(handle, ""); },
+     .message = "pin is not valid"},
+    {.label = "PreconfiguredPinNull",
+     .function = "korvane_set_preconfigured_pin",
+     .minimum_version = 0,
+     .call = [](korvane_h handle) { return korvane_set_preconfigured_pin(handle, nullptr); },
+     .message = "pin is NULL"},
+    {.label = "VendorInfoNull",
+     .function = "korvane_set_provisioning_vendor_info",
+     .minimum_version = 1003,
+     .call = [](korvane_h handle) { return korvane_set_provisioning_vendor_info(handle, nullptr); },
+     .message = "prov_json_str is NULL"},
+    {.label = "SsoListNull",
+     .function = "korvane_set_sso_list",
+     .minimum_version = 1003,
+     .call = [](korvane_h handle) { return korvane_set_sso_list(handle, nullptr); },
+     .message = "sso_list is NULL"},
+    {.label = "EasysetupVersionInfoNull",
+     .function = "korvane_set_easysetup_version_info",
+     .minimum_version = 1003,
+     .call = [](korvane_h handle) { return korvane_set_easysetup_version_info(handle, nullptr); },
+     .message = "es_version_info is NULL"},
+    {.label = "LanguageListNull",
+     .function = "korvane_set_language_list",
+     .minimum_version = 1003,
+     .call = [](korvane_h handle) { return korvane_set_language_list(handle, nullptr, 2); },
+     .message = "Invalid param : language_list=[(nil)], count=[2]"},
+    {.label = "LanguageListNullAndEmpty",
+     .function = "korvane_set_language_list",
+     .minimum_version = 1003,
+     .call = [](korvane_h handle) { return korvane_set_language_list(handle, nullptr, 0); },
+     .message = "Invalid param : language_list=[(nil)], count=[0]"},
+    {.label = "ApListNull",
+     .function = "korvane_send_ap_list",
+     .minimum_version = 0,
+     .call = [](korvane_h handle) { return korvane_send_ap_list(handle, nullptr, 1); },
+     .message = "ap_list_h is NULL"},
+    {.label = "ScanCallbackNull",
+     .function = "korvane_set_scan_ap_cb",
+     .minimum_version = 0,
+     .call = [](korvane_h handle) { return korvane_set_scan_ap_cb(handle, nullptr, nullptr); },
+     .message = "scan_ap_cb is NULL"},
+    {.label = "WifiApCallbackNull",
+     .function = "korvane_set_wifi_ap_provisioning_cb",
+     .minimum_version = 0,
+     .call = [](korvane_h handle) { return korvane_set_wifi_ap_provisioning_cb(handle, nullptr, nullptr); },
+     .message = "callback is NULL"},
+    {.label = "DeviceProvisioningCallbackNull",
+     .function = "korvane_set_device_provisioning_cb",
+     .minimum_version = 0,
+     .call = [](korvane_h handle) { return korvane_set_device_provisioning_cb(handle, nullptr, nullptr); },
+     .message = "callback is NULL"},
+    {.label = "PinFirstCallbackNull",
+     .function = "korvane_set_pin_cb",
+     .minimum_version = 0,
+     .call = [](korvane_h handle) { return korvane_set_pin_cb(handle, nullptr, ignore, nullptr); },
+     .message = "callback is NULL"},
+    {.label = "PinSecondCallbackNull",
+     .function = "korvane_set_pin_cb",
+     .minimum_version = 0,
+     .call = [](korvane_h handle) { return korvane_set_pin_cb(handle, ignore_pin, nullptr, nullptr); },
+     .message = "callback is NULL"},
+    {.label = "UltrasoundPinFirstCallbackNull",
+     .function = "korvane_set_ultrasound_pin_cb",
+     .minimum_version = 1001,
+     .call = [](korvane_h handle) { return korvane_set_ultrasound_pin_cb(handle, nullptr, ignore, nullptr); },
+     .message = "callback is NULL"},
+    {.label = "UltrasoundPinSecondCallbackNull",
+     .function = "korvane_set_ultrasound_pin_cb",
+     .minimum_version = 1001,
+     .call = [](korvane_h handle) { return korvane_set_ultrasound_pin_cb(handle, ignore_pin, nullptr, nullptr); },
+     .message = "callback is NULL"},
+    {.label = "StopSoftApCallbackNull",
+     .function = "korvane_set_stop_soft_ap_cb",
+     .minimum_version = 0,
+     .call = [](korvane_h handle) { return korvane_set_stop_soft_ap_cb(handle, nullptr, nullptr); },
+     .message = "callback is NULL"},
+    {.label = "LanguageCallbackNull",
+     .function = "korvane_set_provisioning_language_cb",
+     .minimum_version = 1003,
+     .call = [](korvane_h handle) { return korvane_set_provisioning_language_cb(handle, nullptr, nullptr); },
+     .message = "provisioning_language_cb is NULL"},
+    {.label = "VendorInfoCallbackNull",
+     .function = "korvane_set_provisioning_vendor_info_cb",
+     .minimum_version = 1003,
+     .call = [](korvane_h handle) { return korvane_set_provisioning_vendor_info_cb(handle, nullptr, nullptr); },
+     .message = "prov_vendor_info_cb is NULL"},
+    {.label = "OtmSupportFeatureCallbackNull",
+     .function = "korvane_set_otm_support_feature_cb",
+     .minimum_version = 1003,
+     .call = [](korvane_h handle) { return korvane_set_otm_support_feature_cb(handle, nullptr, nullptr); },
+     .message = "otm_support_feature_cb is NULL"},
+    {.label = "GetRequestedCallbackNull",
+     .function = "korvane_set_provisioning_get_requested_cb",
+     .minimum_version = 1004,
+     .call = [](korvane_h handle) { return korvane_set_provisioning_get_requested_cb(handle, nullptr, nullptr); },
+     .message = "callback is NULL"},
 };
 
 class SetupArgument : public SetupTest, public ::testing::WithParamInterface<Refusal> {};
@@ -220,8 +277,8 @@ TEST_P(SetupArgument, IsCheckedAfterTheHandleAndBeforeTheUpdate)
     connect_to("2.3");
     begin_install();
     const auto &[label, function, minimum, call, message] = GetParam();
-    EXPECT_EQ(call(nullptr), -22);
-    EXPECT_EQ(call(handle), -22);
+    EXPECT_EQ(call(nullptr), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(call(handle), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.errors(), (LogLines{api_error(function, "handle is NULL"), api_error(function, message)}));
     EXPECT_TRUE(sent().empty());
 }
@@ -244,7 +301,7 @@ TEST_P(NewerSetupArgument, IsNotCheckedWithAnOlderAgent)
 {
     const auto &[label, function, minimum, call, message] = GetParam();
     connect_to(std::to_string(minimum / 1000) + "." + std::to_string(minimum % 1000 - 1));
-    EXPECT_EQ(call(handle), -1073741827);
+    EXPECT_EQ(call(handle), KORVANE_ERROR_AGENT_VERSION_LOWER);
     EXPECT_EQ(platform.log.errors(), (LogLines{api_error(function, "agent version is lower!!")}));
 }
 
@@ -255,7 +312,7 @@ TEST_F(LanguageList, OfCountZeroOrBelowIsRefusedWithBothValuesInTheLog)
     connect_to("2.3");
     for (int count : {0, -1, -2147483647 - 1}) {
         platform.log.clear();
-        EXPECT_EQ(korvane_set_language_list(handle, &one_language, count), -22);
+        EXPECT_EQ(korvane_set_language_list(handle, &one_language, count), KORVANE_ERROR_INVALID_PARAMETER);
         std::ostringstream shown_values;
         shown_values << "Invalid param : language_list=[" << static_cast<const void *>(&one_language) << "], count=["
                      << count << "]";
@@ -269,7 +326,7 @@ TEST_F(LanguageList, WithATextThatIsNullIsRefusedAndNothingIsSent)
     connect_to("2.3");
     const char *const languages[] = {"en-GB", nullptr};
     const std::size_t blocks = allocs::live_blocks();
-    EXPECT_EQ(korvane_set_language_list(handle, languages, 2), -22);
+    EXPECT_EQ(korvane_set_language_list(handle, languages, 2), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.errors(),
               (LogLines{api_error("korvane_set_language_list", "Invalid param : language_list[1] is NULL")}));
     EXPECT_TRUE(sent().empty());
@@ -332,8 +389,8 @@ TEST_F(Pins, AreNeverLogged)
 TEST_F(Pins, RandomPinChecksTheVersionBeforeItsArguments)
 {
     connect_to("1.3");
-    EXPECT_EQ(korvane_set_random_pin(handle, ""), -1073741827);
-    EXPECT_EQ(korvane_set_random_pin(nullptr, nullptr), -1073741827);
+    EXPECT_EQ(korvane_set_random_pin(handle, ""), KORVANE_ERROR_AGENT_VERSION_LOWER);
+    EXPECT_EQ(korvane_set_random_pin(nullptr, nullptr), KORVANE_ERROR_AGENT_VERSION_LOWER);
 }
 
 } // namespace

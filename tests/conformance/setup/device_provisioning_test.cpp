@@ -20,10 +20,26 @@ struct Getter {
 };
 
 const Getter getters[] = {
-    {"korvane_devinfo_get_language", korvane_devinfo_get_language, "language", "en", 0},
-    {"korvane_devinfo_get_country", korvane_devinfo_get_country, "country", "GB", 0},
-    {"korvane_devinfo_get_datetime", korvane_devinfo_get_datetime, "datetime", "2026-01-02", 0},
-    {"korvane_devinfo_get_regist_mobile_device", korvane_devinfo_get_regist_mobile_device, "rmd", "phone", 1001},
+    {.name = "korvane_devinfo_get_language",
+     .get = korvane_devinfo_get_language,
+     .field = "language",
+     .value = "en",
+     .minimum_version = 0},
+    {.name = "korvane_devinfo_get_country",
+     .get = korvane_devinfo_get_country,
+     .field = "country",
+     .value = "GB",
+     .minimum_version = 0},
+    {.name = "korvane_devinfo_get_datetime",
+     .get = korvane_devinfo_get_datetime,
+     .field = "datetime",
+     .value = "2026-01-02",
+     .minimum_version = 0},
+    {.name = "korvane_devinfo_get_regist_mobile_device",
+     .get = korvane_devinfo_get_regist_mobile_device,
+     .field = "rmd",
+     .value = "phone",
+     .minimum_version = 1001},
 };
 
 class DeviceProvisioning : public SetupTest {
@@ -116,10 +132,10 @@ TEST_F(DeviceProvisioning, KeepsDataIfASetIsRefused)
 {
     begin_set();
     push();
-    EXPECT_EQ(korvane_set_device_provisioning_cb(handle, nullptr, nullptr), -22);
+    EXPECT_EQ(korvane_set_device_provisioning_cb(handle, nullptr, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
     begin_install();
-    EXPECT_EQ(korvane_set_device_provisioning_cb(handle, on_info, this), -1073741826);
-    EXPECT_EQ(korvane_unset_device_provisioning_cb(handle), -1073741826);
+    EXPECT_EQ(korvane_set_device_provisioning_cb(handle, on_info, this), KORVANE_ERROR_SERVICE_UNAVAILABLE);
+    EXPECT_EQ(korvane_unset_device_provisioning_cb(handle), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     expect_text(getters[0], "en");
 }
 
@@ -207,8 +223,8 @@ TEST_F(DeviceProvisioning, RefusesNullArgumentsInTheirOrderAlsoDuringUpdates)
     begin_install();
     for (const Getter &getter : getters) {
         platform.log.clear();
-        EXPECT_EQ(getter.get(nullptr, nullptr), -22);
-        EXPECT_EQ(getter.get(held, nullptr), -22);
+        EXPECT_EQ(getter.get(nullptr, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(getter.get(held, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
         EXPECT_EQ(platform.log.lines(),
                   (LogLines{api_info(getter.name, ">>> called"), api_error(getter.name, "handle is NULL"),
                             api_info(getter.name, ">>> called"),
@@ -221,7 +237,7 @@ TEST_F(DeviceProvisioning, ChecksTheVersionForTheMobileDeviceBeforeItsArguments)
 {
     begin_set("1.0");
     push();
-    EXPECT_EQ(korvane_devinfo_get_regist_mobile_device(nullptr, nullptr), -1073741827);
+    EXPECT_EQ(korvane_devinfo_get_regist_mobile_device(nullptr, nullptr), KORVANE_ERROR_AGENT_VERSION_LOWER);
     EXPECT_EQ(platform.log.errors(),
               (LogLines{api_error("korvane_devinfo_get_regist_mobile_device", "agent version is lower!!")}));
     expect_text(getters[0], "en");
@@ -231,7 +247,7 @@ TEST_F(DeviceProvisioning, IsNotSupportedWithoutAnAgent)
 {
     platform.results["package_info_create"] = -18153359;
     for (const Getter &getter : getters)
-        EXPECT_EQ(getter.get(nullptr, nullptr), -1073741822);
+        EXPECT_EQ(getter.get(nullptr, nullptr), KORVANE_ERROR_NOT_SUPPORTED);
 }
 
 } // namespace

@@ -87,8 +87,8 @@ TEST_P(SetupPair, UnsetSendsNoArguments)
 TEST_P(SetupPair, ChecksAreMadeInTheirOrder)
 {
     platform.results["package_info_create"] = package_not_installed;
-    EXPECT_EQ(pair().set(nullptr, nullptr), -1073741822);
-    EXPECT_EQ(pair().unset(nullptr), -1073741822);
+    EXPECT_EQ(pair().set(nullptr, nullptr), KORVANE_ERROR_NOT_SUPPORTED);
+    EXPECT_EQ(pair().unset(nullptr), KORVANE_ERROR_NOT_SUPPORTED);
     EXPECT_EQ(platform.log.errors(), (LogLines{set_error("Not Supported"), unset_error("Not Supported")}));
 
     platform.results.clear();
@@ -96,18 +96,18 @@ TEST_P(SetupPair, ChecksAreMadeInTheirOrder)
     platform.log.clear();
     const int below = pair().minimum_version - 1;
     platform.agent_version = below < 0 ? "-1.0" : std::to_string(below / 1000) + "." + std::to_string(below % 1000);
-    EXPECT_EQ(pair().set(nullptr, nullptr), -1073741827);
-    EXPECT_EQ(pair().unset(nullptr), -1073741827);
+    EXPECT_EQ(pair().set(nullptr, nullptr), KORVANE_ERROR_AGENT_VERSION_LOWER);
+    EXPECT_EQ(pair().unset(nullptr), KORVANE_ERROR_AGENT_VERSION_LOWER);
     EXPECT_EQ(platform.log.errors(),
               (LogLines{set_error("agent version is lower!!"), unset_error("agent version is lower!!")}));
 
     clear_agent_state();
     connect_to_its_agent();
     begin_install();
-    EXPECT_EQ(pair().set(nullptr, nullptr), -22);
-    EXPECT_EQ(pair().unset(nullptr), -22);
-    EXPECT_EQ(set(), -1073741826);
-    EXPECT_EQ(pair().unset(handle), -1073741826);
+    EXPECT_EQ(pair().set(nullptr, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(pair().unset(nullptr), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(set(), KORVANE_ERROR_SERVICE_UNAVAILABLE);
+    EXPECT_EQ(pair().unset(handle), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     EXPECT_EQ(platform.log.errors(),
               (LogLines{set_error("handle is NULL"), unset_error("handle is NULL"),
                         set_error("Agent is being installing"), unset_error("Agent is being installing")}));
@@ -118,7 +118,7 @@ TEST_P(SetupPair, ARefusedUnsetKeepsTheRegistration)
 {
     begin_set();
     install_starts();
-    EXPECT_EQ(pair().unset(handle), -1073741826);
+    EXPECT_EQ(pair().unset(handle), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     update_completes();
     push_events(seq_id);
     EXPECT_EQ(recorder.seen, expected_calls());
@@ -196,7 +196,7 @@ TEST_P(SetupPair, NoCallbackRunsAfterAnUnsetThatTheAgentRefused)
 {
     begin_set();
     answers(-13);
-    EXPECT_EQ(pair().unset(handle), -13);
+    EXPECT_EQ(pair().unset(handle), KORVANE_ERROR_PERMISSION_DENIED);
     EXPECT_EQ(platform.log.errors(), (LogLines{unset_error(pair().unset_name() + "() is failed, err=[-13] r=[0]")}));
     push_events(seq_id);
     EXPECT_EQ(recorder.seen, Strings{});
@@ -238,7 +238,7 @@ TEST_P(SetupPair, ARefusedSecondSetEndsTheFirstRegistrationAndKeepsItsCallback)
     begin_set();
     Recorder second;
     answers(-13);
-    EXPECT_EQ(pair().set(handle, &second), -13);
+    EXPECT_EQ(pair().set(handle, &second), KORVANE_ERROR_PERMISSION_DENIED);
     const int second_seq_id = first_seq_id();
     push_events(seq_id);
     EXPECT_EQ(recorder.seen, Strings{});

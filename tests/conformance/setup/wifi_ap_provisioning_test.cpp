@@ -66,10 +66,10 @@ TEST_F(WifiAp, IsKeptIfASetIsRefused)
 {
     begin_set("2.3");
     push_document(whole_document);
-    EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, nullptr, nullptr), -22);
+    EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, nullptr, nullptr), KORVANE_ERROR_INVALID_PARAMETER);
     install_starts();
-    EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, on_ap, this), -1073741826);
-    EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), -1073741826);
+    EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, on_ap, this), KORVANE_ERROR_SERVICE_UNAVAILABLE);
+    EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "home"}));
 }
 
@@ -96,8 +96,8 @@ TEST_F(WifiAp, IsDeliveredInItsOwnFormByADelegateFromBeforeAnUpdate)
     push_record();
     EXPECT_EQ(recorder.seen, Strings{"ap_info"});
     platform.log.clear();
-    EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{-22}));
-    EXPECT_EQ(number_of(korvane_apinfo_get_channel, held), (Number{-22}));
+    EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{KORVANE_ERROR_INVALID_PARAMETER}));
+    EXPECT_EQ(number_of(korvane_apinfo_get_channel, held), (Number{KORVANE_ERROR_INVALID_PARAMETER}));
     EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_apinfo_get_ssid", other_form_of_record),
                                                api_error("korvane_apinfo_get_channel", other_form_of_record)}));
 }
@@ -107,7 +107,7 @@ TEST_F(WifiAp, IsRefusedAsADocumentAfterADowngrade)
     begin_set("1.3");
     push_document(whole_document);
     agent_becomes("1.2");
-    EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{-22}));
+    EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{KORVANE_ERROR_INVALID_PARAMETER}));
     EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_apinfo_get_ssid", other_form_of_json)}));
     platform.log.clear();
     EXPECT_EQ(korvane_unset_wifi_ap_provisioning_cb(handle), ok); // releases the document in its own form

@@ -294,7 +294,7 @@ TEST_P(CloudOfAgent, IssuesATokenThatCanBeVerified)
         EXPECT_EQ(home.count_in_journal({token.text}), 0) << "never shown";
     }
     if (knows(2003)) {
-        EXPECT_EQ(device.token("no document").result, -22);
+        EXPECT_EQ(device.token("no document").result, KORVANE_ERROR_INVALID_PARAMETER);
     }
 }
 

@@ -21,7 +21,6 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace kv::test;
@@ -206,31 +205,17 @@ void forbid_changes_of_flags()
 TEST(ControlListener, DoesNotBlockIfFlagsCannotBeChanged)
 {
     AgentHome home;
-    const pid_t agent = ::fork();
-    ASSERT_GE(agent, 0);
-    if (agent == 0) {
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    ChildProcess agent{[] {
         forbid_changes_of_flags();
         ::execl(KORVANE_AGENT_PATH, KORVANE_AGENT_PATH, static_cast<char *>(nullptr));
-        ::_exit(127);
-    }
-    for (int i = 0;
-         i < static_cast<int>(test_timeout.count()) / 10 && !std::filesystem::exists(home.runtime() / "control.json");
-         ++i)
-        ::poll(nullptr, 0, 10);
+        return 127;
+    }};
+    ASSERT_TRUE(wait_until([&] { return std::filesystem::exists(home.runtime() / "control.json"); }));
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(ControlConnection{home}.get("/v1/state?path=running").status, 200) << i;
     // An agent that blocks in accept() serves the next client, and nothing else: it does not even stop.
-    ::kill(agent, SIGTERM);
-    pid_t ended = 0;
-    for (int i = 0;
-         i < static_cast<int>(test_timeout.count()) / 10 && (ended = ::waitpid(agent, nullptr, WNOHANG)) == 0; ++i)
-        ::poll(nullptr, 0, 10);
-    EXPECT_EQ(ended, agent);
-    if (ended == 0) {
-        ::kill(agent, SIGKILL);
-        ::waitpid(agent, nullptr, 0);
-    }
+    agent.signal(SIGTERM);
+    EXPECT_NE(agent.wait(), std::nullopt);
 }
 
 TEST(ControlLeftOvers, OfAKilledAgentAreRemoved)

@@ -2,6 +2,7 @@
 // Certificates and tokens, verified by OpenSSL with the authority's certificate only.
 #include "agent/cloud/token.hpp"
 #include "support/signing_request.hpp"
+#include "testing/support/temporary_directory.hpp"
 
 #include <openssl/ecdsa.h>
 
@@ -133,13 +134,6 @@ TEST(Authority, DropsTheOldestOfTooManyCertificates)
 
 class AuthorityFiles : public testing::Test {
 protected:
-    AuthorityFiles()
-    {
-        std::string path = std::filesystem::temp_directory_path() / "korvane-authority-XXXXXX";
-        root_ = ::mkdtemp(path.data());
-    }
-    ~AuthorityFiles() override { std::filesystem::remove_all(root_); }
-
     std::string directory() const { return root_ / "ca"; }
     std::string key_file() const { return root_ / "ca" / "ca.key"; }
     std::string certificate_file() const { return root_ / "ca" / "ca.pem"; }
@@ -161,7 +155,7 @@ protected:
     }
 
 private:
-    std::filesystem::path root_;
+    TemporaryDirectory root_;
 };
 
 TEST_F(AuthorityFiles, AreCreatedOnceAndForTheirOwnerOnly)

@@ -1,28 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "child.hpp"
 
+#include "testing/support/wait.hpp"
+
 #include <gtest/gtest.h>
 
 #include <poll.h>
-#include <sched.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <stdexcept>
 
 namespace kv::test {
 
 namespace {
-
-using std::chrono::steady_clock;
-constexpr auto deadline = std::chrono::seconds(30);
 
 [[noreturn]] void run_body(const Environment &environment, const std::function<void()> &body)
 {
@@ -71,13 +66,12 @@ ChildResult in_child(const Environment &environment, const std::function<void()>
 
     ChildResult result;
     std::vector<char> packet(2 << 20);
-    const auto end = steady_clock::now() + deadline;
+    const Deadline deadline{test_timeout};
     for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now()).count();
         pollfd readable{ends[0], POLLIN, 0};
-        if (left <= 0 || poll(&readable, 1, static_cast<int>(left)) == 0) {
+        if (deadline.has_passed() || poll(&readable, 1, deadline.milliseconds_left()) == 0) {
             kill(child, SIGKILL);
-            ADD_FAILURE() << "the child exceeded the deadline";
+            ADD_FAILURE() << "the child does not end";
             break;
         }
         const ssize_t size = recv(ends[0], packet.data(), packet.size(), 0);
@@ -88,37 +82,6 @@ ChildResult in_child(const Environment &environment, const std::function<void()>
     close(ends[0]);
     waitpid(child, &result.status, 0);
     return result;
-}
-
-TemporaryDirectory::TemporaryDirectory() : path_(testing::TempDir() + "/kv-host-XXXXXX")
-{
-    if (!mkdtemp(path_.data()))
-        throw std::runtime_error("mkdtemp");
-}
-
-TemporaryDirectory::~TemporaryDirectory()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
-std::string contents_of(const std::string &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-bool wait_until(const std::function<bool()> &condition)
-{
-    const auto end = steady_clock::now() + deadline;
-    while (!condition()) {
-        if (steady_clock::now() > end)
-            return false;
-        sched_yield();
-    }
-    return true;
 }
 
 } // namespace kv::test

@@ -22,27 +22,8 @@ struct ChildResult {
 using Environment = std::map<std::string, std::optional<std::string>>; ///< without a value the variable is unset
 
 /// Runs the body in a child and returns what it writes to stderr. A failed EXPECT or ASSERT of the body gives a status
-/// other than 0. A child that exceeds the deadline is killed.
+/// other than 0. A child that does not end within the timeout of tests is killed.
 ChildResult in_child(const Environment &environment, const std::function<void()> &body);
-
-/// A directory that the destructor removes with its content.
-class TemporaryDirectory {
-public:
-    TemporaryDirectory();
-    ~TemporaryDirectory();
-    TemporaryDirectory(const TemporaryDirectory &) = delete;
-    TemporaryDirectory &operator=(const TemporaryDirectory &) = delete;
-    const std::string &path() const { return path_; }
-    std::string operator/(const std::string &name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
-};
-
-std::string contents_of(const std::string &path);
-
-/// Waits until the condition is true; false at the deadline.
-bool wait_until(const std::function<bool()> &condition);
 
 inline bool contains(const std::string &text, const std::string &part)
 {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // A message bus that is absent, at another address, silent, or ended. Runs under dbus-run-session.
 #include "event_fixture.hpp"
+#include "testing/support/child_process.hpp"
+#include "testing/support/temporary_directory.hpp"
 
 #include <dlfcn.h>
 #include <sys/socket.h>
@@ -24,36 +26,24 @@ namespace {
 class OwnBus {
 public:
     explicit OwnBus(const TemporaryDirectory &directory, const std::string &configuration = "--session")
-        : address("unix:path=" + (directory / "bus"))
+        : address("unix:path=" + (directory / "bus").string()),
+          daemon_({.words = {"dbus-daemon", configuration, "--nofork", "--nosyslog", "--address=" + address,
+                             "--print-address=1"}})
     {
-        int ends[2];
-        if (pipe(ends) != 0)
-            throw std::runtime_error("pipe");
-        daemon_ = start({"dbus-daemon", configuration, "--nofork", "--nosyslog", "--address=" + address,
-                         "--print-address=" + std::to_string(ends[1])});
-        close(ends[1]);
-        char ready[256]; // its address, printed once it listens
-        if (read(ends[0], ready, sizeof ready) <= 0)
+        if (!daemon_.wait_for_line()) // the daemon prints its address when it listens
             throw std::runtime_error("dbus-daemon does not start");
-        close(ends[0]);
     }
-    ~OwnBus() { stop(); }
-    OwnBus(const OwnBus &) = delete;
-    OwnBus &operator=(const OwnBus &) = delete;
 
     void stop()
     {
-        if (daemon_ > 0) {
-            kill(daemon_, SIGKILL);
-            waitpid(daemon_, nullptr, 0);
-        }
-        daemon_ = -1;
+        daemon_.signal(SIGKILL);
+        wait_for_exit(daemon_.pid());
     }
 
     const std::string address;
 
 private:
-    pid_t daemon_ = -1;
+    ChildProcess daemon_;
 };
 
 } // namespace
@@ -62,10 +52,10 @@ TEST(EventBusTest, FailsAtOnceWithOneLineWithoutABus)
 {
     const TemporaryDirectory directory;
     const Environment nothing_set = {{"DBUS_SESSION_BUS_ADDRESS", {}}, {"XDG_RUNTIME_DIR", {}}};
-    const Environment no_socket = {{"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (directory / "none")}};
+    const Environment no_socket = {{"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (directory / "none").string()}};
     const Environment no_system_bus = {{"KORVANE_BUS", "system"},
-                                       {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (directory / "none")}};
-    const Environment no_own_bus = {{"KORVANE_BUS", "unix:path=" + (directory / "none")}};
+                                       {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (directory / "none").string()}};
+    const Environment no_own_bus = {{"KORVANE_BUS", "unix:path=" + (directory / "none").string()}};
     const Environment no_address = {{"KORVANE_BUS", "printer"}};
     for (Environment environment : {nothing_set, no_socket, no_system_bus, no_own_bus, no_address}) {
         environment["KORVANE_LOG"] = "error:stderr";
@@ -152,7 +142,7 @@ TEST(EventBusTest, DoesNotBlockOnASilentBus)
 {
     const TemporaryDirectory directory;
     const SilentSocket silent(directory / "bus");
-    const ChildResult result = in_child({{"KORVANE_BUS", "unix:path=" + (directory / "bus")}}, [] {
+    const ChildResult result = in_child({{"KORVANE_BUS", "unix:path=" + (directory / "bus").string()}}, [] {
         const auto start_time = std::chrono::steady_clock::now();
         const Listener listener;
         EXPECT_EQ(listener.result, 0);
@@ -174,7 +164,7 @@ TEST(EventBusTest, LogsOneLineWhenTheBusClosesAtOnce)
     const TemporaryDirectory directory;
     const SilentSocket silent(directory / "bus");
     Environment environment = errors_only;
-    environment["KORVANE_BUS"] = "unix:path=" + (directory / "bus");
+    environment["KORVANE_BUS"] = "unix:path=" + (directory / "bus").string();
     const ChildResult result = in_child(environment, [&] {
         const auto before = open_descriptors();
         const Listener listener;
@@ -192,7 +182,7 @@ std::string shared_bus_configuration(const TemporaryDirectory &directory)
                                              "<policy context=\"default\"><allow user=\"*\"/><allow own=\"*\"/>"
                                              "<allow send_destination=\"*\"/><allow receive_sender=\"*\"/>"
                                              "<allow send_type=\"signal\"/></policy></busconfig>";
-    return "--config-file=" + (directory / "bus.conf");
+    return "--config-file=" + (directory / "bus.conf").string();
 }
 
 TEST(EventSenderTest, OfAnotherUserIsNotTrustedOnASharedBus)

@@ -2,21 +2,19 @@
 #pragma once
 
 #include "child.hpp"
+#include "testing/support/read_file.hpp"
+#include "testing/support/wait.hpp"
+
 #include <app_event.h>
 #include <app_event_publish.h>
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <glib.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <string>
-#include <vector>
 
 /// Application events over a real message bus.
 namespace kv::test {
@@ -25,7 +23,7 @@ inline constexpr const char *update_status = "org.example.ServiceManager.UpdateS
 
 inline bool has_bus_library()
 {
-    return contents_of("/proc/self/maps").find("libsystemd") != std::string::npos;
+    return read_file("/proc/self/maps").find("libsystemd") != std::string::npos;
 }
 
 inline std::ptrdiff_t open_descriptors()
@@ -105,22 +103,6 @@ inline std::string text_in(bundle *data, const char *key)
 {
     char *text = nullptr;
     return bundle_get_str(data, key, &text) == 0 ? text : "(none)";
-}
-
-/// Starts a command.
-inline pid_t start(const std::vector<std::string> &command)
-{
-    const pid_t child = fork();
-    if (child != 0)
-        return child;
-    std::vector<char *> arguments;
-    for (const std::string &argument : command)
-        arguments.push_back(const_cast<char *>(argument.c_str()));
-    arguments.push_back(nullptr);
-    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    dup2(nowhere, STDERR_FILENO); // its errors must not appear in the output of the test
-    execvp(arguments[0], arguments.data());
-    _exit(127);
 }
 
 inline const Environment errors_only = {{"KORVANE_LOG", "error:stderr"}};

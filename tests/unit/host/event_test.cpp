@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Application events over a real message bus. Runs under dbus-run-session.
 #include "event_fixture.hpp"
+#include "testing/support/child_process.hpp"
 
 #include <algorithm>
 #include <chrono>
@@ -15,11 +16,8 @@ const bool had_bus_library_at_start = has_bus_library();
 /// Sends an event with another implementation of the bus protocol. The payload is GVariant text.
 void send_with_gdbus(const std::string &payload)
 {
-    const pid_t sender =
-        start({"gdbus", "emit", "--session", "--object-path", "/any/path", "--signal", update_status, payload});
-    int status = -1;
-    waitpid(sender, &status, 0);
-    ASSERT_EQ(status, 0) << payload;
+    output_of(
+        {.words = {"gdbus", "emit", "--session", "--object-path", "/any/path", "--signal", update_status, payload}});
 }
 
 } // namespace

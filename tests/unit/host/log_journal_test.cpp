@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "child.hpp"
+#include "testing/support/temporary_directory.hpp"
 #include <dlog.h>
 
 #include <gtest/gtest.h>

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "child.hpp"
+#include "testing/support/read_file.hpp"
+#include "testing/support/temporary_directory.hpp"
+#include "testing/support/wait.hpp"
 #include <dlog.h>
 
 #include <gtest/gtest.h>
@@ -328,7 +331,7 @@ TEST(LogFileTest, IsAppendedToAndPrivate)
     struct stat status {};
     ASSERT_EQ(stat(path.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
-    const std::string text = contents_of(path);
+    const std::string text = read_file(path);
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 6);
 }
 

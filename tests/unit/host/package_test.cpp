@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "child.hpp"
+#include "testing/support/read_file.hpp"
+#include "testing/support/temporary_directory.hpp"
 #include <package_info.h>
 #include <package_info_write.h>
 
@@ -176,11 +178,11 @@ TEST_F(PackageTest, InstallsReplacesAndRemovesAnEntry)
 {
     setenv("KORVANE_PACKAGE_DIR", (directory / "made/when/missing").c_str(), 1);
     ASSERT_EQ(package_info_install("agent", "1.0", "/usr/bin/agent", "--quiet 'a b'", "home"), 0);
-    EXPECT_EQ(contents_of(directory / "made/when/missing/agent.package"),
+    EXPECT_EQ(read_file(directory / "made/when/missing/agent.package"),
               "[Package]\nVersion=1.0\nExecutable=/usr/bin/agent\nArguments=--quiet 'a b'\nGroup=home\n");
     EXPECT_EQ(version_of("agent"), "1.0");
     ASSERT_EQ(package_info_install("agent", "2.3.1", nullptr, nullptr, nullptr), 0);
-    EXPECT_EQ(contents_of(directory / "made/when/missing/agent.package"), "[Package]\nVersion=2.3.1\n");
+    EXPECT_EQ(read_file(directory / "made/when/missing/agent.package"), "[Package]\nVersion=2.3.1\n");
     EXPECT_EQ(package_info_uninstall("agent"), 0);
     EXPECT_EQ(version_of("agent"), std::to_string(not_installed));
     EXPECT_EQ(package_info_uninstall("agent"), 0);

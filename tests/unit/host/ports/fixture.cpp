@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fixture.hpp"
 
+#include "testing/support/read_file.hpp"
+#include "testing/support/wait.hpp"
+
 #include <glib.h>
 #include <poll.h>
 #include <signal.h>
@@ -11,7 +14,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <utility>
@@ -21,8 +23,6 @@
 namespace kv::test {
 
 namespace {
-
-constexpr auto deadline = std::chrono::seconds(20);
 
 // The first line fixes the log's destination for the whole process.
 const std::string log_path = [] {
@@ -49,7 +49,7 @@ std::vector<std::string> open_descriptors()
 bool wait_readable(int descriptor)
 {
     pollfd waiting{descriptor, POLLIN, 0};
-    return poll(&waiting, 1, static_cast<int>(std::chrono::milliseconds(deadline).count())) == 1;
+    return poll(&waiting, 1, static_cast<int>(test_timeout.count())) == 1;
 }
 
 } // namespace
@@ -60,7 +60,7 @@ PortsTest::PortsTest() : runtime(directory / "run"), packages(directory / "packa
     mkdir(packages.c_str(), 0755);
     setenv("KORVANE_RUNTIME_DIR", runtime.c_str(), 1);
     setenv("KORVANE_PACKAGE_DIR", packages.c_str(), 1);
-    log_start = contents_of(log_path).size();
+    log_start = read_file(log_path).size();
     descriptors_before_ = open_descriptors();
 }
 
@@ -79,13 +79,13 @@ void PortsTest::install_package(const std::string &further_keys) const
 
 std::string PortsTest::log()
 {
-    return contents_of(log_path).substr(log_start);
+    return read_file(log_path).substr(log_start);
 }
 
 bool run_until(const std::function<bool()> &condition)
 {
     bool late = false;
-    GSource *limit = g_timeout_source_new(static_cast<guint>(std::chrono::milliseconds(deadline).count()));
+    GSource *limit = g_timeout_source_new(static_cast<guint>(test_timeout.count()));
     g_source_set_callback(
         limit, [](gpointer flag) -> gboolean { return *static_cast<bool *>(flag) = true, TRUE; }, &late, nullptr);
     g_source_attach(limit, nullptr);

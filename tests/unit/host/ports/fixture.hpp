@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "testing/support/temporary_directory.hpp"
 #include "unit/host/child.hpp"
 #include <rpc_port.h>
 #include <rpc_port_stub.h>
@@ -43,7 +44,8 @@ private:
     std::vector<std::string> descriptors_before_;
 };
 
-/// Runs the loop until the condition is true; false at the deadline.
+/// Runs the loop until the condition is true. Returns false on timeout. Unlike run_main_loop_until() it does not wake the
+/// loop periodically, because tests count wake-ups.
 bool run_until(const std::function<bool()> &condition);
 /// Runs the sources that are ready, without waiting.
 void run_ready_sources();

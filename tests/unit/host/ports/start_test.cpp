@@ -15,6 +15,9 @@
 
 #include "fixture.hpp"
 
+#include "testing/support/read_file.hpp"
+#include "testing/support/wait.hpp"
+
 namespace kv::test {
 namespace {
 
@@ -34,7 +37,7 @@ std::string status_line(const std::string &name, pid_t pid)
 struct Run {
     Run()
     {
-        std::string arguments = contents_of("/proc/self/cmdline");
+        std::string arguments = read_file("/proc/self/cmdline");
         const size_t at = arguments.find(std::string("\0--as-agent\0", 12));
         if (at != std::string::npos)
             serve(arguments.c_str() + at + 12);
@@ -202,7 +205,7 @@ TEST_F(AgentStartTest, FailsAtOnceIfTheExecutableIsMissing)
 TEST_F(AgentStartTest, ReportsAnExecutableWithoutPermission)
 {
     std::ofstream(directory / "agent") << "not executable";
-    install_package("Executable=" + (directory / "agent") + "\n");
+    install_package("Executable=" + (directory / "agent").string() + "\n");
     Proxy proxy;
     EXPECT_EQ(-EACCES, proxy.connect());
 }

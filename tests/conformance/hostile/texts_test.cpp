@@ -206,9 +206,9 @@ std::string escaped(const std::string &text)
     for (char byte : text) {
         if (auto found = named.find(byte); found != named.end()) {
             result += found->second;
-        } else if (byte >= 0 && byte < 32) {
+        } else if (const auto code = static_cast<unsigned char>(byte); code < 32) {
             char number[8];
-            std::snprintf(number, sizeof number, "\\u%04x", static_cast<unsigned>(byte));
+            std::snprintf(number, sizeof number, "\\u%04x", static_cast<unsigned>(code));
             result += number;
         } else {
             result += byte;

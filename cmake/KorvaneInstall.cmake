@@ -33,6 +33,7 @@ if(TARGET korvane-test)
     install(TARGETS korvane-test EXPORT korvane-targets)
     install(FILES ${PROJECT_SOURCE_DIR}/testing/korvane_test.h ${PROJECT_SOURCE_DIR}/testing/korvane_test.hpp TYPE INCLUDE)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/testing/example DESTINATION ${CMAKE_INSTALL_DOCDIR}/testing)
+    list(APPEND pkg_config_packages korvane-test)
 endif()
 if(TARGET korvanectl)
     # korvanectl prints these scripts; each calls korvanectl for its completions.

@@ -11,8 +11,9 @@ function(build name source)
 endfunction()
 
 build(outside ${SOURCE}/outside -D WANTED_VERSION=${VERSION})
-run_application(${WORK}/outside/outside-c)
-run_application(${WORK}/outside/outside-cpp)
+foreach(program outside-c outside-cpp outside-test-c outside-test-cpp)
+    run_application(${WORK}/outside/${program})
+endforeach()
 
 # A request for a later minor version or another major version must fail.
 string(REPLACE "." ";" parts ${VERSION})

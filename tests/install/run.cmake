@@ -13,7 +13,9 @@ function(run)
     endif()
 endfunction()
 
-# run_application(<program>) runs a program of an outside project without an installed agent.
+# run_application(<program> [<library directory>]) runs a program of an outside project without an installed agent. The tests
+# of that project start the agent in the installed tree.
 function(run_application program)
-    run(${CMAKE_COMMAND} -E env KORVANE_PACKAGE_DIR=${WORK}/no-packages LD_LIBRARY_PATH=${ARGN} ${program})
+    run(${CMAKE_COMMAND} -E env KORVANE_PACKAGE_DIR=${WORK}/no-packages KORVANE_AGENT=${PREFIX}/bin/korvane-agent
+        LD_LIBRARY_PATH=${ARGN} ${program})
 endfunction()

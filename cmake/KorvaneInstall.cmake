@@ -36,18 +36,11 @@ if(TARGET korvane-test)
     list(APPEND pkg_config_packages korvane-test)
 endif()
 if(TARGET korvanectl)
-    # korvanectl prints these scripts; each calls korvanectl for its completions.
-    foreach(shell_and_place IN ITEMS
-            "bash|${CMAKE_INSTALL_DATADIR}/bash-completion/completions/korvanectl"
-            "zsh|${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions/_korvanectl")
-        string(REPLACE "|" ";" shell_and_place "${shell_and_place}")
-        list(GET shell_and_place 0 shell)
-        list(GET shell_and_place 1 place)
-        cmake_path(GET place PARENT_PATH folder)
-        cmake_path(GET place FILENAME name)
-        install(FILES ${PROJECT_BINARY_DIR}/tools/ctl/completion.${shell} DESTINATION ${folder} RENAME ${name}
-            OPTIONAL)
-    endforeach()
+    set(completion_scripts ${PROJECT_SOURCE_DIR}/tools/ctl/completion)
+    install(FILES ${completion_scripts}/korvanectl.bash
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME korvanectl)
+    install(FILES ${completion_scripts}/korvanectl.zsh
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions RENAME _korvanectl)
 endif()
 foreach(example first-device washer hub sensor common)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/${example} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)

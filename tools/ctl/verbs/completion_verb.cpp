@@ -2,6 +2,7 @@
 #include "verbs.hpp"
 
 #include "tools/ctl/cli/choice.hpp"
+#include "tools/ctl/completion/completion_scripts.hpp"
 #include "tools/ctl/output/failure.hpp"
 
 #include <CLI/CLI.hpp>
@@ -11,43 +12,6 @@
 namespace kv::ctl {
 
 namespace {
-
-// Both scripts take their candidates from this program, which also lists the commands of the running agent. Candidates are data
-// of another process: the scripts compare and insert them, quoted, and never expand or evaluate them.
-
-constexpr const char *bash_script = R"sh(# bash completion for korvanectl
-_korvanectl()
-{
-    local name names
-    COMPREPLY=()
-    mapfile -t names < <(korvanectl --complete "${COMP_WORDS[@]:1:COMP_CWORD}" 2>/dev/null)
-    for name in "${names[@]}"; do
-        if [[ ${name:0:${#2}} == "$2" ]]; then
-            printf -v name '%q' "$name"
-            COMPREPLY+=("$name")
-        fi
-    done
-}
-complete -o default -F _korvanectl korvanectl
-)sh";
-
-constexpr const char *zsh_script = R"sh(#compdef korvanectl
-_korvanectl()
-{
-    local -a names
-    names=("${(@f)$(korvanectl --complete "${(@)words[2,CURRENT]}" 2>/dev/null)}")
-    if [[ -n $names ]]; then
-        compadd -- "${(@)names}"
-    else
-        _files
-    fi
-}
-if [[ $funcstack[1] == _korvanectl ]]; then
-    _korvanectl "$@"
-else
-    compdef _korvanectl korvanectl
-fi
-)sh";
 
 const std::vector<std::string> shells{"bash", "zsh"};
 

@@ -29,7 +29,9 @@ target_compile_options(kv_warnings INTERFACE
 add_library(kv_device_code INTERFACE)
 target_compile_options(kv_device_code INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
-    -ffunction-sections -fdata-sections)
+    -ffunction-sections -fdata-sections
+    # An ABI check reads the types of exported functions from the debug information; the -g1 of the presets has none.
+    $<$<CONFIG:RelWithDebInfo>:-g2>)
 target_link_libraries(kv_device_code INTERFACE kv_warnings)
 
 # Options that make the library small: on a device, flash and memory cost more than the few instructions per call that this

@@ -282,6 +282,48 @@ TEST(EventSenderTest, MustOwnTheConfiguredName)
     EXPECT_EQ(result.status, 0) << result.text();
 }
 
+/// Sends an update event to single connections, as a broadcast is not: the bus then checks no match rule of the receiver.
+void send_to_first_connections(int count)
+{
+    void *bus = nullptr;
+    ASSERT_GE(bus_function<int(void **)>("sd_bus_open_user")(&bus), 0);
+    for (int i = 0; i < count; ++i) {
+        void *message = nullptr;
+        ASSERT_GE(
+            bus_function<int(void *, void **, const char *, const char *, const char *)>("sd_bus_message_new_signal")(
+                bus, &message, "/any/path", "org.example.ServiceManager", "UpdateStatus"),
+            0);
+        ASSERT_GE(bus_function<int(void *, const char *, ...)>("sd_bus_message_append")(message, "a{sv}", 0), 0);
+        bus_function<int(void *, void *, const char *, std::uint64_t *)>("sd_bus_send_to")(
+            bus, message, (":1." + std::to_string(i)).c_str(), nullptr);
+        bus_function<void *(void *)>("sd_bus_message_unref")(message);
+    }
+    bus_function<void *(void *)>("sd_bus_flush_close_unref")(bus);
+}
+
+TEST(EventSenderTest, OfAnEventToOneProcessIsNotTrusted)
+{
+    const TemporaryDirectory directory;
+    const OwnBus bus(directory);
+    for (const char *name : {"", "org.example.ServiceManager"}) {
+        const ChildResult result = in_child({{"KORVANE_LOG", "error:stderr"},
+                                             {"DBUS_SESSION_BUS_ADDRESS", bus.address},
+                                             {"KORVANE_EVENT_SENDER", name}},
+                                            [] {
+                                                Listener listener;
+                                                unsetenv("KORVANE_EVENT_SENDER");
+                                                Listener last("org.example.ServiceManager.Last");
+                                                wait_until_subscribed();
+                                                send_to_first_connections(64);
+                                                publish("org.example.ServiceManager.Last");
+                                                EXPECT_TRUE(loop_until([&] { return last.count == 1; }));
+                                                EXPECT_EQ(listener.count, 0);
+                                            });
+        EXPECT_EQ(result.status, 0) << result.text();
+        EXPECT_TRUE(contains(result.text(), "it was sent to this process only")) << name << result.text();
+    }
+}
+
 TEST(EventBusTest, WorksInTheParentAfterAFork)
 {
     const ChildResult result = in_child(errors_only, [] {

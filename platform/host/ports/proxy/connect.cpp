@@ -178,6 +178,7 @@ void wait_for_reply(Proxy *proxy, Links links)
     proxy->state = ProxyState::handshaking;
     proxy->reply_received = 0;
     proxy->main_watch = g_source_add_unix_fd(proxy->source.get(), proxy->main.fd.get(), G_IO_IN);
+    proxy->callback_watch = g_source_add_unix_fd(proxy->source.get(), proxy->callback.fd.get(), G_IO_HUP);
     g_source_set_ready_time(proxy->source.get(), proxy->deadline);
 }
 
@@ -245,7 +246,7 @@ void become_connected(Proxy *proxy)
     // The loop watches the main link only for its end.
     GSource *source = proxy->source.get();
     g_source_modify_unix_fd(source, proxy->main_watch, G_IO_HUP);
-    proxy->callback_watch = g_source_add_unix_fd(source, proxy->callback.fd.get(), G_IO_IN);
+    g_source_modify_unix_fd(source, proxy->callback_watch, G_IO_IN);
     main.source = source;
     proxy->callback.source = source;
     dlog_print(log_info, log_tag, "port %s of %s: connected", proxy->port_name.get(), proxy->appid.get());
@@ -324,7 +325,9 @@ void receive_reply(Proxy *proxy)
                         MSG_DONTWAIT);
     } while (received < 0 && errno == EINTR);
     const bool nothing = received < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
-    if (nothing && !deadline_has_passed(proxy)) {
+    // An agent that has lost the callback link never replies. One that refuses replies before it closes the links.
+    const bool callback_ended = g_source_query_unix_fd(proxy->source.get(), proxy->callback_watch) != 0;
+    if (nothing && !callback_ended && !deadline_has_passed(proxy)) {
         g_source_set_ready_time(proxy->source.get(), proxy->deadline);
         return;
     }
@@ -332,8 +335,8 @@ void receive_reply(Proxy *proxy)
     const char *appid = proxy->appid.get();
     if (received <= 0) {
         dlog_print(log_error, log_tag, "port %s of %s: %s", port_name, appid,
-                   nothing ? "the agent does not reply to the handshake (KORVANE_CONNECT_TIMEOUT_MS)"
-                           : "the agent closed the link during the handshake");
+                   nothing && !callback_ended ? "the agent does not reply to the handshake (KORVANE_CONNECT_TIMEOUT_MS)"
+                                              : "the agent closed the link during the handshake");
         return reject(proxy, -EIO);
     }
     proxy->reply_received += static_cast<size_t>(received);

@@ -216,6 +216,36 @@ TEST_F(ProxyHandshakeTest, IsRejectedByAReplyCutAtAnyByte)
     }
 }
 
+TEST_F(ProxyHandshakeTest, IsRejectedAtOnceByTheEndOfTheCallbackLink)
+{
+    RawListener agent(socket_path());
+    Proxy proxy;
+    ASSERT_EQ(0, proxy.connect());
+    RawLink main = agent.accept();
+    {
+        const RawLink callback = agent.accept();
+        run_ready_sources();
+        EXPECT_EQ(0, proxy.connected + proxy.rejected);
+    }
+    EXPECT_TRUE(run_until([&] { return proxy.rejected == 1; }));
+    EXPECT_EQ(-5, proxy.last_result);
+    EXPECT_TRUE(contains(log(), "the agent closed the link during the handshake")) << log();
+}
+
+TEST_F(ProxyHandshakeTest, ReadsARefusalBeforeTheEndOfTheLinks)
+{
+    RawListener agent(socket_path());
+    Proxy proxy;
+    ASSERT_EQ(0, proxy.connect());
+    {
+        RawLink main = agent.accept();
+        const RawLink callback = agent.accept();
+        main.send(handshake_reply(-13));
+    }
+    EXPECT_TRUE(run_until([&] { return proxy.rejected == 1; }));
+    EXPECT_EQ(-13, proxy.last_result);
+}
+
 TEST_F(ProxyHandshakeTest, IsRejectedByAnotherProtocol)
 {
     for (const std::string &bad :

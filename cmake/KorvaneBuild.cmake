@@ -25,14 +25,16 @@ target_compile_options(kv_warnings INTERFACE
     $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>
     $<$<BOOL:${KORVANE_WERROR}>:-Werror>)
 
+include(KorvaneHardening)
+
 # Options for code that is linked into a device application: no exceptions and no RTTI, so that no C++ runtime is loaded.
 add_library(kv_device_code INTERFACE)
 target_compile_options(kv_device_code INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
-    -ffunction-sections -fdata-sections
+    -ffunction-sections -fdata-sections ${shadow_stack}
     # An ABI check reads the types of exported functions from the debug information; the -g1 of the presets has none.
     $<$<CONFIG:RelWithDebInfo>:-g2>)
-target_link_libraries(kv_device_code INTERFACE kv_warnings)
+target_link_libraries(kv_device_code INTERFACE kv_warnings kv_hardening)
 
 # Options that make the library small: on a device, flash and memory cost more than the few instructions per call that this
 # adds. Nothing is unwound through the library, because no callback may throw; a debugger uses the debug information. -Oz and
@@ -45,7 +47,12 @@ add_library(kv_small_code INTERFACE)
 target_compile_options(kv_small_code INTERFACE
     $<$<NOT:$<CONFIG:Debug>>:$<IF:$<BOOL:${KORVANE_HAS_OZ}>,-Oz,-Os>>
     $<$<BOOL:${KORVANE_HAS_ALIGN_DATA}>:-malign-data=abi>
-    -fno-asynchronous-unwind-tables -fno-unwind-tables)
+    -fno-asynchronous-unwind-tables -fno-unwind-tables
+    # The strong form also guards functions that pass the address of a local. Most exported functions do, and would become
+    # 4.7 kB larger, so only the targets that decode another process's data have it: those with KV_DECODES.
+    $<IF:$<BOOL:$<TARGET_PROPERTY:KV_DECODES>>,${strong_stack_protector},${stack_protector}>
+    # Symbols are bound when the library is loaded, so a call through its table needs no stub.
+    $<${hardened}:-fno-plt>)
 target_link_libraries(kv_small_code INTERFACE kv_device_code)
 
 # Linker options that make the library small. Packed relocations take bits instead of 24 bytes for each address in a table
@@ -54,9 +61,12 @@ target_link_libraries(kv_small_code INTERFACE kv_device_code)
 include(CheckLinkerFlag)
 check_linker_flag(C -Wl,-z,pack-relative-relocs KORVANE_PACKS_RELOCATIONS)
 check_linker_flag(C -Wl,-z,noseparate-code KORVANE_SHARES_SEGMENTS)
+# The start files run constructors of old compilers and destructors of static objects. The library has neither; a static
+# object with a destructor would not link.
 set(kv_small_link_options
     $<$<BOOL:${KORVANE_PACKS_RELOCATIONS}>:-Wl,-z,pack-relative-relocs>
-    $<$<BOOL:${KORVANE_SHARES_SEGMENTS}>:-Wl,-z,noseparate-code>)
+    $<$<BOOL:${KORVANE_SHARES_SEGMENTS}>:-Wl,-z,noseparate-code>
+    $<${hardened}:-nostartfiles>)
 
 # A shared library links only if every symbol it uses is defined. clang links the sanitizers' runtime into the program
 # and not into its libraries, so a library built by clang for a sanitizer always has undefined symbols.

@@ -47,6 +47,9 @@ endforeach()
 list(APPEND may_use_tests/matrix tests/conformance/)
 list(APPEND may_use_tests/header tests/conformance/ tests/matrix/)
 
+# The reliability run uses the application of the end-to-end tests.
+list(APPEND may_use_tests/sturdy tests/e2e/)
+
 # An include names a header of its own folder, or the path from the root or from tests/, or a public header.
 set(search . tests platform/include include)
 

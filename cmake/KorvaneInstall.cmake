@@ -15,6 +15,7 @@ set_target_properties(kv_platform_api PROPERTIES EXPORT_NAME platform_api)
 set_target_properties(korvane PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(TARGETS korvane kv_platform_api EXPORT korvane-targets)
 install(FILES ${PROJECT_SOURCE_DIR}/include/korvane.h TYPE INCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/bindings/cpp/include/ TYPE INCLUDE)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/include/ DESTINATION ${platform_include_dir} FILES_MATCHING PATTERN *.h)
 set(pkg_config_packages korvane)
 

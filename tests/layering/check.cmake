@@ -5,9 +5,10 @@
 cmake_minimum_required(VERSION 3.25)
 
 # What each layer may include of the tree besides its own folder: paths from the root, as regular expressions.
-set(layers include platform/include platform/host common src/kv_master src/korvane_master_proxy src/korvane agent testing
+set(layers include bindings/cpp platform/include platform/host common src/kv_master src/korvane_master_proxy src/korvane agent testing
     tools examples)
 set(may_use_include "")
+set(may_use_bindings/cpp include/)
 set(may_use_platform/include "")
 set(may_use_platform/host platform/include/)
 set(may_use_common platform/include/ include/)
@@ -34,7 +35,7 @@ foreach(group IN LISTS agent_groups)
     list(APPEND below ${folders})
 endforeach()
 # An application sees the public header and nothing more.
-set(may_use_examples include/)
+set(may_use_examples include/ bindings/cpp/include/)
 
 # A test may include any part of the tree and the shared helpers, but nothing of the tests in another folder.
 file(GLOB test_folders RELATIVE "${ROOT}" "${ROOT}/tests/*")
@@ -43,15 +44,17 @@ foreach(folder IN LISTS test_folders)
     list(APPEND layers ${folder})
     set(may_use_${folder} common/ src/ platform/ agent/ testing/ tools/ kits/ bindings/ include/ tests/support/)
 endforeach()
-# The matrices use the fixture of the conformance tests, and the tests of the header use the table of the matrices.
+# The matrices and the tests of the C++ API use fixtures of the conformance tests, and the tests of the header use the table
+# of the matrices.
 list(APPEND may_use_tests/matrix tests/conformance/)
+list(APPEND may_use_tests/bindings tests/conformance/)
 list(APPEND may_use_tests/header tests/conformance/ tests/matrix/)
 
 # The reliability run uses the application of the end-to-end tests.
 list(APPEND may_use_tests/sturdy tests/e2e/)
 
 # An include names a header of its own folder, or the path from the root or from tests/, or a public header.
-set(search . tests platform/include include)
+set(search . tests platform/include include bindings/cpp/include)
 
 set(breaches 0)
 set(files_read 0)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Agents that are killed while an application calls them, and a long run of calls and events. Neither may take memory or
 // descriptors that it does not give back.
-#include "e2e/application.hpp"
+#include "e2e/fixtures/application.hpp"
 #include "sturdy.hpp"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The links of a connection are cut after every byte of a setup. Every call then returns, and the application is notified.
-#include "e2e/application.hpp"
+#include "e2e/fixtures/application.hpp"
 #include "relay.hpp"
 #include "sturdy.hpp"
 

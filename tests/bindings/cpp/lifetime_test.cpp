@@ -388,7 +388,7 @@ TEST_F(CppLifetime, ASessionThatCannotBeEndedIsMutedAndEndedByTheNextOne)
     open();
     watch_status('a').value().keep();
     const int number = newest();
-    forget_the_agent();
+    clear_agent_state();
     platform.results["package_info_create"] = -18153359; // no agent is installed
     EXPECT_EQ(device.close().error(), Errc::not_supported);
     EXPECT_TRUE(device.is_open());
@@ -401,7 +401,7 @@ TEST_F(CppLifetime, ASessionThatCannotBeEndedIsMutedAndEndedByTheNextOne)
     EXPECT_EQ(korvane::Device::open().error(), Errc::not_supported);
 
     platform.results.clear();
-    forget_the_agent();
+    clear_agent_state();
     open();
     EXPECT_EQ(watched.alive(), 0);
     EXPECT_TRUE(watch_status('b'));

@@ -144,10 +144,12 @@ Outcome cut_links(Form form)
     Times times;
     int cuts = 0;
     int hangs = 0;
-    const int step = form == Form::brief ? 7 : 1;
-    for (int link = 0; link < link_count; ++link)
-        for (int direction : {to_agent, to_application})
-            for (std::int64_t at = 0; at <= sizes[link][direction]; at += step) {
+    const int rounds = form == Form::brief ? 1 : 20;
+    for (int round = 0; round < rounds; ++round)
+        for (int place = 0; place < link_count * direction_count; ++place) {
+            const int link = place / direction_count;
+            const int direction = place % direction_count;
+            for (std::int64_t at = 0; at <= sizes[link][direction]; ++at) {
                 relay.begin(Fault::cut, link, direction, at);
                 Setup run{relay};
                 run.run();
@@ -162,12 +164,13 @@ Outcome cut_links(Form form)
                                                       static_cast<long>(at), link, direction));
                 }
             }
+        }
     relay.begin(Fault::none);
     if (!Setup{relay}.run())
         outcome.failures.push_back("the agent does not serve a setup after the cuts");
     outcome.line = format("%d cuts, %d hangs, median %.1f ms, slowest %.1f ms", cuts, hangs, times.quantile(0.5),
                           times.quantile(1));
-    if (cuts < (form == Form::brief ? 60 : 400))
+    if (cuts < (rounds * 400))
         outcome.failures.push_back("too few cuts to show anything");
     if (form == Form::extended && times.quantile(0.5) > 10)
         outcome.failures.push_back("the median exceeds 10 ms");
@@ -184,7 +187,7 @@ Outcome meet_deadlines(Form form)
     Outcome outcome;
     Times late;
     int calls = 0;
-    const int rounds = form == Form::brief ? 10 : 2000;
+    const int rounds = form == Form::brief ? 50 : 2500;
     for (int i = 0; i < rounds; ++i)
         for (const Fault fault : {Fault::stall, Fault::trickle})
             for (int direction : {to_agent, to_application}) {

@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
-# cmake -D LIST=<file> -D HEADER=<file> -D VERSION_SCRIPT=<file> -D LIBRARY=<file> -D NM=<nm> -D READELF=<readelf>
-#       -P check_exports.cmake
-# Fails and prints every difference unless the list, the header, the version script and the library name the same functions.
+# cmake -D LIST=<file> -D HEADER=<file> -D VERSION_SCRIPT=<file> -D SYMBOLS=<file> -D LIBRARY=<file> -D NM=<nm>
+#       -D READELF=<readelf> -P check_exports.cmake
+# Fails and prints every difference unless the list, the header, the version script, the symbols file of the Debian package and
+# the library name the same functions.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -52,6 +53,10 @@ string(REGEX REPLACE ".*global:(.*)local:.*" "\\1" text "${text}")
 string(REGEX MATCHALL "[^ \t\n;]+" names "${text}")
 compare("version script" "${names}")
 
+file(STRINGS "${SYMBOLS}" names REGEX "^ korvane_")
+list(TRANSFORM names REPLACE "^ ([^@]+)@.*" "\\1")
+compare("symbols file" "${names}")
+
 # Every symbol that a program could use, including data; without the symbol of the version itself (type A).
 run(text ${NM} --dynamic --defined-only --no-sort "${LIBRARY}")
 string(REGEX MATCHALL "[0-9a-f]+ [B-Zb-z] [^\n]+" lines "${text}")
@@ -84,4 +89,4 @@ if(failures GREATER 0)
     message(FATAL_ERROR "${failures} differences")
 endif()
 list(LENGTH listed count)
-message(STATUS "list, header, version script and library agree on ${count} functions")
+message(STATUS "list, header, version script, symbols file and library agree on ${count} functions")

@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
-# Takes the arguments of check_exports.cmake and -D WORK=<folder>. Adds a name to the list, the header and the version script
+# Takes the arguments of check_exports.cmake and -D WORK=<folder>. Adds a name to the list, the header and the other files
 # in turn, or removes one, and checks that check_exports.cmake reports each name.
 
 cmake_minimum_required(VERSION 3.25)
 
-# expect_report(<file> <changed text> <line>): <file> is LIST, HEADER or VERSION_SCRIPT; <line> must be reported.
+# expect_report(<file> <changed text> <line>): <file> is LIST, HEADER, VERSION_SCRIPT or SYMBOLS; <line> must be reported.
 function(expect_report changed text line)
-    set(files LIST HEADER VERSION_SCRIPT LIBRARY)
+    set(files LIST HEADER VERSION_SCRIPT SYMBOLS LIBRARY)
     file(WRITE "${WORK}/changed" "${text}")
     set(${changed} "${WORK}/changed")
     foreach(file IN LISTS files)
@@ -44,3 +44,8 @@ string(REPLACE "korvane_stop;" "" text "${script}")
 expect_report(VERSION_SCRIPT "${text}" "korvane_stop: listed, but not in the version script")
 string(REPLACE "korvane_stop;" "korvane_stop; korvane_*;" text "${script}")
 expect_report(VERSION_SCRIPT "${text}" "korvane_*: in the version script, but not listed")
+
+file(READ "${SYMBOLS}" symbols)
+string(REPLACE " korvane_stop@KORVANE_2 2.3.3\n" "" text "${symbols}")
+expect_report(SYMBOLS "${text}" "korvane_stop: listed, but not in the symbols file")
+expect_report(SYMBOLS "${symbols} korvane_sleep@KORVANE_2 2.3.3\n" "korvane_sleep: in the symbols file, but not listed")

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # kv_add_program_test(<name> [TIMEOUT <seconds>] COMMAND <program> [<argument>...])
 #
-# One entry of ctest. It fails if it takes longer than the timeout (default 120), or leaves a process running; in both
+# One entry of ctest. It fails if it takes longer than the timeout (default 300, long enough for a busy machine), or leaves a process running; in both
 # cases all its processes are killed.
 #
 # kv_add_test(<name> SOURCES <file>... [LIBS <target>...] [DEFINITIONS <def>...] [DBUS] [TIMEOUT <seconds>])
@@ -23,7 +23,7 @@ target_link_libraries(kv-run-test PRIVATE kv_testing_support kv_warnings)
 function(kv_add_program_test name)
     cmake_parse_arguments(arg "" "TIMEOUT" "COMMAND" ${ARGN})
     if(NOT arg_TIMEOUT)
-        set(arg_TIMEOUT 120)
+        set(arg_TIMEOUT 300)
     endif()
     add_test(NAME ${name} COMMAND kv-run-test ${arg_TIMEOUT} ${arg_COMMAND})
     math(EXPR last_resort "${arg_TIMEOUT} + 30") # ctest would leave orphans

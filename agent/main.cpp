@@ -3,6 +3,7 @@
 #include "agent/control/http/http.hpp"
 #include "agent/control/lines.hpp"
 #include "agent/files/standard_output.hpp"
+#include "agent/installation/service_manager.hpp"
 #include "agent/requests/handlers.hpp"
 #include "agent/scenario/player.hpp"
 #include "options.hpp"
@@ -80,6 +81,7 @@ void report_ready(const State &state, const ControlPlace &place, Journal &journa
         printed.set("console", place.console());
     report(printed, "korvane-agent " + version + " is ready, process " + std::to_string(pid) +
                         (place.port ? ", console " + place.console() : ""));
+    notify_service_manager("READY=1");
 }
 
 void report_scenario(const std::string &problem)

@@ -8,13 +8,56 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 using namespace kv::test;
 
 namespace {
+
+/// The socket of a service manager, which the agents of this test find in NOTIFY_SOCKET.
+class NotificationSocket {
+public:
+    explicit NotificationSocket(const std::string &place)
+        : socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        place.copy(address.sun_path, sizeof address.sun_path - 1);
+        if (place.front() == '@')
+            address.sun_path[0] = '\0';
+        const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + place.size());
+        if (::bind(socket_, reinterpret_cast<const sockaddr *>(&address), size) != 0)
+            ADD_FAILURE() << "cannot bind " << place << ": " << std::strerror(errno);
+        ::setenv("NOTIFY_SOCKET", place.c_str(), 1);
+    }
+    NotificationSocket(const NotificationSocket &) = delete;
+    NotificationSocket &operator=(const NotificationSocket &) = delete;
+    ~NotificationSocket()
+    {
+        ::unsetenv("NOTIFY_SOCKET");
+        ::close(socket_);
+    }
+
+    std::string receive() const
+    {
+        char text[256];
+        ssize_t size = -1;
+        run_main_loop_until([&] { return (size = ::recv(socket_, text, sizeof text, 0)) >= 0; });
+        return {text, size > 0 ? static_cast<std::size_t>(size) : 0};
+    }
+
+private:
+    int socket_;
+};
 
 std::string installed_version()
 {
@@ -69,6 +112,17 @@ TEST(AgentProgram, PrintsSentencesOnATerminal)
     ASSERT_EQ(::kill(agent, SIGTERM), 0);
     EXPECT_EQ(terminal.wait(), 0);
     EXPECT_EQ(terminal.count_in_output("korvane-agent stopped\r\n"), 1);
+}
+
+TEST(AgentProgram, ReportsToTheServiceManagerThatItIsReady)
+{
+    AgentHome home;
+    const std::string path = home.root() / "notify";
+    for (const std::string &place : {path, "@" + path}) {
+        const NotificationSocket manager{place};
+        AgentProcess agent{home};
+        EXPECT_EQ(manager.receive(), "READY=1") << place;
+    }
 }
 
 TEST(AgentProgram, InstallsItsPackageEntry)

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 # kv_add_program_test(<name> [TIMEOUT <seconds>] COMMAND <program> [<argument>...])
 #
-# One entry of ctest. It fails if it takes longer than the timeout (default 300, long enough for a busy machine), or leaves a process running; in both
-# cases all its processes are killed.
+# One entry of ctest. It fails if it takes longer than the timeout (default 300, long enough for a busy machine), or leaves a
+# process running; in both cases all its processes are killed.
 #
 # kv_add_test(<name> SOURCES <file>... [LIBS <target>...] [DEFINITIONS <def>...] [DBUS] [TIMEOUT <seconds>])
 #

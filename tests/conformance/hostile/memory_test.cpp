@@ -8,7 +8,7 @@
 namespace kv::test {
 namespace {
 
-// A quarter of the parcel_size parcel, to save time: every limit that is met here lies far below.
+// A quarter of the longest parcel, to save time: every limit that is met here lies far below.
 constexpr std::size_t parcel_size = std::size_t{4} << 20;
 constexpr std::size_t of_the_parcel = parcel_size;
 constexpr std::size_t at_most = 4 * parcel_size;

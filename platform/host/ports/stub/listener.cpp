@@ -12,6 +12,7 @@
 
 #include "platform/host/log/log.hpp"
 #include "platform/host/ports/links/timeouts.hpp"
+#include "platform/host/ports/runtime/inherited_socket.hpp"
 #include "stub.hpp"
 
 namespace kv::host {
@@ -137,9 +138,11 @@ int open_listener(Stub *stub)
     int code = create_runtime_directory(stub->paths.directory, stub->group);
     if (code == 0)
         code = lock_port(stub);
-    if (code == 0)
-        code = bind_and_listen(stub);
-    return code;
+    if (code != 0)
+        return code;
+    stub->listener = inherited_socket(stub->paths.socket);
+    stub->is_inherited = static_cast<bool>(stub->listener);
+    return stub->is_inherited ? 0 : bind_and_listen(stub);
 }
 
 } // namespace
@@ -168,7 +171,8 @@ void stub_stop_listening(Stub *stub)
     while (stub->handshakes) // one by one: a chain of destructors would need a deep stack
         stub->handshakes = std::move(stub->handshakes->next);
     stub->handshake_count = 0;
-    if (stub->listener && stub->listens_in == process_generation)
+    // The service manager continues to listen at its own socket.
+    if (stub->listener && !stub->is_inherited && stub->listens_in == process_generation)
         unlink(stub->paths.socket.sun_path);
     stub->listener.reset();
     g_clear_pointer(&stub->context, g_main_context_unref);

@@ -43,6 +43,7 @@ struct Stub {
     int timeout_ms = 0;
     Fd lock;
     Fd listener;
+    bool is_inherited = false; ///< the service manager opened the listener
     GMainContext *context = nullptr;
     Source source;
     void *watch = nullptr;

@@ -170,6 +170,7 @@ public:
     RawListener &operator=(const RawListener &) = delete;
     RawLink accept() const;
     bool has_waiting() const;
+    int descriptor() const { return descriptor_; }
 
     static constexpr int backlog = 8;
 

@@ -66,8 +66,9 @@ int write_number(Parcel *parcel, uint32_t value)
     return 0;
 }
 
-// The caller has made room.
-int put_string(Parcel *parcel, const char *value, size_t length)
+// The caller has made room. A list writes hundreds of texts; with checked buffer functions the compiler takes this one for
+// too large to be part of its callers.
+[[gnu::always_inline]] inline int put_string(Parcel *parcel, const char *value, size_t length)
 {
     uint8_t *place = parcel->buffer.bytes() + parcel->end;
     parcel->end += 4 + length;

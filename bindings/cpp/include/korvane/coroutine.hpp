@@ -112,7 +112,7 @@ public:
     }
 
     bool await_ready() const noexcept { return false; }
-    /// Returns false, so that the coroutine goes on at once, if the request failed or was completed inside the call.
+    /// Returns false, so that the coroutine continues at once, if the request failed or was completed inside the call.
     bool await_suspend(std::coroutine_handle<> coroutine)
     {
         const auto awaited = awaited_ = std::make_shared<detail::Awaited<T>>();

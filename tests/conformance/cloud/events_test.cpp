@@ -61,7 +61,7 @@ int set(korvane_h handle, bool with_callback, void *user_data)
     return Set(handle, with_callback ? callback : nullptr, user_data);
 }
 
-struct Pair {
+struct Registration {
     std::string name;
     int set_method;
     int unset_method;
@@ -74,12 +74,12 @@ struct Pair {
     std::string null_text = "callback is NULL";
 };
 
-std::ostream &operator<<(std::ostream &out, const Pair &pair)
+std::ostream &operator<<(std::ostream &out, const Registration &registration)
 {
-    return out << pair.name;
+    return out << registration.name;
 }
 
-const std::vector<Pair> pairs = {
+const std::vector<Registration> registrations = {
     {.name = "signin_status_changed_cb",
      .set_method = 89,
      .unset_method = 90,
@@ -164,7 +164,7 @@ const std::vector<Pair> pairs = {
      .line = "result length [6]"},
 };
 
-class CloudEvent : public CloudTest, public ::testing::WithParamInterface<Pair> {
+class CloudEvent : public CloudTest, public ::testing::WithParamInterface<Registration> {
 protected:
     void SetUp() override
     {
@@ -193,17 +193,17 @@ protected:
 
     void event_arrives(int seq) { platform.proxy().push_event(event(row.delegate, seq, false, row.values)); }
 
-    const Pair &row = GetParam();
+    const Registration &row = GetParam();
     Seen seen;
     int seq_id = 0;
 };
 
-std::string name_of(const ::testing::TestParamInfo<Pair> &pair)
+std::string name_of(const ::testing::TestParamInfo<Registration> &registration)
 {
-    return pair.param.name;
+    return registration.param.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, CloudEvent, ::testing::ValuesIn(pairs), name_of);
+INSTANTIATE_TEST_SUITE_P(Of, CloudEvent, ::testing::ValuesIn(registrations), name_of);
 
 TEST_P(CloudEvent, ReachesTheCallbackEachTime)
 {

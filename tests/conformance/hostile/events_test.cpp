@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Events that arrive late, early, without a registration, or in large numbers.
-#include "conformance/fixtures/every_pair.hpp"
+#include "conformance/fixtures/every_registration.hpp"
 
 #include <glib.h>
 
@@ -14,8 +14,8 @@ using Strings = std::vector<std::string>;
 constexpr int ok = KORVANE_ERROR_NONE;
 constexpr int failed = KORVANE_ERROR_OPERATION_FAILED;
 
-/// After an unset has returned, with any result, no callback of the pair runs.
-class NoCallbackAfterUnset : public EveryPair {
+/// After an unset has returned, with any result, no callback of the registration runs.
+class NoCallbackAfterUnset : public AnyRegistration {
 protected:
     /// Unsets the callback. `answer` is the agent's reaction to the request. The platform raises events inside the send
     /// and the wait; further events are queued before and after the call.
@@ -23,14 +23,14 @@ protected:
     {
         begin_set();
         for (const Moment moment : {Moment::send, Moment::wait})
-            for (std::size_t i = 0; i < pair().events.size(); ++i)
+            for (std::size_t i = 0; i < registration().events.size(); ++i)
                 platform.proxy().raise_inside(moment, received(event_of(i, seq_id)));
         queue_events(seq_id);
         platform.main_port().on_sent = [&](Port &port, const Bytes &) {
             queue_events(seq_id);
             answer(port);
         };
-        EXPECT_EQ(pair().unset(handle), expected);
+        EXPECT_EQ(registration().unset(handle), expected);
         dispatch_queued_events();
         queue_events(seq_id);
         dispatch_queued_events();
@@ -38,21 +38,21 @@ protected:
     }
 };
 
-class ReplacedCallback : public EveryPair {};
-class WaitingEvent : public EveryPair {};
+class ReplacedCallback : public AnyRegistration {};
+class WaitingEvent : public AnyRegistration {};
 
 const auto label = [](const auto &row) { return row.param.label; };
-INSTANTIATE_TEST_SUITE_P(Of, NoCallbackAfterUnset, ::testing::ValuesIn(every_pair()), label);
-INSTANTIATE_TEST_SUITE_P(Of, ReplacedCallback, ::testing::ValuesIn(every_pair()), label);
-INSTANTIATE_TEST_SUITE_P(Of, WaitingEvent, ::testing::ValuesIn(every_pair()), label);
+INSTANTIATE_TEST_SUITE_P(Of, NoCallbackAfterUnset, ::testing::ValuesIn(every_registration()), label);
+INSTANTIATE_TEST_SUITE_P(Of, ReplacedCallback, ::testing::ValuesIn(every_registration()), label);
+INSTANTIATE_TEST_SUITE_P(Of, WaitingEvent, ::testing::ValuesIn(every_registration()), label);
 
-TEST(EveryPairTable, HasTheTwentyThreePairsAndTheirTwentySixDelegates)
+TEST(AnyRegistrationTable, HasTheTwentyThreeRegistrationsAndTheirTwentySixDelegates)
 {
     std::set<std::string> names;
     std::set<int> delegates;
-    for (const Pair &pair : every_pair()) {
-        names.insert(pair.event);
-        for (const PairEvent &event : pair.events)
+    for (const Registration &registration : every_registration()) {
+        names.insert(registration.event);
+        for (const RegistrationEvent &event : registration.events)
             delegates.insert(event.delegate_id);
     }
     EXPECT_EQ(names.size(), 23U);
@@ -84,7 +84,7 @@ TEST_P(NoCallbackAfterUnset, IfTheRequestCannotBeSent)
     begin_set();
     queue_events(seq_id);
     platform.main_port().send_results = {-5};
-    EXPECT_EQ(pair().unset(handle), KORVANE_ERROR_IO_ERROR);
+    EXPECT_EQ(registration().unset(handle), KORVANE_ERROR_IO_ERROR);
     dispatch_queued_events();
     EXPECT_EQ(recorder.seen, Strings{});
 }
@@ -94,7 +94,7 @@ TEST_P(NoCallbackAfterUnset, IfTheLinkIsBrokenAndTheRequestIsRefusedUnsent)
     begin_set();
     queue_events(seq_id);
     platform.proxy().fire_disconnected();
-    EXPECT_EQ(pair().unset(handle), failed);
+    EXPECT_EQ(registration().unset(handle), failed);
     EXPECT_TRUE(sent().empty());
     dispatch_queued_events();
     EXPECT_EQ(recorder.seen, Strings{});
@@ -103,9 +103,9 @@ TEST_P(NoCallbackAfterUnset, IfTheLinkIsBrokenAndTheRequestIsRefusedUnsent)
 TEST_P(NoCallbackAfterUnset, UntilTheNextSet)
 {
     begin_set();
-    ASSERT_EQ(pair().unset(handle), ok);
+    ASSERT_EQ(registration().unset(handle), ok);
     Recorder second;
-    ASSERT_EQ(pair().set(handle, &second), ok);
+    ASSERT_EQ(registration().set(handle, &second), ok);
     queue_events(seq_id);
     queue_events(first_seq_id());
     dispatch_queued_events();
@@ -118,7 +118,7 @@ TEST_P(ReplacedCallback, ReceivesNeitherItsOwnEventsNorThoseOfTheNewOne)
     begin_set();
     queue_events(seq_id);
     Recorder second;
-    ASSERT_EQ(pair().set(handle, &second), ok);
+    ASSERT_EQ(registration().set(handle, &second), ok);
     queue_events(first_seq_id());
     queue_events(seq_id);
     dispatch_queued_events();
@@ -133,7 +133,7 @@ TEST_P(ReplacedCallback, ReceivesNoEventsIfTheReplacementFails)
     queue_events(seq_id);
     Recorder second;
     answers(7);
-    ASSERT_EQ(pair().set(handle, &second), failed);
+    ASSERT_EQ(registration().set(handle, &second), failed);
     dispatch_queued_events();
     EXPECT_EQ(recorder.seen, Strings{});
     EXPECT_EQ(second.seen, Strings{});
@@ -151,7 +151,7 @@ TEST_P(WaitingEvent, IsDeliveredOnceAtEveryMoment)
             port.push(event_of(0, seq_id)); // an event on the wrong port, which is not a reply
             port.push(reply(0));
         };
-        for (std::size_t i = 0; moment && i < pair().events.size(); ++i)
+        for (std::size_t i = 0; moment && i < registration().events.size(); ++i)
             platform.proxy().raise_inside(*moment, received(event_of(i, seq_id)));
         EXPECT_EQ(korvane_stop(handle), ok);
         EXPECT_EQ(recorder.seen, moment ? expected_calls() : Strings{});
@@ -172,7 +172,7 @@ TEST_P(WaitingEvent, OfAnEarlierSessionIsNotDelivered)
     connect();
     answers(0);
     Recorder second;
-    ASSERT_EQ(pair().set(handle, &second), ok);
+    ASSERT_EQ(registration().set(handle, &second), ok);
     while (!old->callback_port.incoming.empty()) {
         platform.proxy().push_event(old->callback_port.incoming.front());
         old->callback_port.incoming.pop_front();

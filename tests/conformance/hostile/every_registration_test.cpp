@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rules that the set and unset functions of all 23 registrations share.
-#include "conformance/fixtures/every_pair.hpp"
+#include "conformance/fixtures/every_registration.hpp"
 
 #include "src/korvane/core/session/session.hpp"
 
@@ -11,7 +11,7 @@ using Strings = std::vector<std::string>;
 
 constexpr int ok = KORVANE_ERROR_NONE;
 
-class EveryRegistration : public EveryPair {
+class EveryRegistration : public AnyRegistration {
 protected:
     /// The delegates of this registration that still exist.
     unsigned listed_delegates()
@@ -19,7 +19,7 @@ protected:
         unsigned found = 0;
         rpc_port_proxy_kv_master_h proxy = kv::api::live_session->proxy;
         for (const GList *node = proxy->delegates; node; node = node->next)
-            for (const PairEvent &event : pair().events)
+            for (const RegistrationEvent &event : registration().events)
                 found += static_cast<const kv::proxy::Delegate *>(node->data)->id == event.delegate_id;
         return found;
     }
@@ -40,41 +40,41 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Of, EveryRegistration, ::testing::ValuesIn(every_pair()),
+INSTANTIATE_TEST_SUITE_P(Of, EveryRegistration, ::testing::ValuesIn(every_registration()),
                          [](const auto &row) { return row.param.label; });
 
 TEST_P(EveryRegistration, SetTwiceWarnsOnceAndLeavesOneDelegatePerEvent)
 {
     begin_set();
-    EXPECT_EQ(listed_delegates(), pair().events.size());
-    EXPECT_EQ(pair().set(handle, &recorder), ok);
-    EXPECT_EQ(warnings_with(pair().set_name(), "rpc cb_h already exists").size(), 1U);
-    EXPECT_EQ(listed_delegates(), pair().events.size());
+    EXPECT_EQ(listed_delegates(), registration().events.size());
+    EXPECT_EQ(registration().set(handle, &recorder), ok);
+    EXPECT_EQ(warnings_with(registration().set_name(), "rpc cb_h already exists").size(), 1U);
+    EXPECT_EQ(listed_delegates(), registration().events.size());
     seq_id = first_seq_id();
     expect_events_reach(expected_calls());
 }
 
 TEST_P(EveryRegistration, FirstSetDoesNotWarn)
 {
-    connect_to(pair().agent_version);
-    EXPECT_EQ(pair().set(handle, &recorder), ok);
-    EXPECT_EQ(warnings_with(pair().set_name(), "rpc cb_h already exists"), LogLines{});
+    connect_to(registration().agent_version);
+    EXPECT_EQ(registration().set(handle, &recorder), ok);
+    EXPECT_EQ(warnings_with(registration().set_name(), "rpc cb_h already exists"), LogLines{});
 }
 
 TEST_P(EveryRegistration, UnsetWithoutARegistrationWarnsAndAsksTheAgent)
 {
-    connect_to(pair().agent_version);
+    connect_to(registration().agent_version);
     platform.log.clear();
-    EXPECT_EQ(pair().unset(handle), ok);
-    EXPECT_EQ(warnings_with(pair().unset_name(), "rpc cb_h doesn't exist").size(), 1U);
-    EXPECT_EQ(sent(), (std::vector<Bytes>{i32(pair().unset_method)}));
+    EXPECT_EQ(registration().unset(handle), ok);
+    EXPECT_EQ(warnings_with(registration().unset_name(), "rpc cb_h doesn't exist").size(), 1U);
+    EXPECT_EQ(sent(), (std::vector<Bytes>{i32(registration().unset_method)}));
 }
 
 TEST_P(EveryRegistration, UnsetOfARegistrationDoesNotWarnAndReleasesItsDelegates)
 {
     begin_set();
-    EXPECT_EQ(pair().unset(handle), ok);
-    EXPECT_EQ(warnings_with(pair().unset_name(), "rpc cb_h doesn't exist"), LogLines{});
+    EXPECT_EQ(registration().unset(handle), ok);
+    EXPECT_EQ(warnings_with(registration().unset_name(), "rpc cb_h doesn't exist"), LogLines{});
     EXPECT_EQ(listed_delegates(), 0U);
     expect_events_reach({});
 }
@@ -84,9 +84,9 @@ TEST_P(EveryRegistration, SetDuringAnInstallationKeepsTheEarlierRegistration)
     begin_set();
     begin_install();
     Recorder other;
-    EXPECT_EQ(pair().set(handle, &other), KORVANE_ERROR_SERVICE_UNAVAILABLE);
+    EXPECT_EQ(registration().set(handle, &other), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     EXPECT_EQ(sent(), std::vector<Bytes>{});
-    EXPECT_EQ(listed_delegates(), pair().events.size());
+    EXPECT_EQ(listed_delegates(), registration().events.size());
     expect_events_reach(expected_calls());
     EXPECT_EQ(other.seen, Strings{});
 }
@@ -95,7 +95,7 @@ TEST_P(EveryRegistration, UnsetDuringAnInstallationKeepsTheRegistration)
 {
     begin_set();
     begin_install();
-    EXPECT_EQ(pair().unset(handle), KORVANE_ERROR_SERVICE_UNAVAILABLE);
+    EXPECT_EQ(registration().unset(handle), KORVANE_ERROR_SERVICE_UNAVAILABLE);
     EXPECT_EQ(sent(), std::vector<Bytes>{});
     expect_events_reach(expected_calls());
 }
@@ -103,8 +103,8 @@ TEST_P(EveryRegistration, UnsetDuringAnInstallationKeepsTheRegistration)
 TEST_P(EveryRegistration, SetWithoutAHandleIsRefused)
 {
     begin_set();
-    EXPECT_EQ(pair().set(nullptr, &recorder), KORVANE_ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(platform.log.errors(), (LogLines{api_error(pair().set_name(), "handle is NULL")}));
+    EXPECT_EQ(registration().set(nullptr, &recorder), KORVANE_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(platform.log.errors(), (LogLines{api_error(registration().set_name(), "handle is NULL")}));
     expect_events_reach(expected_calls());
 }
 

@@ -2,7 +2,7 @@
 // Texts that pass through the library must not appear in its log. These tests put a secret into every text from the
 // application and from the agent, and search every line of every priority for it. The only exceptions are the lines
 // whose purpose is to show one value; they are typed here word by word.
-#include "conformance/fixtures/every_pair.hpp"
+#include "conformance/fixtures/every_registration.hpp"
 #include "text_arguments.hpp"
 
 #include <sstream>
@@ -137,7 +137,7 @@ const Bytes s = str(secret);
 const std::string whole_ap = R"({"ap_ssid":")" + secret + R"(","ap_pwd":")" + secret + R"(","ap_bssid":")" + secret +
                              R"(","ap_candidates":")" + secret + "\"}";
 
-const std::vector<SecretValue> values_of_pairs = {
+const std::vector<SecretValue> values_of_registrations = {
     {.delegate_id = 5, .values = bytes(s, i32(1))},
     {.delegate_id = 7, .values = bytes(s, s, i32(2), i32(3), i32(6), s, i32(-40), i32(54))},
     {.delegate_id = 8, .values = bytes(s, s, s, s, s)},
@@ -159,15 +159,15 @@ const std::vector<SecretValue> values_of_pairs = {
 };
 
 /// Whether an agent of this version sends the event. Since 1.3 the access point has another event.
-bool is_sent_by(const Pair &pair, const PairEvent &event, int version)
+bool is_sent_by(const Registration &registration, const RegistrationEvent &event, int version)
 {
     const bool fits = event.delegate_id == 7 ? version < 1003 : event.delegate_id != 18 || version >= 1003;
-    return fits && version >= pair.minimum_version;
+    return fits && version >= registration.minimum_version;
 }
 
 class SecretEvent : public Secrets, public ::testing::WithParamInterface<SecretValue> {};
 
-INSTANTIATE_TEST_SUITE_P(Of, SecretEvent, ::testing::ValuesIn(values_of_pairs), [](const auto &row) {
+INSTANTIATE_TEST_SUITE_P(Of, SecretEvent, ::testing::ValuesIn(values_of_registrations), [](const auto &row) {
     return "Delegate" + std::to_string(row.param.delegate_id) + "Row" + std::to_string(row.index);
 });
 
@@ -176,16 +176,16 @@ TEST_P(SecretEvent, IsOnlyInItsOwnLogLineIfDeliveredOrDropped)
     const SecretValue &row = GetParam();
     int runs = 0;
     for (const std::string &version : agent_versions)
-        for (const Pair &pair : every_pair())
-            for (std::size_t i = 0; i < pair.events.size(); ++i) {
-                if (pair.events[i].delegate_id != row.delegate_id ||
-                    !is_sent_by(pair, pair.events[i], version_number(version)))
+        for (const Registration &registration : every_registration())
+            for (std::size_t i = 0; i < registration.events.size(); ++i) {
+                if (registration.events[i].delegate_id != row.delegate_id ||
+                    !is_sent_by(registration, registration.events[i], version_number(version)))
                     continue;
-                SCOPED_TRACE(version + ", " + pair.label);
+                SCOPED_TRACE(version + ", " + registration.label);
                 ++runs;
                 connect_to(version);
-                ASSERT_EQ(pair.set(handle, &recorder), ok);
-                const int seq_id = last_seq_id(platform.log) + 1 - static_cast<int>(pair.events.size() - i);
+                ASSERT_EQ(registration.set(handle, &recorder), ok);
+                const int seq_id = last_seq_id(platform.log) + 1 - static_cast<int>(registration.events.size() - i);
                 const Bytes whole = event(row.delegate_id, seq_id, false, row.values);
                 platform.log.clear();
 
@@ -197,7 +197,7 @@ TEST_P(SecretEvent, IsOnlyInItsOwnLogLineIfDeliveredOrDropped)
                 platform.log.clear();
                 platform.proxy().push_event(first(whole, whole.size() - 1));
                 platform.proxy().push_event(event(row.delegate_id, seq_id + 100, false, row.values));
-                EXPECT_EQ(pair.unset(handle), ok);
+                EXPECT_EQ(registration.unset(handle), ok);
                 platform.proxy().push_event(whole);
                 EXPECT_EQ(recorder.seen.size(), 1U);
                 ASSERT_EQ(korvane_deinitialize(handle), ok);
@@ -356,7 +356,7 @@ TEST_F(Secrets, AreNotLoggedByGettersOfAnAccessPoint)
         ASSERT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, read_ap, &recorder), ok);
         const int seq_id = last_seq_id(platform.log);
         const bool record = std::string(version) == "1.2";
-        platform.proxy().push_event(record ? event(7, seq_id, false, values_of_pairs[1].values)
+        platform.proxy().push_event(record ? event(7, seq_id, false, values_of_registrations[1].values)
                                            : event(18, seq_id, false, str(whole_ap)));
         EXPECT_EQ(recorder.seen,
                   std::vector<std::string>(record ? 2 : 4, secret)); // an agent 1.2 has only two of the texts

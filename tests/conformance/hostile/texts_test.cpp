@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Unusual texts. Each must reach the agent unchanged, or be refused before anything is sent.
-#include "conformance/fixtures/every_pair.hpp"
+#include "conformance/fixtures/every_registration.hpp"
 #include "conformance/setup/ap_info_fixture.hpp"
 #include "text_arguments.hpp"
 
@@ -139,12 +139,12 @@ TEST_P(HostileEventText, ReachesTheCallbackUnchanged)
 {
     const EventText &row = GetParam();
     connect_to("2.3");
-    for (const Pair &pair : every_pair())
-        for (std::size_t i = 0; i < pair.events.size(); ++i) {
-            if (pair.events[i].delegate_id != row.delegate_id)
+    for (const Registration &registration : every_registration())
+        for (std::size_t i = 0; i < registration.events.size(); ++i) {
+            if (registration.events[i].delegate_id != row.delegate_id)
                 continue;
-            ASSERT_EQ(pair.set(handle, &recorder), ok);
-            const int seq_id = last_seq_id(platform.log) + 1 - static_cast<int>(pair.events.size() - i);
+            ASSERT_EQ(registration.set(handle, &recorder), ok);
+            const int seq_id = last_seq_id(platform.log) + 1 - static_cast<int>(registration.events.size() - i);
             std::vector<std::string> seen;
             for (const std::string &text : {std::string(), std::string(1 << 20, 'x'), std::string(not_utf8),
                                             std::string("%s%n\x01\x1f\x7f\"\\")}) {

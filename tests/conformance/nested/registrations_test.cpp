@@ -1,25 +1,25 @@
 // SPDX-License-Identifier: Apache-2.0
 // Set and unset functions that are called inside set and unset functions of the same event.
-#include "conformance/fixtures/every_pair.hpp"
+#include "conformance/fixtures/every_registration.hpp"
 #include "nested_fixture.hpp"
 
 namespace kv::test {
 namespace {
 
-/// All 23 pairs; the pair of the access point once per wire format. Another event, the trigger, lets the application act.
-class NestedRegistration : public NestedTest, public ::testing::WithParamInterface<Pair> {
+/// All 23 registrations; the registration of the access point once per wire format. Another event, the trigger, lets the application act.
+class NestedRegistration : public NestedTest, public ::testing::WithParamInterface<Registration> {
 protected:
-    const Pair &pair() { return GetParam(); }
+    const Registration &registration() { return GetParam(); }
 
-    /// Connects to the pair's agent and registers the trigger.
-    void begin_pair()
+    /// Connects to the registration's agent and registers the trigger.
+    void begin_registration()
     {
         outer = nested = former = {};
         statuses.clear();
-        connect_to(pair().agent_version);
+        connect_to(registration().agent_version);
         trigger = {};
-        // The trigger must not be the pair under test.
-        const bool other = pair().event == "status_changed_cb";
+        // The trigger must not be the registration under test.
+        const bool other = registration().event == "status_changed_cb";
         ASSERT_EQ(other ? korvane_set_user_confirm_cb(handle, Note<'!'>::call, &trigger)
                         : korvane_set_status_changed_cb(handle, Note<'!', int>::call, &trigger),
                   ok);
@@ -32,13 +32,13 @@ protected:
     }
 
     /// The first number of the delegates that were created last.
-    int made_last() { return last_seq_id(platform.log) + 1 - static_cast<int>(pair().events.size()); }
+    int made_last() { return last_seq_id(platform.log) + 1 - static_cast<int>(registration().events.size()); }
 
-    /// Raises one event of every kind of the pair, for delegates numbered from this one on.
+    /// Raises one event of every kind of the registration, for delegates numbered from this one on.
     void events_arrive(int first_number)
     {
-        for (std::size_t i = 0; i < pair().events.size(); ++i) {
-            const PairEvent &described = pair().events[i];
+        for (std::size_t i = 0; i < registration().events.size(); ++i) {
+            const RegistrationEvent &described = registration().events[i];
             platform.proxy().push_event(
                 event(described.delegate_id, first_number + static_cast<int>(i), false, described.values));
         }
@@ -46,13 +46,13 @@ protected:
     Strings all_events()
     {
         Strings seen;
-        for (const PairEvent &described : pair().events)
+        for (const RegistrationEvent &described : registration().events)
             seen.push_back(described.seen);
         return seen;
     }
 
-    int set(Recorder &given) { return pair().set(handle, &given); }
-    int unset() { return pair().unset(handle); }
+    int set(Recorder &given) { return registration().set(handle, &given); }
+    int unset() { return registration().unset(handle); }
 
     /// The agent's numbers of the outer and the nested request.
     static int outer_number(Moment moment) { return moment == Moment::wait ? 1 : 2; }
@@ -65,7 +65,7 @@ protected:
                 SCOPED_TRACE(name_of(moment) + (registered_before ? ", registered before" : ""));
                 end_run();
                 begin_run();
-                begin_pair();
+                begin_registration();
                 before_seq_id = 0;
                 if (registered_before) {
                     ASSERT_EQ(set(former), ok);
@@ -79,7 +79,7 @@ protected:
             }
     }
 
-    /// Checks that the pair works: set, event, unset, event.
+    /// Checks that the registration works: set, event, unset, event.
     void expect_works_on()
     {
         results.clear();
@@ -98,7 +98,7 @@ protected:
     int before_seq_id = 0;
 };
 
-INSTANTIATE_TEST_SUITE_P(Of, NestedRegistration, ::testing::ValuesIn(every_pair()),
+INSTANTIATE_TEST_SUITE_P(Of, NestedRegistration, ::testing::ValuesIn(every_registration()),
                          [](const auto &row) { return row.param.label; });
 
 TEST_P(NestedRegistration, SetInsideSetDeliversEachDelegateToItsOwnCallback)
@@ -247,7 +247,7 @@ TEST_P(NestedRegistration, EventsInsideTheSetReachTheEarlierCallback)
             SCOPED_TRACE(name_of(moment) + (registered_before ? ", registered before" : ""));
             end_run();
             begin_run();
-            begin_pair();
+            begin_registration();
             if (registered_before) {
                 ASSERT_EQ(set(former), ok);
             }
@@ -280,7 +280,7 @@ TEST_P(NestedRegistration, UnsetInsideASetInsideAnUnsetDeliversNothing)
     });
 }
 
-/// The pair of the access point has one delegate per wire format. After an update the delegate of the other one remains.
+/// The registration of the access point has one delegate per wire format. After an update the delegate of the other one remains.
 class NestedWifiRegistration : public NestedTest {
 protected:
     int set(Recorder &given)

@@ -72,6 +72,8 @@ TEST(CppResult, NamesEveryCode)
 
 TEST(CppResult, NamesTheFunctionOfAFailedCall)
 {
+    // At compile time: every event passes the name on.
+    static_assert(korvane::detail::name<korvane_set_status_changed_cb> == "korvane_set_status_changed_cb");
     korvane::Device closed;
     EXPECT_EQ(closed.set_nick_name(0, "lamp").function(), "korvane_set_nick_name");
     EXPECT_EQ(closed.get_thing_status().function(), "korvane_get_thing_status");

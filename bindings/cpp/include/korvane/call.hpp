@@ -12,9 +12,9 @@
 /// One call of a C function: C++ arguments in, a Result out. Applications need nothing of this file.
 namespace korvane::detail {
 
-/// The name of a C function, from its address at compile time.
+/// Finds the name of a C function in what the compiler calls this instance.
 template <auto Function>
-constexpr std::string_view name_of() noexcept
+constexpr std::string_view find_name() noexcept
 {
     // g++ writes "[with auto Function = korvane_start; ...]", clang++ "[Function = &korvane_start]".
     std::string_view text = __PRETTY_FUNCTION__;
@@ -22,6 +22,16 @@ constexpr std::string_view name_of() noexcept
     if (text.front() == '&')
         text.remove_prefix(1);
     return text.substr(0, text.find_first_of(";]"));
+}
+
+/// The name of a C function. A constant, so that no event searches for it.
+template <auto Function>
+inline constexpr std::string_view name = find_name<Function>();
+
+template <auto Function>
+constexpr std::string_view name_of() noexcept
+{
+    return name<Function>;
 }
 
 /// The outcome of a function with this code.

@@ -48,7 +48,9 @@ Fd inherited_socket(const sockaddr_un &address)
         if (!listens_at(descriptor, address))
             continue;
         fcntl(descriptor, F_SETFD, FD_CLOEXEC); // the service manager's own stays open for the next listener
-        fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) | O_NONBLOCK);
+        const int flags = fcntl(descriptor, F_GETFL);
+        if (flags < 0 || fcntl(descriptor, F_SETFL, flags | O_NONBLOCK) != 0)
+            return {}; // an accept could block for ever
         return Fd{fcntl(descriptor, F_DUPFD_CLOEXEC, first_inherited)};
     }
     return {};

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rules that all set and unset functions of the easy setup share. Method numbers and log texts are part of the library's
 // contract and therefore typed by hand in setup_registrations.cpp.
-#include "conformance/fixtures/setup_registrations.hpp"
+#include "conformance/fixtures/every_registration.hpp"
 
 namespace kv::test {
 namespace {
@@ -12,40 +12,15 @@ constexpr int failed = KORVANE_ERROR_OPERATION_FAILED;
 
 using Strings = std::vector<std::string>;
 
-class SetupRegistration : public SetupTest, public ::testing::WithParamInterface<Registration> {
+class SetupRegistration : public AnyRegistration {
 protected:
-    const Registration &registration() { return GetParam(); }
-
     void connect_to_its_agent() { connect_to(registration().agent_version); }
     int set() { return registration().set(handle, &recorder); }
-    /// Connects, sets the callback and clears all records. `seq_id` is the number of its first delegate.
-    void begin_set()
-    {
-        connect_to_its_agent();
-        ASSERT_EQ(set(), ok);
-        seq_id = first_seq_id();
-        clear_records();
-    }
-    int first_seq_id() { return last_seq_id(platform.log) + 1 - static_cast<int>(registration().events.size()); }
-
-    Bytes event_of(std::size_t i, int first_number)
-    {
-        const RegistrationEvent &described = registration().events[i];
-        return event(described.delegate_id, first_number + static_cast<int>(i), false, described.values);
-    }
     /// Raises one event of every kind.
     void push_events(int first_number)
     {
         for (std::size_t i = 0; i < registration().events.size(); ++i)
             platform.proxy().push_event(event_of(i, first_number));
-    }
-    Strings expected_calls(unsigned times = 1)
-    {
-        Strings seen;
-        for (unsigned n = 0; n < times; ++n)
-            for (const RegistrationEvent &described : registration().events)
-                seen.push_back(described.seen);
-        return seen;
     }
     Bytes set_request(int first_number)
     {
@@ -61,8 +36,6 @@ protected:
     LogLine unset_info(const std::string &message) { return api_info(registration().unset_name(), message); }
     LogLine unset_warning(const std::string &message) { return api_warning(registration().unset_name(), message); }
     LogLine unset_error(const std::string &message) { return api_error(registration().unset_name(), message); }
-
-    int seq_id = 0; // of the first delegate
 };
 
 INSTANTIATE_TEST_SUITE_P(Of, SetupRegistration, ::testing::ValuesIn(setup_registrations),

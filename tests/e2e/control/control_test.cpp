@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The control API over HTTP: its responses, and its protection against malformed and hostile requests.
-#include "control_client.hpp"
+#include "control_port.hpp"
 #include "support/program.hpp"
 #include "testing/support/wait.hpp"
 
@@ -22,23 +22,6 @@ class Control : public testing::Test {
 protected:
     AgentHome home;
     AgentProcess agent{home};
-};
-
-/// An agent that also serves a TCP port.
-class ControlPort : public testing::Test {
-protected:
-    ControlConnection connect() const { return ControlConnection{port}; }
-    ControlConnection connect_with_token() const
-    {
-        ControlConnection connection{port};
-        connection.authorization = "Authorization: Bearer " + token + "\r\n";
-        return connection;
-    }
-
-    AgentHome home;
-    const std::string token = "a-token-for-tests";
-    AgentProcess agent{home, {"--http", "0", "--http-token", token}};
-    const int port = std::atoi(control_file(home).at("http.port").c_str());
 };
 
 TEST_F(Control, ListsItsCommands)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The control API against clients that use up what it has: descriptors, connections, time and memory.
-#include "control_client.hpp"
+#include "control_port.hpp"
 #include "support/program.hpp"
 
 #include <gtest/gtest.h>
@@ -41,20 +41,7 @@ void limit_descriptors(pid_t pid, std::size_t count)
     ASSERT_EQ(::prlimit(pid, RLIMIT_NOFILE, &limit, nullptr), 0);
 }
 
-class ControlUnderLoad : public testing::Test {
-protected:
-    ControlConnection connect_with_token() const
-    {
-        ControlConnection connection{port};
-        connection.authorization = "Authorization: Bearer " + token + "\r\n";
-        return connection;
-    }
-
-    AgentHome home;
-    const std::string token = "a-token-for-tests";
-    AgentProcess agent{home, {"--http", "0", "--http-token", token}};
-    const int port = std::atoi(control_file(home).at("http.port").c_str());
-};
+class ControlUnderLoad : public ControlPort {};
 
 /// Keeps the agent busy without a pause: one connection with a hundred requests on their way at any time.
 class BusyClient {

@@ -7,8 +7,8 @@
 
 namespace kv::virtual_agent {
 
-/// The check of virtual table pointers is off here: for each class that it meets first, it probes the object's memory with a
-/// pipe, and without a free descriptor it takes every object for a damaged one. Such a shortage is reported right here.
+/// The check of virtual table pointers is off here: for each class that it meets first, it probes the object's memory with
+/// a pipe, and without a free descriptor it takes every object for a damaged one. Such a shortage is reported right here.
 __attribute__((no_sanitize("vptr"))) void contain(const std::function<void()> &step) noexcept
 {
     try {

@@ -137,8 +137,8 @@ Outcome cut_links(Form form)
     if (!Setup{relay}.run())
         outcome.failures.push_back("the setup fails without a cut");
     std::int64_t sizes[link_count][direction_count];
-    for (int link = 0; link < link_count; ++link)
-        for (int direction : {to_agent, to_application})
+    for (std::size_t link = 0; link < link_count; ++link)
+        for (const std::size_t direction : {to_agent, to_application})
             sizes[link][direction] = relay.passed(link, direction);
 
     Times times;
@@ -146,9 +146,9 @@ Outcome cut_links(Form form)
     int hangs = 0;
     const int rounds = form == Form::brief ? 1 : 20;
     for (int round = 0; round < rounds; ++round)
-        for (int place = 0; place < link_count * direction_count; ++place) {
-            const int link = place / direction_count;
-            const int direction = place % direction_count;
+        for (std::size_t place = 0; place < link_count * direction_count; ++place) {
+            const std::size_t link = place / direction_count;
+            const std::size_t direction = place % direction_count;
             for (std::int64_t at = 0; at <= sizes[link][direction]; ++at) {
                 relay.begin(Fault::cut, link, direction, at);
                 Setup run{relay};
@@ -160,7 +160,7 @@ Outcome cut_links(Form form)
                     times.add(*time);
                 if (run.hangs()) {
                     ++hangs;
-                    outcome.failures.push_back(format("a hang after byte %ld of link %d, direction %d",
+                    outcome.failures.push_back(format("a hang after byte %ld of link %zu, direction %zu",
                                                       static_cast<long>(at), link, direction));
                 }
             }
@@ -190,7 +190,7 @@ Outcome meet_deadlines(Form form)
     const int rounds = form == Form::brief ? 50 : 2500;
     for (int i = 0; i < rounds; ++i)
         for (const Fault fault : {Fault::stall, Fault::trickle})
-            for (int direction : {to_agent, to_application}) {
+            for (const std::size_t direction : {to_agent, to_application}) {
                 relay.begin(fault, 0, direction, 1 << 30);
                 ::setenv("KORVANE_REPLY_TIMEOUT_MS", "10000", 1);
                 Application application;

@@ -37,7 +37,7 @@ FileDescriptor new_socket()
 
 /// One client and its connection to the agent.
 struct Link {
-    int number;
+    std::size_t number;
     std::array<FileDescriptor, direction_count> from; // by the direction of the bytes that are read there
     bool stalled = false;
 };
@@ -54,7 +54,7 @@ public:
         while (true) {
             std::vector<pollfd> waits{{listener_, POLLIN, 0}};
             for (const Link &link : links_)
-                for (int direction : {to_agent, to_application}) {
+                for (const std::size_t direction : {to_agent, to_application}) {
                     const bool is_silent = link.stalled && direction == state_.direction;
                     waits.push_back({link.from[direction].get(), static_cast<short>(is_silent ? 0 : POLLIN), 0});
                 }
@@ -62,7 +62,7 @@ public:
             std::size_t next = 1;
             for (auto link = links_.begin(); link != links_.end();) {
                 bool lives = true;
-                for (int direction : {to_agent, to_application})
+                for (const std::size_t direction : {to_agent, to_application})
                     if (const short events = waits[next++].revents; lives && events != 0)
                         lives = (events & POLLIN) != 0 && pass(*link, direction);
                 link = lives ? std::next(link) : links_.erase(link);
@@ -87,17 +87,17 @@ private:
     }
 
     /// Whether the fault of this session concerns these bytes.
-    bool is_faulty(const Link &link, int direction) const
+    bool is_faulty(const Link &link, std::size_t direction) const
     {
         return state_.fault != Fault::none && link.number == state_.link && direction == state_.direction;
     }
 
     /// Returns false if the link ends.
-    bool pass(Link &link, int direction)
+    bool pass(Link &link, std::size_t direction)
     {
         if (link.number >= link_count)
             return false; // of an application that connects again
-        auto &passed = state_.passed[static_cast<std::size_t>(link.number)][static_cast<std::size_t>(direction)];
+        auto &passed = state_.passed[link.number][direction];
         char bytes[65536];
         std::int64_t wanted = sizeof bytes;
         if (is_faulty(link, direction)) {
@@ -132,7 +132,7 @@ private:
     std::string agent_;
     std::list<Link> links_;
     int session_ = 0;
-    int next_number_ = 0;
+    std::size_t next_number_ = 0;
 };
 
 } // namespace
@@ -156,7 +156,7 @@ Relay::~Relay()
     ::munmap(state_, sizeof(RelayState));
 }
 
-void Relay::begin(Fault fault, int link, int direction, std::int64_t at)
+void Relay::begin(Fault fault, std::size_t link, std::size_t direction, std::int64_t at)
 {
     state_->fault = Fault::none;
     for (auto &directions : state_->passed)
@@ -170,9 +170,9 @@ void Relay::begin(Fault fault, int link, int direction, std::int64_t at)
     state_->fault = fault;
 }
 
-std::int64_t Relay::passed(int link, int direction) const
+std::int64_t Relay::passed(std::size_t link, std::size_t direction) const
 {
-    return state_->passed[static_cast<std::size_t>(link)][static_cast<std::size_t>(direction)];
+    return state_->passed[link][direction];
 }
 
 } // namespace kv::sturdy

@@ -5,14 +5,16 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace kv::sturdy {
 
 /// The two links of a connection, in the order in which an application opens them, and the two directions of each.
-inline constexpr int link_count = 2;
-enum Direction { to_agent, to_application, direction_count };
+inline constexpr std::size_t link_count = 2;
+enum Direction : std::size_t { to_agent, to_application, direction_count };
 
 enum class Fault {
     none,
@@ -25,8 +27,8 @@ enum class Fault {
 struct RelayState {
     std::atomic<int> session;
     std::atomic<Fault> fault;
-    std::atomic<int> link;
-    std::atomic<int> direction;
+    std::atomic<std::size_t> link;
+    std::atomic<std::size_t> direction;
     std::atomic<std::int64_t> at;          // the byte of the direction after which the fault begins
     std::atomic<std::int64_t> happened_ns; // on the steady clock; 0 until then
     std::array<std::array<std::atomic<std::int64_t>, direction_count>, link_count> passed; // bytes of this session
@@ -42,8 +44,8 @@ public:
     ~Relay();
 
     /// The next connection of an application has this fault.
-    void begin(Fault fault, int link = 0, int direction = 0, std::int64_t at = 0);
-    std::int64_t passed(int link, int direction) const;
+    void begin(Fault fault, std::size_t link = 0, std::size_t direction = 0, std::int64_t at = 0);
+    std::int64_t passed(std::size_t link, std::size_t direction) const;
     /// The time of the fault on the steady clock in nanoseconds; 0 if it has not happened.
     std::int64_t happened_ns() const { return state_->happened_ns; }
 

@@ -2,7 +2,7 @@
 // Starts a private agent with its console, applications that use it, and a browser.
 import assert from 'node:assert/strict';
 import {spawn} from 'node:child_process';
-import {mkdtempSync, readFileSync, rmSync, writeFileSync} from 'node:fs';
+import {existsSync, mkdtempSync, readFileSync, rmSync, writeFileSync} from 'node:fs';
 import {createRequire} from 'node:module';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
@@ -118,7 +118,10 @@ export const defaultRadio = [
 
 // ---- the browser -----------------------------------------------------------------------------------------------------
 
-export const launchBrowser = () => chromium.launch({executablePath: '/usr/bin/chromium', args: ['--disable-gpu', '--disable-lcd-text']});
+// The shell is Chromium without its own windows and starts three times as fast.
+const executablePath = ['/usr/bin/chromium-headless-shell', '/usr/bin/chromium'].find((file) => existsSync(file));
+
+export const launchBrowser = () => chromium.launch({executablePath, args: ['--disable-gpu', '--disable-lcd-text']});
 
 // The page shows the agent's refusals. The browser reports them on its own console too.
 const refusal = /status of 400/;

@@ -20,8 +20,13 @@ function lockIcon(network) {
     title: `authentication ${network.authtype}, encryption ${network.enctype}`});
 }
 
+/// The usual name of the band of a frequency in MHz.
+function bandOf(frequency) {
+  return frequency < 3000 ? '2.4 GHz' : frequency < 5925 ? '5 GHz' : '6 GHz';
+}
+
 function bandAndChannel({channel, frequency}) {
-  return [frequency ? `${(frequency / 1000).toFixed(1)} GHz` : null, channel ? `channel ${channel}` : null]
+  return [frequency ? bandOf(frequency) : null, channel ? `channel ${channel}` : null]
     .filter(Boolean).join(' · ');
 }
 

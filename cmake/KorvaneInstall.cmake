@@ -7,17 +7,18 @@ set(platform_include_dir ${CMAKE_INSTALL_INCLUDEDIR}/korvane-platform)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/korvane)
 
 target_include_directories(korvane INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+target_include_directories(korvane-util INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_include_directories(kv_platform_api INTERFACE $<INSTALL_INTERFACE:${platform_include_dir}>)
 set_target_properties(kv_platform_api PROPERTIES EXPORT_NAME platform_api)
 
 # A relative rpath lets programs and libraries find each other in a prefix that was moved. A distribution installs to the
 # loader's default directories and disables the rpath with CMAKE_SKIP_INSTALL_RPATH.
-set_target_properties(korvane PROPERTIES INSTALL_RPATH "$ORIGIN")
-install(TARGETS korvane kv_platform_api EXPORT korvane-targets)
-install(FILES ${PROJECT_SOURCE_DIR}/include/korvane.h TYPE INCLUDE)
+set_target_properties(korvane korvane-util PROPERTIES INSTALL_RPATH "$ORIGIN")
+install(TARGETS korvane korvane-util kv_platform_api EXPORT korvane-targets)
+install(FILES ${PROJECT_SOURCE_DIR}/include/korvane.h ${PROJECT_SOURCE_DIR}/include/korvane_util.h TYPE INCLUDE)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/bindings/cpp/include/ TYPE INCLUDE)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/include/ DESTINATION ${platform_include_dir} FILES_MATCHING PATTERN *.h)
-set(pkg_config_packages korvane)
+set(pkg_config_packages korvane korvane-util)
 
 if(TARGET kvplatform)
     install(TARGETS kvplatform EXPORT korvane-targets)

@@ -11,7 +11,7 @@ function(build name source)
 endfunction()
 
 build(outside ${SOURCE}/outside -D WANTED_VERSION=${VERSION})
-foreach(program outside-c outside-cpp outside-test-c outside-test-cpp)
+foreach(program outside-c outside-cpp outside-test-c outside-test-cpp outside-util-c outside-util-cpp)
     run_application(${WORK}/outside/${program})
 endforeach()
 

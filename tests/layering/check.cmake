@@ -5,7 +5,7 @@
 cmake_minimum_required(VERSION 3.25)
 
 # What each layer may include of the tree besides its own folder: paths from the root, as regular expressions.
-set(layers include bindings/cpp platform/include platform/host common src/kv_master src/korvane_master_proxy src/korvane agent testing
+set(layers include bindings/cpp platform/include platform/host common src/kv_master src/korvane_master_proxy src/korvane src/korvane_util agent testing
     tools examples)
 set(may_use_include "")
 set(may_use_bindings/cpp include/)
@@ -15,6 +15,7 @@ set(may_use_common platform/include/ include/)
 set(may_use_src/kv_master common/ platform/include/)
 set(may_use_src/korvane_master_proxy src/kv_master/ common/ platform/include/)
 set(may_use_src/korvane src/korvane_master_proxy/ src/kv_master/ common/ platform/include/ include/)
+set(may_use_src/korvane_util common/ platform/include/ include/)
 # The other side of the wire shares the description of the interface and its codecs, nothing else of the library.
 set(may_use_agent src/kv_master/ common/ platform/include/)
 # A reference page shows what the agent's tables hold.

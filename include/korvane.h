@@ -149,26 +149,60 @@ extern "C" {
 enum korvane_error {
     /** Success. */
     KORVANE_ERROR_NONE = 0,
-    /** An argument is NULL or out of range, a handle is not live, or it was made for another agent version. */
+    /**
+     * An argument is NULL or out of range, a handle is not live, or it was made for another agent version.
+     *
+     * What to do: correct the call. After an update of the agent, destroy its handles and create new ones.
+     */
     KORVANE_ERROR_INVALID_PARAMETER = -22,
-    /** The library could not allocate memory. */
+    /**
+     * The library could not allocate memory.
+     *
+     * What to do: release memory, then repeat the call.
+     */
     KORVANE_ERROR_OUT_OF_MEMORY = -12,
-    /** The agent denied the request, or the platform denied the connection. */
+    /**
+     * The agent denied the request, or the platform denied the connection.
+     *
+     * What to do: repeat the call only when the rights of the application have changed.
+     */
     KORVANE_ERROR_PERMISSION_DENIED = -13,
-    /** The link to the agent failed during the call; see korvane_set_rpc_io_error_cb(). */
+    /**
+     * The link to the agent failed during the call; see korvane_set_rpc_io_error_cb().
+     *
+     * What to do: call korvane_deinitialize() and korvane_initialize().
+     */
     KORVANE_ERROR_IO_ERROR = -5,
-    /** No sub-device is registered. */
+    /**
+     * No sub-device is registered.
+     *
+     * What to do: call korvane_register_sub_device() first.
+     */
     KORVANE_ERROR_NO_DATA = -61,
-    /** The agent is not installed on this device. */
+    /**
+     * The agent is not installed on this device.
+     *
+     * What to do: install the agent, then call korvane_initialize().
+     */
     KORVANE_ERROR_NOT_SUPPORTED = -1073741822,
     /**
      * The agent replied with a failure or with an invalid reply, it is not connected, or a callback deinitialised the
      * library during the call. The functions list further causes.
+     *
+     * What to do: read the error lines of the log. Repeat the call only when a condition has changed.
      */
     KORVANE_ERROR_OPERATION_FAILED = -1073741825,
-    /** The agent is being updated. */
+    /**
+     * The agent is being updated.
+     *
+     * What to do: repeat the call when the update has ended. Try korvane_initialize() again after a delay.
+     */
     KORVANE_ERROR_SERVICE_UNAVAILABLE = -1073741826,
-    /** The installed agent is too old for the function, or its version cannot be read. */
+    /**
+     * The installed agent is too old for the function, or its version cannot be read.
+     *
+     * What to do: leave the call out with this agent.
+     */
     KORVANE_ERROR_AGENT_VERSION_LOWER = -1073741827,
 };
 
@@ -427,8 +461,8 @@ KORVANE_API int korvane_unset_rpc_io_error_cb(korvane_h handle);
  * callback calls the set or unset function of an event inside another call of the set function of the same event. The
  * unset function then ends the earlier registration only; the call around it registers its callback if it returns
  * KORVANE_ERROR_NONE. A set function that is called inside the unset function of its event does not outlast it: the unset
- * function, which returns last, ends both registrations. After two set functions, one inside the other, rule 2 does not apply to their own user data: keep
- * both until rule 1 or rule 4 applies.
+ * function, which returns last, ends both registrations. After two set functions, one inside the other, rule 2 does not
+ * apply to their own user data: keep both until rule 1 or rule 4 applies.
  *
  * @par Example
  * @code

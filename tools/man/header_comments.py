@@ -1,0 +1,202 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Reads include/korvane.h: its declarations with their comments."""
+
+import re
+from dataclasses import dataclass, field
+from typing import Dict, List, Optional, Tuple
+
+# A block of a comment: ("text", paragraph), ("heading", title), ("code", lines), ("table", rows), ("list", items)
+Block = Tuple[str, object]
+
+
+@dataclass
+class Group:
+    """A @defgroup."""
+    name: str
+    title: str
+    blocks: List[Block]
+    members: List["Item"] = field(default_factory=list)
+
+    def examples(self) -> List[str]:
+        return [content for kind, content in self.blocks if kind == "code"]
+
+
+@dataclass
+class Item:
+    """A function, a callback type, a handle type or an enumeration."""
+    kind: str
+    name: str
+    group: Group
+    declaration: str
+    blocks: List[Block]
+    parameters: List[Tuple[str, str]] = field(default_factory=list)  # type and name
+    described: Dict[str, str] = field(default_factory=dict)  # what the comment says of each parameter
+    codes: List[Tuple[str, str, bool]] = field(default_factory=list)  # name, cause, and whether the cause is a short one
+    version: str = ""
+    version_note: str = ""
+    values: List[Tuple[str, str, str, str]] = field(default_factory=list)  # of an enumeration: name, value, meaning, remedy
+
+    def brief(self) -> str:
+        return next(content for kind, content in self.blocks if kind == "text")
+
+
+@dataclass
+class Header:
+    groups: List[Group]
+    items: Dict[str, Item]
+    anchors: Dict[str, str]  # anchor to group
+    shared_causes: Dict[str, str]  # of the codes whose cause most comments give in one word or two
+
+
+def _lines(comment: str) -> List[str]:
+    lines = comment.strip()[3:-2].split("\n")
+    return [re.sub(r"^\s*\*? ?", "", line).rstrip() if i else line.strip() for i, line in enumerate(lines)]
+
+
+def _blocks(lines: List[str]) -> List[Block]:
+    """Paragraphs, headings, code, tables and lists of a comment without its marks."""
+    blocks: List[Block] = []
+    paragraph: List[str] = []
+
+    def end_paragraph() -> None:
+        if paragraph:
+            blocks.append(("text", " ".join(paragraph)))
+            paragraph.clear()
+
+    i = 0
+    while i < len(lines):
+        line = lines[i]
+        item = re.match(r" *(?:-|\d+\.) +(.*)", line)
+        if line.startswith("@code"):
+            end_paragraph()
+            end = lines.index("@endcode", i)
+            blocks.append(("code", "\n".join(lines[i + 1:end])))
+            i = end
+        elif line.startswith("@par "):
+            end_paragraph()
+            blocks.append(("heading", line[5:]))
+        elif line.startswith("|"):
+            end_paragraph()
+            if not re.match(r"\|[-|]+\|$", line):
+                row = [cell.strip() for cell in line.strip("|").split("|")]
+                if blocks and blocks[-1][0] == "table":
+                    blocks[-1][1].append(row)
+                else:
+                    blocks.append(("table", [row]))
+        elif item:
+            end_paragraph()
+            text = [item.group(1)]
+            while i + 1 < len(lines) and re.match(r" {2,}[^ -]", lines[i + 1]) and not re.match(r" *\d+\. ", lines[i + 1]):
+                i += 1
+                text.append(lines[i].strip())
+            if not blocks or blocks[-1][0] != "list":
+                blocks.append(("list", []))
+            blocks[-1][1].append(" ".join(text))
+        elif line.startswith("@anchor") or line in ("@{", "@}"):
+            pass
+        elif line == "":
+            end_paragraph()
+        else:
+            paragraph.append(line.strip())
+        i += 1
+    end_paragraph()
+    return blocks
+
+
+def _tagged(lines: List[str]) -> Tuple[List[str], List[str]]:
+    """The free text of a comment, and its pieces that begin with a tag, each as one line."""
+    text: List[str] = []
+    pieces: List[str] = []
+    in_piece = False
+    for line in lines:
+        if re.match(r"@(param|retval|return)", line):
+            pieces.append(line)
+            in_piece = True
+        elif in_piece and line:
+            pieces[-1] += " " + line.strip()
+        else:
+            in_piece = False
+            text.append(line)
+    return text, pieces
+
+
+def _parameters(declaration: str) -> List[Tuple[str, str]]:
+    inside = declaration[declaration.rindex("(") + 1:declaration.rindex(")")]
+    found = []
+    for one in inside.split(","):
+        match = re.match(r"(.*?)(\w+)$", " ".join(one.split()))
+        assert match, declaration
+        found.append((match.group(1).strip(), match.group(2)))
+    return found
+
+
+def _read_tags(item: Item, pieces: List[str]) -> None:
+    for piece in pieces:
+        piece = " ".join(piece.split())
+        if match := re.match(r"@param(?:\[out\])? (\w+) (.*)", piece):
+            item.described[match.group(1)] = match.group(2)
+        elif match := re.match(r"@retval (\w+) (.*)", piece):
+            item.codes.append((match.group(1), match.group(2), False))
+        else:
+            for name, cause in re.findall(r"(KORVANE_ERROR_\w+) \(([^)]*)\)", piece):
+                item.codes.append((name, cause, True))
+
+
+def _take_version(item: Item) -> None:
+    for i, (kind, content) in enumerate(item.blocks):
+        if kind == "text" and (match := re.match(r"Lowest agent version: (any|\d+\.\d+)\. ?(.*)", content)):
+            item.version, item.version_note = match.groups()
+            del item.blocks[i]
+            return
+
+
+def _enumerators(body: str) -> List[Tuple[str, str, str, str]]:
+    values = []
+    for comment, name, value in re.findall(r"(/\*\*.*?\*/)\s*(\w+) = (-?\d+),", body, re.DOTALL):
+        texts = [content for _, content in _blocks(_lines(comment))]
+        remedy = next((text[len("What to do: "):] for text in texts if text.startswith("What to do: ")), "")
+        values.append((name, value, texts[0], remedy[:1].upper() + remedy[1:]))
+    return values
+
+
+def _item(group: Group, comment: str, declaration: str) -> Optional[Item]:
+    forms = (("function", r"KORVANE_API int (\w+)\("), ("callback", r"typedef void \(\*(\w+)\)\("),
+             ("handle", r"typedef struct \w+ \*(\w+);"), ("enumeration", r"enum (\w+) \{"))
+    for kind, form in forms:
+        if match := re.match(form, declaration):
+            text, pieces = _tagged(_lines(comment))
+            item = Item(kind, match.group(1), group, declaration, _blocks(text))
+            if kind in ("function", "callback"):
+                item.parameters = _parameters(declaration)
+            if kind == "enumeration":
+                item.values = _enumerators(declaration)
+            _read_tags(item, pieces)
+            _take_version(item)
+            return item
+    return None
+
+
+def _shared_causes(rules: Group) -> Dict[str, str]:
+    text = next(content for kind, content in rules.blocks if kind == "text" and "in one word or two:" in content)
+    causes = text[text.index("in one word or two:") + len("in one word or two:"):].strip().rstrip(".")
+    return dict(part.strip().split(", ", 1) for part in causes.split(";"))
+
+
+def read_header(text: str) -> Header:
+    groups: List[Group] = []
+    items: Dict[str, Item] = {}
+    anchors: Dict[str, str] = {}
+    # A comment, and the declaration that follows it without an empty line, if any.
+    declaration = r"(?:KORVANE_API [^;]*;|typedef [^;]*;|enum \w+ \{.*?\};)"
+    for match in re.finditer(rf"^(/\*\*.*?\*/)(?:\n({declaration}))?", text, re.MULTILINE | re.DOTALL):
+        comment, declared = match.groups()
+        lines = _lines(comment)
+        if group := re.search(r"@defgroup (\w+) (.*)", comment):
+            start = next(i for i, line in enumerate(lines) if line.startswith("@defgroup"))
+            groups.append(Group(group.group(1), group.group(2), _blocks(lines[start + 1:])))
+            anchors.update((name, group.group(1)) for name in [group.group(1)] + re.findall(r"@anchor (\w+)", comment))
+        elif declared and groups:
+            if item := _item(groups[-1], comment, declared):
+                items[item.name] = item
+                groups[-1].members.append(item)
+    return Header(groups, items, anchors, _shared_causes(groups[0]))

@@ -137,7 +137,7 @@ extern "C" {
  * @par Values that the agent defines
  * For a value marked "agent-defined" the library knows neither unit nor coding: it passes the value on unchanged and
  * checks nothing but the range that is given. Where `korvane-agent`, the virtual agent, has a coding of its own, it is
- * given as an example.
+ * given as an example; docs/reference/codings.md lists all of them.
  *
  * @par Memory
  * Running out of memory has a result code wherever the library allocates. GLib's own small allocations end the process.

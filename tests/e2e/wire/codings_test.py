@@ -104,6 +104,39 @@ class Codings(VirtualAgent):
         self.assertEqual(self.request(50, int32(1)), int32(0))
         self.assertEqual(self.next_status(), 5)
 
+    def test_each_line_of_the_state_diagram(self) -> None:
+        names = ["waiting", "connected", "joining", "joined", "done", "failed"]
+        picture = (TREE / "docs/images/setup-states.svg").read_text(encoding="utf-8")
+        self.assertEqual(re.findall(r'class="name"[^>]*>(\d) (\w+)<', picture), [(str(i), name) for i, name in enumerate(names)])
+        lines = [(source, target, by)
+                 for sources, target, steps in re.findall(r'data-from="([^"]*)" data-to="([^"]*)" data-by="([^"]*)"', picture)
+                 for source in sources.split() for by in steps.split()]
+        self.assertEqual(len(lines), 22)
+
+        self.register(6, 1)
+        self.register(17, 5, 6)
+        self.register(64, 18)
+        steps = {"join": lambda: self.command("phone join"), "finish": lambda: self.command("phone finish"),
+                 "connect": lambda: self.command("phone connect"), "leave": lambda: self.command("phone leave"),
+                 "choose": self.choose, "error-code": lambda: self.request(50, int32(1)),
+                 "wrong-pins": self.enter_three_wrong_pins, "reset": lambda: self.request(16)}
+        ways = {"waiting": [], "connected": ["connect"], "joining": ["connect", "choose"],
+                "joined": ["connect", "choose", "join"], "done": ["connect", "choose", "join", "finish"],
+                "failed": ["connect", "choose", "error-code"]}
+        self.request(3, text(""), int32(0), int32(0))
+        for source, target, by in lines:
+            self.request(16)
+            for step in ways[source]:
+                steps[step]()
+            self.assertEqual(self.state("setup.stage"), source)
+            steps[by]()
+            self.assertEqual(self.state("setup.stage"), target, f"{by} in {source}")
+
+    def enter_three_wrong_pins(self) -> None:
+        self.command("phone pin")
+        for _ in range(3):
+            self.command('phone enter-pin {"pin":"wrong"}')
+
     def test_pin_value(self) -> None:
         self.start_with_phone()
         self.register(17, 5, 6)

@@ -5,6 +5,7 @@
 part_alone() {
     check_help
     check_functions
+    check_info
     check_call_arguments
     check_verbs_without_agent
     check_doctor
@@ -14,7 +15,7 @@ check_help() {
     expect_status 0 "$ctl" --help
     expect_in out "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no agent."
     local verb
-    for verb in agent 'do' journal run record top trace call functions doctor completion help; do
+    for verb in agent 'do' journal run record top trace call functions info doctor completion help; do
         expect_status 0 "$ctl" "$verb" --help
         expect_in out "Usage: korvanectl $verb [OPTIONS]"
         expect_in out "Examples:"
@@ -62,8 +63,30 @@ check_functions() {
     expect_in out 'korvane_get_sub_device_presence_list  -> sub_dev_prs list'
     expect_in out 'korvane_set_sub_device_presence int,... bool'
     expect_status 0 "$ctl" functions --json set_pin
-    expect_in out '{"name":"korvane_set_pin_cb","arguments":[],"callbacks":["callback(text, int)","callback()"],"outs":[]}'
+    expect_in out '{"name":"korvane_set_pin_cb","lowest_version":"any","arguments":[],"callbacks":["callback(text, int)","callback()"],"outs":[]}'
     expect_status 1 "$ctl" functions nothing_like_it
+}
+
+# The package directory is empty.
+check_info() {
+    expect_status 0 "$ctl" info
+    expect_in out 'library:   2.3.3'
+    expect_in out 'agent:     not installed'
+    expect_in out 'functions: 0 of 179 available'
+    expect_status 0 "$ctl" info --json
+    expect_in out '{"library":"2.3.3","agent":null,"installed":false,"format":null,"functions":179,"available":0}'
+    expect_status 0 "$ctl" info set_random_pin
+    expect_in out 'korvane_set_random_pin: needs agent 1.4 or later; not available (agent: not installed)'
+    expect_status 0 "$ctl" info korvane_start
+    expect_in out 'korvane_start: needs any agent;'
+    local code
+    for code in -5 0xFFFFFFFB IO_ERROR KORVANE_ERROR_IO_ERROR; do
+        expect_status 0 "$ctl" info "$code"
+        expect_in out 'KORVANE_ERROR_IO_ERROR (-5): the link to the agent failed during the call'
+        expect_in out '  -> connect again and repeat the registrations'
+    done
+    expect_status 2 "$ctl" info korvane_strat
+    expect_in err "'korvane_strat' is neither a function nor a result code"
 }
 
 check_verbs_without_agent() {

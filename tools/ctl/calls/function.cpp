@@ -4,7 +4,7 @@
 #include "tools/ctl/output/failure.hpp"
 #include "tools/ctl/output/suggestion.hpp"
 
-#include <korvane.h>
+#include <korvane_util.h>
 
 #include <algorithm>
 #include <cstring>
@@ -84,21 +84,13 @@ const Function &function_named(const std::string &name)
 
 std::string result_name(int code)
 {
-    static constexpr std::pair<int, const char *> names[] = {
-        {KORVANE_ERROR_NONE, "KORVANE_ERROR_NONE"},
-        {KORVANE_ERROR_INVALID_PARAMETER, "KORVANE_ERROR_INVALID_PARAMETER"},
-        {KORVANE_ERROR_OUT_OF_MEMORY, "KORVANE_ERROR_OUT_OF_MEMORY"},
-        {KORVANE_ERROR_PERMISSION_DENIED, "KORVANE_ERROR_PERMISSION_DENIED"},
-        {KORVANE_ERROR_IO_ERROR, "KORVANE_ERROR_IO_ERROR"},
-        {KORVANE_ERROR_NO_DATA, "KORVANE_ERROR_NO_DATA"},
-        {KORVANE_ERROR_NOT_SUPPORTED, "KORVANE_ERROR_NOT_SUPPORTED"},
-        {KORVANE_ERROR_OPERATION_FAILED, "KORVANE_ERROR_OPERATION_FAILED"},
-        {KORVANE_ERROR_SERVICE_UNAVAILABLE, "KORVANE_ERROR_SERVICE_UNAVAILABLE"},
-        {KORVANE_ERROR_AGENT_VERSION_LOWER, "KORVANE_ERROR_AGENT_VERSION_LOWER"},
-    };
-    const auto *found =
-        std::find_if(std::begin(names), std::end(names), [code](const auto &one) { return one.first == code; });
-    return found == std::end(names) ? std::to_string(code) : found->second;
+    const korvane_util_result *result = korvane_util_explain(code);
+    return result ? std::string{"KORVANE_ERROR_"} + result->name : std::to_string(code);
+}
+
+std::string version_name(int version)
+{
+    return version == 0 ? "any" : std::to_string(version / 1000) + "." + std::to_string(version % 1000);
 }
 
 } // namespace kv::ctl

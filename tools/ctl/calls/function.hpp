@@ -87,5 +87,7 @@ std::vector<std::string> short_function_names();
 
 /// "KORVANE_ERROR_NONE" for 0; the number itself if the result code has no name.
 std::string result_name(int code);
+/// "1.4" for 1004, and "any" for 0, the lowest version of functions that every agent knows.
+std::string version_name(int version);
 
 } // namespace kv::ctl

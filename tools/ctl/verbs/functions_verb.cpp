@@ -4,6 +4,8 @@
 #include "tools/ctl/calls/function.hpp"
 #include "tools/ctl/output/failure.hpp"
 
+#include <korvane_util.h>
+
 #include <CLI/CLI.hpp>
 
 namespace kv::ctl {
@@ -26,6 +28,7 @@ int list_functions(const Output &out, const std::string &text)
             continue;
         ++listed;
         out.line(function.usage(), {{"name", function.name},
+                                    {"lowest_version", version_name(korvane_util_get_lowest_version(function.name))},
                                     {"arguments", types_of(function.with_role(Parameter::Role::given))},
                                     {"callbacks", types_of(function.with_role(Parameter::Role::callback))},
                                     {"outs", types_of(function.with_role(Parameter::Role::out))}});

@@ -14,14 +14,15 @@ extern const Verb top_verb;
 extern const Verb trace_verb;
 extern const Verb call_verb;
 extern const Verb functions_verb;
+extern const Verb info_verb;
 extern const Verb doctor_verb;
 extern const Verb completion_verb;
 extern const Verb help_verb;
 
 /// All verbs, in the order in which the help lists them.
 inline const Verbs all_verbs{
-    &agent_verb, &do_verb,   &journal_verb,   &run_verb,    &record_verb,     &top_verb,
-    &trace_verb, &call_verb, &functions_verb, &doctor_verb, &completion_verb, &help_verb,
+    &agent_verb, &do_verb,        &journal_verb, &run_verb,    &record_verb,     &top_verb,  &trace_verb,
+    &call_verb,  &functions_verb, &info_verb,    &doctor_verb, &completion_verb, &help_verb,
 };
 
 } // namespace kv::ctl

@@ -43,6 +43,7 @@ target_link_libraries(kv_device_code INTERFACE kv_warnings kv_hardening)
 include(CheckCXXCompilerFlag)
 check_cxx_compiler_flag(-Oz KORVANE_HAS_OZ)
 check_cxx_compiler_flag(-malign-data=abi KORVANE_HAS_ALIGN_DATA)
+check_cxx_compiler_flag(-mno-outline-atomics KORVANE_HAS_OUTLINE_ATOMICS)
 add_library(kv_small_code INTERFACE)
 target_compile_options(kv_small_code INTERFACE
     $<$<NOT:$<CONFIG:Debug>>:$<IF:$<BOOL:${KORVANE_HAS_OZ}>,-Oz,-Os>>
@@ -51,15 +52,18 @@ target_compile_options(kv_small_code INTERFACE
     # The strong form also guards functions that pass the address of a local. Most exported functions do, and would become
     # 4.7 kB larger, so only the targets that decode another process's data have it: those with KV_DECODES.
     $<IF:$<BOOL:$<TARGET_PROPERTY:KV_DECODES>>,${strong_stack_protector},${stack_protector}>
-    # Symbols are bound when the library is loaded, so a call through its table needs no stub.
-    $<${hardened}:-fno-plt>)
+    # Symbols are bound when the library is loaded, so a call through its table needs no stub. Elsewhere than on x86-64 such a
+    # call takes several instructions, and the stubs are smaller.
+    $<$<AND:${hardened},$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>>:-fno-plt>
+    # Atomic operations in place instead of calls of functions that choose them when the program runs.
+    $<$<BOOL:${KORVANE_HAS_OUTLINE_ATOMICS}>:-mno-outline-atomics>)
 target_link_libraries(kv_small_code INTERFACE kv_device_code)
 
 # Linker options that make the library small. Packed relocations take bits instead of 24 bytes for each address in a table
 # (the loader needs glibc 2.36). Code and constants share a segment, because padding both to whole pages is larger than some
 # of them.
 include(CheckLinkerFlag)
-check_linker_flag(C -Wl,-z,pack-relative-relocs KORVANE_PACKS_RELOCATIONS)
+check_linker_flag(C -Wl,--fatal-warnings,-z,pack-relative-relocs KORVANE_PACKS_RELOCATIONS)
 check_linker_flag(C -Wl,-z,noseparate-code KORVANE_SHARES_SEGMENTS)
 # The start files run constructors of old compilers and destructors of static objects. The library has neither; a static
 # object with a destructor would not link.

@@ -3,6 +3,7 @@
 
 #include "agent/interface/methods.hpp"
 #include "agent/json/arguments.hpp"
+#include "agent/json/kind.hpp"
 #include "snapshot_members.hpp"
 
 #include <glib.h>
@@ -119,21 +120,21 @@ Json saved(const Object &object)
 
 // ---- reading ---------------------------------------------------------------------------------------------------------
 
-[[noreturn]] void wrong(const std::string &path, const char *wanted, const cJSON *value)
+[[noreturn]] void wrong(const std::string &path, const char *wanted, const std::string &kind)
 {
-    throw std::invalid_argument{path + " must be " + wanted + ", not " + excerpt_of(value)};
+    throw std::invalid_argument{path + " must be " + wanted + ", not " + kind};
 }
 
 void must_be_object(const cJSON *value, const std::string &path)
 {
     if (!cJSON_IsObject(value))
-        wrong(path, "an object", value);
+        wrong(path, "an object", kind_of(value));
 }
 
 void load(bool &value, const cJSON *from, const std::string &path)
 {
     if (!cJSON_IsBool(from))
-        wrong(path, "true or false", from);
+        wrong(path, "true or false", kind_of(from));
     value = cJSON_IsTrue(from);
 }
 
@@ -141,7 +142,7 @@ void load(int &value, const cJSON *from, const std::string &path)
 {
     const std::optional<int> number = whole_number(from);
     if (!number)
-        wrong(path, "a whole number of 32 bits", from);
+        wrong(path, "a whole number of 32 bits", number_or_kind_of(from));
     value = *number;
 }
 
@@ -151,7 +152,7 @@ void load(Enum &value, const cJSON *from, const std::string &path)
 {
     const int number = whole_number(from).value_or(-1);
     if (number < 0 || number > last_of(Enum{}))
-        wrong(path, ("0 to " + std::to_string(last_of(Enum{}))).c_str(), from);
+        wrong(path, ("0 to " + std::to_string(last_of(Enum{}))).c_str(), number_or_kind_of(from));
     value = static_cast<Enum>(number);
 }
 
@@ -164,7 +165,7 @@ void load(std::string &value, const cJSON *from, const std::string &path)
 {
     const cJSON *encoded = cJSON_GetObjectItemCaseSensitive(from, "base64");
     if (!cJSON_IsString(from) && !cJSON_IsString(encoded))
-        wrong(path, R"(a text, or {"base64":TEXT})", from);
+        wrong(path, R"(a text, or {"base64":TEXT})", kind_of(from));
     if (cJSON_IsString(from)) {
         value = from->valuestring;
         return;
@@ -206,7 +207,7 @@ template <class Values>
 void load_list(Values &values, const cJSON *from, const std::string &path)
 {
     if (!cJSON_IsArray(from))
-        wrong(path, "an array", from);
+        wrong(path, "an array", kind_of(from));
     values.clear();
     for (const cJSON *item = from->child; item; item = item->next) {
         const std::string place = path + "." + std::to_string(values.size());

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "agent/json/arguments.hpp"
+#include "agent/json/kind.hpp"
 #include "parcel.hpp"
 
 #include <optional>
@@ -11,9 +12,9 @@
 /// must be.
 namespace kv::virtual_agent {
 
-[[noreturn]] inline void wrong_value(const char *name, const char *wanted, const cJSON *value)
+[[noreturn]] inline void wrong_value(const char *name, const char *wanted, const std::string &kind)
 {
-    throw std::invalid_argument{std::string{name} + " must be " + wanted + ", not " + excerpt_of(value)};
+    throw std::invalid_argument{std::string{name} + " must be " + wanted + ", not " + kind};
 }
 
 template <FixedText Name>
@@ -21,14 +22,14 @@ int from_json(describe::Int32<Name>, const cJSON *value)
 {
     if (const std::optional<int> number = whole_number(value))
         return *number;
-    wrong_value(Name.text, "a whole number of 32 bits", value);
+    wrong_value(Name.text, "a whole number of 32 bits", number_or_kind_of(value));
 }
 
 template <FixedText Name>
 bool from_json(describe::Bool<Name>, const cJSON *value)
 {
     if (!cJSON_IsBool(value))
-        wrong_value(Name.text, "true or false", value);
+        wrong_value(Name.text, "true or false", kind_of(value));
     return cJSON_IsTrue(value);
 }
 
@@ -40,14 +41,14 @@ CText from_json(describe::String<Name>, const cJSON *value)
         return CText::copy(value->valuestring);
     if (cJSON_IsObject(value) || cJSON_IsArray(value))
         return CText::copy(text_of(value).c_str());
-    wrong_value(Name.text, "a text", value);
+    wrong_value(Name.text, "a text", kind_of(value));
 }
 
 template <class R>
 Owned<typename R::type> record_from_json(const char *name, const cJSON *value)
 {
     if (!cJSON_IsObject(value))
-        wrong_value(name, "an object", value);
+        wrong_value(name, "an object", kind_of(value));
     Owned<typename R::type> record{master::RecordCodec<R>::create()};
     if (!record)
         throw std::bad_alloc{};
@@ -60,7 +61,7 @@ Owned<typename R::type> record_from_json(const char *name, const cJSON *value)
         }
     });
     if (known != cJSON_GetArraySize(value))
-        wrong_value(name, "an object with that record's fields only", value);
+        wrong_value(name, "an object with that record's fields only", "one with others");
     return record;
 }
 
@@ -85,7 +86,7 @@ template <class A, FixedText Name>
 Owned<master::ArrayValue<A>> from_json(describe::Arr<A, Name>, const cJSON *value)
 {
     if (!cJSON_IsArray(value))
-        wrong_value(Name.text, "an array", value);
+        wrong_value(Name.text, "an array", kind_of(value));
     Owned<master::ArrayValue<A>> array{master::ArrayCodec<A>::create()};
     if (!array)
         throw std::bad_alloc{};

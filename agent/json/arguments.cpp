@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "arguments.hpp"
 
+#include "kind.hpp"
+
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -10,9 +12,9 @@ namespace kv::virtual_agent {
 
 namespace {
 
-[[noreturn]] void wrong(const char *name, const char *wanted, const cJSON *value)
+[[noreturn]] void wrong(const char *name, const char *wanted, const std::string &kind)
 {
-    throw std::invalid_argument{std::string{"'"} + name + "' must be " + wanted + ", not " + excerpt_of(value)};
+    throw std::invalid_argument{std::string{"'"} + name + "' must be " + wanted + ", not " + kind};
 }
 
 } // namespace
@@ -38,7 +40,7 @@ int parse_number(const std::string &word, const char *what)
 Arguments::Arguments(const cJSON *object) : object_(cJSON_IsNull(object) ? nullptr : object)
 {
     if (object_ && !cJSON_IsObject(object_))
-        throw std::invalid_argument{"the arguments must be a JSON object, not " + excerpt_of(object_)};
+        throw std::invalid_argument{"the arguments must be a JSON object, not " + kind_of(object_)};
 }
 
 const cJSON *Arguments::any(const char *name)
@@ -53,7 +55,7 @@ std::optional<std::string> Arguments::text(const char *name)
     if (!value)
         return std::nullopt;
     if (!cJSON_IsString(value))
-        wrong(name, "a text", value);
+        wrong(name, "a text", kind_of(value));
     return value->valuestring;
 }
 
@@ -64,7 +66,7 @@ std::optional<int> Arguments::number(const char *name)
         return std::nullopt;
     if (const std::optional<int> number = whole_number(value))
         return number;
-    wrong(name, "a whole number of 32 bits", value);
+    wrong(name, "a whole number of 32 bits", number_or_kind_of(value));
 }
 
 std::optional<int> Arguments::count(const char *name)
@@ -81,7 +83,7 @@ std::optional<bool> Arguments::flag(const char *name)
     if (!value)
         return std::nullopt;
     if (!cJSON_IsBool(value))
-        wrong(name, "true or false", value);
+        wrong(name, "true or false", kind_of(value));
     return cJSON_IsTrue(value);
 }
 
@@ -93,7 +95,7 @@ std::optional<std::string> Arguments::document(const char *name)
     if (cJSON_IsString(value))
         return value->valuestring;
     if (!cJSON_IsObject(value) && !cJSON_IsArray(value))
-        wrong(name, "a text, an object or an array", value);
+        wrong(name, "a text, an object or an array", kind_of(value));
     return text_of(value);
 }
 

@@ -5,6 +5,7 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <new>
 #include <stdexcept>
 
@@ -48,10 +49,14 @@ Json::Json(std::string_view text) : Json(cJSON_CreateString(valid_utf8(text).c_s
 Json Json::parse(const std::string &text, const char **end, bool to_the_end)
 {
     if (const char *limit = exceeded_limit(text))
-        throw JsonTooLarge{"not JSON that can be accepted, " + std::string{limit} + ": " + excerpt(text)};
-    cJSON *value = text.find('\0') == std::string::npos ? cJSON_ParseWithOpts(text.c_str(), end, to_the_end) : nullptr;
-    if (!value)
-        throw std::invalid_argument{"not JSON: " + excerpt(text)};
+        throw JsonTooLarge{"not JSON that can be accepted: " + std::string{limit}};
+    const std::size_t zero = text.find('\0');
+    const char *stopped = text.c_str() + std::min(zero, text.size());
+    cJSON *value = zero == std::string::npos ? cJSON_ParseWithOpts(text.c_str(), &stopped, to_the_end) : nullptr;
+    if (!value) // the text may hold a secret, so the message does not repeat it
+        throw std::invalid_argument{"not JSON from byte " + std::to_string(stopped - text.c_str() + 1) + " on"};
+    if (end)
+        *end = stopped;
     return Json{value};
 }
 

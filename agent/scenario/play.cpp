@@ -2,6 +2,7 @@
 #include "play.hpp"
 
 #include "agent/json/matching.hpp"
+#include "shown_step.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -28,32 +29,18 @@ std::optional<std::string> difference_of(const Scenario::Step &step, const Json 
     return difference(step.answer.get(), cJSON_GetObjectItemCaseSensitive(facts.get(), "answer"), "answer");
 }
 
-/// The arguments of a step without those that may be secret.
-Json without_secrets(const cJSON *arguments)
+/// The same in words. A secret that differs is not shown.
+std::string difference_in_words(const Scenario::Step &step, const Json &facts)
 {
-    Json shown = Json::copy_of(arguments);
-    cJSON *with = cJSON_GetObjectItemCaseSensitive(shown.get(), "with");
-    for (const char *secret : {"password", "pin", "text", "account"})
-        cJSON_DeleteItemFromObjectCaseSensitive(with, secret);
-    cJSON_DeleteItemFromObjectCaseSensitive(shown.get(), "values");
-    return shown;
+    const cJSON *actual = arguments_of(facts);
+    if (auto found = difference(shown_expectation(step.arguments.get(), actual).get(), actual, ""))
+        return *found;
+    if (difference(step.arguments.get(), actual, ""))
+        return "a secret differs; it can be compared in its masked form only";
+    return difference_of(step, facts).value_or("");
 }
 
 } // namespace
-
-std::string in_words(const Scenario::Step &step)
-{
-    const Json arguments = without_secrets(step.arguments.get());
-    const std::string details = cJSON_GetArraySize(arguments.get()) > 0 ? " " + arguments.text() : "";
-    switch (step.kind) {
-    case Scenario::Step::Kind::command: return step.command->name + details;
-    case Scenario::Step::Kind::expect: return "expect " + step.text + details;
-    case Scenario::Step::Kind::until: return "until" + details;
-    case Scenario::Step::Kind::wait: return "wait " + std::to_string(step.within_ms) + " ms";
-    case Scenario::Step::Kind::say: return step.text;
-    }
-    return "";
-}
 
 Play::Play(ControlledAgent &agent, Scenario scenario, Ended ended)
     : agent_(agent), scenario_(std::move(scenario)), ended_(std::move(ended)),
@@ -164,7 +151,7 @@ std::string Play::nearest_call(const Step &step) const
             nearest = &call.facts;
         }
     if (nearest)
-        return "it was called with other values: " + difference_of(step, *nearest).value_or("");
+        return "it was called with other values: " + difference_in_words(step, *nearest);
     if (calls_.empty())
         return "nothing was called";
     std::string names;

@@ -58,7 +58,4 @@ private:
     bool waited_ = false; // the time of a wait step has passed
 };
 
-/// A step in words: expect send_ap_list {"req_id":1}.
-std::string in_words(const Scenario::Step &step);
-
 } // namespace kv::virtual_agent

@@ -3,6 +3,7 @@
 
 #include "agent/embedded.hpp"
 #include "personalities.hpp"
+#include "shown_step.hpp"
 
 #include <stdexcept>
 

@@ -2,6 +2,7 @@
 #include "scenario.hpp"
 
 #include "agent/files/read_file.hpp"
+#include "agent/json/kind.hpp"
 
 #include <algorithm>
 #include <limits>
@@ -61,7 +62,7 @@ Json object_in(Arguments &members, const char *name)
 {
     const cJSON *value = members.any(name);
     if (value && !cJSON_IsObject(value))
-        throw std::invalid_argument{std::string{"'"} + name + "' must be an object, not " + excerpt_of(value)};
+        throw std::invalid_argument{std::string{"'"} + name + "' must be an object, not " + kind_of(value)};
     return value ? Json::copy_of(value) : Json::object();
 }
 

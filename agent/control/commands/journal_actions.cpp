@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "actions.hpp"
 
+#include "agent/json/kind.hpp"
 #include "agent/json/matching.hpp"
 
 #include <stdexcept>
@@ -19,7 +20,7 @@ Json filter_in(Arguments &arguments)
     const cJSON *filter = arguments.any("filter");
     if (filter && !cJSON_IsObject(filter))
         throw std::invalid_argument{
-            "'filter' must be an object that entries match, such as {\"method\":\"start\"}, not " + excerpt_of(filter)};
+            "'filter' must be an object that entries match, such as {\"method\":\"start\"}, not " + kind_of(filter)};
     return filter ? Json::copy_of(filter) : Json::object();
 }
 

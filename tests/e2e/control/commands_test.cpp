@@ -229,7 +229,7 @@ TEST_F(Commands, RefuseInvalidSnapshotsAndChangeNothing)
         const char *reason;
     };
     const Refusal refusals[] = {
-        {.snapshot = R"({"running":1})", .reason = "snapshot.running must be true or false, not 1"},
+        {.snapshot = R"({"running":1})", .reason = "snapshot.running must be true or false, not a number"},
         {.snapshot = R"({"runing":true})", .reason = "there is no 'runing' here"},
         {.snapshot = R"({"setup":[]})", .reason = "snapshot.setup must be an object"},
         {.snapshot = R"({"setup":{"stage":6}})", .reason = "snapshot.setup.stage must be 0 to 5, not 6"},

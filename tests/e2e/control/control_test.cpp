@@ -83,7 +83,7 @@ TEST_F(Control, ReportsWhatIsWrongWithARequest)
         {.method = "POST", .target = "/v1/emit", .body = "[]", .status = http::bad_request, .reason = "the arguments must be a JSON object"},
         {.method = "POST", .target = "/v1/emit", .body = "7", .status = http::bad_request, .reason = "the arguments must be a JSON object"},
         {.method = "POST", .target = "/v1/emit", .body = "{}", .status = http::bad_request, .reason = "'event' is missing"},
-        {.method = "POST", .target = "/v1/emit", .body = R"({"event":7})", .status = http::bad_request, .reason = "'event' must be a text, not 7"},
+        {.method = "POST", .target = "/v1/emit", .body = R"({"event":7})", .status = http::bad_request, .reason = "'event' must be a text, not a number"},
         {.method = "POST", .target = "/v1/emit", .body = R"({"event":["a"]})", .status = http::bad_request, .reason = "'event' must be a text"},
         {.method = "POST", .target = "/v1/emit", .body = R"({"event":"a","colour":"red"})", .status = http::bad_request, .reason = "there is no 'colour' here"},
         {.method = "POST", .target = "/v1/emit", .body = R"({"event":"no_such_cb"})", .status = http::bad_request, .reason = "there is no event 'no_such_cb'"},

@@ -41,7 +41,7 @@ TEST_F(AgentCloud, AcceptsCredentialsAsARecord)
     EXPECT_EQ(ask(master::signup_cloud{}, &record), 0);
     EXPECT_TRUE(state.signed_up);
     EXPECT_TRUE(has(shown(), R"("credentials":{"region":"eu","auth_provider":"","access_token":)"
-                             R"("<secret, 11 bytes>","refresh_token":"<secret, 10 bytes>","user_id":"ann")"));
+                             R"("<secret, 11 bytes>","refresh_token":"<secret, 10 bytes>","user_id":"<secret, 3 bytes>")"));
 }
 
 TEST_F(AgentCloud, AcceptsCredentialsAsADocumentFromAgent20On)
@@ -54,7 +54,8 @@ TEST_F(AgentCloud, AcceptsCredentialsAsADocumentFromAgent20On)
     EXPECT_EQ(common(request), 0);
     EXPECT_TRUE(state.signed_in);
     EXPECT_TRUE(has(shown(), R"("ci_server":"https://ci.example","deploy_env":"stage","iatt":3)"));
-    EXPECT_FALSE(has(shown(), "very secret"));
+    for (const char *secret : {"very secret", "ann"})
+        EXPECT_FALSE(has(shown(), secret)) << secret;
 }
 
 TEST_F(AgentCloud, MakesTheNextSignUpFail)

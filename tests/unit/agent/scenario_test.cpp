@@ -64,8 +64,8 @@ TEST(AgentScenario, ReportsTheLineAndTheReasonOfAMistake)
         {"{\"steps\":[{\"wait_ms\":-1}]}", "line 1: 'wait_ms' cannot be negative"},
         {"{\"steps\":[{\"say\":\"x\",\"since\":\"3.0\"}]}", "line 1: there is no agent version '3.0'"},
         {"{\"steps\":[{\"say\":\"x\",\"wait_ms\":1}]}", "line 1: a step has one of"},
-        {"{\"steps\":[{\"until\":5}]}", "line 1: 'until' must be an object, not 5"},
-        {"{\"steps\":[5]}", "line 1: the arguments must be a JSON object, not 5"},
+        {"{\"steps\":[{\"until\":5}]}", "line 1: 'until' must be an object, not a number"},
+        {"{\"steps\":[5]}", "line 1: the arguments must be a JSON object, not a number"},
     };
     for (const auto &[text, reason] : mistakes)
         EXPECT_EQ(mistake(text).substr(0, std::string{reason}.size()), reason) << text;

@@ -131,6 +131,7 @@ int serve(const Options &options)
     Scenario scenario; // loaded before anything starts, so that a mistake in it prevents the start
     for (const std::string &path : options.scenarios)
         scenario.append(Scenario::load(path));
+    scenario.require(options.version.number());
 
     State state;
     state.version = options.version;
@@ -190,6 +191,43 @@ int serve(const Options &options)
     return scenario_passed ? stopped : failed;
 }
 
+std::string joined(const std::vector<std::string> &words)
+{
+    std::string text;
+    for (const std::string &word : words)
+        text += (text.empty() ? "" : ", ") + word;
+    return text;
+}
+
+/// Reports the versions for which a scenario is meant, or its first mistake. Returns false for a mistake.
+bool check_scenario(const std::string &path)
+{
+    Json facts = Json::object();
+    facts.set("scenario", path);
+    try {
+        const Scenario scenario = Scenario::load(path);
+        std::vector<std::string> versions;
+        for (const std::string &version : Version::all())
+            if (scenario.applies_to(Version::parse(version).number()))
+                versions.push_back(version);
+        facts.set("title", scenario.title).set("versions", array_of(versions));
+        report(facts, path + ": correct, for agents " + joined(versions));
+        return true;
+    } catch (const std::exception &problem) {
+        report(facts.set("problem", problem.what()), problem.what());
+        return false;
+    }
+}
+
+int check_scenarios(const std::vector<std::string> &paths)
+{
+    report(Json::object().set("versions", array_of(Version::all())), "agent versions: " + joined(Version::all()));
+    bool all_are_correct = true;
+    for (const std::string &path : paths)
+        all_are_correct = check_scenario(path) && all_are_correct;
+    return all_are_correct ? stopped : failed;
+}
+
 int run(int argc, char **argv)
 {
     const pid_t parent = getppid();
@@ -203,6 +241,7 @@ int run(int argc, char **argv)
         return stopped;
     case Options::Action::install: Package{options.for_start_on_demand()}.install(options.version); return stopped;
     case Options::Action::uninstall: Package::uninstall(); return stopped;
+    case Options::Action::check_scenarios: return check_scenarios(options.scenarios);
     case Options::Action::serve: break;
     }
     if (options.exit_with_parent && !end_with_parent(parent))

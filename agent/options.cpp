@@ -79,6 +79,8 @@ constexpr Option option_table[] = {
      "access token for the HTTP port (default: KORVANE_HTTP_TOKEN, which process lists do not show, or\n                          a random one)"},
     {"scenario", "FILE", [](Options &o, const char *v) { o.scenarios.push_back(absolute(v)); },
      "run a scenario, or several in order, then stop when the last application has disconnected;\n                          exit status 1 if it failed"},
+    {"check-scenario", "FILE", [](Options &o, const char *v) { o.action = Options::Action::check_scenarios; o.scenarios.push_back(absolute(v)); },
+     "check a scenario, or several, print the versions for which each is meant, and exit"},
     {"exit-with-parent", nullptr, [](Options &o, const char *) { o.exit_with_parent = true; },
      "stop when the program that started the agent ends"},
     {"install", nullptr, [](Options &o, const char *) { o.action = Options::Action::install; },

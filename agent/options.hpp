@@ -16,7 +16,7 @@ struct UsageError : std::runtime_error {
 };
 
 struct Options {
-    enum class Action { serve, install, uninstall, show_help, show_version };
+    enum class Action { serve, check_scenarios, install, uninstall, show_help, show_version };
 
     Action action = Action::serve;
     Version version = Version::newest();

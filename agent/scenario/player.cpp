@@ -13,6 +13,7 @@ void ScenarioPlayer::start(Scenario scenario, Play::Ended ended)
 {
     if (play_ && play_->current())
         throw std::invalid_argument{"another scenario is being played; 'stop-play' stops it"};
+    scenario.require(agent_->state.version.number());
     problem_.clear();
     play_.emplace(*agent_, std::move(scenario), [this, ended = std::move(ended)](const std::string &problem) {
         problem_ = problem;

@@ -17,7 +17,7 @@ public:
     /// Sets the agent that scenarios control; to be called once, before anything is played.
     void control(ControlledAgent &agent) { agent_ = &agent; }
 
-    /// Throws std::invalid_argument while another scenario is played. `ended` is called as Play describes.
+    /// Throws std::invalid_argument while another scenario is played or if this one is not meant for the agent's version. `ended` is called as Play describes.
     void start(Scenario scenario, Play::Ended ended = {});
 
     void start_file(const std::string &path) override { start(Scenario::load(path)); }

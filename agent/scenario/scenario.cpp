@@ -5,7 +5,6 @@
 #include "agent/json/kind.hpp"
 
 #include <algorithm>
-#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -161,6 +160,8 @@ Scenario Scenario::from_json(const cJSON *document, const std::vector<int> &line
     try {
         Arguments members{document};
         scenario.title = members.text("title").value_or("");
+        scenario.since = version_in(members, "since", scenario.since);
+        scenario.before = version_in(members, "before", scenario.before);
         members.any("steps");
         members.text("note");
         members.end();
@@ -181,10 +182,22 @@ Scenario Scenario::from_json(const cJSON *document, const std::vector<int> &line
     return scenario;
 }
 
+void Scenario::require(int version) const
+{
+    if (applies_to(version))
+        return;
+    const std::string oldest = since == 0 ? "" : " from " + version_text(since) + " on";
+    const std::string newest = before == std::numeric_limits<int>::max() ? "" : " before " + version_text(before);
+    throw std::invalid_argument{"the scenario '" + title + "' is for agents" + oldest + newest + ", not for " +
+                                version_text(version)};
+}
+
 void Scenario::append(Scenario more)
 {
     if (title.empty())
         title = std::move(more.title);
+    since = std::max(since, more.since);
+    before = std::min(before, more.before);
     steps.insert(steps.end(), std::make_move_iterator(more.steps.begin()), std::make_move_iterator(more.steps.end()));
 }
 

@@ -3,6 +3,7 @@
 
 #include "agent/control/commands/commands.hpp"
 
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -34,9 +35,15 @@ struct Scenario {
     };
 
     std::string title{};
+    int since = 0; // the agent versions for which it is meant
+    int before = std::numeric_limits<int>::max();
     std::vector<Step> steps{};
 
-    /// Adds the steps of another scenario.
+    bool applies_to(int version) const { return version >= since && version < before; }
+    /// Throws std::invalid_argument, which names the versions, if the scenario is not meant for this one.
+    void require(int version) const;
+
+    /// Adds the steps of another scenario; both must be meant for a version then.
     void append(Scenario more);
 
     static constexpr std::size_t max_file = 1 << 20;

@@ -68,6 +68,16 @@ std::string text_in(const Json &object, const char *name)
     return member.is_null() ? "" : text_of(member);
 }
 
+std::vector<std::string> texts_in(const Json &array)
+{
+    std::vector<std::string> texts;
+    if (array.is_array())
+        for (const Json &item : array)
+            if (item.is_string())
+                texts.push_back(item);
+    return texts;
+}
+
 long long number_in(const Json &object, const char *name, long long fallback)
 {
     const Json &member = member_of(object, name);

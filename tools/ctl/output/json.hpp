@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kv::ctl {
 
@@ -31,6 +32,8 @@ std::string indented_text_of(const Json &value);
 const Json &member_of(const Json &object, const char *name);
 /// The member as text: a string as it is, another value as JSON, "" if it is missing.
 std::string text_in(const Json &object, const char *name);
+/// The texts in an array; empty for any other value.
+std::vector<std::string> texts_in(const Json &array);
 /// The member if it is a whole number, else the fallback.
 long long number_in(const Json &object, const char *name, long long fallback);
 /// The member if it is a Boolean value, else the fallback.

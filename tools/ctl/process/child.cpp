@@ -120,6 +120,23 @@ pid_t start(const Program &program)
     throw Failure{failed, "cannot run " + program.words[0] + ": " + problem->message};
 }
 
+Captured capture(const std::vector<std::string> &words)
+{
+    Argv argv{words};
+    char *out = nullptr;
+    char *err = nullptr;
+    int status = 0;
+    GError *error = nullptr;
+    if (!g_spawn_sync(nullptr, argv.pointers.data(), nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr, &out, &err,
+                      &status, &error)) {
+        const std::unique_ptr<GError, decltype(&g_error_free)> problem{error, g_error_free};
+        throw Failure{failed, "cannot run " + words[0] + ": " + problem->message};
+    }
+    const std::unique_ptr<char, decltype(&g_free)> owned_out{out, g_free};
+    const std::unique_ptr<char, decltype(&g_free)> owned_err{err, g_free};
+    return {out, err, status};
+}
+
 std::string status_text(int status)
 {
     if (WIFEXITED(status))

@@ -25,6 +25,16 @@ struct Program {
 /// Starts a program. Throws Failure if it cannot be executed.
 pid_t start(const Program &program);
 
+/// What a program wrote, and its status as waitpid() returns it.
+struct Captured {
+    std::string out;
+    std::string err;
+    int status;
+};
+
+/// Runs a program to its end. Throws Failure if it cannot be executed.
+Captured capture(const std::vector<std::string> &words);
+
 /// Describes the status that waitpid() returns: "exit status 3", "signal 11 (Segmentation fault)".
 std::string status_text(int status);
 

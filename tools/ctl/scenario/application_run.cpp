@@ -96,9 +96,10 @@ void ApplicationRun::start_bus()
 
 Program ApplicationRun::agent_command(const std::filesystem::path &journal) const
 {
-    Program program{
-        {required_agent_program(options_.agent_program), "--scenario", options_.scenario, "--log", journal.string()},
-        environment()};
+    Program program{{required_agent_program(options_.agent_program), "--log", journal.string()}, environment()};
+    if (!options_.faults.empty())
+        program.words.insert(program.words.end(), {"--scenario", options_.faults});
+    program.words.insert(program.words.end(), {"--scenario", options_.scenario});
     if (!options_.agent_version.empty())
         program.words.insert(program.words.end(), {"--agent-version", options_.agent_version});
     return program;
@@ -136,7 +137,7 @@ void ApplicationRun::watch_lines(Lines &lines, void (ApplicationRun::*take)(cons
 void ApplicationRun::take_journal_line(const std::string &line)
 {
     const Json entry = parsed(line);
-    if (entry.is_object())
+    if (entry.is_object() && !options_.quiet)
         out_.line(entry_text(entry), entry);
 }
 
@@ -254,6 +255,10 @@ int ApplicationRun::run()
         if (!application_started_)
             fail("the agent did not become ready within " + std::to_string(agent_start_timeout_ms / 1000) + " s");
     });
+    if (options_.timeout_s > 0)
+        loop_.after_ms(1000 * options_.timeout_s, [this] {
+            fail("the scenario did not end within " + std::to_string(options_.timeout_s) + " s");
+        });
     loop_.run();
     end_descendants();
     journal_->read_some([this](const std::string &line) { take_journal_line(line); });

@@ -14,10 +14,15 @@
 
 namespace kv::ctl {
 
+inline constexpr unsigned max_timeout_s = 24 * 60 * 60;
+
 struct RunOptions {
     std::string scenario{};
+    std::string faults{}; // a scenario of commands that is played before
     std::string agent_version{};
     std::string agent_program{};
+    unsigned timeout_s = 0; // for the whole scenario; 0 for none
+    bool quiet = false;     // do not print the journal
 };
 
 /// A new directory below the one for temporary files. It is removed with the object.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "placeholder.hpp"
 
+#include "tools/ctl/output/failure.hpp"
+
 #include <fstream>
 
 namespace kv::ctl {
@@ -39,6 +41,16 @@ std::vector<std::string> placeholders_in(const std::string &path)
         }
     }
     return found;
+}
+
+void refuse_placeholders(const std::vector<std::string> &paths)
+{
+    std::string problems;
+    for (const std::string &path : paths)
+        for (const std::string &problem : placeholders_in(path))
+            problems += (problems.empty() ? "" : "\n            ") + problem;
+    if (!problems.empty())
+        throw UsageError{problems};
 }
 
 } // namespace kv::ctl

@@ -13,4 +13,7 @@ std::string placeholder(const std::string &name);
 /// read has none; the agent reports it.
 std::vector<std::string> placeholders_in(const std::string &path);
 
+/// Throws UsageError, which describes each placeholder in these files, if there is one.
+void refuse_placeholders(const std::vector<std::string> &paths);
+
 } // namespace kv::ctl

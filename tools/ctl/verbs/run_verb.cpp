@@ -11,15 +11,6 @@ namespace kv::ctl {
 
 namespace {
 
-void refuse_placeholders(const std::string &scenario)
-{
-    std::string problems;
-    for (const std::string &problem : placeholders_in(scenario))
-        problems += (problems.empty() ? "" : "\n            ") + problem;
-    if (!problems.empty())
-        throw UsageError{problems};
-}
-
 std::function<int()> set_up_run(CLI::App &app, Context &context)
 {
     auto options = std::make_shared<RunOptions>();
@@ -28,10 +19,16 @@ std::function<int()> set_up_run(CLI::App &app, Context &context)
     app.add_option("--agent-program", options->agent_program,
                    "Program of the agent (default: KORVANE_AGENT, next to korvanectl, PATH)")
         ->type_name("PATH");
+    app.add_option("--faults", options->faults, "A scenario of commands, such as faults, that is played before")
+        ->type_name("PLAN");
+    app.add_option("--timeout", options->timeout_s, "Let the run fail after this many seconds")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1U, max_timeout_s).description(""));
+    app.add_flag("--quiet", options->quiet, "Do not print the journal");
     return [&context, options] {
         if (context.program.empty())
             throw UsageError{"name the application: korvanectl run SCENARIO -- APPLICATION"};
-        refuse_placeholders(options->scenario);
+        refuse_placeholders({options->scenario});
         return ApplicationRun{context.out, context.program, *options}.run();
     };
 }

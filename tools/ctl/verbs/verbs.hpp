@@ -9,6 +9,8 @@ extern const Verb agent_verb;
 extern const Verb do_verb;
 extern const Verb journal_verb;
 extern const Verb run_verb;
+extern const Verb test_verb;
+extern const Verb report_verb;
 extern const Verb record_verb;
 extern const Verb top_verb;
 extern const Verb trace_verb;
@@ -21,8 +23,8 @@ extern const Verb help_verb;
 
 /// All verbs, in the order in which the help lists them.
 inline const Verbs all_verbs{
-    &agent_verb, &do_verb,        &journal_verb, &run_verb,    &record_verb,     &top_verb,  &trace_verb,
-    &call_verb,  &functions_verb, &info_verb,    &doctor_verb, &completion_verb, &help_verb,
+    &agent_verb, &do_verb,   &journal_verb,   &run_verb,  &test_verb,   &report_verb,     &record_verb, &top_verb,
+    &trace_verb, &call_verb, &functions_verb, &info_verb, &doctor_verb, &completion_verb, &help_verb,
 };
 
 } // namespace kv::ctl

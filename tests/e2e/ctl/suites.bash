@@ -1,0 +1,213 @@
+# SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=bash
+# shellcheck disable=SC2016,SC2034,SC2154 # ctl_test and helpers.bash share variables with this file
+# Many scenarios, versions and fault plans at once; shards and reports.
+part_suites() {
+    write_suite
+    check_cases
+    check_failures
+    check_refused_suites
+    check_repetition
+    check_parallel_cases
+    check_fault_plans
+    check_shards
+    check_interrupted_suite
+}
+
+write_suite() {
+    mkdir -p suite/first
+    printf '{"title": "s", "steps": [{"expect": "start", "answer": {"result": 0}}, {"expect": "stop"}]}\n' >suite/first/start.json
+    printf '{"title": "i", "since": "1.3", "steps": [{"expect": "get_device_id"}, {"expect": "stop"}]}\n' >suite/id.json
+    printf '{"title": "o", "before": "1.3", "steps": [{"expect": "get_device_id"}, {"expect": "stop"}]}\n' >suite/old.json
+    printf '{"steps": [{"expect": "reset", "within_ms": 200}]}\n' >fails.json
+    printf '{"steps": [{"wait_ms": 60000}]}\n' >waits.json
+}
+
+# The names of the cases in the output, in alphabetical order.
+expect_cases() {
+    sed -n 's/^\(passed\|FAILED\)  \([^ ]*\)  .*/\2/p' out | sort >names
+    printf '%s\n' "$@" | diff - names || fail "other cases than expected have run: $ran"
+}
+
+check_cases() {
+    expect_status 0 "$ctl" test suite -- "$device"
+    expect_cases first/start@2.3 id@2.3 old@1.2
+    expect_in out '3 cases, 0 failed'
+    expect_nothing_left
+    expect_status 0 "$ctl" test --agent-versions 1.2,1.3 suite -- "$device"
+    expect_cases first/start@1.2 first/start@1.3 id@1.3 old@1.2
+    expect_status 0 "$ctl" test --agent-versions all suite/id.json -- "$device"
+    expect_cases id@1.3 id@1.4 id@1.5 id@1.6 id@2.0 id@2.1 id@2.2 id@2.3
+    expect_status 0 "$ctl" test --agent-versions 1.2,1.3 --filter 'start@*3' suite suite/id.json -- "$device"
+    expect_cases first/start@1.3
+    expect_nothing_left
+}
+
+check_failures() {
+    expect_status 1 "$ctl" test --junit report.xml fails.json suite/id.json -- sh -c "echo 'a line of the application'; exec $device"
+    expect_cases fails@2.3 id@2.3
+    expect_in out 'expect reset: not within 200 ms; called instead:'
+    expect_in out '    the last entries of the journal:'
+    expect_in out 'first-device('
+    expect_in out '      a line of the application'
+    expect_in out '2 cases, 1 failed'
+    expect_in report.xml '<testsuite name="korvane" tests="2" failures="1" errors="0" time="'
+    expect_in report.xml '<testcase classname="id" name="2.3" time="'
+    expect_in report.xml 'expect reset: not within 200 ms'
+    expect_in report.xml '<system-out>a line of the application'
+    python3 -c 'import xml.etree.ElementTree as tree; tree.parse("report.xml")' || fail 'the report is not XML'
+    expect_status 1 "$ctl" test --tap fails.json -- "$device"
+    expect_in out 'TAP version 13'
+    expect_in out 'not ok 1 - fails@2.3'
+    expect_in out '1..1'
+    expect_status 1 "$ctl" test --json fails.json -- "$device"
+    ! grep -qv '^{' out || fail 'not only JSON is printed'
+    expect_in out '{"case":"fails@2.3","scenario":"fails","variant":"2.3","passed":false,'
+    expect_in out '{"cases":1,"passed":0,"failed":1,'
+    expect_status 1 "$ctl" test --timeout 1 waits.json -- "$washer"
+    expect_in out 'the scenario did not end within 1 s'
+    expect_status 1 "$ctl" test waits.json -- sh -c 'exit 3'
+    expect_in out 'the application ended early, with exit status 3'
+    expect_status 1 "$ctl" test --junit /nowhere/report.xml suite -- touch started
+    [[ ! -e started ]] || fail 'a case was started although its report cannot be written'
+    expect_nothing_left
+}
+
+# Nothing is started if the command line or one of the scenarios has a mistake.
+check_refused_suites() {
+    mkdir -p twice/suite/first empty
+    cp suite/first/start.json twice/suite/first/
+    printf '{"steps": [\n  {"expcet": "stop"}\n]}\n' >mistake.json
+    printf '{"steps": [\n\n  {"expect": "strat"}\n]}\n' >other-mistake.json
+    printf '{"steps": [{"emit": "x_cb", "values": ["FILL IN: pin"]}]}\n' >gap.json
+    expect_refused "there is no agent version '1.9'" --agent-versions 1.3,1.9 suite
+    expect_refused 'mistake.json, line 2: a step has one of' suite mistake.json other-mistake.json
+    expect_in err "other-mistake.json, line 3: there is no method 'strat'"
+    expect_refused 'gap.json, line 1: replace "FILL IN: pin" with the value' gap.json
+    expect_refused 'cannot read nowhere.json: No such file' nowhere.json
+    expect_refused 'no scenario, a file with the suffix .json, is in empty' empty
+    expect_refused "two scenarios have the name 'first/start': suite/first/start.json and twice/suite/first/start.json" suite twice/suite
+    expect_refused 'no scenario is meant for these agent versions or matches the filter' --filter nothing suite
+    expect_refused "--shard must be I/N with I from 1 to N, not '3/2'" --shard 3/2 suite
+    expect_refused 'mistake.json is not a report' --durations mistake.json suite
+    expect_refused 'choose --json or --tap' --json --tap suite
+    expect_status 2 "$ctl" test suite
+    expect_status 2 "$ctl" test -- "$device"
+    expect_status 1 "$ctl" run --agent-version 1.2 suite/id.json -- touch started
+    expect_in out "the scenario 'i' is for agents from 1.3 on, not for 1.2"
+    [[ ! -e started ]] || fail 'the application was started with an agent for which the scenario is not meant'
+    expect_nothing_left
+}
+expect_refused() {
+    expect_status 2 "$ctl" test "${@:2}" -- touch started
+    expect_in err "$1"
+    [[ ! -e started ]] || fail "a case was started: $ran"
+}
+
+check_repetition() {
+    expect_status 0 "$ctl" test --repeat 2 suite/id.json -- "$device"
+    expect_cases id@2.3#1 id@2.3#2
+    # The third run of this application makes no call.
+    expect_status 1 "$ctl" test --until-fail --jobs 1 suite/id.json -- sh -c "echo >>turns; [ \$(wc -l <turns) -eq 3 ] || exec $device"
+    expect_cases id@2.3#1 id@2.3#2 id@2.3#3
+    expect_in out 'FAILED  id@2.3#3'
+    expect_in out 'not every case has run'
+    expect_nothing_left
+    local run
+    for run in 1 2 3; do
+        expect_status 0 "$ctl" test --shuffle $((run / 2)) --jobs 1 --agent-versions 1.0,1.3,2.3 suite/first/start.json suite/id.json -- "$device"
+        sed -n 's/^passed  \([^ ]*\)  .*/\1/p' out >"order-$run"
+        expect_cases id@1.3 id@2.3 start@1.0 start@1.3 start@2.3
+    done
+    cmp -s order-2 order-3 || fail 'the same seed gives two orders'
+    ! cmp -s order-1 order-2 || fail 'two seeds give the same order'
+}
+
+# Each application waits until another one runs.
+check_parallel_cases() {
+    mkdir meeting
+    expect_status 0 "$ctl" test --jobs 2 --repeat 2 suite/id.json -- sh -c \
+        "touch meeting/\$\$; until [ \$(ls meeting | wc -l) -ge 2 ]; do sleep 0.02; done; exec $device"
+    expect_nothing_left
+}
+
+check_fault_plans() {
+    printf '{"steps": [{"fault": "start", "form": "result", "value": -1}]}\n' >refuses.json
+    printf '{"steps": [{"expect": "start", "answer": {"result": -1}}]}\n' >refused.json
+    expect_status 1 "$ctl" test refused.json -- "$washer"
+    expect_status 0 "$ctl" test --faults refuses.json refused.json -- sh -c "$washer; sleep 60"
+    expect_cases refused@2.3+refuses
+    printf '{"since": "1.3", "steps": [{"fault": "reset", "form": "result", "value": -1}]}\n' >other.json
+    expect_status 0 "$ctl" test --faults other.json --faults refuses.json --agent-versions 1.2,1.3 --filter +other suite -- "$device"
+    expect_cases first/start@1.3+other id@1.3+other
+    expect_nothing_left
+}
+
+# All shards together run each case once, whatever the durations are.
+check_shards() {
+    local all=(first/start@1.2 first/start@1.3 first/start@2.3 id@1.3 id@2.3 old@1.2) shard
+    printf '%s\n' '{"case":"id@1.3","scenario":"id","variant":"1.3","passed":true,"seconds":50}' \
+        '{"case":"old@1.2","scenario":"old","variant":"1.2","passed":true,"seconds":1}' >last.json
+    for shard in 1 2 3; do
+        expect_status 0 "$ctl" test --shard $shard/3 --durations last.json --json --junit "shard-$shard.xml" \
+            --agent-versions 1.2,1.3,2.3 suite -- "$device"
+        cp out "shard-$shard.json"
+    done
+    # Cases of unknown length count as 25.5 s, the mean of the known ones.
+    expect_in_shard 1 id@1.3 old@1.2
+    expect_in_shard 2 first/start@1.2 first/start@2.3
+    expect_in_shard 3 first/start@1.3 id@2.3
+    local form
+    for form in json xml; do
+        expect_status 0 "$ctl" report merge --junit all.xml shard-1.$form shard-2.$form shard-3.$form
+        expect_cases "${all[@]}"
+        expect_in out '6 cases, 0 failed'
+        expect_in all.xml 'tests="6" failures="0"'
+    done
+    expect_status 0 "$ctl" report merge --json shard-3.json shard-1.xml shard-2.json
+    expect_in out '{"cases":6,"passed":6,"failed":0,'
+    expect_status 1 "$ctl" report merge shard-1.json shard-3.json
+    expect_in err 'the report of shard 2/3 is missing'
+    expect_status 1 "$ctl" report merge shard-1.json shard-2.json shard-2.xml
+    expect_in err 'is in both shard-2.json and shard-2.xml'
+    sed -i '$d' shard-2.json
+    expect_status 1 "$ctl" report merge shard-2.json
+    expect_in out 'not every case has run'
+    expect_status 2 "$ctl" report merge nowhere.xml
+    expect_status 2 "$ctl" report merge suite/id.json
+    expect_in err 'is not a report'
+    # A failure keeps its reason on the way through both forms.
+    expect_status 1 "$ctl" test --junit failed.xml --json fails.json -- "$device"
+    cp out failed.json
+    expect_status 1 "$ctl" report merge failed.json
+    cp out by-json
+    expect_status 1 "$ctl" report merge failed.xml
+    diff <(sed 's/[0-9.]* s\b//' by-json) <(sed 's/[0-9.]* s\b//' out) || fail 'the two forms of a report differ'
+    expect_in out 'expect reset: not within 200 ms'
+    # Without a report of an earlier run yet, the file is empty.
+    : >empty.json
+    expect_status 0 "$ctl" test --shard 1/2 --durations empty.json suite/id.json -- "$device"
+    expect_cases id@2.3
+    # More shards than cases: the last one has nothing to do.
+    expect_status 0 "$ctl" test --shard 2/2 suite/id.json -- touch started
+    expect_in out '0 cases, 0 failed'
+    [[ ! -e started ]] || fail 'a shard without cases runs one'
+}
+
+expect_in_shard() {
+    sed -n 's/^{"case":"\([^"]*\)".*/\1/p' "shard-$1.json" | sort >names
+    printf '%s\n' "${@:2}" | diff - names || fail "shard $1 has other cases than expected"
+}
+
+check_interrupted_suite() {
+    printf '{"steps": [{"expect": "start"}]}\n' >begins.json
+    rm -f out
+    "$ctl" test --jobs 2 waits.json begins.json -- "$washer" >out 2>err &
+    wait_until grep -q passed out
+    kill -INT $!
+    wait $!
+    [[ $? -eq 1 ]] || fail 'SIGINT is not answered by exit status 1'
+    ran='test, SIGINT'
+    expect_in out 'not every case has run'
+    expect_nothing_left
+}

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace kv::ctl {
+
+/// A scenario in a suite.
+struct ScenarioFile {
+    std::string name; // its path below the folder that was given, without ".json"
+    std::string path;
+    std::vector<std::string> versions{}; // the agent versions for which it is meant
+};
+
+/// The scenarios in files and folders. A folder stands for each "*.json" in it and in the folders below it, in the order
+/// of their names. Throws UsageError if a path does not exist, if a folder has no scenario, or if two have the same name.
+std::vector<ScenarioFile> find_scenarios(const std::vector<std::string> &paths);
+
+/// The versions that an agent can emulate, and those for which scenarios are meant.
+class VersionTable {
+public:
+    /// Has the agent check the scenarios and sets their versions. Throws UsageError for mistakes in them.
+    VersionTable(const std::string &agent_program, std::vector<ScenarioFile *> scenarios);
+
+    /// "all", "newest" or a list such as "1.0,2.3". Throws UsageError for an unknown version.
+    std::vector<std::string> chosen(const std::string &text, const ScenarioFile &scenario) const;
+
+private:
+    std::vector<std::string> all_{};
+};
+
+} // namespace kv::ctl

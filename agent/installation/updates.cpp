@@ -90,4 +90,18 @@ bool Updates::fail(int code)
     return announce("fail", data.get());
 }
 
+void Updates::kill()
+{
+    leaving_.cancel();
+    if (!away_)
+        leave();
+}
+
+void Updates::restart()
+{
+    kill();
+    state_.running = false;
+    come_back();
+}
+
 } // namespace kv::virtual_agent

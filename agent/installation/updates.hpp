@@ -27,6 +27,11 @@ public:
     /// Serves again as the same version and announces the failure.
     bool fail(int code);
 
+    /// Cuts every connection, as the end of the agent's process does, and serves nothing until restart().
+    void kill();
+    /// Serves again, with the service not started, as an agent that was started anew; cuts every connection before.
+    void restart();
+
 private:
     void leave();
     void come_back();

@@ -19,10 +19,11 @@ const cJSON *arguments_of(const Json &facts)
     return cJSON_GetObjectItemCaseSensitive(facts.get(), "arguments");
 }
 
-/// Describes how a call differs from the expected one; nothing if it matches.
-std::optional<std::string> difference_of(const Scenario::Step &step, const Json &facts)
+/// Describes how a call of the expected method differs from the expected one; nothing if it matches.
+std::optional<std::string> difference_of(const Scenario::Step &step, const Scenario::Step::Request &request,
+                                         const Json &facts)
 {
-    if (auto found = difference(step.arguments.get(), arguments_of(facts), ""))
+    if (auto found = difference(request.arguments.get(), arguments_of(facts), ""))
         return found;
     if (cJSON_IsNull(step.answer.get()))
         return std::nullopt;
@@ -30,14 +31,14 @@ std::optional<std::string> difference_of(const Scenario::Step &step, const Json 
 }
 
 /// The same in words. A secret that differs is not shown.
-std::string difference_in_words(const Scenario::Step &step, const Json &facts)
+std::string difference_in_words(const Scenario::Step &step, const Scenario::Step::Request &request, const Json &facts)
 {
     const cJSON *actual = arguments_of(facts);
-    if (auto found = difference(shown_expectation(step.arguments.get(), actual).get(), actual, ""))
+    if (auto found = difference(shown_expectation(request.arguments.get(), actual).get(), actual, ""))
         return *found;
-    if (difference(step.arguments.get(), actual, ""))
+    if (difference(request.arguments.get(), actual, ""))
         return "a secret differs; it can be compared in its masked form only";
-    return difference_of(step, facts).value_or("");
+    return difference_of(step, request, facts).value_or("");
 }
 
 } // namespace
@@ -56,7 +57,8 @@ const Scenario::Step *Play::current() const
 
 void Play::stop()
 {
-    end("it was stopped");
+    if (const Step *step = current())
+        fail(*step, "it was stopped");
 }
 
 void Play::on_entry(const Json &facts)
@@ -65,8 +67,20 @@ void Play::on_entry(const Json &facts)
         calls_.push_back({method, facts.copy()});
         if (calls_.size() > max_calls)
             calls_.pop_front();
+        look_for_forbidden(calls_.back());
     }
     play_soon();
+}
+
+void Play::look_for_forbidden(const SeenCall &call)
+{
+    const auto is_met = [&](const Step *step) {
+        const Step::Request *request = step->request_to(version());
+        return request && call.method == request->method && !difference_of(*step, *request, call.facts);
+    };
+    const auto found = std::find_if(forbidden_.begin(), forbidden_.end(), is_met);
+    if (found != forbidden_.end() && !violated_)
+        violated_ = *found;
 }
 
 /// Later, because the request behind the entry may not be answered yet.
@@ -79,22 +93,26 @@ void Play::play_soon()
 void Play::play()
 {
     while (next_ < scenario_.steps.size()) {
+        if (violated_)
+            return fail(*violated_, "it was called");
         const Step &step = scenario_.steps[next_];
-        if (step.applies_to(agent_.state.version.number())) {
+        if (begun_us_ == 0)
+            begun_us_ = g_get_monotonic_time();
+        if (step.applies_to(version())) {
             try {
                 if (!is_done(step)) {
                     start_waiting(step);
                     return;
                 }
             } catch (const std::exception &problem) {
-                end(problem.what());
-                return;
+                return fail(step, problem.what());
             }
             if (step.kind != Step::Kind::command)
                 note(step, "");
         }
         timeout_.cancel();
         waited_ = false;
+        begun_us_ = 0;
         ++next_;
     }
     end("");
@@ -106,7 +124,12 @@ bool Play::is_done(const Step &step)
     case Step::Kind::say: return true;
     case Step::Kind::wait: return waited_ || step.within_ms == 0;
     case Step::Kind::expect: return was_called(step);
-    case Step::Kind::until: return state_matches(step);
+    case Step::Kind::never: forbidden_.push_back(&step); return true;
+    case Step::Kind::until:
+        if (!state_matches(step))
+            return false;
+        must_not_be_early(step);
+        return true;
     case Step::Kind::command:
         note(step, "");
         calls_.clear(); // later expectations are about calls after this command
@@ -118,13 +141,25 @@ bool Play::is_done(const Step &step)
 
 bool Play::was_called(const Step &step)
 {
+    const Step::Request *request = step.request_to(version());
+    if (!request) // another version was installed meanwhile
+        return false;
     const auto found = std::find_if(calls_.begin(), calls_.end(), [&](const SeenCall &call) {
-        return call.method == step.text && !difference_of(step, call.facts);
+        return call.method == request->method && !difference_of(step, *request, call.facts);
     });
     if (found == calls_.end())
         return false;
+    must_not_be_early(step);
     calls_.erase(found);
     return true;
+}
+
+void Play::must_not_be_early(const Step &step) const
+{
+    const std::int64_t passed_ms = (g_get_monotonic_time() - begun_us_) / 1000;
+    if (passed_ms < step.not_before_ms)
+        throw std::runtime_error{"it came after " + std::to_string(passed_ms) + " ms, not after " +
+                                 std::to_string(step.not_before_ms) + " ms or more"};
 }
 
 bool Play::state_matches(const Step &step)
@@ -142,16 +177,19 @@ bool Play::state_matches(const Step &step)
 
 std::string Play::nearest_call(const Step &step) const
 {
+    const Step::Request *request = step.request_to(version());
+    if (!request)
+        return "agent " + agent_.state.version.text() + " does not have it";
     const Json *nearest = nullptr;
     int most = -1;
     for (const SeenCall &call : calls_)
-        if (const int equal = agreement(step.arguments.get(), arguments_of(call.facts));
-            call.method == step.text && equal > most) {
+        if (const int equal = agreement(request->arguments.get(), arguments_of(call.facts));
+            call.method == request->method && equal > most) {
             most = equal;
             nearest = &call.facts;
         }
     if (nearest)
-        return "it was called with other values: " + difference_in_words(step, *nearest);
+        return "it was called with other values: " + difference_in_words(step, *request, *nearest);
     if (calls_.empty())
         return "nothing was called";
     std::string names;
@@ -180,8 +218,8 @@ void Play::time_out()
         play();
         return;
     }
-    end("not within " + std::to_string(step.within_ms) + " ms; " +
-        (step.kind == Step::Kind::expect ? nearest_call(step) : last_difference_));
+    fail(step, "not within " + std::to_string(step.within_ms) + " ms; " +
+                   (step.kind == Step::Kind::expect ? nearest_call(step) : last_difference_));
 }
 
 void Play::note(const Step &step, const std::string &problem)
@@ -195,15 +233,15 @@ void Play::note(const Step &step, const std::string &problem)
                          "step    " + in_words(step) + (problem.empty() ? "" : "  [failed: " + problem + "]"));
 }
 
-void Play::end(const std::string &problem)
+void Play::fail(const Step &step, const std::string &problem)
 {
-    std::string failure;
-    if (!problem.empty()) {
-        const Step &step = scenario_.steps[next_];
-        note(step, problem);
-        failure = (step.file.empty() ? "line " : step.file + ", line ") + std::to_string(step.line) + ", " +
-                  in_words(step) + ": " + problem;
-    }
+    note(step, problem);
+    end((step.file.empty() ? "line " : step.file + ", line ") + std::to_string(step.line) + ", " + in_words(step) +
+        ": " + problem);
+}
+
+void Play::end(const std::string &failure)
+{
     next_ = scenario_.steps.size();
     if (const Ended ended = std::exchange(ended_, nullptr))
         ended(failure);

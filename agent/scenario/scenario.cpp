@@ -2,7 +2,11 @@
 #include "scenario.hpp"
 
 #include "agent/files/read_file.hpp"
+#include "agent/interface/methods.hpp"
 #include "agent/json/kind.hpp"
+#include "checks.hpp"
+#include "common/suggestion.hpp"
+#include "functions.hpp"
 
 #include <algorithm>
 #include <memory>
@@ -17,39 +21,6 @@ using Kind = Scenario::Step::Kind;
 
 constexpr int default_timeout_ms = 5000;
 
-int line_at(const std::string &text, std::size_t position)
-{
-    return 1 + static_cast<int>(std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(position), '\n'));
-}
-
-/// The lines at which the items of a top-level array begin. The text must be valid JSON.
-std::vector<int> lines_of_items(const std::string &text, const std::string &member)
-{
-    std::vector<int> lines;
-    int depth = 0;
-    bool inside = false; // of that member's array
-    std::string last_text;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char letter = text[i];
-        if (letter == '"') {
-            const std::size_t begin = ++i;
-            while (text[i] != '"')
-                i += text[i] == '\\' ? 2 : 1;
-            last_text = text.substr(begin, i - begin);
-        } else if (letter == '{' || letter == '[') {
-            if (letter == '[' && depth == 1 && last_text == member)
-                inside = true;
-            else if (inside && depth == 2)
-                lines.push_back(line_at(text, i));
-            ++depth;
-        } else if (letter == '}' || letter == ']') {
-            --depth;
-            inside = inside && depth > 1;
-        }
-    }
-    return lines;
-}
-
 /// A version as a number; `otherwise` if the member is missing.
 int version_in(Arguments &members, const char *name, int otherwise)
 {
@@ -61,7 +32,7 @@ Json object_in(Arguments &members, const char *name)
 {
     const cJSON *value = members.any(name);
     if (value && !cJSON_IsObject(value))
-        throw std::invalid_argument{std::string{"'"} + name + "' must be an object, not " + kind_of(value)};
+        throw Mistake{value, std::string{"'"} + name + "' must be an object, not " + kind_of(value)};
     return value ? Json::copy_of(value) : Json::object();
 }
 
@@ -78,6 +49,50 @@ Json command_arguments(const Command &command, Arguments &members)
     return arguments;
 }
 
+/// The names that a step can have.
+std::vector<std::string> step_names()
+{
+    std::vector<std::string> names{"expect", "never", "until", "wait_ms", "say"};
+    for (const Command &command : all_commands())
+        if (!command.waits())
+            names.emplace_back(command.name);
+    return names;
+}
+
+std::vector<std::string> names_of_calls()
+{
+    std::vector<std::string> names;
+    for (const MethodEntry &method : all_methods())
+        names.emplace_back(method.name);
+    for (const Function &function : all_functions())
+        names.push_back(function.name);
+    return names;
+}
+
+/// Reads the call that `expect` or `never` names: a method of the agent or an exported function.
+void take_call(Scenario::Step &step, const char *kind, Arguments &members)
+{
+    step.text = members.required_text(kind);
+    const cJSON *where = members.any(kind);
+    step.arguments = object_in(members, "with");
+    if (const cJSON *answer = members.any("answer"))
+        step.answer = Json::copy_of(answer);
+    const Function *function = find_function(step.text);
+    if (!function && !find_method(step.text))
+        throw Mistake{where,
+                      "there is no method or function '" + step.text + "'" + suggestion(step.text, names_of_calls())};
+    if (!function) {
+        check_call(step.text, members.any("with"), members.any("answer"));
+        step.requests.push_back({0, step.text, step.arguments.copy()});
+        return;
+    }
+    for (const FunctionRequest &request : function->requests) {
+        if (!request.inside)
+            check_call(request.method, members.any("with"), members.any("answer"));
+        step.requests.push_back({request.since, request.method, request_arguments(request, step.arguments.get())});
+    }
+}
+
 /// Reads the kind of a step from the one member that names it, and its other members.
 void take_kind(Scenario::Step &step, const cJSON *object)
 {
@@ -90,16 +105,14 @@ void take_kind(Scenario::Step &step, const cJSON *object)
         ++kinds;
         return true;
     };
-    if (is("expect", Kind::expect)) {
-        step.text = members.required_text("expect");
-        if (!find_method(step.text))
-            throw std::invalid_argument{"there is no method '" + step.text + "'"};
-        step.arguments = object_in(members, "with");
-        if (const cJSON *answer = members.any("answer"))
-            step.answer = Json::copy_of(answer);
-    }
-    if (is("until", Kind::until))
+    if (is("expect", Kind::expect))
+        take_call(step, "expect", members);
+    if (is("never", Kind::never))
+        take_call(step, "never", members);
+    if (is("until", Kind::until)) {
         step.arguments = object_in(members, "until");
+        check_paths(members.any("until"));
+    }
     if (is("wait_ms", Kind::wait))
         step.within_ms = members.count("wait_ms").value_or(0);
     if (is("say", Kind::say))
@@ -108,26 +121,39 @@ void take_kind(Scenario::Step &step, const cJSON *object)
         if (!command.waits() && is(command.name, Kind::command)) {
             step.command = &command;
             step.arguments = command_arguments(command, members);
+            check_command(command, object, step.arguments.get());
         }
-    if (kinds != 1)
-        throw std::invalid_argument{"a step has one of 'expect', 'until', 'wait_ms', 'say' or a command's name"};
+    if (kinds == 0)
+        refuse_unknown_step(object, step_names());
+    if (kinds > 1)
+        throw std::invalid_argument{
+            "a step has only one of 'expect', 'never', 'until', 'wait_ms', 'say' or a command's name"};
 
-    if (step.kind == Kind::expect || step.kind == Kind::until)
+    if (step.kind == Kind::expect || step.kind == Kind::until) {
         step.within_ms = members.count("within_ms").value_or(default_timeout_ms);
+        step.not_before_ms = members.count("not_before_ms").value_or(0);
+        if (step.not_before_ms > step.within_ms)
+            throw Mistake{members.any("not_before_ms"),
+                          "'not_before_ms' is greater than 'within_ms', " + std::to_string(step.within_ms)};
+    }
     step.since = version_in(members, "since", 0);
     step.before = version_in(members, "before", std::numeric_limits<int>::max());
     members.text("note"); // a comment in the file
     members.end();
 }
 
-/// The line of the first mistake in a text that is not JSON.
-int line_of_mistake(const std::string &text)
+/// The position of the first mistake in a text that is not JSON.
+Position position_of_mistake(const std::string &text)
 {
     const char *end = nullptr;
     const std::unique_ptr<cJSON, decltype(&cJSON_Delete)> document{cJSON_ParseWithOpts(text.c_str(), &end, true),
                                                                    cJSON_Delete};
-    const auto position = static_cast<std::size_t>(end ? end - text.c_str() : 0);
-    return line_at(text, std::min(position, text.size()));
+    return Position::of(text, static_cast<std::size_t>(end ? end - text.c_str() : 0));
+}
+
+[[noreturn]] void refuse_at(const Position &position, const std::string &problem)
+{
+    throw std::invalid_argument{position.text() + ": " + problem};
 }
 
 } // namespace
@@ -138,12 +164,11 @@ Scenario Scenario::parse(const std::string &text)
     try {
         document = Json::parse(text);
     } catch (const JsonTooLarge &problem) {
-        throw std::invalid_argument{std::string{"line 1: "} + problem.what()};
+        refuse_at({}, problem.what());
     } catch (const std::invalid_argument &) {
-        throw std::invalid_argument{"line " + std::to_string(line_of_mistake(text)) +
-                                    ": the text is not JSON from here on"};
+        refuse_at(position_of_mistake(text), "the text is not JSON from here on");
     }
-    return from_json(document.get(), lines_of_items(text, "steps"));
+    return from_json(document.get(), Positions{text, document.get()});
 }
 
 Scenario Scenario::from_json(const cJSON *document)
@@ -151,11 +176,11 @@ Scenario Scenario::from_json(const cJSON *document)
     return from_json(document, {});
 }
 
-Scenario Scenario::from_json(const cJSON *document, const std::vector<int> &lines)
+Scenario Scenario::from_json(const cJSON *document, const Positions &positions)
 {
     const cJSON *steps = cJSON_GetObjectItemCaseSensitive(document, "steps");
     if (!cJSON_IsArray(steps))
-        throw std::invalid_argument{"line 1: a scenario is an object with an array 'steps'"};
+        refuse_at(positions.of(document), "a scenario is an object with an array 'steps'");
     Scenario scenario;
     try {
         Arguments members{document};
@@ -166,20 +191,31 @@ Scenario Scenario::from_json(const cJSON *document, const std::vector<int> &line
         members.text("note");
         members.end();
     } catch (const std::invalid_argument &problem) {
-        throw std::invalid_argument{std::string{"line 1: "} + problem.what()};
+        refuse_at(positions.of(document), problem.what());
     }
 
     for (const cJSON *item = steps->child; item; item = item->next) {
-        const std::size_t index = scenario.steps.size();
-        Step step{Kind::say, index < lines.size() ? lines[index] : 1};
+        Step step{Kind::say, positions.of(item).line};
         try {
+            check_placeholders(item);
             take_kind(step, item);
+        } catch (const Mistake &problem) {
+            refuse_at(positions.of(problem.where), problem.what());
         } catch (const std::invalid_argument &problem) {
-            throw std::invalid_argument{"line " + std::to_string(step.line) + ": " + problem.what()};
+            refuse_at(positions.of(item), problem.what());
         }
         scenario.steps.push_back(std::move(step));
     }
     return scenario;
+}
+
+const Scenario::Step::Request *Scenario::Step::request_to(int version) const
+{
+    const Request *latest = nullptr;
+    for (const Request &request : requests)
+        if (request.since <= version)
+            latest = &request;
+    return latest;
 }
 
 void Scenario::require(int version) const

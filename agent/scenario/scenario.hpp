@@ -2,6 +2,7 @@
 #pragma once
 
 #include "agent/control/commands/commands.hpp"
+#include "positions.hpp"
 
 #include <limits>
 #include <string>
@@ -15,23 +16,39 @@ struct Scenario {
         enum class Kind {
             command, // runs a command of the agent
             expect,  // waits until the application calls a method
+            never,   // fails if the application calls a method from here on
             until,   // waits until the agent's state matches
             wait,    // waits for a time
             say,     // writes a line to the journal
         };
 
+        /// The request by which agents from a version on recognise the call of an expectation.
+        struct Request {
+            int since;
+            std::string method;
+            Json arguments;
+        };
+
         Kind kind;
         int line; // at which it begins in the file
         std::string file{};
-        std::string text{}; // the method, or the line to write
+        std::string text{}; // the method or function, or the line to write
         const Command *command = nullptr;
-        Json arguments{};  // of the command or of the expected call; or the expected state by path
-        Json answer{};     // the expected reply to the call; null for any
-        int within_ms = 0; // the timeout, or the time to wait
-        int since = 0;     // the agent versions to which it applies
+        Json arguments{};                // of the command or of the expected call; or the expected state by path
+        std::vector<Request> requests{}; // of the expected call, by ascending version
+        Json answer{};                   // the expected reply to the call; null for any
+        int within_ms = 0;               // the timeout, or the time to wait
+        int not_before_ms = 0;           // the call or the state must not come sooner
+        int since = 0;                   // the agent versions to which it applies
         int before = 0;
 
-        bool applies_to(int version) const { return version >= since && version < before; }
+        /// A call of a function that such an agent does not have cannot be expected.
+        bool applies_to(int version) const
+        {
+            return version >= since && version < before && (requests.empty() || request_to(version));
+        }
+        /// null if the call does not reach such an agent.
+        const Request *request_to(int version) const;
     };
 
     std::string title{};
@@ -48,7 +65,7 @@ struct Scenario {
 
     static constexpr std::size_t max_file = 1 << 20;
 
-    /// Throws std::invalid_argument with the line and the mistake.
+    /// Throws std::invalid_argument with line, column and mistake.
     static Scenario parse(const std::string &text);
     /// The same for a parsed scenario, which counts as one line.
     static Scenario from_json(const cJSON *document);
@@ -56,7 +73,7 @@ struct Scenario {
     static Scenario load(const std::string &path);
 
 private:
-    static Scenario from_json(const cJSON *document, const std::vector<int> &lines);
+    static Scenario from_json(const cJSON *document, const Positions &positions);
 };
 
 } // namespace kv::virtual_agent

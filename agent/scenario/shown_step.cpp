@@ -161,6 +161,7 @@ std::string in_words(const Scenario::Step &step)
     case Scenario::Step::Kind::command:
         return behind(step.command->name, shown_arguments(*step.command, step.arguments.get()));
     case Scenario::Step::Kind::expect: return behind("expect " + step.text, shown_expectation(step.arguments.get()));
+    case Scenario::Step::Kind::never: return behind("never " + step.text, shown_expectation(step.arguments.get()));
     case Scenario::Step::Kind::until: return behind("until", step.arguments);
     case Scenario::Step::Kind::wait: return "wait " + std::to_string(step.within_ms) + " ms";
     case Scenario::Step::Kind::say: return step.text;

@@ -11,6 +11,8 @@ Json state(ControlledAgent &agent, Arguments &arguments);
 Json emit(ControlledAgent &agent, Arguments &arguments);
 Json fault(ControlledAgent &agent, Arguments &arguments);
 Json update(ControlledAgent &agent, Arguments &arguments);
+Json kill(ControlledAgent &agent, Arguments &arguments);
+Json restart(ControlledAgent &agent, Arguments &arguments);
 Json phone(ControlledAgent &agent, Arguments &arguments);
 Json cloud(ControlledAgent &agent, Arguments &arguments);
 Json clock(ControlledAgent &agent, Arguments &arguments);

@@ -64,6 +64,18 @@ Json update(ControlledAgent &agent, Arguments &arguments)
     return announced(step == "start" ? agent.updates.start() : agent.updates.install());
 }
 
+Json kill(ControlledAgent &agent, Arguments &)
+{
+    agent.updates.kill();
+    return Json::object();
+}
+
+Json restart(ControlledAgent &agent, Arguments &)
+{
+    agent.updates.restart();
+    return Json::object();
+}
+
 Json phone(ControlledAgent &agent, Arguments &arguments)
 {
     const std::string step = arguments.required_text("step");

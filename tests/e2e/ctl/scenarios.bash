@@ -6,6 +6,9 @@ part_scenarios() {
     check_run
     check_placeholders
     check_interrupted_runs
+    check_forbidden_calls
+    check_deaths_of_the_agent
+    check_functions_in_scenarios
     check_record
 }
 
@@ -29,7 +32,7 @@ check_run() {
     expect_in out 'cannot read '
     printf '{"steps": [\n  {"expect": "start"},\n  {"expcet": "stop"}\n]}\n' >mistake.json
     expect_status 1 "$ctl" run mistake.json -- "$device"
-    expect_in out "mistake.json, line 3: a step has one of"
+    expect_in out "mistake.json, line 3, column 4: there is no step 'expcet'; did you mean 'expect'?"
     printf '{"steps": [\n{"expect": "reset", "within_ms": 100}]}\n' >other.json
     expect_status 1 "$ctl" run other.json -- "$washer"
     expect_in out 'other.json, line 2'
@@ -42,6 +45,13 @@ check_run() {
     expect_status 1 "$ctl" run never.json -- ./nothing-there
     expect_in out 'cannot run ./nothing-there'
     expect_status 1 env KORVANE_AGENT=/nowhere "$ctl" run never.json -- true
+    expect_status 1 "$ctl" run --quiet --timeout 1 never.json -- "$washer"
+    expect_in out 'FAILED: the scenario did not end within 1 s'
+    expect_not_in out '  ->  '
+    expect_status 2 "$ctl" run --timeout 0 never.json -- "$washer"
+    printf '{"steps": [{"fault": "start", "form": "result", "value": -1}]}\n' >plan.json
+    printf '{"steps": [{"expect": "start", "answer": {"result": -1}}]}\n' >refused.json
+    expect_status 0 "$ctl" run --faults plan.json refused.json -- sh -c "$washer; sleep 60"
     expect_nothing_left
 
 }
@@ -79,6 +89,48 @@ check_interrupted_runs() {
     expect_in out 'the agent ended before the scenario did: signal 9'
     expect_nothing_left
 
+}
+
+check_forbidden_calls() {
+    printf '%s' '{"steps": [{"expect": "start"}, {"never": "stop"}, {"never": "reset"}, {"wait_ms": 5000}]}' >no-stop.json
+    expect_status 1 "$ctl" run no-stop.json -- "$device"
+    expect_in out 'never stop: it was called'
+    printf '%s' '{"steps": [{"expect": "start"}, {"never": "stop"}, {"never": "start", "with": {"mode": 7}}, {"wait_ms": 200}]}' >no-stop.json
+    expect_status 0 "$ctl" run no-stop.json -- "$washer"
+    printf '%s' '{"steps": [{"expect": "start"}, {"restart": true}, {"expect": "start", "not_before_ms": 4000}]}' >late.json
+    expect_status 1 "$ctl" run late.json -- "$washer"
+    expect_in out 'expect start: it came after '
+    expect_in out ' ms, not after 4000 ms or more'
+    printf '%s' '{"steps": [{"expect": "start"}, {"kill": true}, {"wait_ms": 300}, {"restart": true}, {"expect": "start", "not_before_ms": 1}]}' >late.json
+    expect_status 0 "$ctl" run late.json -- "$washer"
+    expect_nothing_left
+}
+
+# The washer connects again, while the first device ends with its link.
+check_deaths_of_the_agent() {
+    printf '%s' '{"steps": [{"expect": "start"}, {"until": {"running": true}}, {"restart": true}, {"until": {"running": false}},
+        {"expect": "start"}, {"until": {"running": true}}, {"phone": "connect"}, {"phone": "confirm"},
+        {"expect": "send_user_confirm", "answer": {"result": 0}}]}' >restarts.json
+    expect_status 0 "$ctl" run restarts.json -- "$washer"
+    expect_status 1 "$ctl" run restarts.json -- "$device"
+    printf '%s' '{"steps": [{"expect": "start"}, {"kill": true}, {"never": "start"}, {"wait_ms": 1000}]}' >away.json
+    expect_status 0 "$ctl" run away.json -- sh -c "$washer; sleep 60"
+    expect_nothing_left
+}
+
+# One scenario holds for agents on both sides of 2.0, which know the sign-up by different requests.
+check_functions_in_scenarios() {
+    printf '%s' '{"steps": [{"expect": "korvane_sign_up_cloud", "with": {"region": "EU"}, "answer": {"result": 0}},
+        {"until": {"signed_up": true}}]}' >signs-up.json
+    expect_status 0 "$ctl" test --agent-versions 1.6,2.0 signs-up.json -- "$washer" --sign-up
+    expect_in out '2 cases, 0 failed'
+    sed -i 's/"EU"/"US"/; s/"result": 0}}/"result": 0}, "within_ms": 500}/' signs-up.json
+    expect_status 1 "$ctl" test --agent-versions 1.6,2.0 signs-up.json -- "$washer" --sign-up
+    expect_in out 'cloud_info.region is "EU", not "US"'
+    expect_in out 'request.region is "EU", not "US"'
+    printf '%s' '{"steps": [{"expect": "korvane_start_async", "within_ms": 200}, {"expect": "korvane_start"}]}' >skips.json
+    expect_status 0 "$ctl" test --agent-versions 1.6 skips.json -- "$washer"
+    expect_status 1 "$ctl" test --agent-versions 2.0 skips.json -- "$washer"
 }
 
 check_record() {

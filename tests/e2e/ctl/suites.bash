@@ -81,8 +81,8 @@ check_refused_suites() {
     printf '{"steps": [\n\n  {"expect": "strat"}\n]}\n' >other-mistake.json
     printf '{"steps": [{"emit": "x_cb", "values": ["FILL IN: pin"]}]}\n' >gap.json
     expect_refused "there is no agent version '1.9'" --agent-versions 1.3,1.9 suite
-    expect_refused 'mistake.json, line 2: a step has one of' suite mistake.json other-mistake.json
-    expect_in err "other-mistake.json, line 3: there is no method 'strat'"
+    expect_refused "mistake.json, line 2, column 4: there is no step 'expcet'; did you mean 'expect'?" suite mistake.json other-mistake.json
+    expect_in err "other-mistake.json, line 3, column 4: there is no method or function 'strat'"
     expect_refused 'gap.json, line 1: replace "FILL IN: pin" with the value' gap.json
     expect_refused 'cannot read nowhere.json: No such file' nowhere.json
     expect_refused 'no scenario, a file with the suffix .json, is in empty' empty

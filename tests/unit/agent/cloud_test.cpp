@@ -40,8 +40,9 @@ TEST_F(AgentCloud, AcceptsCredentialsAsARecord)
     record.user_id = CText::copy("ann");
     EXPECT_EQ(ask(master::signup_cloud{}, &record), 0);
     EXPECT_TRUE(state.signed_up);
-    EXPECT_TRUE(has(shown(), R"("credentials":{"region":"eu","auth_provider":"","access_token":)"
-                             R"("<secret, 11 bytes>","refresh_token":"<secret, 10 bytes>","user_id":"<secret, 3 bytes>")"));
+    EXPECT_TRUE(has(shown(),
+                    R"("credentials":{"region":"eu","auth_provider":"","access_token":)"
+                    R"("<secret, 11 bytes>","refresh_token":"<secret, 10 bytes>","user_id":"<secret, 3 bytes>")"));
 }
 
 TEST_F(AgentCloud, AcceptsCredentialsAsADocumentFromAgent20On)

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "agent/control/commands/commands.hpp"
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+/// Checks of a scenario before it is played: names that do not exist would only fail in the middle of it.
+namespace kv::virtual_agent {
+
+/// A mistake in a scenario, at one of its values.
+struct Mistake : std::invalid_argument {
+    Mistake(const cJSON *place, const std::string &problem) : std::invalid_argument{problem}, where(place) {}
+
+    const cJSON *where;
+};
+
+/// A command in a step. `step` is the JSON object of the step, `arguments` those of the command. Throws Mistake.
+void check_command(const Command &command, const cJSON *step, const cJSON *arguments);
+
+/// The paths of an expected state, which must exist in the state of some agent. Throws Mistake.
+void check_paths(const cJSON *expected);
+
+/// The names of the expected arguments and reply of a method. Throws Mistake.
+void check_call(const std::string &method, const cJSON *arguments, const cJSON *answer);
+
+/// Refuses texts that `korvanectl record` left to be filled in. Throws Mistake.
+void check_placeholders(const cJSON *value);
+
+/// Throws Mistake for a step without a known kind; the message names the most similar one.
+[[noreturn]] void refuse_unknown_step(const cJSON *step, const std::vector<std::string> &kinds);
+
+} // namespace kv::virtual_agent

@@ -170,7 +170,7 @@ enum korvane_error {
     /**
      * The link to the agent failed during the call; see korvane_set_rpc_io_error_cb().
      *
-     * What to do: call korvane_deinitialize() and korvane_initialize().
+     * What to do: call korvane_deinitialize() and korvane_initialize(). The agent may have carried out the request.
      */
     KORVANE_ERROR_IO_ERROR = -5,
     /**

@@ -60,7 +60,11 @@ struct korvane_util_agent {
  */
 KORVANE_API int korvane_util_get_agent(struct korvane_util_agent *agent);
 
-/** Returns the version of libkorvane with which this library was built, as "2.3.3". */
+/**
+ * Returns the version of libkorvane with which this library was built.
+ *
+ * @return The version, as "2.3.3". It is valid for ever.
+ */
 KORVANE_API const char *korvane_util_get_library_version(void);
 
 /**
@@ -140,7 +144,12 @@ enum korvane_util_state {
     KORVANE_UTIL_REFUSED = 7,
 };
 
-/** Returns the name of a state in lower case, as "not installed"; "unknown" for another number. */
+/**
+ * Returns the name of a state in words.
+ *
+ * @param state  one of enum korvane_util_state
+ * @return The name in lower case, as "not installed"; "unknown" for another number. It is valid for ever.
+ */
 KORVANE_API const char *korvane_util_get_state_name(int state);
 
 /**
@@ -191,10 +200,10 @@ KORVANE_API int korvane_util_connect(korvane_util_configure_cb configure, korvan
 KORVANE_API void korvane_util_disconnect(korvane_util_connection_h connection);
 
 /**
- * Returns the handle for the functions of korvane.h, or NULL unless the state is KORVANE_UTIL_CONNECTED. Do not keep it:
- * ask again for each use.
+ * Returns the handle for the functions of korvane.h. Do not keep it: ask again for each use.
  *
  * @param connection  what korvane_util_connect() returned, or NULL
+ * @return The live handle; NULL unless the state is KORVANE_UTIL_CONNECTED
  */
 KORVANE_API korvane_h korvane_util_get_handle(korvane_util_connection_h connection);
 

@@ -16,9 +16,12 @@ from typing import Dict, List, Tuple
 PAGES = Path(os.environ["PAGES"])
 TREE = Path(os.environ["TREE"])
 HEADER = (TREE / "include" / "korvane.h").read_text(encoding="utf-8")
+UTIL_HEADER = (TREE / "include" / "korvane_util.h").read_text(encoding="utf-8")
 FUNCTIONS = [line for line in (TREE / "tests/abi/korvane.exports").read_text(encoding="utf-8").split()
              if line.startswith("korvane_")]
 CALLBACKS = re.findall(r"typedef void \(\*(korvane_\w+)\)", HEADER)
+UTIL_FUNCTIONS = re.findall(r"korvane_util_\w+", (TREE / "src/korvane_util/korvane_util.map").read_text(encoding="utf-8"))
+UTIL_CALLBACKS = re.findall(r"typedef \w+ \(\*(korvane_\w+)\)", UTIL_HEADER)
 
 SECTIONS = ["NAME", "LIBRARY", "SYNOPSIS", "DESCRIPTION", "ARGUMENTS", "RETURN VALUES", "AGENT VERSION", "OWNERSHIP",
             "EXAMPLES", "SEE ALSO"]
@@ -59,7 +62,17 @@ class Section3(unittest.TestCase):
 
     def test_no_page_is_about_something_that_the_header_lacks(self) -> None:
         for page in PAGES.iterdir():
-            self.assertRegex(HEADER, rf"\b{page.stem}\b")
+            self.assertRegex(HEADER + UTIL_HEADER, rf"\b{page.stem}\b")
+
+    def test_the_companion_library_has_pages_too(self) -> None:
+        self.assertGreater(len(UTIL_FUNCTIONS), 9)
+        for name in UTIL_FUNCTIONS + UTIL_CALLBACKS:
+            result, arguments = declaration(name)
+            expected = ["NAME", "LIBRARY", "SYNOPSIS", "DESCRIPTION"]
+            expected += ["ARGUMENTS"] if arguments else []
+            expected += [] if result.split()[-1] == "void" else ["RETURN VALUES"]
+            without = [section for section in sections(name) if section not in ("OWNERSHIP", "EXAMPLES")]
+            self.assertEqual(without, expected + ["SEE ALSO"], name)
 
     def test_each_page_has_each_section_with_a_text(self) -> None:
         for name in FUNCTIONS + CALLBACKS:
@@ -74,11 +87,11 @@ class Section3(unittest.TestCase):
             self.assertRegex(sections(name)["NAME"], rf"\A\.Nm {name}\n\.Nd [a-z][^\n]{{10,}}[^.\n]\n\Z", name)
 
     def test_the_compiler_accepts_each_synopsis_beside_the_header(self) -> None:
-        lines = ["#include <korvane.h>"]
-        for name in FUNCTIONS:
+        lines = ["#include <korvane_util.h>"]
+        for name in FUNCTIONS + UTIL_FUNCTIONS:
             result, arguments = declaration(name)
-            lines.append(f"{result} {name}({', '.join(arguments)});")
-        for name in CALLBACKS:
+            lines.append(f"{result} {name}({', '.join(arguments) or 'void'});")
+        for name in CALLBACKS + UTIL_CALLBACKS:
             result, arguments = declaration(name)
             lines.append(f"{result} (*{name})({', '.join(arguments)});")
         with tempfile.TemporaryDirectory() as directory:
@@ -125,6 +138,21 @@ class Section3(unittest.TestCase):
         for name in FUNCTIONS + CALLBACKS:
             example = sections(name)["EXAMPLES"].removeprefix(".Bd -literal\n").removesuffix(".Ed\n").strip()
             self.assertIn(unescaped(example), code, name)
+
+    def test_the_example_of_the_companion_library_compiles(self) -> None:
+        example = re.search(r"@code\n(.*?) \* @endcode", UTIL_HEADER, re.DOTALL).group(1)
+        example = re.sub(r"^ \* ?", "", example, flags=re.MULTILINE)
+        before = ("#include <glib.h>\n#include <korvane_util.h>\n#include <stdio.h>\n"
+                  "static void on_scan_ap(korvane_h device, int req_id, void *user_data) {}\n")
+        flags = subprocess.run(["pkg-config", "--cflags", "glib-2.0"], capture_output=True, text=True, check=True).stdout
+        compiler = subprocess.run(
+            [os.environ["CC"], *flags.split(), "-I", str(TREE / "include"), "-x", "c", "-std=c11", "-fsyntax-only", "-Wall",
+             "-Werror", "-"], input=before + example, capture_output=True, text=True, check=False)
+        self.assertEqual(compiler.returncode, 0, compiler.stderr)
+        shown = [name for name in UTIL_FUNCTIONS + UTIL_CALLBACKS if "EXAMPLES" in sections(name)]
+        self.assertGreater(len(shown), 4)
+        for name in shown:
+            self.assertIn(unescaped(sections(name)["EXAMPLES"]).split("\n", 1)[1].removesuffix(".Ed\n").strip(), example, name)
 
     def test_the_pages_that_a_page_refers_to_exist(self) -> None:
         for page in PAGES.iterdir():

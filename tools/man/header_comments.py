@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Reads include/korvane.h: its declarations with their comments."""
+"""Reads public headers: their declarations with their comments."""
 
 import re
 from dataclasses import dataclass, field
@@ -12,6 +12,7 @@ Block = Tuple[str, object]
 @dataclass
 class Group:
     """A @defgroup."""
+    header: str  # the name of its file
     name: str
     title: str
     blocks: List[Block]
@@ -23,13 +24,15 @@ class Group:
 
 @dataclass
 class Item:
-    """A function, a callback type, a handle type or an enumeration."""
+    """A function, a callback type, a handle type, a structure or an enumeration."""
     kind: str
     name: str
     group: Group
     declaration: str
     blocks: List[Block]
+    result: str = ""  # the type that a function or a callback returns
     parameters: List[Tuple[str, str]] = field(default_factory=list)  # type and name
+    returns: str = ""  # what the comment says of the result, if it does not list codes one by one
     described: Dict[str, str] = field(default_factory=dict)  # what the comment says of each parameter
     codes: List[Tuple[str, str, bool]] = field(default_factory=list)  # name, cause, and whether the cause is a short one
     version: str = ""
@@ -122,6 +125,8 @@ def _tagged(lines: List[str]) -> Tuple[List[str], List[str]]:
 
 def _parameters(declaration: str) -> List[Tuple[str, str]]:
     inside = declaration[declaration.rindex("(") + 1:declaration.rindex(")")]
+    if inside == "void":
+        return []
     found = []
     for one in inside.split(","):
         match = re.match(r"(.*?)(\w+)$", " ".join(one.split()))
@@ -137,9 +142,11 @@ def _read_tags(item: Item, pieces: List[str]) -> None:
             item.described[match.group(1)] = match.group(2)
         elif match := re.match(r"@retval (\w+) (.*)", piece):
             item.codes.append((match.group(1), match.group(2), False))
-        else:
+        elif item.codes:
             for name, cause in re.findall(r"(KORVANE_ERROR_\w+) \(([^)]*)\)", piece):
                 item.codes.append((name, cause, True))
+        else:
+            item.returns = piece[len("@return "):]
 
 
 def _take_version(item: Item) -> None:
@@ -152,7 +159,7 @@ def _take_version(item: Item) -> None:
 
 def _enumerators(body: str) -> List[Tuple[str, str, str, str]]:
     values = []
-    for comment, name, value in re.findall(r"(/\*\*.*?\*/)\s*(\w+) = (-?\d+),", body, re.DOTALL):
+    for comment, name, value in re.findall(r"(/\*\*(?:(?!\*/).)*\*/)\s*(\w+) = (-?\d+),", body, re.DOTALL):
         texts = [content for _, content in _blocks(_lines(comment))]
         remedy = next((text[len("What to do: "):] for text in texts if text.startswith("What to do: ")), "")
         values.append((name, value, texts[0], remedy[:1].upper() + remedy[1:]))
@@ -160,12 +167,15 @@ def _enumerators(body: str) -> List[Tuple[str, str, str, str]]:
 
 
 def _item(group: Group, comment: str, declaration: str) -> Optional[Item]:
-    forms = (("function", r"KORVANE_API int (\w+)\("), ("callback", r"typedef void \(\*(\w+)\)\("),
-             ("handle", r"typedef struct \w+ \*(\w+);"), ("enumeration", r"enum (\w+) \{"))
+    forms = (("function", r"KORVANE_API (?P<result>[\w ]+?[ *]+)(?P<name>\w+)\("),
+             ("callback", r"typedef (?P<result>\w+) \(\*(?P<name>\w+)\)\("),
+             ("handle", r"typedef struct \w+ \*(?P<name>\w+);"), ("structure", r"struct (?P<name>\w+) \{"),
+             ("enumeration", r"enum (?P<name>\w+) \{"))
     for kind, form in forms:
         if match := re.match(form, declaration):
             text, pieces = _tagged(_lines(comment))
-            item = Item(kind, match.group(1), group, declaration, _blocks(text))
+            item = Item(kind, match.group("name"), group, declaration, _blocks(text))
+            item.result = match.groupdict().get("result", "").strip()
             if kind in ("function", "callback"):
                 item.parameters = _parameters(declaration)
             if kind == "enumeration":
@@ -182,21 +192,33 @@ def _shared_causes(rules: Group) -> Dict[str, str]:
     return dict(part.strip().split(", ", 1) for part in causes.split(";"))
 
 
-def read_header(text: str) -> Header:
+def read_header(name: str, text: str) -> Header:
+    """Reads one header; `name` is the one that applications include."""
     groups: List[Group] = []
     items: Dict[str, Item] = {}
     anchors: Dict[str, str] = {}
     # A comment, and the declaration that follows it without an empty line, if any.
-    declaration = r"(?:KORVANE_API [^;]*;|typedef [^;]*;|enum \w+ \{.*?\};)"
+    declaration = r"(?:KORVANE_API [^;]*;|typedef [^;]*;|(?:enum|struct) \w+ \{.*?\n\};)"
     for match in re.finditer(rf"^(/\*\*.*?\*/)(?:\n({declaration}))?", text, re.MULTILINE | re.DOTALL):
         comment, declared = match.groups()
         lines = _lines(comment)
         if group := re.search(r"@defgroup (\w+) (.*)", comment):
             start = next(i for i, line in enumerate(lines) if line.startswith("@defgroup"))
-            groups.append(Group(group.group(1), group.group(2), _blocks(lines[start + 1:])))
-            anchors.update((name, group.group(1)) for name in [group.group(1)] + re.findall(r"@anchor (\w+)", comment))
+            groups.append(Group(name, group.group(1), group.group(2), _blocks(lines[start + 1:])))
+            anchors.update((anchor, group.group(1)) for anchor in [group.group(1)] + re.findall(r"@anchor (\w+)", comment))
         elif declared and groups:
             if item := _item(groups[-1], comment, declared):
                 items[item.name] = item
                 groups[-1].members.append(item)
-    return Header(groups, items, anchors, _shared_causes(groups[0]))
+    return Header(groups, items, anchors, _shared_causes(groups[0]) if groups[0].name == "korvane_rules" else {})
+
+
+def join(headers: List[Header]) -> Header:
+    """Several headers as one, so that the pages of one refer to the others."""
+    whole = Header([], {}, {}, {})
+    for header in headers:
+        whole.groups += header.groups
+        whole.items.update(header.items)
+        whole.anchors.update(header.anchors)
+        whole.shared_causes.update(header.shared_causes)
+    return whole

@@ -58,6 +58,7 @@ if(TARGET korvanectl)
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME korvanectl)
     install(FILES ${completion_scripts}/korvanectl.zsh
         DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions RENAME _korvanectl)
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/korvane FILES_MATCHING PATTERN *.json)
 endif()
 foreach(example first-device washer hub sensor common)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/${example} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)

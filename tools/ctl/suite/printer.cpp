@@ -88,9 +88,9 @@ void Printer::print(const CaseResult &result)
 
 void Printer::print_text(const CaseResult &result) const
 {
-    const std::string mark =
+    const std::string outcome =
         result.passed() ? out_.in(Output::Colour::green, "passed") : out_.in(Output::Colour::red, "FAILED");
-    std::printf("%s  %s  %s\n", mark.c_str(), result.name().c_str(),
+    std::printf("%s  %s  %s\n", outcome.c_str(), result.name().c_str(),
                 out_.in(Output::Colour::dim, seconds_text(result.seconds)).c_str());
     if (result.passed())
         return;

@@ -7,6 +7,7 @@
 #include "tools/ctl/process/child.hpp"
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <set>
 #include <sstream>
@@ -18,6 +19,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char *suffix = ".json";
+constexpr const char *library_prefix = "korvane:";
 
 std::vector<fs::path> scenarios_below(const fs::path &folder)
 {
@@ -27,6 +29,29 @@ std::vector<fs::path> scenarios_below(const fs::path &folder)
             found.push_back(entry.path());
     std::sort(found.begin(), found.end());
     return found;
+}
+
+/// The folder of the installed scenarios: `share/korvane/scenarios` next to the folder of this program. Throws Failure if
+/// there is none.
+fs::path scenario_library()
+{
+    const fs::path program = fs::read_symlink("/proc/self/exe");
+    fs::path folder = program.parent_path().parent_path() / "share/korvane/scenarios";
+    if (!fs::is_directory(folder))
+        throw Failure{failed, "the library of scenarios is not installed: there is no folder " + folder.string()};
+    return folder;
+}
+
+/// The folders and scenarios of a library, as they are named behind the prefix.
+std::vector<std::string> names_below(const fs::path &library)
+{
+    std::vector<std::string> names{"all"};
+    for (const fs::path &file : scenarios_below(library)) {
+        const fs::path name = file.lexically_relative(library).replace_extension();
+        names.push_back(name);
+        names.push_back(name.parent_path());
+    }
+    return names;
 }
 
 std::vector<std::string> parts_of(const std::string &list)
@@ -41,6 +66,33 @@ std::vector<std::string> parts_of(const std::string &list)
 bool contains(const std::vector<std::string> &list, const std::string &item)
 {
     return std::find(list.begin(), list.end(), item) != list.end();
+}
+
+/// A file or folder, and the folder from which its scenarios are named.
+struct Place {
+    fs::path path;
+    fs::path root;
+};
+
+/// "korvane:all", "korvane:setup" and "korvane:setup/scans" are in the installed library, and named after their path there.
+Place place_of(const std::string &given)
+{
+    if (given.rfind(library_prefix, 0) != 0) {
+        const fs::path path = given;
+        return {path, fs::is_directory(path) ? path : path.parent_path()};
+    }
+    const fs::path library = scenario_library();
+    const std::string name = given.substr(std::strlen(library_prefix));
+    if (name == "all")
+        return {library, library};
+    const fs::path folder = library / name;
+    if (fs::is_directory(folder))
+        return {folder, library};
+    const fs::path file = library / (name + suffix);
+    if (!fs::exists(file))
+        throw UsageError{"the library of scenarios, " + library.string() + ", has no '" + name + "'" +
+                         suggestion(name, names_below(library))};
+    return {file, library};
 }
 
 /// Adds scenarios without duplicates.
@@ -71,16 +123,18 @@ std::vector<ScenarioFile> find_scenarios(const std::vector<std::string> &paths)
 {
     Collection all;
     try {
-        for (const fs::path path : paths) {
+        for (const std::string &given : paths) {
+            const Place place = place_of(given);
+            const fs::path &path = place.path;
             if (!fs::is_directory(path)) {
-                all.add(path, path.filename());
+                all.add(path, path.lexically_relative(place.root));
                 continue;
             }
             const std::vector<fs::path> files = scenarios_below(path);
             if (files.empty())
                 throw UsageError{"no scenario, a file with the suffix .json, is in " + path.string()};
             for (const fs::path &file : files)
-                all.add(file, file.lexically_relative(path));
+                all.add(file, file.lexically_relative(place.root));
         }
     } catch (const fs::filesystem_error &problem) {
         throw UsageError{"cannot read " + problem.path1().string() + ": " + problem.code().message()};

@@ -14,7 +14,7 @@ struct ScenarioFile {
 };
 
 /// The scenarios in files and folders. A folder stands for each "*.json" in it and in the folders below it, in the order
-/// of their names. Throws UsageError if a path does not exist, if a folder has no scenario, or if two have the same name.
+/// of their names. "korvane:" in front means the installed library. Throws UsageError if a path does not exist, if a folder has no scenario, or if two have the same name.
 std::vector<ScenarioFile> find_scenarios(const std::vector<std::string> &paths);
 
 /// The versions that an agent can emulate, and those for which scenarios are meant.

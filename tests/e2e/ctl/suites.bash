@@ -9,6 +9,7 @@ part_suites() {
     check_refused_suites
     check_repetition
     check_parallel_cases
+    check_progress
     check_fault_plans
     check_shards
     check_interrupted_suite
@@ -129,6 +130,17 @@ check_parallel_cases() {
     expect_status 0 "$ctl" test --jobs 2 --repeat 2 suite/id.json -- sh -c \
         "touch meeting/\$\$; until [ \$(ls meeting | wc -l) -ge 2 ]; do sleep 0.02; done; exec $device"
     expect_nothing_left
+}
+
+# On a terminal, and only there, a line shows what runs. Each result replaces it.
+check_progress() {
+    expect_status 0 script -qec "'$ctl' test suite/id.json -- '$device'" /dev/null
+    expect_in out $'\r\033[K[0/1, 0 failed]  id@2.3\r\033[Kpassed  id@2.3  '
+    expect_not_in out $'\033[32m'
+    expect_status 0 env -u NO_COLOR TERM=xterm script -qec "'$ctl' test suite/id.json -- '$device'" /dev/null
+    expect_in out $'\033[32mpassed\033[0m  id@2.3  '
+    expect_status 0 "$ctl" test suite/id.json -- "$device"
+    expect_not_in out $'\r'
 }
 
 check_fault_plans() {

@@ -4,6 +4,7 @@
 #include "agent/embedded.hpp"
 #include "agent/interface/events.hpp"
 #include "agent/interface/methods.hpp"
+#include "agent/json/kind.hpp"
 #include "common/suggestion.hpp"
 #include "personalities.hpp"
 
@@ -64,38 +65,12 @@ void check_fault(const cJSON *where, const cJSON *step, const cJSON *arguments)
     }
 }
 
-/// A state in which every optional part is present, so that its paths are all that any state has.
-const Json &complete_state()
-{
-    static const Json state = [] {
-        State all;
-        all.setup.scan = 0;
-        all.setup.networks.emplace_back();
-        all.setup.chosen.emplace();
-        all.setup.wifi_error = 0;
-        all.setup.confirmed = false;
-        all.setup.reset_confirmed = false;
-        all.setup.property.emplace();
-        all.cloud.credentials.emplace();
-        all.cloud.session.emplace();
-        all.cloud.presence = 0;
-        all.cloud.last_status.emplace();
-        all.cloud.terms.type = 0;
-        all.cloud.terms.status = 0;
-        Json view = all.view();
-        view.set("peers", Json::array()).set("faults", Json::object()).set("play", Json{});
-        return view;
-    }();
-    return state;
-}
-
 bool is_index(const std::string &part)
 {
     return part == "#" || (!part.empty() && part.find_first_not_of("0123456789") == std::string::npos);
 }
 
-/// Refuses a path that no state has. Objects without members in the complete state, such as nicknames by device number,
-/// and null may have any.
+/// Refuses a path that no state has.
 void check_path(const cJSON *expected)
 {
     const cJSON *at = complete_state().get();
@@ -136,6 +111,30 @@ void check_names(const cJSON *expected, const Json &shapes, const char *also, co
 
 } // namespace
 
+const Json &complete_state()
+{
+    static const Json state = [] {
+        State all;
+        all.setup.scan = 0;
+        all.setup.networks.emplace_back();
+        all.setup.chosen.emplace();
+        all.setup.wifi_error = 0;
+        all.setup.confirmed = false;
+        all.setup.reset_confirmed = false;
+        all.setup.property.emplace();
+        all.cloud.credentials.emplace();
+        all.cloud.session.emplace();
+        all.cloud.presence = 0;
+        all.cloud.last_status.emplace();
+        all.cloud.terms.type = 0;
+        all.cloud.terms.status = 0;
+        Json view = all.view();
+        view.set("peers", Json::array()).set("faults", Json::object()).set("play", Json{});
+        return view;
+    }();
+    return state;
+}
+
 void check_command(const Command &command, const cJSON *step, const cJSON *arguments)
 {
     for (const Parameter &parameter : command.parameters) {
@@ -143,6 +142,12 @@ void check_command(const Command &command, const cJSON *step, const cJSON *argum
         if (!value && parameter.required)
             throw Mistake{step,
                           std::string{"'"} + parameter.name + "' is missing: " + command.name + " " + command.form()};
+        if (value && parameter.kind == Parameter::Kind::word && !cJSON_IsString(value))
+            throw Mistake{member_of(step, command, parameter),
+                          std::string{"'"} + parameter.name + "' must be a text, not " + kind_of(value)};
+        if (value && parameter.kind == Parameter::Kind::number && !whole_number(value))
+            throw Mistake{member_of(step, command, parameter),
+                          std::string{"'"} + parameter.name + "' must be a whole number, not " + kind_of(value)};
         if (value && !parameter.choices.empty())
             must_be_one_of(member_of(step, command, parameter), text_at(arguments, parameter.name),
                            {parameter.choices.begin(), parameter.choices.end()}, std::string{command.name} + " step");

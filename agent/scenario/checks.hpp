@@ -23,6 +23,10 @@ void check_command(const Command &command, const cJSON *step, const cJSON *argum
 /// The paths of an expected state, which must exist in the state of some agent. Throws Mistake.
 void check_paths(const cJSON *expected);
 
+/// A state in which every optional part is present. Its paths are all that any state has: an empty object or list, and null,
+/// may have members of any name.
+const Json &complete_state();
+
 /// The names of the expected arguments and reply of a method. Throws Mistake.
 void check_call(const std::string &method, const cJSON *arguments, const cJSON *answer);
 

@@ -188,6 +188,7 @@ Scenario Scenario::from_json(const cJSON *document, const Positions &positions)
         scenario.since = version_in(members, "since", scenario.since);
         scenario.before = version_in(members, "before", scenario.before);
         members.any("steps");
+        members.text("$schema"); // for editors
         members.text("note");
         members.end();
     } catch (const std::invalid_argument &problem) {

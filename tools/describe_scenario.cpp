@@ -1,0 +1,287 @@
+// SPDX-License-Identifier: Apache-2.0
+// Prints the JSON Schema of scenarios, for editors and other tools, from the tables with which the agent checks a scenario.
+
+#include "agent/control/commands/commands.hpp"
+#include "agent/interface/events.hpp"
+#include "agent/interface/methods.hpp"
+#include "agent/scenario/checks.hpp"
+#include "agent/scenario/functions.hpp"
+#include "agent/scenario/personalities.hpp"
+
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace kv::virtual_agent;
+
+Json type(const char *name)
+{
+    return std::move(Json::object().set("type", name));
+}
+
+Json reference(const char *definition)
+{
+    return std::move(Json::object().set("$ref", std::string{"#/definitions/"} + definition));
+}
+
+template <class Names>
+Json one_of(const Names &names)
+{
+    return std::move(Json::object().set("enum", array_of(names)));
+}
+
+/// The condition that a member has one of these values.
+Json only_for(const char *member, const std::vector<std::string> &values)
+{
+    Json members = Json::object();
+    members.set(member, one_of(values));
+    return std::move(Json::object().set("properties", std::move(members)));
+}
+
+template <class Entries>
+std::vector<std::string> names_of(const Entries &entries)
+{
+    std::vector<std::string> names;
+    for (const auto &entry : entries)
+        names.emplace_back(entry.name);
+    return names;
+}
+
+/// An object with these members and no others.
+Json closed(Json members, const std::vector<std::string> &required)
+{
+    Json shape = type("object");
+    shape.set("properties", std::move(members)).set("required", array_of(required)).set("additionalProperties", false);
+    return shape;
+}
+
+/// The members that a step of any kind may have.
+Json step_members()
+{
+    Json members = Json::object();
+    members.set("since", reference("version")).set("before", reference("version")).set("note", type("string"));
+    return members;
+}
+
+Json version()
+{
+    std::string names;
+    for (const std::string &known : Version::all())
+        names += (names.empty() ? "" : "|") + known.substr(0, 1) + "\\." + known.substr(2);
+    Json shape = type("string");
+    shape.set("pattern", "^(" + names + ")(\\.[0-9]{1,9})?$");
+    return shape;
+}
+
+/// Members with the names of the described values.
+Json names_in(const Json &shapes, const char *also)
+{
+    Json members = Json::object();
+    if (also)
+        members.set(also, Json{true});
+    for (const cJSON *shape = shapes.get()->child; shape; shape = shape->next)
+        members.set(cJSON_GetObjectItemCaseSensitive(shape, "name")->valuestring, Json{true});
+    Json names = type("object");
+    names.set("properties", std::move(members)).set("additionalProperties", false);
+    return names;
+}
+
+/// The names of the arguments and of the values in the reply of a method.
+Json names_for(const MethodEntry &method)
+{
+    Json members = Json::object();
+    members.set("with", names_in(method.argument_shapes(), nullptr));
+    members.set("answer", names_in(method.out_shapes(), "result"));
+    return std::move(Json::object().set("properties", std::move(members)));
+}
+
+/// A rule for all calls with the same names.
+Json call_rules(const char *kind)
+{
+    std::map<std::string, std::vector<std::string>> calls;
+    for (const MethodEntry &method : all_methods())
+        calls[names_for(method).text()].emplace_back(method.name);
+    for (const Function &function : all_functions())
+        if (function.requests.size() == 1 && !function.requests[0].inside)
+            calls[names_for(*find_method(function.requests[0].method)).text()].push_back(function.name);
+
+    Json rules = Json::array();
+    for (const auto &[names, same] : calls) {
+        Json rule = Json::object();
+        rule.set("if", only_for(kind, same)).set("then", Json::parse(names));
+        rules.append(std::move(rule));
+    }
+    return rules;
+}
+
+Json call_step(const char *kind, bool waits)
+{
+    Json members = step_members();
+    members.set(kind, reference("call")).set("with", type("object")).set("answer", Json{true});
+    if (waits)
+        members.set("within_ms", reference("count")).set("not_before_ms", reference("count"));
+    Json step = closed(std::move(members), {kind});
+    step.set("allOf", call_rules(kind));
+    return step;
+}
+
+/// The paths below a value of the complete state, as a regular expression; nothing if it has none.
+std::string paths_below(const cJSON *value)
+{
+    if (cJSON_IsNull(value) || ((cJSON_IsObject(value) || cJSON_IsArray(value)) && !value->child))
+        return "(\\..*)?";
+    std::string names = "#.*";
+    if (cJSON_IsArray(value))
+        names += "|[0-9]+" + paths_below(value->child);
+    else if (cJSON_IsObject(value))
+        for (const cJSON *member = value->child; member; member = member->next)
+            names += std::string{"|"} + member->string + paths_below(member);
+    else
+        return "";
+    return "(\\.(" + names + "))?";
+}
+
+Json until_step()
+{
+    std::string names = "#.*";
+    for (const cJSON *member = complete_state().get()->child; member; member = member->next)
+        names += std::string{"|"} + member->string + paths_below(member);
+    Json paths = type("object");
+    paths.set("propertyNames", std::move(Json::object().set("pattern", "^(" + names + ")$")));
+    Json members = step_members();
+    members.set("until", std::move(paths))
+        .set("within_ms", reference("count"))
+        .set("not_before_ms", reference("count"));
+    return closed(std::move(members), {"until"});
+}
+
+/// The words that an argument of a command may have, and the type of others.
+Json argument(const Command &command, const Parameter &parameter)
+{
+    const std::string name = std::string{command.name} + " " + parameter.name;
+    if (!parameter.choices.empty())
+        return one_of(parameter.choices);
+    if (name == "phone step")
+        return one_of(names_of(Phone::steps()));
+    if (name == "cloud step")
+        return one_of(names_of(Cloud::steps()));
+    if (name == "emit event")
+        return one_of(names_of(all_events()));
+    if (name == "personality name")
+        return one_of(names_of(personalities()));
+    if (name == "fault method") {
+        std::vector<std::string> methods = names_of(all_methods());
+        methods.emplace_back("all");
+        return one_of(methods);
+    }
+    switch (parameter.kind) {
+    case Parameter::Kind::word: return type("string");
+    case Parameter::Kind::number: return reference("number");
+    case Parameter::Kind::json: return Json{true};
+    }
+    return Json{true};
+}
+
+/// A fault either needs a number or takes none.
+Json fault_rules()
+{
+    Json rules = Json::array();
+    for (const FaultForm &form : fault_forms()) {
+        Json with_number = Json::object();
+        with_number.set("required", array_of(std::vector<std::string>{"value"}));
+        Json rule = Json::object();
+        rule.set("if", only_for("form", {form.name}));
+        rule.set("then",
+                 form.value ? std::move(with_number) : std::move(Json::object().set("not", std::move(with_number))));
+        rules.append(std::move(rule));
+    }
+    return rules;
+}
+
+Json command_step(const Command &command)
+{
+    Json members = step_members();
+    std::vector<std::string> required{command.name};
+    for (const Parameter &parameter : command.parameters) {
+        const bool is_first = &parameter == command.parameters.data();
+        members.set(is_first ? command.name : parameter.name, argument(command, parameter));
+        if (parameter.required && !is_first)
+            required.emplace_back(parameter.name);
+    }
+    if (command.parameters.empty())
+        members.set(command.name, Json{true});
+    if (std::strcmp(command.name, "fault") == 0)
+        members.set("form", one_of(names_of(fault_forms())));
+    Json step = closed(std::move(members), required);
+    step.set("description", command.help);
+    if (std::strcmp(command.name, "fault") == 0)
+        step.set("allOf", fault_rules());
+    return step;
+}
+
+Json simple_step(const char *name, Json value)
+{
+    Json members = step_members();
+    members.set(name, std::move(value));
+    return closed(std::move(members), {name});
+}
+
+Json count(int min)
+{
+    Json number = type("integer");
+    number.set("minimum", min).set("maximum", 2147483647);
+    return number;
+}
+
+Json calls()
+{
+    std::vector<std::string> names = names_of(all_methods());
+    for (const Function &function : all_functions())
+        names.push_back(function.name);
+    return one_of(names);
+}
+
+Json steps()
+{
+    Json kinds = Json::array();
+    kinds.append(call_step("expect", true));
+    kinds.append(call_step("never", false));
+    kinds.append(until_step());
+    kinds.append(simple_step("wait_ms", reference("count")));
+    kinds.append(simple_step("say", type("string")));
+    for (const Command &command : all_commands())
+        if (!command.waits())
+            kinds.append(command_step(command));
+    Json step = Json::object();
+    step.set("oneOf", std::move(kinds));
+    Json list = type("array");
+    list.set("items", std::move(step));
+    return list;
+}
+
+} // namespace
+
+int main()
+{
+    Json members = Json::object();
+    members.set("$schema", type("string")).set("title", type("string")).set("note", type("string"));
+    members.set("since", reference("version")).set("before", reference("version")).set("steps", steps());
+    Json definitions = Json::object();
+    definitions.set("version", version())
+        .set("call", calls())
+        .set("count", count(0))
+        .set("number", count(-2147483647 - 1));
+    Json schema = Json::object();
+    schema.set("$schema", "http://json-schema.org/draft-07/schema#").set("title", "A scenario of Korvane");
+    const Json scenario = closed(std::move(members), {"steps"});
+    for (const cJSON *member = scenario.get()->child; member; member = member->next)
+        schema.set(member->string, Json::copy_of(member));
+    schema.set("definitions", std::move(definitions));
+    char *text = cJSON_Print(schema.get());
+    std::puts(text);
+    cJSON_free(text);
+}

@@ -54,6 +54,8 @@ TEST(ShownStep, OfAnExpectationMasksWhatTheInterfaceDescribesAsSecret)
     EXPECT_EQ(shown(R"({"expect":"set_preconfigured_pin","with":{"pin":"<secret, 8 bytes>"}})"),
               R"(expect set_preconfigured_pin {"pin":"<secret, 8 bytes>"})")
         << "the form in which a secret can be compared";
+    EXPECT_EQ(shown(R"({"never":"korvane_sign_up_cloud","with":{"region":"EU","access_token":"s3cret"}})"),
+              R"(never korvane_sign_up_cloud {"region":"EU","access_token":"<secret, 6 bytes>"})");
 }
 
 std::string problem_of(const std::string &text)

@@ -3,6 +3,7 @@
 
 #include <app_event_publish.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
@@ -94,6 +95,25 @@ bool is_text(const char *text)
     return text && g_utf8_validate(text, -1, nullptr);
 }
 
+bool are_texts(const char *const *values, int count)
+{
+    if (count < 0 || (count > 0 && !values))
+        return false;
+    return std::all_of(values, values + count, is_text);
+}
+
+/// Copies the bytes into the entry. A value without bytes is not NULL. Returns false if memory runs out.
+bool copy_bytes(Entry *entry, const void *bytes, std::size_t size)
+{
+    entry->bytes.reset(malloc(size > 0 ? size : 1));
+    if (!entry->bytes)
+        return false;
+    if (size > 0)
+        memcpy(entry->bytes.get(), bytes, size);
+    entry->size = size;
+    return true;
+}
+
 /// 0 if the key can be added, or a negative errno.
 int check_key(const bundle *data, const char *key)
 {
@@ -168,12 +188,8 @@ extern "C" int bundle_add_str_array(bundle *data, const char *key, const char *c
 {
     if (const int error = check_key(data, key); error != 0)
         return error;
-    if (count < 0 || (count > 0 && !values))
+    if (!are_texts(values, count))
         return -EINVAL;
-    for (int i = 0; i < count; ++i) {
-        if (!is_text(values[i]))
-            return -EINVAL;
-    }
     Owned<Entry> entry = bundle::create(key, Kind::texts);
     if (!entry)
         return -ENOMEM;
@@ -192,14 +208,8 @@ extern "C" int bundle_add_byte(bundle *data, const char *key, const void *bytes,
     if ((size > 0 && !bytes) || size > INT_MAX)
         return -EINVAL;
     Owned<Entry> entry = bundle::create(key, Kind::bytes);
-    if (!entry)
+    if (!entry || !copy_bytes(entry.get(), bytes, size))
         return -ENOMEM;
-    entry->bytes.reset(malloc(size > 0 ? size : 1)); // an empty value is not NULL
-    if (!entry->bytes)
-        return -ENOMEM;
-    if (size > 0)
-        memcpy(entry->bytes.get(), bytes, size);
-    entry->size = size;
     data->add(std::move(entry));
     return 0;
 }

@@ -137,6 +137,29 @@ int on_match_reply(sd_bus_message *reply, void *data, sd_bus_error *)
     return handled;
 }
 
+/// Whether an event is delivered only if the user of its sender may publish it. One trusted sender needs no check.
+bool must_check_users()
+{
+    return bus_is_shared() && !trusted_sender();
+}
+
+/// Requests the event's signal for the handler, which then holds the connection. 0, or a negative errno.
+int subscribe(EventHandler *handler, const EventName &name)
+{
+    const BusLibrary *library = handler->library;
+    int result = EventConnection::acquire(*library, &handler->connection);
+    if (result < 0)
+        return result;
+    result = library->match_signal_async(handler->connection->bus, &handler->slot, trusted_sender(), nullptr,
+                                         name.interface, name.member, on_event, on_match_reply, handler);
+    if (result < 0) {
+        dlog_print(log_error, log_tag, "cannot subscribe to the event %s: %s", handler->name, strerror(-result));
+        handler->connection->release();
+        return result;
+    }
+    return 0;
+}
+
 } // namespace
 
 } // namespace kv::host
@@ -159,19 +182,11 @@ extern "C" int event_add_event_handler(const char *event_name, event_cb callback
         return -ENOMEM;
     strcpy(added->name, event_name);
     added->library = library;
-    added->checks_user = bus_is_shared() && !trusted_sender();
+    added->checks_user = must_check_users();
     added->callback = callback;
     added->user_data = user_data;
-    int result = EventConnection::acquire(*library, &added->connection);
-    if (result < 0)
-        return result;
-    result = library->match_signal_async(added->connection->bus, &added->slot, trusted_sender(), nullptr,
-                                         parts.interface, parts.member, on_event, on_match_reply, added.get());
-    if (result < 0) {
-        dlog_print(log_error, log_tag, "cannot subscribe to the event %s: %s", event_name, strerror(-result));
-        added->connection->release();
-        return result;
-    }
+    if (const int error = subscribe(added.get(), parts); error < 0)
+        return error;
     *handler = added.release();
     return 0;
 }

@@ -46,6 +46,24 @@ int fail_send_at_deadline(Port *port, const Parcel *parcel)
     return refuse_send(port, -ETIMEDOUT);
 }
 
+/// Whether a send with this error, or with 0, can be repeated.
+bool can_be_repeated(int error)
+{
+    return error == 0 || error == EINTR || error == EAGAIN || error == EWOULDBLOCK;
+}
+
+/// Waits until the peer accepts more of the parcel. 0, or the error of the failed send.
+int wait_for_room(Port *port, const Parcel *parcel)
+{
+    const int remaining = port_remaining_ms(port);
+    if (remaining == 0)
+        return fail_send_at_deadline(port, parcel);
+    pollfd writable{port->fd.get(), POLLOUT, 0};
+    if (poll(&writable, 1, remaining) < 0 && errno != EINTR)
+        return fail_send(port, parcel, errno);
+    return 0;
+}
+
 // Sends the rest of a parcel that the peer accepts in pieces, or not at all. No send blocks, because the system would count
 // a timeout of its own for each piece.
 [[gnu::noinline]] int send_rest(Port *port, const Parcel *parcel, ssize_t sent)
@@ -57,14 +75,10 @@ int fail_send_at_deadline(Port *port, const Parcel *parcel)
         if (done == parcel->end)
             return 0;
         const int error = sent < 0 ? errno : 0;
-        if (error != 0 && error != EINTR && error != EAGAIN && error != EWOULDBLOCK)
+        if (!can_be_repeated(error))
             return fail_send(port, parcel, error);
-        const int remaining = port_remaining_ms(port);
-        if (remaining == 0)
-            return fail_send_at_deadline(port, parcel);
-        pollfd writable{port->fd.get(), POLLOUT, 0};
-        if (poll(&writable, 1, remaining) < 0 && errno != EINTR)
-            return fail_send(port, parcel, errno);
+        if (const int failure = wait_for_room(port, parcel); failure != 0)
+            return failure;
         sent = send(port->fd.get(), parcel->buffer.bytes() + done, parcel->end - done, MSG_NOSIGNAL | MSG_DONTWAIT);
     }
 }

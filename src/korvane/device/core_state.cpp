@@ -35,6 +35,13 @@ void require_property(AgentCall &call, const char *dev_name, int wifi_mode, int 
                  wifi_freq);
 }
 
+bool add_property(cJSON *request, const char *dev_name, int wifi_mode, int wifi_freq)
+{
+    return cJSON_AddStringToObject(request, property::dev_name.key, dev_name) &&
+           cJSON_AddNumberToObject(request, property::wifi_mode.key, wifi_mode) &&
+           cJSON_AddNumberToObject(request, property::wifi_freq.key, wifi_freq);
+}
+
 } // namespace
 
 int korvane_set_status_changed_cb(korvane_h handle, korvane_status_changed_cb callback, void *user_data)
@@ -146,9 +153,7 @@ int korvane_set_device_property_with_wifi_authtype(korvane_h handle, const char 
     if (!ready.passed())
         return ready.result();
     Json authtypes{cJSON_CreateIntArray(wifi_authtype_array, wifi_authtype_count)};
-    const bool whole = cJSON_AddStringToObject(request.get(), property::dev_name.key, dev_name) &&
-                       cJSON_AddNumberToObject(request.get(), property::wifi_mode.key, wifi_mode) &&
-                       cJSON_AddNumberToObject(request.get(), property::wifi_freq.key, wifi_freq) && authtypes &&
+    const bool whole = add_property(request.get(), dev_name, wifi_mode, wifi_freq) && authtypes &&
                        cJSON_AddItemToObject(request.get(), property::wifi_authtype.key, authtypes.get());
     if (!ready.require_memory(whole).passed())
         return ready.result();

@@ -36,8 +36,18 @@ public:
     explicit operator bool() const { return bool(items_); }
     korvane_sub_dev_prs_h *release() { return items_.release(); }
 
-    /// Adds an element of the document. Returns false, with a log line, if it lacks a member or memory runs out.
-    bool fill(ReadyCall &call, int index, const cJSON *element)
+    /// Adds the elements of the document. Returns false, with a log line, if one lacks a member or memory runs out.
+    bool fill(ReadyCall &call, const cJSON *array)
+    {
+        int index = 0;
+        for (const cJSON *element = array->child; element; element = element->next)
+            if (!add(call, index++, element))
+                return false;
+        return true;
+    }
+
+private:
+    bool add(ReadyCall &call, int index, const cJSON *element)
     {
         const cJSON *device_id = cJSON_GetObjectItem(element, master::documents::presence::device_id.key);
         const cJSON *presence = cJSON_GetObjectItem(element, master::documents::presence::state.key);
@@ -58,7 +68,6 @@ public:
         return true;
     }
 
-private:
     ZeroedArray<korvane_sub_dev_prs_h> items_;
     int count_;
 };
@@ -137,10 +146,8 @@ int korvane_get_sub_device_presence_list(korvane_h handle, korvane_sub_dev_prs_h
     PresenceList list{size};
     if (!ready.require(bool(list), KORVANE_ERROR_OUT_OF_MEMORY, "sub_dev_prs_list is NULL"_fmt).passed())
         return ready.result();
-    int index = 0;
-    for (const cJSON *element = array.get()->child; element; element = element->next)
-        if (!list.fill(ready, index++, element))
-            return ready.result();
+    if (!list.fill(ready, array.get()))
+        return ready.result();
     *prs_list = list.release();
     *count = size;
     return KORVANE_ERROR_NONE;

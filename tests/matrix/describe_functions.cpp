@@ -29,6 +29,14 @@ std::string shown(const Request &request)
     return request.command == 0 ? method : method + " with command " + std::to_string(request.command);
 }
 
+std::string shown(const std::vector<Request> &requests)
+{
+    std::string methods;
+    for (const Request &request : requests)
+        methods += (methods.empty() ? "" : ", ") + shown(request);
+    return methods.empty() ? "none" : methods;
+}
+
 /// The observed behaviour of a function with the agents of all versions.
 struct Observed {
     std::string lowest; // lowest agent version with which it works; empty if it works with none
@@ -44,14 +52,12 @@ Observed observe(const Function &function)
         const Outcome outcome = World{}.outcome_of(function, agent);
         if (outcome.result != ok)
             continue;
-        std::string methods;
-        for (const Request &request : outcome.requests)
-            methods += (methods.empty() ? "" : ", ") + shown(request);
+        const std::string methods = shown(outcome.requests);
         if (observed.lowest.empty()) {
             observed.lowest = agent == unreadable ? "any" : shown_agent(agent);
-            observed.methods = methods.empty() ? "none" : methods;
+            observed.methods = methods;
         } else if (methods != latest) {
-            observed.methods += "; from " + shown_agent(agent) + " on " + (methods.empty() ? "none" : methods);
+            observed.methods += "; from " + shown_agent(agent) + " on " + methods;
         }
         latest = methods;
     }

@@ -6,7 +6,8 @@
 #
 # kv_add_test(<name> SOURCES <file>... [LIBS <target>...] [DEFINITIONS <def>...] [DBUS] [TIMEOUT <seconds>])
 #
-# One program with GoogleTest and its entry of ctest. DBUS gives it a message bus of its own.
+# One program with GoogleTest and its entry of ctest. DBUS gives it a message bus of its own. A program for another processor
+# runs in the emulator of the toolchain file.
 
 find_package(GTest REQUIRED)
 
@@ -38,7 +39,7 @@ function(kv_add_test name)
     target_precompile_headers(${name} REUSE_FROM kv_test_headers)
     target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
     target_link_libraries(${name} PRIVATE kv_warnings ${arg_LIBS} GTest::gtest GTest::gtest_main)
-    set(command $<TARGET_FILE:${name}>)
+    set(command ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}>)
     if(arg_DBUS)
         set(command dbus-run-session -- ${command})
     endif()

@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
-# cmake -D TOOL=<program> -D PAGE=<file> -P check_reference.cmake
+# cmake -D TOOL=<program> [-D EMULATOR=<program and arguments>] -D PAGE=<file> -P check_reference.cmake
 # Fails if the committed page differs from the program's output.
-execute_process(COMMAND ${TOOL} OUTPUT_VARIABLE made RESULT_VARIABLE status)
+separate_arguments(EMULATOR)
+execute_process(COMMAND ${EMULATOR} ${TOOL} OUTPUT_VARIABLE made RESULT_VARIABLE status)
 if(NOT status EQUAL 0)
     message(FATAL_ERROR "${TOOL} failed: ${status}")
 endif()

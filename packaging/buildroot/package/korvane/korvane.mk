@@ -1,0 +1,39 @@
+# SPDX-License-Identifier: Apache-2.0
+################################################################################
+#
+# korvane
+#
+################################################################################
+
+KORVANE_VERSION = 2.3.3
+KORVANE_SOURCE = korvane-$(KORVANE_VERSION).tar.xz
+KORVANE_SITE = $(BR2_EXTERNAL_KORVANE_PATH)/archives
+KORVANE_SITE_METHOD = file
+KORVANE_LICENSE = Apache-2.0
+KORVANE_LICENSE_FILES = LICENSE
+KORVANE_INSTALL_STAGING = YES
+KORVANE_DEPENDENCIES = host-pkgconf cjson libglib2
+
+KORVANE_CONF_OPTS = \
+	-DKORVANE_BUILD_AGENT=OFF \
+	-DKORVANE_BUILD_TOOLS=OFF \
+	-DKORVANE_BUILD_EXAMPLES=OFF \
+	-DKORVANE_BUILD_PYTHON=OFF \
+	-DKORVANE_BUILD_TESTS=OFF \
+	-DKORVANE_WERROR=OFF \
+	-DCMAKE_SKIP_INSTALL_RPATH=ON
+
+ifeq ($(BR2_PACKAGE_KORVANE_HOST_PLATFORM),y)
+KORVANE_CONF_OPTS += -DKORVANE_PLATFORM=host
+else
+KORVANE_CONF_OPTS += -DKORVANE_PLATFORM=none
+endif
+
+ifeq ($(BR2_PACKAGE_KORVANE_EVENTS),y)
+KORVANE_DEPENDENCIES += systemd
+KORVANE_CONF_OPTS += -DKORVANE_EVENTS=ON
+else
+KORVANE_CONF_OPTS += -DKORVANE_EVENTS=OFF
+endif
+
+$(eval $(cmake-package))

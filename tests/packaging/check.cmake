@@ -1,0 +1,42 @@
+# SPDX-License-Identifier: Apache-2.0
+# cmake -D ROOT=<tree> -D VERSION=<version> [-D PACKAGING=<directory>] -P check.cmake
+# Fails if a file in packaging/ or docs/packaging.md names another version, an option that CMake does not know, or a licence text that has changed.
+cmake_minimum_required(VERSION 3.25)
+if(NOT PACKAGING)
+    set(PACKAGING ${ROOT}/packaging)
+endif()
+
+# The options that the tree declares.
+file(READ ${ROOT}/CMakeLists.txt text)
+file(READ ${ROOT}/platform/host/CMakeLists.txt more)
+string(REGEX MATCHALL "(option\\(|\nset\\()KORVANE_[A-Z_]+" declared "${text}${more}")
+list(TRANSFORM declared REPLACE ".*\\(" "")
+
+file(GLOB_RECURSE files ${PACKAGING}/*)
+list(APPEND files ${ROOT}/docs/packaging.md)
+foreach(file IN LISTS files)
+    file(READ ${file} text)
+    string(REGEX MATCHALL "(-D ?|`)KORVANE_[A-Z_]+" named "${text}")
+    list(TRANSFORM named REPLACE "^(-D ?|`)" "")
+    foreach(option IN LISTS named)
+        if(NOT option IN_LIST declared)
+            message(SEND_ERROR "${file} names the option ${option}, which does not exist")
+        endif()
+    endforeach()
+    string(REGEX MATCHALL "(korvane[-_]|KORVANE_VERSION = )[0-9]+[.0-9]*[0-9]" versions "${text}")
+    foreach(version IN LISTS versions)
+        if(NOT version MATCHES "[-_ ]${VERSION}$")
+            message(SEND_ERROR "${file} names ${version}, but the version is ${VERSION}")
+        endif()
+    endforeach()
+endforeach()
+
+set(recipe ${PACKAGING}/yocto/korvane_${VERSION}.bb)
+if(NOT EXISTS ${recipe})
+    message(FATAL_ERROR "${recipe} does not exist")
+endif()
+file(READ ${recipe} text)
+file(MD5 ${ROOT}/LICENSE sum)
+if(NOT text MATCHES "LICENSE;md5=${sum}")
+    message(SEND_ERROR "${recipe} has another checksum of LICENSE than ${sum}")
+endif()

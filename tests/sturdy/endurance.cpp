@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// Agents that are killed while an application calls them, and a long run of calls and events. Neither may take memory or
-// descriptors that it does not give back.
+// Agents that are killed while an application calls them. The application may not take memory or descriptors that it does not
+// give back.
 #include "e2e/fixtures/application.hpp"
 #include "sturdy.hpp"
 
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
-#include <memory>
 #include <thread>
 
 #include <malloc.h>
@@ -18,22 +16,8 @@ namespace kv::sturdy {
 
 namespace {
 
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool memory_is_returned = false; // the sanitizer keeps released memory for a while
-#else
-constexpr bool memory_is_returned = true;
-#endif
-
 using test::AgentProcess;
 using test::Application;
-
-int device_id(korvane_h handle)
-{
-    char *id = nullptr;
-    const int result = korvane_get_device_id(handle, &id);
-    std::free(id);
-    return result;
-}
 
 /// Calls until a call fails, and returns the time from the kill to that failure. The kill comes at a different moment of a
 /// call each time.
@@ -45,7 +29,7 @@ Clock::duration kill_under_load(const Application &application, const AgentProce
         killed = Clock::now();
         agent.signal(SIGKILL);
     }};
-    while (device_id(application.handle) == KORVANE_ERROR_NONE)
+    while (call_agent(application.handle) == KORVANE_ERROR_NONE)
         continue;
     const auto failed = Clock::now();
     killer.join();
@@ -96,67 +80,6 @@ Outcome restart_agents(Form form)
         outcome.failures.push_back("descriptors stay open");
     if (form == Form::extended && times.quantile(0.99) > 10)
         outcome.failures.push_back("1 of 100 failing calls takes more than 10 ms");
-    return outcome;
-}
-
-Outcome soak(Form form)
-{
-    constexpr int calls_per_round = 100;
-    constexpr int events_per_round = 10;
-    constexpr std::chrono::milliseconds round{100};
-    const auto duration = form == Form::brief ? std::chrono::seconds{15} : std::chrono::seconds{3600};
-    const test::AgentHome home;
-    AgentProcess agent{home};
-    Application application;
-    Outcome outcome;
-    int events = 0;
-    long calls = 0;
-    const auto count_event = [](korvane_h, int, void *data) { ++*static_cast<int *>(data); };
-    if (!application.connect() ||
-        korvane_set_status_changed_cb(application.handle, count_event, &events) != KORVANE_ERROR_NONE) {
-        outcome.failures.push_back("no connection");
-        return outcome;
-    }
-    // The journal of the agent is full, and all pages of both are touched, after the first half.
-    const auto begin = Clock::now();
-    long own = 0;
-    long agents = 0;
-    int descriptors = 0;
-    int failed = 0;
-    int sent = 0;
-    bool is_second_half = false;
-    while (Clock::now() - begin < duration) {
-        const auto next = Clock::now() + round;
-        for (int i = 0; i < calls_per_round; ++i, ++calls)
-            failed += device_id(application.handle) == KORVANE_ERROR_NONE ? 0 : 1;
-        for (int i = 0; i < events_per_round; ++i, ++sent)
-            agent.run_command("emit status_changed_cb [1]");
-        if (!test::run_main_loop_until([&] { return events == sent; }))
-            outcome.failures.push_back("an event is missing");
-        if (!is_second_half && Clock::now() - begin > duration / 2) {
-            is_second_half = true;
-            ::malloc_trim(0);
-            own = resident_kib(::getpid());
-            agents = resident_kib(agent.pid());
-            descriptors = descriptors_of(::getpid()) + descriptors_of(agent.pid());
-        }
-        std::this_thread::sleep_until(next);
-    }
-    ::malloc_trim(0);
-    own = resident_kib(::getpid()) - own;
-    agents = resident_kib(agent.pid()) - agents;
-    descriptors = descriptors_of(::getpid()) + descriptors_of(agent.pid()) - descriptors;
-    outcome.line = format("%ld s, %ld calls, %d events, %d failed; second half: application %+ld KiB, agent %+ld KiB, "
-                          "descriptors %+d",
-                          static_cast<long>(duration.count()), calls, events, failed, own, agents, descriptors);
-    if (failed > 0)
-        outcome.failures.push_back("calls failed");
-    if (memory_is_returned && own > 256)
-        outcome.failures.push_back("the application grows");
-    if (form == Form::extended && agents > 1024)
-        outcome.failures.push_back("the agent grows");
-    if (descriptors != 0)
-        outcome.failures.push_back("descriptors stay open");
     return outcome;
 }
 

@@ -36,14 +36,6 @@ private:
 
 constexpr auto ignore = [](auto...) {};
 
-int device_id(korvane_h handle)
-{
-    char *id = nullptr;
-    const int result = korvane_get_device_id(handle, &id);
-    std::free(id);
-    return result;
-}
-
 using Call = int (*)(korvane_h handle);
 constexpr Call setup[] = {
     [](korvane_h h) { return korvane_set_status_changed_cb(h, ignore, nullptr); },
@@ -51,7 +43,7 @@ constexpr Call setup[] = {
     [](korvane_h h) { return korvane_set_wifi_ap_provisioning_cb(h, ignore, nullptr); },
     [](korvane_h h) { return korvane_set_cloud_device_list_cb(h, ignore, nullptr); },
     [](korvane_h h) { return korvane_set_sso_list(h, "a list"); },
-    device_id,
+    call_agent,
     [](korvane_h h) { return korvane_set_user_confirm_cb(h, ignore, nullptr); },
     [](korvane_h h) { return korvane_set_reset_confirm_cb(h, ignore, nullptr); },
     [](korvane_h h) { return korvane_unset_cloud_device_list_cb(h); },
@@ -207,7 +199,7 @@ Outcome meet_deadlines(Form form)
                     continue; // the library's own first requests were late
                 const auto begin = Clock::now();
                 const int result = direction == to_agent ? korvane_set_sso_list(application.handle, large.c_str())
-                                                         : device_id(application.handle);
+                                                         : call_agent(application.handle);
                 const auto took = Clock::now() - begin;
                 application.deinitialize();
                 if (relay.happened_ns() == 0)

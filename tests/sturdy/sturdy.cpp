@@ -33,6 +33,14 @@ std::string format(const char *text, ...)
     return line;
 }
 
+int call_agent(korvane_h handle)
+{
+    char *id = nullptr;
+    const int result = korvane_get_device_id(handle, &id);
+    std::free(id);
+    return result;
+}
+
 long resident_kib(pid_t pid)
 {
     std::ifstream status{"/proc/" + std::to_string(pid) + "/status"};

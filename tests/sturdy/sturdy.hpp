@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <korvane.h>
+
 #include <chrono>
 #include <string>
 #include <vector>
@@ -43,6 +45,15 @@ private:
 };
 
 std::string format(const char *text, ...) __attribute__((format(printf, 1, 2)));
+
+#ifdef __SANITIZE_ADDRESS__
+inline constexpr bool memory_is_returned = false; // the sanitizer keeps released memory for a while
+#else
+inline constexpr bool memory_is_returned = true;
+#endif
+
+/// A call that asks the agent. Returns its result.
+int call_agent(korvane_h handle);
 
 /// The resident memory of a process in KiB.
 long resident_kib(pid_t pid);

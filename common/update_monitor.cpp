@@ -41,6 +41,14 @@ Failure failure_in(bundle *data)
     return failure;
 }
 
+/// Only an installation can have changed the version. The next call reads it again.
+void end_update(bool complete)
+{
+    if (complete && agent.update == AgentState::installing)
+        agent.version = 0;
+    agent.update = AgentState::none;
+}
+
 } // namespace
 
 void _update_status_event_cb(const char *event_name, bundle *event_data, void *)
@@ -70,11 +78,7 @@ void _update_status_event_cb(const char *event_name, bundle *event_data, void *)
         log::info()(">>>> Agent update is completed"_fmt);
     if (failure.announced)
         log::error()(">>>> Agent update is failed, update_err=[%d]"_fmt, failure.code);
-
-    // Only an installation can have changed the version. The next call reads it again.
-    if (complete && agent.update == AgentState::installing)
-        agent.version = 0;
-    agent.update = AgentState::none;
+    end_update(complete);
 }
 
 } // namespace kv

@@ -120,6 +120,23 @@ void return_large_blocks()
     mallopt(M_TRIM_THRESHOLD, threshold);
 }
 
+Scenario load_scenarios(const Options &options)
+{
+    Scenario all;
+    for (const std::string &path : options.scenarios)
+        all.append(Scenario::load(path));
+    all.require(options.version.number());
+    return all;
+}
+
+void read_commands(LineControl &lines, const Options &options)
+{
+    if (options.commands)
+        lines.read_standard_input();
+    if (!options.command_fifo.empty())
+        lines.read_fifo(options.command_fifo);
+}
+
 int serve(const Options &options)
 {
     return_large_blocks();
@@ -128,10 +145,8 @@ int serve(const Options &options)
     g_unix_signal_add(SIGINT, quit_loop, loop.get());
     signal(SIGPIPE, SIG_IGN); // the reader of our output may end before us
 
-    Scenario scenario; // loaded before anything starts, so that a mistake in it prevents the start
-    for (const std::string &path : options.scenarios)
-        scenario.append(Scenario::load(path));
-    scenario.require(options.version.number());
+    // A mistake in a scenario prevents the start.
+    Scenario scenario = load_scenarios(options);
 
     State state;
     state.version = options.version;
@@ -162,10 +177,7 @@ int serve(const Options &options)
     package.install(state.version);
     const ControlPlace place = open_control(http, server.directory(), options);
     const ControlFile control_file{place, state, journal};
-    if (options.commands)
-        lines.read_standard_input();
-    if (!options.command_fifo.empty())
-        lines.read_fifo(options.command_fifo);
+    read_commands(lines, options);
 
     // After its scenarios the agent runs until the last application has disconnected.
     bool scenario_passed = true;

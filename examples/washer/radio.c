@@ -123,17 +123,24 @@ static bool knows_members(const cJSON *object, int place, GError **error)
     return true;
 }
 
-static bool read_access_point(const cJSON *object, struct access_point *access_point, int place, GError **error)
+static bool read_texts_and_numbers(const cJSON *object, struct access_point *access_point, int place, GError **error)
 {
-    if (!cJSON_IsObject(object))
-        return wrong(error, place, NULL, "is no object");
-    if (!knows_members(object, place, error) || !read_name(object, access_point, place, error) ||
+    if (!read_name(object, access_point, place, error) ||
         !read_text(object, "bssid", &access_point->bssid, place, error) ||
         !read_text(object, "password", &access_point->password, place, error))
         return false;
     for (size_t i = 0; i < G_N_ELEMENTS(numbers); ++i)
         if (!read_number(object, &numbers[i], access_point, place, error))
             return false;
+    return true;
+}
+
+static bool read_access_point(const cJSON *object, struct access_point *access_point, int place, GError **error)
+{
+    if (!cJSON_IsObject(object))
+        return wrong(error, place, NULL, "is no object");
+    if (!knows_members(object, place, error) || !read_texts_and_numbers(object, access_point, place, error))
+        return false;
     const cJSON *gone = cJSON_GetObjectItemCaseSensitive(object, "gone");
     if (gone && !cJSON_IsBool(gone))
         return wrong(error, place, "gone", "is true or false");

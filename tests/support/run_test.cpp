@@ -57,16 +57,22 @@ int end_all(ChildProcess &test, const char *reason, int status)
     return status;
 }
 
-int run(const Command &command, std::chrono::seconds timeout)
+/// Blocks the signals that end a wait; sigtimedwait() receives them.
+sigset_t block_signals()
 {
-    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-    adopt_orphans();
     sigset_t signals;
     ::sigemptyset(&signals);
     for (const int number : {SIGCHLD, SIGTERM, SIGINT, SIGHUP})
         ::sigaddset(&signals, number);
-    ::sigprocmask(SIG_BLOCK, &signals, nullptr); // received by sigtimedwait()
+    ::sigprocmask(SIG_BLOCK, &signals, nullptr);
+    return signals;
+}
 
+int run(const Command &command, std::chrono::seconds timeout)
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    adopt_orphans();
+    const sigset_t signals = block_signals();
     const Deadline deadline{timeout};
     ChildProcess test{command};
     while (!test_has_ended(test.pid())) {

@@ -15,45 +15,66 @@
 #include <set>
 #include <string>
 
+using namespace kv::test;
+
+namespace {
+
+/// What the command line selects.
+struct Selection {
+    AgentKind agent = has_virtual_agent() ? AgentKind::virtual_agent : AgentKind::stub;
+    std::set<std::string> parts;
+
+    /// Returns false if a word is not known.
+    bool add(const std::string &word)
+    {
+        static const std::set<std::string> known = {"calls", "counts", "lists", "events", "start", "applications"};
+        if (word == "--stub")
+            agent = AgentKind::stub;
+        else if (known.count(word) > 0)
+            parts.insert(word);
+        else
+            return false;
+        return true;
+    }
+    bool has(const char *part) const { return parts.empty() || parts.count(part) > 0; }
+};
+
+void measure(const Selection &selected)
+{
+    const Setting setting;
+    Report report;
+    if (selected.has("calls")) {
+        measure_round_trips(setting, selected.agent, report);
+        measure_unwanted_log_line(report);
+    }
+    if (selected.has("counts"))
+        measure_counts(setting, report);
+    if (selected.has("lists"))
+        measure_lists(setting, selected.agent, report);
+    if (selected.has("events"))
+        measure_events(setting, report);
+    if (selected.has("start")) {
+        measure_start(setting, selected.agent, report);
+        measure_size(setting, report);
+    }
+    if (selected.has("applications"))
+        measure_applications(setting, report);
+    report.close();
+}
+
+} // namespace
+
 int main(int argc, char **argv)
 {
-    using namespace kv::test;
-    AgentKind agent = has_virtual_agent() ? AgentKind::virtual_agent : AgentKind::stub;
-    const std::set<std::string> parts = {"calls", "counts", "lists", "events", "start", "applications"};
-    std::set<std::string> selected;
+    Selection selected;
     for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        if (word == "--stub") {
-            agent = AgentKind::stub;
-        } else if (parts.count(word) > 0) {
-            selected.insert(word);
-        } else {
+        if (!selected.add(argv[i])) {
             fprintf(stderr, "usage: korvane-bench [--stub] [calls|counts|lists|events|start|applications ...]\n");
             return 2;
         }
     }
-    const auto is_selected = [&](const char *part) { return selected.empty() || selected.count(part) > 0; };
-
     try {
-        const Setting setting;
-        Report report;
-        if (is_selected("calls")) {
-            measure_round_trips(setting, agent, report);
-            measure_unwanted_log_line(report);
-        }
-        if (is_selected("counts"))
-            measure_counts(setting, report);
-        if (is_selected("lists"))
-            measure_lists(setting, agent, report);
-        if (is_selected("events"))
-            measure_events(setting, report);
-        if (is_selected("start")) {
-            measure_start(setting, agent, report);
-            measure_size(setting, report);
-        }
-        if (is_selected("applications"))
-            measure_applications(setting, report);
-        report.close();
+        measure(selected);
         return 0;
     } catch (const std::exception &e) {
         fprintf(stderr, "korvane-bench: %s\n", e.what());

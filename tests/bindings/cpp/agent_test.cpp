@@ -156,6 +156,13 @@ TEST_F(CppWithAgent, EveryRequestReachesTheAgent)
         EXPECT_NE(snapshot.find(text), std::string::npos) << text;
 }
 
+void expect_complete(const korvane::TcpHeaderInfo &header)
+{
+    EXPECT_EQ(header.ip_version, 4);
+    EXPECT_TRUE(header.src_addr && header.src_port && header.dst_addr && header.dst_port && header.seq_num &&
+                header.ack_num && header.window && header.window_scale);
+}
+
 TEST_F(CppWithAgent, SignsUpAndReadsTheSession)
 {
     connect();
@@ -186,9 +193,7 @@ TEST_F(CppWithAgent, SignsUpAndReadsTheSession)
     expect_sent(device.send_keepalive(), "send_keepalive", "{}");
     const auto header = device.get_tcp_header_info();
     ASSERT_TRUE(header) << header.name();
-    EXPECT_EQ(header->ip_version, 4);
-    EXPECT_TRUE(header->src_addr && header->src_port && header->dst_addr && header->dst_port && header->seq_num &&
-                header->ack_num && header->window && header->window_scale);
+    expect_complete(*header);
     const std::string snapshot = agent->ask("snapshot");
     for (const char *text : {"region-1", "user", "prod", "https://cloud.example.org"})
         EXPECT_NE(snapshot.find(text), std::string::npos) << text;
@@ -350,7 +355,10 @@ TEST_F(CppWithAgent, OneShotRequestsComplete)
     EXPECT_TRUE(device.get_group_id([&](std::string_view id) { done.push_back("group " + std::string{id}); }));
     EXPECT_TRUE(device.create_hdr_token_info([&](int result, const korvane::HdrTokenInfo &token) {
         done.push_back("token " + std::to_string(result) + (token && !token.token().value().empty() ? " set" : ""));
-        EXPECT_TRUE(token.uuid() && token.server_name() && token.server_url() && token.expiration_time());
+        EXPECT_TRUE(token.uuid());
+        EXPECT_TRUE(token.server_name());
+        EXPECT_TRUE(token.server_url());
+        EXPECT_TRUE(token.expiration_time());
     }));
     EXPECT_TRUE(device.create_hdr_token_info_custom(
         "{}", [&](int result, const korvane::HdrTokenInfo &) { done.push_back("custom " + std::to_string(result)); }));
@@ -376,23 +384,27 @@ TEST_F(CppWithAgent, CoroutineAwaitsOneRequestAfterAnother)
     connect();
     agent->tell("personality owned-and-signed-in");
     std::string log;
+    const auto note = [&log](const char *text, const auto &reply, const auto &is_as_expected) {
+        log += (reply && is_as_expected(*reply) ? ", " : ", not ") + std::string{text};
+    };
+    const auto failed = [](const auto &certificate) { return certificate.result != 0; };
     const auto ask = [&]() -> korvane::Task {
         const auto started = co_await device.start_async();
         log += "start " + std::to_string(started.value());
         const auto group = co_await device.get_group_id();
-        log += group && !group->empty() ? ", group" : ", no group";
+        note("group", group, [](const auto &id) { return !id.empty(); });
         const auto token = co_await device.create_hdr_token_info();
-        log += token && token->token && token->token->token ? ", token" : ", no token";
+        note("token", token, [](const auto &created) { return created.token && created.token->token; });
         const auto custom = co_await device.create_hdr_token_info_custom("{}");
-        log += custom && custom->token ? ", custom token" : ", no custom token";
+        note("custom token", custom, [](const auto &created) { return bool(created.token); });
         const auto certificate = co_await device.create_hdr_certificate("light", "no request");
-        log += certificate && certificate->result != 0 ? ", refused" : ", created";
+        note("refused", certificate, failed);
         const auto found = co_await device.get_hdr_certificate("light", "no-such-name");
-        log += found && found->result != 0 ? ", not found." : ", found.";
+        note("absent.", found, failed);
     };
     ask();
     EXPECT_TRUE(kv::test::run_main_loop_until([&] { return !log.empty() && log.back() == '.'; })) << log;
-    EXPECT_EQ(log, "start 0, group, token, custom token, refused, not found.");
+    EXPECT_EQ(log, "start 0, group, token, custom token, refused, absent.");
 }
 
 TEST_F(CppWithAgent, ReconnectsAfterTheAgentHasDied)

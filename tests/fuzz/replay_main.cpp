@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// Runs a fuzz target with stored inputs: every file of the directories on the command line, and the empty input.
+// replay [--beginnings] DIRECTORY...
+//
+// Runs a fuzz target with stored inputs: every file of the directories, and the empty input. With --beginnings also every
+// beginning of each, because a link can break after any byte.
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -11,22 +15,31 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
+namespace {
+
+std::vector<std::uint8_t> bytes_of(const std::filesystem::path &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+} // namespace
+
 int main(int argc, char **argv)
 {
+    const bool with_beginnings = argc > 1 && std::strcmp(argv[1], "--beginnings") == 0;
     std::vector<std::filesystem::path> inputs;
-    for (int i = 1; i < argc; ++i)
+    for (int i = with_beginnings ? 2 : 1; i < argc; ++i)
         for (const auto &entry : std::filesystem::recursive_directory_iterator(argv[i]))
             if (entry.is_regular_file())
-                inputs.push_back(entry.path());
+                inputs.push_back(std::filesystem::absolute(entry.path())); // a target may change the directory
     LLVMFuzzerTestOneInput(nullptr, 0);
     for (const auto &path : inputs) {
-        std::ifstream file(path, std::ios::binary);
-        const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
-        LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size());
-        // Runs every prefix of the input too, because a link can break after any byte.
-        for (std::size_t cut = 1; cut < bytes.size(); ++cut)
-            LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.data()), cut);
+        const std::vector<std::uint8_t> bytes = bytes_of(path);
+        for (std::size_t size = with_beginnings ? 1 : bytes.size(); size < bytes.size(); ++size)
+            LLVMFuzzerTestOneInput(bytes.data(), size);
+        LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
     }
-    std::printf("replayed %zu inputs and their beginnings\n", inputs.size());
+    std::printf("replayed %zu inputs%s\n", inputs.size(), with_beginnings ? " and their beginnings" : "");
     return inputs.empty() ? 1 : 0;
 }

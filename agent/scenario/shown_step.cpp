@@ -17,7 +17,7 @@ class SecretNames {
 public:
     SecretNames()
     {
-        describe::for_each(master::Methods{}, [this]<class M>() { add_all(typename M::in{}); });
+        describe::for_each(master::Methods{}, [this]<class M>() { this->add_all(typename M::in{}); });
     }
 
     std::set<std::string, std::less<>> values{};
@@ -45,7 +45,7 @@ private:
     template <class R, FixedText Name>
     void add(describe::Rec<R, Name>)
     {
-        describe::for_each(typename R::fields{}, [this]<class F>() { add(typename F::element{}); });
+        describe::for_each(typename R::fields{}, [this]<class F>() { this->add(typename F::element{}); });
     }
     template <FixedText Array, class R, FixedText Name>
     void add(describe::Arr<describe::RecordArray<Array, R>, Name>)

@@ -22,6 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         in_words(step);
     }
     FuzzAgent fuzzed;
+    if (!scenario.applies_to(fuzzed.state.version.number()))
+        return 0;
     int ends = 0;
     fuzzed.player.start(std::move(scenario), [&ends](const std::string &) { ++ends; });
     FuzzAgent::run_ready_sources();

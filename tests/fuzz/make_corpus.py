@@ -155,6 +155,8 @@ store("scenarios", "commands", steps(
     {"clock": "advance", "ms": 5}, {"cloud": "own", "with": {"owner": "ann"}}, {"restore": {"running": True}},
     {"phone": "connect"}, {"personality": "fresh-device"}, {"snapshot": {}}))
 store("scenarios", "versions", steps({"say": "old", "before": "2.0"}, {"say": "new", "since": "2.0"}))
+store("scenarios", "never_and_functions", json.dumps({"$schema": "x", "since": "1.0", "steps": [
+    {"never": "reset"}, {"expect": "korvane_start", "not_before_ms": 0, "within_ms": 1}]}))
 store("scenarios", "expected_secret", steps({"expect": "set_preconfigured_pin", "with": {"pin": {"not": "1"}}, "within_ms": 1}))
 store("scenarios", "line_of_a_mistake", '{"steps":[\n{"say":"a"},\n{"wait_ms":}]}')
 

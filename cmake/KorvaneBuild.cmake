@@ -43,7 +43,10 @@ target_link_libraries(kv_device_code INTERFACE kv_warnings kv_hardening)
 include(CheckCXXCompilerFlag)
 check_cxx_compiler_flag(-Oz KORVANE_HAS_OZ)
 check_cxx_compiler_flag(-malign-data=abi KORVANE_HAS_ALIGN_DATA)
+# clang takes this option for every processor and only warns where it has no meaning.
+set(CMAKE_REQUIRED_FLAGS -Werror)
 check_cxx_compiler_flag(-mno-outline-atomics KORVANE_HAS_OUTLINE_ATOMICS)
+unset(CMAKE_REQUIRED_FLAGS)
 add_library(kv_small_code INTERFACE)
 target_compile_options(kv_small_code INTERFACE
     $<$<NOT:$<CONFIG:Debug>>:$<IF:$<BOOL:${KORVANE_HAS_OZ}>,-Oz,-Os>>

@@ -23,6 +23,22 @@ std::vector<std::uint8_t> bytes_of(const std::filesystem::path &path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+/// The files of a directory. Their paths are absolute, because a target may change the directory.
+void add_inputs(const std::filesystem::path &directory, std::vector<std::filesystem::path> &inputs)
+{
+    for (const auto &entry : std::filesystem::recursive_directory_iterator(directory))
+        if (entry.is_regular_file())
+            inputs.push_back(std::filesystem::absolute(entry.path()));
+}
+
+void replay(const std::filesystem::path &input, bool with_beginnings)
+{
+    const std::vector<std::uint8_t> bytes = bytes_of(input);
+    for (std::size_t size = with_beginnings ? 1 : bytes.size(); size < bytes.size(); ++size)
+        LLVMFuzzerTestOneInput(bytes.data(), size);
+    LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -30,16 +46,10 @@ int main(int argc, char **argv)
     const bool with_beginnings = argc > 1 && std::strcmp(argv[1], "--beginnings") == 0;
     std::vector<std::filesystem::path> inputs;
     for (int i = with_beginnings ? 2 : 1; i < argc; ++i)
-        for (const auto &entry : std::filesystem::recursive_directory_iterator(argv[i]))
-            if (entry.is_regular_file())
-                inputs.push_back(std::filesystem::absolute(entry.path())); // a target may change the directory
+        add_inputs(argv[i], inputs);
     LLVMFuzzerTestOneInput(nullptr, 0);
-    for (const auto &path : inputs) {
-        const std::vector<std::uint8_t> bytes = bytes_of(path);
-        for (std::size_t size = with_beginnings ? 1 : bytes.size(); size < bytes.size(); ++size)
-            LLVMFuzzerTestOneInput(bytes.data(), size);
-        LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
-    }
+    for (const auto &input : inputs)
+        replay(input, with_beginnings);
     std::printf("replayed %zu inputs%s\n", inputs.size(), with_beginnings ? " and their beginnings" : "");
     return inputs.empty() ? 1 : 0;
 }

@@ -57,6 +57,9 @@ check_failures() {
     expect_in report.xml 'expect reset: not within 200 ms'
     expect_in report.xml '<system-out>a line of the application'
     python3 -c 'import xml.etree.ElementTree as tree; tree.parse("report.xml")' || fail 'the report is not XML'
+    # More output than a pipe holds is not lost, and does not stop the application.
+    expect_status 1 "$ctl" test fails.json -- sh -c "yes 0123456789 | head -20000; echo 'the last line'; exec $device"
+    expect_in out '      the last line'
     expect_status 1 "$ctl" test --tap fails.json -- "$device"
     expect_in out 'TAP version 13'
     expect_in out 'not ok 1 - fails@2.3'

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace kv::ctl {
@@ -56,6 +57,8 @@ void CaseRun::run(Loop &loop, const CaseProgram &program)
 {
     const Pipe out;
     const Pipe err;
+    for (const int end : {out.write, err.write}) // the process, and the application, expect to wait for their reader
+        fcntl(end, F_SETFL, 0);
     out_ = std::make_unique<Lines>(out.read);
     err_ = std::make_unique<Lines>(err.read);
     const auto self = shared_from_this();

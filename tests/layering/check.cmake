@@ -51,6 +51,9 @@ list(APPEND may_use_tests/matrix tests/conformance/)
 list(APPEND may_use_tests/bindings tests/conformance/)
 list(APPEND may_use_tests/header tests/conformance/ tests/matrix/)
 
+# The fuzz targets play with the process of the matrices: a library over a fake platform that can begin anew.
+list(APPEND may_use_tests/fuzz tests/matrix/)
+
 # The reliability run uses the application of the end-to-end tests.
 list(APPEND may_use_tests/sturdy tests/e2e/)
 

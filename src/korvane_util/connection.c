@@ -95,7 +95,7 @@ static void set_timer(korvane_util_connection_h connection, guint delay_ms)
     g_source_attach(connection->timer, connection->context);
 }
 
-/* The application is not told the same state twice. */
+/* The application receives each state once, not at each attempt. */
 static void enter(korvane_util_connection_h connection, enum korvane_util_state state, int result)
 {
     if (connection->state == state && connection->result == result)

@@ -13,7 +13,7 @@ struct ScenarioFile {
     std::vector<std::string> versions{}; // the agent versions for which it is meant
 };
 
-/// The scenarios in files and folders. A folder stands for each "*.json" in it and in the folders below it, in the order
+/// The scenarios in files and folders. A folder means each "*.json" in it and in the folders below it, in the order
 /// of their names. "korvane:" in front means the installed library. Throws UsageError if a path does not exist, if a folder has no scenario, or if two have the same name.
 std::vector<ScenarioFile> find_scenarios(const std::vector<std::string> &paths);
 

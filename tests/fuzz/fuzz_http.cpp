@@ -38,7 +38,8 @@ kv::test::FileDescriptor connect_to(const std::string &path)
     place.sun_family = AF_UNIX;
     path.copy(place.sun_path, sizeof place.sun_path - 1);
     kv::test::FileDescriptor client{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)};
-    must(::connect(client.get(), reinterpret_cast<const sockaddr *>(&place), sizeof place) == 0, "the agent does not listen");
+    must(::connect(client.get(), reinterpret_cast<const sockaddr *>(&place), sizeof place) == 0,
+         "the agent does not listen");
     return client;
 }
 

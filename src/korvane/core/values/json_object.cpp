@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json_object.hpp"
 
+#include <charconv>
+
 namespace kv::api {
 
 namespace {
@@ -23,8 +25,10 @@ bool replace_member(cJSON *object, const char *key, const char *value)
 
 bool replace_member(cJSON *object, const char *key, int value)
 {
+    char digits[12];
+    *std::to_chars(digits, digits + sizeof digits - 1, value).ptr = '\0';
     cJSON *old = cJSON_GetObjectItem(object, key);
-    return replaced(object, old, cJSON_AddNumberToObject(object, key, value));
+    return replaced(object, old, cJSON_AddRawToObject(object, key, digits));
 }
 
 } // namespace kv::api

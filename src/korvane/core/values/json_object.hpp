@@ -9,6 +9,9 @@ namespace kv::api {
 /// Adds a member at the end of the object and removes an earlier one of the same key. Returns false, with the object
 /// unchanged, without memory.
 bool replace_member(cJSON *object, const char *key, const char *value);
+
+/// Stores the number as its digits, which can be printed but not read. cJSON would print a number as floating point and
+/// parse the result again, which took more than half of the time of a list of access points.
 bool replace_member(cJSON *object, const char *key, int value);
 
 } // namespace kv::api

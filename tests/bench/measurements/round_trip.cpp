@@ -6,6 +6,8 @@
 #include "common/log.hpp"
 
 #include <chrono>
+#include <cstdlib>
+#include <ctime>
 
 namespace kv::test {
 
@@ -75,6 +77,39 @@ void measure_where_they_are(const Setting &setting, AgentKind agent, bool with_a
     }
 }
 
+/// The processor time of this process in microseconds.
+double processor_time()
+{
+    return static_cast<double>(clock()) * 1e6 / CLOCKS_PER_SEC;
+}
+
+/// Client and agent poll before they block. The peers do not, and their figures show what a wake-up costs here.
+void measure_polling(const Setting &setting, AgentKind agent, Report &report)
+{
+    constexpr const char *polling_us = "200";
+    constexpr double max_polling_over_bare = 0.45;
+    report.section(format("Placed by the scheduler, with KORVANE_POLL_US=%s", polling_us));
+    setenv("KORVANE_POLL_US", polling_us, 1);
+    const std::unique_ptr<ChildProcess> servers[] = {setting.serve(peer::bare), setting.serve(agent)};
+    Peer bare{peer::bare, "bare, blocking server", connect_to(peer::bare, setting.folder())};
+    Peer api{peer::api, "korvane_start", connect_to(peer::api, setting.folder())};
+    unsetenv("KORVANE_POLL_US");
+    std::vector<double> busy;
+    for (auto *peer : {&bare, &api})
+        time_round(*peer->client);
+    for (int round = 0; round < rounds; ++round) {
+        bare.rounds.push_back(time_round(*bare.client));
+        const double before = processor_time();
+        api.rounds.push_back(time_round(*api.client));
+        busy.push_back((processor_time() - before) / calls_per_round);
+    }
+    report.row(bare.title, figures(bare, bare));
+    const double over_bare = median_ratio(api.rounds, bare.rounds);
+    report.row(api.title, figures(api, bare), format("<= %.2f x bare", max_polling_over_bare),
+               over_bare <= max_polling_over_bare);
+    report.row("processor time of the client", format("%7.2f us", median(busy)));
+}
+
 } // namespace
 
 void measure_round_trips(const Setting &setting, AgentKind agent, Report &report)
@@ -92,6 +127,7 @@ void measure_round_trips(const Setting &setting, AgentKind agent, Report &report
     }
     report.section("The first, placed by the scheduler");
     measure_where_they_are(setting, agent, false, report);
+    measure_polling(setting, agent, report);
 }
 
 void measure_unwanted_log_line(Report &report)

@@ -10,6 +10,7 @@
 
 #include "platform/host/log/log.hpp"
 #include "platform/host/ports/parcels/parcel.hpp"
+#include "polling.hpp"
 
 namespace kv::host {
 
@@ -168,7 +169,9 @@ int port_receive(Port *port, Parcel *parcel)
     // The usual case is the reply to the request just sent: it is received directly into the parcel, and the socket
     // option SO_RCVTIMEO bounds the wait.
     if (port->may_block_in_receive && port->open() && port->inbox.size() == 0) [[likely]] {
-        const ssize_t received = recv(port->fd.get(), parcel->buffer.bytes(), parcel->buffer.capacity(), 0);
+        const ssize_t received = port->polling_us == 0
+                                     ? recv(port->fd.get(), parcel->buffer.bytes(), parcel->buffer.capacity(), 0)
+                                     : receive_polling(port, parcel);
         if (received >= static_cast<ssize_t>(frame_header) &&
             load_u32(parcel->buffer.bytes()) == static_cast<size_t>(received) - frame_header) [[likely]] {
             parcel->end = static_cast<size_t>(received);

@@ -28,6 +28,7 @@ struct Port {
     bool held = false;                 ///< sends are collected
     bool waits_for_room = false;       ///< the owner's source watches for room to write
     bool end_of_stream = false;        ///< the peer has closed, and all that it sent is in the inbox
+    int polling_us = 0;                ///< of a call, before its receive blocks; 0 means not to poll
     int timeout_ms = 0;                ///< of a call, its send and its receive together; 0 means no limit
     int64_t sent_at_ms = 0;            ///< when the send of the last request began
     size_t announced = 0;              ///< bytes at the front of the inbox for whose frames events were raised

@@ -12,6 +12,7 @@
 
 #include "platform/host/log/log.hpp"
 #include "platform/host/ports/links/credentials.hpp"
+#include "platform/host/ports/links/polling.hpp"
 #include "platform/host/ports/links/timeouts.hpp"
 #include "platform/host/ports/runtime/agent_start.hpp"
 #include "proxy.hpp"
@@ -140,6 +141,7 @@ void create_source(Proxy *proxy)
     g_source_set_can_recurse(source, TRUE);
     g_autoptr(GMainContext) context = g_main_context_ref_thread_default();
     g_source_attach(source, context);
+    poll_in_context(context);
 }
 
 /// Makes the loop notice the end of the agent's process.
@@ -238,6 +240,7 @@ void become_connected(Proxy *proxy)
     proxy->state = ProxyState::connected;
     Port &main = proxy->main;
     main.timeout_ms = reply_timeout_ms();
+    main.polling_us = polling_time_us();
     main.sent_at_ms = coarse_now_ms();
     // From here on calls use the main link. A receive blocks, and the system bounds the wait.
     timeval limit = {main.timeout_ms / 1000, main.timeout_ms % 1000 * 1000};

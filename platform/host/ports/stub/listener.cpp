@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "platform/host/log/log.hpp"
+#include "platform/host/ports/links/polling.hpp"
 #include "platform/host/ports/links/timeouts.hpp"
 #include "platform/host/ports/runtime/inherited_socket.hpp"
 #include "stub.hpp"
@@ -79,6 +80,7 @@ void create_source(Stub *stub)
     g_source_set_static_name(source, "rpc port listener");
     stub->watch = g_source_add_unix_fd(source, stub->listener.get(), G_IO_IN);
     g_source_attach(source, stub->context);
+    poll_in_context(stub->context);
 }
 
 void log_port_in_use(const Stub *stub)

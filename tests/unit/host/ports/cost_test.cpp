@@ -3,6 +3,7 @@
 // The system calls of a call or an event. This program replaces the C library's functions and counts.
 #include <glib.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -16,7 +17,9 @@ namespace {
 struct Counts {
     int sends;
     int receives;
+    int blocking_receives;
     int polls;
+    int nonblocking_polls;
     int writes; ///< the loop wakes itself by one
 } counts;
 
@@ -34,12 +37,16 @@ extern "C" {
 [[gnu::visibility("default")]] ssize_t recv(int fd, void *bytes, size_t size, int flags)
 {
     counts.receives++;
+    if ((flags & MSG_DONTWAIT) == 0)
+        counts.blocking_receives++;
     return syscall(SYS_recvfrom, fd, bytes, size, flags, nullptr, nullptr);
 }
 
 [[gnu::visibility("default")]] int poll(pollfd *fds, nfds_t count, int timeout)
 {
     counts.polls++;
+    if (timeout == 0)
+        counts.nonblocking_polls++;
     return static_cast<int>(syscall(SYS_poll, fds, count, timeout));
 }
 
@@ -92,6 +99,114 @@ TEST_F(CallCostTest, IsOneSendOneReceiveAndOnePollForTheAgent)
             ask(what);
         EXPECT_EQ(calls, ask(what) - before) << what;
     }
+}
+
+/// The cost of a call whose reply takes 50 ms, with KORVANE_POLL_US.
+Counts cost_of_late_reply(const char *polling_us)
+{
+    setenv("KORVANE_POLL_US", polling_us, 1);
+    Agent agent([](Stub &, rpc_port_h main, int request) {
+        g_usleep(50'000);
+        send_number(main, request);
+    });
+    Proxy proxy;
+    EXPECT_TRUE(proxy.connected_now());
+    counts = {};
+    EXPECT_EQ(0, proxy.send(7));
+    EXPECT_EQ(7, proxy.read());
+    unsetenv("KORVANE_POLL_US");
+    return counts;
+}
+
+/// How often the default context polls without blocking while it waits 50 ms for a timer.
+int nonblocking_polls_of_a_wait()
+{
+    counts = {};
+    bool done = false;
+    g_timeout_add(
+        50, [](void *flag) { return static_cast<gboolean>((*static_cast<bool *>(flag) = true, G_SOURCE_REMOVE)); },
+        &done);
+    while (!done)
+        g_main_context_iteration(nullptr, TRUE);
+    return counts.nonblocking_polls;
+}
+
+/// The scheduler may interrupt this process for longer than a reply or a timer takes, so several attempts are allowed.
+bool in_some_attempt(const std::function<bool()> &holds)
+{
+    for (int attempt = 0; attempt < 20; attempt++)
+        if (holds())
+            return true;
+    return false;
+}
+
+/// Resets the poll function of the default context, which a connection changes if KORVANE_POLL_US is set.
+class PollingTest : public PortsTest {
+protected:
+    void SetUp() override
+    {
+        sched_getaffinity(0, sizeof processors, &processors);
+        if (CPU_COUNT(&processors) == 1)
+            GTEST_SKIP() << "polling needs a second processor";
+    }
+    ~PollingTest() override
+    {
+        sched_setaffinity(0, sizeof processors, &processors);
+        g_main_context_set_poll_func(nullptr, nullptr);
+    }
+
+    cpu_set_t processors;
+};
+
+TEST_F(PollingTest, IsOffByDefault)
+{
+    const Counts cost = cost_of_late_reply("0");
+    EXPECT_EQ(1, cost.receives);
+    EXPECT_EQ(1, cost.blocking_receives);
+    EXPECT_TRUE(in_some_attempt([] { return nonblocking_polls_of_a_wait() == 0; }));
+}
+
+TEST_F(PollingTest, ReceivesWithoutBlockingFirst)
+{
+    EXPECT_TRUE(in_some_attempt([] {
+        const Counts cost = cost_of_late_reply("2000");
+        return cost.receives > 2 && cost.blocking_receives == 1;
+    }));
+}
+
+TEST_F(PollingTest, PollsTheLoopWithoutBlockingFirst)
+{
+    cost_of_late_reply("2000");
+    EXPECT_TRUE(in_some_attempt([] { return nonblocking_polls_of_a_wait() > 1; }));
+}
+
+TEST_F(PollingTest, KeepsAPollFunctionOfTheProgram)
+{
+    const GPollFunc own = [](GPollFD *descriptors, guint count, gint timeout) {
+        return g_poll(descriptors, count, timeout);
+    };
+    g_main_context_set_poll_func(nullptr, own);
+    cost_of_late_reply("2000");
+    EXPECT_EQ(own, g_main_context_get_poll_func(nullptr));
+}
+
+TEST_F(PollingTest, IsOffOnASingleProcessor)
+{
+    int first = 0;
+    while (!CPU_ISSET(first, &processors))
+        ++first;
+    cpu_set_t single;
+    CPU_ZERO(&single);
+    CPU_SET(first, &single);
+    ASSERT_EQ(0, sched_setaffinity(0, sizeof single, &single));
+    EXPECT_EQ(1, cost_of_late_reply("2000").receives);
+}
+
+TEST_F(PollingTest, IsLimitedAndReportsAWrongValue)
+{
+    EXPECT_EQ(1, cost_of_late_reply("10001").receives);
+    EXPECT_NE(std::string::npos,
+              log().find("KORVANE_POLL_US='10001' is not a number of microseconds up to 10000; using the default, 0"));
 }
 
 /// A proxy that reads the events of a raw agent.

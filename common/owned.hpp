@@ -114,9 +114,9 @@ public:
     EventHandler &operator=(const EventHandler &) = delete;
     ~EventHandler() { remove(); }
 
+    /// To be called once.
     int add(const char *event, event_cb callback, void *data)
     {
-        remove();
         event_handler_h handler = nullptr;
         int err = event_add_event_handler(event, callback, data, &handler);
         if (err == 0)
@@ -170,13 +170,9 @@ public:
 
     void remove()
     {
-        unsigned id = std::exchange(id_, 0U);
+        const unsigned id = std::exchange(id_, 0U);
         if (id == 0)
             return;
-        if (!context_) {
-            g_source_remove(id);
-            return;
-        }
         if (GSource *source = g_main_context_find_source_by_id(context_, id))
             g_source_destroy(source);
     }

@@ -252,6 +252,8 @@ int rpc_port_proxy_get_port(rpc_port_proxy_h handle, rpc_port_port_type_e type, 
     auto *proxy = platform().open<Proxy>(handle, "rpc_port_proxy_get_port");
     if (!proxy)
         return -EINVAL;
+    if (type != RPC_PORT_PORT_MAIN && type != RPC_PORT_PORT_CALLBACK)
+        platform().misuse("rpc_port_proxy_get_port: no such port");
     *port = static_cast<Handle *>(type == RPC_PORT_PORT_MAIN ? &proxy->main_port : &proxy->callback_port);
     return 0;
 }

@@ -4,6 +4,8 @@
 
 #include "src/korvane/core/session/session.hpp"
 
+#include <cerrno>
+
 namespace kv::test {
 namespace {
 
@@ -30,6 +32,19 @@ protected:
             if (line == api_warning(function, message))
                 found.push_back(line);
         return found;
+    }
+    void fail_before_the_send()
+    {
+        platform.results["rpc_port_parcel_create"] = -ENOMEM;
+        EXPECT_EQ(registration().set(handle, &recorder), KORVANE_ERROR_OPERATION_FAILED);
+        platform.results.clear();
+        EXPECT_EQ(listed_delegates(), 0U);
+        clear_records();
+    }
+    /// 0 for the access point, whose registration disposes of delegates that the agent has not accepted.
+    std::size_t keeps_refused_delegates()
+    {
+        return registration().set_name() == "korvane_set_wifi_ap_provisioning_cb" ? 0 : 1;
     }
     void expect_events_reach(const Strings &expected)
     {
@@ -106,6 +121,46 @@ TEST_P(EveryRegistration, SetWithoutAHandleIsRefused)
     EXPECT_EQ(registration().set(nullptr, &recorder), KORVANE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(platform.log.errors(), (LogLines{api_error(registration().set_name(), "handle is NULL")}));
     expect_events_reach(expected_calls());
+}
+
+/// No function of the library makes such delegates. The trampolines check it, because they would crash otherwise.
+TEST_P(EveryRegistration, EventsOfDelegatesWithoutUserDataAreDropped)
+{
+    begin_set();
+    for (const RegistrationEvent &event : registration().events)
+        forget_user_data(event.delegate_id);
+    expect_events_reach({});
+    EXPECT_EQ(platform.log.count("No user data"), registration().events.size());
+}
+
+/// Without a parcel no request is sent, so the proxy never lists the delegates.
+TEST_P(EveryRegistration, SetRefusedBeforeTheSendKeepsItsDelegatesUntilTheNextSet)
+{
+    connect_to(registration().agent_version);
+    fail_before_the_send();
+    EXPECT_EQ(registration().set(handle, &recorder), ok);
+    EXPECT_EQ(warnings_with(registration().set_name(), "rpc cb_h already exists").size(), keeps_refused_delegates());
+    EXPECT_EQ(listed_delegates(), registration().events.size());
+    platform.log.clear();
+    EXPECT_EQ(registration().unset(handle), ok);
+    EXPECT_EQ(registration().unset(handle), ok);
+    EXPECT_EQ(warnings_with(registration().unset_name(), "rpc cb_h doesn't exist").size(), 1U)
+        << "of the second unset only";
+}
+
+TEST_P(EveryRegistration, SetRefusedBeforeTheSendKeepsItsDelegatesUntilTheNextUnset)
+{
+    connect_to(registration().agent_version);
+    const std::size_t blocks = allocs::live_blocks();
+    fail_before_the_send();
+    EXPECT_EQ(allocs::live_blocks(), blocks + keeps_refused_delegates() * registration().events.size());
+    EXPECT_EQ(registration().unset(handle), ok);
+    EXPECT_EQ(warnings_with(registration().unset_name(), "rpc cb_h doesn't exist").size(),
+              1 - keeps_refused_delegates());
+    EXPECT_EQ(allocs::live_blocks(), blocks);
+    platform.log.clear();
+    EXPECT_EQ(registration().unset(handle), ok);
+    EXPECT_EQ(warnings_with(registration().unset_name(), "rpc cb_h doesn't exist").size(), 1U);
 }
 
 } // namespace

@@ -99,6 +99,27 @@ TEST_F(IoErrorNotice, RunsOnTheMainContextOfTheThreadThatInitialised)
     g_main_context_unref(context);
 }
 
+/// The application may give up its context before the library does.
+TEST_F(IoErrorNotice, KeepsItsMainContextUntilDeinitialisation)
+{
+    ASSERT_EQ(korvane_deinitialize(handle), KORVANE_ERROR_NONE);
+    GMainContext *context = g_main_context_new();
+    bool finalized = false;
+    GSource *witness = g_idle_source_new();
+    g_source_set_callback(
+        witness, [](void *) { return gboolean{G_SOURCE_CONTINUE}; }, &finalized,
+        [](void *flag) { *static_cast<bool *>(flag) = true; });
+    g_source_attach(witness, context);
+    g_source_unref(witness);
+    g_main_context_push_thread_default(context);
+    connect();
+    g_main_context_pop_thread_default(context);
+    g_main_context_unref(context);
+    EXPECT_FALSE(finalized);
+    ASSERT_EQ(korvane_deinitialize(handle), KORVANE_ERROR_NONE);
+    EXPECT_TRUE(finalized);
+}
+
 TEST_F(IoErrorNotice, IsScheduledByEveryFunctionThatSendsARequest)
 {
     EXPECT_EQ(korvane_start_async(

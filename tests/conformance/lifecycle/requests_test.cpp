@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "handle_functions.hpp"
 
+#include "src/korvane/core/session/session.hpp"
+
+#include <utility>
+
 namespace kv::test {
 namespace {
 
@@ -172,6 +176,17 @@ TEST_F(StartAndStop, StartSendsItsConstants)
     arrives(reply(0));
     EXPECT_EQ(korvane_start(handle), KORVANE_ERROR_NONE);
     EXPECT_EQ(sent(), (std::vector<Bytes>{bytes(i32(3), str(""), i32(0), i32(0))}));
+}
+
+/// A session always has its proxy. The check guards the case that a later change breaks this.
+TEST_F(StartAndStop, StartWithoutAProxyIsRefusedWithItsOwnText)
+{
+    connect();
+    rpc_port_proxy_kv_master_h proxy = std::exchange(*kv::api::live_session->proxy.out(), nullptr);
+    EXPECT_EQ(korvane_start(handle), KORVANE_ERROR_OPERATION_FAILED);
+    EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_start", "agent is not ready yet")}));
+    *kv::api::live_session->proxy.out() = proxy;
+    EXPECT_EQ(sent(), std::vector<Bytes>{});
 }
 
 TEST_F(StartAndStop, StopSendsOnlyItsId)

@@ -146,6 +146,21 @@ TEST_P(EarlyAnswer, IsDeliveredOnceAndAtOnceWithEveryReply)
     });
 }
 
+/// No function of the library makes such a delegate. The trampoline checks it, because it would crash otherwise.
+TEST_P(EarlyAnswer, ForADelegateWithoutUserDataIsDropped)
+{
+    begin();
+    EXPECT_EQ(request(recorder), ok);
+    const Bytes late = answer();
+    forget_user_data(GetParam().delegate_id);
+    platform.log.clear();
+    platform.proxy().push_event(late);
+    EXPECT_EQ(recorder.seen, Strings{});
+    ASSERT_EQ(platform.log.errors().size(), 1U);
+    EXPECT_EQ(platform.log.errors()[0].message, "kv_cb_info is NULL");
+    expect_works_on();
+}
+
 TEST_P(EarlyAnswer, ThatIsSentTwiceIsDeliveredOnce)
 {
     for_each_case([this](Moment moment, const End &end) {

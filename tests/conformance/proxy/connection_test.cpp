@@ -133,6 +133,18 @@ TEST_F(ProxyConnection, CanBeDestroyedInsideEachOfItsCallbacks)
     EXPECT_EQ(platform.log.lines().size(), 3U);
 }
 
+TEST_F(ProxyConnection, IgnoresEventsInsideItsDestruction)
+{
+    connect();
+    seen.clear();
+    platform.proxy().raise_inside(Moment::destroy, [](Proxy &link) { link.fire_connected(); });
+    platform.proxy().raise_inside(Moment::destroy, disconnected());
+    platform.proxy().raise_inside(Moment::destroy, [](Proxy &link) { link.fire_rejected(-5); });
+    destroy();
+    EXPECT_EQ(seen, Strings{});
+    EXPECT_EQ(platform.log.lines(), LogLines{});
+}
+
 TEST_F(ProxyConnection, DestroyFreesEveryDelegateWithoutCallingOrLogging)
 {
     connect();

@@ -21,6 +21,8 @@ protected:
         platform.calls.clear();
     }
 
+    static void destroy_proxy_of(void *test) { static_cast<Invocation *>(test)->destroy(); }
+
     int stop() { return rpc_port_proxy_kv_master_invoke_stop(proxy); }
 };
 
@@ -181,6 +183,35 @@ TEST_F(Invocation, LeavesADelegateToTheCallerIfTheRequestCannotContainIt)
         std::free(delegate);
     }
     EXPECT_TRUE(sent().empty());
+}
+
+TEST_F(Invocation, LogsWhatFailedBeforeTheSend)
+{
+    platform.results["rpc_port_parcel_create"] = -12;
+    EXPECT_EQ(stop(), -1);
+    platform.results = {{"rpc_port_parcel_write_int32", -12}};
+    EXPECT_EQ(stop(), -1);
+    platform.results.clear();
+    EXPECT_EQ(platform.log.lines(), (LogLines{proxy_error(stop_name, "Failed to create parcel. result(-12)"),
+                                              proxy_error(stop_name, "Failed to write request")}));
+    EXPECT_EQ(get_last_result(), stale_last_result);
+    EXPECT_EQ(platform.calls_to("rpc_port_parcel_send"), 0U);
+}
+
+/// The library above the proxy reports only that the session has ended.
+TEST_F(Invocation, FailsIfAnEventInsideItDestroysTheProxy)
+{
+    auto *delegate = numbered(rpc_port_kv_master_user_confirm_cb_create(destroy_proxy_of, false, this), 71);
+    arrives(reply(0));
+    ASSERT_EQ(rpc_port_proxy_kv_master_invoke_set_user_confirm_cb(proxy, delegate), 0);
+    set_last_result(stale_last_result);
+    platform.log.clear();
+    platform.proxy().raise_inside(Moment::send, received(event(2, 71, false)));
+    EXPECT_EQ(stop(), -1);
+    EXPECT_EQ(get_last_result(), 0);
+    const LogLines errors = platform.log.errors();
+    ASSERT_FALSE(errors.empty());
+    EXPECT_EQ(errors.back(), proxy_error(stop_name, "The proxy was destroyed inside the call"));
 }
 
 TEST_F(Invocation, WorksInsideAnEventOfTheSameProxy)

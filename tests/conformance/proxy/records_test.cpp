@@ -161,6 +161,58 @@ TEST_F(Records, GetACopy)
     std::free(text);
 }
 
+TEST_F(Records, SettersAndGettersRefuseNullWithMinus1)
+{
+    auto *record = an_ap("home");
+    char *text = nullptr;
+    int number = 0;
+    platform.log.clear();
+    EXPECT_EQ(rpc_port_korvane_ap_info_set_ssid(nullptr, "home"), -1);
+    EXPECT_EQ(rpc_port_korvane_ap_info_set_ssid(record, nullptr), -1);
+    EXPECT_EQ(rpc_port_korvane_ap_info_set_channel(nullptr, 1), -1);
+    EXPECT_EQ(rpc_port_korvane_ap_info_get_ssid(nullptr, &text), -1);
+    EXPECT_EQ(rpc_port_korvane_ap_info_get_ssid(record, nullptr), -1);
+    EXPECT_EQ(rpc_port_korvane_ap_info_get_channel(nullptr, &number), -1);
+    EXPECT_EQ(rpc_port_korvane_ap_info_get_channel(record, nullptr), -1);
+    LogLines lines;
+    for (const char *function :
+         {"set_ssid", "set_ssid", "set_channel", "get_ssid", "get_ssid", "get_channel", "get_channel"})
+        lines.push_back(proxy_error("rpc_port_korvane_ap_info_" + std::string(function), "Invalid parameter"));
+    EXPECT_EQ(platform.log.lines(), lines);
+    EXPECT_STREQ(record->ssid.get(), "home");
+    rpc_port_korvane_ap_info_destroy(record);
+}
+
+TEST_F(Records, GettersRefuseATextThatIsNotSet)
+{
+    rpc_port_korvane_ap_info_h record = nullptr;
+    ASSERT_EQ(rpc_port_korvane_ap_info_create(&record), 0);
+    char *text = nullptr;
+    EXPECT_EQ(rpc_port_korvane_ap_info_get_pwd(record, &text), -1);
+    EXPECT_EQ(text, nullptr);
+    EXPECT_EQ(platform.log.lines(),
+              (LogLines{proxy_error("rpc_port_korvane_ap_info_get_pwd", "Invalid parameter: h->pwd is NULL")}));
+    rpc_port_korvane_ap_info_destroy(record);
+}
+
+TEST_F(Records, CopiesThatFailReturnMinus1AndAreLogged)
+{
+    auto *record = an_ap("home");
+    char *text = nullptr;
+    platform.log.clear();
+    allocs::fail_nth(1);
+    EXPECT_EQ(rpc_port_korvane_ap_info_set_ssid(record, "attic"), -1);
+    allocs::fail_nth(1);
+    EXPECT_EQ(rpc_port_korvane_ap_info_get_bssid(record, &text), -1);
+    allocs::stop_failing();
+    EXPECT_EQ(text, nullptr);
+    EXPECT_EQ(record->ssid.get(), nullptr) << "the old text was freed before the copy was made";
+    EXPECT_EQ(platform.log.lines(),
+              (LogLines{proxy_error("rpc_port_korvane_ap_info_set_ssid", "Failed to duplicate data"),
+                        proxy_error("rpc_port_korvane_ap_info_get_bssid", "Failed to duplicate bssid")}));
+    rpc_port_korvane_ap_info_destroy(record);
+}
+
 class Arrays : public Records {};
 
 TEST_F(Arrays, OfCount0AreEmptyAndReadNoElement)
@@ -296,6 +348,43 @@ TEST_F(Arrays, FailToSetWithoutMemoryAndCanStillBeDestroyed)
             rpc_port_korvane_language_info_destroy(items[1]);
         });
     EXPECT_EQ(runs, 6); // each of the table, two records and two texts fails once; the last run has no failure
+}
+
+TEST_F(Arrays, RefuseNullAndANegativeCountWithMinus1)
+{
+    auto *array = languages();
+    const std::string before = shown(array);
+    rpc_port_korvane_language_info_h item = a_language("a");
+    const auto set = rpc_port_array_korvane_language_info_set_array_korvane_language_infos;
+    platform.log.clear();
+    EXPECT_EQ(set(nullptr, &item, 1), -1);
+    EXPECT_EQ(set(array, nullptr, 1), -1);
+    EXPECT_EQ(set(array, &item, -1), -1);
+    const LogLine line =
+        proxy_error("rpc_port_array_korvane_language_info_set_array_korvane_language_infos", "Invalid parameter");
+    EXPECT_EQ(platform.log.lines(), (LogLines{line, line, line}));
+    EXPECT_EQ(shown(array), before);
+    platform.log.clear();
+    EXPECT_EQ(set(array, &item, 0), 0);
+    EXPECT_EQ(shown(array), "[]");
+    EXPECT_EQ(platform.log.lines(), LogLines{});
+    rpc_port_korvane_language_info_destroy(item);
+    rpc_port_array_korvane_language_info_destroy(array);
+}
+
+TEST_F(Arrays, LogATableThatCannotBeAllocated)
+{
+    auto *array = languages();
+    rpc_port_korvane_language_info_h item = a_language("a");
+    platform.log.clear();
+    allocs::fail_nth(1);
+    EXPECT_EQ(rpc_port_array_korvane_language_info_set_array_korvane_language_infos(array, &item, 1), -1);
+    allocs::stop_failing();
+    EXPECT_EQ(platform.log.lines(),
+              (LogLines{proxy_error("rpc_port_array_korvane_language_info_set_array_korvane_language_infos",
+                                    "Out of memory")}));
+    rpc_port_korvane_language_info_destroy(item);
+    rpc_port_array_korvane_language_info_destroy(array);
 }
 
 } // namespace

@@ -134,6 +134,27 @@ TEST_F(WifiAp, IsSetInTheOtherWireFormatAfterAnUpdateAndKeepsTheOldDelegate)
     EXPECT_EQ(recorder.seen, (Strings{"ap_info", "ap_info"}));
 }
 
+/// The session has one callback for both wire formats. Only the delegate belongs to one of them.
+TEST_F(WifiAp, IsDeliveredByTheOldDelegateToTheCallbackThatWasSetAfterAnUpdate)
+{
+    begin_set("1.2");
+    agent_becomes("1.3");
+    struct {
+        Strings seen;
+        korvane_h handle = nullptr;
+    } later;
+    const auto on_ap_later = [](korvane_h seen_handle, korvane_ap_info_h ap_info, void *data) {
+        auto &record = *static_cast<decltype(later) *>(data);
+        record.seen.push_back(text_of(korvane_apinfo_get_ssid, ap_info).code == ok ? "readable" : "unreadable");
+        record.handle = seen_handle;
+    };
+    EXPECT_EQ(korvane_set_wifi_ap_provisioning_cb(handle, on_ap_later, &later), ok);
+    push_record();
+    EXPECT_EQ(recorder.seen, Strings{}) << "the earlier callback was replaced";
+    EXPECT_EQ(later.seen, Strings{"unreadable"}) << "a record is unreadable for an agent that uses documents";
+    EXPECT_EQ(later.handle, handle);
+}
+
 TEST_F(WifiAp, IsUnsetWithoutADelegateOfItsWireFormatAfterAnUpdate)
 {
     begin_set("1.2");

@@ -13,14 +13,14 @@ struct TextField {
     const char *name;
     int minimum;
     const char *key;
-    bool (*set_in_record)(master::Parcelable *record, const char *value) = nullptr;
+    void (*set_in_record)(master::Parcelable *record, const char *value) = nullptr;
 };
 
 /// Calls the named setter of a record whose type the field does not say.
 template <class Record, int (*Set)(Record *record, const char *value)>
-bool set_record_text(master::Parcelable *record, const char *value)
+void set_record_text(master::Parcelable *record, const char *value)
 {
-    return Set(static_cast<Record *>(record), value) == 0;
+    Set(static_cast<Record *>(record), value);
 }
 
 /// A setter of one text.

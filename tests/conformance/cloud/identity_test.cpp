@@ -123,6 +123,21 @@ TEST_F(PlatformInfo, AsARecordIsNotCreatedWithoutMemory)
         });
 }
 
+TEST_F(PlatformInfo, IsLeftAloneByACreationWithoutMemory)
+{
+    for (const char *version : {"1.1.0", "1.4.0"}) {
+        connect_to(version);
+        ASSERT_EQ(korvane_platforminfo_destroy(nullptr), bad_argument); // makes the library read the version
+        auto *const untouched = reinterpret_cast<korvane_platform_info_h>(&platform);
+        auto *out = untouched;
+        allocs::fail_nth(1);
+        EXPECT_EQ(korvane_platforminfo_create(&out), no_memory);
+        allocs::stop_failing();
+        EXPECT_EQ(out, untouched);
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
 TEST_F(PlatformInfo, ChecksArgumentsInTheirOrder)
 {
     make_for("1.4.0");

@@ -243,6 +243,14 @@ TEST_F(Arrays, KeepTheElementsBeforeAFailedReadAndTheCountOfTheWire)
     rpc_port_array_korvane_language_info_destroy(array);
 }
 
+TEST_F(Arrays, ReadReplacesTheOldElements)
+{
+    auto *array = languages();
+    read(array, bytes(count(1), str("fr_FR")));
+    EXPECT_EQ(shown(array), "[language_info(\"fr_FR\")]");
+    rpc_port_array_korvane_language_info_destroy(array);
+}
+
 TEST_F(Arrays, ReadAnUnreadableIntegerAsMinus1)
 {
     rpc_port_array_int_h array = nullptr;

@@ -208,6 +208,22 @@ TEST_F(WifiAp, SurvivesTheFailureOfEachAllocationOfAnEvent)
     }
 }
 
+TEST_F(WifiAp, IsNullForADocumentOfMoreThan50000Values)
+{
+    begin_set("2.3");
+    const auto push = [this](int zeros) {
+        std::string text = R"({"ap_ssid":"home","more":[0)";
+        for (int i = 1; i < zeros; ++i)
+            text += ",0";
+        push_document(text + "]}");
+    };
+    push(49'997); // the object, its text and its array are three
+    EXPECT_EQ(text_of(korvane_apinfo_get_ssid, held), (Text{ok, "home"}));
+    push(49'998);
+    EXPECT_EQ(held, nullptr);
+    EXPECT_EQ(recorder.seen, (Strings{"ap_info", "no ap_info"}));
+}
+
 TEST_F(WifiAp, IsNeverLogged)
 {
     for (const char *version : {"1.2", "2.3"}) {

@@ -15,7 +15,7 @@ set_target_properties(kv_platform_api PROPERTIES EXPORT_NAME platform_api)
 # loader's default directories and disables the rpath with CMAKE_SKIP_INSTALL_RPATH.
 set_target_properties(korvane korvane-util PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(TARGETS korvane korvane-util kv_platform_api EXPORT korvane-targets)
-install(FILES ${PROJECT_SOURCE_DIR}/include/korvane.h ${PROJECT_SOURCE_DIR}/include/korvane_util.h TYPE INCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ TYPE INCLUDE FILES_MATCHING PATTERN *.h)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/bindings/cpp/include/ TYPE INCLUDE)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/include/ DESTINATION ${platform_include_dir} FILES_MATCHING PATTERN *.h)
 set(pkg_config_packages korvane korvane-util)

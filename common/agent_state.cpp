@@ -12,8 +12,6 @@ namespace kv {
 
 namespace {
 
-constexpr int package_not_installed = -18153359;
-
 /// Numbers beyond the range of an int are limited, so that a huge version does not wrap to one below every minimum.
 int version_number(long major, long minor)
 {
@@ -33,7 +31,7 @@ void AgentState::determine_support()
 {
     package_info_h info = nullptr;
     int err = package_info_create(KORVANE_AGENT_APPID, &info);
-    support = err == package_not_installed ? absent : present;
+    support = err == PACKAGE_INFO_NOT_INSTALLED ? absent : present;
     package_info_destroy(info);
 }
 

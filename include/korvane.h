@@ -145,14 +145,15 @@ extern "C" {
  * @{
  */
 
-/** Result codes. The values never change. */
+/** Result codes. The values never change. korvane_results.h has the same texts for programs. */
 enum korvane_error {
-    /** Success. */
+    /** The function succeeded. */
     KORVANE_ERROR_NONE = 0,
     /**
      * An argument is NULL or out of range, a handle is not live, or it was made for another agent version.
      *
-     * What to do: correct the call. After an update of the agent, destroy its handles and create new ones.
+     * What to do: correct the argument that the log names; after an update of the agent, destroy its handles and create
+     * new ones.
      */
     KORVANE_ERROR_INVALID_PARAMETER = -22,
     /**
@@ -164,44 +165,46 @@ enum korvane_error {
     /**
      * The agent denied the request, or the platform denied the connection.
      *
-     * What to do: repeat the call only when the rights of the application have changed.
+     * What to do: give the application the permission; a retry alone does not help.
      */
     KORVANE_ERROR_PERMISSION_DENIED = -13,
     /**
-     * The link to the agent failed during the call; see korvane_set_rpc_io_error_cb().
+     * The link to the agent failed during the call. See korvane_set_rpc_io_error_cb().
      *
-     * What to do: call korvane_deinitialize() and korvane_initialize(). The agent may have carried out the request.
+     * What to do: connect again and repeat the registrations; the agent may have carried out the request. To connect
+     * again, call korvane_deinitialize() and korvane_initialize().
      */
     KORVANE_ERROR_IO_ERROR = -5,
     /**
      * No sub-device is registered.
      *
-     * What to do: call korvane_register_sub_device() first.
+     * What to do: register a sub-device first. See korvane_register_sub_device().
      */
     KORVANE_ERROR_NO_DATA = -61,
     /**
-     * The agent is not installed on this device.
+     * No agent is installed.
      *
-     * What to do: install the agent, then call korvane_initialize().
+     * What to do: install the agent. Then call korvane_initialize().
      */
     KORVANE_ERROR_NOT_SUPPORTED = -1073741822,
     /**
-     * The agent replied with a failure or with an invalid reply, it is not connected, or a callback deinitialised the
-     * library during the call. The functions list further causes.
+     * The agent replied with a failure or with an invalid reply, or it is not connected. A callback that deinitialises
+     * the library during the call leads to this result too. The functions list further causes.
      *
-     * What to do: read the error lines of the log. Repeat the call only when a condition has changed.
+     * What to do: wait for the connection; otherwise the error lines of the log have the reason. Repeat the call only
+     * when a condition has changed.
      */
     KORVANE_ERROR_OPERATION_FAILED = -1073741825,
     /**
-     * The agent is being updated.
+     * The agent is being updated, or cannot be reached.
      *
-     * What to do: repeat the call when the update has ended. Try korvane_initialize() again after a delay.
+     * What to do: try again when the update has ended. Try korvane_initialize() again after a delay.
      */
     KORVANE_ERROR_SERVICE_UNAVAILABLE = -1073741826,
     /**
      * The installed agent is too old for the function, or its version cannot be read.
      *
-     * What to do: leave the call out with this agent.
+     * What to do: leave the call out, or update the agent.
      */
     KORVANE_ERROR_AGENT_VERSION_LOWER = -1073741827,
 };

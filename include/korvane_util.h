@@ -26,7 +26,7 @@ extern "C" {
  * @{
  */
 
-/** A result code in words. The texts are English and belong to the library. */
+/** A result code in words, as in korvane_results.h. The texts are English and belong to the library. */
 struct korvane_util_result {
     int code;           /**< a value of enum korvane_error */
     const char *name;   /**< its name without the prefix, as "IO_ERROR" */

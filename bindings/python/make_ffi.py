@@ -1,12 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Write the module korvane._ffi from the C headers: make_ffi.py KORVANE_H KORVANE_TEST_H OUTPUT
+"""Write modules from the C headers: make_ffi.py KORVANE_H KORVANE_RESULTS_H KORVANE_TEST_H DIRECTORY
 
-cffi parses the declarations here, at build time, so that a device needs no parser and no compiler.
+korvane._ffi has the declarations: cffi parses them here, at build time, so that a device needs no parser and no compiler.
+korvane._results has the result codes in words.
 """
 
 import re
 import sys
 from pathlib import Path
+from typing import Dict
 
 import cffi
 
@@ -34,14 +36,21 @@ def declarations(header: Path) -> str:
     return text.replace("KORVANE_API ", "")
 
 
+def causes(header: Path) -> Dict[str, str]:
+    """Return the causes of KORVANE_RESULTS by the names of the codes."""
+    rows = re.findall(r'X\((\w+),\s*\\\n\s*"(.*)",', header.read_text())
+    return dict(rows)
+
+
 def main() -> None:
-    header, test_header, output = map(Path, sys.argv[1:])
+    header, results_header, test_header, directory = map(Path, sys.argv[1:])
     builder = cffi.FFI()
     builder.cdef(declarations(header))
     builder.cdef(declarations(test_header))
     builder.cdef(OTHERS)
     builder.set_source("korvane._ffi", None)
-    builder.emit_python_code(str(output))
+    builder.emit_python_code(str(directory / "_ffi.py"))
+    (directory / "_results.py").write_text(f"CAUSES = {causes(results_header)!r}\n")
 
 
 if __name__ == "__main__":

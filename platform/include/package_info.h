@@ -10,7 +10,10 @@ extern "C" {
 
 typedef void *package_info_h;
 
-/** -18153359 if the package is not installed; another negative code if the lookup failed. */
+/** The result of package_info_create() for a package that is not installed. */
+#define PACKAGE_INFO_NOT_INSTALLED (-18153359)
+
+/** PACKAGE_INFO_NOT_INSTALLED if the package is not installed; another negative code if the lookup failed. */
 int package_info_create(const char *package, package_info_h *info);
 /** The caller releases the version with free(). */
 int package_info_get_version(package_info_h info, char **version);

@@ -21,7 +21,6 @@ constexpr FunctionVersion function_versions[] = {
 };
 static_assert(std::size(function_versions) == 179);
 
-constexpr int package_not_installed = -18153359;
 constexpr int first_with_documents = kv::since(2, 0);
 
 /// "2.3.1" is 2003; 0 for a text that does not begin with two numbers.
@@ -45,7 +44,7 @@ int korvane_util_get_agent(struct korvane_util_agent *agent)
     *agent = {};
     kv::PackageInfo package;
     const int result = package_info_create(KORVANE_AGENT_APPID, package.out());
-    agent->is_installed = result != package_not_installed;
+    agent->is_installed = result != PACKAGE_INFO_NOT_INSTALLED;
     if (result != 0)
         return KORVANE_ERROR_NONE;
     kv::CText version;

@@ -3,6 +3,8 @@
 #include "matrix/function_table.hpp"
 #include "result_codes.hpp"
 
+#include <korvane_results.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -111,6 +113,52 @@ TEST(Documentation, HasEachResultCodeInItsTableWithItsValue)
         ASSERT_TRUE(documented.contains(name));
         EXPECT_EQ(documented.at(name).decimal, value);
         EXPECT_EQ(documented.at(name).hex, static_cast<std::uint32_t>(value));
+    }
+}
+
+struct ResultInWords {
+    const char *name;
+    int value;
+    std::string cause;
+    std::string remedy;
+};
+
+const std::vector<ResultInWords> &results_in_words()
+{
+    static const std::vector<ResultInWords> results = {
+#define KV_RESULT(name, cause, remedy) {"KORVANE_ERROR_" #name, KORVANE_ERROR_##name, cause, remedy},
+        KORVANE_RESULTS(KV_RESULT)
+#undef KV_RESULT
+    };
+    return results;
+}
+
+/// The text continues with more sentences, if at all.
+bool begins_with_sentence(const std::string &text, const std::string &sentence)
+{
+    return text == sentence || text.starts_with(sentence + " ");
+}
+
+std::string with_capital(std::string text)
+{
+    text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+    return text;
+}
+
+TEST(Documentation, OfEachResultCodeBeginsWithTheTextsForPrograms)
+{
+    const std::vector<DocumentedResult> documented = header().results();
+    ASSERT_EQ(documented.size(), result_codes().size());
+    ASSERT_EQ(results_in_words().size(), documented.size());
+    for (std::size_t i = 0; i < documented.size(); ++i) {
+        const ResultInWords &words = results_in_words()[i];
+        SCOPED_TRACE(words.name);
+        EXPECT_EQ(documented[i].name, words.name);
+        EXPECT_EQ(documented[i].value, words.value);
+        EXPECT_PRED2(begins_with_sentence, documented[i].cause, with_capital(words.cause) + ".");
+        if (words.value != KORVANE_ERROR_NONE) {
+            EXPECT_PRED2(begins_with_sentence, documented[i].remedy, words.remedy + ".");
+        }
     }
 }
 

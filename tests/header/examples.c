@@ -1,9 +1,10 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* The examples of korvane.h as a reader would build them: the text of the header, with the functions of the device that
+/* The examples of korvane.h and korvane_results.h as a reader would build them: the text of the headers, with the functions of the device that
    they call. */
 #include "examples.h"
 
 #include <glib.h>
+#include <korvane_results.h>
 
 #include <stdarg.h>
 #include <stdio.h>
@@ -182,4 +183,9 @@ int example_report_end(korvane_h handle)
 int example_send_terms(korvane_h handle)
 {
     return send_terms(handle);
+}
+
+const char *example_cause_of(int result)
+{
+    return cause_of(result);
 }

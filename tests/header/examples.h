@@ -35,6 +35,7 @@ void example_print_sub_devices(korvane_h handle);
 int example_request_token(korvane_h handle, bool *answered);
 int example_report_end(korvane_h handle);
 int example_send_terms(korvane_h handle);
+const char *example_cause_of(int result);
 
 #ifdef __cplusplus
 }

@@ -258,5 +258,11 @@ TEST_F(Example, SendsTheTerms)
     EXPECT_EQ(last_request(), bytes(i32(63), str(R"({"tnc_version":"2024-05","tnc_header":"Terms of use"})")));
 }
 
+TEST_F(Example, FindsTheCauseOfAResult)
+{
+    EXPECT_STREQ(example_cause_of(KORVANE_ERROR_NO_DATA), "no sub-device is registered");
+    EXPECT_STREQ(example_cause_of(1), "another code");
+}
+
 } // namespace
 } // namespace kv::test::header

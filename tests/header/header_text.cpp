@@ -144,6 +144,23 @@ std::map<std::string, CodeValue> HeaderText::code_values() const
     return values;
 }
 
+std::vector<DocumentedResult> HeaderText::results() const
+{
+    static const std::regex value(R"((/\*\*(?:[^*]|\*(?!/))*\*/)\s*(KORVANE_ERROR_\w+) = (-?\d+),)");
+    static const std::string remedy = "What to do: ";
+    const auto begin = text_.find("enum korvane_error {");
+    const std::string body = text_.substr(begin, text_.find("};", begin) - begin);
+    std::vector<DocumentedResult> all;
+    for (std::sregex_iterator found(body.begin(), body.end(), value), end; found != end; ++found) {
+        DocumentedResult result{(*found)[2], std::stol((*found)[3]), "", ""};
+        for (const std::string &piece : pieces_of((*found)[1]))
+            (piece.starts_with(remedy) ? result.remedy : result.cause) +=
+                piece.starts_with(remedy) ? piece.substr(remedy.size()) : piece;
+        all.push_back(std::move(result));
+    }
+    return all;
+}
+
 std::set<std::string> HeaderText::mentioned_functions() const
 {
     return matches(text_, std::regex(R"(\b(korvane_[a-z0-9_]+)\(\))"));

@@ -29,6 +29,14 @@ struct Entry {
     std::string lowest_version;        // "any", "1.4"; none for callback types
 };
 
+/// The documentation of one value of enum korvane_error.
+struct DocumentedResult {
+    std::string name;
+    long value;
+    std::string cause;
+    std::string remedy; // empty if the comment has none
+};
+
 /// One row of the table of result codes.
 struct CodeValue {
     long decimal;
@@ -43,6 +51,8 @@ public:
     std::vector<Entry> functions() const;
     std::vector<Entry> callback_types() const;
     std::map<std::string, CodeValue> code_values() const;
+    /// In the order of the enumeration.
+    std::vector<DocumentedResult> results() const;
     /// Names that comments mention as functions: "korvane_start()".
     std::set<std::string> mentioned_functions() const;
     /// Names of result codes in comments.

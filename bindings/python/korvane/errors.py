@@ -3,6 +3,8 @@
 
 from enum import IntEnum
 
+from korvane._results import CAUSES
+
 
 class ErrorCode(IntEnum):
     """The result codes of the library."""
@@ -19,20 +21,6 @@ class ErrorCode(IntEnum):
     AGENT_VERSION_LOWER = -1073741827
 
 
-_CAUSES = {
-    ErrorCode.NONE: "success",
-    ErrorCode.INVALID_PARAMETER: "an argument is invalid, or the session has ended",
-    ErrorCode.OUT_OF_MEMORY: "out of memory",
-    ErrorCode.PERMISSION_DENIED: "the agent or the platform denied the request",
-    ErrorCode.IO_ERROR: "the link to the agent failed",
-    ErrorCode.NO_DATA: "no sub-device is registered",
-    ErrorCode.NOT_SUPPORTED: "no agent is installed",
-    ErrorCode.OPERATION_FAILED: "the agent failed or is not connected",
-    ErrorCode.SERVICE_UNAVAILABLE: "the agent is being updated or cannot be reached",
-    ErrorCode.AGENT_VERSION_LOWER: "the installed agent is too old",
-}
-
-
 def code_of(number: int) -> "ErrorCode | int":
     """Return the number as an ErrorCode if it is one."""
     try:
@@ -45,14 +33,14 @@ class KorvaneError(Exception):
     """A call of the library failed.
 
     `code` is the result code, an ErrorCode; `function` is the C function that returned it. The text is
-    "korvane_start: IO_ERROR: the link to the agent failed".
+    "korvane_start: IO_ERROR: the link to the agent failed during the call".
     """
 
     def __init__(self, code: int, function: str) -> None:
         self.code = code_of(code)
         self.function = function
         if isinstance(self.code, ErrorCode):
-            text = f"{self.code.name}: {_CAUSES[self.code]}"
+            text = f"{self.code.name}: {CAUSES[self.code.name]}"
         else:
             text = f"unknown code {code}"
         super().__init__(f"{function}: {text}")

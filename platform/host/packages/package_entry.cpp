@@ -3,6 +3,8 @@
 
 #include "platform/host/log/log.hpp"
 
+#include <package_info.h>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -115,7 +117,7 @@ int PackageEntry::open(const char *package)
     const Fd file{::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)};
     if (!file && (errno == ENOENT || errno == ENOTDIR)) {
         dlog_print(log_info, log_tag, "package %s is not installed: there is no %s", package, path);
-        return package_not_installed;
+        return PACKAGE_INFO_NOT_INSTALLED;
     }
     int result = 0;
     std::size_t size = 0;

@@ -7,8 +7,6 @@
 
 namespace kv::host {
 
-inline constexpr int package_not_installed = -18153359;
-
 /// The keys of an entry. Only the version is required.
 namespace package_key {
 inline constexpr const char *version = "Version";
@@ -25,7 +23,7 @@ public:
     PackageEntry(const PackageEntry &) = delete;
     PackageEntry &operator=(const PackageEntry &) = delete;
 
-    /// Reads the entry. 0, package_not_installed, or another negative code after an error line.
+    /// Reads the entry. 0, PACKAGE_INFO_NOT_INSTALLED, or another negative code after an error line.
     int open(const char *package);
     /// The text of a key; null if the entry has no such key.
     CText string(const char *key) const;

@@ -59,7 +59,7 @@ TEST_F(CppExceptions, AnUncheckedValueIsThrownToTheHandlerOfTheApplication)
     arrives(event(1, newest(), false, i32(1)));
     EXPECT_EQ(noted, (std::vector<std::string>{
                          "korvane_set_status_changed_cb: korvane_set_nick_name: INVALID_PARAMETER: an argument is "
-                         "invalid, or the session has ended"}));
+                         "NULL or out of range, a handle is not live, or it was made for another agent version"}));
 }
 
 TEST_F(CppExceptions, ByDefaultTheProcessEndsWithAMessage)

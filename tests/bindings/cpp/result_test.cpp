@@ -45,7 +45,8 @@ TEST(CppResult, ThrowsTheFailureWhenTheValueIsAskedFor)
         EXPECT_EQ(error.result(), -1073741827);
         EXPECT_EQ(error.code(), korvane::Errc::agent_version_lower);
         EXPECT_EQ(error.function(), "korvane_start");
-        EXPECT_STREQ(error.what(), "korvane_start: AGENT_VERSION_LOWER: the installed agent is too old");
+        EXPECT_STREQ(error.what(), "korvane_start: AGENT_VERSION_LOWER: the installed agent is too old for the "
+                                   "function, or its version cannot be read");
     }
 }
 

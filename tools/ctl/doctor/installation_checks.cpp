@@ -20,7 +20,6 @@ namespace kv::ctl {
 
 namespace {
 
-constexpr int package_missing = -18153359;
 constexpr const char *install_remedy =
     "run 'korvanectl agent start', or 'korvane-agent --install' to have the agent started on demand";
 
@@ -66,7 +65,7 @@ Finding check_package()
     const std::string reinstall = std::string{"remove it, then "} + install_remedy;
     PackageInfo info;
     const int code = package_info_create(KORVANE_AGENT_APPID, info.out());
-    if (code == package_missing)
+    if (code == PACKAGE_INFO_NOT_INSTALLED)
         return {"no agent is installed: " + path + " does not exist", install_remedy};
     if (code != 0)
         return {path + " cannot be read or is malformed (" + std::to_string(code) + ")", reinstall};

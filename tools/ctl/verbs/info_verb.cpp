@@ -5,6 +5,7 @@
 #include "tools/ctl/output/failure.hpp"
 #include "tools/ctl/output/suggestion.hpp"
 
+#include <korvane_results.h>
 #include <korvane_util.h>
 
 #include <CLI/CLI.hpp>
@@ -17,16 +18,9 @@ namespace kv::ctl {
 namespace {
 
 constexpr int result_codes[] = {
-    KORVANE_ERROR_NONE,
-    KORVANE_ERROR_INVALID_PARAMETER,
-    KORVANE_ERROR_OUT_OF_MEMORY,
-    KORVANE_ERROR_PERMISSION_DENIED,
-    KORVANE_ERROR_IO_ERROR,
-    KORVANE_ERROR_NO_DATA,
-    KORVANE_ERROR_NOT_SUPPORTED,
-    KORVANE_ERROR_OPERATION_FAILED,
-    KORVANE_ERROR_SERVICE_UNAVAILABLE,
-    KORVANE_ERROR_AGENT_VERSION_LOWER,
+#define KV_CODE(name, cause, remedy) KORVANE_ERROR_##name,
+    KORVANE_RESULTS(KV_CODE)
+#undef KV_CODE
 };
 
 korvane_util_agent installed_agent()

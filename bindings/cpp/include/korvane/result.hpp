@@ -3,6 +3,7 @@
 #define KORVANE_RESULT_HPP
 
 #include <korvane.h>
+#include <korvane_results.h>
 
 #include <cstdlib>
 #include <optional>
@@ -33,37 +34,25 @@ enum class Errc {
 /// Returns the name of a result code without its prefix, "IO_ERROR"; "unknown code" for any other number.
 constexpr const char *code_name(int code) noexcept
 {
-    switch (code) {
-    case KORVANE_ERROR_NONE: return "NONE";
-    case KORVANE_ERROR_INVALID_PARAMETER: return "INVALID_PARAMETER";
-    case KORVANE_ERROR_OUT_OF_MEMORY: return "OUT_OF_MEMORY";
-    case KORVANE_ERROR_PERMISSION_DENIED: return "PERMISSION_DENIED";
-    case KORVANE_ERROR_IO_ERROR: return "IO_ERROR";
-    case KORVANE_ERROR_NO_DATA: return "NO_DATA";
-    case KORVANE_ERROR_NOT_SUPPORTED: return "NOT_SUPPORTED";
-    case KORVANE_ERROR_OPERATION_FAILED: return "OPERATION_FAILED";
-    case KORVANE_ERROR_SERVICE_UNAVAILABLE: return "SERVICE_UNAVAILABLE";
-    case KORVANE_ERROR_AGENT_VERSION_LOWER: return "AGENT_VERSION_LOWER";
-    default: return "unknown code";
+    switch (static_cast<Errc>(code)) {
+#define KORVANE_NAME_CASE(name, cause, remedy)                                                                         \
+    case Errc{KORVANE_ERROR_##name}: return #name;
+        KORVANE_RESULTS(KORVANE_NAME_CASE)
+#undef KORVANE_NAME_CASE
     }
+    return "unknown code";
 }
 
 /// Returns the cause of a result code as a phrase.
 constexpr const char *code_text(int code) noexcept
 {
-    switch (code) {
-    case KORVANE_ERROR_NONE: return "success";
-    case KORVANE_ERROR_INVALID_PARAMETER: return "an argument is invalid, or the session has ended";
-    case KORVANE_ERROR_OUT_OF_MEMORY: return "out of memory";
-    case KORVANE_ERROR_PERMISSION_DENIED: return "the agent or the platform denied the request";
-    case KORVANE_ERROR_IO_ERROR: return "the link to the agent failed";
-    case KORVANE_ERROR_NO_DATA: return "no sub-device is registered";
-    case KORVANE_ERROR_NOT_SUPPORTED: return "no agent is installed";
-    case KORVANE_ERROR_OPERATION_FAILED: return "the agent failed or is not connected";
-    case KORVANE_ERROR_SERVICE_UNAVAILABLE: return "the agent is being updated or cannot be reached";
-    case KORVANE_ERROR_AGENT_VERSION_LOWER: return "the installed agent is too old";
-    default: return "unknown code";
+    switch (static_cast<Errc>(code)) {
+#define KORVANE_CAUSE_CASE(name, cause, remedy)                                                                        \
+    case Errc{KORVANE_ERROR_##name}: return cause;
+        KORVANE_RESULTS(KORVANE_CAUSE_CASE)
+#undef KORVANE_CAUSE_CASE
     }
+    return "unknown code";
 }
 
 namespace detail {
@@ -100,7 +89,8 @@ inline std::error_code make_error_code(Errc code) noexcept
     return {static_cast<int>(code), error_category()};
 }
 
-/// The exception that Result::value() throws. what() is "korvane_start: IO_ERROR: the link to the agent failed".
+/// The exception that Result::value() throws. what() is "korvane_start: IO_ERROR: the link to the agent failed during the
+/// call".
 class Error : public std::system_error {
 public:
     Error(int code, std::string_view function)

@@ -64,8 +64,11 @@ struct Program {
     Outcome (*run)(Form form);
 };
 
-constexpr Program programs[] = {
-    {"link-cut", cut_links}, {"restarts", restart_agents}, {"deadlines", meet_deadlines}, {"soak", soak}};
+constexpr Program programs[] = {{"link-cut", cut_links},
+                                {"restarts", restart_agents},
+                                {"supervised", supervise},
+                                {"deadlines", meet_deadlines},
+                                {"soak", soak}};
 
 /// Returns whether the program found nothing.
 bool run(const Program &program, Form form)

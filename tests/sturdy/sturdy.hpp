@@ -25,6 +25,7 @@ struct Outcome {
 
 Outcome cut_links(Form form);
 Outcome restart_agents(Form form);
+Outcome supervise(Form form);
 Outcome meet_deadlines(Form form);
 Outcome soak(Form form);
 

@@ -1,23 +1,21 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 #include "application.h"
 
+#include <korvane_util.h>
+
 #include <glib-unix.h>
 
 #include <stdarg.h>
 #include <stdio.h>
 
-enum { FIRST_DELAY_MS = 100, LONGEST_DELAY_MS = 2000 };
-
 static struct {
     const struct application *application;
     GMainLoop *loop;
-    korvane_h handle;
-    bool connected;
-    bool was_connected;
-    bool waiting_for_update;
+    korvane_util_connection_h connection;
+    bool has_link;      /* from the begin of configure() until the connection is lost */
+    bool was_connected; /* at any time */
     bool call_failed;
-    guint retry;
-    guint delay_ms;
+    bool has_ended; /* what follows does not change the outcome */
     enum exit_status outcome;
 } life;
 
@@ -60,19 +58,8 @@ void print(const char *what, const char *how, ...)
 
 const char *name_of(int result)
 {
-    switch (result) {
-    case KORVANE_ERROR_NONE: return "NONE";
-    case KORVANE_ERROR_INVALID_PARAMETER: return "INVALID_PARAMETER";
-    case KORVANE_ERROR_OUT_OF_MEMORY: return "OUT_OF_MEMORY";
-    case KORVANE_ERROR_PERMISSION_DENIED: return "PERMISSION_DENIED";
-    case KORVANE_ERROR_IO_ERROR: return "IO_ERROR";
-    case KORVANE_ERROR_NO_DATA: return "NO_DATA";
-    case KORVANE_ERROR_NOT_SUPPORTED: return "NOT_SUPPORTED";
-    case KORVANE_ERROR_OPERATION_FAILED: return "OPERATION_FAILED";
-    case KORVANE_ERROR_SERVICE_UNAVAILABLE: return "SERVICE_UNAVAILABLE";
-    case KORVANE_ERROR_AGENT_VERSION_LOWER: return "AGENT_VERSION_LOWER";
-    default: return "(another code)";
-    }
+    const struct korvane_util_result *known = korvane_util_explain(result);
+    return known ? known->name : "(another code)";
 }
 
 bool step(const char *what, int result)
@@ -82,165 +69,108 @@ bool step(const char *what, int result)
     return result == KORVANE_ERROR_NONE;
 }
 
-bool make_calls(korvane_h device, const struct call *calls, void *user_data)
+/* After such a result the supervised connection connects again. */
+static bool ends_the_link(int result)
+{
+    return result == KORVANE_ERROR_IO_ERROR || result == KORVANE_ERROR_SERVICE_UNAVAILABLE;
+}
+
+int make_calls(korvane_h device, const struct call *calls, void *user_data)
 {
     for (; calls->name; ++calls) {
         int result = calls->make(device, user_data);
         if (step(calls->name, result) || result == KORVANE_ERROR_AGENT_VERSION_LOWER)
             continue;
-        if (result == KORVANE_ERROR_IO_ERROR || result == KORVANE_ERROR_SERVICE_UNAVAILABLE)
-            return false; /* on_io_error() or on_connection() follows */
+        if (ends_the_link(result))
+            return result;
         life.call_failed = true;
     }
-    return true;
+    return KORVANE_ERROR_NONE;
 }
 
-bool start_service(korvane_h device)
+int start_service(korvane_h device)
 {
     int result = korvane_start(device);
     step("start", result);
-    /* After a broken link or the begin of an update, a callback follows: the start itself did not fail. */
-    if (result != KORVANE_ERROR_NONE && result != KORVANE_ERROR_IO_ERROR && result != KORVANE_ERROR_SERVICE_UNAVAILABLE)
+    if (result != KORVANE_ERROR_NONE && !ends_the_link(result))
         end_application(STEP_FAILED);
-    return result == KORVANE_ERROR_NONE;
+    return result;
 }
 
 /* ---- the life of the connection ---------------------------------------------------------------------------------- */
 
 korvane_h connected_device(void)
 {
-    return life.connected ? life.handle : NULL;
+    return korvane_util_get_handle(life.connection);
 }
 
 void end_application(enum exit_status status)
 {
-    life.outcome = status;
+    if (!life.has_ended)
+        life.outcome = status;
+    life.has_ended = true;
     g_main_loop_quit(life.loop);
-}
-
-static gboolean connect_again(gpointer unused);
-
-static void try_again_later(void)
-{
-    if (life.retry != 0)
-        return;
-    life.retry = g_timeout_add(life.delay_ms, connect_again, NULL);
-    life.delay_ms = MIN(2 * life.delay_ms, (guint)LONGEST_DELAY_MS);
 }
 
 static void drop_link(void)
 {
-    if (life.connected && life.application->lost)
+    if (life.has_link && life.application->lost)
         life.application->lost(life.application->user_data);
-    life.connected = false;
+    life.has_link = false;
 }
 
-static void on_link_lost(void)
+static int on_configure(korvane_h device, void *user_data)
 {
+    (void)user_data;
+    life.has_link = life.was_connected = true;
+    return life.application->configure(device, life.application->user_data);
+}
+
+/* Whether another attempt may succeed. An agent that is not there at the begin will not come by itself. */
+static bool is_worth_waiting(enum korvane_util_state state)
+{
+    return life.application->stay && state != KORVANE_UTIL_REFUSED &&
+           (life.was_connected || state == KORVANE_UTIL_UPDATING);
+}
+
+static void on_state(enum korvane_util_state state, int result, korvane_h device, void *user_data)
+{
+    (void)user_data;
+    print("connection", "%s, %s", korvane_util_get_state_name((int)state), name_of(result));
+    if (state == KORVANE_UTIL_CONNECTED) {
+        if (life.application->connected)
+            life.application->connected(device, life.application->user_data);
+        return;
+    }
     drop_link();
-    if (life.application->stay)
-        try_again_later();
-    else
-        end_application(LINK_BROKEN);
-}
-
-/* The agent refused the link, cannot be reached, or has a pending update. A retry helps unless it refused. */
-static void on_rejected(int result)
-{
-    bool will_come = result == KORVANE_ERROR_SERVICE_UNAVAILABLE || life.was_connected;
-    if (life.application->stay && will_come && result != KORVANE_ERROR_PERMISSION_DENIED)
-        try_again_later();
-    else
-        end_application(NOT_REACHED);
-}
-
-static void on_connection(int result, korvane_h handle, int status, void *user_data)
-{
-    (void)user_data;
-    switch (status) {
-    case KORVANE_CONNECTION_CONNECTED:
-        step("connected", result);
-        life.connected = life.was_connected = true;
-        life.waiting_for_update = false;
-        life.delay_ms = FIRST_DELAY_MS;
-        life.application->ready(handle, life.application->user_data);
-        break;
-    case KORVANE_CONNECTION_DISCONNECTED:
-        step("disconnected", result);
-        on_link_lost();
-        break;
-    default:
-        step("rejected", result);
-        on_rejected(result);
-        break;
-    }
-}
-
-static void on_io_error(korvane_h handle, void *user_data)
-{
-    (void)handle;
-    (void)user_data;
-    print("io error", "the link to the agent broke during a call");
-    on_link_lost();
-}
-
-static bool initialize(void)
-{
-    if (!step("initialize", korvane_initialize(&life.handle, on_connection, NULL)))
-        return false;
-    return step("set_rpc_io_error_cb", korvane_set_rpc_io_error_cb(life.handle, on_io_error, NULL));
-}
-
-/* Replaces the handle by a new one, which finds the new agent. While the agent is being replaced, every call with the old
- * handle returns SERVICE_UNAVAILABLE; the old handle is kept until then. */
-static gboolean connect_again(gpointer unused)
-{
-    (void)unused;
-    life.retry = 0;
-    if (life.handle) {
-        bool set_up = false;
-        if (korvane_get_easysetup_status(life.handle, &set_up) == KORVANE_ERROR_SERVICE_UNAVAILABLE) {
-            if (!life.waiting_for_update)
-                print("agent", "is being replaced, waiting");
-            life.waiting_for_update = true;
-            try_again_later();
-            return G_SOURCE_REMOVE;
-        }
-        step("deinitialize", korvane_deinitialize(life.handle));
-        life.handle = NULL;
-    }
-    if (!initialize())
-        try_again_later();
-    return G_SOURCE_REMOVE;
+    if (!is_worth_waiting(state))
+        end_application(life.was_connected && state != KORVANE_UTIL_REFUSED ? LINK_BROKEN : NOT_REACHED);
 }
 
 static gboolean on_terminate(gpointer unused)
 {
     (void)unused;
-    if (!life.connected)
+    korvane_h device = connected_device();
+    if (!device)
         end_application(LINK_BROKEN);
     else
-        end_application(step("stop", korvane_stop(life.handle)) ? DONE : STEP_FAILED);
+        end_application(step("stop", korvane_stop(device)) ? DONE : STEP_FAILED);
     return G_SOURCE_CONTINUE;
 }
 
 int run_application(const struct application *application)
 {
     life.application = application;
-    life.delay_ms = FIRST_DELAY_MS;
     life.loop = g_main_loop_new(NULL, FALSE);
     guint signals[] = {g_unix_signal_add(SIGTERM, on_terminate, NULL), g_unix_signal_add(SIGINT, on_terminate, NULL)};
-    if (initialize())
+    if (step("connect", korvane_util_connect(on_configure, on_state, NULL, &life.connection)))
         g_main_loop_run(life.loop);
     else
         life.outcome = NOT_REACHED;
 
     drop_link();
-    if (life.handle)
-        step("deinitialize", korvane_deinitialize(life.handle));
-    life.handle = NULL;
-    if (life.retry != 0)
-        g_source_remove(life.retry);
+    korvane_util_disconnect(life.connection);
+    life.connection = NULL;
     for (size_t i = 0; i < G_N_ELEMENTS(signals); ++i)
         g_source_remove(signals[i]);
     g_main_loop_unref(life.loop);

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* Code that the examples share: a printed line for each step, connecting and reconnecting, the command line. */
+/* Code that the examples share: a printed line for each step, the life of the connection, the command line. */
 #ifndef EXAMPLES_APPLICATION_H
 #define EXAMPLES_APPLICATION_H
 
@@ -11,22 +11,25 @@
 enum exit_status { DONE = 0, STEP_FAILED = 1, NOT_REACHED = 2, LINK_BROKEN = 3 };
 
 struct application {
-    /* Called when the link is up: registers callbacks, describes the device, starts the service. */
-    void (*ready)(korvane_h device, void *user_data);
-    /* Called when the link and its registrations are lost, and at the end; may be NULL. */
+    /* Called after each connection: registers callbacks, describes the device, starts the service. Returns
+     * KORVANE_ERROR_NONE, or the result that ended this. */
+    int (*configure)(korvane_h device, void *user_data);
+    /* Called when configure() has succeeded; may be NULL. */
+    void (*connected)(korvane_h device, void *user_data);
+    /* Called when the connection and its registrations are lost, and at the end; may be NULL. */
     void (*lost)(void *user_data);
     void *user_data;
     /* Reconnect when the agent ends or is replaced, instead of ending the application. */
     bool stay;
 };
 
-/* Runs the application and returns the exit status of the process. SIGTERM and SIGINT stop the service first. */
+/* Runs the application with the supervised connection of libkorvane-util, and returns the exit status of the process. SIGTERM and SIGINT stop the service first. */
 int run_application(const struct application *application);
 
 /* Ends the main loop, and so the application. */
 void end_application(enum exit_status status);
 
-/* Returns the handle while the link is up, else NULL. */
+/* Returns the handle while the device is connected and configured, else NULL. */
 korvane_h connected_device(void);
 
 /* Prints a line with the time: "HH:MM:SS.uuuuuu  what: how". Bytes that are not printable text are printed as \xNN,
@@ -44,12 +47,13 @@ struct call {
 };
 
 /* Makes the calls in order and prints each result. A call for which the installed agent is too old is skipped. After a
- * failed call the others are made nevertheless, and the exit status is STEP_FAILED instead of DONE. Returns false if the
- * link broke or the agent is being replaced; the remaining calls are not made then. */
-bool make_calls(korvane_h device, const struct call *calls, void *user_data);
+ * failed call the others are made nevertheless, and the exit status is STEP_FAILED instead of DONE. Returns
+ * KORVANE_ERROR_NONE, or the result of a call that found the link broken or the agent being replaced; the remaining calls
+ * are not made then. */
+int make_calls(korvane_h device, const struct call *calls, void *user_data);
 
-/* Starts the service. Ends the application if the agent refuses. */
-bool start_service(korvane_h device);
+/* Starts the service and returns the result. Ends the application if the agent refuses. */
+int start_service(korvane_h device);
 
 /* Reads the options. Returns false, with a message on stderr, if the command line is wrong. --help ends the process. */
 bool parse_command_line(int *argc, char ***argv, const GOptionEntry *options, const char *summary);

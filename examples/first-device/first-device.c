@@ -2,6 +2,7 @@
 /* A first device: connects to the agent, starts the device service and stops it again. See README.md. */
 
 #include <korvane.h>
+#include <korvane_results.h>
 
 #include <glib-unix.h>
 
@@ -21,15 +22,9 @@ static enum exit_status outcome;
 static const char *name_of(int result)
 {
     switch (result) {
-    case KORVANE_ERROR_NONE: return "NONE";
-    case KORVANE_ERROR_INVALID_PARAMETER: return "INVALID_PARAMETER";
-    case KORVANE_ERROR_OUT_OF_MEMORY: return "OUT_OF_MEMORY";
-    case KORVANE_ERROR_PERMISSION_DENIED: return "PERMISSION_DENIED";
-    case KORVANE_ERROR_IO_ERROR: return "IO_ERROR";
-    case KORVANE_ERROR_NOT_SUPPORTED: return "NOT_SUPPORTED";
-    case KORVANE_ERROR_OPERATION_FAILED: return "OPERATION_FAILED";
-    case KORVANE_ERROR_SERVICE_UNAVAILABLE: return "SERVICE_UNAVAILABLE";
-    case KORVANE_ERROR_AGENT_VERSION_LOWER: return "AGENT_VERSION_LOWER";
+#define NAME_CASE(name, cause, remedy)                                                                                 \
+    case KORVANE_ERROR_##name: return #name;
+        KORVANE_RESULTS(NAME_CASE)
     default: return "(another code)";
     }
 }

@@ -83,15 +83,16 @@ static const struct call farewell[] = {
     {NULL, NULL},
 };
 
-static bool for_each_sub_device(korvane_h device, const struct call *calls)
+static int for_each_sub_device(korvane_h device, const struct call *calls)
 {
     for (size_t i = 0; i < G_N_ELEMENTS(sub_devices); ++i) {
         struct sub_device sub = sub_devices[i];
         print("sub-device", "%d %s", sub.number, sub.id);
-        if (!make_calls(device, calls, &sub))
-            return false;
+        int result = make_calls(device, calls, &sub);
+        if (result != KORVANE_ERROR_NONE)
+            return result;
     }
-    return true;
+    return KORVANE_ERROR_NONE;
 }
 
 /* ---- presence of all --------------------------------------------------------------------------------------------- */
@@ -166,7 +167,8 @@ static void cancel_group_timeout(void)
 static void finish(korvane_h device)
 {
     print("hub", "ready");
-    if (!stay && for_each_sub_device(device, farewell) && make_calls(device, last_look, NULL))
+    if (!stay && for_each_sub_device(device, farewell) == KORVANE_ERROR_NONE &&
+        make_calls(device, last_look, NULL) == KORVANE_ERROR_NONE)
         end_application(step("stop", korvane_stop(device)) ? DONE : STEP_FAILED);
 }
 
@@ -188,11 +190,18 @@ static gboolean on_group_timeout(gpointer device)
     return G_SOURCE_REMOVE;
 }
 
-static void on_ready(korvane_h device, void *user_data)
+static int configure(korvane_h device, void *user_data)
 {
     (void)user_data;
-    if (!start_service(device) || !for_each_sub_device(device, introduction) || !make_calls(device, presence, NULL))
-        return;
+    int result = start_service(device);
+    if (result == KORVANE_ERROR_NONE)
+        result = for_each_sub_device(device, introduction);
+    return result == KORVANE_ERROR_NONE ? make_calls(device, presence, NULL) : result;
+}
+
+static void on_connected(korvane_h device, void *user_data)
+{
+    (void)user_data;
     int result = korvane_get_group_id(device, on_group_id, NULL);
     step("get_group_id", result);
     if (result == KORVANE_ERROR_NONE)
@@ -215,6 +224,7 @@ int main(int argc, char **argv)
     };
     if (!parse_command_line(&argc, &argv, options, "A hub that represents a lamp, a lock and a fan."))
         return NOT_REACHED;
-    const struct application application = {.ready = on_ready, .lost = on_lost, .stay = stay};
+    const struct application application = {
+        .configure = configure, .connected = on_connected, .lost = on_lost, .stay = stay};
     return run_application(&application);
 }

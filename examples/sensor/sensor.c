@@ -154,7 +154,7 @@ static gboolean wake_up(gpointer device)
     awake = true;
     ++wake_ups;
     print("awake", "time %d", wake_ups);
-    if (make_calls(device, work, NULL))
+    if (make_calls(device, work, NULL) == KORVANE_ERROR_NONE)
         set_alarm(awake_ms, on_awake_timeout, device);
     return G_SOURCE_REMOVE;
 }
@@ -163,7 +163,7 @@ static void go_to_sleep(korvane_h device)
 {
     awake = false;
     set_alarm(0, NULL, NULL);
-    if (!make_calls(device, before_sleep, NULL))
+    if (make_calls(device, before_sleep, NULL) != KORVANE_ERROR_NONE)
         return;
     if (once) {
         end_application(step("stop", korvane_stop(device)) ? DONE : STEP_FAILED);
@@ -173,11 +173,16 @@ static void go_to_sleep(korvane_h device)
     set_alarm(sleep_ms, wake_up, device);
 }
 
-static void on_ready(korvane_h device, void *user_data)
+static int configure(korvane_h device, void *user_data)
+{
+    int result = make_calls(device, preparation, user_data);
+    return result == KORVANE_ERROR_NONE ? start_service(device) : result;
+}
+
+static void on_connected(korvane_h device, void *user_data)
 {
     (void)user_data;
-    if (make_calls(device, preparation, NULL) && start_service(device))
-        wake_up(device);
+    wake_up(device);
 }
 
 static void on_lost(void *user_data)
@@ -201,6 +206,7 @@ int main(int argc, char **argv)
         wrong_command_line("times must be above 0");
         return NOT_REACHED;
     }
-    const struct application application = {.ready = on_ready, .lost = on_lost, .stay = !once};
+    const struct application application = {
+        .configure = configure, .connected = on_connected, .lost = on_lost, .stay = !once};
     return run_application(&application);
 }

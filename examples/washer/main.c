@@ -11,15 +11,20 @@ static const char sample_account[] =
     "{\"region\":\"EU\",\"auth_provider\":\"washer.example\",\"user_id\":\"sample\","
     "\"client_id\":\"washer\",\"access_token\":\"sample\",\"refresh_token\":\"sample\"}";
 
-static void on_ready(korvane_h device, void *user_data)
+static int configure(korvane_h device, void *user_data)
 {
     static const struct call *const steps[] = {setup_registrations, wifi_registrations, cloud_registrations,
                                                identity_calls};
-    for (size_t i = 0; i < G_N_ELEMENTS(steps); ++i)
-        if (!make_calls(device, steps[i], user_data))
-            return;
-    if (!start_service(device))
-        return;
+    for (size_t i = 0; i < G_N_ELEMENTS(steps); ++i) {
+        int result = make_calls(device, steps[i], user_data);
+        if (result != KORVANE_ERROR_NONE)
+            return result;
+    }
+    return start_service(device);
+}
+
+static void on_connected(korvane_h device, void *user_data)
+{
     char *id = NULL;
     if (korvane_get_device_id(device, &id) == KORVANE_ERROR_NONE)
         print("device id", "%s", id);
@@ -70,7 +75,7 @@ static bool open_files(struct washer *washer, GError **error)
     return state_open(&washer->state, washer->state_path, error);
 }
 
-static bool configure(struct washer *washer, int argc, char **argv)
+static bool read_command_line(struct washer *washer, int argc, char **argv)
 {
     const GOptionEntry options[] = {
         {"radio", 0, 0, G_OPTION_ARG_FILENAME, &washer->radio_path,
@@ -115,8 +120,9 @@ static void clear(struct washer *washer)
 int main(int argc, char **argv)
 {
     struct washer washer = {.join_ms = 500};
-    const struct application application = {.ready = on_ready, .lost = on_lost, .user_data = &washer, .stay = true};
-    int status = configure(&washer, argc, argv) ? run_application(&application) : NOT_REACHED;
+    const struct application application = {
+        .configure = configure, .connected = on_connected, .lost = on_lost, .user_data = &washer, .stay = true};
+    int status = read_command_line(&washer, argc, argv) ? run_application(&application) : NOT_REACHED;
     clear(&washer);
     return status;
 }

@@ -98,6 +98,11 @@ TEST_F(OtherExamples, TheHubReportsAFailedStepByItsExitStatus)
     Program program{hub, {}};
     EXPECT_EQ(program.wait(), 1) << program.output();
     EXPECT_EQ(program.count_in_output("  register_sub_device: OPERATION_FAILED"), 1);
+
+    agent.run_command("fault start result -1");
+    Program without_service{hub, {}};
+    EXPECT_EQ(without_service.wait(), 1) << without_service.output();
+    EXPECT_EQ(without_service.count_in_output("start: OPERATION_FAILED"), 1);
 }
 
 TEST_F(OtherExamples, TheHubReportsABrokenLinkByItsExitStatus)

@@ -12,7 +12,7 @@ TEST_F(Washer, SurvivesTheEndOfItsAgent)
     Program program{washer, with_short_join({})};
     ASSERT_TRUE(program.wait_for_output("washer: ready"));
     agent.signal(SIGKILL);
-    program.wait_for_output("disconnected: NONE");
+    program.wait_for_output("connection: lost, NONE");
     program.wait_for_output("washer: ready", 2); // the platform has started the agent again
     program.signal(SIGTERM);
     EXPECT_EQ(program.wait(), 0) << program.output();
@@ -28,7 +28,7 @@ TEST_F(Washer, SurvivesAnAgentThatDiesDuringACall)
     program.wait_for_output("washer: ready");
     program.signal(SIGTERM);
     EXPECT_EQ(program.wait(), 0) << program.output();
-    EXPECT_EQ(program.count_in_output("io error: the link to the agent broke during a call"), 1);
+    EXPECT_EQ(program.count_in_output("connection: not configured, IO_ERROR"), 1);
     EXPECT_EQ(::kill(home.latest_agent(), SIGTERM), 0);
 }
 
@@ -56,8 +56,7 @@ TEST_F(Washer, ConnectsToAnUpdatedAgent)
         return content("log").find("Agent update is started") != std::string::npos;
     }));
     agent.run_command("update install");
-    program.wait_for_output("disconnected: SERVICE_UNAVAILABLE");
-    program.wait_for_output("agent: is being replaced, waiting");
+    program.wait_for_output("connection: updating, SERVICE_UNAVAILABLE");
     agent.run_command("update complete 2.3");
     program.wait_for_output("washer: ready", 2);
     EXPECT_EQ(program.count_in_output("set_provisioning_language_cb: AGENT_VERSION_LOWER"), 1);
@@ -69,12 +68,12 @@ TEST_F(Washer, ReportsFailuresByItsExitStatus)
 {
     Program alone{washer, with_short_join({})};
     EXPECT_EQ(alone.wait(), 2);
-    EXPECT_EQ(alone.count_in_output("initialize: NOT_SUPPORTED"), 1);
+    EXPECT_EQ(alone.count_in_output("connection: not installed, NOT_SUPPORTED"), 1);
     {
         AgentProcess agent{home, {"--refuse"}};
         Program program{washer, with_short_join({})};
         EXPECT_EQ(program.wait(), 2);
-        EXPECT_EQ(program.count_in_output("rejected: PERMISSION_DENIED"), 1);
+        EXPECT_EQ(program.count_in_output("connection: refused, PERMISSION_DENIED"), 1);
     }
     AgentProcess agent{home};
     agent.run_command("fault start result -1");

@@ -63,7 +63,7 @@ check_functions() {
     expect_in out 'korvane_get_sub_device_presence_list  -> sub_dev_prs list'
     expect_in out 'korvane_set_sub_device_presence int,... bool'
     expect_status 0 "$ctl" functions --json set_pin
-    expect_in out '{"name":"korvane_set_pin_cb","lowest_version":"any","arguments":[],"callbacks":["callback(text, int)","callback()"],"outs":[]}'
+    expect_in out '{"name":"korvane_set_pin_cb","lowest_version":"any","arguments":[],"callbacks":["callback(text, int)","callback()"],"outs":[],"group":"PINs, soft access point, switches","summary":'
     expect_status 1 "$ctl" functions nothing_like_it
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "verbs.hpp"
 
+#include "tools/ctl/calls/description.hpp"
 #include "tools/ctl/calls/function.hpp"
 #include "tools/ctl/output/failure.hpp"
 
@@ -27,11 +28,13 @@ int list_functions(const Output &out, const std::string &text)
         if (std::string{function.name}.find(text) == std::string::npos)
             continue;
         ++listed;
-        out.line(function.usage(), {{"name", function.name},
-                                    {"lowest_version", version_name(korvane_util_get_lowest_version(function.name))},
-                                    {"arguments", types_of(function.with_role(Parameter::Role::given))},
-                                    {"callbacks", types_of(function.with_role(Parameter::Role::callback))},
-                                    {"outs", types_of(function.with_role(Parameter::Role::out))}});
+        Json object = {{"name", function.name},
+                       {"lowest_version", version_name(korvane_util_get_lowest_version(function.name))},
+                       {"arguments", types_of(function.with_role(Parameter::Role::given))},
+                       {"callbacks", types_of(function.with_role(Parameter::Role::callback))},
+                       {"outs", types_of(function.with_role(Parameter::Role::out))}};
+        object.update(description_of(function.name));
+        out.line(function.usage(), object);
     }
     if (listed == 0)
         throw Failure{failed, "no function has '" + text + "' in its name; 'korvanectl functions' lists all"};

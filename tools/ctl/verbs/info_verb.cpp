@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "verbs.hpp"
 
+#include "tools/ctl/calls/description.hpp"
 #include "tools/ctl/calls/function.hpp"
 #include "tools/ctl/output/failure.hpp"
 #include "tools/ctl/output/suggestion.hpp"
@@ -30,7 +31,7 @@ korvane_util_agent installed_agent()
     return agent;
 }
 
-std::string text_of(const korvane_util_agent &agent)
+std::string agent_text(const korvane_util_agent &agent)
 {
     if (!agent.is_installed)
         return "not installed";
@@ -46,7 +47,7 @@ int print_overview(const Output &out)
     });
     const char *format = agent.uses_documents ? "documents" : "records";
     const std::string count = std::to_string(available) + " of " + std::to_string(functions.size());
-    out.line("library:   " + std::string{korvane_util_get_library_version()} + "\nagent:     " + text_of(agent) +
+    out.line("library:   " + std::string{korvane_util_get_library_version()} + "\nagent:     " + agent_text(agent) +
                  (agent.is_installed ? std::string{"\nformat:    "} + format : "") + "\nfunctions: " + count +
                  " available",
              {{"library", korvane_util_get_library_version()},
@@ -58,14 +59,37 @@ int print_overview(const Output &out)
     return done;
 }
 
+/// The parameters and results of a description as lines of text.
+std::string documentation_text(const Json &description)
+{
+    std::string text = "\n" + text_in(description, "summary");
+    if (const std::string use = text_in(description, "use"); !use.empty())
+        text += " " + use;
+    text += "\n\nArguments:";
+    for (const Json &parameter : description["parameters"]) {
+        text += "\n  " + text_in(parameter, "name") + " (" + text_in(parameter, "direction") + ", " +
+                text_in(parameter, "type") + "): " + text_in(parameter, "description");
+        for (const char *member : {"unit", "ownership"})
+            if (parameter.contains(member))
+                text += std::string{"\n    "} + member + ": " + text_in(parameter, member);
+    }
+    text += "\n\nResults:";
+    for (const Json &result : description["results"])
+        text += "\n  " + text_in(result, "name") + ": " + text_in(result, "cause");
+    return text;
+}
+
 int print_function(const Output &out, const char *name)
 {
     const int lowest = korvane_util_get_lowest_version(name);
     const bool available = korvane_util_is_available(name);
     const std::string needs = lowest == 0 ? "any agent" : "agent " + version_name(lowest) + " or later";
+    const Json description = description_of(name);
+    Json object = {{"name", name}, {"lowest_version", version_name(lowest)}, {"available", available}};
+    object.update(description);
     out.line(std::string{name} + ": needs " + needs + "; " + (available ? "available" : "not available") +
-                 " (agent: " + text_of(installed_agent()) + ")",
-             {{"name", name}, {"lowest_version", version_name(lowest)}, {"available", available}});
+                 " (agent: " + agent_text(installed_agent()) + ")" + documentation_text(description),
+             object);
     return done;
 }
 
@@ -128,7 +152,7 @@ std::vector<std::string> complete_info(const std::vector<std::string> &words)
 
 const Verb info_verb{
     .name = "info",
-    .help = "Show the installed agent, which agent a function needs, or what a result code means",
+    .help = "Show the installed agent, the arguments and results of a function, or what a result code means",
     .usage = "[SUBJECT]",
     .examples = "  korvanectl info\n"
                 "  korvanectl info korvane_set_random_pin\n"

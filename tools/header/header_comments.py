@@ -34,6 +34,7 @@ class Item:
     parameters: List[Tuple[str, str]] = field(default_factory=list)  # type and name
     returns: str = ""  # what the comment says of the result, if it does not list codes one by one
     described: Dict[str, str] = field(default_factory=dict)  # what the comment says of each parameter
+    outs: List[str] = field(default_factory=list)  # the parameters that the comment marks as out arguments
     codes: List[Tuple[str, str, bool]] = field(default_factory=list)  # name, cause, and whether the cause is a short one
     version: str = ""
     version_note: str = ""
@@ -138,8 +139,10 @@ def _parameters(declaration: str) -> List[Tuple[str, str]]:
 def _read_tags(item: Item, pieces: List[str]) -> None:
     for piece in pieces:
         piece = " ".join(piece.split())
-        if match := re.match(r"@param(?:\[out\])? (\w+) (.*)", piece):
-            item.described[match.group(1)] = match.group(2)
+        if match := re.match(r"@param(\[out\])? (\w+) (.*)", piece):
+            item.described[match.group(2)] = match.group(3)
+            if match.group(1):
+                item.outs.append(match.group(2))
         elif match := re.match(r"@retval (\w+) (.*)", piece):
             item.codes.append((match.group(1), match.group(2), False))
         elif item.codes:
@@ -190,6 +193,55 @@ def _shared_causes(rules: Group) -> Dict[str, str]:
     text = next(content for kind, content in rules.blocks if kind == "text" and "in one word or two:" in content)
     causes = text[text.index("in one word or two:") + len("in one word or two:"):].strip().rstrip(".")
     return dict(part.strip().split(", ", 1) for part in causes.split(";"))
+
+
+def sentence(text: str) -> str:
+    """With a capital and a stop."""
+    text = text if text.startswith("`") or text.startswith("korvane_") else text[:1].upper() + text[1:]
+    return text if re.search(r"[.!?]$", text) else text + "."
+
+
+def plain(text: str) -> str:
+    """Without the marks of the comments."""
+    text = re.sub(r'@ref \w+ "([^"]*)"', r"\1", text)
+    return re.sub(r"@ref |[`#]", "", text)
+
+
+def _owner(handle: Item) -> str:
+    """The sentences of the comment of a handle type that state who owns it."""
+    sentences = re.split(r"(?<=\.) ", handle.brief())
+    return " ".join(one for one in sentences[0].split("; ")[1:] + sentences[1:]
+                    if re.search(r"\b(owns?|valid|releas)", one))
+
+
+def ownership(header: Header, item: Item, kind: str, name: str) -> str:
+    """Who owns an argument of a function or callback, and how long it is used; empty for a plain value."""
+    handle = re.sub(r"[* ]|const", "", kind)
+    if name == "user_data":
+        lifetime = "belongs to the application."
+        if item.kind == "function":
+            lifetime += " " + sentence(re.sub(r"^passed to (?:both|`callback` unchanged; may be NULL)[;.] ?", "",
+                                              item.described[name]))
+        return f"`{name}` {lifetime}"
+    if handle in header.items and header.items[handle].kind == "handle":
+        star = "*" if kind.endswith("*") else ""
+        owner = _owner(header.items[handle])
+        return f"`{star}{name}`, see {handle}: {owner}" if owner else ""
+    if kind == "char **":
+        return f"`*{name}` belongs to the application, which calls `free()` on it."
+    if kind.endswith("*") and "const" not in kind:
+        return f"`*{name}` is a variable of the application."
+    if kind.endswith("*") and item.kind == "callback":
+        return f"`{name}` belongs to the library and is valid during the call."
+    if kind.endswith("*"):
+        return f"`{name}` belongs to the application; the library reads it during the call only."
+    return ""
+
+
+def cause_of(header: Header, code: Tuple[str, str, bool]) -> str:
+    """The cause of a result code of an item, in full."""
+    name, cause, is_short = code
+    return header.shared_causes.get(name, cause) if is_short else cause
 
 
 def read_header(name: str, text: str) -> Header:

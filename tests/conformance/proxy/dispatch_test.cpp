@@ -277,18 +277,5 @@ TEST_F(Creation, FailsWithoutMemoryAndUsesNoNumber)
     std::free(after);
 }
 
-TEST(CreationDeathTest, TheFirstDelegateOfAProcessHasSeqId1)
-{
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // runs in a new process, which has not created a delegate yet
-    EXPECT_EXIT(
-        {
-            auto *delegate = rpc_port_kv_master_user_confirm_cb_create([](void *) {}, false, nullptr);
-            const bool is_first = delegate->seq_id == 1;
-            std::free(delegate);
-            std::_Exit(is_first ? 0 : 1);
-        },
-        ::testing::ExitedWithCode(0), "");
-}
-
 } // namespace
 } // namespace kv::test

@@ -4,10 +4,11 @@
 # One entry of ctest. It fails if it takes longer than the timeout (default 300, long enough for a busy machine), or leaves a
 # process running; in both cases all its processes are killed.
 #
-# kv_add_test(<name> SOURCES <file>... [LIBS <target>...] [DEFINITIONS <def>...] [DBUS] [TIMEOUT <seconds>])
+# kv_add_test(<name> SOURCES <file>... [LIBS <target>...] [DEFINITIONS <def>...] [NOT_EMULATED <test>...] [DBUS]
+#             [TIMEOUT <seconds>])
 #
 # One program with GoogleTest and its entry of ctest. DBUS gives it a message bus of its own. A program for another processor
-# runs in the emulator of the toolchain file.
+# runs in the emulator of the toolchain file, without the tests listed as NOT_EMULATED; each has its reason beside it.
 
 find_package(GTest REQUIRED)
 
@@ -32,7 +33,7 @@ function(kv_add_program_test name)
 endfunction()
 
 function(kv_add_test name)
-    cmake_parse_arguments(arg "DBUS" "TIMEOUT" "SOURCES;LIBS;DEFINITIONS" ${ARGN})
+    cmake_parse_arguments(arg "DBUS" "TIMEOUT" "SOURCES;LIBS;DEFINITIONS;NOT_EMULATED" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     add_dependencies(${name} kv-run-test)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
@@ -40,6 +41,10 @@ function(kv_add_test name)
     target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
     target_link_libraries(${name} PRIVATE kv_warnings ${arg_LIBS} GTest::gtest GTest::gtest_main)
     set(command ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}>)
+    if(CMAKE_CROSSCOMPILING_EMULATOR AND arg_NOT_EMULATED)
+        list(JOIN arg_NOT_EMULATED ":" left_out)
+        list(APPEND command --gtest_filter=-${left_out})
+    endif()
     if(arg_DBUS)
         set(command dbus-run-session -- ${command})
     endif()

@@ -32,7 +32,6 @@ int set_text(Parcelable *record, CText Parcelable::*field, const char *value, Ca
 {
     if (!is_given(record && value, caller))
         return -1;
-    (record->*field).reset();
     record->*field = CText::copy(value);
     if (record->*field)
         return 0;

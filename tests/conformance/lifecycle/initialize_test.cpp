@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "conformance/fixtures/library_fixture.hpp"
 
+#include <last_result.h>
+
 #include "common/agent_state.hpp"
 namespace kv::test {
 namespace {
@@ -82,6 +84,13 @@ TEST_F(Initialize, AsksThePackageManagerInEveryCall)
     platform.agent_version = "1.0.0";
     initialize();
     EXPECT_EQ(kv::agent.version, 1000);
+}
+
+TEST_F(Initialize, ClearsTheLastResultOfEarlierCalls)
+{
+    set_last_result(4711);
+    initialize();
+    EXPECT_EQ(get_last_result(), 0);
 }
 
 TEST_F(Initialize, IsServiceUnavailableAfterTheStartOfAnUpdateAlthoughStartWorks)

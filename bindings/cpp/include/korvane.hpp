@@ -13,6 +13,7 @@
 /// | header           | subject                                                                          |
 /// |------------------|----------------------------------------------------------------------------------|
 /// | device.hpp       | Device, a session with the agent: every function of the library                  |
+/// | device/...       | the functions of Device by subject: core, wifi, setup, cloud, identity, ...      |
 /// | result.hpp       | Result<T>, Errc, error_category(), Error                                         |
 /// | subscription.hpp | Subscription, the registration of a handler                                      |
 /// | values.hpp       | AccessPoint, CloudInfo, PlatformInfo, ...: what an application sends             |

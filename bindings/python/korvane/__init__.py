@@ -10,7 +10,7 @@ docs/python.md leads from an empty file to a running device.
 """
 
 from korvane._registrations import set_exception_handler
-from korvane.device import ConnectionStatus, Device, Subscription
+from korvane.device import ConnectionStatus, Device
 from korvane.errors import ErrorCode, KorvaneError
 from korvane.received import (
     ChosenAccessPoint,
@@ -22,6 +22,7 @@ from korvane.received import (
     SubDevicePresence,
     TcpHeaderInfo,
 )
+from korvane.subscription import Subscription
 from korvane.values import AccessPoint, CloudInfo, DeviceProfileInfo, LastStatusInfo, PlatformInfo, TncInfo
 
 __all__ = [

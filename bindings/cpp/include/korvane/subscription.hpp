@@ -6,6 +6,10 @@
 
 namespace korvane {
 
+namespace detail {
+class Calls; // makes subscriptions
+}
+
 /// The registration of a handler for one event. Its destruction ends the registration: the handler does not run any more.
 ///
 /// Each event has at most one registration. A later registration for the same event replaces this one, and the end of the
@@ -57,7 +61,7 @@ public:
     void keep() noexcept { session_.reset(); }
 
 private:
-    friend class Device;
+    friend class detail::Calls;
     Subscription(const std::shared_ptr<detail::Session> &session, detail::Unset function, unsigned long number)
         : session_(session), unset_(function), number_(number)
     {

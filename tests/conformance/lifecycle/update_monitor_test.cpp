@@ -3,6 +3,8 @@
 
 #include "common/agent_state.hpp"
 
+#include <cstring>
+
 namespace kv::test {
 namespace {
 
@@ -22,6 +24,14 @@ LogLine fail_line(int code)
 {
     return common_error("_update_status_event_cb",
                         ">>>> Agent update is failed, update_err=[" + std::to_string(code) + "]");
+}
+
+/// A number as the service manager stores it: unlike those of a parcel, in the machine's byte order.
+Bytes stored(std::int32_t number)
+{
+    Bytes bytes(sizeof number);
+    std::memcpy(bytes.data(), &number, sizeof number);
+    return bytes;
 }
 
 class UpdateMonitor : public LibraryTest {
@@ -103,7 +113,7 @@ TEST_F(UpdateMonitor, IgnoresAnEventWithoutAKnownKey)
 TEST_F(UpdateMonitor, StartTakesPrecedenceOverEveryOtherKey)
 {
     EXPECT_EQ(
-        lines_of(bundle_s{}.array("Start", {"a"}).text("Install", "i").text("Complete", "c").data("Fail", i32(1))),
+        lines_of(bundle_s{}.array("Start", {"a"}).text("Install", "i").text("Complete", "c").data("Fail", stored(1))),
         (LogLines{entered, start_line}));
     EXPECT_EQ(agent.update, 1);
 }
@@ -146,7 +156,7 @@ TEST_F(UpdateMonitor, CompleteAloneKeepsTheCachedVersion)
 TEST_F(UpdateMonitor, CompleteWithFailLogsBothAndEndsTheUpdate)
 {
     install_starts();
-    EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "c").data("Fail", i32(-7))),
+    EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "c").data("Fail", stored(-7))),
               (LogLines{entered, complete_line, fail_line(-7)}));
     EXPECT_EQ(agent.update, 0);
     EXPECT_EQ(agent.version, 0);
@@ -155,7 +165,7 @@ TEST_F(UpdateMonitor, CompleteWithFailLogsBothAndEndsTheUpdate)
 TEST_F(UpdateMonitor, FailEndsTheUpdateAndKeepsTheVersion)
 {
     install_starts();
-    EXPECT_EQ(lines_of(bundle_s{}.data("Fail", i32(2147483647))), (LogLines{entered, fail_line(2147483647)}));
+    EXPECT_EQ(lines_of(bundle_s{}.data("Fail", stored(2147483647))), (LogLines{entered, fail_line(2147483647)}));
     EXPECT_EQ(agent.update, 0);
     EXPECT_EQ(agent.version, 2003);
 }
@@ -163,13 +173,13 @@ TEST_F(UpdateMonitor, FailEndsTheUpdateAndKeepsTheVersion)
 TEST_F(UpdateMonitor, FailAfterStartEndsTheUpdate)
 {
     update_starts();
-    EXPECT_EQ(lines_of(bundle_s{}.data("Fail", i32(-1))), (LogLines{entered, fail_line(-1)}));
+    EXPECT_EQ(lines_of(bundle_s{}.data("Fail", stored(-1))), (LogLines{entered, fail_line(-1)}));
     EXPECT_EQ(agent.update, 0);
 }
 
 TEST_F(UpdateMonitor, FailReadsTheFirstFourBytesOfLongerData)
 {
-    EXPECT_EQ(lines_of(bundle_s{}.data("Fail", bytes(i32(12), i32(99)))), (LogLines{entered, fail_line(12)}));
+    EXPECT_EQ(lines_of(bundle_s{}.data("Fail", bytes(stored(12), stored(99)))), (LogLines{entered, fail_line(12)}));
 }
 
 TEST_F(UpdateMonitor, FailReadsDataOfLessThanFourBytesAs0)
@@ -192,7 +202,7 @@ TEST_F(UpdateMonitor, RefusesCallsOnlyBetweenInstallAndItsEnd)
     EXPECT_EQ(korvane_start(handle), 0);
     install_starts();
     EXPECT_EQ(korvane_start(handle), KORVANE_ERROR_SERVICE_UNAVAILABLE);
-    announce(bundle_s{}.data("Fail", i32(1)));
+    announce(bundle_s{}.data("Fail", stored(1)));
     EXPECT_EQ(korvane_start(handle), 0);
     install_starts();
     update_completes();
@@ -212,7 +222,7 @@ TEST_F(UpdateMonitor, DeinitializeEndsTheUpdateAndClearsTheVersion)
 TEST_F(UpdateMonitor, TreatsAFailureOfABundleFunctionAsAMissingKey)
 {
     const bundle_s all =
-        bundle_s{}.array("Start", {"a"}).text("Install", "i").text("Complete", "c").data("Fail", i32(3));
+        bundle_s{}.array("Start", {"a"}).text("Install", "i").text("Complete", "c").data("Fail", stored(3));
     platform.results["bundle_get_str_array"] = -12;
     EXPECT_EQ(lines_of(all), (LogLines{entered, install_line}));
     platform.results["bundle_get_str"] = -12;

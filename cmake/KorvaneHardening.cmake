@@ -52,14 +52,15 @@ add_library(kv_program_hardening INTERFACE)
 target_compile_options(kv_program_hardening INTERFACE ${strong_stack_protector} ${control_flow})
 target_link_libraries(kv_program_hardening INTERFACE kv_hardening)
 
+# All code may be loaded at any address, whether or not the compiler's default says so.
 include(CheckPIESupported)
 check_pie_supported()
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 function(kv_harden_program)
     foreach(target IN LISTS ARGN)
         target_link_libraries(${target} PRIVATE kv_program_hardening)
         target_link_options(${target} PRIVATE ${link_hardened} ${link_control_flow})
-        set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
     endforeach()
 endfunction()
 

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "conformance/fixtures/library_fixture.hpp"
 
+#include "common/agent_state.hpp"
+
 #include <last_result.h>
 
-#include "common/agent_state.hpp"
 namespace kv::test {
 namespace {
 

@@ -58,6 +58,8 @@ if(TARGET korvanectl)
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME korvanectl)
     install(FILES ${completion_scripts}/korvanectl.zsh
         DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions RENAME _korvanectl)
+    install(FILES ${completion_scripts}/korvanectl.fish
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
     install(FILES ${PROJECT_SOURCE_DIR}/docs/reference/scenario.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/korvane)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/korvane FILES_MATCHING PATTERN *.json)
 endif()

@@ -2,10 +2,11 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2016,SC2034,SC2154 # ctl_test and helpers.bash share variables with this file
 
-# Completion in both shells.
+# Completion in the three shells.
 part_completion() {
     check_bash
     check_zsh
+    check_fish
 }
 
 # Replaces korvanectl by a program whose candidates run a command if a shell expands or evaluates them.
@@ -43,6 +44,27 @@ check_bash() {
     expect_status 0 env PATH="$work:$PATH" bash -c 'source ./completion.bash
         COMP_WORDS=(korvanectl "*") COMP_CWORD=1; _korvanectl korvanectl "*" korvanectl; echo "${#COMPREPLY[@]}"'
     expect_in out 0
+}
+
+check_fish() {
+    expect_status 0 "$ctl" completion fish
+    expect_in out 'complete --command korvanectl'
+    cp out korvanectl.fish
+    command -v fish >/dev/null || return # the script can be read only
+    ln -sf "$ctl" korvanectl
+    expect_status 0 env PATH="$work:$PATH" HOME="$work" fish --no-config -c 'source ./korvanectl.fish
+        complete --do-complete "korvanectl call get_dev"; complete --do-complete "korvanectl call get_device_id "'
+    expect_in out get_device_id
+    expect_in out get_device_owned_status
+    rm korvanectl
+    write_hostile_ctl
+    touch em-a-file
+    expect_status 0 env PATH="$work:$PATH" HOME="$work" fish --no-config -c 'source ./korvanectl.fish
+        complete --do-complete "korvanectl em"'
+    [[ ! -e expanded ]] || fail 'fish ran a command in a candidate'
+    expect_in out 'em$(touch expanded)'
+    expect_in out 'em;touch expanded'
+    expect_not_in out em-a-file
 }
 
 check_zsh() {

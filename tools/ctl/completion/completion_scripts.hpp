@@ -6,5 +6,6 @@ namespace kv::ctl {
 /// The scripts of this folder, which the build embeds into the program.
 extern const char *const bash_script;
 extern const char *const zsh_script;
+extern const char *const fish_script;
 
 } // namespace kv::ctl

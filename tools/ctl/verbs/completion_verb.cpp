@@ -8,26 +8,35 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
+#include <map>
 
 namespace kv::ctl {
 
 namespace {
 
-const std::vector<std::string> shells{"bash", "zsh"};
+const std::map<std::string, const char *> scripts{{"bash", bash_script}, {"fish", fish_script}, {"zsh", zsh_script}};
+
+std::vector<std::string> shells()
+{
+    std::vector<std::string> names;
+    for (const auto &[name, script] : scripts)
+        names.push_back(name);
+    return names;
+}
 
 std::function<int()> set_up_completion(CLI::App &app, Context &)
 {
     auto shell = std::make_shared<std::string>();
-    app.add_option("SHELL", *shell, "bash or zsh")->required()->check(one_of(shells));
+    app.add_option("SHELL", *shell, "bash, fish or zsh")->required()->check(one_of(shells()));
     return [shell] {
-        std::fputs(*shell == "bash" ? bash_script : zsh_script, stdout);
+        std::fputs(scripts.at(*shell), stdout);
         return static_cast<int>(done);
     };
 }
 
 std::vector<std::string> complete_completion(const std::vector<std::string> &words)
 {
-    return words.size() == 1 ? shells : std::vector<std::string>{};
+    return words.size() == 1 ? shells() : std::vector<std::string>{};
 }
 
 } // namespace
@@ -37,7 +46,8 @@ const Verb completion_verb{
     .help = "Print a script that completes command lines of korvanectl",
     .usage = "SHELL",
     .examples = "  source <(korvanectl completion bash)\n"
-                "  korvanectl completion zsh > ~/.zfunc/_korvanectl",
+                "  korvanectl completion zsh > ~/.zfunc/_korvanectl\n"
+                "  korvanectl completion fish > ~/.config/fish/completions/korvanectl.fish",
     .set_up = set_up_completion,
     .complete = complete_completion,
 };

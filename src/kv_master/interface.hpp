@@ -51,8 +51,8 @@ using cloud_info = Record<"korvane_cloud_info", rpc_port_korvane_cloud_info_s,
     Field<String<"auth_provider">, &rpc_port_korvane_cloud_info_s::auth_provider>,
     Field<Secret<"access_token">, &rpc_port_korvane_cloud_info_s::access_token>,
     Field<Secret<"refresh_token">, &rpc_port_korvane_cloud_info_s::refresh_token>,
-    Field<String<"user_id">, &rpc_port_korvane_cloud_info_s::user_id>,
-    Field<String<"client_id">, &rpc_port_korvane_cloud_info_s::client_id>>;
+    Field<Secret<"user_id">, &rpc_port_korvane_cloud_info_s::user_id>,
+    Field<Secret<"client_id">, &rpc_port_korvane_cloud_info_s::client_id>>;
 
 // Arrays.
 

@@ -212,7 +212,7 @@ TEST_F(CppWithAgent, LeavesOutWhatTheAgentIsTooOldFor)
     EXPECT_EQ(strict.function(), "korvane_cloudinfo_set_token_type");
     EXPECT_EQ(agent->count_calls("signup_cloud"), 0);
     expect_sent(device.sign_up_cloud(account, korvane::IfTooOld::leave_out), "signup_cloud",
-                R"({"cloud_info":{"user_id":"user"}})");
+                R"({"cloud_info":{"user_id":"<secret, 4 bytes>"}})");
     EXPECT_EQ(device.set_device_type_with_device_no(0, "light").error(), Errc::agent_version_lower);
 }
 

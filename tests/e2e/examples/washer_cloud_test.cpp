@@ -24,7 +24,7 @@ TEST_F(Washer, SignsUpAfterJoiningWithTheAccountOfThePhone)
     agent.run_command(choice_of("1.6", "home", "laundry day"));
     program.wait_for_output("sign_up_cloud: NONE");
     expect_in_journal(
-        {R"("method":"signup_cloud")", R"("access_token":"<secret, 6 bytes>")", R"("user_id":"someone")"});
+        {R"("method":"signup_cloud")", R"("access_token":"<secret, 6 bytes>")", R"("user_id":"<secret, 7 bytes>")"});
     agent.run_command("emit signup_status_changed_cb [true]");
     program.wait_for_output("cloud account: signed up");
     expect_clean_end(program);
@@ -40,7 +40,7 @@ TEST_P(WasherWithAgent, SignsUpAtOnceWithAnAccountOption)
     program.wait_for_output("washer: ready");
     EXPECT_EQ(program.count_in_output("sign_up_cloud: NONE"), 1);
     if (version < "2.0")
-        expect_in_journal({R"("method":"signup_cloud")", R"("region":"EU")", R"("user_id":"me")"});
+        expect_in_journal({R"("method":"signup_cloud")", R"("region":"EU")", R"("user_id":"<secret, 2 bytes>")"});
     else
         expect_in_journal({R"("method":"common_interface")",
                            R"({"region":"EU","access_token":"<secret, 6 bytes>","user_id":"<secret, 2 bytes>",)"

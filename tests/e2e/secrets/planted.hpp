@@ -32,7 +32,7 @@ inline constexpr Planted planted[] = {
     {"diagnostics", 2002},
     // The device.
     {"preconfigured_pin", 1000}, {"random_pin", 1004}, {"vendor_info", 1003}, {"sso_list", 1003},
-    {"terms_header", 1003, "tnc_header"}, {"access_token", 1000}, {"refresh_token", 1000}, {"user_id", 2000}, {"client_id", 2000},
+    {"terms_header", 1003, "tnc_header"}, {"access_token", 1000}, {"refresh_token", 1000}, {"user_id", 1000}, {"client_id", 1000},
     {"push_registration", 1003}, {"push_message", 2000}, {"token_request", 2003, "value"},
 };
 // clang-format on

@@ -12,6 +12,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <stdexcept>
 
 #include <malloc.h>
 #include <sys/prctl.h>
@@ -120,13 +121,22 @@ void return_large_blocks()
     mallopt(M_TRIM_THRESHOLD, threshold);
 }
 
+/// A scenario that cannot be played: the program's user has to change it.
+struct ScenarioRefused : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
 Scenario load_scenarios(const Options &options)
 {
-    Scenario all;
-    for (const std::string &path : options.scenarios)
-        all.append(Scenario::load(path));
-    all.require(options.version.number());
-    return all;
+    try {
+        Scenario all;
+        for (const std::string &path : options.scenarios)
+            all.append(Scenario::load(path));
+        all.require(options.version.number());
+        return all;
+    } catch (const std::exception &problem) {
+        throw ScenarioRefused{problem.what()};
+    }
 }
 
 void read_commands(LineControl &lines, const Options &options)
@@ -269,6 +279,9 @@ int main(int argc, char **argv)
         return run(argc, argv);
     } catch (const UsageError &problem) {
         std::fprintf(stderr, "korvane-agent: %s\nTry 'korvane-agent --help'\n", problem.what());
+        return wrong_usage;
+    } catch (const ScenarioRefused &problem) {
+        std::fprintf(stderr, "korvane-agent: %s\n", problem.what());
         return wrong_usage;
     } catch (const PortInUse &problem) {
         std::fprintf(stderr, "korvane-agent: %s\n", problem.what());

@@ -28,11 +28,11 @@ check_run() {
     expect_nothing_left
     expect_status 2 "$ctl" run
     expect_status 2 "$ctl" run "$setup"
-    expect_status 1 "$ctl" run nowhere.json -- true
-    expect_in out 'cannot read '
+    expect_status 2 "$ctl" run nowhere.json -- true
+    expect_in err 'cannot read '
     printf '{"steps": [\n  {"expect": "start"},\n  {"expcet": "stop"}\n]}\n' >mistake.json
-    expect_status 1 "$ctl" run mistake.json -- "$device"
-    expect_in out "mistake.json, line 3, column 4: there is no step 'expcet'; did you mean 'expect'?"
+    expect_status 2 "$ctl" run mistake.json -- "$device"
+    expect_in err "mistake.json, line 3, column 4: there is no step 'expcet'; did you mean 'expect'?"
     printf '{"steps": [\n{"expect": "reset", "within_ms": 100}]}\n' >other.json
     expect_status 1 "$ctl" run other.json -- "$washer"
     expect_in out 'other.json, line 2'

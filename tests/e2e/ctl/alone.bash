@@ -15,7 +15,7 @@ check_help() {
     expect_status 0 "$ctl" --help
     expect_in out "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no agent."
     local verb
-    for verb in agent 'do' journal run test report record top trace call functions info doctor completion help; do
+    for verb in init agent 'do' journal run test report record top trace call functions info doctor completion help; do
         expect_status 0 "$ctl" "$verb" --help
         expect_in out "Usage: korvanectl $verb [OPTIONS]"
         expect_in out "Examples:"

@@ -5,6 +5,7 @@
 
 namespace kv::ctl {
 
+extern const Verb init_verb;
 extern const Verb agent_verb;
 extern const Verb do_verb;
 extern const Verb journal_verb;
@@ -23,8 +24,8 @@ extern const Verb help_verb;
 
 /// All verbs, in the order in which the help lists them.
 inline const Verbs all_verbs{
-    &agent_verb, &do_verb,   &journal_verb,   &run_verb,  &test_verb,   &report_verb,     &record_verb, &top_verb,
-    &trace_verb, &call_verb, &functions_verb, &info_verb, &doctor_verb, &completion_verb, &help_verb,
+    &init_verb, &agent_verb, &do_verb,   &journal_verb,   &run_verb,  &test_verb,   &report_verb,     &record_verb,
+    &top_verb,  &trace_verb, &call_verb, &functions_verb, &info_verb, &doctor_verb, &completion_verb, &help_verb,
 };
 
 } // namespace kv::ctl

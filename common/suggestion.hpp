@@ -32,7 +32,12 @@ inline std::string suggestion(const std::string &mistyped, const std::vector<std
     const auto nearest = std::min_element(names.begin(), names.end(), [&](const auto &one, const auto &other) {
         return edit_distance(mistyped, one) < edit_distance(mistyped, other);
     });
-    if (nearest == names.end() || edit_distance(mistyped, *nearest) > 1 + mistyped.size() / 3)
+    if (nearest == names.end())
+        return "";
+    // A name with another first letter and half of the letters different is another word: "emit" is not a mistyped "init".
+    const std::size_t distance = edit_distance(mistyped, *nearest);
+    const bool is_another_word = mistyped.substr(0, 1) != nearest->substr(0, 1) && 2 * distance >= mistyped.size();
+    if (distance > 1 + mistyped.size() / 3 || is_another_word)
         return "";
     return "; did you mean '" + *nearest + "'?";
 }

@@ -12,7 +12,7 @@ static void on_state(enum korvane_util_state state, int result, korvane_h device
     (void)device;
     (void)user_data;
     const struct korvane_util_result *reason = korvane_util_explain(result);
-    printf("%s: %s\n", korvane_util_get_state_name(state), reason ? reason->cause : "another reason");
+    printf("%s: %s\n", korvane_util_get_state_name((int)state), reason ? reason->cause : "another reason");
 }
 
 static gboolean on_terminate(gpointer loop)

@@ -97,8 +97,8 @@ check_refused_suites() {
     expect_refused 'choose --json or --tap' --json --tap suite
     expect_status 2 "$ctl" test suite
     expect_status 2 "$ctl" test -- "$device"
-    expect_status 1 "$ctl" run --agent-version 1.2 suite/id.json -- touch started
-    expect_in out "the scenario 'i' is for agents from 1.3 on, not for 1.2"
+    expect_status 2 "$ctl" run --agent-version 1.2 suite/id.json -- touch started
+    expect_in err "the scenario 'i' is for agents from 1.3 on, not for 1.2"
     [[ ! -e started ]] || fail 'the application was started with an agent for which the scenario is not meant'
     expect_nothing_left
 }

@@ -53,8 +53,8 @@ private:
             start(child, application);
         loop_.on_signal(SIGINT, [&] { end(child); }); // the terminal sends it to the application too
         loop_.on_signal(SIGTERM, [&] {
+            end(child); // first, because the application may call the agent before the signal function returns
             child.signal(SIGTERM);
-            end(child);
         });
         loop_.run();
     }

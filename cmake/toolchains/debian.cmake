@@ -30,6 +30,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(ENV{PKG_CONFIG_SYSROOT_DIR} ${CMAKE_SYSROOT})
 set(ENV{PKG_CONFIG_LIBDIR} ${CMAKE_SYSROOT}/usr/lib/${kv_libraries}/pkgconfig:${CMAKE_SYSROOT}/usr/share/pkgconfig)
+# The compiler searches this directory by itself, after its own headers of the C library, which may be older than the sysroot's.
+set(ENV{PKG_CONFIG_SYSTEM_INCLUDE_PATH} /usr/include:${CMAKE_SYSROOT}/usr/include)
 
 # The emulator looks for the loader and the libraries of a program in the sysroot.
 set(CMAKE_CROSSCOMPILING_EMULATOR ${kv_emulator} -L ${CMAKE_SYSROOT})

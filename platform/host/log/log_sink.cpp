@@ -142,7 +142,7 @@ int LogSink::write_to_stderr(const LogLine &line) const
 
 void LogSink::report_once(const char *what, const char *name, int error)
 {
-    if (reported_.exchange(true))
+    if (reported_.exchange(1) != 0)
         return;
     LogText text;
     const char *reason = error == -ELOOP ? "it is a symbolic link; name the file itself" : strerror(-error);

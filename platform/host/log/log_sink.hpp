@@ -32,7 +32,7 @@ private:
     const char *name_ = nullptr; ///< of the file or of the journal's socket
     int descriptor_ = -1;
     bool coloured_ = false;
-    std::atomic<bool> reported_{false};
+    std::atomic<int> reported_{0}; ///< not bool: RISC-V exchanges a byte only by a function of libatomic
 };
 
 } // namespace kv::host

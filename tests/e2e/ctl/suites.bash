@@ -13,6 +13,37 @@ part_suites() {
     check_fault_plans
     check_shards
     check_interrupted_suite
+    check_watch
+}
+
+passed_runs() {
+    [[ $(grep -c '^1 case, 0 failed' watched) -ge $1 ]]
+}
+
+check_watch() {
+    mkdir -p watch/folder
+    cp suite/id.json watch/folder/
+    printf '#!/bin/sh\nexec %s\n' "$device" >watch/application
+    chmod +x watch/application
+    # SIGTERM, because the shell makes background processes ignore SIGINT.
+    "$ctl" test --watch watch/folder -- watch/application >watched 2>err &
+    local watching=$!
+    wait_until passed_runs 1
+    wait_until grep -q 'waiting for a change' watched
+    touch watch/folder/notes.txt # is no scenario
+    printf '{"steps": [{"expcet": "stop"}]}\n' >watch/folder/id.json
+    wait_until grep -q "did you mean 'expect'?" err
+    cp suite/id.json watch/folder/new.json
+    mv watch/folder/new.json watch/folder/id.json
+    wait_until passed_runs 2
+    printf '#!/bin/sh\nexit 3\n' >watch/application
+    wait_until grep -q '^1 case, 1 failed' watched
+    printf '#!/bin/sh\nexec %s\n' "$device" >watch/application
+    wait_until passed_runs 3
+    kill -TERM "$watching"
+    wait "$watching" || fail "a watch whose last run has passed does not end well: $(cat err watched)"
+    expect_status 2 "$ctl" test --watch nowhere -- "$device"
+    expect_nothing_left
 }
 
 write_suite() {

@@ -5,12 +5,16 @@
 #include "tools/ctl/agent/paths.hpp"
 #include "tools/ctl/output/failure.hpp"
 #include "tools/ctl/scenario/application_run.hpp"
+#include "tools/ctl/suite/file_watch.hpp"
 #include "tools/ctl/suite/shard.hpp"
 #include "tools/ctl/suite/suite_run.hpp"
 
 #include <CLI/CLI.hpp>
 
+#include <cstdio>
 #include <thread>
+
+#include <glib.h>
 
 namespace kv::ctl {
 
@@ -27,6 +31,7 @@ struct TestOptions {
     unsigned timeout_s = default_timeout_s;
     std::string shard{};
     std::string durations{};
+    bool watch = false;
 };
 
 std::optional<Shard> shard_in(const TestOptions &options)
@@ -39,10 +44,8 @@ std::optional<Shard> shard_in(const TestOptions &options)
     return shard;
 }
 
-int run_test(const Context &context, const TestOptions &options)
+SuiteResult run_once(const Context &context, const TestOptions &options)
 {
-    if (context.program.empty())
-        throw UsageError{"name the application: korvanectl test PATH... -- APPLICATION"};
     const ReportForm form = form_of(context, options.report);
     const std::optional<Shard> shard = shard_in(options);
     const Durations durations = options.durations.empty() ? Durations{} : durations_in(read_report(options.durations));
@@ -59,7 +62,50 @@ int run_test(const Context &context, const TestOptions &options)
     result.shard = shard;
     junit.write(result);
     printer.finish(result);
-    return result.passed() ? done : failed;
+    return result;
+}
+
+/// The scenarios, the fault plans and each word of the command that is a file: the program, or a script that it runs.
+std::vector<std::string> watched_paths(const Context &context, const CaseOptions &cases)
+{
+    std::vector<std::string> paths = cases.paths;
+    paths.insert(paths.end(), cases.faults.begin(), cases.faults.end());
+    paths.insert(paths.end(), context.program.begin(), context.program.end());
+    if (g_autofree char *program = g_find_program_in_path(context.program[0].c_str()))
+        paths.emplace_back(program);
+    return paths;
+}
+
+/// A scenario may have a mistake while it is edited, which does not end the watch.
+int run_on_each_change(const Context &context, const TestOptions &options)
+{
+    int status = failed;
+    for (bool is_first = true;; is_first = false) {
+        FileWatch changes{watched_paths(context, options.cases)}; // first, to notice what changes during the run
+        try {
+            const SuiteResult result = run_once(context, options);
+            status = result.passed() ? done : failed;
+            if (!result.complete && !options.suite.until_fail)
+                return status;
+        } catch (const UsageError &problem) {
+            if (is_first)
+                throw;
+            std::fprintf(stderr, "korvanectl: %s\n", problem.what());
+            status = wrong_usage;
+        }
+        context.out.remark("waiting for a change of the scenarios or of the application; Ctrl-C ends");
+        if (!changes.wait())
+            return status;
+    }
+}
+
+int run_test(const Context &context, const TestOptions &options)
+{
+    if (context.program.empty())
+        throw UsageError{"name the application: korvanectl test PATH... -- APPLICATION"};
+    if (options.watch)
+        return run_on_each_change(context, options);
+    return run_once(context, options).passed() ? done : failed;
 }
 
 std::function<int()> set_up_test(CLI::App &app, Context &context)
@@ -97,6 +143,7 @@ std::function<int()> set_up_test(CLI::App &app, Context &context)
     app.add_option("--durations", options->durations,
                    "A report of an earlier run, with whose times --shard makes parts of equal length")
         ->type_name("REPORT");
+    app.add_flag("--watch", options->watch, "Run again whenever a scenario or the application changes, until Ctrl-C");
     add_report_options(app, options->report);
     return [&context, options] { return run_test(context, *options); };
 }
@@ -111,6 +158,7 @@ const Verb test_verb{
                 "  korvanectl test --agent-versions all --junit report.xml scenarios setup.json -- ./my-app\n"
                 "  korvanectl test --filter 'password*@1.3' --until-fail scenarios -- ./my-app\n"
                 "  korvanectl test --shard 2/4 --durations last.json --json scenarios -- ./my-app\n"
+                "  korvanectl test --watch scenarios -- build/my-app\n"
                 "Each case has its own agent, directories and message bus, as with 'korvanectl run'. Its name is\n"
                 "SCENARIO@VERSION, with +PLAN and #REPETITION where they apply.",
     .set_up = set_up_test,

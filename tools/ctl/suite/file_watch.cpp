@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "file_watch.hpp"
+
+#include "tools/ctl/output/failure.hpp"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include <sys/inotify.h>
+#include <unistd.h>
+
+namespace kv::ctl {
+
+namespace {
+
+constexpr unsigned quiet_ms = 200;
+/// A file is also replaced by renaming another one.
+constexpr std::uint32_t changes = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ATTRIB;
+
+[[noreturn]] void fail(const std::string &what)
+{
+    throw Failure{failed, "cannot watch " + what + ": " + std::strerror(errno)};
+}
+
+} // namespace
+
+FileWatch::FileWatch(const std::vector<std::string> &paths) : inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
+{
+    if (inotify_ < 0)
+        fail("files");
+    for (const std::string &path : paths) {
+        std::error_code ignored;
+        if (std::filesystem::is_directory(path, ignored))
+            watch_folder(path);
+        else if (std::filesystem::exists(path, ignored))
+            watch_file(std::filesystem::absolute(path));
+    }
+}
+
+FileWatch::~FileWatch()
+{
+    close(inotify_);
+}
+
+int FileWatch::add(const std::filesystem::path &folder)
+{
+    const int watch = inotify_add_watch(inotify_, folder.c_str(), changes);
+    if (watch < 0)
+        fail(folder);
+    return watch;
+}
+
+void FileWatch::watch_file(const std::filesystem::path &file)
+{
+    files_[add(file.parent_path())].insert(file.filename());
+}
+
+void FileWatch::watch_folder(const std::filesystem::path &folder)
+{
+    folders_.insert(add(folder));
+    for (const auto &entry : std::filesystem::recursive_directory_iterator{folder})
+        if (entry.is_directory())
+            folders_.insert(add(entry.path()));
+}
+
+bool FileWatch::matters(int watch, const std::string &name) const
+{
+    const auto files = files_.find(watch);
+    return (files != files_.end() && files->second.contains(name)) ||
+           (folders_.contains(watch) && name.ends_with(".json"));
+}
+
+/// Whether one of the changes that have arrived matters.
+bool FileWatch::read_changes()
+{
+    bool any = false;
+    alignas(inotify_event) char buffer[16 * 1024];
+    for (ssize_t size = 0; (size = read(inotify_, buffer, sizeof buffer)) > 0;)
+        for (const char *at = buffer; at < buffer + size;) {
+            const auto *event = reinterpret_cast<const inotify_event *>(at);
+            any = any || (event->len > 0 && matters(event->wd, event->name));
+            at += sizeof *event + event->len;
+        }
+    return any;
+}
+
+bool FileWatch::wait()
+{
+    Loop loop;
+    bool interrupted = false;
+    unsigned change = 0;
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+        loop.on_signal(number, [&] {
+            interrupted = true;
+            loop.quit();
+        });
+    loop.on_readable(inotify_, [&] {
+        if (read_changes())
+            loop.after_ms(quiet_ms, [&, this_one = ++change] {
+                if (this_one == change)
+                    loop.quit();
+            });
+        return true;
+    });
+    loop.run();
+    return !interrupted;
+}
+
+} // namespace kv::ctl

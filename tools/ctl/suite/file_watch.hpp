@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/ctl/process/loop.hpp"
+
+#include <filesystem>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace kv::ctl {
+
+/// Notices changes of files, also those that happen before wait() is called.
+class FileWatch {
+public:
+    /// A folder stands for the "*.json" files in it and in the folders below it. Paths that do not exist are ignored.
+    /// Throws Failure if the system cannot watch them.
+    explicit FileWatch(const std::vector<std::string> &paths);
+    FileWatch(const FileWatch &) = delete;
+    FileWatch &operator=(const FileWatch &) = delete;
+    ~FileWatch();
+
+    /// Waits for a change, and until nothing has changed for a moment: editors and linkers write in several steps. Returns
+    /// false if a signal ended the wait.
+    bool wait();
+
+private:
+    void watch_file(const std::filesystem::path &file);
+    void watch_folder(const std::filesystem::path &folder);
+    int add(const std::filesystem::path &folder);
+    bool read_changes();
+    bool matters(int watch, const std::string &name) const;
+
+    int inotify_;
+    std::map<int, std::set<std::string>> files_{}; ///< names of single files, by the watch of their folder
+    std::set<int> folders_{};                      ///< watches of whole folders
+};
+
+} // namespace kv::ctl

@@ -29,6 +29,11 @@ FileWatch::FileWatch(const std::vector<std::string> &paths) : inotify_(inotify_i
 {
     if (inotify_ < 0)
         fail("files");
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+        loop_.on_signal(number, [this] {
+            interrupted_ = true;
+            loop_.quit();
+        });
     for (const std::string &path : paths) {
         std::error_code ignored;
         if (std::filesystem::is_directory(path, ignored))
@@ -87,24 +92,19 @@ bool FileWatch::read_changes()
 
 bool FileWatch::wait()
 {
-    Loop loop;
-    bool interrupted = false;
+    if (interrupted_)
+        return false;
     unsigned change = 0;
-    for (const int number : {SIGINT, SIGTERM, SIGHUP})
-        loop.on_signal(number, [&] {
-            interrupted = true;
-            loop.quit();
-        });
-    loop.on_readable(inotify_, [&] {
+    loop_.on_readable(inotify_, [&] {
         if (read_changes())
-            loop.after_ms(quiet_ms, [&, this_one = ++change] {
+            loop_.after_ms(quiet_ms, [&, this_one = ++change] {
                 if (this_one == change)
-                    loop.quit();
+                    loop_.quit();
             });
         return true;
     });
-    loop.run();
-    return !interrupted;
+    loop_.run();
+    return !interrupted_;
 }
 
 } // namespace kv::ctl

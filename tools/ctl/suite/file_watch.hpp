@@ -11,7 +11,7 @@
 
 namespace kv::ctl {
 
-/// Notices changes of files, also those that happen before wait() is called.
+/// Notices changes of files and signals that end the program, also those that come before wait() is called.
 class FileWatch {
 public:
     /// A folder stands for the "*.json" files in it and in the folders below it. Paths that do not exist are ignored.
@@ -32,6 +32,8 @@ private:
     bool read_changes();
     bool matters(int watch, const std::string &name) const;
 
+    Loop loop_{};
+    bool interrupted_ = false;
     int inotify_;
     std::map<int, std::set<std::string>> files_{}; ///< names of single files, by the watch of their folder
     std::set<int> folders_{};                      ///< watches of whole folders

@@ -9,7 +9,7 @@ namespace kv::ctl {
 struct Template {
     const char *language;
     const char *file;
-    const char *content; // "@NAME@" stands for the name of the application
+    const char *content; // "@NAME@" is replaced by the name of the application
 };
 
 extern const std::span<const Template> templates;

@@ -25,7 +25,8 @@ constexpr std::uint32_t changes = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM |
 
 } // namespace
 
-FileWatch::FileWatch(const std::vector<std::string> &paths) : inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
+FileWatch::FileWatch(const std::vector<std::string> &scenarios, const std::vector<std::string> &files)
+    : inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
 {
     if (inotify_ < 0)
         fail("files");
@@ -34,13 +35,11 @@ FileWatch::FileWatch(const std::vector<std::string> &paths) : inotify_(inotify_i
             interrupted_ = true;
             loop_.quit();
         });
-    for (const std::string &path : paths) {
-        std::error_code ignored;
-        if (std::filesystem::is_directory(path, ignored))
-            watch_folder(path);
-        else if (std::filesystem::exists(path, ignored))
-            watch_file(std::filesystem::absolute(path));
-    }
+    std::error_code ignored;
+    for (const std::string &path : scenarios)
+        std::filesystem::is_directory(path, ignored) ? watch_folder(path) : watch_file(path);
+    for (const std::string &path : files)
+        watch_file(path);
 }
 
 FileWatch::~FileWatch()
@@ -56,15 +55,20 @@ int FileWatch::add(const std::filesystem::path &folder)
     return watch;
 }
 
-void FileWatch::watch_file(const std::filesystem::path &file)
+void FileWatch::watch_file(const std::filesystem::path &path)
 {
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(path, ignored))
+        return;
+    const std::filesystem::path file = std::filesystem::absolute(path);
     files_[add(file.parent_path())].insert(file.filename());
 }
 
 void FileWatch::watch_folder(const std::filesystem::path &folder)
 {
     folders_.insert(add(folder));
-    for (const auto &entry : std::filesystem::recursive_directory_iterator{folder})
+    for (const auto &entry : std::filesystem::recursive_directory_iterator{
+             folder, std::filesystem::directory_options::skip_permission_denied})
         if (entry.is_directory())
             folders_.insert(add(entry.path()));
 }

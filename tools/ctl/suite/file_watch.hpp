@@ -14,19 +14,22 @@ namespace kv::ctl {
 /// Notices changes of files and signals that end the program, also those that come before wait() is called.
 class FileWatch {
 public:
-    /// A folder stands for the "*.json" files in it and in the folders below it. Paths that do not exist are ignored.
-    /// Throws Failure if the system cannot watch them.
-    explicit FileWatch(const std::vector<std::string> &paths);
+    /// Watches scenario files, the "*.json" files in and below folders of them, and single files. Ignores a scenario that does
+    /// not exist, and a single file that is none. Throws Failure if the system cannot watch.
+    FileWatch(const std::vector<std::string> &scenarios, const std::vector<std::string> &files);
     FileWatch(const FileWatch &) = delete;
     FileWatch &operator=(const FileWatch &) = delete;
     ~FileWatch();
+
+    /// Whether a signal has arrived that ends the program.
+    bool interrupted() const { return interrupted_; }
 
     /// Waits for a change, and until nothing has changed for a moment: editors and linkers write in several steps. Returns
     /// false if a signal ended the wait.
     bool wait();
 
 private:
-    void watch_file(const std::filesystem::path &file);
+    void watch_file(const std::filesystem::path &path);
     void watch_folder(const std::filesystem::path &folder);
     int add(const std::filesystem::path &folder);
     bool read_changes();

@@ -65,15 +65,14 @@ SuiteResult run_once(const Context &context, const TestOptions &options)
     return result;
 }
 
-/// The scenarios, the fault plans and each word of the command that is a file: the program, or a script that it runs.
-std::vector<std::string> watched_paths(const Context &context, const CaseOptions &cases)
+/// The fault plans and each word of the command that can be a file: the program, or a script that it runs.
+std::vector<std::string> single_files(const Context &context, const CaseOptions &cases)
 {
-    std::vector<std::string> paths = cases.paths;
-    paths.insert(paths.end(), cases.faults.begin(), cases.faults.end());
-    paths.insert(paths.end(), context.program.begin(), context.program.end());
+    std::vector<std::string> files = context.program;
+    files.insert(files.end(), cases.faults.begin(), cases.faults.end());
     if (g_autofree char *program = g_find_program_in_path(context.program[0].c_str()))
-        paths.emplace_back(program);
-    return paths;
+        files.emplace_back(program);
+    return files;
 }
 
 /// A scenario may have a mistake while it is edited, which does not end the watch.
@@ -81,18 +80,18 @@ int run_on_each_change(const Context &context, const TestOptions &options)
 {
     int status = failed;
     for (bool is_first = true;; is_first = false) {
-        FileWatch changes{watched_paths(context, options.cases)}; // first, to notice what changes during the run
+        // First, to notice what changes during the run.
+        FileWatch changes{options.cases.paths, single_files(context, options.cases)};
         try {
-            const SuiteResult result = run_once(context, options);
-            status = result.passed() ? done : failed;
-            if (!result.complete && !options.suite.until_fail)
-                return status;
+            status = run_once(context, options).passed() ? done : failed;
         } catch (const UsageError &problem) {
             if (is_first)
                 throw;
             std::fprintf(stderr, "korvanectl: %s\n", problem.what());
             status = wrong_usage;
         }
+        if (changes.interrupted())
+            return status;
         context.out.remark("waiting for a change of the scenarios or of the application; Ctrl-C ends");
         if (!changes.wait())
             return status;

@@ -8,7 +8,6 @@
 #include <chrono>
 
 #include "platform/host/ports/parcels/parcel.hpp"
-#include "timeouts.hpp"
 
 namespace kv::host {
 namespace {
@@ -49,12 +48,11 @@ ssize_t receive_polling(const Port *port, Parcel *parcel)
     return recv(port->fd.get(), parcel->buffer.bytes(), parcel->buffer.capacity(), 0);
 }
 
-void poll_in_context(GMainContext *context)
+void poll_in_context(GMainContext *context, int polling_us)
 {
-    const int time_us = polling_time_us();
-    if (time_us == 0 || g_main_context_get_poll_func(context) != g_poll)
+    if (polling_us == 0 || g_main_context_get_poll_func(context) != g_poll)
         return;
-    context_polling_us = time_us;
+    context_polling_us = polling_us;
     g_main_context_set_poll_func(context, poll_then_block);
 }
 

@@ -12,8 +12,8 @@ namespace kv::host {
 /// Receives into the parcel as a blocking recv does, but polls before it blocks.
 ssize_t receive_polling(const Port *port, Parcel *parcel);
 
-/// Makes the loop of a context poll for some time before it blocks. Does nothing if KORVANE_POLL_US is not set, or if the
-/// program waits in a function of its own.
-void poll_in_context(GMainContext *context);
+/// Makes the loop of a context poll for this time before it blocks. Does nothing for 0, or if the program waits in a function of
+/// its own.
+void poll_in_context(GMainContext *context, int polling_us);
 
 } // namespace kv::host

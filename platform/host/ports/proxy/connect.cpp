@@ -141,7 +141,7 @@ void create_source(Proxy *proxy)
     g_source_set_can_recurse(source, TRUE);
     g_autoptr(GMainContext) context = g_main_context_ref_thread_default();
     g_source_attach(source, context);
-    poll_in_context(context);
+    poll_in_context(context, proxy->polling_us);
 }
 
 /// Makes the loop notice the end of the agent's process.
@@ -240,7 +240,7 @@ void become_connected(Proxy *proxy)
     proxy->state = ProxyState::connected;
     Port &main = proxy->main;
     main.timeout_ms = reply_timeout_ms();
-    main.polling_us = polling_time_us();
+    main.polling_us = proxy->polling_us;
     main.sent_at_ms = coarse_now_ms();
     // From here on calls use the main link. A receive blocks, and the system bounds the wait.
     timeval limit = {main.timeout_ms / 1000, main.timeout_ms % 1000 * 1000};
@@ -372,6 +372,7 @@ int proxy_begin(Proxy *proxy)
     proxy->startable = false;
     proxy->agent_ended = false;
     proxy->timeout_ms = connect_timeout_ms();
+    proxy->polling_us = polling_time_us();
     proxy->deadline = g_get_monotonic_time() + gint64{1000} * proxy->timeout_ms;
     Links links;
     int code = open_links(proxy->paths, &links);

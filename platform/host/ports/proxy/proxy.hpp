@@ -47,6 +47,7 @@ struct Proxy {
     PortPaths paths;
     gint64 deadline = 0; ///< of the connection, on the monotonic clock in microseconds
     int timeout_ms = 0;
+    int polling_us = 0;
     Fd starting_lock; ///< locked by the one process that starts the agent
     bool started = false;
     bool startable = false;

@@ -80,7 +80,7 @@ void create_source(Stub *stub)
     g_source_set_static_name(source, "rpc port listener");
     stub->watch = g_source_add_unix_fd(source, stub->listener.get(), G_IO_IN);
     g_source_attach(source, stub->context);
-    poll_in_context(stub->context);
+    poll_in_context(stub->context, polling_time_us());
 }
 
 void log_port_in_use(const Stub *stub)

@@ -191,6 +191,15 @@ TEST_F(PollingTest, PollsTheLoopWithoutBlockingFirst)
     EXPECT_TRUE(in_some_attempt([] { return nonblocking_polls_of_a_wait() > 1; }));
 }
 
+TEST_F(PollingTest, PollsTheLoopOfAnAgentWithoutBlockingFirst)
+{
+    setenv("KORVANE_POLL_US", "2000", 1);
+    Stub stub;
+    EXPECT_EQ(0, stub.listen());
+    unsetenv("KORVANE_POLL_US");
+    EXPECT_TRUE(in_some_attempt([] { return nonblocking_polls_of_a_wait() > 1; }));
+}
+
 TEST_F(PollingTest, KeepsAPollFunctionOfTheProgram)
 {
     const GPollFunc own = [](GPollFD *descriptors, guint count, gint timeout) {

@@ -11,7 +11,7 @@ namespace kv::api {
 bool replace_member(cJSON *object, const char *key, const char *value);
 
 /// Stores the number as its digits, which can be printed but not read. cJSON would print a number as floating point and
-/// parse the result again, which took more than half of the time of a list of access points.
+/// parse the result again, which was more than half of the instructions for a list of access points.
 bool replace_member(cJSON *object, const char *key, int value);
 
 } // namespace kv::api

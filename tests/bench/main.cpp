@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // korvane-bench [--stub] [calls|counts|lists|events|start|applications ...]
 // Without arguments: all measurements, with the library served by the virtual agent. --stub: served by the stub alone.
+//
+// korvane-bench --compare-instructions | --store-instructions
+// Compares the instructions per call with the stored figures, or stores them.
 
 #include "bench/measurements/applications.hpp"
 #include "bench/measurements/counts.hpp"
 #include "bench/measurements/events.hpp"
+#include "bench/measurements/instructions.hpp"
 #include "bench/measurements/lists.hpp"
 #include "bench/measurements/round_trip.hpp"
 #include "bench/measurements/size.hpp"
@@ -14,6 +18,7 @@
 #include <exception>
 #include <set>
 #include <string>
+#include <vector>
 
 using namespace kv::test;
 
@@ -62,20 +67,32 @@ void measure(const Selection &selected)
     report.close();
 }
 
+int run_words(const std::vector<std::string> &words)
+{
+    if (words.size() == 1 && words[0] == "--store-instructions") {
+        store_instructions(Setting{}, BENCH_INSTRUCTIONS);
+        return 0;
+    }
+    if (words.size() == 1 && words[0] == "--compare-instructions")
+        return compare_instructions(Setting{}, BENCH_INSTRUCTIONS) ? 0 : 1;
+    Selection selected;
+    for (const std::string &word : words) {
+        if (!selected.add(word)) {
+            fprintf(stderr, "usage: korvane-bench [--stub] [calls|counts|lists|events|start|applications ...]\n"
+                            "       korvane-bench --compare-instructions | --store-instructions\n");
+            return 2;
+        }
+    }
+    measure(selected);
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
-    Selection selected;
-    for (int i = 1; i < argc; ++i) {
-        if (!selected.add(argv[i])) {
-            fprintf(stderr, "usage: korvane-bench [--stub] [calls|counts|lists|events|start|applications ...]\n");
-            return 2;
-        }
-    }
     try {
-        measure(selected);
-        return 0;
+        return run_words({argv + 1, argv + argc});
     } catch (const std::exception &e) {
         fprintf(stderr, "korvane-bench: %s\n", e.what());
         return 1;

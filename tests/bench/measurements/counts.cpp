@@ -2,6 +2,7 @@
 #include "counts.hpp"
 
 #include "bench/clients/clients.hpp"
+#include "bench/support/callgrind.hpp"
 #include "bench/support/runs.hpp"
 #include "bench/support/trace.hpp"
 
@@ -41,7 +42,7 @@ void measure_instructions(const Setting &setting, Report &report)
     report.section("Instructions of the client in user space, per call");
     for (const auto &peer : counted) {
         const auto server = server_of(setting, peer);
-        const double per_call = instructions_per_call(setting, peer.name, few, many);
+        const double per_call = instructions_per_call(setting, peer.name, few, many).total;
         if (peer.is_ours())
             report.row(peer.title, format("%7.0f", per_call), format("<= %.0f", max_instructions),
                        per_call <= max_instructions);

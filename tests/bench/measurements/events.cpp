@@ -2,6 +2,7 @@
 #include "events.hpp"
 
 #include "bench/clients/clients.hpp"
+#include "bench/support/callgrind.hpp"
 #include "bench/support/runs.hpp"
 #include "bench/support/trace.hpp"
 
@@ -91,10 +92,10 @@ void count_instructions(const Setting &setting, Report &report)
     report.section("Instructions of the reader in user space, per event");
     for (const Timed &peer : one_by_one)
         report.row(format("%s, one by one", peer.title),
-                   format("%7.0f", instructions_per_call(setting, peer.client, 500, 1500)));
+                   format("%7.0f", instructions_per_call(setting, peer.client, 500, 1500).total));
     for (const Timed &peer : bursts)
         report.row(format("%s, in bursts", peer.title),
-                   format("%7.0f", instructions_per_call(setting, peer.client, 2, 12) / burst_size));
+                   format("%7.0f", instructions_per_call(setting, peer.client, 2, 12).total / burst_size));
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "lists.hpp"
 
 #include "bench/clients/clients.hpp"
+#include "bench/support/callgrind.hpp"
 #include "bench/support/runs.hpp"
 
 namespace kv::test {
@@ -90,7 +91,7 @@ void count_instructions(const Setting &setting, Report &report)
     report.section("Instructions of the client in user space, per list");
     const auto agent = setting.serve(AgentKind::stub, record_version);
     for (const ListPeer &peer : list_peers) {
-        const double count = instructions_per_call(setting, peer.client, few, many);
+        const double count = instructions_per_call(setting, peer.client, few, many).total;
         if (peer.max_instructions > 0)
             report.row(peer.title, format("%7.0f", count), format("<= %.0f", peer.max_instructions),
                        count <= peer.max_instructions);

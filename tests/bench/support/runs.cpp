@@ -2,7 +2,6 @@
 #include "runs.hpp"
 
 #include <cstdio>
-#include <fstream>
 #include <stdexcept>
 
 namespace kv::test {
@@ -23,23 +22,6 @@ Outcome outcome_of(const std::vector<std::string> &command, const Environment &e
     return outcome;
 }
 
-double instructions_of(const Setting &setting, const std::string &client, int calls)
-{
-    const std::string result = setting.folder() + "/callgrind";
-    std::vector<std::string> command{"valgrind", "--quiet", "--tool=callgrind", "--callgrind-out-file=" + result};
-    for (auto &word : calls_to(setting, client, calls))
-        command.push_back(std::move(word));
-    run(command);
-
-    std::ifstream file(result);
-    for (std::string line; std::getline(file, line);) {
-        double total = 0;
-        if (sscanf(line.c_str(), "totals: %lf", &total) == 1)
-            return total;
-    }
-    throw std::runtime_error("callgrind counted nothing");
-}
-
 } // namespace
 
 std::vector<std::string> calls_to(const Setting &setting, const std::string &client, int calls)
@@ -50,11 +32,6 @@ std::vector<std::string> calls_to(const Setting &setting, const std::string &cli
 double microseconds_per_call(const Setting &setting, const std::string &client, int calls)
 {
     return outcome_of(calls_to(setting, client, calls)).microseconds;
-}
-
-double instructions_per_call(const Setting &setting, const std::string &client, int few, int many)
-{
-    return (instructions_of(setting, client, many) - instructions_of(setting, client, few)) / (many - few);
 }
 
 double allocations_per_call(const Setting &setting, const std::string &client, int calls)

@@ -12,8 +12,6 @@ namespace kv::test {
 std::vector<std::string> calls_to(const Setting &setting, const std::string &client, int calls);
 
 double microseconds_per_call(const Setting &setting, const std::string &client, int calls);
-/// In user space: the difference of two runs, divided by the difference of their calls.
-double instructions_per_call(const Setting &setting, const std::string &client, int few, int many);
 double allocations_per_call(const Setting &setting, const std::string &client, int calls);
 
 /// A client that is timed in turn with others.

@@ -64,6 +64,13 @@ std::unique_ptr<ChildProcess> Setting::serve_commands(const char *version) const
     return started(start({BENCH_AGENT, "--commands", "--agent-version", version}));
 }
 
+std::unique_ptr<ChildProcess> Setting::serve_with_tool(std::vector<std::string> command) const
+{
+    install(packages_of(folder()), newest_version);
+    command.emplace_back(BENCH_AGENT);
+    return started(start(command));
+}
+
 std::unique_ptr<ChildProcess> Setting::serve_events(const std::string &peer) const
 {
     return started(start({program("korvane-bench-event-server"), peer, folder()}));

@@ -33,6 +33,8 @@ public:
     std::unique_ptr<ChildProcess> serve(AgentKind kind, const char *version = newest_version) const;
     /// Starts a virtual agent that reads commands, one per line, and prints a reply to each.
     std::unique_ptr<ChildProcess> serve_commands(const char *version = newest_version) const;
+    /// Starts a virtual agent of the newest version by a tool, whose command is that of the agent after the tool's words.
+    std::unique_ptr<ChildProcess> serve_with_tool(std::vector<std::string> command) const;
     /// Starts the server of events of a peer and waits until it listens.
     std::unique_ptr<ChildProcess> serve_events(const std::string &peer) const;
 

@@ -34,11 +34,12 @@ ControlFile::~ControlFile()
     ::unlink(place_.socket().c_str());
 }
 
-/// Removes unfinished files of an agent that was killed. This agent serves the port, so no other one runs.
+/// Removes the files of an agent that was killed, finished and not. This agent serves the port, so no other one runs.
 void ControlFile::remove_left_overs() const
 {
     const std::string prefix = std::filesystem::path{place_.file()}.filename().string() + ".";
     std::error_code ignored;
+    std::filesystem::remove(place_.file(), ignored);
     for (const auto &entry : std::filesystem::directory_iterator{place_.directory, ignored})
         if (const std::string name = entry.path().filename(); name.compare(0, prefix.size(), prefix) == 0)
             std::filesystem::remove(entry.path(), ignored);
@@ -54,7 +55,9 @@ void ControlFile::write()
         facts.set("http", std::move(Json::object().set("port", *place_.port).set("token", place_.token)));
     const std::string text = facts.text() + "\n";
     GError *error = nullptr;
-    const auto flags = static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT);
+    // Without the first flag GLib would wait for the disk, although the file means nothing after a power cut.
+    const auto flags =
+        static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_ONLY_EXISTING | G_FILE_SET_CONTENTS_CONSISTENT);
     if (g_file_set_contents_full(place_.file().c_str(), text.data(), static_cast<gssize>(text.size()), flags, 0600,
                                  &error))
         return;

@@ -102,6 +102,16 @@ char *package_entry_path(const char *package)
     return g_strdup_printf("%s/%s.package", directory, package);
 }
 
+int read_entry_file(const char *path, CText *text, std::size_t *size)
+{
+    // Non-blocking, because a FIFO in its place would block the caller.
+    const Fd file{open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)};
+    if (!file)
+        return -errno;
+    text->reset(static_cast<char *>(malloc(max_entry)));
+    return *text ? read_small_file(file.get(), text->get(), max_entry, size) : -ENOMEM;
+}
+
 PackageEntry::~PackageEntry()
 {
     g_clear_pointer(&file_, g_key_file_unref);
@@ -113,20 +123,12 @@ int PackageEntry::open(const char *package)
     if (!path)
         return -EINVAL;
 
-    // Non-blocking, because a FIFO in its place would block the caller.
-    const Fd file{::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)};
-    if (!file && (errno == ENOENT || errno == ENOTDIR)) {
+    CText text;
+    std::size_t size = 0;
+    int result = read_entry_file(path, &text, &size);
+    if (result == -ENOENT || result == -ENOTDIR) {
         dlog_print(log_info, log_tag, "package %s is not installed: there is no %s", package, path);
         return PACKAGE_INFO_NOT_INSTALLED;
-    }
-    int result = 0;
-    std::size_t size = 0;
-    CText text;
-    if (!file) {
-        result = -errno;
-    } else {
-        text.reset(static_cast<char *>(malloc(max_entry)));
-        result = text ? read_small_file(file.get(), text.get(), max_entry, &size) : -ENOMEM;
     }
     if (result != 0) {
         dlog_print(log_error, log_tag, "cannot read package entry %s: %s", path, strerror(-result));

@@ -35,6 +35,9 @@ private:
 /// The path of a package's entry, to be released with g_free. NULL after an error line if the name is not valid.
 char *package_entry_path(const char *package);
 
+/// Reads an entry's file. 0 or a negative errno.
+int read_entry_file(const char *path, CText *text, std::size_t *size);
+
 inline constexpr const char *package_group = "Package";
 
 } // namespace kv::host

@@ -17,6 +17,9 @@ namespace kv::host {
 
 namespace {
 
+/// Readable by all: entries hold no secrets, and applications of any user read versions.
+constexpr mode_t entry_mode = 0644;
+
 int write_and_sync(int descriptor, const char *bytes, std::size_t size)
 {
     while (size > 0) {
@@ -28,8 +31,7 @@ int write_and_sync(int descriptor, const char *bytes, std::size_t size)
         bytes += written;
         size -= static_cast<std::size_t>(written);
     }
-    // Readable by all: entries hold no secrets, and applications of any user read versions.
-    return fchmod(descriptor, 0644) == 0 && fsync(descriptor) == 0 ? 0 : -errno;
+    return fchmod(descriptor, entry_mode) == 0 && fsync(descriptor) == 0 ? 0 : -errno;
 }
 
 /// Makes a new name survive a power cut.
@@ -58,6 +60,17 @@ int replace_file(const char *path, const char *text, std::size_t size)
         return result;
     }
     return sync_directory(directory);
+}
+
+/// Whether the entry has this text already. Writing it again would wait for the disk.
+bool is_installed(const char *path, const char *text, std::size_t size)
+{
+    struct stat status;
+    CText present;
+    std::size_t present_size = 0;
+    return stat(path, &status) == 0 && (status.st_mode & 07777) == entry_mode &&
+           read_entry_file(path, &present, &present_size) == 0 && present_size == size &&
+           memcmp(present.get(), text, size) == 0;
 }
 
 void set_optional(GKeyFile *file, const char *key, const char *value)
@@ -104,7 +117,7 @@ extern "C" int package_info_install(const char *package, const char *version, co
     gsize size = 0;
     g_autofree char *text = g_key_file_to_data(file, &size, nullptr);
 
-    const int result = replace_file(path, text, size);
+    const int result = is_installed(path, text, size) ? 0 : replace_file(path, text, size);
     if (result != 0)
         dlog_print(log_error, log_tag, "cannot write package entry %s: %s", path, strerror(-result));
     return result;

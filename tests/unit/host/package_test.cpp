@@ -189,6 +189,34 @@ TEST_F(PackageTest, InstallsReplacesAndRemovesAnEntry)
     EXPECT_TRUE(std::filesystem::is_empty(directory / "made/when/missing"));
 }
 
+TEST_F(PackageTest, WritesOnlyAnEntryThatChanges)
+{
+    const std::string path = directory / "agent.package";
+    const auto file_number = [&] {
+        struct stat status {};
+        EXPECT_EQ(stat(path.c_str(), &status), 0);
+        return status.st_ino;
+    };
+    ASSERT_EQ(package_info_install("agent", "1.0", "/usr/bin/agent", nullptr, nullptr), 0);
+    const ino_t first = file_number();
+    ASSERT_EQ(package_info_install("agent", "1.0", "/usr/bin/agent", nullptr, nullptr), 0);
+    EXPECT_EQ(file_number(), first);
+    ASSERT_EQ(package_info_install("agent", "1.1", "/usr/bin/agent", nullptr, nullptr), 0);
+    const ino_t second = file_number();
+    EXPECT_NE(second, first);
+    ASSERT_EQ(chmod(path.c_str(), 0600), 0);
+    ASSERT_EQ(package_info_install("agent", "1.1", "/usr/bin/agent", nullptr, nullptr), 0);
+    EXPECT_NE(file_number(), second) << "other users cannot read it";
+}
+
+TEST_F(PackageTest, ReplacesAFifoWithoutWaitingForItsWriter)
+{
+    const std::string path = directory / "agent.package";
+    ASSERT_EQ(mkfifo(path.c_str(), 0644), 0);
+    ASSERT_EQ(package_info_install("agent", "1.0", nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(version_of("agent"), "1.0");
+}
+
 TEST_F(PackageTest, KeepsSpecialCharactersInValues)
 {
     const std::string version = " 1.0\n[Other]\\ \t;x";

@@ -21,7 +21,7 @@ using std::chrono::milliseconds;
 namespace {
 
 /// Documented: how long the agent may take to start, and to reply to a command.
-constexpr milliseconds reply_timeout{10'000};
+constexpr milliseconds reply_timeout{30'000};
 
 using Json = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
 
@@ -128,7 +128,22 @@ struct korvane_test_agent_s {
     {
         const std::optional<std::string> line = wait_for_line(process, reply_timeout);
         if (!line || !reports_ready(*line))
-            throw std::runtime_error{"the agent does not become ready: " + first_line_of_file(directory / "agent.err")};
+            throw std::runtime_error{"the agent does not become ready: " + reason(line)};
+    }
+
+    /// Why the agent is not ready, with its first line, if any.
+    std::string reason(const std::optional<std::string> &line)
+    {
+        const std::string error = first_line_of_file(directory / "agent.err");
+        if (!error.empty())
+            return error;
+        if (line)
+            return "it printed " + *line;
+        if (!process.output_has_ended())
+            return "it printed nothing within " + std::to_string(reply_timeout.count() / 1000) + " s";
+        const int status = process.wait(reply_timeout).value_or(0);
+        return status < 0 ? "signal " + std::to_string(-status) + " ended it"
+                          : "it ended with exit status " + std::to_string(status);
     }
 
     Directory directory;

@@ -61,7 +61,7 @@ typedef struct {
  * @param options  read during the call only; NULL for all defaults
  *
  * @return the agent, to be released with korvane_test_stop(); NULL if the program cannot be run, refuses its arguments or
- *         is not ready within 10 seconds. korvane_test_problem(NULL) then describes the failure.
+ *         is not ready within 30 seconds. korvane_test_problem(NULL) then describes the failure.
  */
 korvane_test_agent *korvane_test_start(const korvane_test_options *options);
 
@@ -74,7 +74,7 @@ korvane_test_agent *korvane_test_start(const korvane_test_options *options);
 void korvane_test_stop(korvane_test_agent *agent);
 
 /**
- * Runs a command of the agent and returns its reply. Waits up to 10 seconds for it.
+ * Runs a command of the agent and returns its reply. Waits up to 30 seconds for it.
  *
  * @param agent    a running agent
  * @param command  one line, for example "emit status_changed_cb [2]" or "state setup"

@@ -3,6 +3,7 @@
 
 #include "program.hpp"
 #include "testing/support/read_file.hpp"
+#include "testing/support/wait.hpp"
 
 #include <gtest/gtest.h>
 
@@ -38,6 +39,8 @@ AgentHome::AgentHome()
 {
     ::setenv("KORVANE_PACKAGE_DIR", packages().c_str(), 1);
     ::setenv("KORVANE_RUNTIME_DIR", runtime().c_str(), 1);
+    // On a busy machine an agent may take long to start.
+    ::setenv("KORVANE_CONNECT_TIMEOUT_MS", std::to_string(test_timeout.count()).c_str(), 0);
 }
 
 AgentHome::~AgentHome()

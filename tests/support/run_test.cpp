@@ -23,8 +23,9 @@ namespace {
 
 enum ExitStatus { failed = 1, wrong_usage = 2, timed_out = 124 };
 
-/// How long a process may still run after the test has ended: one that was asked to end may not have ended yet.
-constexpr std::chrono::milliseconds end_timeout{5000};
+/// How long a process may still run after the test has ended, at most until the test's own deadline: one that was asked to
+/// end may not have ended yet.
+constexpr std::chrono::milliseconds end_timeout{60'000};
 
 void print_children(const char *problem)
 {
@@ -86,7 +87,7 @@ int run(const Command &command, std::chrono::seconds timeout)
     }
 
     const int status = test.wait().value_or(-SIGKILL);
-    if (!reap_children(end_timeout))
+    if (!reap_children(std::min(end_timeout, std::chrono::milliseconds{deadline.milliseconds_left()})))
         return end_all(test, "the test has left processes running", failed);
     if (status < 0)
         std::fprintf(stderr, "kv-run-test: the test was ended by signal %d\n", -status);

@@ -2,6 +2,8 @@
 // korvane-test: a private agent that a test starts and controls.
 #include "e2e/fixtures/application.hpp"
 
+#include "testing/support/temporary_directory.hpp"
+
 #include <korvane_test.hpp>
 
 #include <gtest/gtest.h>
@@ -56,6 +58,21 @@ TEST(TestHelper, ReportsWhyAnAgentCannotBeStarted)
               std::string::npos);
     EXPECT_NE(problem_of([] { Agent agent{with_program("9.9")}; }).find("there is no agent version '9.9'"),
               std::string::npos);
+}
+
+TEST(TestHelper, ReportsWhatAProgramDoesThatIsNoAgent)
+{
+    const kv::test::TemporaryDirectory directory{"no-agent"};
+    const std::string program = directory / "program";
+    const auto problem = [&](const std::string &script) {
+        std::ofstream{program} << "#!/bin/sh\n" << script << "\n";
+        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+        return problem_of([&] { Agent agent{{nullptr, program.c_str(), nullptr, nullptr}}; });
+    };
+    EXPECT_EQ(problem("exit 3"), "the agent does not become ready: it ended with exit status 3");
+    EXPECT_EQ(problem("kill -9 $$"), "the agent does not become ready: signal 9 ended it");
+    EXPECT_EQ(problem("echo hello"), "the agent does not become ready: it printed hello");
+    EXPECT_EQ(problem("echo no licence >&2"), "the agent does not become ready: no licence");
 }
 
 TEST(TestHelper, ReportsWhyACommandIsRefused)

@@ -233,7 +233,7 @@ TEST(RunTest, WaitsForProcessesThatAreAboutToEnd)
 
 TEST(RunTest, FailsATestThatLeavesAProcessAndKillsIt)
 {
-    ChildProcess process{run_test("60", "setsid sleep 600 & echo $!")};
+    ChildProcess process{run_test("2", "setsid sleep 600 & echo $!")};
     const pid_t orphan = printed_pid(process);
     EXPECT_EQ(process.wait(), 1);
     EXPECT_FALSE(is_running(orphan));

@@ -22,8 +22,8 @@ namespace kv::ctl {
 
 namespace {
 
-constexpr unsigned bus_start_timeout_ms = 5000;
-constexpr unsigned agent_start_timeout_ms = 15'000;
+constexpr unsigned bus_start_timeout_ms = 30'000;
+constexpr unsigned agent_start_timeout_ms = 30'000;
 constexpr unsigned application_end_timeout_ms = 5000; // after SIGTERM
 constexpr unsigned last_step_timeout_ms = 1000;       // for the agent's result after the application has ended
 constexpr unsigned last_entries_ms = 100;             // for journal entries that the agent writes when it ends

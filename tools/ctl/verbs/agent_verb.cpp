@@ -27,7 +27,7 @@ namespace kv::ctl {
 
 namespace {
 
-constexpr int start_timeout_ms = 15'000;
+constexpr int start_timeout_ms = 30'000;
 constexpr int stop_timeout_ms = 15'000;
 constexpr int poll_interval_ms = 20;
 

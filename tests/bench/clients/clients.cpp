@@ -77,11 +77,13 @@ std::unique_ptr<Client> connect_to(const std::string &peer, const std::string &f
         return std::make_unique<ProxyClient>();
     if (peer == peer::api)
         return std::make_unique<ApiClient>();
-    if (peer == peer::sdbus)
+    if (peer == peer::sdbus || peer == peer::sdbus_loop)
         return std::make_unique<BusClient>(socket_path(peer, folder));
     if (peer == peer::bare || peer == peer::glib)
         return std::make_unique<BareClient>(socket_path(peer, folder));
     if (auto client = connect_list_client(peer, folder))
+        return client;
+    if (auto client = connect_growth_client(peer, folder))
         return client;
     if (auto client = connect_event_client(peer, folder))
         return client;

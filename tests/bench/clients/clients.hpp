@@ -17,8 +17,8 @@ inline constexpr unsigned char bare_reply[] = {
     '0', '1', '2', '3', '-', '4', '5', '6', '7', '8', '9', 'a', 'b', 'c', 'd', 'e', 'f',
     0, 0, 0, 0,  // result
 };
-/// The reply to send_ap_list: its kind and its result.
-inline constexpr unsigned char bare_list_reply[] = {8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+/// The reply to a method without out arguments: its kind and its result.
+inline constexpr unsigned char bare_result[] = {8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
 /// An event status_changed_cb.
 inline constexpr unsigned char bare_event[] = {
     17, 0, 0, 0, // length of the rest
@@ -66,6 +66,7 @@ namespace peer {
 inline constexpr const char *bare = "bare";
 inline constexpr const char *glib = "glib";
 inline constexpr const char *sdbus = "sdbus";
+inline constexpr const char *sdbus_loop = "sdbus-loop"; ///< served in a loop of sd-event
 inline constexpr const char *stub = "stub";
 
 inline constexpr const char *proxy = "proxy"; ///< get_device_id through the proxy
@@ -77,6 +78,13 @@ inline constexpr const char *sdbus_list = "sdbus-list";
 inline constexpr const char *proxy_list = "proxy-list"; ///< with an existing array
 inline constexpr const char *api_list = "api-list";     ///< korvane_send_ap_list with an existing list
 inline constexpr const char *whole_list = "whole-list"; ///< creates, fills, sends and destroys the list
+
+// The same with as many entries, as many bytes of text or as many sub-devices as the number after the name.
+inline constexpr const char *bare_text = "bare-text:";         ///< a request of this size
+inline constexpr const char *api_text = "api-text:";           ///< korvane_set_nick_name
+inline constexpr const char *long_list = "long-list:";         ///< creates, fills, sends and destroys the list
+inline constexpr const char *presence_set = "presence-set:";   ///< of one of the sub-devices
+inline constexpr const char *presence_list = "presence-list:"; ///< of all sub-devices, read and released
 
 // A call requests and receives one event.
 inline constexpr const char *bare_event = "bare-event";
@@ -97,6 +105,7 @@ std::unique_ptr<Client> connect_to(const std::string &peer, const std::string &f
 
 // The same for some of the peers; null for the others.
 std::unique_ptr<Client> connect_list_client(const std::string &peer, const std::string &folder);
+std::unique_ptr<Client> connect_growth_client(const std::string &peer, const std::string &folder);
 std::unique_ptr<Client> connect_event_client(const std::string &peer, const std::string &folder);
 
 /// The socket of a bare or sd-bus server.

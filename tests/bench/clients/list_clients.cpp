@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Clients that send a list of access points.
 
+#include "access_points.hpp"
 #include "clients.hpp"
 #include "connections.hpp"
 #include "src/korvane_master_proxy/arrays.hpp"
@@ -20,33 +21,6 @@ namespace kv::test {
 namespace {
 
 constexpr int list_length = 32;
-constexpr int request_id = 7;
-constexpr int authtype = 3;
-constexpr int enctype = 4;
-constexpr int max_rate = 54;
-
-struct AccessPoint {
-    std::string ssid;
-    std::string bssid;
-    int channel;
-    int signal_level;
-};
-
-std::vector<AccessPoint> access_points()
-{
-    std::vector<AccessPoint> points;
-    for (int i = 0; i < list_length; ++i) {
-        const std::string digits = {static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)};
-        points.push_back({"access-point-" + digits, "02:00:5e:00:00:" + digits, 1 + i % 13, -40 - i});
-    }
-    return points;
-}
-
-void require(bool holds, const char *what)
-{
-    if (!holds)
-        fail(what);
-}
 
 /// The array as the proxy accepts it.
 class RecordArray {
@@ -55,7 +29,7 @@ public:
     {
         std::vector<kv::Owned<rpc_port_korvane_ap_info_s>> owned;
         std::array<rpc_port_korvane_ap_info_h, list_length> records{};
-        for (const AccessPoint &point : access_points()) {
+        for (const AccessPoint &point : access_points(list_length)) {
             auto &record = records[owned.size()];
             require(rpc_port_korvane_ap_info_create(&record) == 0, "no record");
             owned.emplace_back(record);
@@ -107,7 +81,7 @@ public:
 
     void call() override
     {
-        unsigned char reply[sizeof bare_list_reply];
+        unsigned char reply[sizeof bare_result];
         socket_.send_all(request_.data(), request_.size());
         socket_.receive_whole(reply, sizeof reply);
     }
@@ -144,7 +118,7 @@ public:
 
 private:
     BusLink bus_;
-    std::vector<AccessPoint> points_ = access_points();
+    std::vector<AccessPoint> points_ = access_points(list_length);
 };
 
 class ProxyListClient : public Client {
@@ -160,45 +134,13 @@ private:
     RecordArray array_;
 };
 
-/// A list of the library, in the wire format of the installed agent.
-class ApiList {
-public:
-    explicit ApiList(const std::vector<AccessPoint> &points)
-    {
-        require(korvane_aplist_create(&list_, list_length) == 0, "api: no list");
-        int worst = 0;
-        for (int i = 0; i < list_length; ++i) {
-            const AccessPoint &point = points[static_cast<std::size_t>(i)];
-            worst |= korvane_aplist_set_ssid(list_, i, point.ssid.c_str());
-            worst |= korvane_aplist_set_bssid(list_, i, point.bssid.c_str());
-            worst |= korvane_aplist_set_authtype(list_, i, authtype);
-            worst |= korvane_aplist_set_enctype(list_, i, enctype);
-            worst |= korvane_aplist_set_channel(list_, i, point.channel);
-            worst |= korvane_aplist_set_signal_level(list_, i, point.signal_level);
-            worst |= korvane_aplist_set_max_rate(list_, i, max_rate);
-        }
-        require(worst == 0, "api: a list cannot be filled");
-    }
-    ApiList(const ApiList &) = delete;
-    ApiList &operator=(const ApiList &) = delete;
-    ~ApiList() { korvane_aplist_destroy(list_); }
-
-    void send(korvane_h handle) const
-    {
-        require(korvane_send_ap_list(handle, list_, request_id) == 0, "api: the call failed");
-    }
-
-private:
-    korvane_aplist_h list_ = nullptr;
-};
-
 class ApiListClient : public Client {
 public:
     void call() override { list_.send(api_.get()); }
 
 private:
     ApiLink api_;
-    ApiList list_{access_points()};
+    ApiList list_{access_points(list_length)};
 };
 
 class WholeListClient : public Client {
@@ -207,7 +149,7 @@ public:
 
 private:
     ApiLink api_;
-    std::vector<AccessPoint> points_ = access_points();
+    std::vector<AccessPoint> points_ = access_points(list_length);
 };
 
 } // namespace

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "applications.hpp"
 
+#include "bench/support/processes.hpp"
+
 #include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 #include <numeric>
 #include <stdexcept>
 #include <thread>
@@ -20,22 +21,7 @@ constexpr int events_to_send = 50;
 constexpr auto between_events = std::chrono::milliseconds{50};
 constexpr double min_of_one = 0.5;  // rate of all applications, compared with that of one alone
 constexpr double min_of_mean = 0.5; // calls of the slowest application, compared with the mean
-constexpr double max_idle_mb = 8;   // private memory of an agent without applications
 constexpr double max_kb_of_connection = 64;
-
-/// Private memory of a process in kB.
-double private_kb(pid_t pid)
-{
-    std::ifstream file("/proc/" + std::to_string(pid) + "/smaps_rollup");
-    double sum = 0;
-    for (std::string line; std::getline(file, line);) {
-        double kb = 0;
-        if (sscanf(line.c_str(), "Private_Clean: %lf", &kb) == 1 ||
-            sscanf(line.c_str(), "Private_Dirty: %lf", &kb) == 1)
-            sum += kb;
-    }
-    return sum;
-}
 
 struct Share {
     long calls = 0;
@@ -122,8 +108,6 @@ void measure_applications(const Setting &setting, Report &report)
     const double kb = (together.agent_kb - idle_kb) / many;
     report.row("private memory of the agent, per connection", format("%7.1f kB", kb),
                format("<= %.0f kB", max_kb_of_connection), kb <= max_kb_of_connection);
-    report.row("private memory of the agent, idle", format("%7.2f MB", idle_kb / 1024),
-               format("<= %.0f MB", max_idle_mb), idle_kb / 1024 <= max_idle_mb);
 }
 
 } // namespace kv::test

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int rounds = 21;
 constexpr double min_of_bare_rate = 0.95;
-constexpr double min_burst_rate = 10e6;
+constexpr double min_burst_rate = 25e6;
 
 /// In each list the second is the reader on a GLib loop, the last is the library.
 const std::vector<Timed> one_by_one = {{peer::bare_event, "bare, blocking reader and sender"},

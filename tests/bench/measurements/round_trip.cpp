@@ -19,8 +19,8 @@ using Clock = std::chrono::steady_clock;
 constexpr int rounds = 41;
 constexpr int calls_per_round = 1000;
 
-constexpr double max_over_bare = 1.70;
-constexpr double max_over_bus = 0.75;
+constexpr double max_over_bare = 1.60;
+constexpr double max_over_bus = 0.80;
 
 /// Microseconds per call.
 double time_round(Client &client)

@@ -13,7 +13,7 @@ namespace kv::test {
 namespace {
 
 constexpr int rounds = 41; // odd, so that the median is one of the samples
-constexpr double max_over_bare = 2.0;
+constexpr double max_over_bare = 1.6;
 constexpr double max_resident_mb = 4.9;
 
 /// A program that is started in every round. It prints the time of its first reply in nanoseconds of the monotonic clock

@@ -44,7 +44,7 @@ int listen_at(const std::string &path)
     path.copy(address.sun_path, sizeof address.sun_path - 1);
     unlink(path.c_str());
     require(bind(listening, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0, "bind");
-    require(listen(listening, 4) == 0, "listen");
+    require(listen(listening, 128) == 0, "listen");
     return listening;
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "processes.hpp"
 
+#include <cstdio>
+#include <fstream>
 #include <stdexcept>
 
 namespace kv::test {
@@ -37,6 +39,19 @@ std::string rest_of_output(ChildProcess &process)
 std::string run(const std::vector<std::string> &words, const Environment &environment)
 {
     return output_of(command_of(words, environment));
+}
+
+double private_kb(pid_t pid)
+{
+    std::ifstream file("/proc/" + std::to_string(pid) + "/smaps_rollup");
+    double sum = 0;
+    for (std::string line; std::getline(file, line);) {
+        double kb = 0;
+        if (sscanf(line.c_str(), "Private_Clean: %lf", &kb) == 1 ||
+            sscanf(line.c_str(), "Private_Dirty: %lf", &kb) == 1)
+            sum += kb;
+    }
+    return sum;
 }
 
 } // namespace kv::test

@@ -22,4 +22,7 @@ std::string rest_of_output(ChildProcess &process);
 /// Starts a program and does both.
 std::string run(const std::vector<std::string> &words, const Environment &environment = {});
 
+/// Private memory of a process in kB.
+double private_kb(pid_t pid);
+
 } // namespace kv::test

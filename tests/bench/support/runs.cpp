@@ -34,6 +34,31 @@ double microseconds_per_call(const Setting &setting, const std::string &client, 
     return outcome_of(calls_to(setting, client, calls)).microseconds;
 }
 
+double microseconds_per_paced_call(const Setting &setting, const std::string &client, int calls)
+{
+    std::vector<std::string> command = calls_to(setting, client, calls);
+    command.emplace_back("paced");
+    return outcome_of(command).microseconds;
+}
+
+double calls_per_second_of(int count, const Setting &setting, const std::string &client)
+{
+    constexpr int duration_ms = 1000;
+    std::vector<std::string> command = calls_to(setting, client, duration_ms);
+    command.emplace_back("together");
+    std::vector<std::unique_ptr<ChildProcess>> clients;
+    for (int i = 0; i < count; ++i)
+        clients.push_back(start(command));
+    for (const auto &process : clients)
+        next_line(*process);
+    for (const auto &process : clients)
+        process->write_line("begin");
+    double calls = 0;
+    for (const auto &process : clients)
+        calls += std::stod(rest_of_output(*process));
+    return calls * 1000 / duration_ms;
+}
+
 double allocations_per_call(const Setting &setting, const std::string &client, int calls)
 {
     const auto outcome = outcome_of(calls_to(setting, client, calls), {{"LD_PRELOAD", BENCH_COUNT_ALLOCATIONS}});

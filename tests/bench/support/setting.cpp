@@ -58,6 +58,11 @@ std::unique_ptr<ChildProcess> Setting::serve(AgentKind kind, const char *version
     return started(start({BENCH_AGENT, "--agent-version", version}));
 }
 
+std::unique_ptr<ChildProcess> Setting::serve_second_agent() const
+{
+    return started(start({BENCH_AGENT, "--runtime-dir", folder() + "/second"}));
+}
+
 std::unique_ptr<ChildProcess> Setting::serve_commands(const char *version) const
 {
     install(packages_of(folder()), version);

@@ -31,6 +31,8 @@ public:
     std::unique_ptr<ChildProcess> serve(const std::string &peer) const;
     /// Starts an agent of a version and waits until it listens.
     std::unique_ptr<ChildProcess> serve(AgentKind kind, const char *version = newest_version) const;
+    /// Starts a virtual agent beside another one, with a runtime directory of its own.
+    std::unique_ptr<ChildProcess> serve_second_agent() const;
     /// Starts a virtual agent that reads commands, one per line, and prints a reply to each.
     std::unique_ptr<ChildProcess> serve_commands(const char *version = newest_version) const;
     /// Starts a virtual agent of the newest version by a tool, whose command is that of the agent after the tool's words.

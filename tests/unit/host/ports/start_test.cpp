@@ -224,13 +224,14 @@ TEST_F(AgentStartTest, IsRejectedIfTheAgentNeverListens)
 TEST_F(AgentStartTest, IsRejectedSoonAfterTheAgentEnds)
 {
     using std::chrono::steady_clock;
+    Setting patient("KORVANE_CONNECT_TIMEOUT_MS", "60000");
     install_package("Executable=/bin/sleep\nArguments=0.3\n");
     Proxy proxy;
     const auto start = steady_clock::now();
     EXPECT_FALSE(proxy.connected_now());
     const auto waited = steady_clock::now() - start;
     EXPECT_LE(std::chrono::milliseconds(290), waited);
-    EXPECT_GT(std::chrono::milliseconds(1500), waited) << "far less than the timeout of 10 s";
+    EXPECT_GT(std::chrono::seconds(40), waited) << "far less than the timeout";
     EXPECT_EQ(1, proxy.rejected);
     EXPECT_EQ(-5, proxy.last_result);
     EXPECT_TRUE(contains(log(), "ended before it listened")) << log();

@@ -5,14 +5,11 @@
 
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 
 #include "platform/host/ports/parcels/parcel.hpp"
 
 namespace kv::host {
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 // GLib gives a poll function no data of its own.
 std::atomic<int> context_polling_us;
@@ -21,30 +18,29 @@ gint poll_then_block(GPollFD *descriptors, guint count, gint timeout_ms)
 {
     if (timeout_ms == 0)
         return g_poll(descriptors, count, 0);
-    const auto start = Clock::now();
-    const auto limit = std::chrono::microseconds{context_polling_us};
-    auto waited = Clock::duration::zero();
+    const gint64 start = g_get_monotonic_time();
+    const gint64 limit_us = context_polling_us;
+    gint64 waited_us = 0;
     do {
         if (const gint ready = g_poll(descriptors, count, 0); ready != 0)
             return ready;
-        waited = Clock::now() - start;
-        if (timeout_ms > 0 && waited >= std::chrono::milliseconds{timeout_ms})
+        waited_us = g_get_monotonic_time() - start;
+        if (timeout_ms > 0 && waited_us >= gint64{1000} * timeout_ms)
             return 0;
-    } while (waited < limit);
-    const auto waited_ms = static_cast<gint>(std::chrono::duration_cast<std::chrono::milliseconds>(waited).count());
-    return g_poll(descriptors, count, timeout_ms < 0 ? timeout_ms : timeout_ms - waited_ms);
+    } while (waited_us < limit_us);
+    return g_poll(descriptors, count, timeout_ms < 0 ? timeout_ms : timeout_ms - static_cast<gint>(waited_us / 1000));
 }
 
 } // namespace
 
 ssize_t receive_polling(const Port *port, Parcel *parcel)
 {
-    const auto limit = Clock::now() + std::chrono::microseconds{port->polling_us};
+    const gint64 limit = g_get_monotonic_time() + port->polling_us;
     do {
         const ssize_t received = recv(port->fd.get(), parcel->buffer.bytes(), parcel->buffer.capacity(), MSG_DONTWAIT);
         if (received >= 0 || errno != EAGAIN)
             return received;
-    } while (Clock::now() < limit);
+    } while (g_get_monotonic_time() < limit);
     return recv(port->fd.get(), parcel->buffer.bytes(), parcel->buffer.capacity(), 0);
 }
 

@@ -4,11 +4,10 @@
 #include "agent/control/lines.hpp"
 #include "agent/files/standard_output.hpp"
 #include "agent/installation/service_manager.hpp"
+#include "agent/loop/end_signals.hpp"
 #include "agent/requests/handlers.hpp"
 #include "agent/scenario/player.hpp"
 #include "options.hpp"
-
-#include <glib-unix.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -34,12 +33,6 @@ void quit_soon(GMainLoop *loop)
         return G_SOURCE_REMOVE;
     };
     g_idle_add_full(G_PRIORITY_LOW, quit, loop, nullptr);
-}
-
-gboolean quit_loop(gpointer loop)
-{
-    g_main_loop_quit(static_cast<GMainLoop *>(loop));
-    return G_SOURCE_CONTINUE;
 }
 
 void use_directories(const Options &options)
@@ -151,8 +144,7 @@ int serve(const Options &options)
 {
     return_large_blocks();
     Loop loop{g_main_loop_new(nullptr, false), g_main_loop_unref};
-    g_unix_signal_add(SIGTERM, quit_loop, loop.get());
-    g_unix_signal_add(SIGINT, quit_loop, loop.get());
+    const EndSignals signals{[&] { g_main_loop_quit(loop.get()); }};
     signal(SIGPIPE, SIG_IGN); // the reader of our output may end before us
 
     // A mistake in a scenario prevents the start.

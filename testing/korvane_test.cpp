@@ -114,7 +114,7 @@ std::optional<std::string> wait_for_line(ChildProcess &agent, milliseconds timeo
 /// Whether the line is {"agent":"ready",...}.
 bool reports_ready(const std::string &line)
 {
-    const Json report = parse(line);
+    const Json report{cJSON_Parse(line.c_str()), cJSON_Delete};
     const char *state = cJSON_GetStringValue(member(report, "agent"));
     return state && std::string_view{state} == "ready";
 }

@@ -2,14 +2,16 @@
 #include "read_file.hpp"
 
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 namespace kv::test {
 
 std::string read_file(const std::filesystem::path &path)
 {
     std::ifstream file{path, std::ios::binary};
-    return {std::istreambuf_iterator<char>{file}, {}};
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
 }
 
 } // namespace kv::test

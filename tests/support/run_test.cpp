@@ -75,7 +75,11 @@ int run(const Command &command, std::chrono::seconds timeout)
     adopt_orphans();
     const sigset_t signals = block_signals();
     const Deadline deadline{timeout};
-    ChildProcess test{command};
+    // Not the desktop's message bus: an update of an agent reaches all applications of a bus.
+    Command isolated = command;
+    isolated.environment["DBUS_SESSION_BUS_ADDRESS"] = std::nullopt;
+    isolated.environment["XDG_RUNTIME_DIR"] = std::nullopt;
+    ChildProcess test{isolated};
     while (!test_has_ended(test.pid())) {
         if (deadline.has_passed())
             return end_all(test, "the test does not end in time; running processes", timed_out);

@@ -84,7 +84,8 @@ Instructions read_callgrind(const std::string &file)
             objects.name(line.substr(4));
         } else if (line.starts_with("calls=")) {
             std::getline(lines, line); // what the called function took; its own lines have it too
-        } else if (const double count = count_of(line)) {
+        } else {
+            const double count = count_of(line);
             counted.total += count;
             counted.own += is_own ? count : 0;
         }

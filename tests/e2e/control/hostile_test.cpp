@@ -173,15 +173,15 @@ TEST_F(ControlUnderLoad, ReadsScenariosFromRegularFilesOnly)
     }
 }
 
-/// Makes every change of a descriptor's flags fail in this process and the programs that it runs.
-void forbid_changes_of_flags()
+/// Makes a system call fail in this process and the programs that it runs, if one of its arguments has this value.
+void forbid(unsigned system_call, unsigned argument, unsigned value, unsigned error)
 {
     sock_filter rules[] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_fcntl, 0, 3),
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[1])),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, F_SETFL, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EINVAL),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, system_call, 0, 3),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, static_cast<unsigned>(offsetof(seccomp_data, args) + 8 * argument)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, value, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
     };
     const sock_fprog program{static_cast<unsigned short>(std::size(rules)), rules};
@@ -193,7 +193,7 @@ TEST(ControlListener, DoesNotBlockIfFlagsCannotBeChanged)
 {
     AgentHome home;
     ChildProcess agent{[] {
-        forbid_changes_of_flags();
+        forbid(__NR_fcntl, 1, F_SETFL, EINVAL);
         ::execl(KORVANE_AGENT_PATH, KORVANE_AGENT_PATH, static_cast<char *>(nullptr));
         return 127;
     }};
@@ -203,6 +203,19 @@ TEST(ControlListener, DoesNotBlockIfFlagsCannotBeChanged)
     // An agent that blocks in accept() serves the next client, and nothing else: it does not even stop.
     agent.signal(SIGTERM);
     EXPECT_NE(agent.wait(), std::nullopt);
+}
+
+TEST(EndOfAnAgent, NeedsNoWriteThatWakesItsLoop)
+{
+    AgentHome home;
+    ChildProcess agent{[] {
+        forbid(__NR_write, 2, sizeof(std::uint64_t), EIO); // the size of what GLib writes to wake a loop
+        ::execl(KORVANE_AGENT_PATH, KORVANE_AGENT_PATH, static_cast<char *>(nullptr));
+        return 127;
+    }};
+    ASSERT_TRUE(wait_until([&] { return std::filesystem::exists(home.runtime() / "control.json"); }));
+    agent.signal(SIGTERM);
+    EXPECT_EQ(agent.wait(), 0);
 }
 
 TEST(ControlLeftOvers, OfAKilledAgentAreRemoved)

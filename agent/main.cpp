@@ -2,12 +2,13 @@
 #include "agent/control/control_file.hpp"
 #include "agent/control/http/http.hpp"
 #include "agent/control/lines.hpp"
-#include "agent/files/standard_output.hpp"
 #include "agent/installation/service_manager.hpp"
 #include "agent/loop/end_signals.hpp"
 #include "agent/requests/handlers.hpp"
 #include "agent/scenario/player.hpp"
+#include "check_files.hpp"
 #include "options.hpp"
+#include "report.hpp"
 
 #include <csignal>
 #include <cstdlib>
@@ -51,18 +52,13 @@ bool end_with_parent(pid_t parent)
     return getppid() == parent;
 }
 
-/// Prints a line on standard output: a sentence if a person reads it on a terminal, otherwise a JSON object for the
-/// program that does.
-void report(const Json &facts, const std::string &sentence)
-{
-    print_line(isatty(STDOUT_FILENO) == 1 ? sentence : facts.text());
-}
-
-void report_ready(const State &state, const ControlPlace &place, Journal &journal)
+void report_ready(const State &state, const ControlPlace &place, const Seed &seed, Journal &journal)
 {
     const std::string version = state.version.text();
     const int pid = getpid();
-    const Json facts = std::move(Json::object().set("agent", "ready").set("version", version).set("pid", pid));
+    Json facts = std::move(Json::object().set("agent", "ready").set("version", version).set("pid", pid));
+    if (seed)
+        facts.set("seed", shown(seed));
 
     Json noted = facts.copy();
     if (place.port)
@@ -74,16 +70,21 @@ void report_ready(const State &state, const ControlPlace &place, Journal &journa
     if (place.port)
         printed.set("console", place.console());
     report(printed, "korvane-agent " + version + " is ready, process " + std::to_string(pid) +
-                        (place.port ? ", console " + place.console() : ""));
+                        (place.port ? ", console " + place.console() : "") +
+                        (seed ? ", seed " + std::to_string(*seed) : ""));
     notify_service_manager("READY=1");
 }
 
-void report_scenario(const std::string &problem)
+void report_scenario(const std::string &problem, const Seed &seed)
 {
-    if (problem.empty())
-        report(Json::object().set("scenario", "passed"), "scenario passed");
-    else
-        report(Json::object().set("scenario", "failed").set("problem", problem), "scenario failed: " + problem);
+    Json facts = Json::object();
+    facts.set("scenario", problem.empty() ? "passed" : "failed");
+    if (!problem.empty())
+        facts.set("problem", problem);
+    if (seed)
+        facts.set("seed", shown(seed));
+    report(facts, (problem.empty() ? "scenario passed" : "scenario failed: " + problem) +
+                      (seed ? " (seed " + std::to_string(*seed) + ")" : ""));
 }
 
 void report_stopped(Journal &journal)
@@ -121,10 +122,12 @@ struct ScenarioRefused : std::runtime_error {
 
 Scenario load_scenarios(const Options &options)
 {
+    const ScenarioInput input = scenario_input(options);
     try {
         Scenario all;
         for (const std::string &path : options.scenarios)
-            all.append(Scenario::load(path));
+            all.append(Scenario::load(path, input));
+        check_values(options, all.variables);
         all.require(options.version.number());
         return all;
     } catch (const std::exception &problem) {
@@ -189,57 +192,21 @@ int serve(const Options &options)
             g_main_loop_quit(loop.get());
     };
     const Journal::Listener listener = options.scenarios.empty() ? nullptr : journal.listen(stop_without_applications);
+    const Seed seed = scenario.seed;
     if (listener)
         player.start(std::move(scenario), [&](const std::string &problem) {
             scenario_passed = problem.empty();
             scenario_ended = true;
-            contain([&] { report_scenario(problem); });
+            contain([&] { report_scenario(problem, seed); });
             stop_without_applications({});
         });
 
-    report_ready(state, place, journal);
+    report_ready(state, place, seed, journal);
     g_main_loop_run(loop.get());
 
     server.stop();
     contain([&] { report_stopped(journal); }); // the reader of the output may have ended
     return scenario_passed ? stopped : failed;
-}
-
-std::string joined(const std::vector<std::string> &words)
-{
-    std::string text;
-    for (const std::string &word : words)
-        text += (text.empty() ? "" : ", ") + word;
-    return text;
-}
-
-/// Reports the versions for which a scenario is meant, or its first mistake. Returns false for a mistake.
-bool check_scenario(const std::string &path)
-{
-    Json facts = Json::object();
-    facts.set("scenario", path);
-    try {
-        const Scenario scenario = Scenario::load(path);
-        std::vector<std::string> versions;
-        for (const std::string &version : Version::all())
-            if (scenario.applies_to(Version::parse(version).number()))
-                versions.push_back(version);
-        facts.set("title", scenario.title).set("versions", array_of(versions));
-        report(facts, path + ": correct, for agents " + joined(versions));
-        return true;
-    } catch (const std::exception &problem) {
-        report(facts.set("problem", problem.what()), problem.what());
-        return false;
-    }
-}
-
-int check_scenarios(const std::vector<std::string> &paths)
-{
-    report(Json::object().set("versions", array_of(Version::all())), "agent versions: " + joined(Version::all()));
-    bool all_are_correct = true;
-    for (const std::string &path : paths)
-        all_are_correct = check_scenario(path) && all_are_correct;
-    return all_are_correct ? stopped : failed;
 }
 
 int run(int argc, char **argv)
@@ -255,7 +222,7 @@ int run(int argc, char **argv)
         return stopped;
     case Options::Action::install: Package{options.for_start_on_demand()}.install(options.version); return stopped;
     case Options::Action::uninstall: Package::uninstall(); return stopped;
-    case Options::Action::check_scenarios: return check_scenarios(options.scenarios);
+    case Options::Action::check_scenarios: return check_scenarios(options) ? stopped : failed;
     case Options::Action::serve: break;
     }
     if (options.exit_with_parent && !end_with_parent(parent))

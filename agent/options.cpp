@@ -4,7 +4,9 @@
 #include "agent/control/commands/commands.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <sstream>
 
@@ -34,6 +36,24 @@ int port_from(const char *text)
     if (port < 0 || port > 65535)
         throw std::invalid_argument{"--http must be a port from 0 to 65535, not " + std::string{text}};
     return port;
+}
+
+std::uint32_t seed_from(const char *text)
+{
+    std::uint32_t seed = 0;
+    const char *end = text + std::strlen(text);
+    if (const auto [stop, error] = std::from_chars(text, end, seed); error != std::errc{} || stop != end)
+        throw std::invalid_argument{"--seed must be a number from 0 to 4294967295, not '" + std::string{text} + "'"};
+    return seed;
+}
+
+/// Takes NAME=VALUE apart. The message does not repeat the value, which may be a secret.
+std::pair<std::string, std::string> setting_from(const std::string &text)
+{
+    const std::size_t equals = text.find('=');
+    if (equals == 0 || equals == std::string::npos)
+        throw std::invalid_argument{"--set must be the name of a variable, '=' and a value"};
+    return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
 constexpr const char *token_variable = "KORVANE_HTTP_TOKEN";
@@ -79,6 +99,10 @@ constexpr Option option_table[] = {
      "access token for the HTTP port (default: KORVANE_HTTP_TOKEN, which process lists do not show, or\n                          a random one)"},
     {"scenario", "FILE", [](Options &o, const char *v) { o.scenarios.push_back(absolute(v)); },
      "run a scenario, or several in order, then stop when the last application has disconnected;\n                          exit status 1 if it failed"},
+    {"set", "NAME=VALUE", [](Options &o, const char *v) { auto [name, value] = setting_from(v); o.scenario_values.insert_or_assign(name, value); },
+     "set a variable of the scenarios; may be repeated"},
+    {"seed", "N", [](Options &o, const char *v) { o.seed = seed_from(v); },
+     "seed of the random orders in scenarios (default: another one each time; a failure names it)"},
     {"check-scenario", "FILE", [](Options &o, const char *v) { o.action = Options::Action::check_scenarios; o.scenarios.push_back(absolute(v)); },
      "check a scenario, or several, print the versions for which each is meant, and exit"},
     {"exit-with-parent", nullptr, [](Options &o, const char *) { o.exit_with_parent = true; },

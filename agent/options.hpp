@@ -3,6 +3,8 @@
 
 #include "agent/device/version.hpp"
 
+#include <cstdint>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -27,8 +29,10 @@ struct Options {
     std::string ca_dir;
     std::string command_fifo;
     std::vector<std::string> scenarios;
-    std::optional<int> http_port; // 0: any free port
-    std::string http_token;       // empty: a random one
+    std::map<std::string, std::string> scenario_values; // of variables
+    std::optional<std::uint32_t> seed;                  // of random orders in scenarios; none: another one each time
+    std::optional<int> http_port;                       // 0: any free port
+    std::string http_token;                             // empty: a random one
     bool commands = false;
     bool update_ready = false;
     bool refuse = false;

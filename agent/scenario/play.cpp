@@ -5,6 +5,7 @@
 #include "shown_step.hpp"
 
 #include <algorithm>
+#include <filesystem>
 #include <utility>
 
 namespace kv::virtual_agent {
@@ -225,7 +226,10 @@ void Play::time_out()
 void Play::note(const Step &step, const std::string &problem)
 {
     Json facts = Json::object();
-    facts.set("scenario", scenario_.title).set("line", step.line).set("step", in_words(step));
+    facts.set("scenario", scenario_.title);
+    if (!step.included_by.empty())
+        facts.set("file", std::filesystem::path{step.file}.filename().string());
+    facts.set("line", step.line).set("step", in_words(step));
     facts.set("ok", problem.empty());
     if (!problem.empty())
         facts.set("problem", problem);
@@ -236,8 +240,8 @@ void Play::note(const Step &step, const std::string &problem)
 void Play::fail(const Step &step, const std::string &problem)
 {
     note(step, problem);
-    end((step.file.empty() ? "line " : step.file + ", line ") + std::to_string(step.line) + ", " + in_words(step) +
-        ": " + problem);
+    end((step.file.empty() ? "line " : step.file + ", line ") + std::to_string(step.line) + step.included_by + ", " +
+        in_words(step) + ": " + problem);
 }
 
 void Play::end(const std::string &failure)

@@ -18,7 +18,7 @@ public:
     Play(const Play &) = delete;
     Play &operator=(const Play &) = delete;
 
-    const std::string &title() const { return scenario_.title; }
+    const Scenario &scenario() const { return scenario_; }
     /// The present step; null once the play has ended.
     const Scenario::Step *current() const;
     /// Ends the play; the present step counts as failed.

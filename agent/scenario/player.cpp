@@ -35,9 +35,9 @@ Json ScenarioPlayer::view() const
         return {};
     const Scenario::Step *step = play_->current();
     Json shown = Json::object();
-    shown.set("title", play_->title()).set("running", step != nullptr);
+    shown.set("title", play_->scenario().title).set("running", step != nullptr);
     shown.set("line", step ? Json{step->line} : Json{}).set("step", step ? Json{in_words(*step)} : Json{});
-    shown.set("problem", problem_);
+    shown.set("problem", problem_).set("seed", virtual_agent::shown(play_->scenario().seed));
     return shown;
 }
 

@@ -1,213 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenario.hpp"
 
-#include "agent/files/read_file.hpp"
-#include "agent/interface/methods.hpp"
-#include "agent/json/kind.hpp"
-#include "checks.hpp"
-#include "common/suggestion.hpp"
-#include "functions.hpp"
+#include "reading/scenario_reader.hpp"
 
 #include <algorithm>
-#include <memory>
+#include <iterator>
 #include <stdexcept>
-#include <utility>
 
 namespace kv::virtual_agent {
 
-namespace {
-
-using Kind = Scenario::Step::Kind;
-
-constexpr int default_timeout_ms = 5000;
-
-/// A version as a number; `otherwise` if the member is missing.
-int version_in(Arguments &members, const char *name, int otherwise)
+Scenario Scenario::parse(const std::string &text, const ScenarioInput &input)
 {
-    const std::optional<std::string> text = members.text(name);
-    return text ? Version::parse(*text).number() : otherwise;
+    return ScenarioReader{input}.parse(text);
 }
 
-Json object_in(Arguments &members, const char *name)
+Scenario Scenario::from_json(const cJSON *document, const ScenarioInput &input)
 {
-    const cJSON *value = members.any(name);
-    if (value && !cJSON_IsObject(value))
-        throw Mistake{value, std::string{"'"} + name + "' must be an object, not " + kind_of(value)};
-    return value ? Json::copy_of(value) : Json::object();
+    return ScenarioReader{input}.from_json(document);
 }
 
-/// The arguments of a command: the first is the value of the member with its name, the others are members by name.
-Json command_arguments(const Command &command, Arguments &members)
+Scenario Scenario::load(const std::string &path, const ScenarioInput &input)
 {
-    Json arguments = Json::object();
-    bool first = true;
-    for (const Parameter &parameter : command.parameters) {
-        const cJSON *value = members.any(std::exchange(first, false) ? command.name : parameter.name);
-        if (value)
-            arguments.set(parameter.name, Json::copy_of(value));
-    }
-    return arguments;
-}
-
-/// The names that a step can have.
-std::vector<std::string> step_names()
-{
-    std::vector<std::string> names{"expect", "never", "until", "wait_ms", "say"};
-    for (const Command &command : all_commands())
-        if (!command.waits())
-            names.emplace_back(command.name);
-    return names;
-}
-
-std::vector<std::string> names_of_calls()
-{
-    std::vector<std::string> names;
-    for (const MethodEntry &method : all_methods())
-        names.emplace_back(method.name);
-    for (const Function &function : all_functions())
-        names.push_back(function.name);
-    return names;
-}
-
-/// Reads the call that `expect` or `never` names: a method of the agent or an exported function.
-void take_call(Scenario::Step &step, const char *kind, Arguments &members)
-{
-    step.text = members.required_text(kind);
-    const cJSON *where = members.any(kind);
-    step.arguments = object_in(members, "with");
-    if (const cJSON *answer = members.any("answer"))
-        step.answer = Json::copy_of(answer);
-    const Function *function = find_function(step.text);
-    if (!function && !find_method(step.text))
-        throw Mistake{where,
-                      "there is no method or function '" + step.text + "'" + suggestion(step.text, names_of_calls())};
-    if (!function) {
-        check_call(step.text, members.any("with"), members.any("answer"));
-        step.requests.push_back({0, step.text, step.arguments.copy()});
-        return;
-    }
-    for (const FunctionRequest &request : function->requests) {
-        if (!request.inside)
-            check_call(request.method, members.any("with"), members.any("answer"));
-        step.requests.push_back({request.since, request.method, request_arguments(request, step.arguments.get())});
-    }
-}
-
-/// Reads the kind of a step from the one member that names it, and its other members.
-void take_kind(Scenario::Step &step, const cJSON *object)
-{
-    Arguments members{object};
-    int kinds = 0;
-    const auto is = [&](const char *name, Kind kind) {
-        if (!members.any(name))
-            return false;
-        step.kind = kind;
-        ++kinds;
-        return true;
-    };
-    if (is("expect", Kind::expect))
-        take_call(step, "expect", members);
-    if (is("never", Kind::never))
-        take_call(step, "never", members);
-    if (is("until", Kind::until)) {
-        step.arguments = object_in(members, "until");
-        check_paths(members.any("until"));
-    }
-    if (is("wait_ms", Kind::wait))
-        step.within_ms = members.count("wait_ms").value_or(0);
-    if (is("say", Kind::say))
-        step.text = members.required_text("say");
-    for (const Command &command : all_commands())
-        if (!command.waits() && is(command.name, Kind::command)) {
-            step.command = &command;
-            step.arguments = command_arguments(command, members);
-            check_command(command, object, step.arguments.get());
-        }
-    if (kinds == 0)
-        refuse_unknown_step(object, step_names());
-    if (kinds > 1)
-        throw std::invalid_argument{
-            "a step has only one of 'expect', 'never', 'until', 'wait_ms', 'say' or a command's name"};
-
-    if (step.kind == Kind::expect || step.kind == Kind::until) {
-        step.within_ms = members.count("within_ms").value_or(default_timeout_ms);
-        step.not_before_ms = members.count("not_before_ms").value_or(0);
-        if (step.not_before_ms > step.within_ms)
-            throw Mistake{members.any("not_before_ms"),
-                          "'not_before_ms' is greater than 'within_ms', " + std::to_string(step.within_ms)};
-    }
-    step.since = version_in(members, "since", 0);
-    step.before = version_in(members, "before", std::numeric_limits<int>::max());
-    members.text("note"); // a comment in the file
-    members.end();
-}
-
-/// The position of the first mistake in a text that is not JSON.
-Position position_of_mistake(const std::string &text)
-{
-    const char *end = nullptr;
-    const std::unique_ptr<cJSON, decltype(&cJSON_Delete)> document{cJSON_ParseWithOpts(text.c_str(), &end, true),
-                                                                   cJSON_Delete};
-    return Position::of(text, static_cast<std::size_t>(end ? end - text.c_str() : 0));
-}
-
-[[noreturn]] void refuse_at(const Position &position, const std::string &problem)
-{
-    throw std::invalid_argument{position.text() + ": " + problem};
-}
-
-} // namespace
-
-Scenario Scenario::parse(const std::string &text)
-{
-    Json document;
-    try {
-        document = Json::parse(text);
-    } catch (const JsonTooLarge &problem) {
-        refuse_at({}, problem.what());
-    } catch (const std::invalid_argument &) {
-        refuse_at(position_of_mistake(text), "the text is not JSON from here on");
-    }
-    return from_json(document.get(), Positions{text, document.get()});
-}
-
-Scenario Scenario::from_json(const cJSON *document)
-{
-    return from_json(document, {});
-}
-
-Scenario Scenario::from_json(const cJSON *document, const Positions &positions)
-{
-    const cJSON *steps = cJSON_GetObjectItemCaseSensitive(document, "steps");
-    if (!cJSON_IsArray(steps))
-        refuse_at(positions.of(document), "a scenario is an object with an array 'steps'");
-    Scenario scenario;
-    try {
-        Arguments members{document};
-        scenario.title = members.text("title").value_or("");
-        scenario.since = version_in(members, "since", scenario.since);
-        scenario.before = version_in(members, "before", scenario.before);
-        members.any("steps");
-        members.text("$schema"); // for editors
-        members.text("note");
-        members.end();
-    } catch (const std::invalid_argument &problem) {
-        refuse_at(positions.of(document), problem.what());
-    }
-
-    for (const cJSON *item = steps->child; item; item = item->next) {
-        Step step{Kind::say, positions.of(item).line};
-        try {
-            check_placeholders(item);
-            take_kind(step, item);
-        } catch (const Mistake &problem) {
-            refuse_at(positions.of(problem.where), problem.what());
-        } catch (const std::invalid_argument &problem) {
-            refuse_at(positions.of(item), problem.what());
-        }
-        scenario.steps.push_back(std::move(step));
-    }
-    return scenario;
+    return ScenarioReader{input}.load(path);
 }
 
 const Scenario::Step::Request *Scenario::Step::request_to(int version) const
@@ -221,6 +35,8 @@ const Scenario::Step::Request *Scenario::Step::request_to(int version) const
 
 void Scenario::require(int version) const
 {
+    if (is_part)
+        throw std::invalid_argument{"the scenario '" + title + "' is a part, which other scenarios include"};
     if (applies_to(version))
         return;
     const std::string oldest = since == 0 ? "" : " from " + version_text(since) + " on";
@@ -235,20 +51,11 @@ void Scenario::append(Scenario more)
         title = std::move(more.title);
     since = std::max(since, more.since);
     before = std::min(before, more.before);
+    is_part = is_part || more.is_part;
+    variables.insert(variables.end(), more.variables.begin(), more.variables.end());
+    if (!seed)
+        seed = more.seed;
     steps.insert(steps.end(), std::make_move_iterator(more.steps.begin()), std::make_move_iterator(more.steps.end()));
-}
-
-Scenario Scenario::load(const std::string &path)
-{
-    const std::string text = read_file(path, max_file);
-    try {
-        Scenario scenario = parse(text);
-        for (Step &step : scenario.steps)
-            step.file = path;
-        return scenario;
-    } catch (const std::invalid_argument &problem) {
-        throw std::invalid_argument{path + ", " + problem.what()};
-    }
 }
 
 } // namespace kv::virtual_agent

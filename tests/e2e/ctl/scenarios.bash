@@ -9,6 +9,9 @@ part_scenarios() {
     check_forbidden_calls
     check_deaths_of_the_agent
     check_functions_in_scenarios
+    check_variables
+    check_includes
+    check_random_orders
     check_record
 }
 
@@ -115,6 +118,64 @@ check_deaths_of_the_agent() {
     expect_status 1 "$ctl" run restarts.json -- "$device"
     printf '%s' '{"steps": [{"expect": "start"}, {"kill": true}, {"never": "start"}, {"wait_ms": 1000}]}' >away.json
     expect_status 0 "$ctl" run away.json -- sh -c "$washer; sleep 60"
+    expect_nothing_left
+}
+
+check_variables() {
+    printf '%s\n' '{"variables": {"call": "get_device_id", "ms": 200}, "steps": [' \
+        '  {"expect": "${call}", "within_ms": "${ms}"}]}' >variables.json
+    expect_status 0 "$ctl" run variables.json -- "$device"
+    expect_status 1 "$ctl" run --set call=reset --set ms=10 variables.json -- "$device"
+    expect_in out 'expect reset: not within 10 ms'
+    expect_status 2 "$ctl" run --set cal=stop variables.json -- touch started
+    expect_in err "no scenario has a variable 'cal'; did you mean 'call'?"
+    expect_status 2 "$ctl" run --set ms=soon variables.json -- touch started
+    expect_in err "variables.json, line 1, column 41: the value that is given for 'ms' must be a number"
+    expect_status 2 "$ctl" run --set call=strat variables.json -- touch started
+    expect_in err "variables.json, line 2, column 4: there is no method or function 'strat'; did you mean 'start'?"
+    expect_status 2 "$ctl" run --set call variables.json -- touch started
+    expect_in err '--set must be the name of a variable'
+    [[ ! -e started ]] || fail 'the application was started in spite of a wrong variable'
+    expect_nothing_left
+}
+
+check_includes() {
+    mkdir -p parts
+    printf '{"part": true, "variables": {"call": "start"}, "steps": [\n  {"expect": "${call}", "within_ms": 200}]}\n' >parts/call.json
+    printf '%s\n' '{"steps": [{"include": "parts/call.json"},' '  {"include": "parts/call.json", "with": {"call": "reset"}}]}' >includes.json
+    expect_status 1 "$ctl" run includes.json -- "$washer"
+    expect_in out 'scenario, call.json, line 2: expect start'
+    expect_in out "parts/call.json, line 2, included by $PWD/includes.json, line 2, expect reset: not within 200 ms"
+    expect_status 2 "$ctl" run parts/call.json -- touch started
+    expect_in err 'is a part, which other scenarios include'
+    printf '{"steps": [\n{"expcet": "start"}]}\n' >parts/call.json
+    expect_status 2 "$ctl" run includes.json -- touch started
+    expect_in err "parts/call.json, line 2, column 2: there is no step 'expcet'; did you mean 'expect'?"
+    expect_in err '(included by '
+    [[ ! -e started ]] || fail 'the application was started in spite of a mistake in an included file'
+    expect_nothing_left
+}
+
+# Seed 1 leads to the order a, b, c; seed 2 to c, a, b.
+check_random_orders() {
+    printf '{"steps": [{"any_order": [{"say": "a"}, {"say": "b"}, {"say": "c"}]}, {"expect": "stop"}]}\n' >orders.json
+    expect_status 0 "$ctl" run --seed 2 orders.json -- "$device"
+    [[ $(sed -n 's/.*scenario, line 1: \([abc]\)$/\1/p' out | tr -d '\n') == cab ]] || fail 'seed 2 does not lead to the order c, a, b'
+    expect_not_in out seed
+    printf '{"steps": [{"any_order": [{"say": "a"}, {"say": "b"}, {"say": "c"}]}, {"expect": "reset", "within_ms": 50}]}\n' >orders.json
+    expect_status 1 "$ctl" run --seed 1 orders.json -- "$device"
+    [[ $(sed -n 's/.*scenario, line 1: \([abc]\)$/\1/p' out | tr -d '\n') == abc ]] || fail 'seed 1 does not lead to the order a, b, c'
+    expect_in out 'the same order again: --seed 1'
+    expect_status 1 "$ctl" run --json --seed 4294967295 orders.json -- "$device"
+    expect_in out '"seed":4294967295}'
+    expect_status 1 "$ctl" run orders.json -- "$device"
+    local seed
+    seed=$(sed -n 's/.*the same order again: --seed \([0-9]*\)$/\1/p' out)
+    sed -n 's/.*scenario, line 1: //p' out >first-order
+    expect_status 1 "$ctl" run --seed "$seed" orders.json -- "$device"
+    sed -n 's/.*scenario, line 1: //p' out | diff - first-order || fail 'the seed of a failure does not repeat its order'
+    expect_status 2 "$ctl" run --seed 4294967296 orders.json -- "$device"
+    expect_status 2 "$ctl" run --seed x orders.json -- "$device"
     expect_nothing_left
 }
 

@@ -14,6 +14,8 @@ part_suites() {
     check_shards
     check_interrupted_suite
     check_watch
+    check_watch_of_includes
+    check_parts_variables_seeds
 }
 
 passed_runs() {
@@ -44,6 +46,51 @@ check_watch() {
     kill -TERM "$watching"
     wait "$watching" || fail "a watch whose last run has passed does not end well: $(cat err watched)"
     expect_status 2 "$ctl" test --watch nowhere -- "$device"
+    expect_nothing_left
+}
+
+check_watch_of_includes() {
+    mkdir -p watch/parts watch/main
+    printf '{"part": true, "steps": [{"expect": "get_device_id"}]}\n' >watch/parts/id.json
+    printf '{"steps": [{"include": "../parts/id.json"}, {"expect": "stop"}]}\n' >watch/main/id.json
+    "$ctl" test --watch watch/main -- "$device" >watched 2>err &
+    local watching=$!
+    wait_until passed_runs 1
+    wait_until grep -q 'waiting for a change' watched
+    printf '{"steps": [{"expcet": "stop"}]}\n' >watch/parts/id.json
+    wait_until grep -q "id.json, line 1, column 13: there is no step 'expcet'" err
+    rm watch/parts/id.json
+    wait_until grep -q "cannot read .*/watch/parts/id.json" err
+    printf '{"part": true, "steps": [{"expect": "get_device_id"}]}\n' >watch/parts/id.json
+    wait_until passed_runs 2
+    kill -TERM "$watching"
+    wait "$watching" || fail "a watch of includes whose last run has passed does not end well: $(cat err watched)"
+    expect_nothing_left
+}
+
+# A part is no case of its own. A variable is set where it exists. Reports name the seed of a failure.
+check_parts_variables_seeds() {
+    mkdir -p choices/parts
+    printf '{"part": true, "variables": {"call": "reset"}, "steps": [{"expect": "${call}", "within_ms": 50}]}\n' >choices/parts/call.json
+    printf '{"variables": {"call": "reset"}, "steps": [{"include": "parts/call.json", "with": {"call": "${call}"}},
+        {"any_order": [{"say": "a"}, {"say": "b"}]}, {"expect": "${call}", "within_ms": 50}]}\n' >choices/a.json
+    printf '{"variables": {"other": "stop"}, "steps": [{"expect": "${other}"}]}\n' >choices/b.json
+    expect_status 1 "$ctl" test choices -- "$device"
+    expect_cases a@2.3 b@2.3
+    expect_status 1 "$ctl" test --set call=get_device_id --seed 5 --junit seed.xml choices -- "$device"
+    expect_cases a@2.3 b@2.3
+    expect_in out 'the same order again: --seed 5'
+    expect_in seed.xml '<property name="seed" value="5"/>'
+    expect_status 1 "$ctl" report merge seed.xml
+    expect_in out 'the same order again: --seed 5'
+    expect_status 1 "$ctl" test --set call=get_device_id --seed 5 --json choices/a.json -- "$device"
+    expect_in out '"seed":5'
+    cp out seed.json
+    expect_status 1 "$ctl" report merge --tap seed.json
+    expect_in out '  seed: 5'
+    expect_status 0 "$ctl" test --set other=start choices/b.json -- "$device"
+    expect_refused "no scenario has a variable 'othr'; did you mean 'other'?" --set othr=x choices
+    expect_refused 'no scenario is meant for these agent versions or matches the filter' choices/parts
     expect_nothing_left
 }
 

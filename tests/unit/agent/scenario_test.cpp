@@ -2,7 +2,7 @@
 // Scenario files, the comparison of values, JSON limits and the clock.
 #include "agent/device/clock.hpp"
 #include "agent/json/matching.hpp"
-#include "agent/scenario/functions.hpp"
+#include "agent/scenario/reading/functions.hpp"
 #include "agent/scenario/scenario.hpp"
 
 #include <gtest/gtest.h>

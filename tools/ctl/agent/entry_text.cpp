@@ -28,7 +28,9 @@ std::string connection_text(const Json &entry)
 }
 std::string step_text(const Json &entry)
 {
-    return "scenario, line " + text_in(entry, "line") + ": " + text_in(entry, "step");
+    const std::string file = text_in(entry, "file"); // of an included step
+    return "scenario, " + (file.empty() ? "" : file + ", ") + "line " + text_in(entry, "line") + ": " +
+           text_in(entry, "step");
 }
 std::string command_text(const Json &entry)
 {

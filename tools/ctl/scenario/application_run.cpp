@@ -37,6 +37,16 @@ bool ended_on_request(int status)
 
 } // namespace
 
+std::vector<std::string> ScenarioChoices::options() const
+{
+    std::vector<std::string> words;
+    for (const std::string &setting : settings)
+        words.insert(words.end(), {"--set", setting});
+    if (seed)
+        words.insert(words.end(), {"--seed", std::to_string(*seed)});
+    return words;
+}
+
 TemporaryDirectory::TemporaryDirectory()
 {
     const std::filesystem::path parent = std::filesystem::temp_directory_path();
@@ -100,6 +110,8 @@ Program ApplicationRun::agent_command(const std::filesystem::path &journal) cons
     if (!options_.faults.empty())
         program.words.insert(program.words.end(), {"--scenario", options_.faults});
     program.words.insert(program.words.end(), {"--scenario", options_.scenario});
+    for (std::string &word : options_.choices.options())
+        program.words.push_back(std::move(word));
     if (!options_.agent_version.empty())
         program.words.insert(program.words.end(), {"--agent-version", options_.agent_version});
     return program;
@@ -147,6 +159,7 @@ void ApplicationRun::take_agent_output(const std::string &line)
     if (!report.is_object())
         return;
     if (report.value("agent", "") == "ready" && !application_started_) {
+        seed_ = member_of(report, "seed");
         start_application();
     } else if (report.contains("scenario")) {
         scenario_over_ = true;
@@ -240,7 +253,13 @@ int ApplicationRun::report() const
         out_.line(out_.in(Output::Colour::green, "played well"), {{"played", true}});
         return done;
     }
-    out_.line(out_.in(Output::Colour::red, "FAILED: " + problem_), {{"played", false}, {"problem", problem_}});
+    Json result{{"played", false}, {"problem", problem_}};
+    std::string text = "FAILED: " + problem_;
+    if (seed_.is_number()) {
+        result["seed"] = seed_;
+        text += "\n        the same order again: --seed " + text_of(seed_);
+    }
+    out_.line(out_.in(Output::Colour::red, text), result);
     return failed;
 }
 

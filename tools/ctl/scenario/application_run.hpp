@@ -6,9 +6,11 @@
 #include "tools/ctl/process/lines.hpp"
 #include "tools/ctl/process/loop.hpp"
 
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,11 +18,21 @@ namespace kv::ctl {
 
 inline constexpr unsigned max_timeout_s = 24 * 60 * 60;
 
+/// How a scenario is read.
+struct ScenarioChoices {
+    std::vector<std::string> settings{}; // of variables: NAME=VALUE
+    std::optional<std::uint32_t> seed{}; // of random orders; by default another one in each run
+
+    /// The options that pass them to the agent or to 'korvanectl run'.
+    std::vector<std::string> options() const;
+};
+
 struct RunOptions {
     std::string scenario{};
     std::string faults{}; // a scenario of commands that is played before
     std::string agent_version{};
     std::string agent_program{};
+    ScenarioChoices choices{};
     unsigned timeout_s = 0; // for the whole scenario; 0 for none
     bool quiet = false;     // do not print the journal
 };
@@ -74,6 +86,7 @@ private:
     Loop loop_{};
     std::string bus_address_{};
     std::string problem_{};      // the first thing that failed
+    Json seed_{};                // of the random orders, as the agent reports it; null if there are none
     std::string agent_error_{};  // the last error message of the agent
     bool scenario_over_ = false; // passed or failed
     bool ending_ = false;

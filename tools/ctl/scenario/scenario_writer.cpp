@@ -21,6 +21,14 @@ bool is_masked(const Json &value)
     return value.is_string() && value.get<std::string>().rfind("<secret, ", 0) == 0;
 }
 
+/// In a scenario "${" begins a variable.
+std::string escaped(std::string text)
+{
+    for (std::size_t at = 0; (at = text.find("${", at)) != std::string::npos; at += 3)
+        text.insert(at, "$");
+    return text;
+}
+
 /// The position at which the journal has cut off a long value, which it marks with "... (1234 bytes)" or "... (40 items)"; npos if not.
 std::size_t cut_position(const Json &value)
 {
@@ -41,7 +49,7 @@ Json expected(const Json &value);
 Json expected_begin(const Json &value, std::size_t length)
 {
     const std::string begin = value.get<std::string>().substr(0, length);
-    return begin.empty() ? Json(nullptr) : Json{{"contains", begin}};
+    return begin.empty() ? Json(nullptr) : Json{{"contains", escaped(begin)}};
 }
 
 Json expected_members(const Json &object)
@@ -74,6 +82,8 @@ Json expected(const Json &value)
         return expected_begin(value, cut);
     if (value.is_object())
         return expected_members(value);
+    if (value.is_string())
+        return escaped(value.get<std::string>());
     return value.is_array() ? expected_items(value) : value;
 }
 
@@ -84,6 +94,8 @@ Json value_to_send(const Json &value, const std::string &name, std::vector<std::
         missing.push_back(name + (is_masked(value) ? ", a secret" : ", too long for the journal"));
         return placeholder(name);
     }
+    if (value.is_string())
+        return escaped(value.get<std::string>());
     if (!value.is_structured())
         return value;
     Json whole = value;

@@ -36,6 +36,8 @@ std::vector<std::string> command_for(const Case &which, const CaseProgram &progr
                                    program.agent_program};
     if (program.timeout_s > 0)
         words.insert(words.end(), {"--timeout", std::to_string(program.timeout_s)});
+    for (std::string &word : which.choices.options())
+        words.push_back(std::move(word));
     if (!which.faults.empty())
         words.insert(words.end(), {"--faults", which.faults});
     words.insert(words.end(), {which.file, "--"});
@@ -100,6 +102,7 @@ void CaseRun::take_result(const std::string &line)
     if (object.contains("played")) {
         has_result_ = true;
         problem_ = text_in(object, "problem");
+        seed_ = text_in(object, "seed");
     } else if (object.is_object()) {
         keep(journal_, entry_text(object), max_entries);
     }
@@ -129,7 +132,8 @@ void CaseRun::finish()
            seconds.count(),
            problem_,
            {journal_.begin(), journal_.end()},
-           {output_.begin(), output_.end()}});
+           {output_.begin(), output_.end()},
+           seed_});
 }
 
 } // namespace kv::ctl

@@ -51,6 +51,7 @@ private:
     int parts_ = 3; // that have not ended: the process and its two pipes
     bool has_result_ = false;
     std::string problem_{};
+    std::string seed_{};
     std::deque<std::string> journal_{};
     std::deque<std::string> output_{};
     Child child_{};

@@ -41,13 +41,25 @@ public:
                 continue;
             const std::string variant = version + (plan ? "+" + plan->name : "");
             if (matches(options_.filter, scenario.name + "@" + variant))
-                add_repeated({scenario.name, variant, scenario.path, version, plan ? plan->path : ""});
+                add_repeated({scenario.name, variant, scenario.path, version, plan ? plan->path : "",
+                              choices_for(scenario, plan)});
         }
     }
 
     std::vector<Case> take() { return std::move(all_); }
 
 private:
+    /// Leaves out the variables that neither the scenario nor the plan has.
+    ScenarioChoices choices_for(const ScenarioFile &scenario, const ScenarioFile *plan) const
+    {
+        ScenarioChoices choices = options_.choices;
+        std::erase_if(choices.settings, [&](const std::string &setting) {
+            const std::string name = setting.substr(0, setting.find('='));
+            return !scenario.has_variable(name) && !(plan && plan->has_variable(name));
+        });
+        return choices;
+    }
+
     void add_repeated(const Case &one)
     {
         for (unsigned turn = 1; turn <= options_.repeat; ++turn) {
@@ -75,10 +87,12 @@ std::vector<Case> cases_of(const CaseOptions &options)
             paths.push_back(file.path);
         }
     refuse_placeholders(paths);
-    const VersionTable versions{required_agent_program(options.agent_program), files};
+    const VersionTable versions{required_agent_program(options.agent_program), files, options.choices};
 
     Cases cases{options};
     for (const ScenarioFile &scenario : scenarios) {
+        if (scenario.is_part)
+            continue;
         const std::vector<std::string> chosen = versions.chosen(options.agent_versions, scenario);
         if (plans.empty())
             cases.add(scenario, chosen, nullptr);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tools/ctl/scenario/application_run.hpp"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,6 +17,7 @@ struct Case {
     std::string file{};
     std::string version{};
     std::string faults{}; // the file of the plan
+    ScenarioChoices choices{};
 
     /// Stable: it depends only on the names of the files and on the options. setup/wrong-password@1.3+slow#2
     std::string name() const { return scenario + "@" + variant; }
@@ -25,6 +28,7 @@ struct CaseOptions {
     std::string agent_versions = "newest";
     std::string agent_program{};
     std::vector<std::string> faults{}; // each plan multiplies the cases
+    ScenarioChoices choices{};
     std::string filter{};
     unsigned repeat = 1;
     std::optional<std::uint32_t> shuffle_seed{};

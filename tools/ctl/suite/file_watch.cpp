@@ -58,9 +58,9 @@ int FileWatch::add(const std::filesystem::path &folder)
 void FileWatch::watch_file(const std::filesystem::path &path)
 {
     std::error_code ignored;
-    if (!std::filesystem::is_regular_file(path, ignored))
-        return;
     const std::filesystem::path file = std::filesystem::absolute(path);
+    if (std::filesystem::is_directory(file, ignored) || !std::filesystem::exists(file.parent_path(), ignored))
+        return;
     files_[add(file.parent_path())].insert(file.filename());
 }
 

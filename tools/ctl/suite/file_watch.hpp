@@ -14,8 +14,9 @@ namespace kv::ctl {
 /// Notices changes of files and signals that end the program, also those that come before wait() is called.
 class FileWatch {
 public:
-    /// Watches scenario files, the "*.json" files in and below folders of them, and single files. Ignores a scenario that does
-    /// not exist, and a single file that is none. Throws Failure if the system cannot watch.
+    /// Watches scenario files, the "*.json" files in and below folders of them, and single files, which need not exist yet.
+    /// Ignores a path whose folder does not exist, and a folder among the single files. Throws Failure if the system cannot
+    /// watch.
     FileWatch(const std::vector<std::string> &scenarios, const std::vector<std::string> &files);
     FileWatch(const FileWatch &) = delete;
     FileWatch &operator=(const FileWatch &) = delete;

@@ -54,7 +54,13 @@ void write_case(std::ostream &xml, const CaseResult &result)
         xml << "/>\n";
         return;
     }
-    xml << ">\n      <failure message=\"" << escaped(result.problem) << "\">" << escaped(lines_of(result.journal))
+    xml << ">\n";
+    if (!result.seed.empty()) {
+        xml << "      <properties>\n  ";
+        write_property(xml, "seed", result.seed);
+        xml << "      </properties>\n";
+    }
+    xml << "      <failure message=\"" << escaped(result.problem) << "\">" << escaped(lines_of(result.journal))
         << "</failure>\n";
     if (!result.output.empty())
         xml << "      <system-out>" << escaped(lines_of(result.output)) << "</system-out>\n";

@@ -56,6 +56,8 @@ Json json_of(const CaseResult &result)
               {"seconds", result.seconds}};
     if (!result.passed()) {
         line["problem"] = result.problem;
+        if (!result.seed.empty())
+            line["seed"] = parsed(result.seed);
         line["journal"] = result.journal;
         line["output"] = result.output;
     }
@@ -95,6 +97,8 @@ void Printer::print_text(const CaseResult &result) const
     if (result.passed())
         return;
     std::printf("    %s\n", printable(result.problem).c_str());
+    if (!result.seed.empty())
+        std::printf("    the same order again: --seed %s\n", printable(result.seed).c_str());
     print_indented("the last entries of the journal:", result.journal);
     print_indented("the last lines of the application:", result.output);
 }
@@ -111,6 +115,8 @@ void Printer::print_tap(const CaseResult &result) const
     std::printf("  ---\n  duration_ms: %.0f\n", 1000 * result.seconds);
     if (!result.passed()) {
         std::printf("  message: %s\n", quoted(result.problem).c_str());
+        if (!result.seed.empty())
+            std::printf("  seed: %s\n", printable(result.seed).c_str());
         print_yaml_list("journal", result.journal);
         print_yaml_list("output", result.output);
     }

@@ -37,7 +37,8 @@ CaseResult case_in(const Json &line)
                       number_or_zero(member_of(line, "seconds")),
                       text_in(line, "problem"),
                       texts_in(member_of(line, "journal")),
-                      texts_in(member_of(line, "output"))};
+                      texts_in(member_of(line, "output")),
+                      text_in(line, "seed")};
     if (result.problem.empty() && !flag_in(line, "passed", false))
         result.problem = "failed";
     return result;
@@ -117,6 +118,8 @@ private:
             suite_.shard = Shard::parse(attributes["value"]);
         } else if (element == "property" && attributes["name"] == "complete") {
             suite_.complete = attributes["value"] == "true";
+        } else if (element == "property" && attributes["name"] == "seed" && !suite_.cases.empty()) {
+            suite_.cases.back().seed = attributes["value"];
         } else if (element == "testcase") {
             suite_.cases.push_back(
                 {attributes["classname"], attributes["name"], g_ascii_strtod(attributes["time"].c_str(), nullptr)});

@@ -28,6 +28,7 @@ struct CaseResult {
     std::string problem{};              // empty if the case passed
     std::vector<std::string> journal{}; // the last entries of the agent's journal, as text
     std::vector<std::string> output{};  // the last lines of the application
+    std::string seed{};                 // of the random orders of a case that failed; empty if there are none
 
     std::string name() const { return scenario + "@" + variant; }
     bool passed() const { return problem.empty(); }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenario_files.hpp"
 
+#include "tools/ctl/agent/paths.hpp"
 #include "tools/ctl/output/failure.hpp"
 #include "tools/ctl/output/json.hpp"
 #include "tools/ctl/output/suggestion.hpp"
@@ -61,6 +62,11 @@ std::vector<std::string> parts_of(const std::string &list)
     for (std::string part; std::getline(text, part, ',');)
         parts.push_back(part);
     return parts;
+}
+
+std::string first_line(const std::string &text)
+{
+    return text.substr(0, text.find('\n'));
 }
 
 bool contains(const std::vector<std::string> &list, const std::string &item)
@@ -142,11 +148,36 @@ std::vector<ScenarioFile> find_scenarios(const std::vector<std::string> &paths)
     return all.take();
 }
 
-VersionTable::VersionTable(const std::string &agent_program, std::vector<ScenarioFile *> scenarios)
+bool ScenarioFile::has_variable(const std::string &variable) const
+{
+    return contains(variables, variable);
+}
+
+std::vector<std::string> included_files(const std::string &agent_program, const std::vector<std::string> &paths)
+{
+    std::vector<std::string> words{required_agent_program(agent_program)};
+    try {
+        for (const ScenarioFile &scenario : find_scenarios(paths))
+            words.insert(words.end(), {"--check-scenario", scenario.path});
+    } catch (const UsageError &) { // the run that follows reports it
+        return {};
+    }
+    std::vector<std::string> files;
+    std::istringstream lines{capture(words).out};
+    for (std::string line; std::getline(lines, line);)
+        for (const std::string &file : texts_in(member_of(parsed(line), "includes")))
+            files.push_back(file);
+    return files;
+}
+
+VersionTable::VersionTable(const std::string &agent_program, std::vector<ScenarioFile *> scenarios,
+                           const ScenarioChoices &choices)
 {
     std::vector<std::string> words{agent_program};
     for (const ScenarioFile *scenario : scenarios)
         words.insert(words.end(), {"--check-scenario", scenario->path});
+    for (std::string &word : choices.options())
+        words.push_back(std::move(word));
     if (scenarios.empty())
         return;
 
@@ -163,9 +194,13 @@ VersionTable::VersionTable(const std::string &agent_program, std::vector<Scenari
         if (const std::string problem = text_in(facts, "problem"); !problem.empty())
             problems += (problems.empty() ? "" : "\n            ") + problem;
         scenario->versions = texts_in(member_of(facts, "versions"));
+        scenario->variables = texts_in(member_of(facts, "variables"));
+        scenario->is_part = flag_in(facts, "part", false);
     }
     if (!problems.empty())
         throw UsageError{problems};
+    if (const std::string problem = agent_error_in(first_line(agent.err)); !problem.empty())
+        throw UsageError{problem};
 }
 
 std::vector<std::string> VersionTable::chosen(const std::string &text, const ScenarioFile &scenario) const

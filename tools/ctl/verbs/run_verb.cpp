@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "verbs.hpp"
 
+#include "scenario_options.hpp"
 #include "tools/ctl/output/failure.hpp"
 #include "tools/ctl/scenario/application_run.hpp"
 #include "tools/ctl/scenario/placeholder.hpp"
@@ -21,6 +22,7 @@ std::function<int()> set_up_run(CLI::App &app, Context &context)
         ->type_name("PATH");
     app.add_option("--faults", options->faults, "A scenario of commands, such as faults, that is played before")
         ->type_name("PLAN");
+    add_scenario_choices(app, options->choices);
     app.add_option("--timeout", options->timeout_s, "Let the run fail after this many seconds")
         ->type_name("SECONDS")
         ->check(CLI::Range(1U, max_timeout_s).description(""));
@@ -41,6 +43,7 @@ const Verb run_verb{
     .usage = "SCENARIO -- APPLICATION [ARGUMENT]...",
     .examples = "  korvanectl run setup.json -- ./my-app --its-option\n"
                 "  korvanectl run --agent-version 1.2 --json setup.json -- ./my-app\n"
+                "  korvanectl run --set ssid=attic --seed 7 setup.json -- ./my-app\n"
                 "korvanectl ends the application with SIGTERM after the scenario and leaves no process running.",
     .set_up = set_up_run,
     .takes_program = true,

@@ -2,10 +2,12 @@
 #include "verbs.hpp"
 
 #include "report_options.hpp"
+#include "scenario_options.hpp"
 #include "tools/ctl/agent/paths.hpp"
 #include "tools/ctl/output/failure.hpp"
 #include "tools/ctl/scenario/application_run.hpp"
 #include "tools/ctl/suite/file_watch.hpp"
+#include "tools/ctl/suite/scenario_files.hpp"
 #include "tools/ctl/suite/shard.hpp"
 #include "tools/ctl/suite/suite_run.hpp"
 
@@ -65,11 +67,15 @@ SuiteResult run_once(const Context &context, const TestOptions &options)
     return result;
 }
 
-/// The fault plans and each word of the command that can be a file: the program, or a script that it runs.
+/// The fault plans, the files that they and the scenarios include, and each word of the command that can be a file: the
+/// program, or a script that it runs.
 std::vector<std::string> single_files(const Context &context, const CaseOptions &cases)
 {
-    std::vector<std::string> files = context.program;
+    std::vector<std::string> scenarios = cases.paths;
+    scenarios.insert(scenarios.end(), cases.faults.begin(), cases.faults.end());
+    std::vector<std::string> files = included_files(cases.agent_program, scenarios);
     files.insert(files.end(), cases.faults.begin(), cases.faults.end());
+    files.insert(files.end(), context.program.begin(), context.program.end());
     if (g_autofree char *program = g_find_program_in_path(context.program[0].c_str()))
         files.emplace_back(program);
     return files;
@@ -122,6 +128,7 @@ std::function<int()> set_up_test(CLI::App &app, Context &context)
                    "A scenario of commands, such as faults, that is played before each; several multiply the cases")
         ->type_name("PLAN")
         ->allow_extra_args(false);
+    add_scenario_choices(app, options->cases.choices);
     app.add_option("--jobs", options->suite.jobs, "Cases to run at the same time (default: one for each processor)")
         ->type_name("N")
         ->check(between(1, max_jobs));
@@ -142,7 +149,8 @@ std::function<int()> set_up_test(CLI::App &app, Context &context)
     app.add_option("--durations", options->durations,
                    "A report of an earlier run, with whose times --shard makes parts of equal length")
         ->type_name("REPORT");
-    app.add_flag("--watch", options->watch, "Run again whenever a scenario or the application changes, until Ctrl-C");
+    app.add_flag("--watch", options->watch,
+                 "Run again whenever a scenario, a file that it includes or the application changes, until Ctrl-C");
     add_report_options(app, options->report);
     return [&context, options] { return run_test(context, *options); };
 }

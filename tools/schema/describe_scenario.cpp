@@ -4,12 +4,13 @@
 #include "agent/control/commands/commands.hpp"
 #include "agent/interface/events.hpp"
 #include "agent/interface/methods.hpp"
-#include "agent/scenario/checks.hpp"
-#include "agent/scenario/functions.hpp"
 #include "agent/scenario/personalities.hpp"
+#include "agent/scenario/reading/checks.hpp"
+#include "agent/scenario/reading/functions.hpp"
+#include "json_schema.hpp"
 
-#include <cstdio>
 #include <cstring>
+#include <limits>
 #include <map>
 #include <string>
 #include <vector>
@@ -17,21 +18,12 @@
 namespace {
 
 using namespace kv::virtual_agent;
+using namespace kv::schema;
 
-Json type(const char *name)
+/// The shape of a value that a variable may replace.
+Json or_variable(Json shape)
 {
-    return std::move(Json::object().set("type", name));
-}
-
-Json reference(const char *definition)
-{
-    return std::move(Json::object().set("$ref", std::string{"#/definitions/"} + definition));
-}
-
-template <class Names>
-Json one_of(const Names &names)
-{
-    return std::move(Json::object().set("enum", array_of(names)));
+    return either(std::move(shape), reference("variable"));
 }
 
 /// The condition that a member has one of these values.
@@ -49,14 +41,6 @@ std::vector<std::string> names_of(const Entries &entries)
     for (const auto &entry : entries)
         names.emplace_back(entry.name);
     return names;
-}
-
-/// An object with these members and no others.
-Json closed(Json members, const std::vector<std::string> &required)
-{
-    Json shape = type("object");
-    shape.set("properties", std::move(members)).set("required", array_of(required)).set("additionalProperties", false);
-    return shape;
 }
 
 /// The members that a step of any kind may have.
@@ -87,7 +71,7 @@ Json names_in(const Json &shapes, const char *also)
         members.set(cJSON_GetObjectItemCaseSensitive(shape, "name")->valuestring, Json{true});
     Json names = type("object");
     names.set("properties", std::move(members)).set("additionalProperties", false);
-    return names;
+    return or_variable(std::move(names));
 }
 
 /// The names of the arguments and of the values in the reply of a method.
@@ -121,7 +105,7 @@ Json call_rules(const char *kind)
 Json call_step(const char *kind, bool waits)
 {
     Json members = step_members();
-    members.set(kind, reference("call")).set("with", type("object")).set("answer", Json{true});
+    members.set(kind, reference("call")).set("with", or_variable(type("object"))).set("answer", Json{true});
     if (waits)
         members.set("within_ms", reference("count")).set("not_before_ms", reference("count"));
     Json step = closed(std::move(members), {kind});
@@ -153,18 +137,18 @@ Json until_step()
     Json paths = type("object");
     paths.set("propertyNames", std::move(Json::object().set("pattern", "^(" + names + ")$")));
     Json members = step_members();
-    members.set("until", std::move(paths))
+    members.set("until", or_variable(std::move(paths)))
         .set("within_ms", reference("count"))
         .set("not_before_ms", reference("count"));
     return closed(std::move(members), {"until"});
 }
 
 /// The words that an argument of a command may have, and the type of others.
-Json argument(const Command &command, const Parameter &parameter)
+Json literal_argument(const Command &command, const Parameter &parameter)
 {
     const std::string name = std::string{command.name} + " " + parameter.name;
     if (!parameter.choices.empty())
-        return one_of(parameter.choices);
+        return one_of({parameter.choices.begin(), parameter.choices.end()});
     if (name == "phone step")
         return one_of(names_of(Phone::steps()));
     if (name == "cloud step")
@@ -184,6 +168,11 @@ Json argument(const Command &command, const Parameter &parameter)
     case Parameter::Kind::json: return Json{true};
     }
     return Json{true};
+}
+
+Json argument(const Command &command, const Parameter &parameter)
+{
+    return or_variable(literal_argument(command, parameter));
 }
 
 /// A fault either needs a number or takes none.
@@ -215,7 +204,7 @@ Json command_step(const Command &command)
     if (command.parameters.empty())
         members.set(command.name, Json{true});
     if (std::strcmp(command.name, "fault") == 0)
-        members.set("form", one_of(names_of(fault_forms())));
+        members.set("form", or_variable(one_of(names_of(fault_forms()))));
     Json step = closed(std::move(members), required);
     step.set("description", command.help);
     if (std::strcmp(command.name, "fault") == 0)
@@ -230,22 +219,28 @@ Json simple_step(const char *name, Json value)
     return closed(std::move(members), {name});
 }
 
-Json count(int min)
-{
-    Json number = type("integer");
-    number.set("minimum", min).set("maximum", 2147483647);
-    return number;
-}
-
 Json calls()
 {
     std::vector<std::string> names = names_of(all_methods());
     for (const Function &function : all_functions())
         names.push_back(function.name);
-    return one_of(names);
+    return or_variable(one_of(names));
 }
 
-Json steps()
+Json include_step()
+{
+    Json members = step_members();
+    members.set("include", type("string")).set("with", or_variable(type("object")));
+    return closed(std::move(members), {"include"});
+}
+
+/// Each item is a step, or a list of steps that stay in their order.
+Json any_order_step()
+{
+    return simple_step("any_order", array(either(reference("step"), reference("steps"))));
+}
+
+Json step()
 {
     Json kinds = Json::array();
     kinds.append(call_step("expect", true));
@@ -253,14 +248,31 @@ Json steps()
     kinds.append(until_step());
     kinds.append(simple_step("wait_ms", reference("count")));
     kinds.append(simple_step("say", type("string")));
+    kinds.append(include_step());
+    kinds.append(any_order_step());
     for (const Command &command : all_commands())
         if (!command.waits())
             kinds.append(command_step(command));
-    Json step = Json::object();
-    step.set("oneOf", std::move(kinds));
-    Json list = type("array");
-    list.set("items", std::move(step));
-    return list;
+    return std::move(Json::object().set("oneOf", std::move(kinds)));
+}
+
+constexpr const char *variable_name = "[A-Za-z_][A-Za-z0-9_]*";
+
+/// A text with a variable, in place of a value of any other type.
+Json variable()
+{
+    Json text = type("string");
+    text.set("pattern", std::string{"\\$\\{"} + variable_name + "\\}");
+    return text;
+}
+
+Json variables()
+{
+    Json names = Json::object();
+    names.set("pattern", std::string{"^"} + variable_name + "$");
+    Json shape = type("object");
+    shape.set("propertyNames", std::move(names));
+    return shape;
 }
 
 } // namespace
@@ -269,19 +281,18 @@ int main()
 {
     Json members = Json::object();
     members.set("$schema", type("string")).set("title", type("string")).set("note", type("string"));
-    members.set("since", reference("version")).set("before", reference("version")).set("steps", steps());
+    members.set("since", reference("literal_version")).set("before", reference("literal_version"));
+    members.set("part", type("boolean")).set("variables", variables()).set("steps", reference("steps"));
+    constexpr int min = std::numeric_limits<int>::min();
+    constexpr int max = std::numeric_limits<int>::max();
     Json definitions = Json::object();
-    definitions.set("version", version())
+    definitions.set("literal_version", version())
+        .set("version", or_variable(reference("literal_version")))
+        .set("variable", variable())
         .set("call", calls())
-        .set("count", count(0))
-        .set("number", count(-2147483647 - 1));
-    Json schema = Json::object();
-    schema.set("$schema", "http://json-schema.org/draft-07/schema#").set("title", "A scenario of Korvane");
-    const Json scenario = closed(std::move(members), {"steps"});
-    for (const cJSON *member = scenario.get()->child; member; member = member->next)
-        schema.set(member->string, Json::copy_of(member));
-    schema.set("definitions", std::move(definitions));
-    char *text = cJSON_Print(schema.get());
-    std::puts(text);
-    cJSON_free(text);
+        .set("count", or_variable(whole_number(0, max)))
+        .set("number", or_variable(whole_number(min, max)))
+        .set("step", step())
+        .set("steps", array(reference("step")));
+    print("A scenario of Korvane", closed(std::move(members), {"steps"}), std::move(definitions));
 }

@@ -2,20 +2,13 @@
 #pragma once
 
 #include "agent/control/commands/commands.hpp"
+#include "positions.hpp"
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 /// Checks of a scenario before it is played: names that do not exist would only fail in the middle of it.
 namespace kv::virtual_agent {
-
-/// A mistake in a scenario, at one of its values.
-struct Mistake : std::invalid_argument {
-    Mistake(const cJSON *place, const std::string &problem) : std::invalid_argument{problem}, where(place) {}
-
-    const cJSON *where;
-};
 
 /// A command in a step. `step` is the JSON object of the step, `arguments` those of the command. Throws Mistake.
 void check_command(const Command &command, const cJSON *step, const cJSON *arguments);
@@ -32,6 +25,9 @@ void check_call(const std::string &method, const cJSON *arguments, const cJSON *
 
 /// Refuses texts that `korvanectl record` left to be filled in. Throws Mistake.
 void check_placeholders(const cJSON *value);
+
+/// The members of which a step has one, in words.
+std::string step_kinds();
 
 /// Throws Mistake for a step without a known kind; the message names the most similar one.
 [[noreturn]] void refuse_unknown_step(const cJSON *step, const std::vector<std::string> &kinds);

@@ -106,4 +106,21 @@ Position Positions::of(const cJSON *value) const
     return found == known_.end() ? Position{1, 0} : found->second;
 }
 
+void Positions::add_copy(const cJSON *copy, const cJSON *original)
+{
+    if (const auto found = known_.find(original); found != known_.end())
+        known_.insert_or_assign(copy, Position{found->second});
+    const cJSON *inner = original->child;
+    for (const cJSON *child = copy->child; child && inner; child = child->next, inner = inner->next)
+        add_copy(child, inner);
+}
+
+void Positions::spread(const cJSON *value)
+{
+    for (const cJSON *child = value->child; child; child = child->next) {
+        known_.insert_or_assign(child, of(value));
+        spread(child);
+    }
+}
+
 } // namespace kv::virtual_agent

@@ -5,8 +5,8 @@
 #include "agent/interface/events.hpp"
 #include "agent/interface/methods.hpp"
 #include "agent/json/kind.hpp"
+#include "agent/scenario/personalities.hpp"
 #include "common/suggestion.hpp"
-#include "personalities.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -189,6 +189,11 @@ void check_placeholders(const cJSON *value)
             check_placeholders(child);
 }
 
+std::string step_kinds()
+{
+    return "'expect', 'never', 'until', 'wait_ms', 'say', 'include', 'any_order' or a command's name";
+}
+
 void refuse_unknown_step(const cJSON *step, const std::vector<std::string> &kinds)
 {
     const cJSON *unknown = step->child;
@@ -196,10 +201,9 @@ void refuse_unknown_step(const cJSON *step, const std::vector<std::string> &kind
                                   [unknown](const char *name) { return std::strcmp(name, unknown->string) == 0; }))
         unknown = unknown->next;
     if (!unknown)
-        throw Mistake{step, "a step has one of 'expect', 'never', 'until', 'wait_ms', 'say' or a command's name"};
+        throw Mistake{step, "a step has one of " + step_kinds()};
     throw Mistake{unknown, std::string{"there is no step '"} + unknown->string + "'" +
-                               suggestion(unknown->string, kinds) +
-                               " (a step has one of 'expect', 'never', 'until', 'wait_ms', 'say' or a command's name)"};
+                               suggestion(unknown->string, kinds) + " (a step has one of " + step_kinds() + ")"};
 }
 
 } // namespace kv::virtual_agent

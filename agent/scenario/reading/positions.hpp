@@ -3,6 +3,7 @@
 
 #include <cjson/cJSON.h>
 
+#include <stdexcept>
 #include <string>
 #include <unordered_map>
 
@@ -18,6 +19,13 @@ struct Position {
     static Position of(const std::string &text, std::size_t offset);
 };
 
+/// A mistake in a scenario, at one of its values.
+struct Mistake : std::invalid_argument {
+    Mistake(const cJSON *place, const std::string &problem) : std::invalid_argument{problem}, where(place) {}
+
+    const cJSON *where;
+};
+
 /// The positions of the values of a JSON document in the text from which it was parsed.
 class Positions {
 public:
@@ -27,6 +35,11 @@ public:
 
     /// The position of a value, or of the member's name in front of it; line 1 for an unknown one.
     Position of(const cJSON *value) const;
+
+    /// Gives a copy of a value, and everything in it, the positions of the original.
+    void add_copy(const cJSON *copy, const cJSON *original);
+    /// Gives everything in a value the position of the value itself.
+    void spread(const cJSON *value);
 
 private:
     class Reader;

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "check_files.hpp"
 
+#include "agent/device/snapshot.hpp"
+#include "agent/files/read_file.hpp"
+#include "agent/scenario/personalities.hpp"
 #include "agent/scenario/reading/scenario_reader.hpp"
 #include "common/suggestion.hpp"
 #include "report.hpp"
@@ -50,7 +53,38 @@ std::optional<Scenario> check_scenario(const std::string &path, const ScenarioIn
     }
 }
 
+/// Reports for each file that it is correct, or its mistake.
+bool check_each(const char *kind, const std::vector<std::string> &paths, void (*check)(const std::string &text))
+{
+    bool all_are_correct = true;
+    for (const std::string &path : paths) {
+        Json facts = Json::object();
+        facts.set(kind, path);
+        try {
+            check(read_file(path, Scenario::max_file));
+            report(facts.set("correct", true), path + ": correct");
+        } catch (const std::exception &problem) {
+            all_are_correct = false;
+            report(facts.set("correct", false).set("problem", problem.what()), path + ": " + problem.what());
+        }
+    }
+    return all_are_correct;
+}
+
 } // namespace
+
+bool check_snapshots(const Options &options)
+{
+    return check_each("snapshot", options.scenarios, [](const std::string &text) {
+        State state;
+        restore(state, Json::parse(text).get());
+    });
+}
+
+bool check_personalities(const Options &options)
+{
+    return check_each("personality", options.scenarios, [](const std::string &text) { Personality::parse("", text); });
+}
 
 ScenarioInput scenario_input(const Options &options)
 {

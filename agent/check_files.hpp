@@ -17,4 +17,8 @@ void check_values(const Options &options, const std::vector<std::string> &variab
 /// Throws UsageError if the command line sets a variable that no scenario has.
 bool check_scenarios(const Options &options);
 
+/// The same for snapshots, and for personalities.
+bool check_snapshots(const Options &options);
+bool check_personalities(const Options &options);
+
 } // namespace kv::virtual_agent

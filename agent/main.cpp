@@ -223,6 +223,8 @@ int run(int argc, char **argv)
     case Options::Action::install: Package{options.for_start_on_demand()}.install(options.version); return stopped;
     case Options::Action::uninstall: Package::uninstall(); return stopped;
     case Options::Action::check_scenarios: return check_scenarios(options) ? stopped : failed;
+    case Options::Action::check_snapshots: return check_snapshots(options) ? stopped : failed;
+    case Options::Action::check_personalities: return check_personalities(options) ? stopped : failed;
     case Options::Action::serve: break;
     }
     if (options.exit_with_parent && !end_with_parent(parent))

@@ -18,7 +18,16 @@ struct UsageError : std::runtime_error {
 };
 
 struct Options {
-    enum class Action { serve, check_scenarios, install, uninstall, show_help, show_version };
+    enum class Action {
+        serve,
+        check_scenarios,
+        check_snapshots,
+        check_personalities,
+        install,
+        uninstall,
+        show_help,
+        show_version
+    };
 
     Action action = Action::serve;
     Version version = Version::newest();
@@ -28,7 +37,7 @@ struct Options {
     std::string log;
     std::string ca_dir;
     std::string command_fifo;
-    std::vector<std::string> scenarios;
+    std::vector<std::string> scenarios;                 // or the snapshots or personalities to check
     std::map<std::string, std::string> scenario_values; // of variables
     std::optional<std::uint32_t> seed;                  // of random orders in scenarios; none: another one each time
     std::optional<int> http_port;                       // 0: any free port

@@ -17,25 +17,10 @@ namespace kv::virtual_agent {
 
 namespace {
 
-constexpr int last_of(Stage)
-{
-    return static_cast<int>(Stage::failed);
-}
-constexpr int last_of(Pin::Kind)
-{
-    return static_cast<int>(Pin::Kind::label);
-}
-
 // ---- writing ---------------------------------------------------------------------------------------------------------
 
 template <class Value>
 concept Plain = std::same_as<Value, bool> || std::same_as<Value, int>;
-
-template <class Object>
-concept HasMembers = requires(Object &object)
-{
-    members(object, [](const char *, auto &) {});
-};
 
 template <Plain Value>
 Json saved(Value value)
@@ -114,7 +99,7 @@ template <HasMembers Object>
 Json saved(const Object &object)
 {
     Json shown = Json::object();
-    members(object, [&shown](const char *name, const auto &member) { shown.set(name, saved(member)); });
+    members(object, [&shown](const char *name, const auto &member, auto...) { shown.set(name, saved(member)); });
     return shown;
 }
 
@@ -144,6 +129,13 @@ void load(int &value, const cJSON *from, const std::string &path)
     if (!number)
         wrong(path, "a whole number of 32 bits", number_or_kind_of(from));
     value = *number;
+}
+
+void load(int &value, const cJSON *from, const std::string &path, const NumberRange &range)
+{
+    load(value, from, path);
+    if (value < range.min || value > range.max)
+        wrong(path, (std::to_string(range.min) + " to " + std::to_string(range.max)).c_str(), number_or_kind_of(from));
 }
 
 template <class Enum>
@@ -234,9 +226,9 @@ void load(Object &object, const cJSON *from, const std::string &path)
 {
     must_be_object(from, path);
     Arguments given{from};
-    members(object, [&](const char *name, auto &member) {
+    members(object, [&](const char *name, auto &member, auto... range) {
         if (const cJSON *value = given.any(name))
-            load(member, value, path + "." + name);
+            load(member, value, path + "." + name, range...);
     });
     try {
         given.end();
@@ -260,11 +252,6 @@ void check(const State &state)
             throw std::invalid_argument{otherwise};
     };
     must(!state.signed_in || state.signed_up, "snapshot.signed_in: a device that is signed in is signed up");
-    must(state.setup.last_request >= 0 && state.setup.last_request < 1'000'000'000,
-         "snapshot.setup.last_request must be 0 to 999999999");
-    must(state.setup.pin.tries_left >= 0 && state.setup.pin.tries_left <= Pin::tries,
-         "snapshot.setup.pin.tries_left must be 0 to 3");
-    must(state.cloud.next_sign_up.after_ms >= 0, "snapshot.cloud.next_sign_up.after_ms cannot be negative");
     const KeepAlive &keep_alive = state.cloud.keep_alive;
     const auto count = static_cast<int>(keep_alive.intervals.size());
     must(std::all_of(keep_alive.selected.begin(), keep_alive.selected.end(),
@@ -289,6 +276,7 @@ void restore(State &state, const cJSON *snapshot)
     Json members_only = Json::copy_of(snapshot);
     must_be_object(snapshot, "snapshot");
     cJSON_DeleteItemFromObjectCaseSensitive(members_only.get(), "version");
+    cJSON_DeleteItemFromObjectCaseSensitive(members_only.get(), "$schema"); // for editors
     rename_last_requests(members_only.get());
     rename_last_requests(cJSON_GetObjectItemCaseSensitive(members_only.get(), "cloud"));
     State next;

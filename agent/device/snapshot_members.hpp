@@ -4,11 +4,28 @@
 #include "state.hpp"
 
 #include <concepts>
+#include <limits>
 #include <type_traits>
 
-/// The members of the state by name, for both writing and reading a snapshot: members() calls field(name, member) for
-/// each. Members that are derived from others are left out.
+/// The members of the state by name, for writing, reading and describing a snapshot: members() calls field(name, member)
+/// for each, or field(name, member, range) for a number that is restricted. Members that are derived from others are left out.
 namespace kv::virtual_agent {
+
+/// The least and the greatest value of a number.
+struct NumberRange {
+    int min = std::numeric_limits<int>::min();
+    int max = std::numeric_limits<int>::max();
+};
+
+/// The values of an enumeration are 0 to this one.
+constexpr int last_of(Stage)
+{
+    return static_cast<int>(Stage::failed);
+}
+constexpr int last_of(Pin::Kind)
+{
+    return static_cast<int>(Pin::Kind::label);
+}
 
 template <class Object, class Type>
 concept Some = std::same_as<std::remove_const_t<Object>, Type>;
@@ -29,7 +46,7 @@ void members(Some<Pin> auto &pin, auto &&field)
 {
     field("kind", pin.kind);
     field("text", pin.text);
-    field("tries_left", pin.tries_left);
+    field("tries_left", pin.tries_left, NumberRange{0, Pin::tries});
     field("verified", pin.verified);
 }
 
@@ -50,7 +67,7 @@ void members(Some<DeviceProperty> auto &property, auto &&field)
 void members(Some<Setup> auto &setup, auto &&field)
 {
     field("stage", setup.stage);
-    field("last_request", setup.last_request);
+    field("last_request", setup.last_request, NumberRange{0, 999'999'999});
     field("scan", setup.scan);
     field("networks", setup.networks);
     field("chosen", setup.chosen);
@@ -87,7 +104,7 @@ void members(Some<Credentials> auto &credentials, auto &&field)
 void members(Some<SignUpOutcome> auto &outcome, auto &&field)
 {
     field("succeeds", outcome.succeeds);
-    field("after_ms", outcome.after_ms);
+    field("after_ms", outcome.after_ms, NumberRange{.min = 0});
 }
 
 void members(Some<KeepAlive> auto &keep_alive, auto &&field)
@@ -150,5 +167,12 @@ void members(Some<State> auto &state, auto &&field)
     field("sub_devices", state.sub_devices);
     field("last_requests", state.last_requests);
 }
+
+/// An object of the state.
+template <class Object>
+concept HasMembers = requires(Object &object)
+{
+    members(object, [](const char *, auto &, auto...) {});
+};
 
 } // namespace kv::virtual_agent

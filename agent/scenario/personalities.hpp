@@ -15,7 +15,13 @@ struct Personality {
     Scenario scenario;
 
     const std::string &help() const { return scenario.title; }
+
+    /// Throws std::invalid_argument with line, column and mistake.
+    static Personality parse(std::string name, const std::string &text);
 };
+
+/// The commands of which a personality may consist: those that change the device.
+std::vector<const Command *> personality_commands();
 
 const std::vector<Personality> &personalities();
 /// Null for an unknown name.

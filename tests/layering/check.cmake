@@ -20,7 +20,7 @@ set(may_use_src/korvane_util common/ platform/include/ include/)
 set(may_use_agent src/kv_master/ common/ platform/include/)
 # A reference page shows what the agent's tables hold.
 set(may_use_tools src/kv_master/ common/ platform/include/ include/ "agent/control/commands/commands\\.hpp"
-    "agent/scenario/(personalities|reading/checks|reading/functions)\\.hpp" "agent/interface/(events|methods)\\.hpp" "agent/json/json\\.hpp")
+    "agent/scenario/(personalities|reading/checks|reading/functions)\\.hpp" "agent/interface/(events|methods)\\.hpp" "agent/(device/snapshot_members|json/json)\\.hpp")
 set(may_use_testing include/)
 # The folders of the agent may include the groups before their own: agent/README.md.
 set(agent_groups "loop files json" interface journal device server "phone cloud" requests installation control/commands

@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Prints the JSON Schema of scenarios, for editors and other tools, from the tables with which the agent checks a scenario.
 
-#include "agent/control/commands/commands.hpp"
-#include "agent/interface/events.hpp"
 #include "agent/interface/methods.hpp"
-#include "agent/scenario/personalities.hpp"
 #include "agent/scenario/reading/checks.hpp"
 #include "agent/scenario/reading/functions.hpp"
-#include "json_schema.hpp"
+#include "command_steps.hpp"
 
-#include <cstring>
 #include <limits>
 #include <map>
 #include <string>
@@ -19,29 +15,6 @@ namespace {
 
 using namespace kv::virtual_agent;
 using namespace kv::schema;
-
-/// The shape of a value that a variable may replace.
-Json or_variable(Json shape)
-{
-    return either(std::move(shape), reference("variable"));
-}
-
-/// The condition that a member has one of these values.
-Json only_for(const char *member, const std::vector<std::string> &values)
-{
-    Json members = Json::object();
-    members.set(member, one_of(values));
-    return std::move(Json::object().set("properties", std::move(members)));
-}
-
-template <class Entries>
-std::vector<std::string> names_of(const Entries &entries)
-{
-    std::vector<std::string> names;
-    for (const auto &entry : entries)
-        names.emplace_back(entry.name);
-    return names;
-}
 
 /// The members that a step of any kind may have.
 Json step_members()
@@ -143,75 +116,6 @@ Json until_step()
     return closed(std::move(members), {"until"});
 }
 
-/// The words that an argument of a command may have, and the type of others.
-Json literal_argument(const Command &command, const Parameter &parameter)
-{
-    const std::string name = std::string{command.name} + " " + parameter.name;
-    if (!parameter.choices.empty())
-        return one_of({parameter.choices.begin(), parameter.choices.end()});
-    if (name == "phone step")
-        return one_of(names_of(Phone::steps()));
-    if (name == "cloud step")
-        return one_of(names_of(Cloud::steps()));
-    if (name == "emit event")
-        return one_of(names_of(all_events()));
-    if (name == "personality name")
-        return one_of(names_of(personalities()));
-    if (name == "fault method") {
-        std::vector<std::string> methods = names_of(all_methods());
-        methods.emplace_back("all");
-        return one_of(methods);
-    }
-    switch (parameter.kind) {
-    case Parameter::Kind::word: return type("string");
-    case Parameter::Kind::number: return reference("number");
-    case Parameter::Kind::json: return Json{true};
-    }
-    return Json{true};
-}
-
-Json argument(const Command &command, const Parameter &parameter)
-{
-    return or_variable(literal_argument(command, parameter));
-}
-
-/// A fault either needs a number or takes none.
-Json fault_rules()
-{
-    Json rules = Json::array();
-    for (const FaultForm &form : fault_forms()) {
-        Json with_number = Json::object();
-        with_number.set("required", array_of(std::vector<std::string>{"value"}));
-        Json rule = Json::object();
-        rule.set("if", only_for("form", {form.name}));
-        rule.set("then",
-                 form.value ? std::move(with_number) : std::move(Json::object().set("not", std::move(with_number))));
-        rules.append(std::move(rule));
-    }
-    return rules;
-}
-
-Json command_step(const Command &command)
-{
-    Json members = step_members();
-    std::vector<std::string> required{command.name};
-    for (const Parameter &parameter : command.parameters) {
-        const bool is_first = &parameter == command.parameters.data();
-        members.set(is_first ? command.name : parameter.name, argument(command, parameter));
-        if (parameter.required && !is_first)
-            required.emplace_back(parameter.name);
-    }
-    if (command.parameters.empty())
-        members.set(command.name, Json{true});
-    if (std::strcmp(command.name, "fault") == 0)
-        members.set("form", or_variable(one_of(names_of(fault_forms()))));
-    Json step = closed(std::move(members), required);
-    step.set("description", command.help);
-    if (std::strcmp(command.name, "fault") == 0)
-        step.set("allOf", fault_rules());
-    return step;
-}
-
 Json simple_step(const char *name, Json value)
 {
     Json members = step_members();
@@ -252,7 +156,7 @@ Json step()
     kinds.append(any_order_step());
     for (const Command &command : all_commands())
         if (!command.waits())
-            kinds.append(command_step(command));
+            kinds.append(command_step(command, step_members(), Values::or_variables));
     return std::move(Json::object().set("oneOf", std::move(kinds)));
 }
 

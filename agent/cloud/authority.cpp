@@ -162,6 +162,17 @@ IssuedCertificate Authority::issue(const std::string &device_id, const std::stri
     return issued_.back();
 }
 
+int Authority::invalidate(Validity reason)
+{
+    int count = 0;
+    for (IssuedCertificate &one : issued_)
+        if (one.validity == Validity::valid) {
+            one.validity = reason;
+            ++count;
+        }
+    return count;
+}
+
 std::optional<IssuedCertificate> Authority::find(const std::string &id) const
 {
     const auto found =

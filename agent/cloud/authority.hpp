@@ -3,17 +3,22 @@
 
 #include "certificates.hpp"
 
+#include <cerrno>
 #include <deque>
 #include <optional>
 #include <string>
 
 namespace kv::virtual_agent {
 
+/// Whether a certificate can be used, as the result of a request for it.
+enum class Validity { valid = 0, expired = -EKEYEXPIRED, revoked = -EKEYREVOKED };
+
 /// An issued certificate, as texts.
 struct IssuedCertificate {
     std::string id;    // for get_hdr_certificate
     std::string pem;   // the certificate of the device
     std::string chain; // the certificate of the authority
+    Validity validity = Validity::valid;
 };
 
 /// The cloud's certificate authority: its key signs the certificates and tokens that applications request. It is created
@@ -31,6 +36,9 @@ public:
     /// An issued certificate by its id.
     std::optional<IssuedCertificate> find(const std::string &id) const;
     const std::deque<IssuedCertificate> &issued() const { return issued_; }
+
+    /// Ends the validity of all valid certificates. Returns their number.
+    int invalidate(Validity reason);
 
     /// The authority's own certificate in PEM, which verifies everything that it signs.
     const std::string &certificate();

@@ -24,6 +24,7 @@ const std::vector<Step<Cloud>> &Cloud::steps()
         {"keepalive", R"({"result":N})", 1003, &Cloud::keep_alive, "sets the result of all further keep-alives"},
         {"last-status", R"([{"text":TEXT|OBJECT}])", 1004, &Cloud::last_status, "sends the last status; by default the one that the device has reported"},
         {"authority", "", 2001, &Cloud::show_authority, "shows the certificate that verifies certificates and tokens"},
+        {"invalidate-certificates", R"([{"reason":"revoked"|"expired"}])", 2001, &Cloud::invalidate_certificates, "revokes the certificates issued so far, or lets them expire"},
         {"diagnostics", R"([{"value":N,"text":TEXT|OBJECT}])", 2002, &Cloud::diagnostics, "requests diagnostics from the device"},
     };
     return all;
@@ -195,6 +196,18 @@ Json Cloud::diagnostics(Arguments &arguments)
     arguments.end();
     hub_.require(master::diagnostics_cb{}, value, text.c_str());
     return Json::object();
+}
+
+Json Cloud::invalidate_certificates(Arguments &arguments)
+{
+    const std::string reason = arguments.text("reason").value_or("revoked");
+    arguments.end();
+    if (reason != "revoked" && reason != "expired")
+        refuse("a certificate is revoked or expired, not '" + reason + "'");
+    const int count = authority_.invalidate(reason == "revoked" ? Validity::revoked : Validity::expired);
+    if (count == 0)
+        refuse("no valid certificate was issued");
+    return std::move(Json::object().set("certificates", count));
 }
 
 Json Cloud::show_authority(Arguments &arguments)

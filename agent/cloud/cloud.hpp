@@ -61,6 +61,7 @@ private:
     Json last_status(Arguments &);
     Json keep_alive(Arguments &);
     Json diagnostics(Arguments &);
+    Json invalidate_certificates(Arguments &);
     Json show_authority(Arguments &);
 
     CloudState &cloud() { return state_.cloud; }

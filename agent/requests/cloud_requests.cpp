@@ -162,11 +162,16 @@ Result<master::get_hdr_certificate> Handlers::handle(master::get_hdr_certificate
                                                      const DelegateOf<master::get_hdr_certificate_cb> &delegate)
 {
     keep(method, device_type, certificate_arn, delegate);
-    if (const auto issued = cloud_.authority().find(certificate_arn)) {
-        complete_by_event(call, delegate, done, issued->pem.c_str(), issued->chain.c_str());
-    } else {
+    const auto issued = cloud_.authority().find(certificate_arn);
+    if (!issued) {
         const std::string why = std::string{"no certificate was issued with the id '"} + certificate_arn + "'";
         complete_by_event(call, delegate, not_found, why.c_str(), "");
+    } else if (issued->validity != Validity::valid) {
+        const char *why =
+            issued->validity == Validity::revoked ? "the certificate was revoked" : "the certificate has expired";
+        complete_by_event(call, delegate, static_cast<int>(issued->validity), why, "");
+    } else {
+        complete_by_event(call, delegate, done, issued->pem.c_str(), issued->chain.c_str());
     }
     return {};
 }

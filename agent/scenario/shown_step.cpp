@@ -120,8 +120,8 @@ Json shown_value(const cJSON *value, const char *name, bool is_secret, const cJS
 
 /// The members of the steps of phone and cloud that are no secrets.
 constexpr std::string_view visible_members[] = {
-    "ssid", "index",   "hidden", "kind",    "language", "country", "datetime", "type",     "value",    "nick",
-    "code", "outcome", "owner",  "devices", "after_ms", "result",  "feature",  "accepted", "device_no"};
+    "ssid", "index",   "hidden", "kind",    "language", "country", "datetime", "type",    "value",    "nick",
+    "code", "outcome", "owner",  "devices", "after_ms", "result",  "reason",   "feature", "accepted", "device_no"};
 
 /// The words and numbers among a command's arguments, and what is no secret of a step of phone or cloud.
 Json shown_arguments(const Command &command, const cJSON *arguments)

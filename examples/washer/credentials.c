@@ -8,6 +8,8 @@
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 
+#include <glib/gstdio.h>
+
 #include <stdlib.h>
 #include <string.h>
 
@@ -110,14 +112,27 @@ static char *make_request(const struct washer *washer, const char *common_name)
 
 /* ---- certificate ------------------------------------------------------------------------------------------------- */
 
+static void ask_for_certificate(korvane_h device, struct washer *washer);
+
+/* A certificate that has expired or was revoked is replaced by one for another key. */
+static void replace_certificate(korvane_h device, struct washer *washer)
+{
+    char *path = washer->csr_path ? NULL : key_path(washer);
+    if (path)
+        g_remove(path);
+    g_free(path);
+    state_remove(&washer->state, "certificate");
+    ask_for_certificate(device, washer);
+}
+
 static void on_certificate_found(korvane_h device, int result, const char *text1, const char *text2, void *user_data)
 {
-    (void)device;
-    (void)user_data;
-    if (result == 0)
+    if (result == 0) {
         print("certificate", "found, %zu and %zu bytes", strlen(text1), strlen(text2));
-    else
-        print("certificate", "not found, the agent's code is %d", result);
+        return;
+    }
+    print("certificate", "not valid, the agent's code is %d", result);
+    replace_certificate(device, user_data);
 }
 
 /* The event carries the certificate and its name, by which it can be found again; or only the name. */

@@ -58,6 +58,12 @@ void state_set(struct state *state, const char *name, const char *text)
     g_free(known);
 }
 
+void state_remove(struct state *state, const char *name)
+{
+    if (g_key_file_remove_key(state->texts, group, name, NULL))
+        save(state);
+}
+
 void state_clear(struct state *state)
 {
     if (g_key_file_remove_group(state->texts, group, NULL))

@@ -19,6 +19,7 @@ void state_close(struct state *state);
 char *state_get(const struct state *state, const char *name);
 /* Stores a text. The file is replaced as a whole, so after a power failure it is either the old or the new one. */
 void state_set(struct state *state, const char *name, const char *text);
+void state_remove(struct state *state, const char *name);
 void state_clear(struct state *state);
 
 #endif

@@ -16,6 +16,15 @@ TREE = Path(__file__).parents[3]
 PAGE = (TREE / "docs/reference/codings.md").read_text(encoding="utf-8")
 HEADER = (TREE / "include/korvane.h").read_text(encoding="utf-8")
 DONE = reply()
+# For the name "washer"; its key was thrown away.
+SIGNING_REQUEST = """-----BEGIN CERTIFICATE REQUEST-----
+MIHKMHMCAQAwETEPMA0GA1UEAwwGd2FzaGVyMFkwEwYHKoZIzj0CAQYIKoZIzj0D
+AQcDQgAEn4AatQeSRpsJCN+5/pSDAMqOJq3BjVpMjhD1zP2DMdjo9IgEw7sIEDzP
+KU11kWTE2vV2BObqa5UOwZ6Wes7au6AAMAoGCCqGSM49BAMCA0cAMEQCIFYtjy5f
+WOZG+V8Nuqe+Q66M0gHtoRDUhh6f1lVVlA2IAiA1940tv5lrB/MWo3JnmcxVs9Qt
+uJK6+kWzkvhOpFRPrA==
+-----END CERTIFICATE REQUEST-----
+"""
 
 
 def table(section: str) -> List[List[str]]:
@@ -208,7 +217,22 @@ class Codings(VirtualAgent):
                 self.one_shot_result(104, 29, text("washer"), text("no request"))]
         self.assertEqual(seen, [0, -2, -22])
         self.assertEqual(self.one_shot_result(108, 32, text("no object")), -22)
+        for reason, result in (("expired", -127), ("revoked", -128)):
+            certificate = self.new_certificate()
+            self.assertEqual(self.one_shot_result(105, 30, text("washer"), text(certificate)), 0)
+            self.command('cloud invalidate-certificates {"reason":"%s"}' % reason)
+            seen.append(self.one_shot_result(105, 30, text("washer"), text(certificate)))
+            self.assertEqual(seen[-1], result)
         self.assertEqual(values("Certificate and token results"), seen)
+
+    def new_certificate(self) -> str:
+        """The id of a certificate that the agent has issued."""
+        self.sequence += 1
+        delegate = int32(29) + int32(self.sequence) + boolean(True)
+        self.assertEqual(self.request(104, text("washer"), text(SIGNING_REQUEST), delegate), int32(0))
+        event = self.event()
+        self.assertEqual(event[:4], int32(0))
+        return json.loads(event[8:].rstrip(b"\0"))["certificate_arn"]
 
     def test_results_of_methods(self) -> None:
         self.assertEqual(self.one_shot_result(101, 27, text(""), int32(0), int32(0)), 0)

@@ -2,6 +2,7 @@
 // Requests of applications to the cloud.
 #include "agent/interface/from_json.hpp"
 #include "cloud_fixture.hpp"
+#include "support/signing_request.hpp"
 
 #include <rpc_port_stub.h>
 
@@ -189,6 +190,41 @@ TEST_F(AgentCloud, ReportsWhyACertificateIsRefused)
     EXPECT_EQ(got.number(), -2);
     EXPECT_TRUE(has(got.text(), "'arn:nothing'"));
     EXPECT_EQ(got.text(), "");
+}
+
+TEST_F(AgentCloud, ReportsThatACertificateIsNoLongerValid)
+{
+    const auto key = new_key();
+    const auto new_certificate = [&] {
+        call.events.clear();
+        const std::string request = request_for(key.get());
+        EXPECT_EQ(ask(master::create_hdr_certificate{}, "lamp", request.c_str(),
+                      DelegateOf<master::create_hdr_certificate_cb>{}),
+                  0);
+        Reader answer = answer_of(call);
+        EXPECT_EQ(answer.number(), 0);
+        return member(answer.text(), "certificate_arn");
+    };
+    const auto result_for = [&](const std::string &name) {
+        call.events.clear();
+        EXPECT_EQ(
+            ask(master::get_hdr_certificate{}, "lamp", name.c_str(), DelegateOf<master::get_hdr_certificate_cb>{}), 0);
+        return answer_of(call).number();
+    };
+    EXPECT_TRUE(has(refusal("invalidate-certificates"), "no valid certificate was issued"));
+    const std::string first = new_certificate();
+    const std::string second = new_certificate();
+    EXPECT_EQ(step("invalidate-certificates", R"({"reason":"expired"})"), R"({"certificates":2})");
+    const std::string third = new_certificate();
+    EXPECT_EQ(result_for(first), -127);
+    EXPECT_EQ(result_for(second), -127);
+    EXPECT_EQ(result_for(third), 0);
+    EXPECT_EQ(step("invalidate-certificates"), R"({"certificates":1})");
+    EXPECT_EQ(result_for(second), -127) << "the first reason stays";
+    EXPECT_EQ(result_for(third), -128);
+    EXPECT_TRUE(has(refusal("invalidate-certificates", R"({"reason":"lost"})"), "revoked or expired, not 'lost'"));
+    be("2.0");
+    EXPECT_FALSE(refusal("invalidate-certificates").empty()) << "such an agent has no certificates";
 }
 
 TEST_F(AgentCloud, IssuesTokensWithServerAndLifetime)

@@ -7,7 +7,9 @@
 #include "common/suggestion.hpp"
 #include "functions.hpp"
 
+#include <cstdlib>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace kv::virtual_agent {
@@ -16,7 +18,21 @@ namespace {
 
 using Kind = Scenario::Step::Kind;
 
-constexpr int default_timeout_ms = 5000;
+/// How long a step waits that does not say so: KORVANE_WITHIN_MS, for machines on which applications are slow.
+int default_within_ms()
+{
+    constexpr long otherwise = 5000;
+    constexpr long longest = 600'000;
+    const char *text = std::getenv("KORVANE_WITHIN_MS");
+    if (!text || !*text)
+        return otherwise;
+    char *end = nullptr;
+    const long given = std::strtol(text, &end, 10);
+    if (*end != '\0' || given < 1 || given > longest)
+        throw std::invalid_argument{std::string{"KORVANE_WITHIN_MS=\""} + text + "\" is not a number from 1 to " +
+                                    std::to_string(longest)};
+    return static_cast<int>(given);
+}
 
 /// The number of a version; `otherwise` if the member is missing.
 int version_in(Arguments &members, const char *name, int otherwise)
@@ -126,7 +142,7 @@ void take_kind(Scenario::Step &step, const cJSON *object)
         throw std::invalid_argument{"a step has only one of " + step_kinds()};
 
     if (step.kind == Kind::expect || step.kind == Kind::until) {
-        step.within_ms = members.count("within_ms").value_or(default_timeout_ms);
+        step.within_ms = members.count("within_ms").value_or(default_within_ms());
         step.not_before_ms = members.count("not_before_ms").value_or(0);
         if (step.not_before_ms > step.within_ms)
             throw Mistake{members.any("not_before_ms"),

@@ -244,7 +244,7 @@ TEST_F(Commands, RefuseInvalidSnapshotsAndChangeNothing)
         {.snapshot = R"({"cloud":{"keep_alive":{"intervals":[10],"selected":[1]}}})",
          .reason = "must be indexes of its intervals"},
         {.snapshot = R"({"cloud":{"keep_alive":{"selected":[0]}}})", .reason = "must be indexes of its intervals"},
-        {.snapshot = R"({"cloud":{"next_sign_up":{"after_ms":-1}}})", .reason = "cannot be negative"},
+        {.snapshot = R"({"cloud":{"next_sign_up":{"after_ms":-1}}})", .reason = "must be 0 to 2147483647, not -1"},
         {.snapshot = R"({"signed_in":true})", .reason = "a device that is signed in is signed up"},
         {.snapshot = R"({"last_requests":{"5":""}})", .reason = "must be ids of methods"},
         {.snapshot = R"({"last_requests":{"x":""}})", .reason = "must be a whole number"},

@@ -228,7 +228,7 @@ check_progress() {
 check_fault_plans() {
     printf '{"steps": [{"fault": "start", "form": "result", "value": -1}]}\n' >refuses.json
     printf '{"steps": [{"expect": "start", "answer": {"result": -1}}]}\n' >refused.json
-    expect_status 1 "$ctl" test refused.json -- "$washer"
+    expect_status 1 env KORVANE_WITHIN_MS=1000 "$ctl" test refused.json -- "$washer"
     expect_status 0 "$ctl" test --faults refuses.json refused.json -- sh -c "$washer; sleep 60"
     expect_cases refused@2.3+refuses
     printf '{"since": "1.3", "steps": [{"fault": "reset", "form": "result", "value": -1}]}\n' >other.json

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include <fstream>
 #include <regex>
 #include <set>
@@ -33,6 +35,7 @@ std::string differs(const std::string &wanted, const std::string &value)
 
 TEST(AgentScenario, ReadsEachKindOfStep)
 {
+    ::unsetenv("KORVANE_WITHIN_MS");
     const Scenario scenario = Scenario::parse(R"({"title":"all", "note":"of them", "steps":[
         {"expect":"start", "with":{"name":""}, "answer":{"result":0}, "within_ms":100},
         {"until":{"running":true}},
@@ -53,6 +56,26 @@ TEST(AgentScenario, ReadsEachKindOfStep)
     EXPECT_FALSE(scenario.steps[4].applies_to(1002));
     EXPECT_TRUE(scenario.steps[4].applies_to(1003));
     EXPECT_FALSE(scenario.steps[4].applies_to(2000));
+}
+
+TEST(AgentScenario, WaitsAsLongAsTheEnvironmentSays)
+{
+    const char *text = R"({"steps":[{"until":{"running":true}}, {"expect":"start", "within_ms":100}]})";
+    ::setenv("KORVANE_WITHIN_MS", "250", 1);
+    const Scenario scenario = Scenario::parse(text);
+    EXPECT_EQ(scenario.steps[0].within_ms, 250);
+    EXPECT_EQ(scenario.steps[1].within_ms, 100);
+    for (const char *wrong : {"0", "-1", "600001", "5s", "99999999999999999999"}) {
+        ::setenv("KORVANE_WITHIN_MS", wrong, 1);
+        try {
+            Scenario::parse(text);
+            ADD_FAILURE() << wrong;
+        } catch (const std::invalid_argument &mistake) {
+            EXPECT_NE(std::string{mistake.what()}.find("is not a number from 1 to 600000"), std::string::npos)
+                << mistake.what();
+        }
+    }
+    ::unsetenv("KORVANE_WITHIN_MS");
 }
 
 TEST(AgentScenario, ReportsTheLineAndTheReasonOfAMistake)

@@ -38,7 +38,7 @@ Plot argument_size(const Setting &setting)
             "bytes of the text",
             "microseconds",
             {series("bare", sizes, [&](int size) { return time_of(setting, peer::bare_text, size, 1000); }),
-             series("korvane\\_set\\_nick\\_name", sizes,
+             series("korvane_set_nick_name", sizes,
                     [&](int size) { return time_of(setting, peer::api_text, size, 1000); })}};
 }
 
@@ -71,7 +71,7 @@ Plot client_count(const Setting &setting)
     const auto sdbus = setting.serve(peer::sdbus_loop);
     add("sd-bus, server in a loop of sd-event", peer::sdbus_loop);
     const auto agent = setting.serve(AgentKind::virtual_agent);
-    add("korvane\\_start, virtual agent", peer::api);
+    add("korvane_start, virtual agent", peer::api);
     return plot;
 }
 
@@ -95,7 +95,7 @@ void show(const Plot &plot, Report &report)
         const auto &[least, at_least] = series.points.front();
         const auto &[most, at_most] = series.points.back();
         report.row(format("%s: %s", plot.title.c_str(), series.title.c_str()),
-                   format("%.2f at %.0f, %.2f at %.0f %s", at_least, least, at_most, most, plot.x.c_str()));
+                   format("for %.0f %.2f, for %.0f %s %.2f", least, at_least, most, plot.x.c_str(), at_most));
     }
     report.note(draw(plot, BENCH_PLOTS));
 }

@@ -15,10 +15,11 @@ constexpr const char *colours[] = {"#000000", "#0072b2", "#d55e00", "#009e73", "
 
 std::string script_of(const Plot &plot, const std::string &path)
 {
-    std::string script = "set terminal svg size 640,400 dynamic font 'sans-serif,13' background '#ffffff'\n"
-                         "set output '" +
-                         path + "'\nset title \"" + plot.title + "\"\nset xlabel \"" + plot.x + "\"\nset ylabel \"" +
-                         plot.y + "\"\nset logscale xy\nset grid lc '#dddddd'\nset key top left reverse Left\n";
+    std::string script =
+        "set terminal svg noenhanced size 640,400 dynamic font 'sans-serif,13' background '#ffffff'\n"
+        "set output '" +
+        path + "'\nset title \"" + plot.title + "\"\nset xlabel \"" + plot.x + "\"\nset ylabel \"" + plot.y +
+        "\"\nset logscale xy\nset grid lc '#dddddd'\nset key outside bottom center horizontal reverse Left\n";
     std::string curves;
     for (std::size_t i = 0; i < plot.series.size(); ++i) {
         const std::string data = "$data" + std::to_string(i);

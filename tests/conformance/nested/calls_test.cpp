@@ -151,6 +151,18 @@ TEST_F(NestedCall, KeepsTheReplyOfAnOuterCallWhoseReadEndsWithAParcelOfAnotherKi
     EXPECT_EQ(platform.main_port().incoming.size(), 1U);
 }
 
+TEST_F(NestedCall, KeepsTheReplyOfAnOuterCallWhoseReadEndsWithAReplyToNoRequest)
+{
+    begin();
+    inside(Moment::wait, [&](korvane_h) {
+        EXPECT_EQ(thing_status(nested), ok);
+        platform.main_port().push(reply(0, i32(9)));
+    });
+    EXPECT_EQ(thing_status(outer), ok);
+    EXPECT_EQ(outer, 1);
+    EXPECT_EQ(nested, 2);
+}
+
 TEST_F(NestedCall, KeepsTheReplyOfAnOuterCallIfTheLinkBreaksAfterwards)
 {
     begin();

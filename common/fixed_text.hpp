@@ -27,7 +27,8 @@ consteval auto concatenated()
 {
     FixedText<(Parts.length() + ... + 1)> whole;
     std::size_t at = 0;
-    auto append = [&](const auto &part) {
+    auto append = [&](const auto &part) constexpr
+    {
         for (std::size_t i = 0; i < part.length(); ++i)
             whole.text[at++] = part.text[i];
     };

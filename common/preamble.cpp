@@ -36,9 +36,6 @@ Preamble &Preamble::require_as_said(bool holds, int code, const char *reason)
 
 Preamble &Preamble::agent_present(int minimum_version)
 {
-    if (!passed())
-        return *this;
-
     if (agent.support == AgentState::unknown)
         agent.determine_support();
     if (!require(agent.support != AgentState::absent, KORVANE_ERROR_NOT_SUPPORTED, "Not Supported"_fmt).passed())

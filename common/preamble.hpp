@@ -16,7 +16,7 @@ public:
     Preamble(const Preamble &) = delete;
     Preamble &operator=(const Preamble &) = delete;
 
-    /// Requires an installed agent of at least this version (see since()).
+    /// Requires an installed agent of at least this version (see since()). The first check of every function.
     Preamble &agent_present(int minimum_version);
 
     Preamble &require_handle(const void *handle);

@@ -142,8 +142,7 @@ int rpc_port_proxy_kv_master_destroy(rpc_port_proxy_kv_master_h h)
     h->port = nullptr;
     h->callback = {};
     g_list_free_full(std::exchange(h->delegates, nullptr), free);
-    if (rpc_port_proxy_h proxy = std::exchange(h->proxy, nullptr))
-        rpc_port_proxy_destroy(proxy);
+    rpc_port_proxy_destroy(std::exchange(h->proxy, nullptr));
     release_reference(h);
     return 0;
 }

@@ -109,11 +109,11 @@ Delegate *create_delegate(int id, AnyFunction callback, bool once, void *user_da
     return number_delegate(make_zeroed<Delegate>(), id, callback, once, user_data);
 }
 
-Delegate *find_delegate(rpc_port_proxy_kv_master_h h, int id, int seq_id)
+Delegate *find_delegate(rpc_port_proxy_kv_master_h h, int seq_id)
 {
     for (GList *node = h->delegates; node; node = node->next) {
         auto *delegate = static_cast<Delegate *>(node->data);
-        if (delegate->seq_id == seq_id && delegate->id == id)
+        if (delegate->seq_id == seq_id)
             return delegate;
     }
     return nullptr;
@@ -138,10 +138,10 @@ int dispose_delegate(rpc_port_proxy_kv_master_h h, Delegate *delegate, int id)
     return 0;
 }
 
-int dispose_delegate(rpc_port_proxy_kv_master_h h, int id, int seq_id)
+int dispose_delegate(rpc_port_proxy_kv_master_h h, int seq_id)
 {
-    Delegate *delegate = find_delegate(h, id, seq_id);
-    return delegate ? dispose_delegate(h, delegate, id) : -1;
+    Delegate *delegate = find_delegate(h, seq_id);
+    return delegate ? dispose_delegate(h, delegate, delegate->id) : -1;
 }
 
 } // namespace kv::proxy

@@ -19,8 +19,8 @@ using master::Wire;
 /// A function whose type is known elsewhere.
 using AnyFunction = void (*)();
 
-/// Allocated with malloc and released with free; types derived from it have no destructor to run. The sequence number identifies it for the life of the process; an
-/// address does not, since memory is used again.
+/// Allocated with malloc and released with free; types derived from it have no destructor to run. The sequence number
+/// identifies it for the life of the process; an address does not, since memory is used again.
 struct Delegate : Parcelable {
     int id = 0;
     int seq_id = 0;
@@ -63,11 +63,11 @@ TypedDelegate<D> *create_delegate(DelegateCallback<D> callback, bool once, void 
         create_delegate(D::id, reinterpret_cast<AnyFunction>(callback), once, user_data));
 }
 
-/// Returns the delegate of this number on the proxy's list, or null.
-Delegate *find_delegate(rpc_port_proxy_kv_master_h h, int id, int seq_id);
+/// Returns the delegate of this number on the proxy's list, or null. The types share the numbers.
+Delegate *find_delegate(rpc_port_proxy_kv_master_h h, int seq_id);
 
 /// Takes a delegate from the proxy's list and frees it. Returns -1, without a log line, if the list does not hold it.
 int dispose_delegate(rpc_port_proxy_kv_master_h h, Delegate *delegate, int id);
-int dispose_delegate(rpc_port_proxy_kv_master_h h, int id, int seq_id);
+int dispose_delegate(rpc_port_proxy_kv_master_h h, int seq_id);
 
 } // namespace kv::proxy

@@ -4,6 +4,7 @@
 #include "delegate.hpp"
 #include "src/kv_master/parcel.hpp"
 
+#include <algorithm>
 #include <array>
 #include <tuple>
 
@@ -96,6 +97,8 @@ constexpr auto table_of(describe::List<D...>)
 
 /// By delegate id; ids begin at 1.
 constexpr auto dispatch_table = table_of(master::Delegates{});
+static_assert(std::find(dispatch_table.begin() + 1, dispatch_table.end(), nullptr) == dispatch_table.end(),
+              "an id below the highest has no delegate");
 
 void __kv_master_process_received_event(GList **list, rpc_port_parcel_h parcel)
 {
@@ -112,8 +115,7 @@ void __kv_master_process_received_event(GList **list, rpc_port_parcel_h parcel)
         log::error()("Unknown id(%d)"_fmt, id);
         return;
     }
-    if (Entry entry = dispatch_table[static_cast<std::size_t>(id)])
-        entry(list, parcel, seq_id, id);
+    dispatch_table[static_cast<std::size_t>(id)](list, parcel, seq_id, id);
 }
 
 } // namespace

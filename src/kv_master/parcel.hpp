@@ -10,7 +10,6 @@ namespace kv::master {
 class Parcel {
 public:
     Parcel() = default;
-    Parcel(Parcel &&other) noexcept : parcel_(std::exchange(other.parcel_, nullptr)) {}
     Parcel &operator=(Parcel &&other) noexcept
     {
         destroy();

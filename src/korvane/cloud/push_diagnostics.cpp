@@ -37,8 +37,7 @@ int korvane_send_custom_push_msg(korvane_h handle, const char *push_msg_json_str
         return ready.result();
     const bool added =
         cJSON_AddItemToObject(request.get(), master::commands::custom_push_message::message.key, message.get());
-    if (!ready.require_memory(added).passed())
-        return ready.result();
-    message.release(); // the request owns it now
+    if (ready.require_memory(added).passed())
+        message.release(); // the request owns it now
     return invoke_command(ready, request.get());
 }

@@ -155,8 +155,7 @@ int korvane_set_device_property_with_wifi_authtype(korvane_h handle, const char 
     Json authtypes{cJSON_CreateIntArray(wifi_authtype_array, wifi_authtype_count)};
     const bool whole = add_property(request.get(), dev_name, wifi_mode, wifi_freq) && authtypes &&
                        cJSON_AddItemToObject(request.get(), property::wifi_authtype.key, authtypes.get());
-    if (!ready.require_memory(whole).passed())
-        return ready.result();
-    authtypes.release();
+    if (ready.require_memory(whole).passed())
+        authtypes.release(); // the request owns it now
     return invoke_command(ready, request.get());
 }

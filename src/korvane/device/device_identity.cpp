@@ -122,7 +122,6 @@ int korvane_set_device_type_with_device_no(korvane_h handle, int device_no, cons
         return ready.result();
     const bool whole = cJSON_AddNumberToObject(request.get(), master::commands::device_no.key, device_no) &&
                        cJSON_AddStringToObject(request.get(), device_type_command::device_type.key, device_type);
-    if (!ready.require_memory(whole).passed())
-        return ready.result();
+    ready.require_memory(whole);
     return invoke_command(ready, request.get());
 }

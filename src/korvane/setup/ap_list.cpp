@@ -152,8 +152,7 @@ int send_document(ReadyCall &call, cJSON *list, int req_id)
         cJSON_DeleteItemFromArray(list, cJSON_GetArraySize(list) - 1); // takes the command number back
         whole = false;
     }
-    if (!call.require_memory(whole).passed())
-        return call.result();
+    call.require_memory(whole);
     return invoke_command(call, list);
 }
 

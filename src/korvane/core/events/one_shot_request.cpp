@@ -61,7 +61,7 @@ int request_once(ReadyCall &call, const OneShotKind &kind, AnyFunction callback,
     korvane_h session = call.session();
     if (result != KORVANE_ERROR_NONE && session) {
         session->one_shots.remove(seq_id);
-        proxy::dispose_delegate(session->proxy, kind.delegate_id, seq_id);
+        proxy::dispose_delegate(session->proxy, seq_id);
     }
     return result;
 }

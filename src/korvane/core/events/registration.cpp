@@ -73,8 +73,7 @@ int Registration::send(ReadyCall &call)
 
 RegisteredDelegate *Registration::sent(int index) const
 {
-    return static_cast<RegisteredDelegate *>(
-        proxy::find_delegate(session_->proxy, row_.delegate_ids[index], seq_ids_[index]));
+    return static_cast<RegisteredDelegate *>(proxy::find_delegate(session_->proxy, seq_ids_[index]));
 }
 
 void Registration::confirm(const AnyFunction *callbacks, void *user_data)
@@ -110,7 +109,7 @@ void Registration::keep()
 void Registration::withdraw()
 {
     for (int i = 0; i < row_.count; ++i)
-        proxy::dispose_delegate(session_->proxy, row_.delegate_ids[i], seq_ids_[i]);
+        proxy::dispose_delegate(session_->proxy, seq_ids_[i]);
 }
 
 void Registration::end()

@@ -78,7 +78,6 @@ public:
 
     /// Closes the checks with the last one: the agent is not being installed.
     ReadyCall &ready();
-    int result() const { return call_.result(); }
 
 private:
     ReadyCall call_;

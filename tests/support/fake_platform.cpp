@@ -51,6 +51,7 @@ void FakePlatform::reset()
     agent_version = "2.3.1";
     trusts_array_counts = false;
     finishes_after_destroy = false;
+    returns_null_for_empty = false;
     on_new_proxy = nullptr;
     results.clear();
     faults = {};
@@ -244,7 +245,7 @@ int bundle_get_str(bundle *data, const char *key, char **value)
     char *found = data->find_text(key);
     if (!found)
         return -ENOENT;
-    *value = found;
+    *value = *found == '\0' && platform().returns_null_for_empty ? nullptr : found;
     return 0;
 }
 
@@ -260,7 +261,7 @@ int bundle_get_byte(bundle *data, const char *key, void **bytes, size_t *size)
     void *found = data->find_data(key, size);
     if (!found)
         return -ENOENT;
-    *bytes = found;
+    *bytes = *size == 0 && platform().returns_null_for_empty ? nullptr : found;
     return 0;
 }
 

@@ -192,6 +192,8 @@ public:
     bool trusts_array_counts = false;
     /// Whether a send or a read succeeds although an event inside it destroyed its proxy.
     bool finishes_after_destroy = false;
+    /// Whether functions that succeed return an empty text, or empty data, as null.
+    bool returns_null_for_empty = false;
     /// Called with each proxy that the library creates, to schedule events or to attach an agent.
     std::function<void(Proxy &)> on_new_proxy;
     /// Error codes of functions that must fail, by name.

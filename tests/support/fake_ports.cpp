@@ -390,6 +390,10 @@ int rpc_port_parcel_read_string(rpc_port_parcel_h handle, char **value)
     const unsigned char *text = take(*parcel, static_cast<std::size_t>(length));
     if (!text)
         return -EBADMSG;
+    if (length == 0 && platform().returns_null_for_empty) {
+        *value = nullptr;
+        return 0;
+    }
     char *copy = static_cast<char *>(malloc(static_cast<std::size_t>(length) + 1));
     if (!copy)
         return -ENOMEM;

@@ -152,6 +152,16 @@ TEST_F(SubDevices, FailsForAPresenceReplyThatIsNotAList)
     EXPECT_EQ(platform.log.count("cJSON_GetObjectItem() failed"), 7U);
 }
 
+TEST_F(SubDevices, FailsForAPresenceReplyWithoutAText)
+{
+    platform.returns_null_for_empty = true;
+    EXPECT_EQ(receive(""), failed);
+    EXPECT_EQ(platform.log.errors(),
+              (LogLines{api_error("korvane_get_sub_device_presence_list", "prs_list_json_str is NULL")}));
+    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(items, -1);
+}
+
 TEST_F(SubDevices, ReturnsNoPartOfAPresenceListWithoutMemory)
 {
     std::vector<std::string> lines;

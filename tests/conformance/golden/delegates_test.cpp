@@ -133,10 +133,25 @@ TEST_P(GoldenDelegateTest, IsWrittenAndReadByItsOwnFunctions)
     platform.log.clear();
     delegate->functions.to(parcel, nullptr);
     delegate->functions.from(parcel, nullptr);
-    EXPECT_EQ(platform.log.lines(),
-              (LogLines{proxy_error("__kv_master_" + GetParam().type + "_to", "Invalid parameter"),
-                        proxy_error("__kv_master_" + GetParam().type + "_from", "Invalid parameter")}));
+    delegate->functions.to(nullptr, delegate);
+    delegate->functions.from(nullptr, delegate);
+    const LogLine refused_to = proxy_error("__kv_master_" + GetParam().type + "_to", "Invalid parameter");
+    const LogLine refused_from = proxy_error("__kv_master_" + GetParam().type + "_from", "Invalid parameter");
+    EXPECT_EQ(platform.log.lines(), (LogLines{refused_to, refused_from, refused_to, refused_from}));
     rpc_port_parcel_destroy(parcel);
+    std::free(delegate);
+}
+
+TEST_P(GoldenDelegateTest, IsCompleteOnlyAfterAReadOfAllItsBytes)
+{
+    auto *delegate = GetParam().create(seen);
+    const Bytes whole = bytes(i32(GetParam().id), i32(71), boolean(GetParam().once));
+    for (std::size_t size = 0; size <= whole.size(); ++size) {
+        rpc_port_parcel_h parcel = platform.parcel_of(first(whole, size));
+        EXPECT_EQ(rpc_port_parcel_read(parcel, &delegate->functions, delegate), 0);
+        EXPECT_EQ(delegate->complete, size == whole.size()) << size;
+        rpc_port_parcel_destroy(parcel);
+    }
     std::free(delegate);
 }
 

@@ -410,6 +410,18 @@ TEST_F(Secrets, OfReplyTextsAreOnlyInTheLogLineOfAPresence)
                                                                 secret + "], presence state = [1]"});
 }
 
+TEST_F(Secrets, ThatAreMissingInAnEventHaveTheLength0InItsLogLine)
+{
+    connect_to("2.3");
+    ASSERT_EQ(korvane_set_tnc_result_cb(handle, Note<'T', const char *>::call, &recorder), ok);
+    const int seq_id = last_seq_id(platform.log);
+    platform.log.clear();
+    platform.returns_null_for_empty = true;
+    platform.proxy().push_event(event(17, seq_id, false, str("")));
+    EXPECT_EQ(platform.log.api(), (LogLines{api_info("_tnc_result_cb", "result length [0]")}));
+    EXPECT_EQ(recorder.seen, (std::vector<std::string>{"T (null)"}));
+}
+
 TEST_F(Secrets, OfAnUpdateEventAreNotLogged)
 {
     connect_to("2.3");

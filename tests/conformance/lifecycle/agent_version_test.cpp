@@ -82,9 +82,18 @@ TEST_F(ReadingTheVersion, FailsIfTheVersionCannotBeRead)
 
 TEST_F(ReadingTheVersion, KeepsHugeNumbersAboveEveryMinimum)
 {
-    for (const char *version : {"2147483647.0", "9223372036854775807.9", "99999999999999999999.1", "3000000.1"}) {
+    for (const char *version :
+         {"2147483647.0", "9223372036854775807.9", "9223372036854775.808", "99999999999999999999.1", "3000000.1"}) {
         platform.agent_version = version;
         EXPECT_GE(kv::_get_agent_version(), 2003) << version;
+    }
+}
+
+TEST_F(ReadingTheVersion, KeepsHugeNegativeNumbersBelowEveryMinimum)
+{
+    for (const char *version : {"-3000000.0", "-9223372036854775807.0", "-99999999999999999999.1"}) {
+        platform.agent_version = version;
+        EXPECT_LT(kv::_get_agent_version(), 0) << version;
     }
 }
 

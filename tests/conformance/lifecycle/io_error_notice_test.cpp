@@ -184,6 +184,46 @@ TEST_F(IoErrorNotice, IsCancelledByDeinitialize)
     EXPECT_EQ(notices.count, 0U);
 }
 
+/// An application may destroy all sources of its main context before it deinitialises.
+TEST_F(IoErrorNotice, MayBeDestroyedByTheApplication)
+{
+    fail_a_call();
+    g_source_destroy(g_main_context_find_source_by_user_data(nullptr, handle));
+    EXPECT_EQ(korvane_deinitialize(handle), KORVANE_ERROR_NONE);
+    EXPECT_EQ(run_main_loop(), 0U);
+    EXPECT_EQ(notices.count, 0U);
+}
+
+/// A platform may run the main loop while it closes the links.
+TEST_F(IoErrorNotice, IsNotDeliveredInsideDeinitialize)
+{
+    fail_a_call();
+    platform.log.clear();
+    platform.proxy().raise_inside(Moment::destroy, [](Proxy &) { EXPECT_EQ(run_main_loop(), 1U); });
+    ASSERT_EQ(korvane_deinitialize(handle), KORVANE_ERROR_NONE);
+    EXPECT_EQ(notices.count, 0U);
+    EXPECT_EQ(platform.log.lines(), (LogLines{api_info("korvane_deinitialize", ">>> called"), notice_entered,
+                                              api_info("_master_rpc_io_error_cb", "Already deinitialized")}));
+}
+
+/// The library makes no such source. The function checks it, because it would crash otherwise.
+TEST_F(IoErrorNotice, WithoutAHandleIsDropped)
+{
+    fail_a_call();
+    GSource *source = g_main_context_find_source_by_user_data(nullptr, handle);
+    ASSERT_NE(source, nullptr);
+    GSourceFunc function = nullptr;
+    void *data = nullptr;
+    source->callback_funcs->get(source->callback_data, source, &function, &data);
+    EXPECT_EQ(data, handle);
+    platform.log.clear();
+    EXPECT_EQ(function(nullptr), G_SOURCE_REMOVE);
+    EXPECT_EQ(notices.count, 0U);
+    EXPECT_EQ(platform.log.lines(), (LogLines{notice_entered, api_error("_master_rpc_io_error_cb", "Handle is NULL")}));
+    run_main_loop();
+    EXPECT_EQ(notices.count, 1U);
+}
+
 TEST_F(IoErrorNotice, OfAnEarlierHandleDoesNotSuppressThatOfTheNext)
 {
     fail_a_call();

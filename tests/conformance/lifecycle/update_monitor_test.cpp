@@ -110,6 +110,16 @@ TEST_F(UpdateMonitor, IgnoresAnEventWithoutAKnownKey)
     EXPECT_EQ(agent.version, 2003);
 }
 
+TEST_F(UpdateMonitor, TreatsAKeyWithoutAValueAsAMissingKey)
+{
+    platform.returns_null_for_empty = true;
+    EXPECT_EQ(lines_of(bundle_s{}.text("Install", "")), (LogLines{entered}));
+    EXPECT_EQ(agent.update, 0);
+    install_starts();
+    EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "").data("Fail", {})), (LogLines{entered}));
+    EXPECT_EQ(agent.update, 2);
+}
+
 TEST_F(UpdateMonitor, StartTakesPrecedenceOverEveryOtherKey)
 {
     EXPECT_EQ(

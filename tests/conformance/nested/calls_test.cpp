@@ -177,6 +177,18 @@ TEST_F(NestedCall, KeepsTheReplyOfAnOuterCallIfTheLinkBreaksAfterwards)
     EXPECT_EQ(thing_status(outer), failed); // not connected
 }
 
+TEST_F(NestedCall, FailsTheOuterCallIfTheSessionEndsAfterItsReplyWasRead)
+{
+    begin();
+    inside(Moment::wait, [&](korvane_h) {
+        EXPECT_EQ(thing_status(nested), ok);
+        EXPECT_EQ(korvane_deinitialize(handle), ok);
+    });
+    EXPECT_EQ(thing_status(outer), failed);
+    EXPECT_EQ(nested, 2);
+    EXPECT_EQ(outer, 0);
+}
+
 TEST_F(NestedCall, KeepsATruncatedReply)
 {
     begin();

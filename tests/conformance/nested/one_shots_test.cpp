@@ -161,6 +161,21 @@ TEST_P(EarlyAnswer, ForADelegateWithoutUserDataIsDropped)
     expect_works_on();
 }
 
+/// No function of the library accepts such a request. The trampoline checks it, because it would crash otherwise.
+TEST_P(EarlyAnswer, ForARequestWithoutACallbackReleasesIt)
+{
+    begin();
+    EXPECT_EQ(request(recorder), ok);
+    const Bytes late = answer();
+    const std::size_t blocks = allocs::live_blocks();
+    forget_callbacks(GetParam().delegate_id);
+    platform.proxy().push_event(late);
+    EXPECT_EQ(recorder.seen, Strings{});
+    EXPECT_EQ(platform.log.count("callback to app"), 0U);
+    EXPECT_EQ(allocs::live_blocks(), blocks - 2) << "the delegate and the request";
+    expect_works_on();
+}
+
 TEST_P(EarlyAnswer, ThatIsSentTwiceIsDeliveredOnce)
 {
     for_each_case([this](Moment moment, const End &end) {

@@ -66,6 +66,20 @@ TEST_F(ProxyConnection, ConnectWithoutAProxyFailsWithInvalidParameter)
     EXPECT_EQ(platform.log.lines(), (LogLines{proxy_error("rpc_port_proxy_kv_master_connect", "Invalid parameter")}));
 }
 
+/// A callback that destroys the proxy inside a call may still have its address.
+TEST_F(ProxyConnection, ConnectOfAProxyThatWasDestroyedInsideACallFailsWithInvalidParameter)
+{
+    connect();
+    platform.proxy().raise_inside(Moment::send, [this](Proxy &) {
+        const ProxyHandle destroyed = proxy;
+        destroy();
+        EXPECT_EQ(rpc_port_proxy_kv_master_connect(destroyed), -1);
+    });
+    EXPECT_EQ(rpc_port_proxy_kv_master_invoke_stop(proxy), -1);
+    EXPECT_TRUE(platform.log.has(proxy_error("rpc_port_proxy_kv_master_connect", "Invalid parameter")));
+    EXPECT_EQ(platform.calls_to("rpc_port_proxy_connect"), 0U);
+}
+
 TEST_F(ProxyConnection, DestroyOfNullFailsWithInvalidParameter)
 {
     EXPECT_EQ(rpc_port_proxy_kv_master_destroy(nullptr), -1);

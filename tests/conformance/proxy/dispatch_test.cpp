@@ -207,6 +207,27 @@ TEST_F(Dispatch, DropsAFalseArrayCountAndAllocatesLittle)
     EXPECT_LE(allocs::largest(), 65536U);
 }
 
+TEST_F(Dispatch, DropsAnEventWhoseRecordThePlatformCannotRead)
+{
+    static int called;
+    called = 0;
+    auto *delegate = rpc_port_kv_master_wifi_ap_provisioning_cb_create([](void *, auto) { ++called; }, false, nullptr);
+    numbered(delegate, 71);
+    arrives(reply(0));
+    ASSERT_EQ(rpc_port_proxy_kv_master_invoke_set_wifi_ap_provisioning_cb(proxy, delegate), 0);
+    const Bytes whole =
+        event(7, 71, false, str("home"), str("secret"), i32(2), i32(3), i32(6), str("aa:bb"), i32(-40), i32(54));
+    platform.results["rpc_port_parcel_read"] = -5;
+    EXPECT_EQ(lines_of(whole), (LogLines{event_line(7, 71),
+                                         proxy_error("__kv_master_delegate_wifi_ap_provisioning_cb",
+                                                     "Failed to read the values of id(7), seq_id(71)"),
+                                         closing}));
+    EXPECT_EQ(called, 0);
+    platform.results.clear();
+    platform.proxy().push_event(whole);
+    EXPECT_EQ(called, 1);
+}
+
 class Disposal : public Dispatch {};
 
 TEST_F(Disposal, RemovesTheDelegateFromTheListAndLogsIt)

@@ -101,6 +101,16 @@ TEST_F(ApList, ReplacesAValueWhichMovesToTheEndOfADocument)
                                                 R"("common_interface":6,"req_id":1,"common_interface":6,"req_id":2})"));
 }
 
+TEST_F(ApList, TakesTheEntriesOfADocumentInAnyOrder)
+{
+    connect_to("2.3");
+    create(4);
+    for (const int idx : {3, 1, 2, 0, 3})
+        EXPECT_EQ(korvane_aplist_set_channel(list, idx, 10 + idx), ok) << idx;
+    EXPECT_EQ(sent_list(), request_of_document(R"({"ap_list_array":[{"channel":10},{"channel":11},{"channel":12},)"
+                                               R"({"channel":13}],"common_interface":6,"req_id":1})"));
+}
+
 TEST_F(ApList, AcceptsAnyBytesAndLongNames)
 {
     std::string name;

@@ -224,6 +224,16 @@ TEST_F(WifiAp, IsNullForADocumentOfMoreThan50000Values)
     EXPECT_EQ(recorder.seen, (Strings{"ap_info", "no ap_info"}));
 }
 
+TEST_F(WifiAp, IsNullForAnEventWithoutAText)
+{
+    begin_set("2.3");
+    platform.returns_null_for_empty = true;
+    push_document("");
+    EXPECT_EQ(recorder.seen, (Strings{"no ap_info"}));
+    push_document(whole_document);
+    EXPECT_EQ(recorder.seen, (Strings{"no ap_info", "ap_info"}));
+}
+
 TEST_F(WifiAp, IsNeverLogged)
 {
     for (const char *version : {"1.2", "2.3"}) {

@@ -155,8 +155,8 @@ KORVANE_API const char *korvane_util_get_state_name(int state);
 /**
  * Called after each connection: registers callbacks, describes the device, starts the service, registers sub-devices.
  *
- * It may call any function of korvane.h except korvane_initialize() and korvane_deinitialize(), and may call
- * korvane_util_disconnect().
+ * It may call any function of korvane.h except korvane_initialize(), korvane_deinitialize() and
+ * korvane_set_rpc_io_error_cb(), which the connection itself uses, and may call korvane_util_disconnect().
  *
  * @param handle     live handle; belongs to the connection, valid until the next state but CONNECTED
  * @param user_data  as given to korvane_util_connect()
@@ -192,12 +192,18 @@ KORVANE_API int korvane_util_connect(korvane_util_configure_cb configure, korvan
                                      void *user_data, korvane_util_connection_h *connection);
 
 /**
- * Ends the connection and the session with the agent. No callback runs afterwards. Does not stop the agent's service; call
- * korvane_stop() before if it shall end.
+ * Ends the connection and the session with the agent. Does not stop the agent's service; call korvane_stop() before if it
+ * shall end.
+ *
+ * The connection is freed in any case, and its two callbacks do not run afterwards. The session can be ended only while an agent
+ * is installed. Otherwise the library keeps it until the next connection of this process: the callbacks that the configure
+ * function has registered may run until then, and their user data must stay valid.
  *
  * @param connection  what korvane_util_connect() returned, or NULL
+ * @return KORVANE_ERROR_NONE if the session has ended, or there was none; KORVANE_ERROR_NOT_SUPPORTED or
+ *         KORVANE_ERROR_AGENT_VERSION_LOWER if the library keeps it, because no agent is installed
  */
-KORVANE_API void korvane_util_disconnect(korvane_util_connection_h connection);
+KORVANE_API int korvane_util_disconnect(korvane_util_connection_h connection);
 
 /**
  * Returns the handle for the functions of korvane.h. Do not keep it: ask again for each use.

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Write modules from the C headers: make_ffi.py KORVANE_H KORVANE_RESULTS_H KORVANE_TEST_H DIRECTORY
+"""Write modules from the C headers: make_ffi.py KORVANE_H KORVANE_RESULTS_H KORVANE_UTIL_H KORVANE_TEST_H DIRECTORY
 
 korvane._ffi has the declarations: cffi parses them here, at build time, so that a device needs no parser and no compiler.
 korvane._results has the result codes in words.
@@ -43,9 +43,10 @@ def causes(header: Path) -> Dict[str, str]:
 
 
 def main() -> None:
-    header, results_header, test_header, directory = map(Path, sys.argv[1:])
+    header, results_header, util_header, test_header, directory = map(Path, sys.argv[1:])
     builder = cffi.FFI()
     builder.cdef(declarations(header))
+    builder.cdef(declarations(util_header))
     builder.cdef(declarations(test_header))
     builder.cdef(OTHERS)
     builder.set_source("korvane._ffi", None)

@@ -80,10 +80,14 @@ private:
         g_main_loop_quit(loop_);
     }
 
-    /// Connects again; while the agent is being replaced, the library refuses.
+    /// Begins another session, which finds the new agent. While the agent is being replaced, every call fails with
+    /// service_unavailable; the former session is kept until then, because it receives the end of the update.
     static gboolean on_retry(gpointer self)
     {
-        return step("reopen", static_cast<FirstDevice *>(self)->device_.reopen()) ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
+        korvane::Device &device = static_cast<FirstDevice *>(self)->device_;
+        if (device.get_easysetup_status().error() == korvane::Errc::service_unavailable)
+            return G_SOURCE_CONTINUE;
+        return step("reopen", device.reopen()) ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
     }
 
     static gboolean on_signal(gpointer self)

@@ -32,10 +32,18 @@ async def main(stay: bool) -> int:
         if not ended.done():
             ended.set_result(status)
 
+    def is_being_replaced() -> bool:
+        """Return whether the agent is being replaced. The session receives the end of the update, so it is kept."""
+        try:
+            device.get_easysetup_status()
+        except KorvaneError as error:
+            return error.code == ErrorCode.SERVICE_UNAVAILABLE
+        return False
+
     async def reconnect() -> None:
         while True:
             await asyncio.sleep(0.1)
-            if step("reopen", device.reopen) == ErrorCode.NONE:
+            if not is_being_replaced() and step("reopen", device.reopen) == ErrorCode.NONE:
                 return
 
     def run_service() -> None:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The setup of the washer in C++: what main.c, setup.c, wifi.c and identity.c show, without files and certificates.
-#include <korvane.hpp>
+#include <korvane_util.hpp>
 
 #include <glib-unix.h>
 
@@ -65,30 +65,37 @@ public:
     int run()
     {
         g_unix_signal_add(SIGTERM, on_terminate, this);
-        auto opened = korvane::Device::open(
-            [this](korvane::ConnectionStatus status, std::error_code reason) { connection_changed(status, reason); });
+        auto opened = korvane::SupervisedConnection::open(
+            [this](korvane::Device &device) { return configure(device); },
+            [this](korvane::SupervisedState state, std::error_code reason) { state_changed(state, reason); });
         if (!step(opened))
             return 2;
-        device_ = *std::move(opened);
+        connection_ = *std::move(opened);
         g_main_loop_run(loop_);
         return status_;
     }
 
 private:
-    void connection_changed(korvane::ConnectionStatus status, std::error_code reason)
+    /// Runs after each connection, because the agent has forgotten the registrations of the former one.
+    korvane::Result<void> configure(korvane::Device &device)
     {
-        std::printf("connection: %s\n", reason ? reason.message().c_str() : "changed");
-        if (status == korvane::ConnectionStatus::connected) {
-            follow_events();
-            describe_device();
-            if (!step(device_.start()))
-                end(1);
-            (void)device_.get_device_id();
-        } else if (reason == Errc::permission_denied) {
+        follow_events(device);
+        describe_device(device);
+        const auto started = device.start();
+        const bool link_broke = started.error() == Errc::io_error || started.error() == Errc::service_unavailable;
+        if (!step(started) && !link_broke)
+            end(1);
+        return started;
+    }
+
+    void state_changed(korvane::SupervisedState state, std::error_code reason)
+    {
+        std::printf("connection: %s, %s\n", korvane::state_name(state), korvane::code_name(reason.value()));
+        std::fflush(stdout);
+        if (state == korvane::SupervisedState::connected)
+            step(connection_.device()->get_device_id());
+        else if (state == korvane::SupervisedState::refused)
             end(2);
-        } else {
-            g_timeout_add(100, on_retry, this);
-        }
     }
 
     /// Registrations end with the session, so the device keeps them until then.
@@ -98,46 +105,47 @@ private:
         (..., (step(made) && made.ok() ? made->keep() : void()));
     }
 
-    void follow_events()
+    void follow_events(korvane::Device &device)
     {
-        keep(device_.on_user_confirm([this] { step(device_.send_user_confirm(true)); }),
-             device_.on_reset_confirm([this] { step(device_.send_reset_confirm(true)); }),
-             device_.on_pin([](std::string_view pin,
-                               int) { std::printf("display: PIN %.*s\n", static_cast<int>(pin.size()), pin.data()); },
-                            [] { std::puts("display: dark"); }),
-             device_.on_ultrasound_pin([](std::string_view, int) { std::puts("loudspeaker: plays"); },
-                                       [] { std::puts("loudspeaker: silent"); }),
-             device_.on_provisioning_language([this](unsigned req_id, std::string_view, std::string_view language) {
-                 step(device_.send_provisioning_language_setting_result(req_id, speaks(language)));
+        keep(device.on_user_confirm([&device] { step(device.send_user_confirm(true)); }),
+             device.on_reset_confirm([&device] { step(device.send_reset_confirm(true)); }),
+             device.on_pin([](std::string_view pin,
+                              int) { std::printf("display: PIN %.*s\n", static_cast<int>(pin.size()), pin.data()); },
+                           [] { std::puts("display: dark"); }),
+             device.on_ultrasound_pin([](std::string_view, int) { std::puts("loudspeaker: plays"); },
+                                      [] { std::puts("loudspeaker: silent"); }),
+             device.on_provisioning_language([&device](unsigned req_id, std::string_view, std::string_view language) {
+                 step(device.send_provisioning_language_setting_result(req_id, speaks(language)));
              }),
-             device_.on_provisioning_get_requested(
-                 [this](std::string_view, int) { step(device_.set_provisioning_vendor_info(R"({"model":"WM-7"})")); }),
-             device_.on_otm_support_feature([](int feature) { std::printf("feature: %d\n", feature); }),
-             device_.on_device_provisioning([](const korvane::DeviceProvisioning &info) {
+             device.on_provisioning_get_requested([&device](std::string_view, int) {
+                 step(device.set_provisioning_vendor_info(R"({"model":"WM-7"})"));
+             }),
+             device.on_otm_support_feature([](int feature) { std::printf("feature: %d\n", feature); }),
+             device.on_device_provisioning([](const korvane::DeviceProvisioning &info) {
                  std::printf("country: %s\n", info.country().value_or("unknown").c_str());
              }),
-             device_.on_scan_ap([this](int req_id) { send_scan(req_id); }),
-             device_.on_wifi_ap_provisioning([this](const korvane::ChosenAccessPoint &chosen) { choose(chosen); }),
-             device_.on_tnc_result([](std::string_view) { std::puts("terms: answered"); }),
-             device_.on_stop_soft_ap([] { std::puts("soft access point: stopped"); }));
+             device.on_scan_ap([&device](int req_id) { send_scan(device, req_id); }),
+             device.on_wifi_ap_provisioning([this](const korvane::ChosenAccessPoint &chosen) { choose(chosen); }),
+             device.on_tnc_result([](std::string_view) { std::puts("terms: answered"); }),
+             device.on_stop_soft_ap([] { std::puts("soft access point: stopped"); }));
     }
 
-    void describe_device()
+    static void describe_device(korvane::Device &device)
     {
-        const auto property = device_.set_device_property_with_wifi_authtype("Washer", 0x0b, 0x03, {0, 4, 5});
-        step(property.error() == Errc::agent_version_lower ? device_.set_device_property("Washer", 0x0b, 0x03)
+        const auto property = device.set_device_property_with_wifi_authtype("Washer", 0x0b, 0x03, {0, 4, 5});
+        step(property.error() == Errc::agent_version_lower ? device.set_device_property("Washer", 0x0b, 0x03)
                                                            : property);
         korvane::PlatformInfo platform;
         platform.model_number = "WM-7";
         platform.platform_version = "4";
         platform.firmware_version = "4.1.2";
-        step(device_.set_platform_info(platform, korvane::IfTooOld::leave_out));
+        step(device.set_platform_info(platform, korvane::IfTooOld::leave_out));
         korvane::DeviceProfileInfo profile;
         profile.nick = "Washer";
         profile.serial_number = "WM7-000001";
-        step(device_.set_device_profile_info(profile, korvane::IfTooOld::leave_out));
-        step(device_.set_language_list(languages));
-        step(device_.set_easysetup_version_info("1.0"));
+        step(device.set_device_profile_info(profile, korvane::IfTooOld::leave_out));
+        step(device.set_language_list(languages));
+        step(device.set_easysetup_version_info("1.0"));
     }
 
     static bool speaks(std::string_view language)
@@ -145,12 +153,12 @@ private:
         return std::find(languages.begin(), languages.end(), language) != languages.end();
     }
 
-    void send_scan(int req_id)
+    static void send_scan(korvane::Device &device, int req_id)
     {
         std::vector<korvane::AccessPoint> list;
         for (const Network &network : scan())
             list.push_back(network.access_point);
-        step(device_.send_ap_list(list, req_id, korvane::IfTooOld::leave_out));
+        step(device.send_ap_list(list, req_id, korvane::IfTooOld::leave_out));
     }
 
     void choose(const korvane::ChosenAccessPoint &chosen)
@@ -158,7 +166,7 @@ private:
         cancel_join(); // the user has chosen again
         const auto ssid = chosen.ssid();
         if (!ssid) {
-            step(device_.set_wifi_connection_error_code(request_unreadable));
+            report(request_unreadable);
             return;
         }
         ssid_ = *ssid;
@@ -174,12 +182,19 @@ private:
         const auto network = std::find_if(found.begin(), found.end(),
                                           [this](const Network &each) { return each.access_point.ssid == ssid_; });
         if (network == found.end())
-            step(device_.set_wifi_connection_error_code(network_not_found));
+            report(network_not_found);
         else if (network->password != password_)
-            step(device_.set_wifi_connection_error_code(wrong_password));
+            report(wrong_password);
         else
             std::printf("joined: %s\n", ssid_.c_str());
         password_.clear();
+    }
+
+    /// The connection may have been lost while the washer joined.
+    void report(WifiError error)
+    {
+        if (korvane::Device *device = connection_.device())
+            step(device->set_wifi_connection_error_code(error));
     }
 
     void cancel_join()
@@ -200,14 +215,11 @@ private:
         static_cast<Washer *>(self)->end_join();
         return G_SOURCE_REMOVE;
     }
-    static gboolean on_retry(gpointer self)
-    {
-        return static_cast<Washer *>(self)->device_.reopen() ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
-    }
     static gboolean on_terminate(gpointer self)
     {
         auto &washer = *static_cast<Washer *>(self);
-        washer.end(step(washer.device_.stop()) ? 0 : 1);
+        korvane::Device *device = washer.connection_.device();
+        washer.end(device && step(device->stop()) ? 0 : 1);
         return G_SOURCE_CONTINUE;
     }
 
@@ -219,7 +231,7 @@ private:
     guint join_timer_ = 0;
     std::string ssid_{};
     std::string password_{};
-    korvane::Device device_{};
+    korvane::SupervisedConnection connection_{};
 };
 
 } // namespace

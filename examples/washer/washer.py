@@ -11,7 +11,7 @@ from typing import Callable, Optional, Tuple
 
 import korvane
 import korvane.glib
-from korvane import AccessPoint, ConnectionStatus, ErrorCode, KorvaneError
+from korvane import AccessPoint, ErrorCode, KorvaneError, SupervisedConnection, SupervisedState
 
 LANGUAGES = ["en-GB", "en-US", "de-DE", "fr-FR", "ko-KR"]
 
@@ -44,34 +44,35 @@ class Washer:
         self._join_seconds = join_seconds
         self._join: "Optional[asyncio.Task[None]]" = None
         self._ended: "asyncio.Future[int]" = asyncio.get_running_loop().create_future()
-        self._device = korvane.Device(self._connection_changed)
+        self._connection = SupervisedConnection(self._configure, self._state_changed)
 
     async def run(self) -> int:
         asyncio.get_running_loop().add_signal_handler(signal.SIGTERM, self._terminate)
-        with self._device:
+        with self._connection:
             return await self._ended
 
-    async def _connection_changed(self, status: ConnectionStatus, reason: int) -> None:
-        if status == ConnectionStatus.CONNECTED:
-            self._follow_events()
-            self._describe_device()
-            if not step("start", self._device.start):
+    def _configure(self, device: korvane.Device) -> None:
+        """Runs after each connection, because the agent has forgotten the registrations of the former one."""
+        self._device = device
+        self._follow_events(device)
+        self._describe_device(device)
+        try:
+            device.start()
+        except KorvaneError as error:
+            print("start:", error, flush=True)
+            if error.code not in (ErrorCode.IO_ERROR, ErrorCode.SERVICE_UNAVAILABLE):
                 self._end(1)
+            raise
+
+    def _state_changed(self, state: SupervisedState, reason: int) -> None:
+        print("connection:", state.name.lower(), reason, flush=True)
+        if state == SupervisedState.CONNECTED:
             step("get_device_id", self._device.get_device_id)
-        elif reason == ErrorCode.PERMISSION_DENIED:
+        elif state == SupervisedState.REFUSED:
             self._end(2)
-        else:
-            await self._reconnect()
 
-    async def _reconnect(self) -> None:
-        while True:
-            await asyncio.sleep(0.1)
-            if step("reopen", self._device.reopen):
-                return
-
-    def _follow_events(self) -> None:
+    def _follow_events(self, device: korvane.Device) -> None:
         """Register for the events. Registrations end with the session."""
-        device = self._device
         step("on_user_confirm", device.on_user_confirm, lambda: step("confirm", device.send_user_confirm, True))
         step("on_reset_confirm", device.on_reset_confirm, lambda: step("confirm", device.send_reset_confirm, True))
         step("on_pin", device.on_pin, lambda pin, value: print("display: PIN", pin), lambda: print("display: dark"))
@@ -85,8 +86,7 @@ class Washer:
         step("on_tnc_result", device.on_tnc_result, lambda result: print("terms: answered"))
         step("on_stop_soft_ap", device.on_stop_soft_ap, lambda: print("soft access point: stopped"))
 
-    def _describe_device(self) -> None:
-        device = self._device
+    def _describe_device(self, device: korvane.Device) -> None:
         try:
             device.set_device_property_with_wifi_authtype("Washer", 0x0B, 0x03, [0, 4, 5])
         except KorvaneError as error:
@@ -146,7 +146,8 @@ class Washer:
             self._ended.set_result(status)
 
     def _terminate(self) -> None:
-        self._end(0 if step("stop", self._device.stop) else 1)
+        device = self._connection.device
+        self._end(0 if device is not None and step("stop", device.stop) else 1)
 
 
 async def main() -> int:

@@ -242,16 +242,18 @@ int korvane_util_connect(korvane_util_configure_cb configure_device, korvane_uti
     return KORVANE_ERROR_NONE;
 }
 
-void korvane_util_disconnect(korvane_util_connection_h connection)
+int korvane_util_disconnect(korvane_util_connection_h connection)
 {
     if (!connection || connection->has_ended)
-        return;
+        return KORVANE_ERROR_NONE;
     connection->has_ended = true;
     cancel_attempt(connection);
     current = NULL;
-    if (end_session(connection) != KORVANE_ERROR_NONE)
+    int result = end_session(connection);
+    if (result != KORVANE_ERROR_NONE)
         unended = connection;
     release(connection);
+    return result;
 }
 
 korvane_h korvane_util_get_handle(korvane_util_connection_h connection)

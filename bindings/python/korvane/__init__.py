@@ -23,6 +23,7 @@ from korvane.received import (
     TcpHeaderInfo,
 )
 from korvane.subscription import Subscription
+from korvane.supervised import SupervisedConnection, SupervisedState
 from korvane.values import AccessPoint, CloudInfo, DeviceProfileInfo, LastStatusInfo, PlatformInfo, TncInfo
 
 __all__ = [
@@ -43,6 +44,8 @@ __all__ = [
     "PlatformInfo",
     "SubDevicePresence",
     "Subscription",
+    "SupervisedConnection",
+    "SupervisedState",
     "TcpHeaderInfo",
     "TncInfo",
     "set_exception_handler",

@@ -178,7 +178,8 @@ class Slot:
                 self._registrations.remove(made)
             raise KorvaneError(code, self._set)
         if made in self._registrations:
-            self._current = made
+            if not node.muted:  # otherwise the connection was lost inside the call
+                self._current = made
             # A successful call replaces the earlier registration. After two set functions, one inside the other, either
             # may be the one that the agent keeps, so both stay until the event is unset.
             if self._in_progress == 0:
@@ -216,6 +217,11 @@ class Slot:
         """Call no handler any more."""
         for each in self._registrations:
             each.node.muted = True
+
+    def lose(self) -> None:
+        """Call no handler any more; no registration receives events. The library may still use the nodes."""
+        self._current = None
+        self.mute()
 
 
 class Session:
@@ -269,13 +275,26 @@ class Session:
         # An invalid handle was deinitialised past this class.
         if code not in (ErrorCode.NONE, ErrorCode.INVALID_PARAMETER):
             return code
+        self.end()
+        return 0
+
+    def end(self) -> None:
+        """Forget everything: the library has ended the session."""
         self.handle = ffi.NULL
         for slot in self._slots.values():
             slot.end()
         requests, self._requests = self._requests, {}
         for _, cancel in requests.values():
             cancel()
-        return 0
+
+    def lose(self) -> None:
+        """Make no call and call no handler any more: the connection is lost, and the library ends the session later."""
+        self.handle = ffi.NULL
+        for slot in self._slots.values():
+            slot.lose()
+        for node, (_, cancel) in list(self._requests.items()):
+            node.muted = True
+            cancel()
 
     def mute(self) -> None:
         """Call no handler any more."""

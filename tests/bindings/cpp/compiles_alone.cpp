@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Uses each kind of function of the C++ API. It only has to compile, without warnings.
 #include <korvane.hpp>
+#include <korvane_util.hpp>
 
 namespace {
 
@@ -25,6 +26,19 @@ void use(korvane::Device &device)
         access_point->keep();
 }
 
+void supervise()
+{
+    auto opened = korvane::SupervisedConnection::open([](korvane::Device &device) { return device.start(); },
+                                                      [](korvane::SupervisedState, std::error_code) {});
+    if (!opened)
+        return;
+    korvane::SupervisedConnection connection = *std::move(opened);
+    if (korvane::Device *device = connection.device())
+        use(*device);
+    connection.connect_now();
+    connection.close();
+}
+
 #ifdef KORVANE_HAS_COROUTINES
 korvane::Task ask(korvane::Device &device)
 {
@@ -39,6 +53,7 @@ void use_korvane_hpp(korvane::Device &device);
 void use_korvane_hpp(korvane::Device &device)
 {
     use(device);
+    supervise();
 #ifdef KORVANE_HAS_COROUTINES
     ask(device);
 #endif

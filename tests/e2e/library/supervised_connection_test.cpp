@@ -41,7 +41,7 @@ public:
             this, &connection);
     }
 
-    void disconnect() { korvane_util_disconnect(std::exchange(connection, nullptr)); }
+    int disconnect() { return korvane_util_disconnect(std::exchange(connection, nullptr)); }
 
     bool wait_for(korvane_util_state state)
     {
@@ -186,10 +186,7 @@ TEST_F(SupervisedConnection, EndsItsAttemptsWhenItIsDenied)
 TEST_F(SupervisedConnection, CanBeEndedInItsCallbacks)
 {
     AgentProcess agent{home};
-    device.on_configure = [this](korvane_h) {
-        device.disconnect();
-        return KORVANE_ERROR_NONE;
-    };
+    device.on_configure = [this](korvane_h) { return device.disconnect(); };
     ASSERT_EQ(device.connect(), KORVANE_ERROR_NONE);
     ASSERT_TRUE(run_main_loop_until([&] { return device.configured == 1; }));
     EXPECT_TRUE(device.states.empty());
@@ -216,6 +213,7 @@ TEST_F(SupervisedConnection, CanBeEndedWhileNoAgentIsInstalled)
     AgentProcess agent{home};
     ASSERT_EQ(device.connect(), KORVANE_ERROR_NONE);
     EXPECT_TRUE(device.wait_for(KORVANE_UTIL_CONNECTED)) << "the former session ends first";
+    EXPECT_EQ(device.disconnect(), KORVANE_ERROR_NONE);
 }
 
 TEST_F(SupervisedConnection, ChecksItsArguments)
@@ -228,8 +226,8 @@ TEST_F(SupervisedConnection, ChecksItsArguments)
     korvane_util_connection_h second = nullptr;
     EXPECT_EQ(korvane_util_connect(configure, nullptr, nullptr, &second), KORVANE_ERROR_OPERATION_FAILED);
     EXPECT_EQ(second, nullptr);
-    korvane_util_disconnect(connection);
-    korvane_util_disconnect(nullptr);
+    EXPECT_EQ(korvane_util_disconnect(connection), KORVANE_ERROR_NONE);
+    EXPECT_EQ(korvane_util_disconnect(nullptr), KORVANE_ERROR_NONE);
     korvane_util_connect_now(nullptr);
     EXPECT_EQ(korvane_util_get_handle(nullptr), nullptr);
     EXPECT_STREQ(korvane_util_get_state_name(KORVANE_UTIL_NOT_INSTALLED), "not installed");

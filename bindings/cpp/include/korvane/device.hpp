@@ -19,6 +19,8 @@ enum class ConnectionStatus {
 ///
 ///     auto device = korvane::Device::open([](korvane::ConnectionStatus status, std::error_code reason) { ... });
 ///
+/// korvane_util.hpp has SupervisedConnection, which opens sessions again after each interruption and gives a Device for each.
+///
 /// The functions have the names, arguments and rules of korvane.h without the prefix; its descriptions name the result codes.
 /// Further rules:
 ///  - Everything is used from the thread that runs the application's GLib main loop.
@@ -47,7 +49,7 @@ public:
     /// next session that this process opens ends the former one first.
     ~Device()
     {
-        if (!session_ || close())
+        if (!session_ || session_->is_supervised() || close())
             return;
         session_->mute();
         detail::unended_session() = std::move(session_);
@@ -87,9 +89,12 @@ public:
     }
 
     /// Ends the session; no handler runs afterwards. If the library refuses (Errc::not_supported, Errc::agent_version_lower),
-    /// the session stays. Does nothing without a session. May be called in any handler.
+    /// the session stays. Does nothing without a session. May be called in any handler. The session of a SupervisedConnection
+    /// is closed by the connection: Errc::invalid_parameter.
     Result<void> close()
     {
+        if (session_ && session_->is_supervised())
+            return detail::refuse<korvane_deinitialize>();
         const auto session = std::move(session_);
         session_ = nullptr;
         if (!session)
@@ -104,6 +109,8 @@ public:
     bool is_open() const noexcept { return session_ != nullptr; }
 
 private:
+    friend class SupervisedConnection;
+
     /// The connection handler, which all sessions of this object share.
     class ConnectionNode final : public detail::Node {
     public:

@@ -110,7 +110,8 @@ public:
             drop([number](const Registration &other) { return other.number == number; });
             return {code, number};
         }
-        current_ = number;
+        if (!node->muted()) // otherwise the connection was lost inside the call
+            current_ = number;
         // A successful call replaces the earlier registration. After two set functions, one inside the other, either may
         // be the one that the agent keeps, so both stay until the event is unset.
         if (in_progress_ == 0)
@@ -149,6 +150,13 @@ public:
     {
         for (Registration &registration : registrations_)
             registration.node->mute();
+    }
+
+    /// No handler is called any more, and no registration receives events. The library may still use the nodes.
+    void lose() noexcept
+    {
+        current_ = 0;
+        mute_all();
     }
 
     /// The session has ended: the library uses nothing any more.
@@ -194,8 +202,13 @@ private:
 class Session {
 public:
     explicit Session(Reference<Node> connection) : connection_(std::move(connection)) {}
+    /// A session that a supervised connection begins and ends.
+    explicit Session(korvane_h supervised) : handle(supervised), is_supervised_(true) {}
+    Session(const Session &) = delete;
+    Session &operator=(const Session &) = delete;
 
     korvane_h handle = nullptr;
+    bool is_supervised() const noexcept { return is_supervised_; }
 
     /// The registrations of the event that this function unsets.
     Slot &slot(Unset unset) { return slots_[unset]; }
@@ -222,19 +235,39 @@ public:
         // An invalid handle was deinitialised past this class.
         if (code != KORVANE_ERROR_NONE && code != KORVANE_ERROR_INVALID_PARAMETER)
             return code;
+        end();
+        return KORVANE_ERROR_NONE;
+    }
+
+    /// The library has ended the session: it uses nothing any more.
+    void end()
+    {
         handle = nullptr;
         for (auto &[unset, slot] : slots_)
             slot.end();
         const std::vector<Reference<Node>> cancelled = std::exchange(requests_, {});
         for (const Reference<Node> &request : cancelled)
             request->cancel();
-        return KORVANE_ERROR_NONE;
+    }
+
+    /// The connection is lost, and the library ends the session later: no call is made and no handler is called any more.
+    void lose()
+    {
+        handle = nullptr;
+        for (auto &[unset, slot] : slots_)
+            slot.lose();
+        const std::vector<Reference<Node>> cancelled = requests_;
+        for (const Reference<Node> &request : cancelled) {
+            request->mute();
+            request->cancel();
+        }
     }
 
     /// No handler is called any more.
     void mute() noexcept
     {
-        connection_->mute();
+        if (connection_)
+            connection_->mute();
         for (auto &[unset, slot] : slots_)
             slot.mute_all();
         for (const Reference<Node> &request : requests_)
@@ -244,7 +277,8 @@ public:
     const Reference<Node> &connection() const noexcept { return connection_; }
 
 private:
-    Reference<Node> connection_;
+    Reference<Node> connection_{};
+    bool is_supervised_ = false;
     std::map<Unset, Slot> slots_{};
     std::vector<Reference<Node>> requests_{};
 };

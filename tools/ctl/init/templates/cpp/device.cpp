@@ -1,41 +1,30 @@
 #include "device.hpp"
 
-#include <cstdlib>
 #include <iostream>
-#include <memory>
 
 namespace {
 
 /// The phone asks for the networks that the device sees. A real device scans, and replies when the scan has ended.
-void on_scan(korvane_h device, int req_id, void *)
+void reply_to_scan(korvane::Device &device, int req_id)
 {
-    korvane_aplist_h created = nullptr;
-    if (korvane_aplist_create(&created, 1) != KORVANE_ERROR_NONE)
-        return;
-    const std::unique_ptr<korvane_aplist_s, decltype(&korvane_aplist_destroy)> list{created, korvane_aplist_destroy};
-    korvane_aplist_set_ssid(list.get(), 0, "home");
-    korvane_aplist_set_channel(list.get(), 0, 6);
-    korvane_send_ap_list(device, list.get(), req_id);
+    korvane::AccessPoint home;
+    home.ssid = "home";
+    home.channel = 6;
+    device.send_ap_list({home}, req_id).value();
 }
 
 /// The phone has chosen a network. A real device joins it.
-void on_access_point(korvane_h, korvane_ap_info_h ap_info, void *)
+void join(const korvane::ChosenAccessPoint &chosen)
 {
-    char *returned = nullptr;
-    if (korvane_apinfo_get_ssid(ap_info, &returned) != KORVANE_ERROR_NONE)
-        return;
-    const std::unique_ptr<char, decltype(&std::free)> ssid{returned, std::free};
-    std::cout << "joining " << ssid.get() << std::endl;
+    std::cout << "joining " << chosen.ssid().value_or("a network without a name") << std::endl;
 }
 
 } // namespace
 
-int configure_device(korvane_h device, void *user_data)
+void configure_device(korvane::Device &device)
 {
-    int result = korvane_set_scan_ap_cb(device, on_scan, user_data);
-    if (result == KORVANE_ERROR_NONE)
-        result = korvane_set_wifi_ap_provisioning_cb(device, on_access_point, user_data);
-    if (result == KORVANE_ERROR_NONE)
-        result = korvane_set_device_property(device, "@NAME@", 11, 1);
-    return result == KORVANE_ERROR_NONE ? korvane_start(device) : result;
+    device.on_scan_ap([&device](int req_id) { reply_to_scan(device, req_id); }).value().keep();
+    device.on_wifi_ap_provisioning(join).value().keep();
+    device.set_device_property("@NAME@", 11, 1).value();
+    device.start().value();
 }

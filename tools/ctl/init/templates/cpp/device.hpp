@@ -2,10 +2,10 @@
 #ifndef DEVICE_HPP
 #define DEVICE_HPP
 
-#include <korvane.h>
+#include <korvane.hpp>
 
-/// Registers the callbacks, describes the device and starts its service. Runs after each connection, because a new connection
-/// has no registrations. Returns KORVANE_ERROR_NONE, or the result of the call that failed.
-int configure_device(korvane_h device, void *user_data);
+/// Registers the handlers, describes the device and starts its service. Runs after each connection, because a new connection
+/// has no registrations. Throws korvane::Error if a call fails.
+void configure_device(korvane::Device &device);
 
 #endif

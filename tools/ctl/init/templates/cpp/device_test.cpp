@@ -2,7 +2,7 @@
 #include "device.hpp"
 
 #include <korvane_test.hpp>
-#include <korvane_util.h>
+#include <korvane_util.hpp>
 
 #include <iostream>
 
@@ -10,9 +10,7 @@ int main()
 {
     try {
         korvane::test::Agent agent;
-        korvane_util_connection_h connection = nullptr;
-        if (korvane_util_connect(configure_device, nullptr, nullptr, &connection) != KORVANE_ERROR_NONE)
-            return 1;
+        auto connection = korvane::SupervisedConnection::open(configure_device).value();
         agent.wait_for_call("start", 10000);
 
         agent.tell("phone connect");
@@ -21,7 +19,6 @@ int main()
 
         agent.tell("restart");
         agent.wait_for_call("start", 10000); // again
-        korvane_util_disconnect(connection);
     } catch (const std::exception &problem) {
         std::cerr << problem.what() << '\n';
         return 1;

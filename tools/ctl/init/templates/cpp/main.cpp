@@ -1,7 +1,7 @@
 // @NAME@: connects to the agent, and connects again after each interruption.
 #include "device.hpp"
 
-#include <korvane_util.h>
+#include <korvane_util.hpp>
 
 #include <glib-unix.h>
 
@@ -9,10 +9,18 @@
 
 namespace {
 
-void on_state(korvane_util_state state, int result, korvane_h, void *)
+void on_state(korvane::SupervisedState state, std::error_code reason)
 {
-    const korvane_util_result *reason = korvane_util_explain(result);
-    std::cout << korvane_util_get_state_name(state) << ": " << (reason ? reason->cause : "another reason") << std::endl;
+    std::cout << korvane::state_name(state) << ": " << korvane::code_text(reason.value()) << std::endl;
+}
+
+void on_exception(std::string_view callback, std::exception_ptr exception)
+{
+    try {
+        std::rethrow_exception(exception);
+    } catch (const std::exception &error) {
+        std::cerr << callback << ": " << error.what() << std::endl;
+    }
 }
 
 gboolean on_terminate(gpointer loop)
@@ -25,17 +33,20 @@ gboolean on_terminate(gpointer loop)
 
 int main()
 {
+    korvane::set_exception_handler(on_exception); // the device continues if a handler fails
     GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
     g_unix_signal_add(SIGTERM, on_terminate, loop);
     g_unix_signal_add(SIGINT, on_terminate, loop);
-    korvane_util_connection_h connection = nullptr;
-    if (korvane_util_connect(configure_device, on_state, nullptr, &connection) != KORVANE_ERROR_NONE)
+    auto connection = korvane::SupervisedConnection::open(configure_device, on_state);
+    if (!connection) {
+        std::cerr << connection.error().message() << std::endl;
         return 1;
+    }
     g_main_loop_run(loop);
 
-    if (korvane_h device = korvane_util_get_handle(connection))
-        korvane_stop(device);
-    korvane_util_disconnect(connection);
+    if (korvane::Device *device = connection->device())
+        (void)device->stop();
+    connection->close();
     g_main_loop_unref(loop);
     return 0;
 }

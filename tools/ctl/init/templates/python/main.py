@@ -5,9 +5,7 @@ import signal
 
 import korvane
 import korvane.glib
-from korvane import ConnectionStatus, ErrorCode, KorvaneError
-
-FIRST_DELAY_S, MAX_DELAY_S = 0.1, 2.0
+from korvane import ErrorCode, SupervisedConnection, SupervisedState
 
 
 def configure(device: korvane.Device) -> None:
@@ -30,13 +28,10 @@ def configure(device: korvane.Device) -> None:
     device.start()
 
 
-def is_being_updated(device: korvane.Device) -> bool:
-    """Return whether the agent is being replaced. The session must be kept then: it receives the end of the update."""
-    try:
-        device.get_easysetup_status()
-    except KorvaneError as error:
-        return error.code == ErrorCode.SERVICE_UNAVAILABLE
-    return False
+def on_state(state: SupervisedState, reason: "ErrorCode | int") -> None:
+    """Print each change of the connection."""
+    cause = reason.name if isinstance(reason, ErrorCode) else reason
+    print(f"{state.name.lower()}: {cause}", flush=True)
 
 
 async def main() -> None:
@@ -44,34 +39,10 @@ async def main() -> None:
     for number in (signal.SIGTERM, signal.SIGINT):
         asyncio.get_running_loop().add_signal_handler(number, ended.set)
 
-    async def reconnect() -> None:
-        delay = FIRST_DELAY_S
-        while True:
-            await asyncio.sleep(delay)
-            delay = min(2 * delay, MAX_DELAY_S)
-            try:
-                if not is_being_updated(device):
-                    device.reopen()
-                    return
-            except KorvaneError as error:
-                print(error, flush=True)
-
-    async def changed(status: ConnectionStatus, reason: "ErrorCode | int") -> None:
-        print(status.name.lower(), flush=True)
-        try:
-            if status == ConnectionStatus.CONNECTED:
-                configure(device)
-                return
-        except KorvaneError as error:
-            print(error, flush=True)
-            if error.code == ErrorCode.IO_ERROR:
-                return  # this function runs again with the end of the connection
-        await reconnect()
-
-    with korvane.Device(changed) as device:
+    with SupervisedConnection(configure, on_state) as connection:
         await ended.wait()
-        if device.is_connected:
-            device.stop()
+        if connection.device is not None:
+            connection.device.stop()
 
 
 if __name__ == "__main__":

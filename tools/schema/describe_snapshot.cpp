@@ -15,12 +15,29 @@ namespace {
 using namespace kv::virtual_agent;
 using namespace kv::schema;
 
-/// The shape of a value of the state follows from its type.
 template <class Value>
-struct Shape;
+Json shape_of(NumberRange = {});
+
+/// The shape of a value of the state follows from its type. This is that of an enumeration and of an object.
+template <class Value>
+struct Shape {
+    static Json made()
+    {
+        if constexpr (std::is_enum_v<Value>) {
+            return kv::schema::whole_number(0, last_of(Value{}));
+        } else {
+            Json described = Json::object();
+            Value object{};
+            members(object, [&described](const char *name, const auto &member, auto... range) {
+                described.set(name, shape_of<std::remove_cvref_t<decltype(member)>>(range...));
+            });
+            return closed(std::move(described), {});
+        }
+    }
+};
 
 template <class Value>
-Json shape_of(NumberRange = {})
+Json shape_of(NumberRange)
 {
     return Shape<Value>::made();
 }
@@ -44,12 +61,6 @@ struct Shape<std::string> {
 template <>
 struct Shape<Json> {
     static Json made() { return Json{true}; }
-};
-
-template <class Enum>
-requires std::is_enum_v<Enum>
-struct Shape<Enum> {
-    static Json made() { return kv::schema::whole_number(0, last_of(Enum{})); }
 };
 
 template <class Value>
@@ -76,19 +87,6 @@ struct Shape<std::map<Key, Value>> {
             object.set("propertyNames", reference("key"));
         object.set("additionalProperties", shape_of<Value>()).set("maxProperties", static_cast<int>(max_devices));
         return object;
-    }
-};
-
-template <HasMembers Object>
-struct Shape<Object> {
-    static Json made()
-    {
-        Json described = Json::object();
-        Object object{};
-        members(object, [&described](const char *name, const auto &member, auto... range) {
-            described.set(name, shape_of<std::remove_cvref_t<decltype(member)>>(range...));
-        });
-        return closed(std::move(described), {});
     }
 };
 

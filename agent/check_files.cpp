@@ -24,6 +24,12 @@ std::string joined(const std::vector<std::string> &words)
     return text;
 }
 
+/// "; variables a, b", or nothing without words.
+std::string list_text(const char *title, const std::vector<std::string> &words)
+{
+    return words.empty() ? "" : std::string{"; "} + title + " " + joined(words);
+}
+
 std::vector<std::string> versions_of(const Scenario &scenario)
 {
     std::vector<std::string> versions;
@@ -44,7 +50,8 @@ std::optional<Scenario> check_scenario(const std::string &path, const ScenarioIn
         const std::vector<std::string> versions = versions_of(scenario);
         facts.set("title", scenario.title).set("versions", array_of(versions)).set("part", scenario.is_part);
         facts.set("variables", array_of(scenario.variables)).set("includes", array_of(reader.included_files()));
-        report(facts, path + ": correct, for agents " + joined(versions));
+        report(facts, path + ": correct, for agents " + joined(versions) + list_text("variables", scenario.variables) +
+                          list_text("includes", reader.included_files()));
         return scenario;
     } catch (const std::exception &problem) {
         facts.set("problem", problem.what()).set("includes", array_of(reader.included_files()));

@@ -158,6 +158,11 @@ store("scenarios", "versions", steps({"say": "old", "before": "2.0"}, {"say": "n
 store("scenarios", "never_and_functions", json.dumps({"$schema": "x", "since": "1.0", "steps": [
     {"never": "reset"}, {"expect": "korvane_start", "not_before_ms": 0, "within_ms": 1}]}))
 store("scenarios", "expected_secret", steps({"expect": "set_preconfigured_pin", "with": {"pin": {"not": "1"}}, "within_ms": 1}))
+store("scenarios", "variables", json.dumps({"variables": {"a": "x", "b": "${a}$${", "n": 5, "list": [{"say": "${a}"}]}, "steps": [
+    {"say": "<${b}>"}, {"wait_ms": "${n}"}, {"phone": "choose", "with": {"ssid": "${a}", "index": "${n}"}}]}))
+store("scenarios", "wrong_variables", json.dumps({"variables": {"a": {}}, "steps": [{"say": "<${a}"}]}))
+store("scenarios", "any_order", steps({"any_order": [{"say": "a"}, [{"say": "b"}, {"kill": True}], {"any_order": [{"restart": True}]}]}))
+store("scenarios", "include", steps({"include": "part.json", "with": {"a": 1}}))
 store("scenarios", "line_of_a_mistake", '{"steps":[\n{"say":"a"},\n{"wait_ms":}]}')
 
 # Snapshots, filters and traces.

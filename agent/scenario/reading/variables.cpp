@@ -47,6 +47,16 @@ bool are_alike(const cJSON *one, const cJSON *other)
     return kind(one) == kind(other);
 }
 
+/// Refuses a value that has more levels than the text of a scenario may have.
+void check_depth(const cJSON *value, int levels_left)
+{
+    if (levels_left == 0)
+        throw Mistake{value, "the values of the variables make this more than " + std::to_string(Json::max_depth) +
+                                 " levels deep"};
+    for (const cJSON *child = value->child; child; child = child->next)
+        check_depth(child, levels_left - 1);
+}
+
 std::string wanted_kind(const cJSON *value)
 {
     return cJSON_IsBool(value) ? "true or false" : kind_of(value);
@@ -158,6 +168,7 @@ Json Variables::applied_to(const cJSON *value, Positions &positions, std::size_t
     Json copy = Json::copy_of(value);
     positions.add_copy(copy.get(), value);
     Replacement{values_, positions, bytes_left}.replace_in(*copy.get());
+    check_depth(copy.get(), Json::max_depth);
     return copy;
 }
 

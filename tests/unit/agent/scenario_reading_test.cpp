@@ -117,6 +117,14 @@ TEST(AgentScenarioVariables, CannotMakeAScenarioTooLong)
     EXPECT_NE(mistake(text + "}, \"steps\": []}").find("the values of the variables are too long"), std::string::npos);
 }
 
+TEST(AgentScenarioVariables, CannotNestDeeperThanAText)
+{
+    std::string text = R"({"variables": {"a0": 1)";
+    for (int i = 1; i <= 70; ++i)
+        text += ", \"a" + std::to_string(i) + R"(": ["${a)" + std::to_string(i - 1) + "}\"]";
+    EXPECT_NE(mistake(text + "}, \"steps\": []}").find("make this more than 64 levels deep"), std::string::npos);
+}
+
 class AgentScenarioFiles : public testing::Test {
 protected:
     std::string path(const std::string &name) const { return (folder_.path() / name).string(); }

@@ -179,13 +179,33 @@ void ApplicationRun::take_agent_error(const std::string &line)
 void ApplicationRun::start_application()
 {
     Program program{application_words_, environment()};
-    program.out_to_error = out_.json; // stdout is for JSON only
+    connect_output(program);
     application_started_ = true;
     try {
         application_.start(program, [this] { on_application_exit(); });
     } catch (const Failure &problem) {
         fail(problem.what());
     }
+    if (application_out_)
+        application_out_->close_program_side();
+}
+
+/// The end of the scenario ends the application by a signal, which must not lose the lines that it has printed. On a
+/// terminal they are not lost; otherwise the application gets a terminal of its own.
+void ApplicationRun::connect_output(Program &program)
+{
+    const int target = out_.json ? STDERR_FILENO : STDOUT_FILENO; // stdout is for JSON only
+    program.out_to_error = out_.json;
+    if (isatty(target) == 1)
+        return;
+    auto terminal = std::make_unique<LineTerminal>(target);
+    if (!terminal->is_open())
+        return;
+    application_out_ = std::move(terminal);
+    program.out_to_error = false;
+    program.out = application_out_->program_side();
+    program.environment.insert({{"NO_COLOR", "1"}, {"TERM", "dumb"}}); // it is read as text
+    loop_.on_readable(application_out_->fd(), [this] { return application_out_->pass_on(); });
 }
 
 /// Keeps the first problem, which is the cause of those that follow.
@@ -280,6 +300,8 @@ int ApplicationRun::run()
         });
     loop_.run();
     end_descendants();
+    if (application_out_)
+        application_out_->pass_on_all();
     journal_->read_some([this](const std::string &line) { take_journal_line(line); });
     if (refused_)
         throw UsageError{problem_};

@@ -3,6 +3,7 @@
 
 #include "tools/ctl/output/output.hpp"
 #include "tools/ctl/process/child.hpp"
+#include "tools/ctl/process/line_terminal.hpp"
 #include "tools/ctl/process/lines.hpp"
 #include "tools/ctl/process/loop.hpp"
 
@@ -68,6 +69,7 @@ private:
     Program agent_command(const std::filesystem::path &journal) const;
     void start_agent();
     void start_application();
+    void connect_output(Program &program);
     void watch_lines(Lines &lines, void (ApplicationRun::*take)(const std::string &line));
     void take_journal_line(const std::string &line);
     void take_agent_output(const std::string &line);
@@ -95,6 +97,7 @@ private:
     std::unique_ptr<Lines> journal_{};
     std::unique_ptr<Lines> agent_out_{};
     std::unique_ptr<Lines> agent_err_{};
+    std::unique_ptr<LineTerminal> application_out_{}; // null if the application has the standard output of this process
     Child bus_{};
     Child agent_{};
     Child application_{};

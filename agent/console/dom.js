@@ -102,8 +102,12 @@ export function formatValue(value) {
   return String(value);
 }
 
-export function formatMembers(object) {
-  return Object.entries(object).map(([name, value]) => `${escapeInvisible(name)} ${formatValue(value)}`).join(', ');
+/// Formats the members of an object. `nameOf` returns the name of a number by member and value, or nothing.
+export function formatMembers(object, nameOf = () => undefined) {
+  return Object.entries(object).map(([name, value]) => {
+    const meaning = nameOf(name, value);
+    return `${escapeInvisible(name)} ${formatValue(value)}${meaning === undefined ? '' : ` (${meaning})`}`;
+  }).join(', ');
 }
 
 /// Formats a value as indented JSON.

@@ -2,6 +2,7 @@
 #include "setup.hpp"
 
 #include "agent/interface/show.hpp"
+#include "src/kv_master/codings.hpp"
 
 namespace kv::virtual_agent {
 
@@ -36,15 +37,8 @@ Json view_of(const DeviceProperty &property)
 
 const char *name_of(Stage stage)
 {
-    switch (stage) {
-    case Stage::waiting: return "waiting";
-    case Stage::connected: return "connected";
-    case Stage::joining: return "joining";
-    case Stage::joined: return "joined";
-    case Stage::done: return "done";
-    case Stage::failed: return "failed";
-    }
-    return "";
+    const char *name = master::codings::setup_status.name_of(static_cast<int>(stage));
+    return name ? name : "";
 }
 
 Json AccessPoint::view() const

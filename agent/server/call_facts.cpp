@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "call_facts.hpp"
 
+#include "agent/interface/coded_words.hpp"
+
 namespace kv::virtual_agent {
 
 Json CallFacts::shown_arguments() const
@@ -32,8 +34,9 @@ Json CallFacts::json() const
 
 std::string CallFacts::words() const
 {
-    std::string words = *peer + "  " + (method ? method->name : "") + "(" + in_words(shown_arguments()) + ")  ->  " +
-                        in_words(shown_reply());
+    const char *name = method ? method->name : "";
+    std::string words =
+        *peer + "  " + name + "(" + in_words(shown_arguments(), name) + ")  ->  " + in_words(shown_reply(), name);
     if (fault)
         words += std::string{"  [fault: "} + name_of(*fault) + "]";
     if (!problem.empty())

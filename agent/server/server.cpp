@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "server.hpp"
 
+#include "agent/interface/coded_words.hpp"
 #include "call_facts.hpp"
 #include "common/agent_state.hpp"
 
@@ -285,7 +286,8 @@ void Server::send(const std::string &instance, Event &event)
     peer->fired(event.delegate);
     Json facts = Json::object();
     facts.set("peer", peer->name()).set("event", event.name).set("values", event.values->copy());
-    journal_.write(Journal::now(), facts, peer->name() + "  event " + event.name + "(" + in_words(*event.values) + ")");
+    journal_.write(Journal::now(), facts,
+                   peer->name() + "  event " + event.name + "(" + in_words(*event.values, event.name) + ")");
     rpc_port_parcel_send(event.parcel.get(), port);
 }
 

@@ -290,7 +290,7 @@ describe('The timeline', () => {
     await page.getByText(/[1-9]\d* waiting/).waitFor();
     assert.equal(await entry('status_changed_cb').filter({hasText: 'status 1'}).count(), 0);
     await page.getByRole('button', {name: 'Resume'}).click();
-    await entry('status 1').waitFor();
+    await entry('status 1 (connected)').waitFor();
     await page.getByRole('button', {name: 'Clear'}).click();
     await page.getByText('0 entries', {exact: true}).waitFor();
     assert.deepEqual(await rows(), []);

@@ -11,14 +11,21 @@ const batchMs = 40;
 const announceMs = 2500; // a screen reader cannot follow a hundred entries a second
 const endTolerancePx = 48;
 
+/// The names of numbers by method or event and by value, as the agent describes them.
+let codings = [];
+
+/// The members of a method or event with the names of their numbers: status 4 (done).
+const formatCoded = (values, owner) => formatMembers(values, (name, number) =>
+  codings.find((coding) => coding.owner === owner && coding.value === name)?.names[number]);
+
 /// The kinds of entries. The first whose `is` matches applies.
 const kinds = [
   {name: 'call', sign: '→', help: 'call to the agent', is: ({method}) => method !== undefined,
     title: ({method, id}) => method || `method ${id}`,
-    text: ({arguments: values = {}}) => formatMembers(values),
-    end: ({answer = {}, duration_us: us}) => [formatMembers(answer), `${us} µs`]},
+    text: ({method, arguments: values = {}}) => formatCoded(values, method),
+    end: ({method, answer = {}, duration_us: us}) => [formatCoded(answer, method), `${us} µs`]},
   {name: 'event', sign: '←', help: 'event to the application', is: ({event}) => event !== undefined, title: ({event}) => event,
-    text: ({values = {}}) => formatMembers(values)},
+    text: ({event, values = {}}) => formatCoded(values, event)},
   {name: 'connection', sign: '·', is: ({connection}) => connection !== undefined, title: ({connection}) => connection,
     text: ({peer}) => peer},
   {name: 'update', sign: '↻', is: ({update}) => update !== undefined, title: ({update}) => `update ${update}`,
@@ -77,7 +84,8 @@ export class Timeline {
     this.#updateCount();
   }
 
-  describe({methods, events}) {
+  describe({methods, events, codings: names}) {
+    codings = names ?? [];
     const group = (label, named) => h('optgroup', {label}, named.map(({name}) => h('option', {value: name}, name)));
     setOptions(this.name, h('option', {value: ''}, 'All names'), group('Methods', methods), group('Events', events));
   }

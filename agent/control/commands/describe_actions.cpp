@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The agent itself: what its version supports, help, and its end.
 #include "actions.hpp"
+#include "src/kv_master/codings.hpp"
 
 namespace kv::virtual_agent::command {
 
@@ -32,6 +33,21 @@ Json shown_step(const Step &step)
     return std::move(Json::object().set("name", step.name).set("arguments", step.arguments).set("help", step.help));
 }
 
+/// The names of numbers, by method or event and by value.
+Json codings()
+{
+    return list_of(master::coded_values, [](const master::CodedValue &value) {
+        Json names = Json::object();
+        for (int i = 0; i < value.coding.count; ++i)
+            names.set(std::to_string(value.coding.names[i].number).c_str(), value.coding.names[i].name);
+        return std::move(Json::object()
+                             .set("owner", value.owner)
+                             .set("value", value.value)
+                             .set("title", value.coding.title)
+                             .set("names", std::move(names)));
+    });
+}
+
 } // namespace
 
 Json describe(ControlledAgent &agent, Arguments &)
@@ -58,6 +74,7 @@ Json describe(ControlledAgent &agent, Arguments &)
     all.set("phone", list_of(Phone::steps(), version, shown_step<Step<Phone>>));
     all.set("cloud", list_of(Cloud::steps(), version, shown_step<Step<Cloud>>));
     all.set("personalities", agent.scenarios.personalities());
+    all.set("codings", codings());
     all.set("versions", array_of(Version::all()));
     return all;
 }

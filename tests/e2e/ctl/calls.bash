@@ -41,7 +41,12 @@ check_calls() {
 
 check_callbacks() {
     expect_status 0 "$ctl" call --events 1 start_async
-    expect_in out 'callback of korvane_start_async(0)'
+    expect_in out 'callback of korvane_start_async(0 (done))'
+    expect_status 0 "$ctl" call get_thing_status
+    expect_in out 'korvane_get_thing_status: KORVANE_ERROR_NONE  0 (not signed up)'
+    expect_status 0 "$ctl" call --json get_thing_status
+    expect_in out '"out":[0]'
+    expect_not_in out 'not signed up'
     expect_status 1 "$ctl" call --events 1 --wait 0.1 set_status_changed_cb
     expect_in err 'only 0 of 1 callbacks ran'
     "$ctl" call --events 2 --wait 30 set_pin_cb : set_wifi_ap_provisioning_cb >callbacks &

@@ -239,6 +239,14 @@ class Codings(VirtualAgent):
         self.assertEqual(self.request(97), int32(-1), "there is no session")
         self.assertEqual(values("Results of methods"), [0, -1])
 
+    def test_the_names_on_the_page_are_those_that_the_programs_show(self) -> None:
+        shown = {coding["title"]: coding["names"] for coding in self.command("describe")["codings"]}
+        self.assertEqual(len(shown), 7)
+        for title, names in shown.items():
+            self.assertEqual(names, {row[0]: row[1] for row in table(title)}, title)
+        with_names = set(re.findall(r"\n## ([^\n]+)\n(?:(?!\n## ).)*?\n\| value \| name \|", PAGE, re.DOTALL))
+        self.assertEqual(with_names, set(shown))
+
     def test_texts(self) -> None:
         expected = {"language": "en-GB", "country": "GB", "datetime": "2026-01-01T12:00:00Z", "rmd": "phone"}
         self.start_with_phone()

@@ -1,9 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 // How journal and state show arguments that are a JSON document.
+#include "agent/interface/coded_words.hpp"
+#include "agent/interface/events.hpp"
+#include "agent/interface/methods.hpp"
 #include "agent/interface/show.hpp"
+#include "agent/scenario/reading/functions.hpp"
+#include "src/kv_master/codings.hpp"
 
 #include <glib.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
 
 using namespace kv;
 using virtual_agent::Shown;
@@ -29,6 +37,42 @@ std::string shown_event(const std::string &text)
 std::string command(const std::string &text)
 {
     return shown<master::common_interface>(text);
+}
+
+TEST(ShownValues, ANumberWithANameIsShownWithIt)
+{
+    using virtual_agent::Json;
+    const auto words = [](const char *values, const char *owner) {
+        return virtual_agent::in_words(Json::parse(values), owner);
+    };
+    EXPECT_EQ(words(R"({"status":4})", "status_changed_cb"), "status 4 (done)");
+    EXPECT_EQ(words(R"({"status":9})", "status_changed_cb"), "status 9");
+    EXPECT_EQ(words(R"({"status":true})", "signup_status_changed_cb"), "status true");
+    EXPECT_EQ(words(R"({"status":2,"result":0})", "get_thing_status"), "status 2 (signed in), result 0");
+    EXPECT_EQ(words(R"({"result":-128,"text1":"x"})", "get_hdr_certificate_cb"), R"(result -128 (revoked), text1 "x")");
+    EXPECT_EQ(virtual_agent::in_words(Json::parse(R"({"status":4})")), "status 4");
+}
+
+/// Whether one of these descriptions has this name.
+bool has_name(const virtual_agent::Json &shapes, const char *name)
+{
+    return shapes.text().find(std::string{"\"name\":\""} + name + "\"") != std::string::npos;
+}
+
+TEST(ShownValues, EachNumberWithNamesIsAValueOfTheInterface)
+{
+    for (const master::CodedValue &coded : master::coded_values) {
+        const virtual_agent::MethodEntry *method = virtual_agent::find_method(coded.owner);
+        const auto &events = virtual_agent::all_events();
+        const auto event = std::find_if(events.begin(), events.end(),
+                                        [&](const auto &one) { return std::string{one.name} == coded.owner; });
+        ASSERT_TRUE(method || event != events.end()) << coded.owner;
+        EXPECT_TRUE(method ? has_name(method->argument_shapes(), coded.value) ||
+                                 has_name(method->out_shapes(), coded.value)
+                           : has_name(event->shapes(), coded.value))
+            << coded.owner << " " << coded.value;
+        EXPECT_TRUE(!coded.function || virtual_agent::find_function(coded.function)) << coded.function;
+    }
 }
 
 TEST(ShownValues, ADocumentWithASecretIsShownByMember)

@@ -1,26 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "entry_text.hpp"
 
+#include "tools/ctl/output/coded_text.hpp"
 #include "tools/ctl/output/output.hpp"
 
 namespace kv::ctl {
 
 namespace {
 
-/// The members of an object that is a member of the entry.
-std::string inner(const Json &entry, const char *name)
+/// The members of an object that is a member of the entry; `owner` is the method or event whose values they are.
+std::string inner(const Json &entry, const char *name, const std::string &owner = "")
 {
     const Json &member = member_of(entry, name);
-    return member.is_object() ? members_text(member) : text_in(entry, name);
+    return member.is_object() ? coded_members_text(member, owner) : text_in(entry, name);
 }
 
 std::string request_text(const Json &entry)
 {
-    return text_in(entry, "method") + "(" + inner(entry, "arguments") + ")  ->  " + inner(entry, "answer");
+    const std::string method = text_in(entry, "method");
+    return method + "(" + inner(entry, "arguments", method) + ")  ->  " + inner(entry, "answer", method);
 }
 std::string event_text(const Json &entry)
 {
-    return "<=  " + text_in(entry, "event") + "(" + inner(entry, "values") + ")";
+    const std::string event = text_in(entry, "event");
+    return "<=  " + event + "(" + inner(entry, "values", event) + ")";
 }
 std::string connection_text(const Json &entry)
 {

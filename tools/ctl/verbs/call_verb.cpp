@@ -3,6 +3,7 @@
 
 #include "tools/ctl/calls/call_line.hpp"
 #include "tools/ctl/calls/session.hpp"
+#include "tools/ctl/output/coded_text.hpp"
 #include "tools/ctl/output/failure.hpp"
 
 #include <CLI/CLI.hpp>
@@ -27,11 +28,13 @@ Json values_of(const std::vector<OutValue> &outs)
     return values;
 }
 
-std::string joined(const Json &values)
+/// The values that a function returns or passes to its callback, numbers with their names.
+std::string joined(const Json &values, const char *function)
 {
     std::string text;
+    int index = 0;
     for (const Json &value : values)
-        text += (text.empty() ? "" : ", ") + text_of(value);
+        text += (text.empty() ? "" : ", ") + coded_text(value, master::coding_of_function(function, index++));
     return text;
 }
 
@@ -39,7 +42,7 @@ void print_result(const Output &out, std::size_t number, const Function &functio
 {
     const auto colour = result == 0 ? Output::Colour::green : Output::Colour::red;
     out.line(std::to_string(number) + "  " + function.name + ": " + out.in(colour, result_name(result)) +
-                 (values.empty() ? "" : "  " + joined(values)),
+                 (values.empty() ? "" : "  " + joined(values, function.name)),
              {{"call", number},
               {"function", function.name},
               {"result", result},
@@ -77,7 +80,8 @@ int run_calls(const Output &out, const std::vector<Call> &calls, const CallOptio
 {
     Session session{[&out](const std::string &function, int parameter, const Json &values) {
         const Json object{{"callback", function}, {"place", parameter}, {"values", values}};
-        out.line(out.in(Output::Colour::blue, "callback of " + function + "(" + joined(values) + ")"), object);
+        out.line(out.in(Output::Colour::blue, "callback of " + function + "(" + joined(values, function.c_str()) + ")"),
+                 object);
     }};
     const bool all_passed = make_calls(out, session, calls, options.keep_going);
     if (!all_passed && !options.keep_going)

@@ -76,7 +76,7 @@ public:
     }
 
 private:
-    /// Runs after each connection, because the agent has forgotten the registrations of the former one.
+    /// Runs after each connection, because a new connection has no registrations.
     korvane::Result<void> configure(korvane::Device &device)
     {
         follow_events(device);

@@ -52,7 +52,7 @@ class Washer:
             return await self._ended
 
     def _configure(self, device: korvane.Device) -> None:
-        """Runs after each connection, because the agent has forgotten the registrations of the former one."""
+        """Runs after each connection, because a new connection has no registrations."""
         self._device = device
         self._follow_events(device)
         self._describe_device(device)

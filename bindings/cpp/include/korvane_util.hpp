@@ -40,7 +40,7 @@ inline const char *state_name(SupervisedState state) noexcept
 
 /// A connection that is made again after each end, update or installation of the agent. A process can have one at a time.
 ///
-/// After each connection it calls the configure function, because the agent has forgotten the registrations of the former one:
+/// After each connection it calls the configure function, because a new connection has no registrations:
 ///
 ///     void configure(korvane::Device &device)
 ///     {

@@ -82,11 +82,11 @@ class _Connected(Device):
 class SupervisedConnection:
     """A connection that survives its agent. A process can have one at a time.
 
-    `configure` is called with a Device after each connection, because the agent has forgotten the registrations of the
-    former one. It registers handlers, describes the device and starts the service. After an exception that leaves it, the
-    connection is closed and tried again; after a KorvaneError with PERMISSION_DENIED it is closed. It is no `async def`
-    function. It may call any method but on_rpc_io_error(), which the connection itself uses. The Device is the same object
-    each time; the connection begins and ends its sessions.
+    `configure` is called with a Device after each connection, because a new connection has no registrations. It registers
+    handlers, describes the device and starts the service. After an exception that leaves it, the connection is closed and tried
+    again; after a KorvaneError with PERMISSION_DENIED it is closed. It is no `async def` function. It may call any method but
+    on_rpc_io_error(), which the connection itself uses. The Device is the same object each time; the connection begins and
+    ends its sessions.
 
     `on_state` is called with each change of the state and its reason, a result code. It may be an `async def` function.
 

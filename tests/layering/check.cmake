@@ -35,8 +35,10 @@ foreach(group IN LISTS agent_groups)
     list(TRANSFORM folders REPLACE "(.+)" "agent/\\1/" OUTPUT_VARIABLE folders)
     list(APPEND below ${folders})
 endforeach()
-# An application sees the public header and nothing more.
+# An application sees the public headers and nothing more. The templates are applications.
+list(APPEND layers tools/ctl/init/templates)
 set(may_use_examples include/ bindings/cpp/include/)
+set(may_use_tools/ctl/init/templates include/ bindings/cpp/include/)
 
 # A test may include any part of the tree and the shared helpers, but nothing of the tests in another folder.
 file(GLOB test_folders RELATIVE "${ROOT}" "${ROOT}/tests/*")
@@ -87,6 +89,9 @@ endfunction()
 
 foreach(layer IN LISTS layers)
     file(GLOB_RECURSE files RELATIVE "${ROOT}" "${ROOT}/${layer}/*.[ch]" "${ROOT}/${layer}/*.[ch]pp")
+    if(layer STREQUAL tools)
+        list(FILTER files EXCLUDE REGEX "^tools/ctl/init/templates/")
+    endif()
     foreach(file IN LISTS files)
         math(EXPR files_read "${files_read} + 1")
         cmake_path(GET file PARENT_PATH own_folder)

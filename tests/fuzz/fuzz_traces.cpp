@@ -4,7 +4,8 @@
 
 #include "fuzz_input.hpp"
 #include "tools/ctl/output/failure.hpp"
-#include "tools/ctl/trace/trace_reader.hpp"
+#include "tools/ctl/trace/trace_lines.hpp"
+#include "tools/ctl/trace/trace_records.hpp"
 
 namespace {
 
@@ -13,17 +14,19 @@ using namespace kv::ctl;
 std::string lines_of(const std::string &trace, std::size_t piece)
 {
     std::string lines;
-    TraceReader reader{[&lines](const std::string &text, const Json &object) {
+    TraceLines printed{[&lines](const std::string &text, const Json &object) {
         lines += text + "\n" + text_of(object) + "\n";
         must(!parsed(text_of(object)).is_discarded(), "a line is not JSON");
     }};
+    TraceRecords records{
+        [&printed](const rpc_port_trace_record_t &record, const char *payload) { printed.take(record, payload); }};
     try {
         for (std::size_t at = 0; at < trace.size(); at += piece)
-            reader.take(trace.data() + at, std::min(piece, trace.size() - at));
+            records.take(trace.data() + at, std::min(piece, trace.size() - at));
     } catch (const Failure &problem) {
         return lines + problem.what();
     }
-    return lines + (reader.cut() ? "cut" : "whole");
+    return lines + (records.cut() ? "cut" : "whole");
 }
 
 } // namespace

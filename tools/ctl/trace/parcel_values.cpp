@@ -34,7 +34,7 @@ using Shown = ShownCall<TraceFormat>;
 template <class List>
 std::string name_in(List list, int id)
 {
-    std::string name = "unknown " + std::to_string(id);
+    std::string name = unknown_name + std::to_string(id);
     describe::visit_id(list, id, [&name]<class D>() { name = D::name; });
     return name;
 }
@@ -88,17 +88,18 @@ ParcelValues::Event ParcelValues::event()
     event.seq_id = int32();
     whole_ = whole_ && rpc_port_parcel_read_bool(parcel_.get(), &event.once) == 0;
     bool decoded = false;
-    describe::visit_id(master::Delegates{}, id,
-                       [&]<class D>() { decoded = Shown::event<D>(parcel_.get(), event.values); });
+    if (whole_)
+        describe::visit_id(master::Delegates{}, id,
+                           [&]<class D>() { decoded = Shown::event<D>(parcel_.get(), event.values); });
     whole_ = whole_ && decoded;
     return event;
 }
 
-std::string ParcelValues::problem() const
+std::string_view ParcelValues::problem() const
 {
     bool rest = false;
     if (!whole_)
-        return "cut short or malformed";
+        return malformed;
     return rpc_port_parcel_read_bool(parcel_.get(), &rest) == -ENODATA ? "" : "longer than it must be";
 }
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace kv::ctl {
 
@@ -15,6 +16,8 @@ class ParcelValues {
 public:
     static constexpr int reply_kind = 0;
     static constexpr int event_kind = 1;
+    /// The problem of a parcel whose values cannot all be read.
+    static constexpr const char *malformed = "cut short or malformed";
 
     struct Event {
         std::string name;
@@ -34,14 +37,17 @@ public:
 
     void set_malformed() { whole_ = false; }
     /// Why the parcel is not as it should be; "" if it is.
-    std::string problem() const;
+    std::string_view problem() const;
 
 private:
     std::shared_ptr<void> parcel_;
     bool whole_ = true;
 };
 
-/// The name of a method, or "unknown 999".
+/// The name of a method or delegate that the interface does not have begins with this: "unknown 999".
+inline constexpr const char *unknown_name = "unknown ";
+
+/// The name of a method, or that of an unknown one.
 std::string method_name(int id);
 
 } // namespace kv::ctl

@@ -1,57 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "trace_reader.hpp"
+#include "trace_lines.hpp"
 
 #include "parcel_values.hpp"
-#include "tools/ctl/output/failure.hpp"
 #include "tools/ctl/output/output.hpp"
-
-#include <cstring>
-#include <new>
 
 namespace kv::ctl {
 
 /// The line for one parcel while it is built.
-struct TraceReader::Line {
+struct TraceLines::Line {
     ParcelValues parcel;
     int head; // the first value: a method of a request, else the kind of the parcel
     std::string text;
     Json object;
 };
 
-namespace {
-
-bool is_main_link(const rpc_port_trace_record_t &record)
-{
-    return record.link == RPC_PORT_TRACE_CALLER_MAIN || record.link == RPC_PORT_TRACE_SERVER_MAIN;
-}
-
-bool is_from_caller(const rpc_port_trace_record_t &record)
-{
-    return (record.link == RPC_PORT_TRACE_CALLER_MAIN) == (record.sent == 1);
-}
-
-} // namespace
-
-void TraceReader::take(const char *bytes, std::size_t size)
-{
-    pending_.append(bytes, size);
-    std::size_t at = 0;
-    rpc_port_trace_record_t record{};
-    while (pending_.size() - at >= sizeof record) {
-        std::memcpy(&record, pending_.data() + at, sizeof record);
-        if (record.magic != RPC_PORT_TRACE_MAGIC)
-            throw Failure{failed, "cannot read the trace: record " + std::to_string(records_ + 1) +
-                                      " does not begin with the mark of a record"};
-        if (pending_.size() - at - sizeof record < record.size)
-            break;
-        report(record, pending_.data() + at + sizeof record);
-        ++records_;
-        at += sizeof record + record.size;
-    }
-    pending_.erase(0, at);
-}
-
-void TraceReader::describe_request(const rpc_port_trace_record_t &record, Line &line)
+void TraceLines::describe_request(const rpc_port_trace_record_t &record, Line &line)
 {
     requests_[{record.process, record.port}] = {line.head, record.time_us};
     const Json values = line.parcel.request_arguments(line.head);
@@ -61,7 +24,7 @@ void TraceReader::describe_request(const rpc_port_trace_record_t &record, Line &
     line.text += "->  " + method_name(line.head) + "(" + members_text(values) + ")";
 }
 
-void TraceReader::describe_reply(const rpc_port_trace_record_t &record, Line &line)
+void TraceLines::describe_reply(const rpc_port_trace_record_t &record, Line &line)
 {
     const auto request = requests_.find({record.process, record.port});
     const bool known = request != requests_.end();
@@ -78,7 +41,7 @@ void TraceReader::describe_reply(const rpc_port_trace_record_t &record, Line &li
     requests_.erase(request);
 }
 
-void TraceReader::describe_event(Line &line)
+void TraceLines::describe_event(Line &line)
 {
     const ParcelValues::Event event = line.parcel.event();
     line.object["event"] = event.name;
@@ -88,7 +51,7 @@ void TraceReader::describe_event(Line &line)
     line.text += "<=  " + event.name + "(" + members_text(event.values) + ")";
 }
 
-void TraceReader::report(const rpc_port_trace_record_t &record, const char *payload)
+void TraceLines::take(const rpc_port_trace_record_t &record, const char *payload)
 {
     Line line{ParcelValues{payload, record.size},
               -1,
@@ -107,9 +70,9 @@ void TraceReader::report(const rpc_port_trace_record_t &record, const char *payl
         line.parcel.set_malformed();
         line.text += "??  a parcel of kind " + std::to_string(line.head);
     }
-    if (const std::string problem = line.parcel.problem(); !problem.empty()) {
+    if (const std::string_view problem = line.parcel.problem(); !problem.empty()) {
         line.object["problem"] = problem;
-        line.text += "  [" + problem + ", " + std::to_string(record.size) + " bytes]";
+        line.text += "  [" + std::string{problem} + ", " + std::to_string(record.size) + " bytes]";
     }
     on_parcel_(line.text, line.object);
 }

@@ -2,8 +2,7 @@
 #pragma once
 
 #include "tools/ctl/output/json.hpp"
-
-#include <rpc_port_trace.h>
+#include "trace_records.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -13,20 +12,15 @@
 
 namespace kv::ctl {
 
-/// Reads the trace that the host platform writes: a record for each parcel that a port sent or received.
-class TraceReader {
+/// Describes the parcels of a trace. Values are shown by name, and secrets are masked.
+class TraceLines {
 public:
     /// Receives one parcel, as text and as an object.
     using OnParcel = std::function<void(const std::string &text, const Json &object)>;
 
-    explicit TraceReader(OnParcel on_parcel) : on_parcel_(std::move(on_parcel)) {}
+    explicit TraceLines(OnParcel on_parcel) : on_parcel_(std::move(on_parcel)) {}
 
-    /// Takes the next bytes of the trace. Throws Failure if they are not a trace.
-    void take(const char *bytes, std::size_t size);
-    /// The number of complete records so far.
-    int records() const { return records_; }
-    /// Whether the last record is incomplete.
-    bool cut() const { return !pending_.empty(); }
+    void take(const rpc_port_trace_record_t &record, const char *payload);
 
 private:
     struct PendingRequest {
@@ -36,14 +30,11 @@ private:
     struct Line;
     using Port = std::pair<unsigned, unsigned>; // process and port number
 
-    void report(const rpc_port_trace_record_t &record, const char *payload);
     void describe_request(const rpc_port_trace_record_t &record, Line &line);
     void describe_reply(const rpc_port_trace_record_t &record, Line &line);
     static void describe_event(Line &line);
 
     OnParcel on_parcel_;
-    std::string pending_{};
-    int records_ = 0;
     std::map<Port, PendingRequest> requests_{};
 };
 

@@ -38,7 +38,7 @@ void check_step(const cJSON *step)
 
 void check_personality(const cJSON *document)
 {
-    check_members(document, {"since", "before", "part", "variables"});
+    check_members(document, {"since", "before", "part", "keeps_calls", "variables"});
     if (!cJSON_GetObjectItemCaseSensitive(document, "title"))
         throw Mistake{document, "a personality has a 'title'"};
     for (const cJSON *step = cJSON_GetObjectItemCaseSensitive(document, "steps")->child; step; step = step->next)

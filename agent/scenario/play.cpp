@@ -133,7 +133,8 @@ bool Play::is_done(const Step &step)
         return true;
     case Step::Kind::command:
         note(step, "");
-        calls_.clear(); // later expectations are about calls after this command
+        if (!step.keeps_calls)
+            calls_.clear(); // later expectations are about calls after this command
         run_command(agent_, *step.command, step.arguments.get());
         return true;
     }

@@ -52,6 +52,7 @@ struct Scenario {
         std::string included_by{}; // ", included by FILE, line N"; empty for a step of the scenario's own file
         std::string text{};        // the method or function, or the line to write
         const Command *command = nullptr;
+        bool keeps_calls = false;        // a command after which earlier calls still meet expectations
         Json arguments{};                // of the command or of the expected call; or the expected state by path
         std::vector<Request> requests{}; // of the expected call, by ascending version
         Json answer{};                   // the expected reply to the call; null for any
@@ -72,6 +73,7 @@ struct Scenario {
     std::string title{};
     int since = 0; // the agent versions for which it is meant
     int before = std::numeric_limits<int>::max();
+    bool keeps_calls = false;             // commands do not end the calls that later expectations mean
     bool is_part = false;                 // only included by others, not played by itself
     std::vector<std::string> variables{}; // of the scenario's own file
     Seed seed{};

@@ -186,7 +186,10 @@ int main()
     Json members = Json::object();
     members.set("$schema", type("string")).set("title", type("string")).set("note", type("string"));
     members.set("since", reference("literal_version")).set("before", reference("literal_version"));
-    members.set("part", type("boolean")).set("variables", variables()).set("steps", reference("steps"));
+    members.set("part", type("boolean"))
+        .set("keeps_calls", type("boolean"))
+        .set("variables", variables())
+        .set("steps", reference("steps"));
     constexpr int min = std::numeric_limits<int>::min();
     constexpr int max = std::numeric_limits<int>::max();
     Json definitions = Json::object();

@@ -62,6 +62,12 @@ void check_given(const cJSON *given, const cJSON *declared, const std::string &f
             throw Mistake{one, file + " has no variable '" + one->string + "'" + suggestion(one->string, names)};
 }
 
+void keep_calls(std::vector<Scenario::Step> &steps, const Scenario &head)
+{
+    for (Scenario::Step &step : steps)
+        step.keeps_calls = step.keeps_calls || head.keeps_calls;
+}
+
 } // namespace
 
 std::string ScenarioReader::Source::place(const Position &position) const
@@ -122,6 +128,7 @@ Scenario ScenarioReader::read(Source &source)
     }
     scenario.variables = names_in(member(source.document.get(), "variables"));
     scenario.steps = read_document(source, given.get());
+    keep_calls(scenario.steps, scenario);
     if (is_shuffled_)
         scenario.seed = input_.seed;
     return scenario;
@@ -139,6 +146,7 @@ void ScenarioReader::read_head(Source &source, Scenario &scenario) const
         scenario.since = versions.since;
         scenario.before = versions.before;
         scenario.is_part = members.flag("part").value_or(false);
+        scenario.keeps_calls = members.flag("keeps_calls").value_or(false);
         members.any("steps");
         members.any("variables");
         members.text("$schema"); // for editors
@@ -234,6 +242,7 @@ ScenarioReader::Steps ScenarioReader::steps_of_file(Source &source, const cJSON 
     Steps steps = read_document(file, given);
     open_.pop_back();
     limit_versions(steps, {head.since, head.before});
+    keep_calls(steps, head);
     return steps;
 }
 

@@ -7,6 +7,7 @@ part_scenarios() {
     check_placeholders
     check_interrupted_runs
     check_forbidden_calls
+    check_kept_calls
     check_deaths_of_the_agent
     check_functions_in_scenarios
     check_variables
@@ -106,6 +107,17 @@ check_forbidden_calls() {
     expect_in out ' ms, not after 4000 ms or more'
     printf '%s' '{"steps": [{"expect": "start"}, {"kill": true}, {"wait_ms": 300}, {"restart": true}, {"expect": "start", "not_before_ms": 1}]}' >late.json
     expect_status 0 "$ctl" run late.json -- "$washer"
+    expect_nothing_left
+}
+
+# A command ends the calls that later expectations mean, unless the scenario keeps them.
+check_kept_calls() {
+    local steps='"steps": [{"expect": "get_device_id"}, {"emit": "user_confirm_cb"}, {"expect": "start", "within_ms": 300}]'
+    printf '{%s}' "$steps" >calls.json
+    expect_status 1 "$ctl" run calls.json -- "$washer"
+    expect_in out 'expect start: not within 300 ms'
+    printf '{"keeps_calls": true, %s}' "$steps" >calls.json
+    expect_status 0 "$ctl" run calls.json -- "$washer"
     expect_nothing_left
 }
 

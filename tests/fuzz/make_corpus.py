@@ -194,6 +194,28 @@ for method, arguments in REQUESTS.items():
 store("traces", "cut", b"\xff" + call[:-3])
 store("traces", "wrong_mark", b"\xff" + b"x" * 40)
 
+# Recordings: how many bytes arrive at once, then pieces: link and end, and a short text.
+def frame_of_port(parcel):
+    return struct.pack("<I", len(parcel)) + parcel
+def piece(link, from_agent, data):
+    return b"".join(bytes([link + 2 * from_agent, len(data[at : at + 255])]) + data[at : at + 255] for at in range(0, len(data), 255))
+def hand(link):
+    return piece(link, 0, frame_of_port(b"VKPL" + i32(1) + bytes([link]) + bytes(16) + text("x")))
+accepted = hand(0) + hand(1) + piece(0, 1, frame_of_port(b"VKPR" + i32(1) + i32(0)))
+reply = lambda *values: piece(0, 1, frame_of_port(i32(0) + b"".join(values) + i32(0)))
+exchange = piece(0, 0, frame_of_port(i32(2))) + reply(flag(1))
+store("recordings", "call", b"\xff" + accepted + exchange)
+store("recordings", "call_in_pieces", b"\0" + accepted + exchange)
+store("recordings", "refused", b"\xff" + hand(0) + piece(0, 1, frame_of_port(b"VKPR" + i32(1) + i32(-13))))
+store("recordings", "no_handshake", b"\xff" + exchange)
+store("recordings", "long_frame", b"\xff" + accepted + piece(0, 0, b"\xff" * 8) + exchange)
+store("recordings", "wrong_link", b"\xff" + accepted + piece(1, 0, frame_of_port(i32(2))) + piece(0, 1, frame_of_port(i32(1))))
+store("recordings", "end_of_the_agent", b"\xff" + accepted + exchange + b"\4\0" + accepted + exchange)
+for number, values in VALUES.items():
+    store("recordings", f"event_{number}", b"\xff" + accepted + piece(1, 1, frame_of_port(i32(1) + i32(number) + i32(5) + flag(0) + values)))
+for method, arguments in REQUESTS.items():
+    store("recordings", f"request_{method}", b"\xff" + accepted + piece(0, 0, frame_of_port(i32(method) + arguments)) + reply())
+
 # HTTP: whether the connection becomes a WebSocket, then pieces of bytes.
 get = lambda target: f"GET {target} HTTP/1.1\r\nHost: agent\r\n\r\n".encode()
 def post(command, body):

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenario_writer.hpp"
 
+#include "effects.hpp"
 #include "placeholder.hpp"
 
+#include <algorithm>
 #include <iterator>
-#include <set>
 
 namespace kv::ctl {
 
@@ -104,23 +105,25 @@ Json value_to_send(const Json &value, const std::string &name, std::vector<std::
     return whole;
 }
 
+/// The time limits of a scenario, from the times of a recording.
+constexpr long long min_pause_ms = 50; // before an event; a shorter one is left out
+constexpr long long max_pause_ms =
+    1000; // a longer one is shortened, because people are slower than applications must be
+constexpr long long usual_wait_ms = 2500; // for a call; the limit of an expectation, 5000 ms, is enough
+constexpr long long limit_per_waited = 2; // of a call that came later
+
 class ScenarioWriter {
 public:
+    explicit ScenarioWriter(Recorded source) : source_(source) {}
+
     void take(const Json &entry)
     {
-        if (entry.contains("event")) {
-            pending_events_.push_back(&entry);
-            return;
-        }
-        // The journal has the events of a command before the command itself.
-        if (entry.contains("command") && flag_in(entry, "ok", false))
-            for (const Json *event : pending_events_)
-                add_event(*event);
-        else
-            recorded_.left_out += static_cast<int>(pending_events_.size());
-        pending_events_.clear();
         if (entry.contains("method"))
             add_call(entry);
+        if (source_ == Recorded::journal)
+            take_from_journal(entry);
+        else
+            take_from_traffic(entry);
     }
 
     RecordedScenario finished(const std::string &title)
@@ -128,8 +131,8 @@ public:
         recorded_.left_out += static_cast<int>(pending_events_.size());
         const Json note =
             "Recorded: " + std::to_string(recorded_.calls) + " calls, " + std::to_string(recorded_.events) + " events.";
-        recorded_.text =
-            "{\n  \"title\": " + text_of(title) + ",\n  \"note\": " + text_of(note) + ",\n  \"steps\": [\n";
+        recorded_.text = "{\n  \"title\": " + text_of(title) + ",\n  \"note\": " + text_of(note) + ",\n" +
+                         (source_ == Recorded::traffic ? "  \"keeps_calls\": true,\n" : "") + "  \"steps\": [\n";
         for (std::size_t i = 0; i < steps_.size(); ++i)
             recorded_.text += "    " + text_of(steps_[i]) + (i + 1 < steps_.size() ? ",\n" : "\n");
         recorded_.text += "  ]\n}\n";
@@ -137,62 +140,129 @@ public:
     }
 
 private:
-    static constexpr std::size_t first_step_line = 5;
+    /// In the file.
+    std::size_t first_step_line() const { return source_ == Recorded::traffic ? 6 : 5; }
 
-    void note_requested_events(const Json &arguments)
+    /// The journal has the events of a command before the command itself.
+    void take_from_journal(const Json &entry)
     {
-        for (const auto &[name, value] : arguments.items())
-            if (is_delegate(value) && flag_in(value, "once", false))
-                requested_events_.insert(name);
+        if (entry.contains("event")) {
+            pending_events_.push_back(&entry);
+            return;
+        }
+        if (entry.contains("command") && flag_in(entry, "ok", false))
+            for (const Json *event : pending_events_)
+                add_event(*event);
+        else
+            recorded_.left_out += static_cast<int>(pending_events_.size());
+        pending_events_.clear();
+    }
+
+    void take_from_traffic(const Json &entry)
+    {
+        if (entry.contains("event"))
+            add_event(entry);
+        else if (text_in(entry, "agent") == "ended")
+            add_end_of_agent();
+        else if (text_in(entry, "agent") == "serves" && std::exchange(agent_is_away_, false))
+            add_step({{"restart", true}}, entry);
+    }
+
+    /// An agent that ends is away until an application has connected to the next one.
+    void add_end_of_agent()
+    {
+        effects_.clear();
+        if (!std::exchange(agent_is_away_, true))
+            steps_.push_back({{"kill", true}});
+    }
+
+    /// The time since the step before, which a journal does not need: its events are caused by commands of a person.
+    long long waited_ms(const Json &entry) const
+    {
+        return source_ == Recorded::traffic && last_us_ > 0 ? (number_in(entry, "time_us", last_us_) - last_us_) / 1000
+                                                            : 0;
+    }
+
+    void add_step(Json step, const Json &entry)
+    {
+        steps_.push_back(std::move(step));
+        last_us_ = number_in(entry, "time_us", last_us_);
     }
 
     void add_call(const Json &entry)
     {
         const std::string method = text_in(entry, "method");
         const Json &arguments = member_of(entry, "arguments");
-        note_requested_events(arguments);
+        const Json &reply = member_of(entry, "answer");
+        if (number_in(reply, "result", 0) == 0)
+            add_effects(effects_of(method, arguments));
         if (is_sent_by_library(method))
             return;
         Json step{{"expect", method}};
         if (const Json with = expected(arguments); !with.is_null() && !with.empty())
             step["with"] = with;
         // A reply that a fault changed will be another one when the scenario is played.
-        const Json &reply = member_of(entry, "answer");
         if (reply.contains("result") && !entry.contains("fault"))
             step["answer"] = {{"result", reply["result"]}};
-        steps_.push_back(std::move(step));
+        if (const long long waited = waited_ms(entry); waited > usual_wait_ms)
+            step["within_ms"] = limit_per_waited * waited;
+        add_step(std::move(step), entry);
         ++recorded_.calls;
+    }
+
+    /// In a journal only the events of one-shot requests could be taken for those of a command.
+    void add_effects(std::vector<Effect> effects)
+    {
+        for (Effect &effect : effects)
+            if (source_ == Recorded::traffic || effect.is_one_shot)
+                effects_.push_back(std::move(effect));
+    }
+
+    /// Whether the event is the effect of a call, which it can be once.
+    bool is_effect(const std::string &event, const Json &values)
+    {
+        const auto found = std::find_if(effects_.begin(), effects_.end(),
+                                        [&](const Effect &effect) { return effect.is(event, values); });
+        if (found == effects_.end())
+            return false;
+        effects_.erase(found);
+        return true;
     }
 
     void add_event(const Json &entry)
     {
         const std::string event = text_in(entry, "event");
-        if (requested_events_.erase(event) > 0) { // the agent sends it again when the application requests it
+        if (is_effect(event, member_of(entry, "values"))) {
             ++recorded_.left_out;
             return;
         }
+        if (const long long waited = waited_ms(entry); waited >= min_pause_ms)
+            steps_.push_back({{"wait_ms", std::min(waited, max_pause_ms)}});
         std::vector<std::string> missing;
         Json values = Json::array();
         for (const auto &[name, value] : member_of(entry, "values").items())
             values.push_back(value_to_send(value, name, missing));
-        steps_.push_back({{"emit", event}, {"values", values}});
+        add_step({{"emit", event}, {"values", values}}, entry);
         ++recorded_.events;
-        const std::string line = "line " + std::to_string(first_step_line + steps_.size() - 1) + ": ";
+        const std::string line = "line " + std::to_string(first_step_line() + steps_.size() - 1) + ": ";
         for (const std::string &value : missing)
             recorded_.placeholders.push_back(line + event + ", " + value);
     }
 
+    Recorded source_;
     RecordedScenario recorded_{};
     std::vector<Json> steps_{};
     std::vector<const Json *> pending_events_{}; // whose cause follows in the journal
-    std::set<std::string> requested_events_{};   // of one-shot requests
+    std::vector<Effect> effects_{};              // of calls, which the agent has not sent yet
+    long long last_us_ = 0;                      // time of the last step
+    bool agent_is_away_ = false;
 };
 
 } // namespace
 
-RecordedScenario scenario_from(const std::vector<Json> &entries, const std::string &title)
+RecordedScenario scenario_from(const std::vector<Json> &entries, const std::string &title, Recorded source)
 {
-    ScenarioWriter writer;
+    ScenarioWriter writer{source};
     for (const Json &entry : entries)
         writer.take(entry);
     return writer.finished(title);

@@ -2,21 +2,33 @@
 #include "verbs.hpp"
 
 #include "tools/ctl/agent/journal_stream.hpp"
+#include "tools/ctl/agent/paths.hpp"
+#include "tools/ctl/calls/function.hpp"
 #include "tools/ctl/output/failure.hpp"
 #include "tools/ctl/process/child.hpp"
 #include "tools/ctl/process/loop.hpp"
+#include "tools/ctl/scenario/relayed_run.hpp"
 #include "tools/ctl/scenario/scenario_writer.hpp"
 #include "tools/ctl/scenario/whole_file.hpp"
 
 #include <CLI/CLI.hpp>
 
 #include <glib.h>
+#include <korvane_util.h>
 
 #include <csignal>
 
 namespace kv::ctl {
 
 namespace {
+
+Program recorded_program(const std::vector<std::string> &application, const Output &out)
+{
+    Program program{application};
+    program.in_foreground = true;
+    program.out_to_error = out.json; // stdout is for JSON only
+    return program;
+}
 
 /// The entries that the agent writes to its journal while an application runs, or until Ctrl-C.
 class Recording {
@@ -50,21 +62,13 @@ private:
         if (application.empty())
             out_.remark("recording; Ctrl-C ends it");
         else
-            start(child, application);
+            child.start(recorded_program(application, out_), [this] { loop_.quit(); });
         loop_.on_signal(SIGINT, [&] { end(child); }); // the terminal sends it to the application too
         loop_.on_signal(SIGTERM, [&] {
             end(child); // first, because the application may call the agent before the signal function returns
             child.signal(SIGTERM);
         });
         loop_.run();
-    }
-
-    void start(Child &child, const std::vector<std::string> &application)
-    {
-        Program program{application};
-        program.in_foreground = true;
-        program.out_to_error = out_.json; // stdout is for JSON only
-        child.start(program, [this] { loop_.quit(); });
     }
 
     /// Calls that the application makes after SIGTERM are not part of the recording.
@@ -92,40 +96,73 @@ private:
     std::int64_t end_us_ = -1; // -1: until the application has ended
 };
 
-void print_summary(const Output &out, const std::string &path, const RecordedScenario &recorded)
+void print_summary(const Output &out, const std::string &path, const RecordedScenario &recorded, int problems)
 {
     std::string text = path + ": " + std::to_string(recorded.calls) + " calls expected, " +
                        std::to_string(recorded.events) + " events sent";
     if (recorded.left_out > 0)
-        text += ", " + std::to_string(recorded.left_out) + " left out because the agent sends them without a command";
+        text += ", " + std::to_string(recorded.left_out) +
+                " left out because the virtual agent sends them without a command";
+    if (problems > 0)
+        text += "\n" +
+                out.in(Output::Colour::yellow, std::to_string(problems) + " warnings: the recording is not complete");
     for (const std::string &one : recorded.placeholders)
         text += "\n" + out.in(Output::Colour::yellow, "fill in by hand: " + one);
     out.line(text, {{"file", path},
                     {"calls", recorded.calls},
                     {"events", recorded.events},
                     {"left_out", recorded.left_out},
+                    {"warnings", problems},
                     {"fill_in", recorded.placeholders}});
 }
 
-int record(const Context &context, const std::string &path)
+int record_journal(const Context &context, const std::string &path)
 {
     Recording recording{context.out};
     WholeFile file{path}; // created first, so that an error is found before the recording
     recording.record(context.program);
     const RecordedScenario recorded =
-        scenario_from(recording.entries(), "recorded with agent " + recording.agent_version());
+        scenario_from(recording.entries(), "recorded with agent " + recording.agent_version(), Recorded::journal);
     file.write(recorded.text);
-    print_summary(context.out, path, recorded);
+    print_summary(context.out, path, recorded, 0);
     if (!recording.problem().empty())
         throw Failure{failed, recording.problem() + "; " + path + " contains the recording until then"};
+    return done;
+}
+
+/// The application chooses its requests by the version in the package entry.
+std::string title_of_traffic()
+{
+    korvane_util_agent agent{};
+    korvane_util_get_agent(&agent);
+    if (!agent.is_installed)
+        throw Failure{no_agent, "no agent is installed: there is no package entry " + package_entry()};
+    return "recorded with agent " + (agent.version == 0 ? "of an unknown version" : version_name(agent.version));
+}
+
+int record_traffic(const Context &context, const std::string &path)
+{
+    if (context.program.empty())
+        throw UsageError{"name the application: korvanectl record --through FILE -- APPLICATION"};
+    const std::string title = title_of_traffic();
+    RelayedRun run;
+    WholeFile file{path};
+    run.run(recorded_program(context.program, context.out));
+    const RecordedScenario recorded = scenario_from(run.traffic().entries(), title, Recorded::traffic);
+    file.write(recorded.text);
+    print_summary(context.out, path, recorded, run.traffic().problems());
     return done;
 }
 
 std::function<int()> set_up_record(CLI::App &app, Context &context)
 {
     auto path = std::make_shared<std::string>();
+    auto through = std::make_shared<bool>(false);
     app.add_option("FILE", *path, "The file for the scenario")->required();
-    return [&context, path] { return record(context, *path); };
+    app.add_flag("--through", *through, "Record any agent: pass on what APPLICATION and the agent send each other");
+    return [&context, path, through] {
+        return *through ? record_traffic(context, *path) : record_journal(context, *path);
+    };
 }
 
 } // namespace
@@ -137,8 +174,11 @@ const Verb record_verb{
     .examples =
         "  korvanectl agent start; korvanectl record setup.json -- ./my-app\n"
         "  korvanectl record setup.json      with applications that are started elsewhere\n"
+        "  korvanectl record --through setup.json -- ./my-app      with the agent of a device\n"
         "Calls become expectations. Events that 'phone', 'cloud' and 'emit' send are recorded with their values.\n"
-        "The agent's journal has no secrets: the summary lists each line where you must fill one in.\n"
+        "--through works with every agent, not only the virtual one: korvanectl serves the port for the application,\n"
+        "passes on every byte, and records every event with the pauses before it.\n"
+        "Secrets are not recorded: the summary lists each line where you must fill one in.\n"
         "Remove expected values that differ in each run, such as times.",
     .set_up = set_up_record,
     .takes_program = true,

@@ -9,12 +9,13 @@
 
 #include "buffer.hpp"
 #include "platform/host/owned.hpp"
+#include <rpc_port_frame.h>
 
 namespace kv::host {
 
 /// A frame is the payload's length as a little-endian 32-bit number, then the payload.
-inline constexpr size_t frame_header = 4;
-inline constexpr size_t max_payload = size_t{16} << 20;
+inline constexpr size_t frame_header = RPC_PORT_FRAME_HEADER;
+inline constexpr size_t max_payload = RPC_PORT_MAX_PAYLOAD;
 
 /// A sequence of values. Its buffer holds the whole frame, header first, so that one system call sends or receives it.
 struct Parcel {

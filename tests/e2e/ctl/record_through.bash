@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=bash
-# shellcheck disable=SC2154 # ctl_test and helpers.bash share variables with this file
+# shellcheck disable=SC2034,SC2154 # ctl_test and helpers.bash share variables with this file
 # Recording through a relay.
 part_record_through() {
     check_command_lines

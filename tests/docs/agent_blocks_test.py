@@ -195,7 +195,8 @@ class Scenarios(unittest.TestCase):
                    '{"expect": "set_device_property", "with": {"device_name": "washer"}}\n]}\n'
         with Sandbox() as sandbox:
             (sandbox.home / "name.json").write_text(scenario, encoding="utf-8")
-            printed = sandbox.run("korvanectl run --agent-version 1.4 name.json -- washer 2>&1 || true")
+            printed = sandbox.run("unset KORVANE_WITHIN_MS; "
+                                  "korvanectl run --agent-version 1.4 name.json -- washer 2>&1 || true")
         self.assertIn(" ".join(block.text.split()), " ".join(printed.split()))
 
     @shows(("docs/scenarios.md", '{"$schema"'))
@@ -203,6 +204,41 @@ class Scenarios(unittest.TestCase):
         with Sandbox() as sandbox:
             (sandbox.home / "named.json").write_text(block.text + START[1:], encoding="utf-8")
             sandbox.run("korvane-agent --check-scenario named.json")
+
+    @shows(("docs/scenarios.md", '{"any_order": ['))
+    def test_an_order_is_written_like_this(self, block: Block) -> None:
+        with Sandbox() as sandbox:
+            (sandbox.home / "join.json").write_text('{"part": true, "steps": []}', encoding="utf-8")
+            (sandbox.home / "setup.json").write_text(f'{{"steps": [{block.text}]}}', encoding="utf-8")
+            self.assertIn('"versions"', sandbox.run("korvane-agent --check-scenario setup.json"))
+
+    @shows(("docs/scenarios.md", "FAILED: /home/ann/lamp/setup.json"))
+    def test_a_failure_names_the_seed(self, block: Block) -> None:
+        scenario = ('{"steps": [\n{"expect": "start"},\n{"phone": "connect"},\n{"any_order": [{"say": "hello"},\n'
+                    '[{"say": "again"}, {"until": {"setup.networks.#": 3}}]]}\n]}\n')
+        failure, again = block.text.split("\n")
+        seed = again.split()[-1]
+        with Sandbox() as sandbox:
+            device(sandbox, "my-app")
+            (sandbox.home / "setup.json").write_text(scenario, encoding="utf-8")
+            printed = sandbox.run(f"KORVANE_WITHIN_MS=500 korvanectl run --seed {seed} setup.json -- ./my-app 2>&1 || true")
+            home = str(sandbox.home)
+        self.assertIn(failure.replace("/home/ann/lamp", home).replace("5000 ms; ...", "500 ms"), printed)
+        self.assertIn(again.strip(), printed)
+
+
+class Traces(unittest.TestCase):
+    @shows(("docs/korvanectl.md", "korvanectl trace --pcapng app.pcapng"))
+    def test_a_trace_is_written_as_a_capture_file(self, block: Block) -> None:
+        to_file, _, _, to_wireshark = block.text.split("\n")
+        magic = "0a0d0d0a"
+        with Sandbox() as sandbox:
+            device(sandbox, "my-app")
+            sandbox.start_agent()
+            sandbox.run(to_file)
+            self.assertEqual((sandbox.home / "app.pcapng").read_bytes()[:4].hex(), magic)
+            to_pipe = to_wireshark.split("|")[0]
+            self.assertTrue(sandbox.run(f"{to_pipe} 2>/dev/null | od -A n -t x1 | tr -d ' '").startswith(magic))
 
 
 if __name__ == "__main__":

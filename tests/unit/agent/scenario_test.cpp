@@ -83,7 +83,8 @@ TEST(AgentScenario, ReportsTheLineAndTheReasonOfAMistake)
     const std::pair<const char *, const char *> mistakes[] = {
         {"{\n\"steps\":[\n{\"wait_ms\":}]}", "line 3, column 12: the text is not JSON from here on"},
         {"[]", "line 1, column 1: a scenario is an object with an array 'steps'"},
-        {R"({"steps":[], "setps":[]})", "line 1, column 1: there is no 'setps' here; there is $schema, before, note, "},
+        {R"({"steps":[], "setps":[]})",
+         "line 1, column 1: there is no 'setps' here; there is $schema, before, keeps_calls, "},
         {"{\"steps\":[\n{\"wait_ms\":1},\n{\"dance\":1}]}", "line 3, column 2: there is no step 'dance' (a step has"},
         {"{\"steps\":[\n  {\"note\":\"x\", \"expcet\":\"start\"}]}",
          "line 2, column 16: there is no step 'expcet'; did you mean 'expect'?"},

@@ -130,7 +130,7 @@ void Relay::connect(Ref<GSocketConnection> to_application)
 void Relay::connect_waiting(bool listens)
 {
     for (Ref<GSocketConnection> &to_application : std::exchange(waiting_, {}))
-        if (Ref<GSocketConnection> to_agent = listens ? connected_to(agent_path_) : nullptr)
+        if (Ref<GSocketConnection> to_agent = listens ? connected_to_own(agent_path_) : nullptr)
             join(std::move(to_application), std::move(to_agent));
         else
             traffic_.warn("no agent listens at " + agent_path_ + "; the application's link is closed");

@@ -30,6 +30,8 @@ local f = {
 }
 local malformed = ProtoExpert.new("korvane.malformed", "The parcel is cut short or malformed", expert.group.MALFORMED,
     expert.severity.ERROR)
+local cut = ProtoExpert.new("korvane.cut", "Only the beginning of the parcel was captured", expert.group.PROTOCOL,
+    expert.severity.NOTE)
 local too_long = ProtoExpert.new("korvane.too_long", "The parcel is longer than it must be", expert.group.PROTOCOL,
     expert.severity.WARN)
 
@@ -78,4 +80,4 @@ local all_fields = {}
 for _, field in pairs(f) do all_fields[#all_fields + 1] = field end
 for _, field in pairs(described) do all_fields[#all_fields + 1] = field end
 korvane.fields = all_fields
-korvane.experts = {malformed, too_long}
+korvane.experts = {malformed, cut, too_long}

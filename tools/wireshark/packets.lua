@@ -106,6 +106,10 @@ end
 
 -- The problem of a parcel as korvanectl prints it, or nil.
 local function add_problem(cursor, size, tree)
+    if cursor.cut then
+        tree:add_proto_expert_info(cut)
+        return "only the beginning was captured"
+    end
     if not cursor.whole then
         tree:add_proto_expert_info(malformed)
         return "cut short or malformed"
@@ -148,7 +152,7 @@ function korvane.dissector(buffer, pinfo, root)
     local bytes = buffer:len() > HEAD and buffer(HEAD):tvb() or ByteArray.new():tvb("empty parcel")
     local parcel = {bytes = bytes, pinfo = pinfo, link = buffer(0, 1):uint(), sender = buffer(1, 1):uint(),
         key = buffer(4, 4):le_uint() .. ":" .. buffer(8, 4):le_uint()}
-    local cursor = cursor_of(bytes)
+    local cursor = cursor_of(bytes, size)
     local text, members = dissect_parcel(parcel, cursor, tree)
     local problem = add_problem(cursor, size, tree)
     if problem then text = text .. "  [" .. problem .. ", " .. size .. " bytes]" end

@@ -3,19 +3,26 @@
 
 local MAX_ITEMS = 65536 -- of an array
 
--- A cursor reads from `at` on. After the first value that is missing or malformed it is not whole and reads nothing more.
+-- A cursor reads from `at` on. After the first value that is missing or malformed it is not whole and reads nothing more. If the
+-- value is missing only because the packet was captured in part, it is also cut.
 
 local Cursor = {}
 Cursor.__index = Cursor
 
-local function cursor_of(bytes) return setmetatable({bytes = bytes, at = 0, whole = true}, Cursor) end
+local function cursor_of(bytes, size) return setmetatable({bytes = bytes, size = size, at = 0, whole = true}, Cursor) end
+
+-- Whether there are so many bytes more.
+function Cursor:has(size)
+    if self.whole and size > self.bytes:len() - self.at then
+        self.whole = false
+        self.cut = size <= self.size - self.at
+    end
+    return self.whole
+end
 
 -- The next bytes as a range; nil if there are not so many.
 function Cursor:take(size)
-    if not self.whole or size > self.bytes:len() - self.at then
-        self.whole = false
-        return nil
-    end
+    if not self:has(size) then return nil end
     self.at = self.at + size
     return size > 0 and self.bytes(self.at - size, size) or nil, true
 end
@@ -154,10 +161,7 @@ local function with_subtree(element, cursor, tree, read_content)
 end
 
 function readers.record(element, cursor, tree)
-    if not cursor.whole or cursor.at >= cursor.bytes:len() then
-        cursor.whole = false
-        return nil
-    end
+    if not cursor:has(1) then return nil end
     return with_subtree(element, cursor, tree, function(item)
         local members = read_all(interface.records[element.of], cursor, item)
         return cursor.whole and {kind = "object", members = members} or nil
@@ -168,7 +172,7 @@ end
 local function read_count(cursor, item)
     local count, range = cursor:int32()
     if not count then return nil end
-    if count < 0 or count > cursor.bytes:len() - cursor.at or count > MAX_ITEMS then
+    if count < 0 or count > cursor.size - cursor.at or count > MAX_ITEMS then
         cursor.whole = false
         return nil
     end
@@ -177,10 +181,7 @@ local function read_count(cursor, item)
 end
 
 function readers.array(element, cursor, tree)
-    if not cursor.whole or cursor.at >= cursor.bytes:len() then
-        cursor.whole = false
-        return nil
-    end
+    if not cursor:has(1) then return nil end
     return with_subtree(element, cursor, tree, function(item)
         local count = read_count(cursor, item)
         local items = {}

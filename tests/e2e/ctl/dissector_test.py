@@ -171,6 +171,7 @@ class DissectorTest(unittest.TestCase):
             "a bool of 2": record(int32(10) + b"\2"),
             "an array without items": record(int32(59) + int32(65536)),
             "a negative count": record(int32(59) + int32(-1) + bytes(100)),
+            "more items than the limit": record(int32(59) + int32(65537) + bytes(65537 * 4)),
             "a delegate of another type": record(int32(6) + int32(2, 1) + b"\0"),
             "an unknown method": record(int32(999)),
             "a reply without a request": record(int32(0, 0), sent=0, port=6),
@@ -189,6 +190,22 @@ class DissectorTest(unittest.TestCase):
         trace = Trace.of(self.path("longer"), [record(int32(4) + b"more")])
         self.check_same(trace)
         self.assertIn("[longer than it must be, 8 bytes]", shown(trace.packets[0])["korvane.text"])
+
+    def test_parcels_beyond_the_limit_of_a_packet(self):
+        long = record(int32(3) + text(b"x" * 300_000) + int32(0, 0))
+        trace = Trace.of(self.path("long"), [long, record(int32(0, 0), sent=0), record(int32(4))])
+        fields = [shown(packet) for packet in trace.packets]
+        self.assertEqual("->  start()  [only the beginning was captured, 300016 bytes]", fields[0]["korvane.text"])
+        self.assertNotIn("korvane.malformed", fields[0])
+        self.assertEqual(["<-  start: result 0", "->  stop()"], [one["korvane.text"] for one in fields[1:]])
+
+    def test_replies_belong_to_the_requests_of_their_port(self):
+        ports = [record(int32(3) + text(b"") + int32(0, 0), port=5), record(int32(4), port=6),
+                 record(int32(0, -1), sent=0, port=5), record(int32(0, 0), sent=0, port=6)]  # fmt: skip
+        trace = Trace.of(self.path("ports"), ports)
+        self.check_same(trace)
+        self.assertEqual(["start", "stop"], [shown(packet)["korvane.reply"] for packet in trace.packets[2:]])
+        self.assertEqual(["1", "2"], [shown(packet)["korvane.request_in"] for packet in trace.packets[2:]])
 
     def test_documents_of_every_shape(self):
         documents = [

@@ -22,6 +22,9 @@ constexpr std::uint32_t packet_block = 6;
 constexpr std::uint32_t byte_order = 0x1a2b3c4d;
 constexpr std::uint16_t exported_pdu_link = 252;
 
+/// Wireshark refuses a file with a longer packet. Of a longer one the beginning is written, and its length.
+constexpr std::size_t max_captured = 262'144;
+
 // Options by the block that has them.
 constexpr std::uint16_t section_application = 4;
 constexpr std::uint16_t interface_name = 2;
@@ -109,10 +112,11 @@ std::string packet(std::uint32_t interface, const rpc_port_trace_record_t &recor
 {
     const std::string data = head_of(record) + std::string{payload, record.size};
     const auto time = static_cast<std::uint64_t>(record.time_us);
-    const auto size = static_cast<std::uint32_t>(data.size());
+    const std::string captured = data.substr(0, max_captured);
     Bytes content;
     content.number(interface).number(static_cast<std::uint32_t>(time >> 32)).number(static_cast<std::uint32_t>(time));
-    content.number(size).number(size).padded(data);
+    content.number(static_cast<std::uint32_t>(captured.size())).number(static_cast<std::uint32_t>(data.size()));
+    content.padded(captured);
     content.option(packet_flags, Bytes{}.number(record.sent == 1 ? outbound : inbound).text()).end_of_options();
     return block(packet_block, content);
 }

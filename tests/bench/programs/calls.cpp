@@ -37,7 +37,8 @@ unsigned long allocations()
 /// Microseconds of a call.
 double time_call(kv::test::Client &client)
 {
-    client.prepare();
+    if (client.needs_preparation())
+        client.prepare();
     const auto start = Clock::now();
     client.call();
     return Microseconds(Clock::now() - start).count();

@@ -170,11 +170,11 @@ constexpr void for_each(List<D...>, Visitor &&visit)
     (visit.template operator()<D>(), ...);
 }
 
-/// Calls visit.template operator()<D>() for the description with this id. Returns false if the list has none.
+/// Calls visit.template operator()<D>() for the description with this id. Does nothing if the list has none.
 template <class... D, class Visitor>
-bool visit_id(List<D...>, int id, Visitor &&visit)
+void visit_id(List<D...>, int id, Visitor &&visit)
 {
-    return ((D::id == id && (visit.template operator()<D>(), true)) || ...);
+    ((D::id == id ? visit.template operator()<D>() : void()), ...);
 }
 
 } // namespace kv::describe

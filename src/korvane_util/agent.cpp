@@ -72,6 +72,6 @@ bool korvane_util_is_available(const char *function)
 {
     const int lowest = korvane_util_get_lowest_version(function);
     korvane_util_agent agent;
-    return lowest >= 0 && korvane_util_get_agent(&agent) == KORVANE_ERROR_NONE && agent.is_installed &&
-           agent.version >= lowest;
+    korvane_util_get_agent(&agent);
+    return lowest >= 0 && agent.is_installed && agent.version >= lowest;
 }

@@ -36,7 +36,7 @@ static const char *const state_names[] = {
 
 const char *korvane_util_get_state_name(int state)
 {
-    return state >= 0 && (unsigned)state < G_N_ELEMENTS(state_names) ? state_names[state] : "unknown";
+    return (unsigned)state < G_N_ELEMENTS(state_names) ? state_names[state] : "unknown";
 }
 
 /* ---- lifetime ---------------------------------------------------------------------------------------------------- */

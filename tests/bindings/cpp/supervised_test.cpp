@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -59,9 +61,17 @@ protected:
         open([this](korvane::Device &device) { register_and_start(device); });
     }
 
+    /// Waits until the connection is in the state, or has been since the last wait: it may have left the state already.
     bool wait_for(SupervisedState state)
     {
-        return run_main_loop_until([&] { return !states.empty() && states.back() == state; });
+        const auto was_reached = [&] {
+            const auto unseen = states.begin() + static_cast<std::ptrdiff_t>(seen_states);
+            return std::find(unseen, states.end(), state) != states.end() ||
+                   (!states.empty() && states.back() == state);
+        };
+        const bool reached = run_main_loop_until(was_reached);
+        seen_states = states.size();
+        return reached;
     }
     bool wait_for_connections(int count)
     {
@@ -82,6 +92,7 @@ protected:
     std::shared_ptr<int> token = std::make_shared<int>(0);
     std::vector<int> seen{};
     std::vector<SupervisedState> states{};
+    std::size_t seen_states = 0; // by wait_for()
     std::vector<std::error_code> reasons{};
     std::function<void(SupervisedState)> on_state{};
     int configured = 0;

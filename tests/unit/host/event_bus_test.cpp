@@ -282,24 +282,32 @@ TEST(EventSenderTest, MustOwnTheConfiguredName)
     EXPECT_EQ(result.status, 0) << result.text();
 }
 
-/// Sends an update event to single connections, as a broadcast is not: the bus then checks no match rule of the receiver.
-void send_to_first_connections(int count)
-{
-    void *bus = nullptr;
-    ASSERT_GE(bus_function<int(void **)>("sd_bus_open_user")(&bus), 0);
-    for (int i = 0; i < count; ++i) {
+/// A publisher of events without values. The bus keeps the order of its events, which it would not keep between two of them.
+class Publisher {
+public:
+    Publisher() { EXPECT_GE(bus_function<int(void **)>("sd_bus_open_user")(&bus_), 0); }
+    ~Publisher() { bus_function<void *(void *)>("sd_bus_close_unref")(bus_); }
+    Publisher(const Publisher &) = delete;
+    Publisher &operator=(const Publisher &) = delete;
+
+    /// Sends to one connection, where the bus checks no match rule of the receiver, or as a broadcast.
+    void send(const char *member, const char *destination = nullptr)
+    {
         void *message = nullptr;
-        ASSERT_GE(
-            bus_function<int(void *, void **, const char *, const char *, const char *)>("sd_bus_message_new_signal")(
-                bus, &message, "/any/path", "org.example.ServiceManager", "UpdateStatus"),
-            0);
-        ASSERT_GE(bus_function<int(void *, const char *, ...)>("sd_bus_message_append")(message, "a{sv}", 0), 0);
-        bus_function<int(void *, void *, const char *, std::uint64_t *)>("sd_bus_send_to")(
-            bus, message, (":1." + std::to_string(i)).c_str(), nullptr);
+        EXPECT_GE(bus_function<int(void *, void **, const char *, const char *, const char *)>(
+                      "sd_bus_message_new_signal")(bus_, &message, "/any/path", "org.example.ServiceManager", member),
+                  0);
+        EXPECT_GE(bus_function<int(void *, const char *, ...)>("sd_bus_message_append")(message, "a{sv}", 0), 0);
+        EXPECT_GE(bus_function<int(void *, void *, const char *, std::uint64_t *)>("sd_bus_send_to")(
+                      bus_, message, destination, nullptr),
+                  0);
         bus_function<void *(void *)>("sd_bus_message_unref")(message);
+        EXPECT_GE(bus_function<int(void *)>("sd_bus_flush")(bus_), 0);
     }
-    bus_function<void *(void *)>("sd_bus_flush_close_unref")(bus);
-}
+
+private:
+    void *bus_ = nullptr;
+};
 
 TEST(EventSenderTest, OfAnEventToOneProcessIsNotTrusted)
 {
@@ -314,8 +322,10 @@ TEST(EventSenderTest, OfAnEventToOneProcessIsNotTrusted)
                                                 unsetenv("KORVANE_EVENT_SENDER");
                                                 Listener last("org.example.ServiceManager.Last");
                                                 wait_until_subscribed();
-                                                send_to_first_connections(64);
-                                                publish("org.example.ServiceManager.Last");
+                                                Publisher publisher;
+                                                for (int i = 0; i < 64; ++i)
+                                                    publisher.send("UpdateStatus", (":1." + std::to_string(i)).c_str());
+                                                publisher.send("Last");
                                                 EXPECT_TRUE(loop_until([&] { return last.count == 1; }));
                                                 EXPECT_EQ(listener.count, 0);
                                             });

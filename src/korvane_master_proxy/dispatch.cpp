@@ -122,8 +122,12 @@ void __kv_master_on_received(const char *endpoint, const char *port_name, void *
     auto *h = static_cast<rpc_port_proxy_kv_master_h>(data);
     if (h->destroyed)
         return;
+    const ProxyReference held{h}; // the platform may report the end of the connection while it reads
     Parcel parcel;
-    if (rpc_port_parcel_create_from_port(parcel.out(), h->callback_port) != 0) {
+    const int error = rpc_port_parcel_create_from_port(parcel.out(), h->callback_port);
+    if (h->destroyed)
+        return;
+    if (error != 0) {
         log::error()("Failed to create parcel from port(%s)"_fmt, port_name);
         return;
     }

@@ -61,6 +61,7 @@ struct Proxy;
 enum class Moment {
     send,    // rpc_port_parcel_send, before the request reaches the agent
     wait,    // rpc_port_parcel_create_from_port of the main port, before it takes a parcel
+    read,    // the same of the callback port
     destroy, // rpc_port_proxy_destroy, after the release of the proxy and its ports
 };
 

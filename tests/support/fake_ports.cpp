@@ -276,7 +276,7 @@ int rpc_port_parcel_create_from_port(rpc_port_parcel_h *parcel, rpc_port_h handl
         port->incoming.clear(); // the link remains broken
         return code;
     }
-    if (port == &port->proxy->main_port && !raise_events(*port, Moment::wait))
+    if (!raise_events(*port, port == &port->proxy->main_port ? Moment::wait : Moment::read))
         return -EIO;
     if (port->incoming.empty())
         return -EIO;

@@ -29,16 +29,23 @@ void report(korvane_h handle, int result, korvane_connection_status status)
     handle->connection_status_cb(result, handle, status, handle->connection_status_data);
 }
 
+/// Calls a method whose failure does not matter. Returns false if a callback has ended the session meanwhile.
+template <class Method, class... Values>
+bool ask(korvane_h handle, Values... values)
+{
+    set_last_result(0);
+    return !proxy::exchange<Method>(handle->proxy, values...).proxy_destroyed;
+}
+
 /// Asks the agent whether it waits to be updated. Agents that know the method first learn the version of this library's
-/// interface; its failure does not matter. Events may arrive meanwhile: returns false if their callbacks have ended the
-/// session.
+/// interface. Returns false if the session or the connection has ended meanwhile; the application then knows the end
+/// already.
 bool ask_for_update(korvane_h handle, bool &update_ready)
 {
     if (agent.current_version() > since(1, 0) &&
-        proxy::exchange<master::set_api_version>(handle->proxy, ApiVersion::major, ApiVersion::minor, ApiVersion::patch)
-            .proxy_destroyed)
+        !ask<master::set_api_version>(handle, ApiVersion::major, ApiVersion::minor, ApiVersion::patch))
         return false;
-    return !proxy::exchange<master::is_update_ready>(handle->proxy, &update_ready).proxy_destroyed;
+    return ask<master::is_update_ready>(handle, &update_ready) && handle->proxy.is_connected();
 }
 
 void _rpc_connected_cb(rpc_port_proxy_kv_master_h, void *user_data)

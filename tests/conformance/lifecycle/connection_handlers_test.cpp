@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "conformance/fixtures/library_fixture.hpp"
 
+#include <last_result.h>
+
 #include "common/agent_state.hpp"
 #include "src/korvane/connection_events.hpp"
 #include "src/korvane_master_proxy/connection.hpp"
@@ -104,6 +106,42 @@ TEST_F(Connected, ReportsTheConnectionIfTheAgentRefusesBothRequests)
     EXPECT_EQ(sent().size(), 2U);
     EXPECT_EQ(statuses, (Statuses{{0, handle, 0}}));
     EXPECT_TRUE(platform.log.errors().empty());
+}
+
+TEST_F(Connected, DoesNotReportTheConnectionIfItEndsDuringTheRequests)
+{
+    for (const Moment moment : {Moment::send, Moment::wait})
+        for (const unsigned request : {1U, 2U}) {
+            SCOPED_TRACE(request);
+            platform.agent_version = "2.3.1";
+            initialize();
+            agent_answers();
+            platform.log.clear();
+            platform.proxy().raise_inside(moment, disconnected(), request);
+            platform.proxy().fire_connected();
+            EXPECT_EQ(statuses, (Statuses{{0, handle, 1}}));
+            EXPECT_EQ(platform.log.count("RPC connected callback to app"), 0U);
+            statuses.clear();
+            ASSERT_EQ(korvane_deinitialize(handle), 0);
+        }
+}
+
+TEST_F(Connected, ClearsTheLastResultBeforeEachRequest)
+{
+    initialize();
+    agent_answers();
+    std::vector<int> last_results;
+    for (const unsigned request : {1U, 2U})
+        platform.proxy().raise_inside(
+            Moment::send,
+            [&](Proxy &) {
+                last_results.push_back(get_last_result());
+                set_last_result(-5);
+            },
+            request);
+    set_last_result(-5);
+    platform.proxy().fire_connected();
+    EXPECT_EQ(last_results, (std::vector<int>{0, 0}));
 }
 
 TEST_F(Connected, AsksForAnUpdateIfTheAgentRefusesTheApiVersion)

@@ -24,6 +24,7 @@ public:
 
     operator rpc_port_proxy_kv_master_h() const { return proxy_; }
     rpc_port_proxy_kv_master_h *out() { return &proxy_; }
+    bool is_connected() const { return proxy_->port != nullptr; }
 
 private:
     rpc_port_proxy_kv_master_h proxy_ = nullptr;

@@ -35,8 +35,8 @@ Failure failure_in(bundle *data)
     Failure failure;
     void *bytes = nullptr;
     std::size_t size = 0;
-    failure.announced = bundle_get_byte(data, "Fail", &bytes, &size) == 0 && bytes;
-    if (failure.announced && size >= sizeof failure.code)
+    failure.announced = bundle_get_byte(data, "Fail", &bytes, &size) == 0;
+    if (failure.announced && bytes && size >= sizeof failure.code) // data of no bytes may have a null pointer
         memcpy(&failure.code, bytes, sizeof failure.code);
     return failure;
 }

@@ -116,8 +116,18 @@ TEST_F(UpdateMonitor, TreatsAKeyWithoutAValueAsAMissingKey)
     EXPECT_EQ(lines_of(bundle_s{}.text("Install", "")), (LogLines{entered}));
     EXPECT_EQ(agent.update, 0);
     install_starts();
-    EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "").data("Fail", {})), (LogLines{entered}));
+    EXPECT_EQ(lines_of(bundle_s{}.text("Complete", "")), (LogLines{entered}));
     EXPECT_EQ(agent.update, 2);
+}
+
+TEST_F(UpdateMonitor, FailWithoutDataEndsTheUpdateWith0)
+{
+    for (const bool null_pointer : {true, false}) {
+        platform.returns_null_for_empty = null_pointer;
+        install_starts();
+        EXPECT_EQ(lines_of(bundle_s{}.data("Fail", {})), (LogLines{entered, fail_line(0)}));
+        EXPECT_EQ(agent.update, 0);
+    }
 }
 
 TEST_F(UpdateMonitor, StartTakesPrecedenceOverEveryOtherKey)

@@ -22,7 +22,7 @@ int set_items(AnyArray *array, const void *items, int count, const ArrayShape &s
             log::error(caller)("Out of memory"_fmt);
             return -1;
         }
-        if (!clone_next(*array, items, caller))
+        if (!clone_next(*array, items))
             return -1;
     }
     return 0;

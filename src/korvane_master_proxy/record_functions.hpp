@@ -38,10 +38,9 @@ int destroy_record(T *record, Caller caller = Caller::here())
 template <class R>
 int clone_record(typename R::type *source, typename R::type **copy, Caller caller = Caller::here())
 {
-    if (!is_given(source && copy, caller))
+    if (!is_given(copy, caller))
         return -1;
-    // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): it is given
-    return hand_out(static_cast<typename R::type *>(cloned(*source, RecordCodec<R>::shape, caller)), copy);
+    return hand_out(static_cast<typename R::type *>(cloned(source, RecordCodec<R>::shape)), copy);
 }
 
 int set_text(Parcelable *record, CText Parcelable::*field, const char *value, Caller caller);
@@ -80,20 +79,20 @@ int create_array(ArrayValue<A> **out, Caller caller = Caller::here())
 }
 
 template <FixedText Name>
-bool clone_item(describe::IntArray<Name>, int item, int &copy, Caller)
+bool clone_item(describe::IntArray<Name>, int item, int &copy)
 {
     copy = item;
     return true;
 }
 
 template <FixedText Name, class R>
-bool clone_item(describe::RecordArray<Name, R>, typename R::type *item, typename R::type *&copy, Caller caller)
+bool clone_item(describe::RecordArray<Name, R>, typename R::type *item, typename R::type *&copy)
 {
-    return clone_record<R>(item, &copy, caller) == 0;
+    return hand_out(static_cast<typename R::type *>(cloned(item, RecordCodec<R>::shape)), &copy) == 0;
 }
 
 /// Appends a copy of the item at the same index of `items`.
-using CloneNext = bool (*)(AnyArray &array, const void *items, Caller caller);
+using CloneNext = bool (*)(AnyArray &array, const void *items);
 
 int set_items(AnyArray *array, const void *items, int count, const ArrayShape &shape, CloneNext clone_next,
               Caller caller);
@@ -105,10 +104,9 @@ int set_items(ArrayValue<A> *array, typename ItemCodec<A>::Item const *items, in
 
     return set_items(
         array, items, count, ArrayCodec<A>::shape,
-        [](AnyArray &any, const void *from, Caller caller_of_set) {
+        [](AnyArray &any, const void *from) {
             auto &typed = static_cast<ArrayValue<A> &>(any);
-            return clone_item(A{}, static_cast<const Item *>(from)[any.present], typed.items[any.present],
-                              caller_of_set);
+            return clone_item(A{}, static_cast<const Item *>(from)[any.present], typed.items[any.present]);
         },
         caller);
 }

@@ -68,7 +68,9 @@ Parcelable *prepared(Parcelable *record, const RecordShape &shape)
 
 namespace {
 
-bool copy_fields(const Parcelable &from, Parcelable &to, const RecordShape &shape, Caller caller)
+using clone_log = LogOf<"rpc_port_", "_clone">;
+
+bool copy_fields(const Parcelable &from, Parcelable &to, const RecordShape &shape)
 {
     for (const FieldShape *field = shape.fields, *const end = field + shape.count; field != end; ++field) {
         if (!field->text) {
@@ -80,7 +82,7 @@ bool copy_fields(const Parcelable &from, Parcelable &to, const RecordShape &shap
             continue;
         (to.*field->text).fill(strdup(text)); // a new record has no texts
         if (!(to.*field->text)) {
-            log::error(caller)("Failed to duplicate h->%s"_fmt, field->name);
+            clone_log::error(named(shape))("Failed to duplicate h->%s"_fmt, field->name);
             return false;
         }
     }
@@ -89,14 +91,18 @@ bool copy_fields(const Parcelable &from, Parcelable &to, const RecordShape &shap
 
 } // namespace
 
-Parcelable *cloned(const Parcelable &source, const RecordShape &shape, Caller caller)
+Parcelable *cloned(const Parcelable *source, const RecordShape &shape)
 {
-    Parcelable *clone = shape.create();
-    if (!clone) {
-        log::error(caller)("Failed to create %s handle"_fmt, shape.name);
+    if (!source) {
+        clone_log::error(named(shape))("Invalid parameter"_fmt);
         return nullptr;
     }
-    if (copy_fields(source, *clone, shape, caller))
+    Parcelable *clone = shape.create();
+    if (!clone) {
+        clone_log::error(named(shape))("Failed to create %s handle"_fmt, shape.name);
+        return nullptr;
+    }
+    if (copy_fields(*source, *clone, shape))
         return clone;
     shape.destroy(clone);
     return nullptr;

@@ -52,7 +52,7 @@ void read_record(rpc_port_parcel_h parcel, void *data, const RecordShape &shape)
 /// Sets the functions of a new record. Null stays null and is logged as a lack of memory.
 Parcelable *prepared(Parcelable *record, const RecordShape &shape);
 
-/// Returns a copy, or null with a log line without memory.
-Parcelable *cloned(const Parcelable &source, const RecordShape &shape, Caller caller);
+/// Returns a copy. Returns null, with a log line of the record's clone function, if there is no source or no memory.
+Parcelable *cloned(const Parcelable *source, const RecordShape &shape);
 
 } // namespace kv::master

@@ -57,13 +57,13 @@ int request_once(ReadyCall &call, const OneShotKind &kind, AnyFunction callback,
     call.session()->one_shots.add(std::move(record)); // from here on the completing event or the session releases it
 
     delegate_value.delegate = &delegate;
-    const int result = call.invoke(kind.method, values);
-    korvane_h session = call.session();
-    if (result != KORVANE_ERROR_NONE && session) {
-        session->one_shots.remove(seq_id);
+    if (call.exchange(kind.method, values))
+        return KORVANE_ERROR_NONE;
+    if (korvane_h session = call.session()) {
         proxy::dispose_delegate(session->proxy, seq_id);
+        session->one_shots.remove(seq_id);
     }
-    return result;
+    return call.fail();
 }
 
 CompletedRequest::CompletedRequest(void *user_data, Caller caller)

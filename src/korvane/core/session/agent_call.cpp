@@ -60,23 +60,30 @@ int ReadyCall::invoke(const master::MethodRow &method, const proxy::Value *value
 {
     if (!passed())
         return result();
+    return exchange(method, values) ? KORVANE_ERROR_NONE : fail();
+}
+
+bool ReadyCall::exchange(const master::MethodRow &method, const proxy::Value *values)
+{
     set_last_result(0);
     const proxy::Outcome outcome = proxy::exchange(session_->proxy, method, values);
     if (outcome.proxy_destroyed)
         session_ = nullptr;
     else if (outcome.result == 0)
-        return KORVANE_ERROR_NONE;
-    return fail(outcome.result, get_last_result());
+        return true;
+    err_ = outcome.result;
+    last_result_ = get_last_result();
+    return false;
 }
 
-int ReadyCall::fail(int err, int last_result)
+int ReadyCall::fail()
 {
-    log::error(caller_)("%s() is failed, err=[%d] r=[%d]"_fmt, caller_.function, err, last_result);
-    if (session_ && last_result == -EIO) {
+    log::error(caller_)("%s() is failed, err=[%d] r=[%d]"_fmt, caller_.function, err_, last_result_);
+    if (session_ && last_result_ == -EIO) {
         schedule_io_error_notice();
         result_ = KORVANE_ERROR_IO_ERROR;
     } else {
-        result_ = session_ && err == -EACCES ? KORVANE_ERROR_PERMISSION_DENIED : KORVANE_ERROR_OPERATION_FAILED;
+        result_ = session_ && err_ == -EACCES ? KORVANE_ERROR_PERMISSION_DENIED : KORVANE_ERROR_OPERATION_FAILED;
     }
     return result_;
 }

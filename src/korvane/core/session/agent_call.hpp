@@ -36,6 +36,11 @@ public:
     }
     int invoke(const master::MethodRow &method, const proxy::Value *values);
 
+    /// The two halves of invoke(), for a request whose failure is undone before it is reported: exchange() returns false if
+    /// the call failed, and fail() then logs that and maps it to a result code.
+    bool exchange(const master::MethodRow &method, const proxy::Value *values);
+    int fail();
+
     /// The session, or null after an invoke() inside which the application has ended it.
     korvane_h session() const { return session_; }
 
@@ -43,10 +48,11 @@ private:
     friend class AgentCall;
     ReadyCall(korvane_h handle, int minimum_version, Caller caller);
 
-    int fail(int err, int last_result);
     void schedule_io_error_notice();
 
     korvane_h session_;
+    int err_ = 0;         // of a failed exchange: the agent's result
+    int last_result_ = 0; // and the platform's
 };
 
 /// A function that asks the agent: its checks, which end with ready().

@@ -45,7 +45,7 @@ void release(korvane_h handle)
 void _start_async_result_cb(void *user_data, int result)
 {
     CompletedRequest request{user_data};
-    request.deliver<korvane_start_result_cb>(result);
+    request.deliver<korvane_start_result_cb, "result [%d]">(result);
 }
 
 } // namespace

@@ -9,13 +9,13 @@ namespace {
 void _create_hdr_certificate_cb(void *user_data, int result, const char *text)
 {
     CompletedRequest request{user_data};
-    request.deliver<korvane_create_hdr_certificate_cb>(result, text);
+    request.deliver<korvane_create_hdr_certificate_cb, "result [%d]">(result, text);
 }
 
 void _get_hdr_certificate_cb(void *user_data, int result, const char *text1, const char *text2)
 {
     CompletedRequest request{user_data};
-    request.deliver<korvane_get_hdr_certificate_cb>(result, text1, text2);
+    request.deliver<korvane_get_hdr_certificate_cb, "result [%d]">(result, text1, text2);
 }
 
 } // namespace

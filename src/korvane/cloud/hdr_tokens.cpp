@@ -20,7 +20,7 @@ template <class Callback>
 void deliver_token(CompletedRequest &request, int result, const char *text)
 {
     const Json document = parse_document(text);
-    request.deliver<Callback>(result, reinterpret_cast<korvane_hdr_token_info_h>(document.get()));
+    request.deliver<Callback, "result [%d]">(result, reinterpret_cast<korvane_hdr_token_info_h>(document.get()));
 }
 
 void _create_hdr_token_info_cb(void *user_data, int result, const char *text)

@@ -22,8 +22,10 @@ void _cloud_device_list_cb(void *user_data, rpc_port_array_korvane_cloud_device_
         log::error()("Memory allocation is failed"_fmt);
         return;
     }
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         device_ids[i] = devices->items[i]->device_id.get();
+        log::info()("device_id [%s]"_fmt, device_ids[i]);
+    }
     deliver<korvane_cloud_device_list_cb>(user_data, Caller::here(), static_cast<const char *const *>(device_ids.get()),
                                           count);
 }

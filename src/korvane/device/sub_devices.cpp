@@ -75,7 +75,7 @@ private:
 void _get_group_id_cb(void *user_data, const char *group_id)
 {
     CompletedRequest request{user_data};
-    request.deliver<korvane_get_group_id_cb>(group_id);
+    request.deliver<korvane_get_group_id_cb, "group_id [%s]">(group_id);
 }
 
 } // namespace

@@ -15,6 +15,8 @@ namespace {
 /// An event whose data cannot be cloned is dropped.
 void _device_provisioning_cb(void *user_data, rpc_port_korvane_device_prov_info_h received)
 {
+    log::info()("language [%s], country [%s], datetime [%s]"_fmt, received->language.get(), received->country.get(),
+                received->datetime.get());
     const RegisteredDelegate *delegate = delegate_of(user_data);
     if (!delegate)
         return;

@@ -2,6 +2,8 @@
 #include "src/korvane/core/events/event.hpp"
 #include "src/korvane_master_proxy/records.hpp"
 
+#include <cstring>
+
 /// The access point to join. There are two generations of the event: a record from older agents, a JSON document from
 /// newer ones. Each has its delegate and methods; the application's callback is the same.
 
@@ -49,11 +51,14 @@ void keep_and_deliver(void *user_data, Caller caller, Received received)
 
 void _wifi_ap_provisioning_cb(void *user_data, rpc_port_korvane_ap_info_h received)
 {
+    log::info()("ssid [%s], authtype [%d], enctype [%d], channel [%d], bssid [%s]"_fmt, received->ssid.get(),
+                received->authtype, received->enctype, received->channel, received->bssid.get());
     keep_and_deliver<clone_record>(user_data, Caller::here(), received);
 }
 
 void _wifi_ap_provisioning_cb_v2(void *user_data, const char *text)
 {
+    log::info()("text length [%d]"_fmt, text ? static_cast<int>(strlen(text)) : 0); // it has the password
     keep_and_deliver<document_handle>(user_data, Caller::here(), text);
 }
 
@@ -98,8 +103,9 @@ int korvane_set_wifi_ap_provisioning_cb(korvane_h handle, korvane_wifi_ap_provis
     if (!ready)
         return ready.result();
 
+    const RegistrationRow &row = row_of_agent();
     release_ap_info(ready, true);
-    return set_registration(ready, row_of_agent(), reinterpret_cast<AnyFunction>(callback), nullptr, user_data);
+    return set_registration(ready, row, reinterpret_cast<AnyFunction>(callback), nullptr, user_data);
 }
 
 int korvane_unset_wifi_ap_provisioning_cb(korvane_h handle)
@@ -109,7 +115,8 @@ int korvane_unset_wifi_ap_provisioning_cb(korvane_h handle)
     if (!ready)
         return ready.result();
 
+    const RegistrationRow &row = row_of_agent();
     const auto &ap_info = handle->event_data.ap_info;
     release_ap_info(ready, ap_info && ap_info->format == WireFormat::json);
-    return unset_registration(ready, row_of_agent());
+    return unset_registration(ready, row);
 }

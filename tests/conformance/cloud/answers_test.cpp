@@ -60,6 +60,7 @@ struct Question {
     int (*ask)(korvane_h handle, bool with_callback, void *user_data);
     Bytes answer;
     std::string seen;
+    std::string logged;
     std::string null_text;
 };
 
@@ -76,6 +77,7 @@ const std::vector<Question> questions = {
                void *data) { return korvane_get_group_id(h, with ? on_group_id : nullptr, data); },
      .answer = str("group-1"),
      .seen = "group-1",
+     .logged = "group_id [group-1]",
      .null_text = "get_group_id_cb is NULL"},
     {.name = "korvane_create_hdr_certificate",
      .trampoline = "_create_hdr_certificate_cb",
@@ -86,6 +88,7 @@ const std::vector<Question> questions = {
          },
      .answer = bytes(i32(0), str("arn:1")),
      .seen = "0 arn:1",
+     .logged = "result [0]",
      .null_text = "create_hdr_certificate_cb is NULL"},
     {.name = "korvane_get_hdr_certificate",
      .trampoline = "_get_hdr_certificate_cb",
@@ -96,6 +99,7 @@ const std::vector<Question> questions = {
          },
      .answer = bytes(i32(-4), str("one"), str("two")),
      .seen = "-4 one two",
+     .logged = "result [-4]",
      .null_text = "get_hdr_certificate_cb is NULL"},
     {.name = "korvane_create_hdr_token_info",
      .trampoline = "_create_hdr_token_info_cb",
@@ -104,6 +108,7 @@ const std::vector<Question> questions = {
                void *data) { return korvane_create_hdr_token_info(h, with ? on_token : nullptr, data); },
      .answer = bytes(i32(0), str(R"({"uuid":"u-1"})")),
      .seen = "0 u-1",
+     .logged = "result [0]",
      .null_text = "create_hdr_token_info_cb is NULL"},
     {.name = "korvane_create_hdr_token_info_custom",
      .trampoline = "_create_hdr_token_info_custom_cb",
@@ -112,6 +117,7 @@ const std::vector<Question> questions = {
                void *data) { return korvane_create_hdr_token_info_custom(h, "{}", with ? on_token : nullptr, data); },
      .answer = bytes(i32(5), str(R"({"uuid":"u-2"})")),
      .seen = "5 u-2",
+     .logged = "result [5]",
      .null_text = "create_hdr_token_info_custom_cb is NULL"},
 };
 
@@ -153,7 +159,8 @@ TEST_P(CloudAnswer, ReachesTheCallbackOnceAndASecondOneIsDropped)
     EXPECT_EQ(ask(), ok);
     deliver_answer();
     const LogLines lines = lines_of(row.trampoline);
-    EXPECT_EQ(lines, (LogLines{api_info(row.trampoline, ">>> called"), api_info(row.trampoline, "callback to app")}));
+    EXPECT_EQ(lines, (LogLines{api_info(row.trampoline, ">>> called"),
+                               api_info(row.trampoline, "callback to app, " + row.logged)}));
     platform.log.clear();
     deliver_answer();
     EXPECT_EQ(platform.log.api(), LogLines{});
@@ -261,11 +268,23 @@ TEST_P(CloudAnswer, AllowsANewSessionInsideItsCallback)
     EXPECT_EQ(kv::api::live_session, handle);
 }
 
-TEST_P(CloudAnswer, DoesNotLogItsTexts)
+TEST_P(CloudAnswer, IsForgottenBeforeItsFailureIsReported)
 {
+    const std::string dispose = "rpc_port_proxy_kv_master" + row.trampoline + "_dispose";
+    arrives(reply(-13));
+    EXPECT_EQ(row.ask(handle, true, &seen), KORVANE_ERROR_PERMISSION_DENIED);
+    const LogLines lines = platform.log.lines();
+    ASSERT_GE(lines.size(), 2U);
+    EXPECT_EQ(lines[lines.size() - 2].function, dispose);
+    EXPECT_EQ(lines.back(), api_error(row.name, row.name + "() is failed, err=[-13] r=[0]"));
+}
+
+TEST_P(CloudAnswer, DoesNotLogATextThatMayBeSecret)
+{
+    if (row.delegate == 26)
+        return; // a group id is no secret
     EXPECT_EQ(ask(), ok);
-    platform.proxy().push_event(event(
-        row.delegate, seq_id, true, row.delegate == 26 ? str("s3cret") : bytes(i32(0), str("s3cret")), str("s3cret")));
+    platform.proxy().push_event(event(row.delegate, seq_id, true, i32(0), str("s3cret"), str("s3cret")));
     EXPECT_EQ(seen.answers.size(), 1U);
     for (const LogLine &line : platform.log.lines())
         EXPECT_EQ(line.message.find("s3cret"), std::string::npos) << line;

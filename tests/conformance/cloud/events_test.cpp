@@ -70,7 +70,7 @@ struct Registration {
     int (*unset)(korvane_h handle);
     Bytes values;
     std::string seen;
-    std::string line; // what the library logs; empty if nothing
+    std::vector<std::string> lines; // what the library logs; empty if nothing
     std::string null_text = "callback is NULL";
 };
 
@@ -88,7 +88,7 @@ const std::vector<Registration> registrations = {
      .unset = korvane_unset_signin_status_changed_cb,
      .values = boolean(true),
      .seen = "true",
-     .line = "status [true]"},
+     .lines = {"status [true]"}},
     {.name = "signup_status_changed_cb",
      .set_method = 86,
      .unset_method = 87,
@@ -97,7 +97,7 @@ const std::vector<Registration> registrations = {
      .unset = korvane_unset_signup_status_changed_cb,
      .values = boolean(false),
      .seen = "false",
-     .line = "status [false]"},
+     .lines = {"status [false]"}},
     {.name = "tcp_session_disconnected_cb",
      .set_method = 93,
      .unset_method = 94,
@@ -106,7 +106,7 @@ const std::vector<Registration> registrations = {
      .unset = korvane_unset_tcp_session_disconnected_cb,
      .values = i32(-110),
      .seen = "-110",
-     .line = "last_error_code [-110]"},
+     .lines = {"last_error_code [-110]"}},
     {.name = "cloud_device_list_cb",
      .set_method = 43,
      .unset_method = 44,
@@ -115,7 +115,7 @@ const std::vector<Registration> registrations = {
      .unset = korvane_unset_cloud_device_list_cb,
      .values = bytes(count(2), str("one"), str("two")),
      .seen = "2: one two",
-     .line = "count [2]",
+     .lines = {"count [2]", "device_id [one]", "device_id [two]"},
      .null_text = "cloud_device_list_cb is NULL"},
     {.name = "nick_changed_cb",
      .set_method = 71,
@@ -125,7 +125,7 @@ const std::vector<Registration> registrations = {
      .unset = korvane_unset_nick_changed_cb,
      .values = bytes(i32(3), str("attic")),
      .seen = "3 attic",
-     .line = "device_no [3], nick [attic]"},
+     .lines = {"device_no [3], nick [attic]"}},
     {.name = "last_status_changed_cb",
      .set_method = 73,
      .unset_method = 74,
@@ -134,7 +134,7 @@ const std::vector<Registration> registrations = {
      .unset = korvane_unset_last_status_changed_cb,
      .values = str("E4"),
      .seen = "E4",
-     .line = "last_status [E4]"},
+     .lines = {"last_status [E4]"}},
     {.name = "keepalive_result_cb",
      .set_method = 75,
      .unset_method = 76,
@@ -143,7 +143,7 @@ const std::vector<Registration> registrations = {
      .unset = korvane_unset_keepalive_result_cb,
      .values = i32(1),
      .seen = "1",
-     .line = "result [1]"},
+     .lines = {"result [1]"}},
     {.name = "diagnostics_cb",
      .set_method = 106,
      .unset_method = 107,
@@ -152,7 +152,7 @@ const std::vector<Registration> registrations = {
      .unset = korvane_unset_diagnostics_cb,
      .values = bytes(i32(2), str("dump")),
      .seen = "2 dump",
-     .line = "value [2], text length [4]"},
+     .lines = {"value [2], text length [4]"}},
     {.name = "tnc_result_cb",
      .set_method = 60,
      .unset_method = 61,
@@ -161,7 +161,7 @@ const std::vector<Registration> registrations = {
      .unset = korvane_unset_tnc_result_cb,
      .values = str("agreed"),
      .seen = "agreed",
-     .line = "result length [6]"},
+     .lines = {"result length [6]"}},
 };
 
 class CloudEvent : public CloudTest, public ::testing::WithParamInterface<Registration> {
@@ -209,7 +209,10 @@ TEST_P(CloudEvent, ReachesTheCallbackEachTime)
 {
     EXPECT_EQ(set_callback(), ok);
     event_arrives(seq_id);
-    EXPECT_EQ(platform.log.api(), row.line.empty() ? LogLines{} : LogLines{api_info("_" + row.name, row.line)});
+    LogLines lines;
+    for (const std::string &line : row.lines)
+        lines.push_back(api_info("_" + row.name, line));
+    EXPECT_EQ(platform.log.api(), lines);
     event_arrives(seq_id);
     EXPECT_EQ(seen.events, (std::vector<std::string>{row.seen, row.seen}));
     EXPECT_EQ(seen.handles, (std::vector<korvane_h>{handle, handle}));

@@ -62,6 +62,32 @@ TEST_F(WifiAp, IsReleasedByUnsetWithALogLineOnlyAsADocument)
     }
 }
 
+/// A version that cannot be read is read again for the choice of the wire format.
+TEST_F(WifiAp, IsReleasedAfterTheWireFormatIsChosen)
+{
+    for (const auto &call :
+         {std::function<int()>{[&] { return korvane_unset_wifi_ap_provisioning_cb(handle); }},
+          std::function<int()>{[&] { return korvane_set_wifi_ap_provisioning_cb(handle, on_ap, this); }}}) {
+        begin_set("2.3");
+        push_document(whole_document);
+        install_starts();
+        update_completes(); // the library forgets the version
+        platform.agent_version = std::nullopt;
+        platform.log.clear();
+        call();
+        const LogLines lines = platform.log.lines();
+        std::size_t last_reading = 0;
+        std::size_t release = 0;
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            last_reading = lines[i].message == "package_info_get_version() failed" ? i : last_reading;
+            release = lines[i].message == released_line ? i : release;
+        }
+        EXPECT_GT(last_reading, 0U);
+        EXPECT_GT(release, last_reading);
+        ASSERT_EQ(korvane_deinitialize(handle), ok);
+    }
+}
+
 TEST_F(WifiAp, IsKeptIfASetIsRefused)
 {
     begin_set("2.3");

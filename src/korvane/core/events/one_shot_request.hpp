@@ -52,13 +52,14 @@ public:
     CompletedRequest(const CompletedRequest &) = delete;
     CompletedRequest &operator=(const CompletedRequest &) = delete;
 
-    template <class Callback, class... Values>
-    void deliver(Values... values)
+    /// Calls the application. Logs the event's first value; the others may be secret.
+    template <class Callback, FixedText First, class Value, class... Values>
+    void deliver(Value first, Values... values)
     {
         if (!record_ || !record_->callback)
             return;
-        log::info(caller_)("callback to app"_fmt);
-        reinterpret_cast<Callback>(record_->callback)(record_->handle, values..., record_->user_data);
+        log::info(caller_)(Format<concat<"callback to app, ", First>>{}, first);
+        reinterpret_cast<Callback>(record_->callback)(record_->handle, first, values..., record_->user_data);
     }
 
 private:

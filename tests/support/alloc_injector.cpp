@@ -15,6 +15,7 @@ namespace {
 
 unsigned countdown = 0; // allocations until one fails; 0 if none must fail
 bool has_failed = false;
+bool fails_always = false;
 std::size_t largest_size = 0;
 
 /// Sizes of the blocks. Never destroyed, because blocks are freed until the end of the process.
@@ -49,7 +50,7 @@ void *reused(std::size_t size)
 bool fails(std::size_t size)
 {
     largest_size = std::max(largest_size, size);
-    if (countdown == 0 || --countdown != 0)
+    if (!fails_always && (countdown == 0 || --countdown != 0))
         return false;
     has_failed = true;
     return true;
@@ -165,9 +166,16 @@ void fail_nth(unsigned nth)
     countdown = nth;
 }
 
+void fail_all()
+{
+    has_failed = false;
+    fails_always = true;
+}
+
 void stop_failing()
 {
     countdown = 0;
+    fails_always = false;
 }
 
 bool failed()

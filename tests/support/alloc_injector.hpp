@@ -12,8 +12,10 @@ namespace kv::test::allocs {
 
 /// Makes the n-th allocation from now on fail, once; 1 is the next one.
 void fail_nth(unsigned nth);
+/// Makes every allocation fail until stop_failing().
+void fail_all();
 void stop_failing();
-/// Whether an allocation has failed since fail_nth().
+/// Whether an allocation has failed since fail_nth() or fail_all().
 bool failed();
 
 /// The number of blocks that are allocated and not freed.

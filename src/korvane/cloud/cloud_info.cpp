@@ -119,6 +119,7 @@ int korvane_sign_up_cloud(korvane_h handle, korvane_cloud_info_h cloud_info)
         return ready.invoke<master::signup_cloud>(cloud_info->record());
 
     // The command number stays in the application's document: the next sign-up with it sends one more.
-    ready.require_memory(add_command(cloud_info->json.get(), document::command.number));
-    return invoke_command(ready, cloud_info->json.get());
+    cJSON *request = cloud_info->json.get();
+    const bool whole = add_command(request, document::command.number);
+    return invoke_command(ready, request, whole);
 }

@@ -13,19 +13,30 @@ using namespace kv::api;
 struct korvane_aplist_s : VersionedHandle<RecordArray<master::ap_info_array>, since(2, 3)> {
     using VersionedHandle::VersionedHandle;
 
+    /// Returns the document's array, or null. It is looked up once: a document keeps the array that it was created with.
+    const cJSON *json_array();
+
     /// Returns an entry of the document's array, or null. Walks from the entry that it returned last, so that a loop over a list
     /// takes one step per entry. Entries are neither added nor removed once the list is created.
-    cJSON *json_entry(const cJSON *array, int idx);
+    cJSON *json_entry(int idx);
 
 private:
+    const cJSON *array_ = nullptr;
     cJSON *last_entry_ = nullptr;
     int last_idx_ = 0;
 };
 
-cJSON *korvane_aplist_s::json_entry(const cJSON *array, int idx)
+const cJSON *korvane_aplist_s::json_array()
+{
+    if (!array_)
+        array_ = cJSON_GetObjectItem(json.get(), master::commands::send_ap_list::ap_list.key);
+    return array_;
+}
+
+cJSON *korvane_aplist_s::json_entry(int idx)
 {
     if (!last_entry_)
-        last_entry_ = cJSON_GetArrayItem(array, 0);
+        last_entry_ = cJSON_GetArrayItem(json_array(), 0);
     cJSON *entry = last_entry_;
     int at = last_idx_;
     for (; entry && at < idx; ++at)
@@ -76,9 +87,8 @@ Entry entry_at(LocalCall &call, korvane_aplist_h list, int idx)
                      records.present);
         return {call.passed() ? records.items[idx] : nullptr, nullptr};
     }
-    const cJSON *array = cJSON_GetObjectItem(list->json.get(), request::ap_list.key);
-    call.require_given(array, "json_array_obj");
-    cJSON *item = list->json_entry(array, idx);
+    call.require_given(list->json_array(), "json_array_obj");
+    cJSON *item = list->json_entry(idx);
     call.require_given(item, "json_obj_item");
     return {nullptr, item};
 }
@@ -152,8 +162,7 @@ int send_document(ReadyCall &call, cJSON *list, int req_id)
         cJSON_DeleteItemFromArray(list, cJSON_GetArraySize(list) - 1); // takes the command number back
         whole = false;
     }
-    call.require_memory(whole);
-    return invoke_command(call, list);
+    return invoke_command(call, list, whole);
 }
 
 } // namespace
@@ -174,13 +183,10 @@ int korvane_aplist_create(korvane_aplist_h *list, int count)
     if (!call.require(count != 0, "count is zero"_fmt).passed())
         return call.result();
 
-    Owned made{make_zeroed<korvane_aplist_s>(korvane_aplist_s::of_agent())};
-    if (!call.require_memory(bool(made)).passed())
-        return call.result();
-    if (made->format == WireFormat::record ? fill_records(call, *made.get(), count)
-                                           : fill_document(call, *made.get(), count))
-        *list = made.release();
-    return call.result();
+    korvane_aplist_s filled{korvane_aplist_s::of_agent()};
+    const bool whole =
+        filled.format == WireFormat::record ? fill_records(call, filled, count) : fill_document(call, filled, count);
+    return whole ? hand_out_versioned(call, filled, list) : call.result();
 }
 
 int korvane_aplist_destroy(korvane_aplist_h list)

@@ -176,12 +176,22 @@ TEST_F(CloudInfo, AsARecordIsNotCreatedWithoutMemory)
         [&](int before, int result) {
             EXPECT_EQ(result, before < 0 ? ok : no_memory);
             EXPECT_EQ(info != nullptr, before < 0);
-            if (before == 1) {
+            if (before == 0) {
                 EXPECT_TRUE(platform.log.has(
                     api_error("korvane_cloudinfo_create", "rpc_port_korvane_cloud_info_create() failed")));
                 EXPECT_EQ(platform.log.count("Out of memory"), 1U);
             }
         });
+}
+
+TEST_F(CloudInfo, ThatCannotBePrintedIsNotSent)
+{
+    make_for("2.3.1");
+    allocs::fail_all();
+    EXPECT_EQ(korvane_sign_up_cloud(handle, info), failed);
+    allocs::stop_failing();
+    EXPECT_EQ(platform.log.errors(), (LogLines{api_error("korvane_sign_up_cloud", "input_str is NULL")}));
+    EXPECT_TRUE(sent().empty());
 }
 
 TEST_F(CloudInfo, AsARecordIsRefusedAfterAnUpdateAndAcceptedAfterADowngrade)

@@ -192,7 +192,7 @@ TEST_F(ApList, SettersSurviveTheFailureOfEachAllocation)
     connect_to("2.3");
     create(1);
     ASSERT_EQ(korvane_aplist_set_ssid(list, 0, "first"), ok);
-    for (unsigned nth = 1; nth <= 3; ++nth) { // the member, its text and its key
+    for (unsigned nth = 1; nth <= 2; ++nth) { // the member and its text
         allocs::fail_nth(nth);
         EXPECT_EQ(korvane_aplist_set_ssid(list, 0, "second"), no_memory);
         EXPECT_TRUE(allocs::failed());
@@ -214,6 +214,21 @@ TEST_F(ApList, SettersSurviveTheFailureOfEachAllocation)
     allocs::stop_failing();
     EXPECT_TRUE(platform.log.has(proxy_error("rpc_port_korvane_ap_info_set_ssid", "Failed to duplicate data")));
     EXPECT_EQ(sent_list(), request_of_records(1, 1, record("", 0, 0, 0, "", 0, 0)));
+}
+
+TEST_F(ApList, SendNamesTheCloneFunctionOfATextThatCannotBeCopied)
+{
+    connect_to("2.2");
+    create(1);
+    ASSERT_EQ(korvane_aplist_set_ssid(list, 0, "home"), ok);
+    platform.log.clear();
+    allocs::fail_nth(4); // after the array, its items and the record
+    EXPECT_EQ(korvane_send_ap_list(handle, list, 1), no_memory);
+    allocs::stop_failing();
+    EXPECT_EQ(platform.log.errors(),
+              (LogLines{proxy_error("rpc_port_korvane_ap_info_clone", "Failed to duplicate h->ssid"),
+                        api_error("korvane_send_ap_list",
+                                  "rpc_port_array_korvane_ap_info_set_array_korvane_ap_infos() failed")}));
 }
 
 TEST_F(ApList, SendSurvivesTheFailureOfEachAllocation)

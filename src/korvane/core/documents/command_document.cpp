@@ -16,12 +16,14 @@ Json create_command(ReadyCall &call, int command_number)
     return document;
 }
 
-int invoke_command(ReadyCall &call, const cJSON *object)
+int invoke_command(ReadyCall &call, const cJSON *object, bool whole)
 {
     if (!call.passed())
         return call.result();
     const JsonText text{cJSON_PrintUnformatted(object)};
-    if (!call.require(bool(text), KORVANE_ERROR_OPERATION_FAILED, "input_str is NULL"_fmt).passed())
+    if (!call.require(bool(text), KORVANE_ERROR_OPERATION_FAILED, "input_str is NULL"_fmt)
+             .require_memory(whole)
+             .passed())
         return call.result();
     CText reply;
     return call.invoke<master::common_interface>(text.get(), reply.out());

@@ -14,7 +14,8 @@ Json create_command(ReadyCall &call, int command_number);
 /// Adds the command number as the next member. Returns false without memory.
 bool add_command(cJSON *object, int command_number);
 
-/// Prints the document and sends it, unless a check of the call has failed. The text of the reply is not used.
-int invoke_command(ReadyCall &call, const cJSON *object);
+/// Prints the document and sends it, unless a check of the call has failed or a member is missing for lack of memory, which
+/// fails the call. The text of the reply is not used.
+int invoke_command(ReadyCall &call, const cJSON *object, bool whole = true);
 
 } // namespace kv::api

@@ -7,13 +7,13 @@ JsonHandle *new_json_handle(Preamble &call)
 {
     if (!call.passed())
         return nullptr;
-    Owned<JsonHandle> made{make_zeroed<JsonHandle>()};
-    if (!call.require_memory(bool(made)).passed())
+    Json object{cJSON_CreateObject()};
+    if (!call.require(bool(object), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed())
         return nullptr;
-    made->object.reset(cJSON_CreateObject());
-    return call.require(bool(made->object), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed()
-               ? made.release()
-               : nullptr;
+    JsonHandle *made = make_zeroed<JsonHandle>();
+    if (call.require_memory(made != nullptr).passed())
+        made->object = std::move(object);
+    return made;
 }
 
 int destroy_json_handle(Caller caller, JsonHandle *handle, int minimum)

@@ -7,28 +7,32 @@ namespace kv::api {
 
 namespace {
 
-/// Removes the old member if the new one was added.
-bool replaced(cJSON *object, cJSON *old, const cJSON *added)
+/// Adds the item, which it then owns, and removes an earlier member of the same key.
+bool replace(cJSON *object, const char *key, cJSON *item)
 {
-    if (added && old)
+    cJSON *old = cJSON_GetObjectItem(object, key);
+    // The document keeps the pointer to the key: a copy would be one allocation more for each member.
+    if (!item || !cJSON_AddItemToObjectCS(object, key, item)) {
+        cJSON_Delete(item);
+        return false;
+    }
+    if (old)
         cJSON_Delete(cJSON_DetachItemViaPointer(object, old));
-    return added != nullptr;
+    return true;
 }
 
 } // namespace
 
 bool replace_member(cJSON *object, const char *key, const char *value)
 {
-    cJSON *old = cJSON_GetObjectItem(object, key);
-    return replaced(object, old, cJSON_AddStringToObject(object, key, value));
+    return replace(object, key, cJSON_CreateString(value));
 }
 
 bool replace_member(cJSON *object, const char *key, int value)
 {
     char digits[12];
     *std::to_chars(digits, digits + sizeof digits - 1, value).ptr = '\0';
-    cJSON *old = cJSON_GetObjectItem(object, key);
-    return replaced(object, old, cJSON_AddRawToObject(object, key, digits));
+    return replace(object, key, cJSON_CreateRaw(digits));
 }
 
 } // namespace kv::api

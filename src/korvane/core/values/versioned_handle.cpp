@@ -11,17 +11,15 @@ bool require_agents_format(Preamble &call, const AnyVersionedHandle *handle)
                                 .passed();
 }
 
-bool fill_versioned(Preamble &call, AnyVersionedHandle *made, const RecordMaker &maker)
+bool fill_versioned(Preamble &call, AnyVersionedHandle &handle, const RecordMaker &maker)
 {
-    if (!call.require_memory(made != nullptr).passed())
-        return false;
-    if (made->format == WireFormat::record) {
-        made->any_record = maker.create();
-        return call.require(made->any_record != nullptr, KORVANE_ERROR_OUT_OF_MEMORY, "%s() failed"_fmt, maker.name)
+    if (handle.format == WireFormat::record) {
+        handle.any_record = maker.create();
+        return call.require(handle.any_record != nullptr, KORVANE_ERROR_OUT_OF_MEMORY, "%s() failed"_fmt, maker.name)
             .passed();
     }
-    made->json.reset(cJSON_CreateObject());
-    return call.require(bool(made->json), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed();
+    handle.json.reset(cJSON_CreateObject());
+    return call.require(bool(handle.json), KORVANE_ERROR_OUT_OF_MEMORY, "cJSON_CreateObject() failed"_fmt).passed();
 }
 
 } // namespace kv::api

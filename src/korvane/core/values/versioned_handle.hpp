@@ -55,6 +55,13 @@ struct VersionedHandle : AnyVersionedHandle {
     Record *record() const { return static_cast<Record *>(any_record); }
 };
 
+/// Moves the record or the document of a filled handle to a new one.
+inline void move_contents(AnyVersionedHandle &from, AnyVersionedHandle &to)
+{
+    to.any_record = std::exchange(from.any_record, nullptr);
+    to.json = std::move(from.json);
+}
+
 /// Refuses a handle whose format the installed agent does not use. Does nothing if an earlier check has failed, since it
 /// reads the handle.
 bool require_agents_format(Preamble &call, const AnyVersionedHandle *handle);
@@ -73,17 +80,27 @@ master::Parcelable *create_record_with()
     return record;
 }
 
-/// Gives a new handle an empty record or an empty document.
-bool fill_versioned(Preamble &call, AnyVersionedHandle *made, const RecordMaker &maker);
+/// Gives a handle an empty record or an empty document.
+bool fill_versioned(Preamble &call, AnyVersionedHandle &handle, const RecordMaker &maker);
+
+/// Hands out a handle with the contents of `filled`. It is allocated last, so that a failure is reported for the contents.
+template <class T>
+int hand_out_versioned(Preamble &call, T &filled, T **out)
+{
+    T *made = make_zeroed<T>(filled.format);
+    if (call.require_memory(made != nullptr).passed()) {
+        move_contents(filled, *made);
+        *out = made;
+    }
+    return call.result();
+}
 
 /// A create function after its checks.
 template <class T>
 int create_versioned(Preamble &call, T **out, const RecordMaker &maker)
 {
-    Owned made{make_zeroed<T>(T::of_agent())};
-    if (fill_versioned(call, made.get(), maker))
-        *out = made.release();
-    return call.result();
+    T filled{T::of_agent()};
+    return fill_versioned(call, filled, maker) ? hand_out_versioned(call, filled, out) : call.result();
 }
 
 /// One field in both formats: its JSON key, and the function that sets it in the record. Without one the field exists

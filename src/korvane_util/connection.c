@@ -58,12 +58,32 @@ static void cancel_attempt(korvane_util_connection_h connection)
     connection->timer = NULL;
 }
 
-/* Returns KORVANE_ERROR_NONE if there is no session any more. */
+static void ignore_status(int result, korvane_h handle, int status, void *user_data)
+{
+    (void)result;
+    (void)handle;
+    (void)status;
+    (void)user_data;
+}
+
+/* The library looks for an installed agent in korvane_initialize only, which does nothing else while a session exists. */
+static void look_for_agent_again(void)
+{
+    korvane_h other = NULL;
+    if (korvane_initialize(&other, ignore_status, NULL) == KORVANE_ERROR_NONE)
+        korvane_deinitialize(other);
+}
+
+/* Returns KORVANE_ERROR_NONE if there is no session any more. Without an agent the library does not end a session. */
 static int end_session(korvane_util_connection_h connection)
 {
     if (!connection->handle)
         return KORVANE_ERROR_NONE;
     int result = korvane_deinitialize(connection->handle);
+    if (result == KORVANE_ERROR_NOT_SUPPORTED) {
+        look_for_agent_again();
+        result = korvane_deinitialize(connection->handle);
+    }
     if (result == KORVANE_ERROR_NONE)
         connection->handle = NULL;
     return result;

@@ -224,6 +224,15 @@ class Slot:
         self.mute()
 
 
+def _look_for_agent_again() -> None:
+    """The library looks for an installed agent in korvane_initialize() only, which does nothing else while a session exists."""
+    node = Node("korvane_initialize", (lambda status, reason: None,))
+    user_data = ffi.new_handle(node)
+    other = ffi.new("korvane_h *")
+    if code_of_call("korvane_initialize", other, trampoline("korvane_connection_status_cb"), user_data) == ErrorCode.NONE:
+        code_of_call("korvane_deinitialize", other[0])
+
+
 class Session:
     """One session with the agent, from korvane_initialize() to korvane_deinitialize()."""
 
@@ -272,6 +281,9 @@ class Session:
         if self.handle == ffi.NULL:
             return 0
         code = code_of_call("korvane_deinitialize", self.handle)
+        if code == ErrorCode.NOT_SUPPORTED:
+            _look_for_agent_again()
+            code = code_of_call("korvane_deinitialize", self.handle)
         # An invalid handle was deinitialised past this class.
         if code not in (ErrorCode.NONE, ErrorCode.INVALID_PARAMETER):
             return code

@@ -148,7 +148,6 @@ class SupervisedConnection:
             return
         _open.remove(self)
         code = _call("korvane_util_disconnect", handle)
-        self._on_state.muted = True
         self._lose_session()
         self._finish_waiting()
         if code == ErrorCode.NONE:
@@ -188,10 +187,7 @@ class SupervisedConnection:
         if self._handle == ffi.NULL:
             return ErrorCode.NONE  # a handler of an earlier session has closed the connection
         self._device._session = Session(handle, Node(_CONNECT, ()), None)
-        code = self._run_configure()
-        if code != ErrorCode.NONE:
-            self._lose_session()
-        return code
+        return self._run_configure()  # after a failure, the change of state ends the session
 
     def _run_configure(self) -> int:
         try:

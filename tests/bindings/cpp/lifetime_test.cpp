@@ -401,7 +401,6 @@ TEST_F(CppLifetime, ASessionThatCannotBeEndedIsMutedAndEndedByTheNextOne)
     EXPECT_EQ(korvane::Device::open().error(), Errc::not_supported);
 
     platform.results.clear();
-    clear_agent_state();
     open();
     EXPECT_EQ(watched.alive(), 0);
     EXPECT_TRUE(watch_status('b'));

@@ -85,7 +85,6 @@ TEST_F(CppSupervisedLifetime, ASessionThatCannotBeEndedIsMutedAndEndedByTheNextC
     EXPECT_EQ(watched.alive(), 1) << "the library may still call back";
 
     platform.results.clear();
-    clear_agent_state();
     connect();
     EXPECT_EQ(watched.alive(), 1) << "only the new handler";
     status_arrives();

@@ -2,6 +2,7 @@
 """Each method sends what its arguments say; each event reaches its handler."""
 
 import json
+from pathlib import Path
 from typing import Any, Callable, List
 
 import pytest
@@ -240,6 +241,23 @@ def test_io_errors_are_reported(korvane_agent: Agent, failure_of: Callable[..., 
         (korvane.ConnectionStatus.CONNECTED, ErrorCode.NONE),
         (korvane.ConnectionStatus.DISCONNECTED, ErrorCode.NONE),
     ]
+
+
+def test_a_session_that_cannot_end_is_ended_by_the_next_one(
+    korvane_agent: Agent, failure_of: Callable[..., object]
+) -> None:
+    device = korvane.Device()
+    korvane_agent.run_until(lambda: device.is_connected)
+    package = next(Path(korvane_agent.directory).glob("packages/*.package"))
+    content = package.read_text()
+    package.unlink()
+    # The library looks for the agent again, and then refuses every call.
+    assert failure_of(korvane.Device) == ErrorCode.NOT_SUPPORTED
+    device.close()
+    assert failure_of(korvane.Device) == ErrorCode.NOT_SUPPORTED
+    package.write_text(content)
+    with korvane.Device() as another:
+        korvane_agent.run_until(lambda: another.is_connected)
 
 
 def test_one_shot_requests_complete(korvane_agent: Agent, device: korvane.Device) -> None:

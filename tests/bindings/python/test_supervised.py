@@ -2,6 +2,7 @@
 import asyncio
 import gc
 import weakref
+from pathlib import Path
 from typing import Any, Callable, Iterator, List, Tuple
 
 import pytest
@@ -220,6 +221,32 @@ def test_handlers_are_released_with_their_session(application: Application) -> N
         assert handlers[0]() is None and handlers[1]() is not None
     gc.collect()
     assert handlers[1]() is None
+
+
+def test_handlers_stay_until_the_library_can_end_their_session(
+    application: Application, failure_of: Callable[..., object]
+) -> None:
+    handlers: List["weakref.ref[Handler]"] = []
+
+    def configure(device: korvane.Device) -> None:
+        handler = Handler()
+        handlers.append(weakref.ref(handler))
+        device.on_status_changed(handler)
+
+    package = next(Path(application.agent.directory).glob("packages/*.package"))
+    content = package.read_text()
+    with SupervisedConnection(configure, application.changed):
+        application.wait_for(SupervisedState.CONNECTED)
+        package.unlink()
+        # The library looks for the agent again, and then refuses every call.
+        assert failure_of(korvane.Device) == ErrorCode.NOT_SUPPORTED
+    gc.collect()
+    assert handlers[0]() is not None
+    package.write_text(content)
+    with SupervisedConnection(configure, application.changed):
+        application.agent.run_until(lambda: len(handlers) == 2)
+        gc.collect()
+        assert handlers[0]() is None
 
 
 def test_there_is_one_at_a_time(application: Application, failure_of: Callable[..., object]) -> None:

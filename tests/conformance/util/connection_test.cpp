@@ -162,6 +162,26 @@ TEST_F(SupervisedConnection, EndsASessionThatCouldNotBeEndedBeforeTheNextOne)
     EXPECT_EQ(configured, 2);
 }
 
+/// The library does not end a session while no agent is installed, and looks for one only when a session begins.
+TEST_F(SupervisedConnection, LooksForTheAgentAgainToEndASession)
+{
+    connect();
+    Proxy &former = platform.proxy();
+    clear_agent_state();
+    platform.results["package_info_create"] = -18153359; // no agent is installed
+    disconnect();
+    EXPECT_TRUE(former.alive);
+
+    ASSERT_EQ(begin(), KORVANE_ERROR_NONE);
+    run_main_loop();
+    EXPECT_EQ(reports, (Reports{{KORVANE_UTIL_NOT_INSTALLED, KORVANE_ERROR_NOT_SUPPORTED}}));
+    platform.results.clear();
+    attempt();
+    EXPECT_FALSE(former.alive);
+    platform.proxy().fire_connected();
+    EXPECT_EQ(reports.back(), connected);
+}
+
 TEST(StateNames, AreUnknownForOtherNumbers)
 {
     EXPECT_STREQ(korvane_util_get_state_name(-1), "unknown");

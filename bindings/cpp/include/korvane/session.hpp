@@ -198,6 +198,15 @@ private:
     unsigned in_progress_ = 0;
 };
 
+/// The library looks for an installed agent in korvane_initialize() only, which does nothing else while a session exists.
+inline void look_for_agent_again()
+{
+    korvane_h other = nullptr;
+    const auto ignore_status = [](int, korvane_h, int, void *) {};
+    if (korvane_initialize(&other, ignore_status, nullptr) == KORVANE_ERROR_NONE)
+        korvane_deinitialize(other);
+}
+
 /// One session with the agent, from korvane_initialize() to korvane_deinitialize().
 class Session {
 public:
@@ -231,7 +240,11 @@ public:
     {
         if (!handle)
             return KORVANE_ERROR_NONE;
-        const int code = korvane_deinitialize(handle);
+        int code = korvane_deinitialize(handle);
+        if (code == KORVANE_ERROR_NOT_SUPPORTED) {
+            look_for_agent_again();
+            code = korvane_deinitialize(handle);
+        }
         // An invalid handle was deinitialised past this class.
         if (code != KORVANE_ERROR_NONE && code != KORVANE_ERROR_INVALID_PARAMETER)
             return code;

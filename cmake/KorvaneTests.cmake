@@ -25,7 +25,7 @@ target_link_libraries(kv-run-test PRIVATE kv_testing_support kv_warnings)
 function(kv_add_program_test name)
     cmake_parse_arguments(arg "" "TIMEOUT" "COMMAND" ${ARGN})
     if(NOT arg_TIMEOUT)
-        set(arg_TIMEOUT 300)
+        set(arg_TIMEOUT 900)
     endif()
     add_test(NAME ${name} COMMAND kv-run-test ${arg_TIMEOUT} ${arg_COMMAND})
     math(EXPR last_resort "${arg_TIMEOUT} + 30") # ctest would leave orphans

@@ -34,6 +34,21 @@ foreach(language c c++)
     endif()
 endforeach()
 
+# The commands that it prints work as they are, in an environment without variables for this prefix.
+foreach(language c c++ python)
+    if(language STREQUAL python AND NOT PYTHON STREQUAL /usr/bin/python3)
+        continue()
+    endif()
+    set(folder ${WORK}/printed-${language})
+    file(MAKE_DIRECTORY ${folder})
+    execute_process(COMMAND ${ctl} init my-lamp --language ${language} WORKING_DIRECTORY ${folder}
+        COMMAND_ERROR_IS_FATAL ANY OUTPUT_VARIABLE output)
+    string(REGEX MATCHALL "\n  [^\n]+" commands "${output}")
+    list(JOIN commands " &&" commands)
+    run(${CMAKE_COMMAND} -E env --unset=PYTHONPATH --unset=LD_LIBRARY_PATH --unset=CMAKE_PREFIX_PATH CC=${CC} CXX=${CXX}
+        PYTHONDONTWRITEBYTECODE=1 sh -c "cd '${folder}' && ${commands}")
+endforeach()
+
 if(PYTHON)
     file(MAKE_DIRECTORY ${WORK}/python)
     init(python)

@@ -7,6 +7,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <filesystem>
+
 namespace kv::ctl {
 
 namespace {
@@ -16,13 +18,31 @@ struct InitOptions {
     std::string language = "c";
 };
 
+/// The directory below which Korvane is installed, if compilers and Python do not look there by themselves.
+std::filesystem::path own_prefix()
+{
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
+    const std::filesystem::path prefix = program.parent_path().parent_path();
+    return prefix != "/usr" && std::filesystem::exists(prefix / "include/korvane.h") ? prefix : "";
+}
+
 /// The commands that build the application and run its tests.
 std::vector<std::string> next_commands(const InitOptions &options)
 {
-    if (options.language == "python")
-        return {"cd " + options.name, "/usr/bin/python3 -m pytest",
-                "korvanectl run scenario.json -- /usr/bin/python3 main.py"};
-    return {"cd " + options.name, "cmake -S . -B build", "cmake --build build", "ctest --test-dir build"};
+    const std::string prefix = own_prefix();
+    std::vector<std::string> commands{"cd " + options.name};
+    if (options.language == "python") {
+        if (!prefix.empty())
+            commands.push_back("export PYTHONPATH=\"" + prefix + "/lib/python3/dist-packages\" LD_LIBRARY_PATH=\"" +
+                               prefix + "/" KORVANE_LIBDIR "\" PATH=\"" + prefix + "/bin:$PATH\"");
+        commands.insert(commands.end(),
+                        {"/usr/bin/python3 -m pytest", "korvanectl run scenario.json -- /usr/bin/python3 main.py"});
+    } else {
+        commands.insert(commands.end(),
+                        {"cmake -S . -B build" + (prefix.empty() ? "" : " -D CMAKE_PREFIX_PATH=\"" + prefix + "\""),
+                         "cmake --build build", "ctest --test-dir build"});
+    }
+    return commands;
 }
 
 int init(const Output &out, const InitOptions &options)

@@ -58,19 +58,11 @@ static void cancel_attempt(korvane_util_connection_h connection)
     connection->timer = NULL;
 }
 
-static void ignore_status(int result, korvane_h handle, int status, void *user_data)
-{
-    (void)result;
-    (void)handle;
-    (void)status;
-    (void)user_data;
-}
-
 /* The library looks for an installed agent in korvane_initialize only, which does nothing else while a session exists. */
 static void look_for_agent_again(void)
 {
     korvane_h other = NULL;
-    if (korvane_initialize(&other, ignore_status, NULL) == KORVANE_ERROR_NONE)
+    if (korvane_initialize(&other, NULL, NULL) == KORVANE_ERROR_NONE)
         korvane_deinitialize(other);
 }
 
@@ -84,6 +76,8 @@ static int end_session(korvane_util_connection_h connection)
         look_for_agent_again();
         result = korvane_deinitialize(connection->handle);
     }
+    if (result == KORVANE_ERROR_INVALID_PARAMETER)
+        result = KORVANE_ERROR_NONE; /* the application has ended it */
     if (result == KORVANE_ERROR_NONE)
         connection->handle = NULL;
     return result;

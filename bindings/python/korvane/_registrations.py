@@ -226,10 +226,8 @@ class Slot:
 
 def _look_for_agent_again() -> None:
     """The library looks for an installed agent in korvane_initialize() only, which does nothing else while a session exists."""
-    node = Node("korvane_initialize", (lambda status, reason: None,))
-    user_data = ffi.new_handle(node)
     other = ffi.new("korvane_h *")
-    if code_of_call("korvane_initialize", other, trampoline("korvane_connection_status_cb"), user_data) == ErrorCode.NONE:
+    if code_of_call("korvane_initialize", other, ffi.NULL, ffi.NULL) == ErrorCode.NONE:
         code_of_call("korvane_deinitialize", other[0])
 
 

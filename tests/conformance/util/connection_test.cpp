@@ -182,6 +182,23 @@ TEST_F(SupervisedConnection, LooksForTheAgentAgainToEndASession)
     EXPECT_EQ(reports.back(), connected);
 }
 
+TEST_F(SupervisedConnection, SurvivesASessionThatTheApplicationHasEnded)
+{
+    for (const bool without_agent : {false, true}) {
+        connect();
+        ASSERT_EQ(korvane_deinitialize(korvane_util_get_handle(connection)), KORVANE_ERROR_NONE);
+        if (without_agent) {
+            korvane_h other = nullptr;
+            platform.results["package_info_create"] = -18153359; // no agent is installed
+            ASSERT_EQ(korvane_initialize(&other, nullptr, nullptr), KORVANE_ERROR_NOT_SUPPORTED);
+            platform.results.clear();
+        }
+        EXPECT_EQ(korvane_util_disconnect(std::exchange(connection, nullptr)), KORVANE_ERROR_NONE);
+        EXPECT_EQ(kv::api::live_session, nullptr);
+        reports.clear();
+    }
+}
+
 TEST(StateNames, AreUnknownForOtherNumbers)
 {
     EXPECT_STREQ(korvane_util_get_state_name(-1), "unknown");

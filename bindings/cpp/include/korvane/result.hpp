@@ -2,6 +2,11 @@
 #ifndef KORVANE_RESULT_HPP
 #define KORVANE_RESULT_HPP
 
+#if __cplusplus < 201703L
+#error                                                                                                                 \
+    "korvane.hpp needs C++17 or later: compile with -std=c++17, or in CMake with target_compile_features(TARGET PRIVATE cxx_std_17)"
+#endif
+
 #include <korvane.h>
 #include <korvane_results.h>
 

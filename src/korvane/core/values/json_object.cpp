@@ -11,11 +11,9 @@ namespace {
 bool replace(cJSON *object, const char *key, cJSON *item)
 {
     cJSON *old = cJSON_GetObjectItem(object, key);
-    // The document keeps the pointer to the key: a copy would be one allocation more for each member.
-    if (!item || !cJSON_AddItemToObjectCS(object, key, item)) {
-        cJSON_Delete(item);
+    if (!item)
         return false;
-    }
+    cJSON_AddItemToObjectCS(object, key, item); // refers to the key instead of copying it, so it cannot fail
     if (old)
         cJSON_Delete(cJSON_DetachItemViaPointer(object, old));
     return true;

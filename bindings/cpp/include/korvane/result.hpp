@@ -3,8 +3,7 @@
 #define KORVANE_RESULT_HPP
 
 #if __cplusplus < 201703L
-#error                                                                                                                 \
-    "korvane.hpp needs C++17 or later: compile with -std=c++17, or in CMake with target_compile_features(TARGET PRIVATE cxx_std_17)"
+#error "korvane.hpp needs C++17 or later: compile with -std=c++17"
 #endif
 
 #include <korvane.h>

@@ -241,5 +241,15 @@ class Traces(unittest.TestCase):
             self.assertTrue(sandbox.run(f"{to_pipe} 2>/dev/null | od -A n -t x1 | tr -d ' '").startswith(magic))
 
 
+class Kit(unittest.TestCase):
+    @shows(("docs/wire-protocol.md", "build/release/kits/agent/agent-kit"))
+    def test_the_agent_kit_runs_beside_an_agent(self, block: Block) -> None:
+        with Sandbox() as sandbox:
+            sandbox.start_agent()
+            (sandbox.home / "build").mkdir()
+            (sandbox.home / "build/release").symlink_to(os.environ["BUILD"])
+            self.assertIn("ok 1 /session/first-requests", sandbox.run(block.text))
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -22,6 +22,11 @@ set(may_use_agent src/kv_master/ common/ platform/include/)
 set(may_use_tools src/kv_master/ common/ platform/include/ include/ "agent/control/commands/commands\\.hpp"
     "agent/scenario/(personalities|reading/checks|reading/functions)\\.hpp" "agent/interface/(events|methods)\\.hpp" "agent/(device/snapshot_members|json/json)\\.hpp")
 set(may_use_testing include/)
+# A kit checks what is not of this tree, so it uses the boundary only, and for agents the description of their interface.
+list(APPEND layers kits/common kits/platform kits/agent)
+set(may_use_kits/common "")
+set(may_use_kits/platform platform/include/ kits/common/)
+set(may_use_kits/agent src/kv_master/ common/ platform/include/ kits/common/)
 # The folders of the agent may include the groups before their own: agent/README.md.
 set(agent_groups "loop files json" interface journal device server "phone cloud" requests installation control/commands
     "scenario control")

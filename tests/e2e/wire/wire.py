@@ -130,13 +130,19 @@ class Agent:
         self.handshakes: List[bytes] = []
 
     def accept_links(self) -> Tuple[Link, Link]:
-        """Accepts two links, reads their requests, and returns the main link and the callback link."""
-        links = {}
+        """Accepts two links, reads their requests, and returns the main link and the callback link.
+
+        Raises ConnectionError if a link ends without a request."""
+        links: List[Link] = []
         for _ in range(2):
-            link = Link(self._listener.accept()[0])
-            self.handshakes.append(link.receive())
-            links[self.handshakes[-1][12]] = link
-        return links[MAIN], links[CALLBACK]
+            links.append(Link(self._listener.accept()[0]))
+            self.handshakes.append(links[-1].receive())
+            if not self.handshakes[-1]:
+                for link in links:
+                    link.close()
+                raise ConnectionError("a link ended without a handshake")
+        is_main = self.handshakes[-2][12] == MAIN
+        return links[0 if is_main else 1], links[1 if is_main else 0]
 
     def close(self) -> None:
         self._listener.close()

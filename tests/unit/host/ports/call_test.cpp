@@ -12,6 +12,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <utility>
 
 #include "fixture.hpp"
@@ -31,7 +32,8 @@ milliseconds time_of(const std::function<void()> &action)
     return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);
 }
 
-constexpr milliseconds at_once{1000}; // far less than the default reply timeout of 10 s
+// Less than half of the default reply timeout of 10 s, and long enough for a busy machine.
+constexpr milliseconds at_once{4000};
 
 TEST_F(CallTest, ReturnsTheReplyOfTheAgent)
 {
@@ -378,19 +380,28 @@ TEST_F(RequestTest, KeepsItsDeadlineWhileTheAgentReadsSlowly)
     EXPECT_TRUE(run_until([&] { return proxy.disconnected == 1; }));
 }
 
+/// A reply with a deadline of its own would be awaited for a whole timeout after each request. On a busy machine the request
+/// alone can take longer than the timeout; the next attempt then has twice the time.
 TEST_F(RequestTest, SharesItsDeadlineWithTheReply)
 {
-    Setting quick("KORVANE_REPLY_TIMEOUT_MS", "1500");
-    Proxy proxy;
-    RawAgent agent(socket_path(), proxy);
-    const SlowReader reader(*agent.main, 25);
-    const milliseconds waited = time_of([&] {
-        const milliseconds sending = time_of([&] { EXPECT_EQ(0, send_text(proxy.main, size_t{8} << 20)); });
+    bool is_shared = false;
+    for (milliseconds timeout(1500); !is_shared && timeout <= milliseconds(12000); timeout *= 2) {
+        Setting setting("KORVANE_REPLY_TIMEOUT_MS", std::to_string(timeout.count()));
+        std::filesystem::remove(socket_path());
+        Proxy proxy;
+        RawAgent agent(socket_path(), proxy);
+        const SlowReader reader(*agent.main, 25);
+        int sent = 0;
+        const milliseconds sending = time_of([&] { sent = send_text(proxy.main, size_t{8} << 20); });
+        if (sent == -ETIMEDOUT)
+            continue;
+        ASSERT_EQ(0, sent);
         EXPECT_LE(milliseconds(900), sending) << "the request was accepted at once, so the test proves nothing";
-        EXPECT_EQ(-ETIMEDOUT, proxy.read_code());
-    });
-    EXPECT_LE(milliseconds(1490), waited);
-    EXPECT_GT(milliseconds(2300), waited);
+        const milliseconds reading = time_of([&] { EXPECT_EQ(-ETIMEDOUT, proxy.read_code()); });
+        EXPECT_LE(timeout - milliseconds(10), sending + reading);
+        is_shared = reading < timeout - sending / 2;
+    }
+    EXPECT_TRUE(is_shared);
 }
 
 TEST_F(RequestTest, IsNotServedWhenCutAtAnyByte)

@@ -64,9 +64,13 @@ int main(int argc, char **argv)
         "-p /methods runs those below /methods, -s /malformed leaves them out.\n"
         "The exit status is 0 if no check failed.\n");
     GError *error = nullptr;
-    if (!g_option_context_parse(context, &argc, &argv, &error))
-        return usage_error("", error->message);
+    const bool is_parsed = g_option_context_parse(context, &argc, &argv, &error) != FALSE;
     g_option_context_free(context);
+    if (!is_parsed) {
+        const int status = usage_error("", error->message);
+        g_error_free(error);
+        return status;
+    }
 
     // After a failed comparison a check continues, so that one run shows all differences.
     g_test_init(&argc, &argv, nullptr);

@@ -61,9 +61,12 @@ struct ArgumentWriter {
     {
         typename master::Wire<describe::Arr<A, Name>>::Received array;
         array.reset(master::ArrayCodec<A>::create());
-        if (!array || !array->reserve_next() || !master::ItemCodec<A>::make(array->items[0]))
+        if (!array)
             return false;
-        array->count = array->present = 1;
+        array->count = 1;
+        if (!array->reserve_next() || !master::ItemCodec<A>::make(array->items[0]))
+            return false;
+        array->present = 1;
         return master::write_parcelable(parcel, array.get());
     }
     template <class D>

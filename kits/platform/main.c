@@ -34,12 +34,13 @@ int main(int argc, char **argv)
                                      "-p /parcels runs those below /parcels, -s /app-events leaves them out.\n"
                                      "The exit status is 0 if no check failed.\n");
     GError *error = NULL;
-    if (!g_option_context_parse(context, &argc, &argv, &error)) {
+    const gboolean is_parsed = g_option_context_parse(context, &argc, &argv, &error);
+    g_option_context_free(context);
+    if (!is_parsed) {
         fprintf(stderr, "%s: %s; see --help\n", g_get_prgname(), error->message);
         g_error_free(error);
         return 2;
     }
-    g_option_context_free(context);
 
     /* After a failed comparison a check continues, so that one run shows all differences. */
     g_test_init(&argc, &argv, NULL);

@@ -49,4 +49,5 @@ function(kv_add_test name)
         set(command dbus-run-session -- ${command})
     endif()
     kv_add_program_test(${name} TIMEOUT ${arg_TIMEOUT} COMMAND ${command})
+    set_tests_properties(${name} PROPERTIES LABELS gtest) # ./dev test NAME selects single tests of these
 endfunction()

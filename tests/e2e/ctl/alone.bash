@@ -8,6 +8,8 @@ part_alone() {
     check_info
     check_call_arguments
     check_verbs_without_agent
+    check_lost_output
+    check_written_application
     check_doctor
 }
 
@@ -53,6 +55,45 @@ check_help() {
     expect_in err "did you mean 'bash'?"
     expect_status 2 "$ctl" functions -- ./program
     expect_in err "'functions' does not take a program"
+}
+
+# Output that cannot be written is a failure, also if it is all that was asked for.
+check_lost_output() {
+    local arguments
+    for arguments in functions 'functions --json' '--help' 'help run' 'completion bash' '--version'; do
+        # shellcheck disable=SC2086 # several words
+        expect_status 1 bash -c "exec '$ctl' $arguments >/dev/full"
+        expect_in err 'cannot write all of the output'
+    done
+    expect_status 2 bash -c "exec '$ctl' fonctions >/dev/full"
+    mkdir -p a-directory
+    expect_status 1 "$ctl" trace --read a-directory
+    expect_in err 'cannot read a-directory: Is a directory'
+    expect_status 2 "$ctl" report merge a-directory
+    expect_in err 'cannot read the report a-directory'
+}
+
+# The user's umask decides who may read a new application. A full disk leaves nothing of it, so that it can be written again.
+check_written_application() {
+    expect_status 0 bash -c "umask 022; exec '$ctl' init readable"
+    [[ $(stat -c %a readable/main.c) == 644 ]] || fail "the mode of main.c is $(stat -c %a readable/main.c)"
+    expect_status 0 bash -c "umask 077; exec '$ctl' init private"
+    [[ $(stat -c %a private/main.c) == 600 ]] || fail "the mode of main.c is $(stat -c %a private/main.c)"
+    expect_status 1 bash -c "trap '' XFSZ; ulimit -f 1; exec '$ctl' init too-large"
+    expect_in err 'File too large; nothing was written'
+    [[ ! -e too-large ]] || fail 'a part of an application is left'
+    expect_status 0 "$ctl" init too-large
+
+    echo '{"steps": []}' >empty.json
+    expect_status 1 env TMPDIR=/no/such/directory "$ctl" run empty.json -- true
+    expect_in err 'cannot use the directory for temporary files, TMPDIR=/no/such/directory: '
+    expect_in err 'set TMPDIR to'
+    local long
+    long=$PWD/$(printf 'x%.0s' {1..100})
+    mkdir "$long"
+    expect_status 1 env TMPDIR="$long" "$ctl" run empty.json -- true
+    expect_in err 'is too long for a socket'
+    expect_in err 'set TMPDIR to a path that is at least'
 }
 
 check_functions() {

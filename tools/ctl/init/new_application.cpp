@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 #include <sys/stat.h>
 
@@ -61,13 +62,19 @@ std::vector<std::string> write_application(const std::string &name, const std::s
                          std::to_string(max_name_length) +
                          " lower-case letters, digits and '-', beginning with a letter, as in my-lamp"};
     make_directory(name);
-    std::vector<std::string> files;
-    for (const Template &each : templates)
-        if (each.language == language) {
-            WholeFile{name + "/" + each.file}.write(with_name(each.content, name));
-            files.emplace_back(each.file);
-        }
-    return files;
+    try {
+        std::vector<std::string> files;
+        for (const Template &each : templates)
+            if (each.language == language) {
+                WholeFile{name + "/" + each.file, 0666, "; nothing was written"}.write(with_name(each.content, name));
+                files.emplace_back(each.file);
+            }
+        return files;
+    } catch (...) {
+        std::error_code ignored; // the reason is in the exception
+        std::filesystem::remove_all(name, ignored);
+        throw;
+    }
 }
 
 } // namespace kv::ctl

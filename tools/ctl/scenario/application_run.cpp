@@ -15,6 +15,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -47,10 +48,30 @@ std::vector<std::string> ScenarioChoices::options() const
     return words;
 }
 
+namespace {
+
+/// The variable that names the directory, for messages; nothing if it is not set.
+std::string in_tmpdir()
+{
+    const char *path = std::getenv("TMPDIR");
+    return path ? std::string{", TMPDIR="} + path : "";
+}
+
+} // namespace
+
 TemporaryDirectory::TemporaryDirectory()
 {
-    const std::filesystem::path parent = std::filesystem::temp_directory_path();
+    std::error_code problem;
+    const std::filesystem::path parent = std::filesystem::temp_directory_path(problem);
+    if (problem)
+        throw Failure{failed, "cannot use the directory for temporary files" + in_tmpdir() + ": " + problem.message() +
+                                  "; set TMPDIR to a directory in which you may write"};
     std::string pattern = parent / "korvanectl-XXXXXX";
+    const std::size_t length = pattern.size() + std::strlen("/run/org.korvane.agent.kv_master.sock");
+    if (length >= sizeof sockaddr_un{}.sun_path)
+        throw Failure{failed, "the path of the directory for temporary files is too long for a socket: " +
+                                  parent.string() + "; set TMPDIR to a path that is at least " +
+                                  std::to_string(length - sizeof sockaddr_un{}.sun_path + 1) + " characters shorter"};
     if (!mkdtemp(pattern.data()))
         throw Failure{failed, "cannot create a directory in " + parent.string() + ": " + std::strerror(errno)};
     path_ = pattern;

@@ -24,10 +24,12 @@ bool is_special(const std::string &path)
 
 } // namespace
 
-WholeFile::WholeFile(std::string path) : path_(std::move(path)), temporary_(is_special(path_) ? path_ : path_ + ".part")
+WholeFile::WholeFile(std::string path, mode_t mode, std::string consequence)
+    : path_(std::move(path)), temporary_(is_special(path_) ? path_ : path_ + ".part"),
+      consequence_(std::move(consequence))
 {
     const int flags = O_WRONLY | O_CLOEXEC | (in_place() ? 0 : O_CREAT | O_TRUNC | O_NOFOLLOW);
-    fd_ = open(temporary_.c_str(), flags, 0600);
+    fd_ = open(temporary_.c_str(), flags, mode);
     if (fd_ < 0)
         throw Failure{failed, "cannot write " + path_ + ": " + std::strerror(errno)};
 }
@@ -43,7 +45,7 @@ WholeFile::~WholeFile()
 
 void WholeFile::fail() const
 {
-    throw Failure{failed, "cannot write " + path_ + ": " + std::strerror(errno) + "; nothing was recorded"};
+    throw Failure{failed, "cannot write " + path_ + ": " + std::strerror(errno) + consequence_};
 }
 
 void WholeFile::write_all(const std::string &text) const

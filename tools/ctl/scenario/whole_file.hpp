@@ -3,14 +3,16 @@
 
 #include <string>
 
+#include <sys/types.h>
+
 namespace kv::ctl {
 
 /// Writes a file completely or not at all: it writes a temporary file and then renames it. A file that is
 /// not a regular one, such as a device, is written directly.
 class WholeFile {
 public:
-    /// Throws Failure if the file cannot be created.
-    explicit WholeFile(std::string path);
+    /// Throws Failure if the file cannot be created. `consequence` ends the message if it cannot be written.
+    explicit WholeFile(std::string path, mode_t mode, std::string consequence);
     WholeFile(const WholeFile &) = delete;
     WholeFile &operator=(const WholeFile &) = delete;
     ~WholeFile();
@@ -25,6 +27,7 @@ private:
 
     std::string path_;
     std::string temporary_;
+    std::string consequence_;
     int fd_ = -1;
 };
 

@@ -148,7 +148,12 @@ SuiteResult read_report(const std::string &path)
     std::ifstream file{path};
     if (!file)
         throw UsageError{"cannot read the report " + path};
-    const std::string text{std::istreambuf_iterator<char>{file}, {}};
+    std::string text;
+    try {
+        text.assign(std::istreambuf_iterator<char>{file}, {});
+    } catch (const std::ios_base::failure &problem) {
+        throw UsageError{"cannot read the report " + path + ": " + problem.what()};
+    }
     SuiteResult suite;
     const bool is_xml = text.rfind('<', 0) == 0;
     if (is_xml ? !JunitReader{suite}.read(text) : !read_json(text, suite))

@@ -116,10 +116,15 @@ void print_summary(const Output &out, const std::string &path, const RecordedSce
                     {"fill_in", recorded.placeholders}});
 }
 
+/// A recording may contain what the application sent, so that only its user may read it.
+constexpr mode_t recording_mode = 0600;
+constexpr const char *nothing_recorded = "; nothing was recorded";
+
 int record_journal(const Context &context, const std::string &path)
 {
     Recording recording{context.out};
-    WholeFile file{path}; // created first, so that an error is found before the recording
+    WholeFile file{path, recording_mode,
+                   nothing_recorded}; // created first, so that an error is found before the recording
     recording.record(context.program);
     const RecordedScenario recorded =
         scenario_from(recording.entries(), "recorded with agent " + recording.agent_version(), Recorded::journal);
@@ -146,7 +151,7 @@ int record_traffic(const Context &context, const std::string &path)
         throw UsageError{"name the application: korvanectl record --through FILE -- APPLICATION"};
     const std::string title = title_of_traffic();
     RelayedRun run;
-    WholeFile file{path};
+    WholeFile file{path, recording_mode, nothing_recorded};
     run.run(recorded_program(context.program, context.out));
     const RecordedScenario recorded = scenario_from(run.traffic().entries(), title, Recorded::traffic);
     file.write(recorded.text);

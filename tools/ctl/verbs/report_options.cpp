@@ -25,7 +25,7 @@ ReportForm form_of(const Context &context, const ReportOptions &options)
 ReportFile::ReportFile(const ReportOptions &options)
 {
     if (!options.junit.empty())
-        file_.emplace(options.junit);
+        file_.emplace(options.junit, 0666, "; the report was not written");
 }
 
 void ReportFile::write(const SuiteResult &result)

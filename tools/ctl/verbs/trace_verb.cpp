@@ -81,6 +81,8 @@ int read_file(const Output &out, const std::string &path, const std::string &pca
     TraceRecords records = records_for(output);
     while (file.read(bytes, sizeof bytes) || file.gcount() > 0)
         records.take(bytes, static_cast<std::size_t>(file.gcount()));
+    if (file.bad())
+        throw Failure{failed, "cannot read " + path + ": " + std::strerror(errno)};
     output.end(records.count());
     if (records.cut())
         throw Failure{failed, path + " ends in the middle of record " + std::to_string(records.count() + 1)};

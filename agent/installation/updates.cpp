@@ -48,33 +48,42 @@ bool Updates::install()
     return announced;
 }
 
+// The package entry is written first: if that fails, the agent continues to serve as before.
 void Updates::leave()
 {
-    away_ = true;
     package_.install_unstartable(state_.version);
+    away_ = true;
     server_.stop();
 }
 
-void Updates::come_back()
+// The port is opened first, because another agent may serve it now, and owns the package entry then.
+void Updates::come_back(const Version &version)
 {
     if (leaving_.is_active()) {
-        leaving_.cancel();
         leave();
+        leaving_.cancel();
     }
-    if (!std::exchange(away_, false))
+    if (!away_)
         return;
     server_.listen();
-    package_.install(state_.version);
+    try {
+        package_.install(version);
+    } catch (...) {
+        server_.stop();
+        throw;
+    }
+    away_ = false;
 }
 
 bool Updates::complete(const Version &version)
 {
+    if (away_ || leaving_.is_active())
+        come_back(version);
+    else
+        package_.install(version);
     state_.version = version;
     state_.running = false;
     state_.update_ready = false;
-    if (!away_ && !leaving_.is_active())
-        package_.install(version);
-    come_back();
 
     Bundle data{bundle_create()};
     bundle_add_str(data.get(), "Complete", KORVANE_AGENT_APPID);
@@ -83,7 +92,7 @@ bool Updates::complete(const Version &version)
 
 bool Updates::fail(int code)
 {
-    come_back();
+    come_back(state_.version);
     Bundle data{bundle_create()};
     const std::int32_t bytes = code;
     bundle_add_byte(data.get(), "Fail", &bytes, sizeof bytes);
@@ -92,16 +101,16 @@ bool Updates::fail(int code)
 
 void Updates::kill()
 {
-    leaving_.cancel();
     if (!away_)
         leave();
+    leaving_.cancel();
 }
 
 void Updates::restart()
 {
     kill();
+    come_back(state_.version);
     state_.running = false;
-    come_back();
 }
 
 } // namespace kv::virtual_agent

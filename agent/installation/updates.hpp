@@ -9,7 +9,8 @@ namespace kv::virtual_agent {
 
 /// The replacement of the agent by another version, as applications see it: each step is announced on the message bus,
 /// and there is no agent while the new program is installed. The steps return whether they were announced; they take
-/// effect without a message bus, too.
+/// effect without a message bus, too. A step throws std::runtime_error if it cannot write the package entry or open the
+/// port; the agent then keeps its version, and a later step can repeat the change.
 class Updates {
 public:
     Updates(State &state, Server &server, Package &package, Journal &journal)
@@ -34,7 +35,7 @@ public:
 
 private:
     void leave();
-    void come_back();
+    void come_back(const Version &version);
     bool announce(const char *step, struct bundle_s *data);
 
     State &state_;

@@ -75,6 +75,7 @@ Server::Server(ServerState state, Journal &journal, Faults &faults, EventHub &hu
 
 void Server::listen()
 {
+    stop();
     rpc_port_stub_events_t events{};
     events.connecting = [](const rpc_port_stub_peer_t *peer, void *data) {
         int verdict = -EACCES;

@@ -43,7 +43,8 @@ public:
     /// Sets what serves requests; to be called once, before listen().
     void serve_with(RequestHandler &handler) { handler_ = &handler; }
 
-    /// Throws PortInUse, or std::runtime_error if the port cannot be opened.
+    /// Opens the port; a port that is open already is closed before. Throws PortInUse, or std::runtime_error if the port
+    /// cannot be opened.
     void listen();
     /// Disconnects all applications and closes the port.
     void stop();

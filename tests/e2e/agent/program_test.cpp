@@ -2,6 +2,7 @@
 // The program korvane-agent: its command line, its output, its package entry, its commands, its exit statuses.
 #include "support/agent_process.hpp"
 #include "support/program.hpp"
+#include "testing/support/file_descriptor.hpp"
 #include "testing/support/wait.hpp"
 
 #include <package_info.h>
@@ -309,6 +310,78 @@ TEST(AgentProgram, RefusesEachWrongCommandWithTheReason)
         EXPECT_EQ(reply.find(R"("ok":true)"), std::string::npos) << refusal.command << ": " << reply;
         EXPECT_NE(reply.find(refusal.reason), std::string::npos) << refusal.command << ": " << reply;
     }
+}
+
+/// A file in the place of the directory of the package entries: no entry can be written. The destructor puts the directory
+/// back.
+class UnwritablePackages {
+public:
+    explicit UnwritablePackages(const AgentHome &home) : place_(home.packages()), aside_(home.root() / "aside")
+    {
+        std::filesystem::rename(place_, aside_);
+        std::ofstream{place_} << "not a directory";
+    }
+    UnwritablePackages(const UnwritablePackages &) = delete;
+    UnwritablePackages &operator=(const UnwritablePackages &) = delete;
+    ~UnwritablePackages()
+    {
+        std::filesystem::remove(place_);
+        std::filesystem::rename(aside_, place_);
+    }
+
+private:
+    std::filesystem::path place_;
+    std::filesystem::path aside_;
+};
+
+bool is_served(const AgentHome &home)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    (home.runtime() / "org.korvane.agent.kv_master.sock").string().copy(address.sun_path, sizeof address.sun_path - 1);
+    const FileDescriptor application{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    return ::connect(application.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+}
+
+constexpr const char *entry_is_refused = "cannot write the package entry";
+
+TEST(AgentProgram, ContinuesToServeIfItCannotWriteItsPackageEntry)
+{
+    AgentHome home;
+    AgentProcess agent{home, {"--update-ready"}};
+    {
+        const UnwritablePackages blocked{home};
+        for (const char *command : {"update complete 1.2", "kill", "restart"}) {
+            EXPECT_NE(agent.reply_to(command).find(entry_is_refused), std::string::npos) << command;
+            EXPECT_TRUE(is_served(home)) << command;
+            EXPECT_NE(agent.reply_to("state version").find("2.3"), std::string::npos) << command;
+            EXPECT_NE(agent.reply_to("state update_ready").find("true"), std::string::npos) << command;
+        }
+    }
+    EXPECT_EQ(installed_version(), "2.3");
+    agent.run_command("kill");
+    EXPECT_FALSE(is_served(home));
+    agent.run_command("restart");
+    EXPECT_TRUE(is_served(home));
+}
+
+TEST(AgentProgram, ServesAgainOnlyWhenItCanWriteItsPackageEntry)
+{
+    AgentHome home;
+    AgentProcess agent{home};
+    agent.run_command("kill");
+    {
+        const UnwritablePackages blocked{home};
+        for (const char *command : {"update complete 1.2", "update fail", "restart"}) {
+            EXPECT_NE(agent.reply_to(command).find(entry_is_refused), std::string::npos) << command;
+            EXPECT_FALSE(is_served(home)) << command;
+            EXPECT_NE(agent.reply_to("state version").find("2.3"), std::string::npos) << command;
+        }
+    }
+    agent.run_command("update complete 1.2");
+    EXPECT_TRUE(is_served(home));
+    EXPECT_EQ(installed_version(), "1.2");
+    EXPECT_NE(agent.reply_to("state version").find("1.2"), std::string::npos);
 }
 
 TEST(AgentProgram, RefusesACommandFifoThatIsARegularFile)

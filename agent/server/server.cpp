@@ -98,7 +98,9 @@ void Server::listen()
         return;
     stop();
     if (error == -EADDRINUSE)
-        throw PortInUse{"another agent serves this port already; stop it, or choose another --runtime-dir"};
+        throw PortInUse{
+            "another agent serves this port, or another program listens at its socket; stop that program, or "
+            "choose another --runtime-dir"};
     throw std::runtime_error{std::string{"cannot serve the port: "} + std::strerror(-error)};
 }
 

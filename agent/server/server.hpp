@@ -18,7 +18,7 @@
 
 namespace kv::virtual_agent {
 
-/// Another agent serves the port already.
+/// Another agent serves the port already, or another program listens at its socket.
 struct PortInUse : std::runtime_error {
     using runtime_error::runtime_error;
 };

@@ -72,6 +72,21 @@ std::string installed_version()
     return version;
 }
 
+sockaddr_un port_of(const AgentHome &home)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    (home.runtime() / "org.korvane.agent.kv_master.sock").string().copy(address.sun_path, sizeof address.sun_path - 1);
+    return address;
+}
+
+bool is_served(const AgentHome &home)
+{
+    const sockaddr_un address = port_of(home);
+    const FileDescriptor application{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    return ::connect(application.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+}
+
 TEST(AgentProgram, PrintsALineOfJsonWhenItIsReadyAndWhenItHasStopped)
 {
     AgentHome home;
@@ -189,6 +204,23 @@ TEST(AgentProgram, RefusesToRunBesideAnotherAgentAndKeepsItsPackageEntry)
     EXPECT_NE(second.error_output.find("another agent serves this port"), std::string::npos) << second.error_output;
     EXPECT_EQ(installed_version(), "2.1");
     first.run_command("state");
+}
+
+TEST(AgentProgram, LeavesThePortToAServiceManagerThatListensAtIt)
+{
+    AgentHome home;
+    std::filesystem::create_directory(home.runtime());
+    std::filesystem::permissions(home.runtime(), std::filesystem::perms::owner_all);
+    const sockaddr_un address = port_of(home);
+    const FileDescriptor manager{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    ASSERT_EQ(::bind(manager.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(manager.get(), 8), 0);
+    const auto result = run_agent({});
+    EXPECT_EQ(result.exit_status, agent_exit::port_in_use);
+    for (const char *part : {"korvane-agent.socket", address.sun_path, "another program listens at its socket"})
+        EXPECT_NE(result.error_output.find(part), std::string::npos) << part << ": " << result.error_output;
+    EXPECT_TRUE(is_served(home)) << "by the service manager";
+    EXPECT_EQ(installed_version(), "");
 }
 
 TEST(AgentProgram, ReportsWhyItCannotServe)
@@ -333,15 +365,6 @@ private:
     std::filesystem::path place_;
     std::filesystem::path aside_;
 };
-
-bool is_served(const AgentHome &home)
-{
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    (home.runtime() / "org.korvane.agent.kv_master.sock").string().copy(address.sun_path, sizeof address.sun_path - 1);
-    const FileDescriptor application{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
-    return ::connect(application.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
-}
 
 constexpr const char *entry_is_refused = "cannot write the package entry";
 

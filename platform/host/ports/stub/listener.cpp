@@ -112,14 +112,42 @@ int lock_port(Stub *stub)
     return 0;
 }
 
+// Without an agent that holds the lock, another program may still listen: a service manager that starts an agent when an
+// application connects. A connection attempt is the only test, and fails with ECONNREFUSED if no process listens.
+int check_that_socket_is_dead(const Stub *stub)
+{
+    const sockaddr_un &address = stub->paths.socket;
+    struct stat status;
+    if (lstat(address.sun_path, &status) != 0)
+        return errno == ENOENT ? 0 : fail(stub, "cannot read the status of");
+    if (!S_ISSOCK(status.st_mode)) {
+        dlog_print(log_error, log_tag, "port %s of %s: there is a file that is not a socket at %s: remove it",
+                   stub->port_name.get(), stub->appid.get(), address.sun_path);
+        return -EEXIST;
+    }
+    const Fd probe{socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)};
+    if (!probe)
+        return fail(stub, "cannot create a socket to examine");
+    const bool connected = connect(probe.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+    if (connected || errno == EAGAIN || errno == EPROTOTYPE) { // EAGAIN: its queue is full; EPROTOTYPE: not a stream
+        dlog_print(log_error, log_tag,
+                   "port %s of %s: another program, for example the socket unit korvane-agent.socket, listens at %s: "
+                   "stop it, or let an application connect",
+                   stub->port_name.get(), stub->appid.get(), address.sun_path);
+        return -EADDRINUSE;
+    }
+    return errno == ECONNREFUSED || errno == ENOENT ? 0 : fail(stub, "cannot examine the socket file");
+}
+
 int bind_and_listen(Stub *stub)
 {
+    if (const int code = check_that_socket_is_dead(stub))
+        return code;
     const sockaddr_un &address = stub->paths.socket;
     const char *path = address.sun_path;
     stub->listener.reset(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!stub->listener)
         return fail(stub, "cannot create the socket");
-    // This process holds the lock, so an existing socket file belongs to a dead agent.
     if (unlink(path) == 0)
         dlog_print(log_warning, log_tag, "port %s of %s: replaced a stale socket file", stub->port_name.get(),
                    stub->appid.get());

@@ -414,6 +414,17 @@ TEST_F(ListenTest, ReplacesTheSocketOfADeadAgent)
     EXPECT_TRUE(proxy.connected_now());
 }
 
+TEST_F(ListenTest, RefusesToReplaceAFileThatIsNotASocket)
+{
+    std::filesystem::create_directory(runtime);
+    std::filesystem::permissions(runtime, std::filesystem::perms::owner_all);
+    std::ofstream(socket_path()) << "a file";
+    Stub stub;
+    EXPECT_EQ(-EEXIST, stub.listen());
+    EXPECT_TRUE(contains(log(), "there is a file that is not a socket at " + socket_path() + ": remove it")) << log();
+    EXPECT_TRUE(std::filesystem::is_regular_file(socket_path()));
+}
+
 TEST_F(ListenTest, AllowsTwoPortsInOneDirectory)
 {
     Stub first;

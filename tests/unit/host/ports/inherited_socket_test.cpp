@@ -3,7 +3,9 @@
 // An agent that a service manager starts serves the socket that the service manager has opened.
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
+#include <list>
 
 #include "fixture.hpp"
 
@@ -66,6 +68,45 @@ TEST_F(InheritedSocketTest, IsIgnoredIfItWasPassedToAnotherProcess)
     const RawListener manager = open_socket(socket_path());
     const Passed passed{manager.descriptor(), getppid()};
     Stub stub;
+    EXPECT_EQ(stub.listen(), -EADDRINUSE);
+    stub.destroy();
+    EXPECT_TRUE(std::filesystem::exists(socket_path())); // the socket of the service manager
+}
+
+TEST_F(InheritedSocketTest, IsNotReplacedByAnotherAgent)
+{
+    const RawListener manager = open_socket(socket_path());
+    Stub stub;
+    EXPECT_EQ(stub.listen(), -EADDRINUSE);
+    EXPECT_NE(log().find("another program, for example the socket unit korvane-agent.socket, listens at " +
+                         socket_path() + ": stop it, or let an application connect"),
+              std::string::npos)
+        << log();
+    stub.destroy();
+
+    ASSERT_TRUE(manager.has_waiting());
+    manager.accept(); // the connection by which the agent found the listener
+    const RawLink application{socket_path()};
+    EXPECT_TRUE(manager.has_waiting());
+}
+
+TEST_F(InheritedSocketTest, IsFoundWithoutWaitingIfItsQueueIsFull)
+{
+    const RawListener manager = open_socket(socket_path());
+    std::list<RawLink> waiting;
+    for (int i = 0; i <= RawListener::backlog; i++) // the kernel accepts one more
+        waiting.emplace_back(socket_path());
+    Stub stub;
+    EXPECT_EQ(stub.listen(), -EADDRINUSE);
+}
+
+TEST_F(InheritedSocketTest, IsReplacedWhenTheServiceManagerHasEnded)
+{
+    Stub stub;
+    {
+        const RawListener manager = open_socket(socket_path());
+        EXPECT_EQ(stub.listen(), -EADDRINUSE);
+    }
     ASSERT_EQ(stub.listen(), 0);
     Proxy proxy;
     EXPECT_TRUE(proxy.connected_now()) << log();

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -74,10 +75,12 @@ bool LineControl::read_some()
         return false;
     text_.append(bytes, static_cast<std::size_t>(count));
     run_lines();
-    if (text_.size() > max_line) {
+    if (!is_discarding_ && text_.size() > max_line) {
         print(bad_reply("the line is too long"));
-        text_.clear();
+        is_discarding_ = true;
     }
+    if (is_discarding_)
+        text_.clear();
     return true;
 }
 
@@ -86,7 +89,8 @@ void LineControl::run_lines()
     for (std::size_t end = text_.find('\n'); end != std::string::npos; end = text_.find('\n')) {
         const std::string line = text_.substr(0, end);
         text_.erase(0, end + 1);
-        if (line.find_first_not_of(" \t\r") == std::string::npos)
+        // This newline may be the end of a line that is too long.
+        if (std::exchange(is_discarding_, false) || line.find_first_not_of(" \t\r") == std::string::npos)
             continue;
         run_line(line);
     }

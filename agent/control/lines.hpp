@@ -37,6 +37,7 @@ private:
     Descriptor opened_{};
     std::string fifo_; // to be removed at the end; empty if it existed before
     std::string text_;
+    bool is_discarding_ = false;                    // up to the end of a line that is too long
     std::list<std::unique_ptr<Waiting>> waiting_{}; // commands whose replies are pending
     Source source_{};
 };

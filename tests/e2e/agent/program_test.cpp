@@ -2,6 +2,7 @@
 // The program korvane-agent: its command line, its output, its package entry, its commands, its exit statuses.
 #include "support/agent_process.hpp"
 #include "support/program.hpp"
+#include "testing/support/child_process.hpp"
 #include "testing/support/file_descriptor.hpp"
 #include "testing/support/wait.hpp"
 
@@ -416,6 +417,18 @@ TEST(AgentProgram, RefusesACommandFifoThatIsARegularFile)
     EXPECT_EQ(result.exit_status, agent_exit::failed);
     EXPECT_NE(result.error_output.find("not a FIFO"), std::string::npos) << result.error_output;
     EXPECT_TRUE(std::filesystem::exists(file));
+}
+
+TEST(AgentProgram, DiscardsALineThatIsTooLongUpToItsEnd)
+{
+    AgentHome home;
+    ChildProcess agent{{.words = {KORVANE_AGENT_PATH, "--commands"}}};
+    ASSERT_TRUE(agent.wait_for_line()) << "ready";
+    const std::string rest(16384, ' '); // the agent reads fewer bytes at once
+    ASSERT_TRUE(agent.write_line(std::string(1 << 20, 'a') + rest + "state version"));
+    ASSERT_TRUE(agent.write_line("state running"));
+    EXPECT_EQ(agent.wait_for_line(), R"({"ok":false,"error":"the line is too long"})");
+    EXPECT_EQ(agent.wait_for_line(), R"({"ok":true,"state":false})");
 }
 
 TEST(AgentProgram, ReadsCommandsFromAFifo)

@@ -29,7 +29,7 @@ LineControl::~LineControl()
 
 void LineControl::read_standard_input()
 {
-    watch(STDIN_FILENO);
+    watch(standard_input_, STDIN_FILENO);
 }
 
 void LineControl::read_fifo(const std::string &path)
@@ -45,14 +45,14 @@ void LineControl::read_fifo(const std::string &path)
     struct stat kind = {};
     if (::fstat(opened_.get(), &kind) != 0 || !S_ISFIFO(kind.st_mode))
         throw std::system_error{EEXIST, std::generic_category(), "not a FIFO: " + path};
-    watch(opened_.get());
+    watch(fifo_input_, opened_.get());
 }
 
-void LineControl::watch(int fd)
+void LineControl::watch(Input &input, int fd)
 {
-    fd_ = fd;
-    source_.watch(fd, POLLIN | POLLHUP | POLLERR, [this] {
-        const bool goes_on = read_some();
+    input.fd = fd;
+    input.source.watch(fd, POLLIN | POLLHUP | POLLERR, [this, &input] {
+        const bool goes_on = read_some(input);
         if (!goes_on)
             agent_.quit();
         return goes_on;
@@ -65,32 +65,33 @@ void LineControl::print(const Json &reply)
     contain([&] { print_line(reply.text()); });
 }
 
-bool LineControl::read_some()
+bool LineControl::read_some(Input &input)
 {
     char bytes[4096];
-    const ssize_t count = ::read(fd_, bytes, sizeof bytes);
+    const ssize_t count = ::read(input.fd, bytes, sizeof bytes);
     if (count < 0)
         return errno == EINTR || errno == EAGAIN;
     if (count == 0)
         return false;
-    text_.append(bytes, static_cast<std::size_t>(count));
-    run_lines();
-    if (!is_discarding_ && text_.size() > max_line) {
+    input.text.append(bytes, static_cast<std::size_t>(count));
+    run_lines(input);
+    if (!input.is_discarding && input.text.size() > max_line) {
         print(bad_reply("the line is too long"));
-        is_discarding_ = true;
+        input.is_discarding = true;
     }
-    if (is_discarding_)
-        text_.clear();
+    if (input.is_discarding)
+        input.text.clear();
     return true;
 }
 
-void LineControl::run_lines()
+void LineControl::run_lines(Input &input)
 {
-    for (std::size_t end = text_.find('\n'); end != std::string::npos; end = text_.find('\n')) {
-        const std::string line = text_.substr(0, end);
-        text_.erase(0, end + 1);
+    std::string &text = input.text;
+    for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n')) {
+        const std::string line = text.substr(0, end);
+        text.erase(0, end + 1);
         // This newline may be the end of a line that is too long.
-        if (std::exchange(is_discarding_, false) || line.find_first_not_of(" \t\r") == std::string::npos)
+        if (std::exchange(input.is_discarding, false) || line.find_first_not_of(" \t\r") == std::string::npos)
             continue;
         run_line(line);
     }

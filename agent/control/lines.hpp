@@ -11,8 +11,9 @@
 
 namespace kv::virtual_agent {
 
-/// Reads commands, one per line, from standard input or a FIFO, and prints each reply as one line of JSON: in the order
-/// of the commands, except that the reply of a command that waits comes later. The end of standard input stops the agent.
+/// Reads commands, one per line, from standard input, from a FIFO or from both, and prints each reply as one line of JSON:
+/// in the order of the commands, except that the reply of a command that waits comes later. The end of standard input stops
+/// the agent.
 class LineControl {
 public:
     explicit LineControl(ControlledAgent &agent) : agent_(agent) {}
@@ -25,21 +26,27 @@ public:
     void read_fifo(const std::string &path);
 
 private:
-    void watch(int fd);
+    /// A descriptor from which lines are read.
+    struct Input {
+        int fd = -1;
+        std::string text{};         // received, without the end of its line
+        bool is_discarding = false; // up to the end of a line that is too long
+        Source source{};
+    };
+
+    void watch(Input &input, int fd);
     /// Returns false at the end of the input.
-    bool read_some();
-    void run_lines();
+    bool read_some(Input &input);
+    void run_lines(Input &input);
     void run_line(const std::string &line);
     static void print(const Json &reply);
 
     ControlledAgent &agent_;
-    int fd_ = -1;
+    std::list<std::unique_ptr<Waiting>> waiting_{}; // commands whose replies are pending
     Descriptor opened_{};
     std::string fifo_; // to be removed at the end; empty if it existed before
-    std::string text_;
-    bool is_discarding_ = false;                    // up to the end of a line that is too long
-    std::list<std::unique_ptr<Waiting>> waiting_{}; // commands whose replies are pending
-    Source source_{};
+    Input standard_input_{};
+    Input fifo_input_{};
 };
 
 } // namespace kv::virtual_agent

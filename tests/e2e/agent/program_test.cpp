@@ -431,6 +431,21 @@ TEST(AgentProgram, DiscardsALineThatIsTooLongUpToItsEnd)
     EXPECT_EQ(agent.wait_for_line(), R"({"ok":true,"state":false})");
 }
 
+TEST(AgentProgram, ReadsCommandsFromStandardInputAndFromAFifo)
+{
+    AgentHome home;
+    const std::string fifo = home.root() / "commands";
+    ChildProcess agent{{.words = {KORVANE_AGENT_PATH, "--commands", "--command-fifo", fifo}}};
+    ASSERT_TRUE(agent.wait_for_line()) << "ready";
+    std::ofstream{fifo} << "state version\n";
+    EXPECT_EQ(agent.wait_for_line(), R"({"ok":true,"state":"2.3"})");
+    ASSERT_TRUE(agent.write_line("state running"));
+    EXPECT_EQ(agent.wait_for_line(std::chrono::seconds{10}), R"({"ok":true,"state":false})");
+    agent.close_input();
+    EXPECT_EQ(agent.wait(std::chrono::seconds{10}), agent_exit::stopped);
+    EXPECT_FALSE(std::filesystem::exists(fifo));
+}
+
 TEST(AgentProgram, ReadsCommandsFromAFifo)
 {
     AgentHome home;

@@ -85,6 +85,7 @@ private:
     EventHub &hub_;
     Authority &authority_;
     std::optional<TcpSession> session_{};
+    bool has_reported_simulation_ = false;
     Alarm sign_up_;
     Alarm restore_;
     Alarm next_round_;

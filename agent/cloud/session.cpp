@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <stdexcept>
+#include <utility>
 
 namespace kv::virtual_agent {
 
@@ -37,6 +38,11 @@ void Cloud::must_be_able_to_sign_in() const
 void Cloud::connect_session()
 {
     session_.emplace([this](int error) { lose_session(error); });
+    if (session_->is_simulated() && !std::exchange(has_reported_simulation_, true))
+        std::fprintf(stderr,
+                     "korvane-agent: %s; the session with the cloud is simulated, and get_tcp_header_info returns "
+                     "simulated values\n",
+                     session_->tcp_problem().c_str());
     restore_.stop();
     cloud().keep_alive.turn = 0;
     update_session_facts();
@@ -152,7 +158,9 @@ void Cloud::update_session_facts()
     const TcpHeader header = session_->header();
     cloud().session = {header.src_addr + ":" + std::to_string(header.src_port),
                        header.dst_addr + ":" + std::to_string(header.dst_port), session_->sent(), session_->received(),
-                       header.has_kernel_numbers};
+                       session_->is_simulated()    ? "simulated"
+                       : header.has_kernel_numbers ? "kernel"
+                                                   : "counted"};
 }
 
 // ---- keep-alive ------------------------------------------------------------------------------------------------------

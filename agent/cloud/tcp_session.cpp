@@ -17,6 +17,14 @@ namespace {
 constexpr int timeout_ms = 1000; // for the kernel; no other process takes part
 constexpr char keep_alive_bytes[] = {'k', 'e', 'e', 'p', '-', 'a', 'l', 'i', 'v', 'e', '\r', '\n'};
 
+/// Usual values: the first dynamic port, the port of HTTPS, and a window of 64 KiB.
+const TcpHeader simulated_header{.src_addr = "127.0.0.1",
+                                 .src_port = 49152,
+                                 .dst_addr = "127.0.0.1",
+                                 .dst_port = 443,
+                                 .window = 512,
+                                 .window_scale = 7};
+
 [[noreturn]] void fail(const char *what)
 {
     throw std::system_error{errno, std::generic_category(), std::string{"no connection to the cloud: "} + what};
@@ -161,6 +169,25 @@ std::string text_of(const in_addr &address)
 
 TcpSession::TcpSession(std::function<void(int error)> lost) : lost_(std::move(lost))
 {
+    try {
+        connect_over_loopback();
+    } catch (const std::system_error &problem) {
+        tcp_problem_ = problem.what();
+        connect_without_tcp();
+    }
+    // keep_alive() reads its echoes itself, so any other input is the end of the connection.
+    watch_.watch(device_.get(), POLLIN | POLLHUP | POLLERR, [this] {
+        if (!is_broken())
+            return true;
+        const int error = error_of(device_);
+        const auto report = lost_; // the call may destroy this session
+        report(error != 0 ? error : ECONNRESET);
+        return false;
+    });
+}
+
+void TcpSession::connect_over_loopback()
+{
     const Descriptor listener = new_socket();
     sockaddr_in here{};
     here.sin_family = AF_INET;
@@ -182,16 +209,15 @@ TcpSession::TcpSession(std::function<void(int error)> lost) : lost_(std::move(lo
     cloud_ = accept_from(listener, local_of(device_));
     send_at_once(device_);
     send_at_once(cloud_);
+}
 
-    // keep_alive() reads its echoes itself, so any other input is the end of the connection.
-    watch_.watch(device_.get(), POLLIN | POLLHUP | POLLERR, [this] {
-        if (!is_broken())
-            return true;
-        const int error = error_of(device_);
-        const auto report = lost_; // the call may destroy this session
-        report(error != 0 ? error : ECONNRESET);
-        return false;
-    });
+void TcpSession::connect_without_tcp()
+{
+    int ends[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends) != 0)
+        fail("socketpair");
+    device_ = Descriptor{ends[0]};
+    cloud_ = Descriptor{ends[1]};
 }
 
 bool TcpSession::is_broken()
@@ -213,6 +239,17 @@ int TcpSession::keep_alive()
 
 TcpHeader TcpSession::header() const
 {
+    TcpHeader header = is_simulated() ? simulated_header : kernels_header();
+    if (!header.has_kernel_numbers) {
+        // As if both ends had begun with 0, which the SYN takes.
+        header.seq_num = static_cast<std::uint32_t>(sent_) + 1;
+        header.ack_num = static_cast<std::uint32_t>(received_) + 1;
+    }
+    return header;
+}
+
+TcpHeader TcpSession::kernels_header() const
+{
     const sockaddr_in device = local_of(device_);
     const sockaddr_in cloud = remote_of(device_);
     TcpHeader header;
@@ -229,11 +266,6 @@ TcpHeader TcpSession::header() const
     const Repair repair{device_};
     header.has_kernel_numbers =
         repair.next_number(TCP_SEND_QUEUE, header.seq_num) && repair.next_number(TCP_RECV_QUEUE, header.ack_num);
-    if (!header.has_kernel_numbers) {
-        // As if both ends had begun with 0, which the SYN takes.
-        header.seq_num = static_cast<std::uint32_t>(sent_) + 1;
-        header.ack_num = static_cast<std::uint32_t>(received_) + 1;
-    }
     return header;
 }
 

@@ -23,8 +23,9 @@ struct TcpHeader {
     bool has_kernel_numbers = false; // or numbers counted from the bytes of the connection
 };
 
-/// The device's connection to the cloud: real TCP over loopback with both ends in this process. A keep-alive is sent to
-/// the other end and echoed.
+/// The device's connection to the cloud: real TCP over loopback with both ends in this process. Where this process may not
+/// use TCP, for example in a service with restricted address families, the connection is a pair of Unix sockets, and its
+/// header is simulated. A keep-alive is sent to the other end and echoed.
 class TcpSession {
 public:
     /// Connects. Throws std::system_error. `lost` is called from the GLib main loop with the error if the connection
@@ -38,13 +39,21 @@ public:
 
     TcpHeader header() const;
 
+    bool is_simulated() const { return !tcp_problem_.empty(); }
+    /// The reason why the session is simulated.
+    const std::string &tcp_problem() const { return tcp_problem_; }
+
     std::int64_t sent() const { return sent_; }
     std::int64_t received() const { return received_; }
 
 private:
+    void connect_over_loopback();
+    void connect_without_tcp();
     bool is_broken();
+    TcpHeader kernels_header() const;
 
     std::function<void(int error)> lost_;
+    std::string tcp_problem_{};
     Descriptor device_{};
     Descriptor cloud_{};
     std::int64_t sent_ = 0;

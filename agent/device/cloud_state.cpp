@@ -41,7 +41,7 @@ Json view_of(const SessionFacts &session)
     Json shown = Json::object();
     shown.set("local", session.local).set("remote", session.remote);
     shown.set("sent", session.sent).set("received", session.received);
-    shown.set("numbers", session.has_kernel_numbers ? "kernel" : "counted");
+    shown.set("numbers", session.numbers);
     return shown;
 }
 

@@ -55,7 +55,7 @@ struct SessionFacts {
     std::string remote{};
     std::int64_t sent = 0;
     std::int64_t received = 0;
-    bool has_kernel_numbers = false;
+    std::string numbers{}; // the origin of the numbers in its header: kernel, counted or simulated
 };
 
 /// The terms that a user has to accept.

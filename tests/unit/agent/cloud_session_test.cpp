@@ -2,13 +2,21 @@
 // The connection to the cloud and its keep-alives.
 #include "agent/interface/from_json.hpp"
 #include "cloud_fixture.hpp"
+#include "testing/support/child_process.hpp"
 
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 #include <arpa/inet.h>
 #include <linux/capability.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <netinet/in.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -289,6 +297,53 @@ TEST_F(AgentSession, ReadsTheKernelsNumbersAndLeavesTheConnectionIntact)
     step("sign-out");
     step("sign-in");
     EXPECT_NE(cloud.tcp_header()->seq_num, after.seq_num) << "a new connection has another initial number";
+}
+
+/// Makes socket() fail for IPv4 in this process, as systemd's RestrictAddressFamilies= does.
+bool refuse_ipv4()
+{
+    sock_filter instructions[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_socket, 0, 3),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[0])),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AF_INET, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAFNOSUPPORT),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog program{std::size(instructions), instructions};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program, 0, 0) == 0;
+}
+
+TEST_F(AgentSession, IsSimulatedWhereTcpIsNotAllowed)
+{
+    // The filter cannot be removed, so a copy of this process installs it.
+    ChildProcess restricted{[this] {
+        EXPECT_TRUE(refuse_ipv4());
+        sign_in();
+        EXPECT_TRUE(state.signed_in);
+        EXPECT_EQ(handlers.handle(master::get_tcp_header_info{}, call).result, 0);
+        EXPECT_TRUE(has(shown(), R"("numbers":"simulated")"));
+        clock.advance(60'000);
+        EXPECT_EQ(sent_events(), Events{keep_alive(0)});
+        const std::optional<TcpHeader> header = cloud.tcp_header();
+        EXPECT_EQ(header ? header->src_addr : "", "127.0.0.1");
+        EXPECT_EQ(header ? header->dst_port : 0, 443);
+        EXPECT_EQ(header ? header->seq_num : 0, 1U + keep_alive_size);
+        EXPECT_EQ(header ? header->ack_num : 0, 1U + keep_alive_size);
+
+        step("drop-session", R"({"after_ms":1000})");
+        clock.advance(1000);
+        EXPECT_EQ(sent_events(), (Events{session_lost(-ECONNRESET), signed_out, signed_in}));
+        std::fflush(stdout);
+        return HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS;
+    }};
+    EXPECT_EQ(restricted.wait(), EXIT_SUCCESS) << restricted.output();
+    EXPECT_EQ(
+        restricted.error_output(),
+        "korvane-agent: no connection to the cloud: socket: Address family not supported by protocol; the session "
+        "with the cloud is simulated, and get_tcp_header_info returns simulated values\n")
+        << "once, for both sessions";
 }
 
 TEST_F(AgentSession, IsRestoredAfterItsConnectionBreaks)

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <stdexcept>
+#include <string_view>
 #include <system_error>
 
 #include <fcntl.h>
@@ -29,6 +31,13 @@ private:
     std::string words_;
 };
 
+/// Whether a path names a descriptor of this process. Such a path is a symbolic link that no other user can replace.
+bool is_descriptor(std::string_view path)
+{
+    return path == "/dev/stdout" || path == "/dev/stderr" || path.starts_with("/dev/fd/") ||
+           path.starts_with("/proc/self/fd/");
+}
+
 } // namespace
 
 Json Journal::Entry::json() const
@@ -42,8 +51,12 @@ Journal::Journal(const std::string &path, bool verbose) : verbose_(verbose)
 {
     if (path.empty())
         return;
-    // Arguments of requests may be private, so others must not read the file.
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY, S_IRUSR | S_IWUSR);
+    // Arguments of requests may be private, so others must not read the file, nor choose it by a symbolic link.
+    const int follow = is_descriptor(path) ? 0 : O_NOFOLLOW;
+    const int fd =
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | follow, S_IRUSR | S_IWUSR);
+    if (fd < 0 && errno == ELOOP)
+        throw std::runtime_error{"cannot open the log " + path + ": it is a symbolic link; name its target"};
     file_.reset(fd >= 0 ? ::fdopen(fd, "a") : nullptr);
     if (!file_)
         throw std::system_error{errno, std::generic_category(), "cannot open the log " + path};

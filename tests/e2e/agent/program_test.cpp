@@ -241,6 +241,33 @@ TEST(AgentProgram, ReportsWhyItCannotOpenItsLog)
     EXPECT_NE(result.error_output.find("cannot open the log"), std::string::npos) << result.error_output;
 }
 
+TEST(AgentProgram, RefusesALogThatIsASymbolicLink)
+{
+    AgentHome home;
+    const std::string file = home.root() / "file";
+    const std::string link = home.root() / "link";
+    std::ofstream{file} << "";
+    std::filesystem::create_symlink(file, link);
+    ChildProcess agent{{.words = {KORVANE_AGENT_PATH, "--commands", "--log", link}}};
+    agent.close_input(); // an agent that starts ends at once
+    EXPECT_EQ(agent.wait(), agent_exit::failed);
+    EXPECT_NE(agent.error_output().find("cannot open the log " + link + ": it is a symbolic link; name its target"),
+              std::string::npos)
+        << agent.error_output();
+    EXPECT_TRUE(std::filesystem::is_empty(file));
+}
+
+TEST(AgentProgram, WritesItsLogToADescriptor)
+{
+    AgentHome home;
+    for (const char *place : {"/dev/stderr", "/dev/fd/2", "/proc/self/fd/2"}) {
+        ChildProcess agent{{.words = {KORVANE_AGENT_PATH, "--commands", "--log", place}}};
+        agent.close_input();
+        EXPECT_EQ(agent.wait(), agent_exit::stopped) << place;
+        EXPECT_NE(agent.error_output().find(R"("agent":"ready")"), std::string::npos) << agent.error_output();
+    }
+}
+
 TEST(AgentProgram, StopsOnSigtermAndSigint)
 {
     for (int signal : {SIGTERM, SIGINT}) {

@@ -25,8 +25,10 @@ struct Option {
     const char *help;
 };
 
-std::string absolute(const char *path)
+std::string absolute(const char *path, const char *given_by)
 {
+    if (*path == '\0')
+        throw std::invalid_argument{std::string{given_by} + " needs a path, which must not be empty"};
     return std::filesystem::absolute(path).lexically_normal();
 }
 
@@ -70,6 +72,19 @@ std::string token_from(const char *text, const char *given_by)
     return token;
 }
 
+/// The variable may be set for every program of a user, so it is checked only where it is needed.
+void take_token_from_environment(Options &options)
+{
+    const char *token = std::getenv(token_variable);
+    if (!token || *token == '\0' || !options.http_port || !options.http_token.empty())
+        return;
+    try {
+        options.http_token = token_from(token, token_variable);
+    } catch (const std::invalid_argument &problem) {
+        throw UsageError{problem.what()};
+    }
+}
+
 // A table
 // clang-format off
 constexpr Option option_table[] = {
@@ -80,34 +95,34 @@ constexpr Option option_table[] = {
     {"update-ready", nullptr, [](Options &o, const char *) { o.update_ready = true; },
      "report that an update is ready to be installed"},
     {"refuse", nullptr, [](Options &o, const char *) { o.refuse = true; }, "refuse every application that connects"},
-    {"package-dir", "DIR", [](Options &o, const char *v) { o.package_dir = absolute(v); },
+    {"package-dir", "DIR", [](Options &o, const char *v) { o.package_dir = absolute(v, "--package-dir"); },
      "directory of the package entries (default: KORVANE_PACKAGE_DIR)"},
-    {"runtime-dir", "DIR", [](Options &o, const char *v) { o.runtime_dir = absolute(v); },
+    {"runtime-dir", "DIR", [](Options &o, const char *v) { o.runtime_dir = absolute(v, "--runtime-dir"); },
      "directory of the ports (default: KORVANE_RUNTIME_DIR)"},
-    {"log", "FILE", [](Options &o, const char *v) { o.log = absolute(v); },
+    {"log", "FILE", [](Options &o, const char *v) { o.log = absolute(v, "--log"); },
      "append each request, event and connection to FILE, one JSON object per line"},
     {"verbose", nullptr, [](Options &o, const char *) { o.verbose = true; }, "print the same for people on standard error"},
-    {"ca-dir", "DIR", [](Options &o, const char *v) { o.ca_dir = absolute(v); },
+    {"ca-dir", "DIR", [](Options &o, const char *v) { o.ca_dir = absolute(v, "--ca-dir"); },
      "directory of the cloud's certificate authority, created if missing (default: in memory)"},
     {"commands", nullptr, [](Options &o, const char *) { o.commands = true; },
      "read commands from standard input; stop at its end"},
-    {"command-fifo", "PATH", [](Options &o, const char *v) { o.command_fifo = absolute(v); },
+    {"command-fifo", "PATH", [](Options &o, const char *v) { o.command_fifo = absolute(v, "--command-fifo"); },
      "read commands from a FIFO, created if missing"},
     {"http", "PORT", [](Options &o, const char *v) { o.http_port = port_from(v); },
      "serve the web console and the control API on this port of 127.0.0.1; 0 for any free port"},
     {"http-token", "TEXT", [](Options &o, const char *v) { o.http_token = token_from(v, "--http-token"); },
      "access token for the HTTP port (default: KORVANE_HTTP_TOKEN, which process lists do not show, or\n                          a random one)"},
-    {"scenario", "FILE", [](Options &o, const char *v) { o.scenarios.push_back(absolute(v)); },
+    {"scenario", "FILE", [](Options &o, const char *v) { o.scenarios.push_back(absolute(v, "--scenario")); },
      "run a scenario, or several in order, then stop when the last application has disconnected;\n                          exit status 1 if it failed"},
     {"set", "NAME=VALUE", [](Options &o, const char *v) { auto [name, value] = setting_from(v); o.scenario_values.insert_or_assign(name, value); },
      "set a variable of the scenarios; may be repeated"},
     {"seed", "N", [](Options &o, const char *v) { o.seed = seed_from(v); },
      "seed of the random orders in scenarios (default: another one each time; a failure names it)"},
-    {"check-scenario", "FILE", [](Options &o, const char *v) { o.action = Options::Action::check_scenarios; o.scenarios.push_back(absolute(v)); },
+    {"check-scenario", "FILE", [](Options &o, const char *v) { o.action = Options::Action::check_scenarios; o.scenarios.push_back(absolute(v, "--check-scenario")); },
      "check a scenario, or several, print the versions for which each is meant, and exit"},
-    {"check-snapshot", "FILE", [](Options &o, const char *v) { o.action = Options::Action::check_snapshots; o.scenarios.push_back(absolute(v)); },
+    {"check-snapshot", "FILE", [](Options &o, const char *v) { o.action = Options::Action::check_snapshots; o.scenarios.push_back(absolute(v, "--check-snapshot")); },
      "check the file of a snapshot, or several, and exit"},
-    {"check-personality", "FILE", [](Options &o, const char *v) { o.action = Options::Action::check_personalities; o.scenarios.push_back(absolute(v)); },
+    {"check-personality", "FILE", [](Options &o, const char *v) { o.action = Options::Action::check_personalities; o.scenarios.push_back(absolute(v, "--check-personality")); },
      "check the file of a personality, or several, and exit"},
     {"exit-with-parent", nullptr, [](Options &o, const char *) { o.exit_with_parent = true; },
      "stop when the program that started the agent ends"},
@@ -131,18 +146,17 @@ Options Options::parse(int argc, char **argv)
     forms.push_back({});
 
     Options options;
-    try {
-        if (const char *token = std::getenv(token_variable))
-            options.http_token = token_from(token, token_variable);
-    } catch (const std::invalid_argument &problem) {
-        throw UsageError{problem.what()};
-    }
     int index = 0;
     opterr = 0;
     optind = 1;
-    for (int found = 0; (found = getopt_long(argc, argv, "", forms.data(), &index)) != -1;) {
+    for (;;) {
+        const int read = optind;
+        // '+' keeps the order of the arguments, so this call reads the next one.
+        const int found = getopt_long(argc, argv, "+", forms.data(), &index);
+        if (found == -1)
+            break;
         if (found != 0)
-            throw UsageError{std::string{"'"} + argv[optind - 1] + "' is not an option, or its value is missing"};
+            throw UsageError{std::string{"'"} + argv[read] + "' is not an option, or its value is missing"};
         try {
             option_table[index].apply(options, optarg);
         } catch (const std::invalid_argument &problem) {
@@ -151,6 +165,7 @@ Options Options::parse(int argc, char **argv)
     }
     if (optind < argc)
         throw UsageError{std::string{"unexpected argument '"} + argv[optind] + "'"};
+    take_token_from_environment(options);
     return options;
 }
 

@@ -187,6 +187,29 @@ TEST(AgentProgram, RefusesAWrongCommandLine)
     }
 }
 
+TEST(AgentProgram, NamesTheArgumentThatIsWrong)
+{
+    struct Mistake {
+        std::vector<std::string> arguments;
+        const char *reason;
+    };
+    const Mistake mistakes[] = {
+        {.arguments = {"-xy"}, .reason = "'-xy' is not an option"},
+        {.arguments = {"--update-ready", "-x"}, .reason = "'-x' is not an option"},
+        {.arguments = {"--update-ready", "-xy", "--verbose"}, .reason = "'-xy' is not an option"},
+        {.arguments = {"--log"}, .reason = "'--log' is not an option, or its value is missing"},
+        {.arguments = {"word", "--verbose"}, .reason = "unexpected argument 'word'"},
+        {.arguments = {"--log", ""}, .reason = "--log needs a path, which must not be empty"},
+        {.arguments = {"--runtime-dir="}, .reason = "--runtime-dir needs a path, which must not be empty"},
+        {.arguments = {"--scenario", ""}, .reason = "--scenario needs a path, which must not be empty"},
+    };
+    for (const Mistake &mistake : mistakes) {
+        const auto result = run_agent(mistake.arguments);
+        EXPECT_EQ(result.exit_status, agent_exit::wrong_usage) << mistake.reason;
+        EXPECT_NE(result.error_output.find(mistake.reason), std::string::npos) << result.error_output;
+    }
+}
+
 TEST(AgentProgram, PrintsHelpWithExamplesAndAllCommands)
 {
     const auto result = run_agent({"--help"});

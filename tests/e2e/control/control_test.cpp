@@ -359,13 +359,27 @@ TEST(ControlOptions, ReadTheTokenFromTheEnvironment)
 {
     AgentHome home;
     ::setenv("KORVANE_HTTP_TOKEN", "with space in it", 1);
-    const auto result = run_agent({});
+    const auto result = run_agent({"--http", "0"});
     EXPECT_EQ(result.exit_status, agent_exit::wrong_usage);
     EXPECT_NE(result.error_output.find("KORVANE_HTTP_TOKEN must be"), std::string::npos) << result.error_output;
     ::setenv("KORVANE_HTTP_TOKEN", "a-token-that-is-not-shown", 1);
     AgentProcess agent{home, {"--http", "0"}};
     ::unsetenv("KORVANE_HTTP_TOKEN");
     EXPECT_EQ(control_file(home).at("http.token"), "a-token-that-is-not-shown");
+}
+
+TEST(ControlOptions, IgnoreTheTokenOfTheEnvironmentWithoutThePort)
+{
+    AgentHome home;
+    for (const char *token : {"", "with space in it"}) {
+        ::setenv("KORVANE_HTTP_TOKEN", token, 1);
+        for (const char *option : {"--help", "--version", "--install"})
+            EXPECT_EQ(run_agent({option}).exit_status, agent_exit::stopped) << option << " '" << token << "'";
+    }
+    ::setenv("KORVANE_HTTP_TOKEN", "", 1);
+    AgentProcess agent{home, {"--http", "0"}};
+    ::unsetenv("KORVANE_HTTP_TOKEN");
+    EXPECT_GT(control_file(home).at("http.token").size(), 8U) << "a random one";
 }
 
 TEST(ControlTokens, AreDifferentEachTime)

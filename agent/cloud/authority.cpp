@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "authority.hpp"
 
+#include "agent/files/descriptor.hpp"
 #include "agent/files/read_file.hpp"
 #include "certificates.hpp"
 
@@ -9,11 +10,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,18 +31,74 @@ constexpr const char *arn_prefix = "arn:korvane:certificate:";
 constexpr std::size_t max_file = 64 << 10;
 constexpr int number_size = 32; // each of the two numbers of a P-256 signature
 
-void write_file(const std::string &path, const std::string &text)
+void write_all(int fd, const std::string &text, const std::string &path)
 {
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (fd < 0)
-        throw std::system_error{errno, std::generic_category(), "cannot create " + path};
-    const bool whole = ::write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-    const int error = errno;
-    ::close(fd);
-    if (whole)
-        return;
-    ::unlink(path.c_str());
-    throw std::system_error{error, std::generic_category(), "cannot write " + path};
+    for (std::size_t written = 0; written < text.size();) {
+        const ssize_t count = ::write(fd, text.data() + written, text.size() - written);
+        if (count < 0 && errno != EINTR)
+            throw std::system_error{errno, std::generic_category(), "cannot write " + path};
+        written += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+}
+
+/// A new file that has another name until publish(). Without publish() it is removed.
+class NewFile {
+public:
+    NewFile(const std::string &path, const std::string &text) : path_(path), temporary_(path + ".new")
+    {
+        ::unlink(temporary_.c_str()); // of an agent that was killed
+        const Descriptor file{::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR)};
+        if (file.get() < 0)
+            throw std::system_error{errno, std::generic_category(), "cannot create " + path_};
+        try {
+            write_all(file.get(), text, path_);
+        } catch (...) {
+            ::unlink(temporary_.c_str());
+            throw;
+        }
+    }
+    NewFile(const NewFile &) = delete;
+    NewFile &operator=(const NewFile &) = delete;
+    ~NewFile() { ::unlink(temporary_.c_str()); }
+
+    void publish() const
+    {
+        if (::rename(temporary_.c_str(), path_.c_str()) != 0)
+            throw std::system_error{errno, std::generic_category(), "cannot create " + path_};
+    }
+
+private:
+    std::string path_;
+    std::string temporary_;
+};
+
+/// Creates the directory if it is missing, and locks it against other agents that create an authority there. A file system
+/// without locks is used without a lock.
+Descriptor locked(const std::string &directory)
+{
+    if (::mkdir(directory.c_str(), S_IRWXU) != 0 && errno != EEXIST)
+        throw std::system_error{errno, std::generic_category(), "cannot create " + directory};
+    Descriptor opened{::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (opened.get() < 0)
+        throw std::system_error{errno, std::generic_category(), "cannot open " + directory};
+    while (::flock(opened.get(), LOCK_EX) != 0 && errno == EINTR)
+        ;
+    return opened;
+}
+
+/// Creates both files or none.
+void create_files(const std::string &key_file, const std::string &key, const std::string &certificate_file,
+                  const std::string &certificate)
+{
+    const NewFile new_key{key_file, key};
+    const NewFile new_certificate{certificate_file, certificate};
+    new_certificate.publish();
+    try {
+        new_key.publish();
+    } catch (...) {
+        ::unlink(certificate_file.c_str());
+        throw;
+    }
 }
 
 void must_be_private(const std::string &path)
@@ -59,8 +119,17 @@ Authority::Authority(const std::string &directory)
         return;
     const std::string key_file = std::filesystem::path{directory} / key_name;
     const std::string certificate_file = std::filesystem::path{directory} / certificate_name;
-    const bool has_key = std::filesystem::exists(key_file);
-    if (has_key != std::filesystem::exists(certificate_file))
+    const auto exist = [&] {
+        return std::pair{std::filesystem::exists(key_file), std::filesystem::exists(certificate_file)};
+    };
+    // Another agent may be creating the files, so their absence counts under the lock only.
+    if (exist() == std::pair{true, true}) {
+        identity_ = load(key_file, certificate_file);
+        return;
+    }
+    const Descriptor lock = locked(directory);
+    const auto [has_key, has_certificate] = exist();
+    if (has_key != has_certificate)
         throw std::runtime_error{"of " + key_file + " and " + certificate_file +
                                  " only one exists: restore the other one, or remove both to create a new authority"};
     if (has_key) {
@@ -68,13 +137,10 @@ Authority::Authority(const std::string &directory)
         return;
     }
     identity_ = make();
-    if (::mkdir(directory.c_str(), S_IRWXU) != 0 && errno != EEXIST)
-        throw std::system_error{errno, std::generic_category(), "cannot create " + directory};
     EVP_PKEY *key = identity_->key.get();
-    write_file(key_file, ssl::pem_of([key](BIO *to) {
-                   return PEM_write_bio_PKCS8PrivateKey(to, key, nullptr, nullptr, 0, nullptr, nullptr);
-               }));
-    write_file(certificate_file, identity_->pem);
+    const std::string key_text = ssl::pem_of(
+        [key](BIO *to) { return PEM_write_bio_PKCS8PrivateKey(to, key, nullptr, nullptr, 0, nullptr, nullptr); });
+    create_files(key_file, key_text, certificate_file, identity_->pem);
 }
 
 Authority::Identity Authority::make()

@@ -8,9 +8,17 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <latch>
+#include <thread>
+#include <vector>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace kv;
@@ -196,6 +204,66 @@ TEST_F(AuthorityFiles, CannotBeCreatedInAnUnwritableDirectory)
 {
     const std::string under_nothing = directory() + "/missing/ca";
     EXPECT_THROW(Authority{under_nothing}, std::system_error);
+}
+
+/// Limits the size of files that this process writes, as a full disk does.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) : former_handler_(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        ::getrlimit(RLIMIT_FSIZE, &former_);
+        const rlimit limit{bytes, former_.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    }
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+    ~FileSizeLimit()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &former_);
+        std::signal(SIGXFSZ, former_handler_);
+    }
+
+private:
+    rlimit former_{};
+    void (*former_handler_)(int);
+};
+
+TEST_F(AuthorityFiles, AreCreatedTogetherOrNotAtAll)
+{
+    std::string reason;
+    {
+        const FileSizeLimit between_key_and_certificate{400};
+        reason = complaint();
+    }
+    EXPECT_TRUE(has(reason, "cannot write " + certificate_file())) << reason;
+    EXPECT_TRUE(has(reason, std::strerror(EFBIG))) << reason;
+    EXPECT_TRUE(std::filesystem::is_empty(directory()));
+    EXPECT_EQ(complaint(), "") << "a later start creates the authority";
+}
+
+TEST_F(AuthorityFiles, AreSharedByAgentsThatStartAtOnce)
+{
+    constexpr int rounds = 20;
+    for (int round = 0; round < rounds; ++round) {
+        std::filesystem::remove_all(directory());
+        std::string certificates[4];
+        std::latch start{std::size(certificates)};
+        std::vector<std::thread> agents;
+        for (std::string &certificate : certificates)
+            agents.emplace_back([&] {
+                start.arrive_and_wait();
+                try {
+                    certificate = Authority{directory()}.certificate();
+                } catch (const std::exception &problem) {
+                    certificate = problem.what();
+                }
+            });
+        for (std::thread &agent : agents)
+            agent.join();
+        EXPECT_TRUE(certificate_from(certificates[0])) << certificates[0];
+        for (const std::string &certificate : certificates)
+            ASSERT_EQ(certificate, certificates[0]);
+    }
 }
 
 // ---- tokens ----------------------------------------------------------------------------------------------------------

@@ -60,8 +60,8 @@ Descriptor listen_on_path(const std::string &path)
     struct stat there = {};
     if (::lstat(path.c_str(), &there) == 0) {
         if (!S_ISSOCK(there.st_mode))
-            throw std::runtime_error{otherwise +
-                                     ": there is something else; remove it, or choose another --runtime-dir"};
+            throw std::runtime_error{
+                otherwise + ": a file that is not a socket exists there; remove it, or choose another --runtime-dir"};
         ::unlink(path.c_str()); // left behind: this agent serves the port, so no other one runs
     }
     sockaddr_un address{};

@@ -254,7 +254,8 @@ TEST(ControlSocket, DoesNotReplaceARegularFile)
     std::ofstream{home.runtime() / "control"} << "content";
     const auto result = run_agent({});
     EXPECT_EQ(result.exit_status, agent_exit::failed);
-    EXPECT_NE(result.error_output.find("there is something else; remove it"), std::string::npos) << result.error_output;
+    EXPECT_NE(result.error_output.find("a file that is not a socket exists there; remove it"), std::string::npos)
+        << result.error_output;
     EXPECT_TRUE(std::filesystem::exists(home.runtime() / "control"));
 }
 

@@ -64,16 +64,34 @@ target_compile_options(kv_small_code INTERFACE
     $<$<BOOL:${KORVANE_HAS_OUTLINE_ATOMICS}>:-mno-outline-atomics>)
 target_link_libraries(kv_small_code INTERFACE kv_device_code)
 
-# Linker options that make the library small. Packed relocations take bits instead of 24 bytes for each address in a table
-# (the loader needs glibc 2.36). Code and constants share a segment, because padding both to whole pages is larger than some
-# of them.
+# Linker options that make the library small. Packed relocations take bits instead of 24 bytes for each address in a table, but
+# the loader of the target must read them: glibc reads them since 2.36, musl since 1.2.4, uClibc-ng does not. Only glibc states
+# its version at compile time. Code and constants share a segment, because padding both to whole pages is larger than some of
+# them.
+include(CheckCXXSourceCompiles)
 include(CheckLinkerFlag)
-check_linker_flag(C -Wl,--fatal-warnings,-z,pack-relative-relocs KORVANE_PACKS_RELOCATIONS)
+check_linker_flag(C -Wl,--fatal-warnings,-z,pack-relative-relocs KORVANE_LINKER_PACKS_RELOCATIONS)
+check_cxx_source_compiles("
+    #include <features.h>
+    #ifndef __GLIBC_PREREQ
+    #error
+    #elif !__GLIBC_PREREQ(2, 36)
+    #error
+    #endif
+    int main() {}" KORVANE_LOADER_READS_PACKED_RELOCATIONS)
+set(pack_relocations OFF)
+if(KORVANE_LINKER_PACKS_RELOCATIONS AND KORVANE_LOADER_READS_PACKED_RELOCATIONS)
+    set(pack_relocations ON)
+endif()
+option(KORVANE_PACK_RELOCATIONS "Pack the relocations of the library; the device's loader must read them" ${pack_relocations})
+if(KORVANE_PACK_RELOCATIONS AND NOT KORVANE_LINKER_PACKS_RELOCATIONS)
+    message(FATAL_ERROR "The linker does not know -z pack-relative-relocs; use another linker, or set KORVANE_PACK_RELOCATIONS=OFF")
+endif()
 check_linker_flag(C -Wl,-z,noseparate-code KORVANE_SHARES_SEGMENTS)
 # The start files run constructors of old compilers and destructors of static objects. The library has neither; a static
 # object with a destructor would not link.
 set(kv_small_link_options
-    $<$<BOOL:${KORVANE_PACKS_RELOCATIONS}>:-Wl,-z,pack-relative-relocs>
+    $<$<BOOL:${KORVANE_PACK_RELOCATIONS}>:-Wl,-z,pack-relative-relocs>
     $<$<BOOL:${KORVANE_SHARES_SEGMENTS}>:-Wl,-z,noseparate-code>
     $<${hardened}:-nostartfiles>)
 

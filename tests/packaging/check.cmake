@@ -9,7 +9,8 @@ endif()
 # The options that the tree declares.
 file(READ ${ROOT}/CMakeLists.txt text)
 file(READ ${ROOT}/platform/host/CMakeLists.txt more)
-string(REGEX MATCHALL "(option\\(|\nset\\()KORVANE_[A-Z_]+" declared "${text}${more}")
+file(READ ${ROOT}/cmake/KorvaneBuild.cmake shared)
+string(REGEX MATCHALL "(option\\(|\nset\\()KORVANE_[A-Z_]+" declared "${text}${more}${shared}")
 list(TRANSFORM declared REPLACE ".*\\(" "")
 
 file(GLOB_RECURSE files ${PACKAGING}/*)

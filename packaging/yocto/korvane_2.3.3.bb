@@ -12,8 +12,9 @@ inherit cmake pkgconfig
 
 DEPENDS = "glib-2.0 cjson"
 
-# The platform functions are those for any Linux machine, or those of the device, which another recipe provides.
-PACKAGECONFIG ??= "host events"
+# The platform functions are those for any Linux machine, or those of the device, which another recipe provides. The recipe of
+# systemd is skipped on distributions without it.
+PACKAGECONFIG ??= "host ${@bb.utils.contains('DISTRO_FEATURES', 'systemd', 'events', '', d)}"
 PACKAGECONFIG[host] = "-DKORVANE_PLATFORM=host,-DKORVANE_PLATFORM=none"
 PACKAGECONFIG[events] = "-DKORVANE_EVENTS=ON,-DKORVANE_EVENTS=OFF,systemd,systemd"
 

@@ -77,10 +77,18 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/korvaneConfigVersion.cmak
 install(FILES ${PROJECT_BINARY_DIR}/korvaneConfig.cmake ${PROJECT_BINARY_DIR}/korvaneConfigVersion.cmake
     DESTINATION ${package_dir})
 
-# For pkg-config. The prefix is relative to the directory of the file.
+# For pkg-config. The prefix is relative to the directory of the file, and the other directories to the prefix, except those that
+# are absolute.
 set(pkg_config_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-file(RELATIVE_PATH from_pkg_config_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-string(REGEX REPLACE "/$" "" from_pkg_config_to_prefix "${from_pkg_config_to_prefix}")
+if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+    set(pkg_config_prefix ${CMAKE_INSTALL_PREFIX})
+else()
+    file(RELATIVE_PATH from_pkg_config_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+    string(REGEX REPLACE "/$" "" from_pkg_config_to_prefix "${from_pkg_config_to_prefix}")
+    set(pkg_config_prefix "\${pcfiledir}/${from_pkg_config_to_prefix}")
+endif()
+cmake_path(APPEND pkg_config_includedir "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
+cmake_path(APPEND pkg_config_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
 foreach(package IN LISTS pkg_config_packages)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkg_config_dir})

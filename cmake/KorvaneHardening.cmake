@@ -28,7 +28,7 @@ check_cxx_compiler_flag(-fstack-clash-protection KORVANE_HAS_STACK_CLASH_PROTECT
 check_cxx_compiler_flag(-fcf-protection=full KORVANE_HAS_CF_PROTECTION)
 check_linker_flag(CXX -Wl,-z,shstk KORVANE_MARKS_SHADOW_STACK)
 
-# What costs neither size nor time.
+# Options that cost neither size nor time.
 add_library(kv_hardening INTERFACE)
 target_compile_options(kv_hardening INTERFACE
     $<${hardened}:-U_FORTIFY_SOURCE> $<${hardened}:-D_FORTIFY_SOURCE=${fortify_level}>

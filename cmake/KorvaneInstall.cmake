@@ -36,11 +36,17 @@ if(TARGET korvane-agent)
     install(FILES ${PROJECT_SOURCE_DIR}/docs/man/korvane-package.5 ${PROJECT_SOURCE_DIR}/docs/man/korvane-scenario.5
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
     install(FILES ${PROJECT_SOURCE_DIR}/docs/man/korvane.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7)
-    foreach(unit system/korvane-agent.service system/korvane-agent.socket user/korvane-agent.service
-            user/korvane-agent.socket)
+    set(units system/korvane-agent.service system/korvane-agent.socket user/korvane-agent.service user/korvane-agent.socket)
+    foreach(unit IN LISTS units)
         configure_file(${PROJECT_SOURCE_DIR}/agent/systemd/${unit}.in ${PROJECT_BINARY_DIR}/systemd/${unit} @ONLY)
     endforeach()
     install(DIRECTORY ${PROJECT_BINARY_DIR}/systemd/system ${PROJECT_BINARY_DIR}/systemd/user DESTINATION lib/systemd)
+    install(CODE "
+        set(kv_units \"${units}\")
+        set(kv_unit_templates \"${PROJECT_SOURCE_DIR}/agent/systemd\")
+        set(kv_unit_bindir \"${CMAKE_INSTALL_BINDIR}\")
+        set(kv_unit_prefix \"${CMAKE_INSTALL_PREFIX}\")")
+    install(SCRIPT ${PROJECT_SOURCE_DIR}/cmake/install_units.cmake)
     install(FILES ${PROJECT_SOURCE_DIR}/agent/systemd/korvane-agent.sysusers DESTINATION lib/sysusers.d
         RENAME korvane-agent.conf)
 endif()

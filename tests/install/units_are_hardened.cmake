@@ -19,6 +19,24 @@ foreach(folder IN ITEMS ${system} ${user})
     endforeach()
 endforeach()
 
+# An application finds the service of the system with the same variables.
+file(READ ${system}/korvane-agent.service text)
+string(REGEX MATCH "\nEnvironment=([^\n]+)" found "${text}")
+separate_arguments(variables UNIX_COMMAND "${CMAKE_MATCH_1}")
+list(LENGTH variables count)
+if(NOT count EQUAL 3)
+    message(SEND_ERROR "the service sets ${count} variables: ${variables}")
+endif()
+foreach(page IN ITEMS docs/agent.md agent/systemd/README.md)
+    file(READ ${ROOT}/${page} text)
+    foreach(variable IN LISTS variables)
+        string(FIND "${text}" "${variable}" at)
+        if(at EQUAL -1)
+            message(SEND_ERROR "${page} does not name ${variable}")
+        endif()
+    endforeach()
+endforeach()
+
 # verify(<argument>...): a mistake in a unit is a warning, and the status 0. Other units of this machine do not matter.
 function(verify)
     execute_process(COMMAND ${CMAKE_COMMAND} -E env XDG_RUNTIME_DIR=${WORK} ${SYSTEMD_ANALYZE} verify --man=no ${ARGN}

@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """ci_files_test.py ROOT - the files for build services keep the reports of the tests, and may do what their commands do."""
 

@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """container_test.py ROOT - the image's context is the source, and its user has a runtime directory.
 

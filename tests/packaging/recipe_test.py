@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """recipe_test.py RECIPE - the recipe for Yocto needs systemd only on distributions that have it.
 

@@ -9,6 +9,7 @@ part_suites() {
     check_refused_suites
     check_repetition
     check_parallel_cases
+    check_descriptors
     check_progress
     check_fault_plans
     check_shards
@@ -212,6 +213,13 @@ check_parallel_cases() {
     mkdir meeting
     expect_status 0 "$ctl" test --jobs 2 --repeat 2 suite/id.json -- sh -c \
         "touch meeting/\$\$; until [ \$(ls meeting | wc -l) -ge 2 ]; do sleep 0.02; done; exec $device"
+    expect_nothing_left
+}
+
+# More cases than there are descriptors for wait for others.
+check_descriptors() {
+    expect_status 0 bash -c "ulimit -n 64; exec '$ctl' test --jobs 40 --repeat 40 suite/id.json -- '$device'"
+    expect_in err "4 cases run at the same time instead of 40, because the limit of open descriptors is 64; 'ulimit -n' raises it"
     expect_nothing_left
 }
 

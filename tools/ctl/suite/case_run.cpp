@@ -78,7 +78,11 @@ void CaseRun::run(Loop &loop, const CaseProgram &program)
             if (!run)
                 return;
             run->end_part();
-            loop.after_ms(last_output_ms, [run] { run->finish(); });
+            // A pipe that has not ended keeps the object. Otherwise the timer would keep the pipes of many short cases.
+            loop.after_ms(last_output_ms, [weak] {
+                if (const auto unfinished = weak.lock())
+                    unfinished->finish();
+            });
         });
     } catch (...) {
         close(out.write);

@@ -18,6 +18,8 @@
 
 #include <glib.h>
 
+#include <sys/resource.h>
+
 namespace kv::ctl {
 
 namespace {
@@ -46,6 +48,26 @@ std::optional<Shard> shard_in(const TestOptions &options)
     return shard;
 }
 
+/// At most as many cases as there are descriptors for. Each case has pipes, a socket, and files while its processes start.
+unsigned possible_jobs(unsigned jobs)
+{
+    constexpr rlim_t descriptors_of_korvanectl = 32;
+    constexpr rlim_t descriptors_per_case = 8;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return jobs;
+    const rlim_t left = limit.rlim_cur > descriptors_of_korvanectl ? limit.rlim_cur - descriptors_of_korvanectl : 0;
+    const rlim_t possible = std::max<rlim_t>(1, left / descriptors_per_case);
+    if (jobs <= possible)
+        return jobs;
+    std::fprintf(
+        stderr,
+        "korvanectl: %u cases run at the same time instead of %u, because the limit of open descriptors is %u; "
+        "'ulimit -n' raises it\n",
+        static_cast<unsigned>(possible), jobs, static_cast<unsigned>(limit.rlim_cur));
+    return static_cast<unsigned>(possible);
+}
+
 SuiteResult run_once(const Context &context, const TestOptions &options)
 {
     const ReportForm form = form_of(context, options.report);
@@ -58,6 +80,7 @@ SuiteResult run_once(const Context &context, const TestOptions &options)
     ReportFile junit{options.report};
     Printer printer{context.out, form};
     SuiteOptions suite = options.suite;
+    suite.jobs = possible_jobs(suite.jobs);
     suite.endless = suite.until_fail && options.cases.repeat == 1;
     CaseProgram program{context.program, required_agent_program(options.cases.agent_program), options.timeout_s};
     SuiteResult result = SuiteRun{printer, std::move(cases), std::move(program), suite}.run();

@@ -6,7 +6,7 @@
 
 namespace kv::virtual_agent {
 
-/// How the journal, the log and the state show values. Long ones are cut, because all entries stay in memory.
+/// The form of values in the journal, the log and the state. Long values are cut, because all entries stay in memory.
 struct JournalFormat {
     using Json = virtual_agent::Json;
     static constexpr std::size_t max_text = 1024;

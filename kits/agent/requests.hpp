@@ -10,7 +10,7 @@
 /// Requests with a value for each argument that the interface describes, and their replies.
 namespace kv::agent_kit {
 
-/// What a reply must be, beyond matching the description of its method.
+/// The condition that a reply must meet beside matching the description of its method.
 enum class Expected { any_result, success, refusal };
 
 /// A JSON text with every member of the document that an agent of this version knows.

@@ -26,7 +26,7 @@ union Value {
     void *out;
 };
 
-/// What an exchange ended with.
+/// The outcome of an exchange.
 struct Outcome {
     int result;           // of the agent; -1 without a whole reply
     bool proxy_destroyed; // by a callback that ran inside the exchange: nothing of the proxy may be used any more

@@ -50,7 +50,7 @@ struct Array : AnyArray {
     }
 };
 
-/// How an item of a described array is written, read and created.
+/// Writes, reads and creates an item of a described array.
 template <class A>
 struct ItemCodec;
 

@@ -204,7 +204,7 @@ inline constexpr Member members[] = {ap_list, number, req_id};
 inline constexpr Command command{6, "send_ap_list", since(2, 3), members};
 } // namespace send_ap_list
 
-/// What is known of a request whose number is not below.
+/// The description of a request whose number is not below.
 namespace unknown {
 inline constexpr Member members[] = {number};
 inline constexpr Document document{"unknown", since(2, 0), members};

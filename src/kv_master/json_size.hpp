@@ -3,7 +3,7 @@
 
 namespace kv::master {
 
-/// What a JSON text would become if it were parsed, counted without parsing it. A parsed value takes some 80 bytes and its
+/// The size of a JSON text as a parsed value, counted without parsing it. A parsed value takes some 80 bytes and its
 /// text as few as 2, so a document of another process is counted first.
 struct JsonSize {
     /// A document of another process that has more values is refused: they would take more than 4 MB.

@@ -7,7 +7,7 @@
 
 #include <rpc_port.h>
 
-/// How values of described elements are written to parcels and read from them.
+/// Writes values of described elements to parcels, and reads them.
 namespace kv::master {
 
 /// The C++ types of an element: Arg is passed to a call that sends it, Received owns it after it is read, View is passed to a

@@ -15,7 +15,7 @@
 
 namespace kv::test {
 
-/// What to start and how.
+/// A program to start: its command line, its environment and its streams.
 struct Command {
     std::vector<std::string> words;                                  ///< a program, searched in PATH, and its arguments
     std::map<std::string, std::optional<std::string>> environment{}; ///< changes to this process's; no value: unset

@@ -6,7 +6,7 @@
 
 namespace kv::test {
 
-/// How long a test waits for anything. Only a test that fails waits that long, so it leaves room for a busy machine.
+/// The timeout of every wait in a test. Only a test that fails waits that long, so it leaves room for a busy machine.
 inline constexpr std::chrono::milliseconds test_timeout{60'000};
 
 /// The moment at which a wait that begins with this object ends.

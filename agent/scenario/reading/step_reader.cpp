@@ -18,7 +18,7 @@ namespace {
 
 using Kind = Scenario::Step::Kind;
 
-/// How long a step waits that does not say so: KORVANE_WITHIN_MS, for machines on which applications are slow.
+/// The timeout of a step that has none of its own: KORVANE_WITHIN_MS, for machines on which applications are slow.
 int default_within_ms()
 {
     constexpr long otherwise = 5000;

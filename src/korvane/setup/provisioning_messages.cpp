@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "src/korvane/core/events/event.hpp"
 
-/// What device and phone exchange through the agent during the setup, beside access point, device data and languages.
+/// Messages that device and phone exchange through the agent during the setup, beside access point, device data and languages.
 
 using namespace kv;
 using namespace kv::api;

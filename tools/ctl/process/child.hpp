@@ -25,7 +25,7 @@ struct Program {
 /// Starts a program. Throws Failure if it cannot be executed.
 pid_t start(const Program &program);
 
-/// What a program wrote, and its status as waitpid() returns it.
+/// The output of a program, and its status as waitpid() returns it.
 struct Captured {
     std::string out;
     std::string err;

@@ -13,7 +13,7 @@
 
 namespace kv::ctl {
 
-/// What the two links of a connection know of each other.
+/// The state that the two links of a connection share.
 struct Connection {
     bool is_accepted = false;   // by the agent
     bool is_well_formed = true; // every request so far

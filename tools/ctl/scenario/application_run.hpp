@@ -19,7 +19,7 @@ namespace kv::ctl {
 
 inline constexpr unsigned max_timeout_s = 24 * 60 * 60;
 
-/// How a scenario is read.
+/// Choices that apply when a scenario is read.
 struct ScenarioChoices {
     std::vector<std::string> settings{}; // of variables: NAME=VALUE
     std::optional<std::uint32_t> seed{}; // of random orders; by default another one in each run

@@ -31,7 +31,7 @@ void RelayedRun::run(const Program &application)
     loop_.run();
 }
 
-/// What the application sent before its end may still be in its links.
+/// Bytes that the application sent before its end may still be in its links.
 void RelayedRun::end_when_idle()
 {
     if (!relay_.has_links())

@@ -13,7 +13,7 @@
 
 namespace kv::ctl {
 
-/// What all cases of a suite share.
+/// The application, the program of the agent, and the timeout that all cases of a suite share.
 struct CaseProgram {
     std::vector<std::string> application;
     std::string agent_program;

@@ -80,7 +80,7 @@ bool FileWatch::matters(int watch, const std::string &name) const
            (folders_.contains(watch) && name.ends_with(".json"));
 }
 
-/// Whether one of the changes that have arrived matters.
+/// Returns whether one of the changes that have arrived matters.
 bool FileWatch::read_changes()
 {
     bool any = false;

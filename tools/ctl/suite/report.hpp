@@ -20,7 +20,7 @@ struct Shard {
     static std::optional<Shard> parse(const std::string &text);
 };
 
-/// How one case ended.
+/// The outcome of one case.
 struct CaseResult {
     std::string scenario{};
     std::string variant{};

@@ -32,7 +32,7 @@ struct TraceOptions {
     std::string pcapng{}; // the file to write; "" to print
 };
 
-/// What becomes of a trace: it is printed, or written for Wireshark.
+/// The output of a trace: lines, or a file for Wireshark.
 class TraceOutput {
 public:
     TraceOutput(const Output &out, const std::string &pcapng) : out_(out), path_(pcapng)

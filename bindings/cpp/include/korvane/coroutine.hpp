@@ -57,7 +57,7 @@ struct CreatedToken {
 
 namespace detail {
 
-/// What a coroutine and its pending request share. The one that is destroyed first leaves the other alone.
+/// The state that a coroutine and its pending request share. It lives until both are destroyed.
 template <class T>
 struct Awaited {
     std::optional<Result<T>> result{};

@@ -6,7 +6,7 @@
 
 #include <cstddef>
 
-/// What an application receives: views of the library's handles, which read a member when it is asked for, and copies.
+/// The data that an application receives: views of the library's handles, which read a member when it is asked for, and copies.
 namespace korvane {
 
 /// The access point that the device is to join, as Device::on_wifi_ap_provisioning() receives it. A view: it is valid

@@ -125,7 +125,7 @@ namespace detail {
 #endif
 }
 
-/// What every result has: the code, and the function that returned it.
+/// The part that all results share: the code, and the function that returned it.
 class Status {
 public:
     Status(int code, std::string_view function) noexcept : code_(code), function_(function) {}

@@ -8,7 +8,7 @@
 /// without a value is not sent.
 namespace korvane {
 
-/// What a call does with a member that the installed agent is too old for.
+/// The treatment of a member that the installed agent is too old for.
 enum class IfTooOld {
     fail,      ///< The call fails with Errc::agent_version_lower and sends nothing.
     leave_out, ///< The call sends the other members.

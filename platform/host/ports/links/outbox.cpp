@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a stub sends. It never blocks: the peer may be waiting for this process at the same time.
+// The sending of a stub. It never blocks: the peer may be waiting for this process at the same time.
 #include <sys/socket.h>
 
 #include <cerrno>

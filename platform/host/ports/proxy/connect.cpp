@@ -21,7 +21,7 @@ namespace kv::host {
 namespace {
 
 constexpr gint64 retry_after_us = 10000;
-// How long an attempt continues after the agent that was started has ended: another one may be about to listen.
+// The time for which an attempt continues after the agent that it started has ended: another one may be about to listen.
 constexpr gint64 agent_end_grace_us = 50000;
 
 struct Links {

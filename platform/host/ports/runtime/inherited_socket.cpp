@@ -19,7 +19,7 @@ long number_from_environment(const char *name)
     return text ? strtol(text, nullptr, 10) : 0;
 }
 
-/// How many descriptors the service manager passed to this process, and not to one that has started it.
+/// The number of descriptors that the service manager passed to this process, and not to its parent.
 int count_inherited()
 {
     const long count = number_from_environment("LISTEN_FDS");

@@ -9,7 +9,7 @@
 /// Registrations as rows: the agent's two methods, and per delegate the application's callback type and what is logged.
 namespace kv::api {
 
-/// How a value of an event is logged. Of a secret text only the length is.
+/// The log form of a value of an event. A secret text is logged by its length.
 template <class Element>
 struct Logged {
     template <class Value>

@@ -5,7 +5,7 @@
 #include "common/preamble.hpp"
 #include "src/korvane_master_proxy/exchange.hpp"
 
-/// How exported functions begin. The type that a function uses bounds what it may do: a function that does not ask the
+/// The beginning of exported functions. The type that a function uses bounds what it may do: a function that does not ask the
 /// agent has no update gate and nothing to call a method with.
 namespace kv::api {
 

@@ -28,7 +28,7 @@ struct RegisteredDelegate : proxy::Delegate {
 
 static_assert(std::is_trivially_destructible_v<RegisteredDelegate>, "the proxy frees it as a Delegate");
 
-/// What the last successful set function stored. Delegates that the agent was given are on the proxy's list.
+/// The registration that the last successful set function stored. Delegates that the agent was given are on the proxy's list.
 struct EventSlot {
     AnyFunction callbacks[max_callbacks]{};
     void *user_data = nullptr;

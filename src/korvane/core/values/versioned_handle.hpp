@@ -66,7 +66,7 @@ inline void move_contents(AnyVersionedHandle &from, AnyVersionedHandle &to)
 /// reads the handle.
 bool require_agents_format(Preamble &call, const AnyVersionedHandle *handle);
 
-/// How the record of a handle is created: the function, and its name for the log.
+/// The function that creates the record of a handle, and its name for the log.
 struct RecordMaker {
     master::Parcelable *(*create)();
     const char *name;

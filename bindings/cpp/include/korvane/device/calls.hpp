@@ -14,7 +14,7 @@
 
 namespace korvane::detail {
 
-/// What the functions of korvane::Device have in common: the session, and the forms of calls. The functions are divided by
+/// The common part of the functions of korvane::Device: the session, and the forms of calls. The functions are divided by
 /// subject into classes that extend each other in a line, so that all use this session without a virtual base.
 class Calls {
 public:

@@ -9,7 +9,7 @@
 
 namespace korvane::detail {
 
-/// What the device is: platform data, profile, last status, names. A part of korvane::Device.
+/// The identity of the device: platform data, profile, last status, names. A part of korvane::Device.
 class IdentityFunctions : public CloudFunctions {
 public:
     /// Sends the platform data of the device itself. Lowest agent version: 1.1.

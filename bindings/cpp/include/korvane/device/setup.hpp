@@ -9,7 +9,7 @@
 
 namespace korvane::detail {
 
-/// What the phone sets up: PINs, languages, vendor data, terms. A part of korvane::Device.
+/// The setup by the phone: PINs, languages, vendor data, terms. A part of korvane::Device.
 class SetupFunctions : public WifiFunctions {
 public:
     /// Sends a PIN that the application has generated for the current setup, not empty. Lowest agent version: 1.4.

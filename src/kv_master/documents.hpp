@@ -18,8 +18,8 @@ struct Document;
 struct Member {
     const char *key;
     JsonType type;
-    int since = any_agent;           // the lowest agent version that knows it
     bool secret = false;             // no log, journal or trace shows it
+    int since = any_agent;           // the lowest agent version that knows it
     const Document *items = nullptr; // of an array of objects
 };
 

@@ -6,6 +6,7 @@ import re
 import shutil
 import subprocess
 import tarfile
+import tempfile
 import unittest
 from pathlib import Path
 from typing import Callable, Dict, List
@@ -24,9 +25,17 @@ def sources(pattern: str) -> str:
     return " ".join(" ".join(file.read_text(encoding="utf-8").split()) for file in TREE.glob(pattern))
 
 
+def make_test_directory(directory: Path) -> None:
+    """Lets ctest run the tests of the build from another directory. In the build it would replace the log of the run to which this
+    test belongs, also to list tests."""
+    (directory / "CTestTestfile.cmake").write_text(f'subdirs("{BUILD}")\n', encoding="utf-8")
+
+
 def tests_named(name: str) -> bool:
     """Whether a test program or a single test has this name."""
-    listed = subprocess.run([CTEST, "--test-dir", str(BUILD), "-N", "-R", name], capture_output=True, text=True, check=True)
+    with tempfile.TemporaryDirectory() as directory:
+        make_test_directory(Path(directory))
+        listed = subprocess.run([CTEST, "--test-dir", directory, "-N", "-R", name], capture_output=True, text=True, check=True)
     if "Total Tests: 0" not in listed.stdout:
         return True
     return any(re.search(rf"\bTEST(_F|_P)?\(\w*{name}", file.read_text(encoding="utf-8")) for file in TREE.glob("tests/**/*.cpp"))
@@ -210,8 +219,7 @@ class Figures(unittest.TestCase):
         command, *figures = block.text.split("\n")
         self.assertEqual(command, "ctest --preset release -R '^matrix' --verbose | grep MATRIX")
         with Sandbox() as sandbox:
-            # A directory of its own: ctest would replace the log of the run to which this test belongs.
-            (sandbox.home / "CTestTestfile.cmake").write_text(f'subdirs("{BUILD}")\n', encoding="utf-8")
+            make_test_directory(sandbox.home)
             printed = sandbox.run(command.replace("ctest --preset release", f"{CTEST} --test-dir {sandbox.home}"))
         for figure in figures:
             # How many steps can fail depends on the build.

@@ -48,7 +48,7 @@ void serves_a_command(const void *data)
 }
 
 /// A reader accepts whitespace, any order of the members, and members that it does not know.
-void accepts_any_layout(const void *)
+void accepts_any_layout()
 {
     Connection connection;
     if (!connection.open())
@@ -60,7 +60,7 @@ void accepts_any_layout(const void *)
         g_assert_cmpint(*compact, ==, *spaced);
 }
 
-void refuses_an_unknown_command(const void *)
+void refuses_an_unknown_command()
 {
     Connection connection;
     if (!connection.open())
@@ -70,7 +70,7 @@ void refuses_an_unknown_command(const void *)
 }
 
 /// The result is the agent's choice, but a reply must follow, and the next request must be served.
-void replies_to_each_text(const void *)
+void replies_to_each_text()
 {
     const std::string nested = std::string(2000, '[') + std::string(2000, ']');
     const std::string texts[] = {
@@ -91,10 +91,10 @@ void add_document_checks()
         return;
     for (const Command *command : commands::all)
         if (command->since <= options.version)
-            kit_add((std::string{"/documents/"} + command->name).c_str(), serves_a_command, command);
-    kit_add("/documents/any-layout", accepts_any_layout, nullptr);
-    kit_add("/documents/unknown-command", refuses_an_unknown_command, nullptr);
-    kit_add("/documents/each-text", replies_to_each_text, nullptr);
+            kit_add_row((std::string{"/documents/"} + command->name).c_str(), serves_a_command, command);
+    kit_add("/documents/any-layout", accepts_any_layout);
+    kit_add("/documents/unknown-command", refuses_an_unknown_command);
+    kit_add("/documents/each-text", replies_to_each_text);
 }
 
 } // namespace kv::agent_kit

@@ -20,7 +20,7 @@ void expect_service()
 }
 
 /// The reply to an unknown method consists of the kind and the result. The connection stays.
-void refuses_unknown_methods(const void *)
+void refuses_unknown_methods()
 {
     constexpr int unknown[] = {0, 1, 5, 30, 31, 109, 255, 256 + is_update_ready::id, INT_MAX, -1, INT_MIN};
     Connection connection;
@@ -41,7 +41,7 @@ void refuses_unknown_methods(const void *)
         read_reply<is_update_ready>(connection);
 }
 
-void closes_the_connection_after_an_empty_request(const void *)
+void closes_the_connection_after_an_empty_request()
 {
     Connection connection;
     Parcel request;
@@ -52,7 +52,7 @@ void closes_the_connection_after_an_empty_request(const void *)
 }
 
 /// The agent would send events that the application misreads.
-void closes_the_connection_after_a_delegate_of_another_type(const void *)
+void closes_the_connection_after_a_delegate_of_another_type()
 {
     Connection connection;
     Parcel request;
@@ -66,7 +66,7 @@ void closes_the_connection_after_a_delegate_of_another_type(const void *)
 
 /// The last argument is missing, so that the agent cannot know where the request ends.
 template <class Method>
-void closes_the_connection_after_a_cut_request(const void *)
+void closes_the_connection_after_a_cut_request()
 {
     Connection connection;
     if (connection.open() && send_request<Method>(connection, false, Method::in::count - 1))
@@ -78,14 +78,14 @@ void closes_the_connection_after_a_cut_request(const void *)
 
 void add_malformed_request_checks()
 {
-    kit_add("/malformed/unknown-methods", refuses_unknown_methods, nullptr);
-    kit_add("/malformed/empty", closes_the_connection_after_an_empty_request, nullptr);
-    kit_add("/malformed/other-delegate", closes_the_connection_after_a_delegate_of_another_type, nullptr);
+    kit_add("/malformed/unknown-methods", refuses_unknown_methods);
+    kit_add("/malformed/empty", closes_the_connection_after_an_empty_request);
+    kit_add("/malformed/other-delegate", closes_the_connection_after_a_delegate_of_another_type);
     for_each(Methods{}, []<class Method>() {
         if constexpr (Method::in::count > 0)
             if (Method::since <= options.version)
                 kit_add((std::string{"/malformed/cut/"} + Method::name).c_str(),
-                        closes_the_connection_after_a_cut_request<Method>, nullptr);
+                        closes_the_connection_after_a_cut_request<Method>);
     });
 }
 

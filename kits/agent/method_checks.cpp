@@ -31,7 +31,7 @@ inline constexpr bool is_one_shot = has_delegate(typename Method::in{}) && !is_r
 
 /// An agent below the version of a method refuses it, with all out values.
 template <class Method>
-void refuses_a_method_of_later_agents(const void *)
+void refuses_a_method_of_later_agents()
 {
     Connection connection;
     if (!connection.open() || !send_request<Method>(connection, is_one_shot<Method>))
@@ -41,7 +41,7 @@ void refuses_a_method_of_later_agents(const void *)
 }
 
 template <class Method>
-void replies_as_described(const void *)
+void replies_as_described()
 {
     Connection connection;
     if (!connection.open() || !send_request<Method>(connection))
@@ -53,7 +53,7 @@ void replies_as_described(const void *)
 
 /// If the agent accepts the request, it sends one event with the delegate of the request; otherwise none.
 template <class Method>
-void completes_with_one_event(const void *)
+void completes_with_one_event()
 {
     Connection connection;
     if (!connection.open())
@@ -74,11 +74,11 @@ void add_method()
 {
     const std::string path = std::string{"/methods/"} + Method::name;
     if (Method::since > options.version)
-        kit_add(path.c_str(), refuses_a_method_of_later_agents<Method>, nullptr);
+        kit_add(path.c_str(), refuses_a_method_of_later_agents<Method>);
     else if constexpr (is_one_shot<Method>)
-        kit_add(path.c_str(), completes_with_one_event<Method>, nullptr);
+        kit_add(path.c_str(), completes_with_one_event<Method>);
     else
-        kit_add(path.c_str(), replies_as_described<Method>, nullptr);
+        kit_add(path.c_str(), replies_as_described<Method>);
 }
 
 } // namespace

@@ -11,7 +11,7 @@ namespace {
 using namespace master;
 
 /// The requests with which the library begins.
-void serves_the_first_requests(const void *)
+void serves_the_first_requests()
 {
     Connection connection;
     if (!connection.open())
@@ -24,7 +24,7 @@ void serves_the_first_requests(const void *)
 
 /// An application may send requests before it has read the replies. Methods with different out values alternate, so that
 /// a reply in the wrong place does not match.
-void replies_in_the_order_of_the_requests(const void *)
+void replies_in_the_order_of_the_requests()
 {
     constexpr int rounds = 50;
     Connection connection;
@@ -38,7 +38,7 @@ void replies_in_the_order_of_the_requests(const void *)
             return;
 }
 
-void serves_two_connections_at_once(const void *)
+void serves_two_connections_at_once()
 {
     Connection first;
     Connection second;
@@ -50,7 +50,7 @@ void serves_two_connections_at_once(const void *)
     read_reply<get_device_id>(first);
 }
 
-void serves_one_connection_after_another(const void *)
+void serves_one_connection_after_another()
 {
     for (int i = 0; i < 100; ++i) {
         Connection connection;
@@ -61,7 +61,7 @@ void serves_one_connection_after_another(const void *)
 }
 
 /// An application may end, or close its connection, while the agent works on its request.
-void survives_a_connection_that_ends_inside_a_request(const void *)
+void survives_a_connection_that_ends_inside_a_request()
 {
     for (int i = 0; i < 20; ++i) {
         Connection connection;
@@ -77,11 +77,11 @@ void survives_a_connection_that_ends_inside_a_request(const void *)
 
 void add_session_checks()
 {
-    kit_add("/session/first-requests", serves_the_first_requests, nullptr);
-    kit_add("/session/order-of-replies", replies_in_the_order_of_the_requests, nullptr);
-    kit_add("/session/two-connections", serves_two_connections_at_once, nullptr);
-    kit_add("/session/many-connections", serves_one_connection_after_another, nullptr);
-    kit_add("/session/ends-inside-request", survives_a_connection_that_ends_inside_a_request, nullptr);
+    kit_add("/session/first-requests", serves_the_first_requests);
+    kit_add("/session/order-of-replies", replies_in_the_order_of_the_requests);
+    kit_add("/session/two-connections", serves_two_connections_at_once);
+    kit_add("/session/many-connections", serves_one_connection_after_another);
+    kit_add("/session/ends-inside-request", survives_a_connection_that_ends_inside_a_request);
 }
 
 } // namespace kv::agent_kit

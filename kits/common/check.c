@@ -15,7 +15,7 @@ static const char *running_check;
 static void end_blocked_check(int signal_number)
 {
     (void)signal_number;
-    static const char before[] = "Bail out! The platform blocks in ";
+    static const char before[] = "Bail out! This check blocks: ";
     (void)!write(STDOUT_FILENO, before, sizeof before - 1);
     (void)!write(STDOUT_FILENO, running_check, strlen(running_check));
     (void)!write(STDOUT_FILENO, "\n", 1);
@@ -24,8 +24,9 @@ static void end_blocked_check(int signal_number)
 
 struct check {
     char *path;
-    void (*run)(const void *data);
-    const void *data;
+    void (*run)(void);
+    void (*run_row)(const void *row); /* instead of `run` */
+    const void *row;
 };
 
 static void run_check(const void *data)
@@ -34,7 +35,10 @@ static void run_check(const void *data)
     running_check = check->path;
     signal(SIGALRM, end_blocked_check);
     alarm((unsigned)kit_timeout_s * 3);
-    check->run(check->data);
+    if (check->run)
+        check->run();
+    else
+        check->run_row(check->row);
     alarm(0);
 }
 
@@ -45,11 +49,21 @@ static void free_check(void *data)
     g_free(check);
 }
 
-void kit_add(const char *path, void (*run)(const void *data), const void *data)
+static void add(struct check contents)
 {
     struct check *check = g_new(struct check, 1);
-    *check = (struct check){g_strdup(path), run, data};
-    g_test_add_data_func_full(path, check, run_check, free_check);
+    *check = contents;
+    g_test_add_data_func_full(check->path, check, run_check, free_check);
+}
+
+void kit_add(const char *path, void (*run)(void))
+{
+    add((struct check){.path = g_strdup(path), .run = run});
+}
+
+void kit_add_row(const char *path, void (*run)(const void *row), const void *row)
+{
+    add((struct check){.path = g_strdup(path), .run_row = run, .row = row});
 }
 
 /* ---- waiting ---- */

@@ -14,11 +14,10 @@ extern "C" {
 /** Seconds after which a wait gives up; 30 at first. */
 extern int kit_timeout_s;
 
-/**
- * Adds a check. The program ends with an error if the check blocks for longer than three timeouts. `path` is copied;
- * `data` is passed to the check, may be NULL, and must stay valid.
- */
-void kit_add(const char *path, void (*check)(const void *data), const void *data);
+/** Adds a check. The program ends with an error if the check blocks for longer than three timeouts. `path` is copied. */
+void kit_add(const char *path, void (*check)(void));
+/** The same for a check of one row of a table, which is passed to it and must stay valid. */
+void kit_add_row(const char *path, void (*check)(const void *row), const void *row);
 
 /** Runs the main loop until *condition is true. Returns false, and fails the check, if it stays false. */
 bool kit_wait(const bool *condition, const char *what);

@@ -82,9 +82,8 @@ static bool publish_until_seen(const struct seen *seen)
     return seen->events > 0;
 }
 
-static void subscribes_again(const void *data)
+static void subscribes_again(void)
 {
-    (void)data;
     struct seen seen;
     for (int i = 0; i < 3; ++i) {
         event_handler_h handler = subscribe(&seen);
@@ -95,9 +94,8 @@ static void subscribes_again(const void *data)
     g_assert_cmpint(seen.events, ==, 0);
 }
 
-static void delivers_from_the_main_loop(const void *data)
+static void delivers_from_the_main_loop(void)
 {
-    (void)data;
     struct seen seen;
     event_handler_h handler = subscribe(&seen);
     if (!handler)
@@ -116,9 +114,8 @@ static void delivers_from_the_main_loop(const void *data)
     g_assert_cmpint(event_remove_event_handler(handler), ==, 0);
 }
 
-static void delivers_nothing_after_the_removal(const void *data)
+static void delivers_nothing_after_the_removal(void)
 {
-    (void)data;
     struct seen removed;
     struct seen kept;
     event_handler_h removed_handler = subscribe(&removed);
@@ -135,7 +132,7 @@ static void delivers_nothing_after_the_removal(const void *data)
 
 void kit_add_app_event_checks(void)
 {
-    kit_add("/app-events/subscribe-again", subscribes_again, NULL);
-    kit_add("/app-events/from-main-loop", delivers_from_the_main_loop, NULL);
-    kit_add("/app-events/none-after-removal", delivers_nothing_after_the_removal, NULL);
+    kit_add("/app-events/subscribe-again", subscribes_again);
+    kit_add("/app-events/from-main-loop", delivers_from_the_main_loop);
+    kit_add("/app-events/none-after-removal", delivers_nothing_after_the_removal);
 }

@@ -3,9 +3,8 @@
 #include "agent/commands.h"
 #include "kit.h"
 
-static void reports_the_connection_from_the_main_loop(const void *data)
+static void reports_the_connection_from_the_main_loop(void)
 {
-    (void)data;
     struct kit_link link;
     if (!kit_start_agent() || !kit_link_create(&link))
         return;
@@ -25,9 +24,8 @@ static void reports_the_connection_from_the_main_loop(const void *data)
     kit_link_close(&link);
 }
 
-static void has_no_port_before_the_connection(const void *data)
+static void has_no_port_before_the_connection(void)
 {
-    (void)data;
     struct kit_link link;
     if (!kit_link_create(&link))
         return;
@@ -37,9 +35,8 @@ static void has_no_port_before_the_connection(const void *data)
     kit_link_close(&link);
 }
 
-static void reports_a_refusal(const void *data)
+static void reports_a_refusal(void)
 {
-    (void)data;
     struct kit_link first;
     if (!kit_link_open(&first))
         return;
@@ -57,9 +54,8 @@ static void reports_a_refusal(const void *data)
 }
 
 /* The call fails, or 'rejected' is raised with a failed link. */
-static void reports_a_missing_agent(const void *data)
+static void reports_a_missing_agent(void)
 {
-    (void)data;
     struct kit_link link;
     if (!kit_stop_agent() || !kit_link_create(&link))
         return;
@@ -73,9 +69,8 @@ static void reports_a_missing_agent(const void *data)
     kit_link_close(&link);
 }
 
-static void serves_two_proxies_at_once(const void *data)
+static void serves_two_proxies_at_once(void)
 {
-    (void)data;
     struct kit_link links[2];
     if (!kit_link_open(&links[0]))
         return;
@@ -108,9 +103,8 @@ static int open_descriptors(void)
     return count;
 }
 
-static void connects_many_times(const void *data)
+static void connects_many_times(void)
 {
-    (void)data;
     struct kit_link link;
     if (!kit_link_open(&link)) /* what is opened once */
         return;
@@ -129,10 +123,10 @@ static void connects_many_times(const void *data)
 
 void kit_add_connection_checks(void)
 {
-    kit_add("/connection/connected", reports_the_connection_from_the_main_loop, NULL);
-    kit_add("/connection/no-port-before", has_no_port_before_the_connection, NULL);
-    kit_add("/connection/refused", reports_a_refusal, NULL);
-    kit_add("/connection/no-agent", reports_a_missing_agent, NULL);
-    kit_add("/connection/two-proxies", serves_two_proxies_at_once, NULL);
-    kit_add("/connection/many-times", connects_many_times, NULL);
+    kit_add("/connection/connected", reports_the_connection_from_the_main_loop);
+    kit_add("/connection/no-port-before", has_no_port_before_the_connection);
+    kit_add("/connection/refused", reports_a_refusal);
+    kit_add("/connection/no-agent", reports_a_missing_agent);
+    kit_add("/connection/two-proxies", serves_two_proxies_at_once);
+    kit_add("/connection/many-times", connects_many_times);
 }

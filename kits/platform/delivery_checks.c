@@ -3,9 +3,8 @@
 #include "agent/commands.h"
 #include "kit.h"
 
-static void delivers_each_event_once(const void *data)
+static void delivers_each_event_once(void)
 {
-    (void)data;
     struct kit_link link;
     if (!kit_link_open(&link))
         return;
@@ -19,9 +18,8 @@ static void delivers_each_event_once(const void *data)
 }
 
 /* An event may arrive during a call. No event of a call may be lost, and no reply may be taken for an event. */
-static void delivers_events_between_calls(const void *data)
+static void delivers_events_between_calls(void)
 {
-    (void)data;
     struct kit_link link;
     if (!kit_link_open(&link))
         return;
@@ -36,9 +34,8 @@ static void delivers_events_between_calls(const void *data)
     kit_link_close(&link);
 }
 
-static void delivers_events_before_the_end(const void *data)
+static void delivers_events_before_the_end(void)
 {
-    (void)data;
     struct kit_link link;
     if (!kit_link_open(&link))
         return;
@@ -54,7 +51,7 @@ static void delivers_events_before_the_end(const void *data)
 
 void kit_add_delivery_checks(void)
 {
-    kit_add("/delivery/each-once", delivers_each_event_once, NULL);
-    kit_add("/delivery/between-calls", delivers_events_between_calls, NULL);
-    kit_add("/delivery/before-the-end", delivers_events_before_the_end, NULL);
+    kit_add("/delivery/each-once", delivers_each_event_once);
+    kit_add("/delivery/between-calls", delivers_events_between_calls);
+    kit_add("/delivery/before-the-end", delivers_events_before_the_end);
 }

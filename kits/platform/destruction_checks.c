@@ -55,9 +55,8 @@ static bool connect_victim(struct victim *victim)
     return rpc_port_proxy_connect(victim->proxy, kit_options.agent_id, kit_options.port_name) == 0;
 }
 
-static void can_be_destroyed_in_connected(const void *data)
+static void can_be_destroyed_in_connected(void)
 {
-    (void)data;
     struct victim victim;
     if (!kit_start_agent() || !create(&victim))
         return;
@@ -67,9 +66,8 @@ static void can_be_destroyed_in_connected(const void *data)
     finish(&victim);
 }
 
-static void can_be_destroyed_in_rejected(const void *data)
+static void can_be_destroyed_in_rejected(void)
 {
-    (void)data;
     struct kit_link first;
     struct victim victim;
     if (!kit_link_open(&first))
@@ -111,21 +109,18 @@ static void destroyed_by(int command, int argument,
     finish(&victim);
 }
 
-static void can_be_destroyed_in_disconnected(const void *data)
+static void can_be_destroyed_in_disconnected(void)
 {
-    (void)data;
     destroyed_by(KIT_CLOSE, 0, rpc_port_proxy_add_disconnected_event_cb);
 }
 
-static void can_be_destroyed_in_received(const void *data)
+static void can_be_destroyed_in_received(void)
 {
-    (void)data;
     destroyed_by(KIT_EVENTS, 100, rpc_port_proxy_add_received_event_cb);
 }
 
-static void can_be_destroyed_at_once(const void *data)
+static void can_be_destroyed_at_once(void)
 {
-    (void)data;
     struct kit_link link;
     if (!kit_start_agent() || !kit_link_create(&link))
         return;
@@ -138,9 +133,8 @@ static void can_be_destroyed_at_once(const void *data)
     g_assert_cmpint(link.reports, ==, 0);
 }
 
-static void can_be_destroyed_with_events_in_its_queue(const void *data)
+static void can_be_destroyed_with_events_in_its_queue(void)
 {
-    (void)data;
     struct kit_link link;
     if (!kit_link_open(&link))
         return;
@@ -153,10 +147,10 @@ static void can_be_destroyed_with_events_in_its_queue(const void *data)
 
 void kit_add_destruction_checks(void)
 {
-    kit_add("/destruction/in-connected", can_be_destroyed_in_connected, NULL);
-    kit_add("/destruction/in-rejected", can_be_destroyed_in_rejected, NULL);
-    kit_add("/destruction/in-disconnected", can_be_destroyed_in_disconnected, NULL);
-    kit_add("/destruction/in-received", can_be_destroyed_in_received, NULL);
-    kit_add("/destruction/while-connecting", can_be_destroyed_at_once, NULL);
-    kit_add("/destruction/with-queued-events", can_be_destroyed_with_events_in_its_queue, NULL);
+    kit_add("/destruction/in-connected", can_be_destroyed_in_connected);
+    kit_add("/destruction/in-rejected", can_be_destroyed_in_rejected);
+    kit_add("/destruction/in-disconnected", can_be_destroyed_in_disconnected);
+    kit_add("/destruction/in-received", can_be_destroyed_in_received);
+    kit_add("/destruction/while-connecting", can_be_destroyed_at_once);
+    kit_add("/destruction/with-queued-events", can_be_destroyed_with_events_in_its_queue);
 }

@@ -1,11 +1,10 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* Requests and replies, and what becomes of a request if the connection ends. */
+/* Requests and replies, and the failure of a request if the connection ends. */
 #include "agent/commands.h"
 #include "kit.h"
 
-static void replies_in_the_order_of_the_requests(const void *data)
+static void replies_in_the_order_of_the_requests(void)
 {
-    (void)data;
     struct kit_link link;
     if (!kit_link_open(&link))
         return;
@@ -14,9 +13,8 @@ static void replies_in_the_order_of_the_requests(const void *data)
     kit_link_close(&link);
 }
 
-static void sends_before_it_reads(const void *data)
+static void sends_before_it_reads(void)
 {
-    (void)data;
     struct kit_link link;
     if (!kit_link_open(&link))
         return;
@@ -58,27 +56,23 @@ static void ended_by(int command, int argument)
     kit_link_close(&link);
 }
 
-static void fails_if_the_agent_closes_the_connection(const void *data)
+static void fails_if_the_agent_closes_the_connection(void)
 {
-    (void)data;
     ended_by(KIT_CLOSE, 0);
 }
 
-static void fails_if_the_connection_ends_inside_a_reply(const void *data)
+static void fails_if_the_connection_ends_inside_a_reply(void)
 {
-    (void)data;
     ended_by(KIT_HALF, 0);
 }
 
-static void fails_if_a_reply_is_too_large(const void *data)
+static void fails_if_a_reply_is_too_large(void)
 {
-    (void)data;
     ended_by(KIT_TOO_LARGE, 0);
 }
 
-static void fails_if_the_agent_dies(const void *data)
+static void fails_if_the_agent_dies(void)
 {
-    (void)data;
     struct kit_link link;
     if (!kit_link_open(&link))
         return;
@@ -90,9 +84,8 @@ static void fails_if_the_agent_dies(const void *data)
     kit_link_close(&link);
 }
 
-static void does_not_wait_after_a_failed_send(const void *data)
+static void does_not_wait_after_a_failed_send(void)
 {
-    (void)data;
     struct kit_link link;
     if (!kit_link_open(&link))
         return;
@@ -107,9 +100,8 @@ static void does_not_wait_after_a_failed_send(const void *data)
     kit_link_close(&link);
 }
 
-static void ends_a_wait_for_a_silent_agent(const void *data)
+static void ends_a_wait_for_a_silent_agent(void)
 {
-    (void)data;
     if (kit_options.reply_timeout_ms <= 0) {
         g_test_skip("needs --reply-timeout");
         return;
@@ -127,12 +119,12 @@ static void ends_a_wait_for_a_silent_agent(const void *data)
 
 void kit_add_exchange_checks(void)
 {
-    kit_add("/exchange/in-order", replies_in_the_order_of_the_requests, NULL);
-    kit_add("/exchange/send-before-read", sends_before_it_reads, NULL);
-    kit_add("/exchange/closed", fails_if_the_agent_closes_the_connection, NULL);
-    kit_add("/exchange/closed-inside-reply", fails_if_the_connection_ends_inside_a_reply, NULL);
-    kit_add("/exchange/too-large", fails_if_a_reply_is_too_large, NULL);
-    kit_add("/exchange/agent-dies", fails_if_the_agent_dies, NULL);
-    kit_add("/exchange/failed-send", does_not_wait_after_a_failed_send, NULL);
-    kit_add("/exchange/silent-agent", ends_a_wait_for_a_silent_agent, NULL);
+    kit_add("/exchange/in-order", replies_in_the_order_of_the_requests);
+    kit_add("/exchange/send-before-read", sends_before_it_reads);
+    kit_add("/exchange/closed", fails_if_the_agent_closes_the_connection);
+    kit_add("/exchange/closed-inside-reply", fails_if_the_connection_ends_inside_a_reply);
+    kit_add("/exchange/too-large", fails_if_a_reply_is_too_large);
+    kit_add("/exchange/agent-dies", fails_if_the_agent_dies);
+    kit_add("/exchange/failed-send", does_not_wait_after_a_failed_send);
+    kit_add("/exchange/silent-agent", ends_a_wait_for_a_silent_agent);
 }

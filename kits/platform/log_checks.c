@@ -6,16 +6,14 @@
 #include <last_result.h>
 #include <string.h>
 
-static void accepts_each_priority(const void *data)
+static void accepts_each_priority(void)
 {
-    (void)data;
     for (int priority = 4; priority <= 6; ++priority)
         g_assert_cmpint(dlog_print(priority, "KORVANE_KIT", "priority %d\n", priority), >=, 0);
 }
 
-static void accepts_each_text(const void *data)
+static void accepts_each_text(void)
 {
-    (void)data;
     char *text = g_strnfill(100 * 1024, 'x');
     g_assert_cmpint(dlog_print(4, "KORVANE_KIT", "%s", text), >=, 0);
     g_free(text);
@@ -23,9 +21,8 @@ static void accepts_each_text(const void *data)
     g_assert_cmpint(dlog_print(4, "KORVANE_KIT", "%s", "100 %s \xff\xfe"), >=, 0);
 }
 
-static void keeps_the_last_result(const void *data)
+static void keeps_the_last_result(void)
 {
-    (void)data;
     set_last_result(-13);
     g_assert_cmpint(get_last_result(), ==, -13);
     g_assert_cmpint(get_last_result(), ==, -13);
@@ -42,9 +39,8 @@ static gpointer read_last_result(gpointer data)
     return NULL;
 }
 
-static void keeps_one_last_result_per_thread(const void *data)
+static void keeps_one_last_result_per_thread(void)
 {
-    (void)data;
     set_last_result(-13);
     int results[2] = {1, 1};
     g_thread_join(g_thread_new("last-result", read_last_result, results));
@@ -56,8 +52,8 @@ static void keeps_one_last_result_per_thread(const void *data)
 
 void kit_add_log_checks(void)
 {
-    kit_add("/log/each-priority", accepts_each_priority, NULL);
-    kit_add("/log/each-text", accepts_each_text, NULL);
-    kit_add("/last-result/is-kept", keeps_the_last_result, NULL);
-    kit_add("/last-result/is-per-thread", keeps_one_last_result_per_thread, NULL);
+    kit_add("/log/each-priority", accepts_each_priority);
+    kit_add("/log/each-text", accepts_each_text);
+    kit_add("/last-result/is-kept", keeps_the_last_result);
+    kit_add("/last-result/is-per-thread", keeps_one_last_result_per_thread);
 }

@@ -5,17 +5,15 @@
 #include <package_info.h>
 #include <stdlib.h>
 
-static void reports_an_unknown_package(const void *data)
+static void reports_an_unknown_package(void)
 {
-    (void)data;
     package_info_h info = NULL;
     g_assert_cmpint(package_info_create("org.korvane.no-such-package", &info), ==, PACKAGE_INFO_NOT_INSTALLED);
     g_assert_cmpint(package_info_destroy(NULL), <=, 0);
 }
 
-static void returns_the_version(const void *data)
+static void returns_the_version(void)
 {
-    (void)data;
     if (!kit_options.package) {
         g_test_skip("needs --package");
         return;
@@ -42,6 +40,6 @@ static void returns_the_version(const void *data)
 
 void kit_add_package_checks(void)
 {
-    kit_add("/packages/unknown", reports_an_unknown_package, NULL);
-    kit_add("/packages/version", returns_the_version, NULL);
+    kit_add("/packages/unknown", reports_an_unknown_package);
+    kit_add("/packages/version", returns_the_version);
 }

@@ -72,9 +72,8 @@ static void expect_end(rpc_port_parcel_h parcel)
     g_assert_true(text == unchanged);
 }
 
-static void carries_numbers(const void *data)
+static void carries_numbers(void)
 {
-    (void)data;
     static const int numbers[] = {0, 1, -1, 127, 128, 65536, INT_MAX, INT_MIN};
     struct echo echo;
     if (!begin(&echo))
@@ -99,9 +98,8 @@ static void carries_numbers(const void *data)
     end(&echo);
 }
 
-static void carries_strings(const void *data)
+static void carries_strings(void)
 {
-    (void)data;
     char *text_of_1_mib = g_strnfill(1024 * 1024, 'x');
     const char *const texts[] = {"", "a", "attic lamp", "gr\xc3\xbc\xc3\x9f", "not UTF-8: \xff\xfe", text_of_1_mib};
     struct echo echo;
@@ -139,9 +137,8 @@ static void read_lamp(rpc_port_parcel_h parcel, void *data)
 
 static rpc_port_parcelable_t lamp_codec = {write_lamp, read_lamp};
 
-static void carries_arrays_of_records(const void *data)
+static void carries_arrays_of_records(void)
 {
-    (void)data;
     static char attic[] = "attic";
     static char cellar[] = "cellar";
     struct lamp lamps[2] = {{7, attic}, {-8, cellar}};
@@ -184,23 +181,20 @@ static void refuses_count(int count_sent)
     end(&echo);
 }
 
-static void refuses_a_negative_count(const void *data)
+static void refuses_a_negative_count(void)
 {
-    (void)data;
     refuses_count(-1);
     refuses_count(INT_MIN);
 }
 
-static void refuses_a_count_beyond_the_end(const void *data)
+static void refuses_a_count_beyond_the_end(void)
 {
-    (void)data;
     refuses_count(1000);
     refuses_count(INT_MAX);
 }
 
-static void returns_strings_as_copies(const void *data)
+static void returns_strings_as_copies(void)
 {
-    (void)data;
     struct echo echo;
     if (!begin(&echo))
         return;
@@ -218,10 +212,10 @@ static void returns_strings_as_copies(const void *data)
 
 void kit_add_parcel_checks(void)
 {
-    kit_add("/parcels/numbers", carries_numbers, NULL);
-    kit_add("/parcels/strings", carries_strings, NULL);
-    kit_add("/parcels/string-copies", returns_strings_as_copies, NULL);
-    kit_add("/parcels/arrays-of-records", carries_arrays_of_records, NULL);
-    kit_add("/parcels/negative-count", refuses_a_negative_count, NULL);
-    kit_add("/parcels/count-beyond-end", refuses_a_count_beyond_the_end, NULL);
+    kit_add("/parcels/numbers", carries_numbers);
+    kit_add("/parcels/strings", carries_strings);
+    kit_add("/parcels/string-copies", returns_strings_as_copies);
+    kit_add("/parcels/arrays-of-records", carries_arrays_of_records);
+    kit_add("/parcels/negative-count", refuses_a_negative_count);
+    kit_add("/parcels/count-beyond-end", refuses_a_count_beyond_the_end);
 }

@@ -79,7 +79,7 @@ class PlatformKit(unittest.TestCase):
     def test_a_platform_that_blocks_ends_the_kit(self) -> None:
         kit = self.run_kit("WRONG_KIT", "-p", "/exchange/in-order", "--timeout", "1", WRONG="read-blocks")
         self.assertEqual(kit.returncode, 1, kit.stdout)
-        self.assertIn("Bail out! The platform blocks in /exchange/in-order", kit.stdout)
+        self.assertIn("Bail out! This check blocks: /exchange/in-order", kit.stdout)
 
     def test_a_timeout_that_ends_early_fails(self) -> None:
         kit = self.run_kit("KIT", "-p", "/exchange/silent-agent", KORVANE_REPLY_TIMEOUT_MS="50")

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The program korvane-agent: its command line, its output, its package entry, its commands, its exit statuses.
+// The program korvane-agent: its command line, its output, its package entry, its control commands, its exit statuses.
 #include "support/agent_process.hpp"
 #include "support/program.hpp"
 #include "testing/support/child_process.hpp"
@@ -456,54 +456,6 @@ TEST(AgentProgram, ServesAgainOnlyWhenItCanWriteItsPackageEntry)
     EXPECT_TRUE(is_served(home));
     EXPECT_EQ(installed_version(), "1.2");
     EXPECT_NE(agent.reply_to("state version").find("1.2"), std::string::npos);
-}
-
-TEST(AgentProgram, RefusesACommandFifoThatIsARegularFile)
-{
-    AgentHome home;
-    const std::string file = home.root() / "commands";
-    std::ofstream{file} << "quit\n";
-    const auto result = run_agent({"--command-fifo", file});
-    EXPECT_EQ(result.exit_status, agent_exit::failed);
-    EXPECT_NE(result.error_output.find("not a FIFO"), std::string::npos) << result.error_output;
-    EXPECT_TRUE(std::filesystem::exists(file));
-}
-
-TEST(AgentProgram, DiscardsALineThatIsTooLongUpToItsEnd)
-{
-    AgentHome home;
-    ChildProcess agent{{.words = {KORVANE_AGENT_PATH, "--commands"}}};
-    ASSERT_TRUE(agent.wait_for_line()) << "ready";
-    const std::string rest(16384, ' '); // the agent reads fewer bytes at once
-    ASSERT_TRUE(agent.write_line(std::string(1 << 20, 'a') + rest + "state version"));
-    ASSERT_TRUE(agent.write_line("state running"));
-    EXPECT_EQ(agent.wait_for_line(), R"({"ok":false,"error":"the line is too long"})");
-    EXPECT_EQ(agent.wait_for_line(), R"({"ok":true,"state":false})");
-}
-
-TEST(AgentProgram, ReadsCommandsFromStandardInputAndFromAFifo)
-{
-    AgentHome home;
-    const std::string fifo = home.root() / "commands";
-    ChildProcess agent{{.words = {KORVANE_AGENT_PATH, "--commands", "--command-fifo", fifo}}};
-    ASSERT_TRUE(agent.wait_for_line()) << "ready";
-    std::ofstream{fifo} << "state version\n";
-    EXPECT_EQ(agent.wait_for_line(), R"({"ok":true,"state":"2.3"})");
-    ASSERT_TRUE(agent.write_line("state running"));
-    EXPECT_EQ(agent.wait_for_line(std::chrono::seconds{10}), R"({"ok":true,"state":false})");
-    agent.close_input();
-    EXPECT_EQ(agent.wait(std::chrono::seconds{10}), agent_exit::stopped);
-    EXPECT_FALSE(std::filesystem::exists(fifo));
-}
-
-TEST(AgentProgram, ReadsCommandsFromAFifo)
-{
-    AgentHome home;
-    const std::string fifo = home.root() / "commands";
-    AgentProcess agent{home, {"--command-fifo", fifo}};
-    std::ofstream{fifo} << "quit\n";
-    EXPECT_EQ(agent.wait(), agent_exit::stopped);
-    EXPECT_FALSE(std::filesystem::exists(fifo));
 }
 
 } // namespace

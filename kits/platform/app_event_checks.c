@@ -3,7 +3,6 @@
 #include "kit.h"
 
 #include <app_event.h>
-#include <string.h>
 
 static const char update_event[] = "org.korvane.ServiceManager.UpdateStatus";
 

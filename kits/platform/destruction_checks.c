@@ -3,8 +3,6 @@
 #include "agent/commands.h"
 #include "kit.h"
 
-#include <string.h>
-
 struct victim {
     rpc_port_proxy_h proxy;
     bool is_destroyed;

@@ -4,7 +4,6 @@
 
 #include <last_result.h>
 #include <signal.h>
-#include <stdio.h>
 #include <string.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -4,7 +4,6 @@
 
 #include <dlog.h>
 #include <last_result.h>
-#include <string.h>
 
 static void accepts_each_priority(void)
 {

@@ -5,7 +5,6 @@
 
 #include <limits.h>
 #include <stdlib.h>
-#include <string.h>
 
 struct echo {
     struct kit_link link;

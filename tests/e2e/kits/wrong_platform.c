@@ -210,7 +210,7 @@ int rpc_port_proxy_get_port(rpc_port_proxy_h proxy, rpc_port_port_type_e type, r
 
 int rpc_port_proxy_destroy(rpc_port_proxy_h proxy)
 {
-    /* A proxy that is not destroyed goes on reporting, and keeps its descriptors. */
+    /* A proxy that is not destroyed continues to report, and keeps its descriptors. */
     static GPtrArray *kept;
     if (!is_wrong("proxy-stays"))
         return HOST(rpc_port_proxy_destroy)(proxy);
